@@ -1,0 +1,33 @@
+// The utility object "HostApp" that a host supplies when deliveries are to run on its GUI thread.
+#pragma once
+
+#include "OrvWorkFlow/IBaseWorkFlowObject.h"
+
+namespace OrvWorkFlow {
+
+// One input signal on its way to a node. Opaque to the host.
+class InputSignalMessage;
+
+class IHostAppGuiThreadCallback {
+ public:
+  // Performs the delivery and takes the message. For every message that RunOnGuiThread accepted, call it exactly once, on
+  // the GUI thread. It may run a node for as long as the node likes, and may be entered again from a nested message loop.
+  // Never throws.
+  virtual void DeliverInputSignal(InputSignalMessage* message) = 0;
+
+ protected:
+  ~IHostAppGuiThreadCallback() = default;
+};
+
+class IHostApp : public IBaseWorkFlowObject {
+ public:
+  // Queues the call and returns; true means queued. It must not deliver before it returns on any other thread than the
+  // caller's: the mediator's lock is held. False means refused: the mediator then counts the signal as never sent and
+  // the message is still the mediator's. A host that goes away first delivers what it queued. Any thread.
+  virtual bool RunOnGuiThread(IHostAppGuiThreadCallback* callback, InputSignalMessage* message) = 0;
+
+ protected:
+  ~IHostApp() = default;
+};
+
+}  // namespace OrvWorkFlow

@@ -1,0 +1,28 @@
+// The library's entry: one creator of each type is handed to the host's factory while the library is loaded.
+//
+// All seven registrations stand in this one file, since only objects of one file are constructed in a known order (and
+// destroyed in the reverse one). A creator that cannot be allocated is registered as null; the load goes on.
+#include <new>
+
+#include "OrvWorkFlow/WorkFlowFactory.h"
+#include "dictionary/DictionaryObject.h"
+#include "encryption/EncryptionObject.h"
+#include "filesystem/FileSystemObject.h"
+#include "regexp/RegExpObject.h"
+#include "signalmediator/SignalMediatorObject.h"
+#include "utilitystore/UtilityStoreObject.h"
+#include "workflowengine/WorkFlowEngineObject.h"
+
+namespace OrvWorkFlow {
+namespace {
+
+WorkFlowFactory dictionary_registration(new (std::nothrow) CDictionaryObjectCreator);
+WorkFlowFactory encryption_registration(new (std::nothrow) CEncryptionObjectCreator);
+WorkFlowFactory file_system_registration(new (std::nothrow) CFileSystemObjectCreator);
+WorkFlowFactory reg_exp_registration(new (std::nothrow) CRegExpObjectCreator);
+WorkFlowFactory utility_store_registration(new (std::nothrow) CUtilityStoreObjectCreator);
+WorkFlowFactory work_flow_engine_registration(new (std::nothrow) CWorkFlowEngineObjectCreator);
+WorkFlowFactory signal_mediator_registration(new (std::nothrow) CSignalMediatorObjectCreator);
+
+}  // namespace
+}  // namespace OrvWorkFlow
