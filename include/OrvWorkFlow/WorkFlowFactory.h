@@ -75,6 +75,11 @@ class ORV_RUNTIME_API WorkFlowFactory {
   // A clone (owned by the caller) of the creator with that name, for a utility store; null when there is none.
   static IFactoryObjectCreator* CloneCreator(const char* name);
 
+  // Told of every creator that registers (true) or leaves (false), on the thread that does it: what a library brings, for
+  // a host that wants to show it. One observer; null ends it. It must not call the factory.
+  using RegistrationObserver = void (*)(const char* name, bool registered, void* context);
+  static void SetRegistrationObserver(RegistrationObserver observer, void* context);
+
   // Why the last LoadSharedLibrary of this thread failed, in one line ("" when it did not): file and system's reason.
   static const char* LastLoadError();
 
