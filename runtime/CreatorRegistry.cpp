@@ -1,0 +1,95 @@
+#include "runtime/CreatorRegistry.h"
+
+#include <algorithm>
+#include <new>
+
+#include "runtime/MarshalledTypes.h"
+
+namespace OrvWorkFlow {
+
+namespace {
+
+thread_local RegistrationScope* current_scope = nullptr;
+
+// Marks entries whose scope ended without being accepted: such a library may refuse to leave the process.
+constexpr char kRefused = 0;
+
+}  // namespace
+
+RegistrationScope::RegistrationScope() noexcept : outer_(current_scope) { current_scope = this; }
+
+RegistrationScope::~RegistrationScope() {
+  current_scope = outer_;
+  CreatorRegistry::Get().EndScope(this, false);
+}
+
+void RegistrationScope::Accept() { CreatorRegistry::Get().EndScope(this, true); }
+
+const RegistrationScope* RegistrationScope::GetCurrent() noexcept { return current_scope; }
+
+CreatorRegistry& CreatorRegistry::Get() {
+  alignas(CreatorRegistry) static unsigned char storage[sizeof(CreatorRegistry)];
+  static CreatorRegistry* const registry = new (storage) CreatorRegistry;
+  return *registry;
+}
+
+CreatorRegistry::Entry CreatorRegistry::Describe(IFactoryObjectCreator* creator) {
+  Entry entry;
+  entry.creator = creator;
+  entry.scope = RegistrationScope::GetCurrent();
+  try {
+    MarshalledPString name;
+    if (creator->GetObjectName(&name)) {
+      entry.makes_work_nodes = creator->CreatesWorkNodes();
+      entry.name.assign(name.GetText(), name.GetLength());
+      entry.findable = true;
+    }
+  } catch (...) {
+    entry.findable = false;
+  }
+  return entry;
+}
+
+void CreatorRegistry::Add(IFactoryObjectCreator* creator) {
+  Entry entry = Describe(creator);
+  const std::lock_guard lock(mutex_);
+  entries_.push_back(std::move(entry));
+}
+
+void CreatorRegistry::Remove(const IFactoryObjectCreator* creator) {
+  const std::lock_guard lock(mutex_);
+  std::erase_if(entries_, [creator](const Entry& entry) { return entry.creator == creator; });
+}
+
+IFactoryObjectCreator* CreatorRegistry::Find(std::string_view name, Kind kind) const {
+  const std::lock_guard lock(mutex_);
+  for (const Entry& entry : entries_) {
+    const bool kind_fits = kind == Kind::kAny || entry.makes_work_nodes == (kind == Kind::kWorkNode);
+    if (entry.findable && entry.scope == nullptr && kind_fits && entry.name == name) {
+      return entry.creator;
+    }
+  }
+  return nullptr;
+}
+
+std::vector<std::string> CreatorRegistry::GetNames() const {
+  std::vector<std::string> names;
+  const std::lock_guard lock(mutex_);
+  for (const Entry& entry : entries_) {
+    if (entry.findable && entry.scope == nullptr) {
+      names.push_back(entry.name);
+    }
+  }
+  return names;
+}
+
+void CreatorRegistry::EndScope(const RegistrationScope* scope, bool accepted) {
+  const std::lock_guard lock(mutex_);
+  for (Entry& entry : entries_) {
+    if (entry.scope == scope) {
+      entry.scope = accepted ? nullptr : static_cast<const void*>(&kRefused);
+    }
+  }
+}
+
+}  // namespace OrvWorkFlow

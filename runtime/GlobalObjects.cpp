@@ -1,0 +1,61 @@
+#include "runtime/GlobalObjects.h"
+
+#include <new>
+#include <utility>
+
+namespace OrvWorkFlow {
+
+GlobalObjects& GlobalObjects::Get() {
+  alignas(GlobalObjects) static unsigned char storage[sizeof(GlobalObjects)];
+  static GlobalObjects* const globals = new (storage) GlobalObjects;
+  return *globals;
+}
+
+IBaseWorkFlowObject* GlobalObjects::FindLocked(std::string_view name) const {
+  for (const Global& global : globals_) {
+    if (global.name == name) {
+      return global.object;
+    }
+  }
+  return nullptr;
+}
+
+IBaseWorkFlowObject* GlobalObjects::Find(std::string_view name) const {
+  const std::lock_guard lock(mutex_);
+  return FindLocked(name);
+}
+
+IBaseWorkFlowObject* GlobalObjects::Add(std::string_view name, IBaseWorkFlowObject* object, bool owned) {
+  const std::lock_guard lock(mutex_);
+  if (IBaseWorkFlowObject* const present = FindLocked(name)) {
+    return present;
+  }
+  globals_.push_back(Global{std::string(name), object, owned});
+  return object;
+}
+
+bool GlobalObjects::TakeLast(Global* global) {
+  const std::lock_guard lock(mutex_);
+  if (globals_.empty()) {
+    return false;
+  }
+  *global = std::move(globals_.back());
+  globals_.pop_back();
+  return true;
+}
+
+void GlobalObjects::ReleaseAll() {
+  Global global;
+  while (TakeLast(&global)) {
+    if (!global.owned) {
+      continue;
+    }
+    try {
+      global.object->Release();
+    } catch (...) {
+      // The others still have to go.
+    }
+  }
+}
+
+}  // namespace OrvWorkFlow

@@ -1,0 +1,39 @@
+// The process's global objects, in the order in which they were made.
+#pragma once
+
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "OrvWorkFlow/IBaseWorkFlowObject.h"
+
+namespace OrvWorkFlow {
+
+// Any thread. The lock is a leaf: no object is called while it is held.
+class GlobalObjects {
+ public:
+  // Never destroyed: what is left at the end of the process is not released behind the back of its library.
+  static GlobalObjects& Get();
+
+  IBaseWorkFlowObject* Find(std::string_view name) const;
+  // The object that has the name then: `object`, or the one that was there before.
+  IBaseWorkFlowObject* Add(std::string_view name, IBaseWorkFlowObject* object, bool owned);
+  // Forgets all, the last added first, and releases the owned ones.
+  void ReleaseAll();
+
+ private:
+  struct Global {
+    std::string name;
+    IBaseWorkFlowObject* object = nullptr;
+    bool owned = false;
+  };
+
+  IBaseWorkFlowObject* FindLocked(std::string_view name) const;
+  bool TakeLast(Global* global);
+
+  mutable std::mutex mutex_;
+  std::vector<Global> globals_;
+};
+
+}  // namespace OrvWorkFlow

@@ -1,0 +1,108 @@
+#include "OrvWorkFlow/OrvBase.h"
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <new>
+#include <thread>
+
+#include "runtime/RuntimeThread.h"
+
+namespace OrvWorkFlow::OrvBase {
+
+namespace {
+
+constinit std::mutex source_mutex;
+constinit PrimitiveSource current_source;
+constinit std::atomic<SleepFunction> sleep_function{nullptr};
+
+PrimitiveSource GetPrimitiveSource() {
+  const std::lock_guard lock(source_mutex);
+  return current_source;
+}
+
+// A lock that fails leaves nothing to go on with: the operations are noexcept.
+class RuntimeMutex final : public Mutex {
+ public:
+  void Lock() noexcept override { mutex_.lock(); }
+  void Unlock() noexcept override { mutex_.unlock(); }
+  bool TryLock() noexcept override { return mutex_.try_lock(); }
+  void Release() noexcept override { delete this; }
+
+ private:
+  std::recursive_mutex mutex_;
+};
+
+class RuntimeEvent final : public Event {
+ public:
+  void Reset() noexcept override {
+    const std::lock_guard lock(mutex_);
+    is_set_ = false;
+  }
+
+  void Set() noexcept override {
+    // Under the lock, so that a waiter may release the event as soon as it wakes.
+    const std::lock_guard lock(mutex_);
+    is_set_ = true;
+    changed_.notify_all();
+  }
+
+  bool Wait(unsigned milliseconds) noexcept override {
+    std::unique_lock lock(mutex_);
+    return changed_.wait_for(lock, std::chrono::milliseconds(milliseconds), [this] { return is_set_; });
+  }
+
+  void Release() noexcept override {
+    {
+      const std::lock_guard lock(mutex_);  // The setter that woke the releasing thread has left.
+    }
+    delete this;
+  }
+
+ private:
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  bool is_set_ = false;
+};
+
+// What `own` makes, or the host's maker when there is one; null for whatever goes wrong.
+template <class Primitive, class Own>
+Primitive* NewPrimitive(Primitive* (*PrimitiveSource::*maker)()) noexcept {
+  try {
+    const PrimitiveSource source = GetPrimitiveSource();
+    return source.*maker != nullptr ? (source.*maker)() : new Own;
+  } catch (...) {
+    return nullptr;
+  }
+}
+
+}  // namespace
+
+Thread* Thread::GetNewThread() { return NewPrimitive<Thread, RuntimeThread>(&PrimitiveSource::new_thread); }
+
+Mutex* Mutex::GetNewMutex() { return NewPrimitive<Mutex, RuntimeMutex>(&PrimitiveSource::new_mutex); }
+
+Event* Event::GetNewEvent() { return NewPrimitive<Event, RuntimeEvent>(&PrimitiveSource::new_event); }
+
+PrimitiveSource SetPrimitiveSource(PrimitiveSource source) noexcept {
+  const std::lock_guard lock(source_mutex);
+  const PrimitiveSource previous = current_source;
+  current_source = source;
+  return previous;
+}
+
+void SleepMilliseconds(unsigned milliseconds) {
+  const SleepFunction function = sleep_function.load(std::memory_order_acquire);
+  if (function != nullptr) {
+    function(milliseconds);
+  } else {
+    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+  }
+}
+
+SleepFunction SetSleepFunction(SleepFunction function) noexcept {
+  return sleep_function.exchange(function, std::memory_order_acq_rel);
+}
+
+}  // namespace OrvWorkFlow::OrvBase

@@ -1,0 +1,241 @@
+#include "runtime/PluginLoader.h"
+
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "OrvWorkFlow/Plugin.h"
+#include "runtime/CreatorRegistry.h"
+#include "runtime/SharedLibrary.h"
+
+namespace OrvWorkFlow::PluginLoader {
+
+namespace {
+
+constexpr std::string_view kPluginPrefix = "/workflow/bin/";
+
+// Never destroyed: static objects of any library may load others, and libraries are unloaded by the host alone.
+struct LoaderState {
+  std::mutex mutex;  // A leaf; not held while a library loads or unloads.
+  bool directories_set = false;
+  std::vector<std::string> directories;
+  std::vector<std::unique_ptr<SharedLibrary>> libraries;
+};
+
+LoaderState& GetState() {
+  alignas(LoaderState) static unsigned char storage[sizeof(LoaderState)];
+  static LoaderState* const state = new (storage) LoaderState;
+  return *state;
+}
+
+thread_local std::string last_error;
+
+bool Fail(std::string_view file, std::string_view reason) {
+  last_error.assign(file).append(": ").append(reason);
+  return false;
+}
+
+bool IsSeparator(char character) { return character == '/' || character == '\\'; }
+
+void AddDirectory(std::vector<std::string>* directories, std::string directory) {
+  if (!directory.empty()) {
+    directories->push_back(std::move(directory));
+  }
+}
+
+std::vector<std::string> GetOwnDirectories() {
+  std::vector<std::string> directories;
+  AddDirectory(&directories, GetProgramDirectory());
+  const std::string runtime_directory = GetRuntimeDirectory();
+  if (directories.empty() || directories.front() != runtime_directory) {
+    AddDirectory(&directories, runtime_directory);
+  }
+  return directories;
+}
+
+std::vector<std::string> GetPluginDirectories() {
+  LoaderState& state = GetState();
+  const std::lock_guard lock(state.mutex);
+  return state.directories_set ? state.directories : GetOwnDirectories();
+}
+
+bool HasSeparator(std::string_view path) { return path.find_first_of("/\\") != std::string_view::npos; }
+
+// `path` begins with `prefix`, with either separator.
+bool HasPrefix(std::string_view path, std::string_view prefix) {
+  if (path.size() < prefix.size()) {
+    return false;
+  }
+  for (std::size_t i = 0; i < prefix.size(); ++i) {
+    if (path[i] != prefix[i] && !(IsSeparator(path[i]) && IsSeparator(prefix[i]))) {
+      return false;
+    }
+  }
+  return true;
+}
+
+bool HasParentStep(std::string_view path) {
+  std::size_t begin = 0;
+  while (begin <= path.size()) {
+    std::size_t end = path.find_first_of("/\\", begin);
+    end = end == std::string_view::npos ? path.size() : end;
+    if (path.substr(begin, end - begin) == "..") {
+      return true;
+    }
+    begin = end + 1;
+  }
+  return false;
+}
+
+// The first file of the library called `path`, whose last component is the library's name; "" when there is none.
+std::string FindFile(const std::string& path) {
+  const std::size_t separator = path.find_last_of("/\\");
+  const std::size_t name_begin = separator == std::string::npos ? 0 : separator + 1;
+  const std::string directory = path.substr(0, name_begin);
+  for (const std::string& file_name : GetLibraryFileNames(path.substr(name_begin))) {
+    std::string file = MakeAbsolute(directory + file_name);
+    if (IsFile(file)) {
+      return file;
+    }
+  }
+  return {};
+}
+
+std::string FindInPluginDirectories(const std::string& name) {
+  for (const std::string& directory : GetPluginDirectories()) {
+    std::string file = FindFile(directory + "/" + name);
+    if (!file.empty()) {
+      return file;
+    }
+  }
+  return {};
+}
+
+std::string DescribeSearch() {
+  std::string text = "no such library in the plug-in directories (";
+  const char* between = "";
+  for (const std::string& directory : GetPluginDirectories()) {
+    text.append(between).append(directory);
+    between = ", ";
+  }
+  return text.append(")");
+}
+
+// Looks for the file; on failure says why.
+bool Resolve(const std::string& path, std::string* file) {
+  const bool below_prefix = HasPrefix(path, kPluginPrefix);
+  const std::string name = below_prefix ? path.substr(kPluginPrefix.size()) : path;
+  if (name.empty() || IsSeparator(name.back())) {
+    return Fail(path.empty() ? "(empty name)" : path, "names no library");
+  }
+  if (!below_prefix && HasSeparator(path)) {
+    *file = FindFile(path);
+    return !file->empty() || Fail(path, "no such file");
+  }
+  if (HasParentStep(name)) {
+    return Fail(path, "may not leave the plug-in directory");
+  }
+  *file = FindInPluginDirectories(name);
+  return !file->empty() || Fail(path, DescribeSearch());
+}
+
+bool CheckVersion(const std::string& file, const SharedLibrary& library) {
+  void* const symbol = library.FindFunction(kPluginVersionSymbol);
+  if (symbol == nullptr) {
+    return Fail(file, std::string("is no plug-in: it has no ") + kPluginVersionSymbol);
+  }
+  const unsigned version = reinterpret_cast<PluginVersionFunction>(symbol)();
+  if (version != kPluginContractVersion) {
+    return Fail(file, "was built for version " + std::to_string(version) +
+                          " of the plug-in contract, this host needs " + std::to_string(kPluginContractVersion));
+  }
+  return true;
+}
+
+// Keeps the library, or lets this use of it go when it is kept already.
+void Keep(std::unique_ptr<SharedLibrary> library) {
+  LoaderState& state = GetState();
+  const std::lock_guard lock(state.mutex);
+  for (const std::unique_ptr<SharedLibrary>& kept : state.libraries) {
+    if (kept->GetIdentity() == library->GetIdentity()) {
+      return;  // The parameter goes after the lock; the library stays loaded.
+    }
+  }
+  state.libraries.push_back(std::move(library));
+}
+
+bool LoadFile(const std::string& file) {
+  std::string reason;
+  RegistrationScope scope;
+  std::unique_ptr<SharedLibrary> library = SharedLibrary::Open(file, &reason);
+  if (library == nullptr) {
+    return Fail(file, reason);
+  }
+  if (!CheckVersion(file, *library)) {
+    return false;
+  }
+  Keep(std::move(library));
+  scope.Accept();
+  return true;
+}
+
+std::unique_ptr<SharedLibrary> TakeLastLibrary() {
+  LoaderState& state = GetState();
+  const std::lock_guard lock(state.mutex);
+  if (state.libraries.empty()) {
+    return nullptr;
+  }
+  std::unique_ptr<SharedLibrary> library = std::move(state.libraries.back());
+  state.libraries.pop_back();
+  return library;
+}
+
+}  // namespace
+
+void SetPluginDirectories(const char* const* directories, std::size_t count) {
+  std::vector<std::string> list;
+  for (std::size_t i = 0; directories != nullptr && i < count; ++i) {
+    AddDirectory(&list, directories[i] != nullptr ? directories[i] : "");
+  }
+  LoaderState& state = GetState();
+  const std::lock_guard lock(state.mutex);
+  state.directories_set = !list.empty();
+  state.directories = std::move(list);
+}
+
+void AddPluginDirectory(const char* directory) {
+  LoaderState& state = GetState();
+  const std::lock_guard lock(state.mutex);
+  if (!state.directories_set) {
+    state.directories = GetOwnDirectories();
+    state.directories_set = true;
+  }
+  AddDirectory(&state.directories, directory != nullptr ? directory : "");
+}
+
+bool Load(const char* path) noexcept {
+  try {
+    std::string file;
+    if (!Resolve(path != nullptr ? path : "", &file) || !LoadFile(file)) {
+      return false;
+    }
+    last_error.clear();  // Also of what the library itself may have tried to load.
+    return true;
+  } catch (...) {
+    last_error.assign("out of memory");  // Short enough to need none.
+    return false;
+  }
+}
+
+void UnloadAll() noexcept {
+  while (std::unique_ptr<SharedLibrary> library = TakeLastLibrary()) {
+    library.reset();
+  }
+}
+
+const char* GetLastError() noexcept { return last_error.c_str(); }
+
+}  // namespace OrvWorkFlow::PluginLoader

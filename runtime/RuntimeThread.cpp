@@ -1,0 +1,133 @@
+#include "runtime/RuntimeThread.h"
+
+#include <string>
+#include <utility>
+
+namespace OrvWorkFlow::OrvBase {
+
+void RuntimeThread::SetArgument(void* argument) {
+  const std::lock_guard lock(mutex_);
+  if (!running_) {
+    argument_ = argument;
+  }
+}
+
+bool RuntimeThread::SetProcedure(Procedure procedure) {
+  const std::lock_guard lock(mutex_);
+  if (procedure == nullptr || running_) {
+    return false;
+  }
+  procedure_ = procedure;
+  return true;
+}
+
+bool RuntimeThread::Start() {
+  const std::lock_guard start_lock(start_mutex_);
+  {
+    const std::lock_guard lock(mutex_);
+    if (procedure_ == nullptr || running_) {
+      return false;
+    }
+    running_ = true;
+  }
+  // The procedure before has returned: its system thread is at its very end.
+  if (system_thread_.joinable()) {
+    system_thread_.join();
+  }
+  if (StartSystemThread()) {
+    return true;
+  }
+  const std::lock_guard lock(mutex_);
+  running_ = false;
+  return false;
+}
+
+bool RuntimeThread::StartSystemThread() {
+  Procedure procedure = nullptr;
+  void* argument = nullptr;
+  {
+    const std::lock_guard lock(mutex_);
+    procedure = procedure_;
+    argument = argument_;
+  }
+  shares_.fetch_add(1, std::memory_order_relaxed);
+  try {
+    system_thread_ = std::thread([this, procedure, argument] { Run(procedure, argument); });
+    return true;
+  } catch (...) {
+    shares_.fetch_sub(1, std::memory_order_relaxed);  // The caller holds the other share.
+    return false;
+  }
+}
+
+void RuntimeThread::Run(Procedure procedure, void* argument) noexcept {
+  try {
+    procedure(argument);
+  } catch (...) {
+    // Nobody is left to hear of it, and a thread's entry must not be left by an exception.
+  }
+  {
+    const std::lock_guard lock(mutex_);
+    running_ = false;
+  }
+  DropShare();
+}
+
+void RuntimeThread::PostNamedEvent(const char* name) {
+  if (name == nullptr) {
+    return;
+  }
+  const std::lock_guard lock(mutex_);
+  events_.Post(name);
+  posted_.notify_all();
+}
+
+bool RuntimeThread::WaitForEvent(IOrvPString* name) {
+  std::string taken;
+  {
+    std::unique_lock lock(mutex_);
+    posted_.wait(lock, [this] { return events_.HasPending(); });
+    taken = events_.TakeFirst();
+  }
+  return name == nullptr || name->Assign(taken.data(), taken.size());
+}
+
+bool RuntimeThread::IsRunning() const {
+  const std::lock_guard lock(mutex_);
+  return running_;
+}
+
+unsigned long RuntimeThread::GetPostCount(const char* name) const {
+  if (name == nullptr) {
+    return 0;
+  }
+  const std::lock_guard lock(mutex_);
+  return events_.GetPostCount(name);
+}
+
+void RuntimeThread::Release() {
+  std::thread system_thread;
+  bool running = false;
+  {
+    const std::lock_guard start_lock(start_mutex_);
+    system_thread = std::move(system_thread_);
+    const std::lock_guard lock(mutex_);
+    running = running_;
+  }
+  if (system_thread.joinable()) {
+    if (running || system_thread.get_id() == std::this_thread::get_id()) {
+      system_thread.detach();
+    } else {
+      system_thread.join();
+    }
+  }
+  DropShare();
+}
+
+void RuntimeThread::DropShare() noexcept {
+  if (shares_.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+    delete this;
+  }
+}
+
+}  // namespace OrvWorkFlow::OrvBase
