@@ -1,0 +1,21 @@
+// Takes the files that failed out of the work: the current file becomes "failed" in the job, with a problem in any
+// case.
+//
+//   in   "record"
+//   out  "recorded"
+#pragma once
+
+#include "nodes/BackupNode.h"
+
+namespace OrvWorkFlow::Nodes {
+
+class FailureCollector final : public BackupNode {
+ public:
+  static constexpr char kTypeName[] = "FailureCollector";
+  FailureCollector() : BackupNode(kTypeName) {}
+
+ private:
+  bool OnSignal(std::string_view signal) override;
+};
+
+}  // namespace OrvWorkFlow::Nodes

@@ -1,0 +1,24 @@
+// Lists the files of a job's source folder, sub-folders included, in the order of their names.
+//
+//   in   "collect"
+//   out  "collected"  the job's files are known, none of them copied yet
+//
+// A folder that is not there or cannot be listed is told to the user, and nothing is fired: without files there is no
+// job.
+#pragma once
+
+#include "nodes/BackupNode.h"
+
+namespace OrvWorkFlow::Nodes {
+
+class FolderCollector final : public BackupNode {
+ public:
+  static constexpr char kTypeName[] = "FolderCollector";
+  FolderCollector() : BackupNode(kTypeName) {}
+
+ private:
+  bool OnSignal(std::string_view signal) override;
+  void Collect();
+};
+
+}  // namespace OrvWorkFlow::Nodes
