@@ -1,9 +1,9 @@
 #include "runtime/CreatorRegistry.h"
 
 #include <algorithm>
-#include <new>
 
 #include "runtime/MarshalledTypes.h"
+#include "runtime/NeverDestroyed.h"
 
 namespace OrvWorkFlow {
 
@@ -27,11 +27,7 @@ void RegistrationScope::Accept() { CreatorRegistry::Get().EndScope(this, true); 
 
 const RegistrationScope* RegistrationScope::GetCurrent() noexcept { return current_scope; }
 
-CreatorRegistry& CreatorRegistry::Get() {
-  alignas(CreatorRegistry) static unsigned char storage[sizeof(CreatorRegistry)];
-  static CreatorRegistry* const registry = new (storage) CreatorRegistry;
-  return *registry;
-}
+CreatorRegistry& CreatorRegistry::Get() { return NeverDestroyed<CreatorRegistry>(); }
 
 CreatorRegistry::Entry CreatorRegistry::Describe(IFactoryObjectCreator* creator) {
   Entry entry;

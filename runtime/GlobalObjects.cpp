@@ -1,15 +1,12 @@
 #include "runtime/GlobalObjects.h"
 
-#include <new>
 #include <utility>
+
+#include "runtime/NeverDestroyed.h"
 
 namespace OrvWorkFlow {
 
-GlobalObjects& GlobalObjects::Get() {
-  alignas(GlobalObjects) static unsigned char storage[sizeof(GlobalObjects)];
-  static GlobalObjects* const globals = new (storage) GlobalObjects;
-  return *globals;
-}
+GlobalObjects& GlobalObjects::Get() { return NeverDestroyed<GlobalObjects>(); }
 
 IBaseWorkFlowObject* GlobalObjects::FindLocked(std::string_view name) const {
   for (const Global& global : globals_) {

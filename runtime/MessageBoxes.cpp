@@ -1,16 +1,19 @@
 #include "OrvWorkFlow/MessageBoxes.h"
 
 #include <mutex>
+#include <utility>
 
 #include "runtime/DefaultMessageBox.h"
+#include "runtime/NeverDestroyed.h"
 
 namespace OrvWorkFlow {
 
 namespace {
 
-// Constant-initialised and trivially destroyed: boxes may be shown by static objects of any library.
-constinit std::mutex route_mutex;
-constinit MessageBoxRoute current_route;
+struct RouteState {
+  std::mutex mutex;
+  MessageBoxRoute route;
+};
 
 }  // namespace
 
@@ -20,8 +23,9 @@ void ShowMessageBox(const char* text, const char* caption) noexcept {
   try {
     MessageBoxRoute route;
     {
-      const std::lock_guard lock(route_mutex);
-      route = current_route;
+      RouteState& state = NeverDestroyed<RouteState>();
+      const std::lock_guard lock(state.mutex);
+      route = state.route;
     }
     if (route.handler != nullptr) {
       route.handler(shown_text, shown_caption, route.context);
@@ -34,10 +38,9 @@ void ShowMessageBox(const char* text, const char* caption) noexcept {
 }
 
 MessageBoxRoute SetMessageBoxRoute(MessageBoxRoute route) noexcept {
-  const std::lock_guard lock(route_mutex);
-  const MessageBoxRoute previous = current_route;
-  current_route = route;
-  return previous;
+  RouteState& state = NeverDestroyed<RouteState>();
+  const std::lock_guard lock(state.mutex);
+  return std::exchange(state.route, route);
 }
 
 }  // namespace OrvWorkFlow

@@ -6,20 +6,26 @@
 #include <mutex>
 #include <new>
 #include <thread>
+#include <utility>
 
+#include "runtime/NeverDestroyed.h"
 #include "runtime/RuntimeThread.h"
 
 namespace OrvWorkFlow::OrvBase {
 
 namespace {
 
-constinit std::mutex source_mutex;
-constinit PrimitiveSource current_source;
+struct SourceState {
+  std::mutex mutex;
+  PrimitiveSource source;
+};
+
 constinit std::atomic<SleepFunction> sleep_function{nullptr};
 
 PrimitiveSource GetPrimitiveSource() {
-  const std::lock_guard lock(source_mutex);
-  return current_source;
+  SourceState& state = NeverDestroyed<SourceState>();
+  const std::lock_guard lock(state.mutex);
+  return state.source;
 }
 
 // A lock that fails leaves nothing to go on with: the operations are noexcept.
@@ -86,10 +92,9 @@ Mutex* Mutex::GetNewMutex() { return NewPrimitive<Mutex, RuntimeMutex>(&Primitiv
 Event* Event::GetNewEvent() { return NewPrimitive<Event, RuntimeEvent>(&PrimitiveSource::new_event); }
 
 PrimitiveSource SetPrimitiveSource(PrimitiveSource source) noexcept {
-  const std::lock_guard lock(source_mutex);
-  const PrimitiveSource previous = current_source;
-  current_source = source;
-  return previous;
+  SourceState& state = NeverDestroyed<SourceState>();
+  const std::lock_guard lock(state.mutex);
+  return std::exchange(state.source, source);
 }
 
 void SleepMilliseconds(unsigned milliseconds) {

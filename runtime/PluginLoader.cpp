@@ -9,6 +9,7 @@
 
 #include "OrvWorkFlow/Plugin.h"
 #include "runtime/CreatorRegistry.h"
+#include "runtime/NeverDestroyed.h"
 #include "runtime/SharedLibrary.h"
 
 namespace OrvWorkFlow::PluginLoader {
@@ -25,11 +26,7 @@ struct LoaderState {
   std::vector<std::unique_ptr<SharedLibrary>> libraries;
 };
 
-LoaderState& GetState() {
-  alignas(LoaderState) static unsigned char storage[sizeof(LoaderState)];
-  static LoaderState* const state = new (storage) LoaderState;
-  return *state;
-}
+LoaderState& GetState() { return NeverDestroyed<LoaderState>(); }
 
 thread_local std::string last_error;
 

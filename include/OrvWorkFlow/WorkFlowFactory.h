@@ -30,6 +30,7 @@ class ORV_RUNTIME_API WorkFlowFactory {
   WorkFlowFactory& operator=(const WorkFlowFactory&) = delete;
 
   // A new object of the type, owned by the caller; null when no creator has that name. Never a work node.
+  // What the creator throws passes through, here and in CreateNewGlobalObject.
   static IBaseWorkFlowObject* CreateNewObject(const char* name);
 
   // The global object of that name; made, kept and owned by the factory when there is none yet. Null when no creator has
