@@ -1,0 +1,218 @@
+#include "runtime/HostApp.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <thread>
+#include <utility>
+
+namespace OrvWorkFlow {
+
+using Clock = std::chrono::steady_clock;
+
+// Either a delivery or a task.
+struct HostApp::Call {
+  IHostAppGuiThreadCallback* callback = nullptr;
+  InputSignalMessage* message = nullptr;
+  Task task = nullptr;
+  void* context = nullptr;
+};
+
+struct HostApp::State {
+  mutable std::mutex mutex;  // Guards what follows; a leaf, not held while a call runs.
+  std::condition_variable changed;
+  std::deque<Call> queue;
+  Counts counts;
+  Poll poll;
+  Clock::time_point next_poll = Clock::now();
+  bool closed = false;
+  bool quitting = false;
+  unsigned loops = 0;  // that run now, nested ones included
+  std::thread::id gui_thread;
+};
+
+namespace {
+
+// Counts a loop in and out: the outermost one forgets the Quit that ended it.
+template <class State>
+class LoopScope {
+ public:
+  explicit LoopScope(State* state) : state_(*state) {
+    const std::lock_guard lock(state_.mutex);
+    ++state_.loops;
+    outer_thread_ = std::exchange(state_.gui_thread, std::this_thread::get_id());
+  }
+  ~LoopScope() {
+    const std::lock_guard lock(state_.mutex);
+    state_.gui_thread = outer_thread_;
+    if (--state_.loops == 0) {
+      state_.quitting = false;
+    }
+  }
+  LoopScope(const LoopScope&) = delete;
+  LoopScope& operator=(const LoopScope&) = delete;
+
+  bool IsQuitting() const {
+    const std::lock_guard lock(state_.mutex);
+    return state_.quitting;
+  }
+
+ private:
+  State& state_;
+  std::thread::id outer_thread_;
+};
+
+}  // namespace
+
+HostApp::HostApp(std::unique_ptr<State> state) : SharedObject("HostApp", "IHostApp"), state_(std::move(state)) {}
+
+HostApp::~HostApp() {
+  Close();
+  Call call;
+  while (TakeNext(&call)) {
+    Perform(call);
+  }
+}
+
+HostApp* HostApp::New() noexcept {
+  try {
+    return new HostApp(std::make_unique<State>());
+  } catch (...) {
+    return nullptr;
+  }
+}
+
+bool HostApp::RunOnGuiThread(IHostAppGuiThreadCallback* callback, InputSignalMessage* message) {
+  const bool complete = callback != nullptr && message != nullptr;
+  return Queue(complete ? Call{callback, message, nullptr, nullptr} : Call{});
+}
+
+bool HostApp::PostToGuiThread(Task task, void* context) noexcept {
+  return Queue(Call{nullptr, nullptr, task, context});
+}
+
+bool HostApp::Queue(const Call& call) noexcept {
+  const std::lock_guard lock(state_->mutex);
+  if (!state_->closed && (call.callback != nullptr || call.task != nullptr)) {
+    try {
+      state_->queue.push_back(call);
+      ++state_->counts.accepted;
+      state_->changed.notify_all();
+      return true;
+    } catch (...) {
+      // Without memory the call is refused.
+    }
+  }
+  ++state_->counts.refused;
+  return false;
+}
+
+bool HostApp::TakeNext(Call* call) {
+  const std::lock_guard lock(state_->mutex);
+  if (state_->queue.empty()) {
+    return false;
+  }
+  *call = state_->queue.front();
+  state_->queue.pop_front();
+  ++state_->counts.delivered;
+  return true;
+}
+
+void HostApp::Perform(const Call& call) {
+  try {
+    if (call.callback != nullptr) {
+      call.callback->DeliverInputSignal(call.message);
+    } else {
+      call.task(call.context);
+    }
+  } catch (...) {
+    const std::lock_guard lock(state_->mutex);
+    ++state_->counts.threw;
+  }
+}
+
+void HostApp::SetPoll(Poll poll) noexcept {
+  const std::lock_guard lock(state_->mutex);
+  state_->poll = poll;
+  state_->next_poll = Clock::now();
+}
+
+void HostApp::PollWhenDue() {
+  Poll poll;
+  {
+    const std::lock_guard lock(state_->mutex);
+    const Clock::time_point now = Clock::now();
+    if (now < state_->next_poll) {
+      return;
+    }
+    poll = state_->poll;
+    state_->next_poll = now + std::chrono::milliseconds(poll.milliseconds);
+  }
+  if (poll.function != nullptr) {
+    Perform(Call{nullptr, nullptr, poll.function, poll.context});
+  }
+}
+
+// Waits until something is queued, somebody quits, or it is time to poll. False when there is no call to take.
+bool HostApp::WaitForCall() {
+  State& state = *state_;
+  std::unique_lock lock(state.mutex);
+  const auto something_to_do = [&state] { return !state.queue.empty() || state.quitting; };
+  state.changed.wait_until(lock, state.next_poll, something_to_do);
+  return !state.queue.empty() && !state.quitting;
+}
+
+void HostApp::RunGuiThread() { RunGuiThreadUntil(nullptr, nullptr); }
+
+bool HostApp::RunGuiThreadUntil(Condition condition, void* context) {
+  const LoopScope loop(state_.get());
+  for (;;) {
+    if (loop.IsQuitting()) {
+      return false;
+    }
+    if (condition != nullptr && condition(context)) {
+      return true;
+    }
+    PollWhenDue();
+    Call call;
+    if (WaitForCall() && TakeNext(&call)) {
+      Perform(call);
+    }
+  }
+}
+
+std::uint64_t HostApp::DeliverQueued() {
+  std::uint64_t calls = 0;
+  Call call;
+  while (TakeNext(&call)) {
+    Perform(call);
+    ++calls;
+  }
+  return calls;
+}
+
+void HostApp::Quit() noexcept {
+  const std::lock_guard lock(state_->mutex);
+  state_->quitting = true;
+  state_->changed.notify_all();
+}
+
+void HostApp::Close() noexcept {
+  const std::lock_guard lock(state_->mutex);
+  state_->closed = true;
+}
+
+bool HostApp::IsGuiThread() const noexcept {
+  const std::lock_guard lock(state_->mutex);
+  return state_->gui_thread == std::this_thread::get_id();
+}
+
+HostApp::Counts HostApp::GetCounts() const noexcept {
+  const std::lock_guard lock(state_->mutex);
+  Counts counts = state_->counts;
+  counts.queued = state_->queue.size();
+  return counts;
+}
+
+}  // namespace OrvWorkFlow

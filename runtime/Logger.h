@@ -1,0 +1,54 @@
+// The host's logger: the utility object "Logger" that writes to a stream or a file.
+//
+// A line a call, in UTC, ended by one "\n" on every platform:
+//
+//   2026-11-21T03:45:31.123Z /workflow/signalpump There are 2 left in the signal queue
+//
+// A text is never cut. Line breaks in it are written as \n and \r, so that a line stays a line. A line without a
+// category, logged before a default category was set, has "-" in its place.
+#pragma once
+
+#include <cstdio>
+#include <memory>
+
+#include "OrvWorkFlow/ILogger.h"
+#include "runtime/SharedObject.h"
+
+namespace OrvWorkFlow {
+
+// Any thread; the lines of one thread keep their order, the times never go back unless the system's clock does.
+class ORV_RUNTIME_API Logger final : public SharedObject<Logger, ILogger> {
+ public:
+  enum class Writing {
+    kBuffered,  // when a buffer of 64 KiB is full, at Flush, and at the end
+    kEachLine,
+  };
+
+  // Writes to `stream`, which stays open and the caller's. Null when `stream` is null or there is no memory.
+  static Logger* NewForStream(std::FILE* stream, Writing writing) noexcept;
+
+  // Makes the file, or empties it. Null with `errno` set when it cannot be written.
+  static Logger* NewForFile(const char* path, Writing writing) noexcept;
+
+  // Writes only lines whose category begins with `prefix`, a slash in front of either not counted; null or "" writes
+  // all.
+  void SetCategoryFilter(const char* prefix);
+
+  // Hands everything to the system. False when a line was lost since the logger was made: disk full, say.
+  bool Flush() noexcept;
+
+  void SetDefaultCategory(const char* category) override;
+  void Log(const char* category, const char* format, ...) override ORV_PRINTF_LIKE(3, 4);
+
+ private:
+  friend class ObjectProtocol<Logger, ILogger>;
+  friend class SharedObject<Logger, ILogger>;
+  struct State;
+
+  explicit Logger(std::unique_ptr<State> state);
+  ~Logger();
+
+  std::unique_ptr<State> state_;
+};
+
+}  // namespace OrvWorkFlow
