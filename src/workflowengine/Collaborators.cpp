@@ -1,0 +1,46 @@
+#include "workflowengine/Collaborators.h"
+
+namespace OrvWorkFlow {
+
+bool Collaborators::SetStore(IUtilityStore* store) noexcept {
+  IUtilityStore* none = nullptr;
+  return store_.compare_exchange_strong(none, store);
+}
+
+IDictionary* Collaborators::Dictionary() noexcept {
+  return FindGlobalObject<IDictionary>(ObjectNames::kDictionary, InterfaceNames::kDictionary).get();
+}
+
+ISignalMediator* Collaborators::Mediator() {
+  ISignalMediator* mediator = mediator_.Get(store_.load());
+  if (mediator != nullptr && key_is_new_.load(std::memory_order_relaxed) && key_is_new_.exchange(false)) {
+    mediator->SetEncryptionKey(Key().c_str());
+  }
+  return mediator;
+}
+
+IFileSystemA* Collaborators::FileSystem() noexcept { return file_system_.Get(store_.load()); }
+
+IHostApp* Collaborators::HostApp() noexcept { return host_app_.Get(store_.load()); }
+
+void Collaborators::SetKey(const char* key) {
+  {
+    const std::scoped_lock lock(key_mutex_);
+    key_ = key != nullptr ? key : "";
+    key_is_new_ = true;
+  }
+  Mediator();
+}
+
+std::string Collaborators::Key() const {
+  const std::scoped_lock lock(key_mutex_);
+  return key_;
+}
+
+void Collaborators::FindLogger() noexcept {
+  if (tracer_) return;
+  ILogger* logger = logger_.Get(store_.load());
+  if (logger != nullptr && !logger_announced_.exchange(true)) tracer_.SetLogger(logger);
+}
+
+}  // namespace OrvWorkFlow

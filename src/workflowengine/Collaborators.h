@@ -1,0 +1,63 @@
+// The other objects that the engine works with, found by name when they are needed.
+#pragma once
+
+#include <atomic>
+#include <mutex>
+#include <string>
+
+#include "CoreObjects/CoreObjects.h"
+#include "CoreObjects/Tracer.h"
+#include "OrvWorkFlow/IDictionary.h"
+#include "OrvWorkFlow/IFileSystem.h"
+#include "OrvWorkFlow/IHostApp.h"
+#include "OrvWorkFlow/ISignalMediator.h"
+#include "OrvWorkFlow/IUtilityStore.h"
+#include "workflowengine/OnceFound.h"
+
+namespace OrvWorkFlow {
+
+// Any thread. Looking up runs foreign code, so no leaf lock may be held then.
+class Collaborators {
+ public:
+  // False when a store was set before.
+  bool SetStore(IUtilityStore* store) noexcept;
+
+  // The global dictionary, asked for at every need; null when there is none.
+  static IDictionary* Dictionary() noexcept;
+
+  // Null when there is none. The mediator is given the key that it has not heard of yet.
+  ISignalMediator* Mediator();
+  IFileSystemA* FileSystem() noexcept;
+  IHostApp* HostApp() noexcept;
+
+  // Keeps the key and hands it to the mediator, now or as soon as there is one.
+  void SetKey(const char* key);
+  std::string Key() const;
+
+  // Looks for the logger while there is none. The store's is preferred to the global one.
+  void FindLogger() noexcept;
+
+  template <class... Values>
+  void Log(const char* category, const char* format, Values... values) const noexcept {
+    if (!detached_.load(std::memory_order_relaxed)) tracer_.Log(category, format, values...);
+  }
+  // No line is logged from now on: the engine is gone, and the logger may go.
+  void Detach() noexcept { detached_.store(true); }
+
+ private:
+  std::atomic<IUtilityStore*> store_ = nullptr;
+  OnceFound<ILogger> logger_{FindOrder::StoreFirst, ObjectNames::kLogger, InterfaceNames::kLogger};
+  std::atomic<bool> logger_announced_ = false;
+  Tracer tracer_;
+  std::atomic<bool> detached_ = false;
+  OnceFound<ISignalMediator> mediator_{FindOrder::GlobalFirst, ObjectNames::kSignalMediator,
+                                       InterfaceNames::kSignalMediator};
+  OnceFound<IFileSystemA> file_system_{FindOrder::GlobalFirst, ObjectNames::kFileSystem, InterfaceNames::kFileSystemA};
+  OnceFound<IHostApp> host_app_{FindOrder::GlobalFirst, ObjectNames::kHostApp, InterfaceNames::kHostApp};
+
+  mutable std::mutex key_mutex_;
+  std::string key_;
+  std::atomic<bool> key_is_new_ = false;
+};
+
+}  // namespace OrvWorkFlow

@@ -1,0 +1,130 @@
+#include "workflowengine/EngineCore.h"
+
+#include <chrono>
+#include <thread>
+#include <utility>
+
+#include "CoreObjects/MediatorLockDepth.h"
+#include "workflowengine/Messages.h"
+
+namespace OrvWorkFlow {
+namespace {
+
+constexpr unsigned kStopMilliseconds = 5000;
+
+// Between the pump's last word, the stopped event, and the end of its procedure.
+constexpr std::chrono::seconds kReturnTime(1);
+
+}  // namespace
+
+EngineCore::EngineCore()
+    : thread_(OrvBase::Thread::GetNewThread()),
+      mutex_(OrvBase::Mutex::GetNewMutex()),
+      stopped_(OrvBase::Event::GetNewEvent()) {}
+
+bool EngineCore::OutputSignal(const SignalName& sender) {
+  EngineLock lock = MediatorLockDepth() > 0 ? EngineLock::Try(mutex_.get()) : Lock();
+  if (!lock) {
+    PutInInbox(sender);
+    Post(kSignalReceivedEvent);
+    return true;
+  }
+  Log(EngineCategories::kSignal, EngineLines::kLocked);
+  MapInbox(lock);
+  if (!MapAndQueue(lock, sender)) return false;
+  lock.Unlock();
+  Log(EngineCategories::kSignal, EngineLines::kUnlocked);
+  return true;
+}
+
+bool EngineCore::MapAndQueue(const EngineLock& lock, const SignalName& sender) {
+  IDictionary* dictionary = Collaborators::Dictionary();
+  if (dictionary == nullptr) return false;
+  const MappedSignal& mapped = mappings_.Find(*dictionary, sender);
+  const bool failed = mapped.outcome == MappedSignal::Outcome::Failed;
+  if (mapped.receivers.empty() && !failed) {
+    Log(EngineCategories::kIgnoredSignals, EngineLines::kIgnored, sender.type.data(), sender.instance.data(),
+        sender.signal.data());
+    return mapped.outcome == MappedSignal::Outcome::Mapped;
+  }
+  for (const QueueEntry& receiver : mapped.receivers) {
+    Log(EngineCategories::kSignal, EngineLines::kAdded);
+    Append(lock, receiver);
+    Post(kSignalReceivedEvent);
+  }
+  return !failed;
+}
+
+void EngineCore::Append(const EngineLock& /*lock*/, QueueEntry entry) {
+  queue_.Append(std::move(entry));
+  load_.fetch_add(kOneWaiting);
+}
+
+QueueEntry EngineCore::TakeFront(const EngineLock& /*lock*/) noexcept {
+  load_.fetch_sub(kOneWaiting);
+  return queue_.TakeFront();
+}
+
+void EngineCore::ReplaceQueue(const EngineLock& /*lock*/, SignalQueue queue) noexcept {
+  const auto before = static_cast<std::uint32_t>(queue_.Size());
+  queue_ = std::move(queue);
+  load_.fetch_add((static_cast<std::uint32_t>(queue_.Size()) - before) * kOneWaiting);
+}
+
+void EngineCore::PutInInbox(const SignalName& sender) {
+  Unmapped signal{std::string(sender.type), std::string(sender.instance), std::string(sender.signal)};
+  const std::scoped_lock lock(inbox_mutex_);
+  inbox_.push_back(std::move(signal));
+  inbox_size_ = inbox_.size();
+  load_.fetch_add(kOneWaiting);
+}
+
+bool EngineCore::TakeFromInbox(Unmapped& signal) {
+  if (inbox_size_.load() == 0) return false;
+  const std::scoped_lock lock(inbox_mutex_);
+  if (inbox_.empty()) return false;
+  signal = std::move(inbox_.front());
+  inbox_.pop_front();
+  inbox_size_ = inbox_.size();
+  return true;
+}
+
+void EngineCore::MapInbox(const EngineLock& lock) {
+  Unmapped signal;
+  while (TakeFromInbox(signal)) {
+    try {
+      MapAndQueue(lock, {signal.type, signal.instance, signal.signal});
+    } catch (...) {  // The sender was answered long ago; the others still have to be mapped.
+    }
+    load_.fetch_sub(kOneWaiting);
+  }
+}
+
+void EngineCore::Stop() {
+  if (stopped_ != nullptr) stopped_->Reset();
+  stop_ = true;
+  Post(kEngineStoppedEvent);
+  WaitForStop();
+}
+
+void EngineCore::Finish() {
+  if (Running()) {
+    // The event of a stop that timed out is still to come: it must not be reset now.
+    StopRequested() ? WaitForStop() : Stop();
+  }
+  if (!Running()) WaitUntilReturned();
+  others_.Detach();
+}
+
+void EngineCore::WaitForStop() {
+  if (stopped_ != nullptr && stopped_->Wait(kStopMilliseconds)) WaitUntilReturned();
+}
+
+void EngineCore::WaitUntilReturned() const {
+  const auto end = std::chrono::steady_clock::now() + kReturnTime;
+  while (thread_ != nullptr && thread_->IsRunning() && std::chrono::steady_clock::now() < end) {
+    std::this_thread::yield();
+  }
+}
+
+}  // namespace OrvWorkFlow

@@ -1,0 +1,159 @@
+// What the engine and its pump thread share.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "OrvWorkFlow/OrvBase.h"
+#include "workflowengine/Collaborators.h"
+#include "workflowengine/EngineLock.h"
+#include "workflowengine/SignalMappings.h"
+#include "workflowengine/SignalQueue.h"
+
+namespace OrvWorkFlow {
+
+// Named events that wake the pump.
+inline constexpr char kSignalReceivedEvent[] = "SignalReceived";
+inline constexpr char kEngineStoppedEvent[] = "EngineStopped";
+
+struct ReleasePrimitive {
+  template <class Primitive>
+  void operator()(Primitive* primitive) const noexcept {
+    primitive->Release();
+  }
+};
+
+// Owned by the engine and, while it runs, by the pump thread too: an engine may go away while the pump sits in a node.
+//
+// Locks, in the order in which they are taken: the engine mutex, which guards queue and mappings and is held while
+// nodes run; then leaf mutexes, under which nothing foreign is called.
+class EngineCore {
+ public:
+  EngineCore();
+  EngineCore(const EngineCore&) = delete;
+  EngineCore& operator=(const EngineCore&) = delete;
+
+  Collaborators& Others() noexcept { return others_; }
+  template <class... Values>
+  void Log(const char* category, const char* format, Values... values) const noexcept {
+    others_.Log(category, format, values...);
+  }
+
+  // --- The road of an output signal. Any thread. ---
+
+  // Maps the signal and queues an entry a receiver, under the engine mutex. While another thread has that mutex, a
+  // thread that holds the mediator's lock (which the pump may be waiting for) only leaves the three names in the inbox;
+  // whoever takes the engine mutex next maps them.
+  bool OutputSignal(const SignalName& sender);
+
+  // Waits for the engine mutex.
+  EngineLock Lock() const { return EngineLock(mutex_.get()); }
+
+  // Maps what is in the inbox, in its order. To be done first by whoever has taken the engine mutex to look at the
+  // queue.
+  void MapInbox(const EngineLock& lock);
+
+  void Append(const EngineLock& lock, QueueEntry entry);
+  QueueEntry TakeFront(const EngineLock& lock) noexcept;
+  const SignalQueue& Queue(const EngineLock& /*lock*/) const noexcept { return queue_; }
+  void ReplaceQueue(const EngineLock& lock, SignalQueue queue) noexcept;
+  void ForgetMappings(const EngineLock& /*lock*/) noexcept { mappings_.Forget(); }
+
+  // Wakes the pump.
+  void Post(const char* event) {
+    if (thread_ != nullptr) thread_->PostNamedEvent(event);
+  }
+
+  // --- The pump's life ---
+
+  // Starts the pump, calling `prepare` just before. False, with nothing done, while it runs or without a thread.
+  template <class Prepare>
+  static bool Start(const std::shared_ptr<EngineCore>& core, OrvBase::Thread::Procedure procedure, Prepare&& prepare);
+
+  // Sets the stop flag, wakes the pump and waits at most 5000 ms for it to leave its loop, then for its procedure to
+  // return.
+  void Stop();
+  // The same for an engine that goes away: waits only for a pump that still runs, and falls silent.
+  void Finish();
+
+  // For the pump: becomes an owner. To be called once a start.
+  std::shared_ptr<EngineCore> TakeOver() noexcept { return std::move(for_the_pump_); }
+  bool StopRequested() const noexcept { return stop_.load(); }
+  void WaitForEvent() { thread_->WaitForEvent(nullptr); }
+  void SetStopped() noexcept {
+    if (stopped_ != nullptr) stopped_->Set();
+  }
+  void SetRunning(bool running) noexcept { running_.store(running); }
+  bool Running() const noexcept { return running_.load(); }
+
+  // --- What a host sees; never waits ---
+
+  // Entries and unmapped signals that wait, times 2, plus 1 while the pump is in a pass. One number, so that a host
+  // never sees an entry that has left the queue without seeing the pass that fires it.
+  std::uint32_t Load() const noexcept { return load_.load(); }
+  void SetFiring(bool firing) noexcept { firing ? load_.fetch_or(kFiring) : load_.fetch_and(~kFiring); }
+  static constexpr std::uint32_t kFiring = 1;
+  static constexpr std::uint32_t kOneWaiting = 2;
+
+ private:
+  struct Unmapped {
+    std::string type;
+    std::string instance;
+    std::string signal;
+  };
+
+  void PutInInbox(const SignalName& sender);
+  bool TakeFromInbox(Unmapped& signal);
+  bool MapAndQueue(const EngineLock& lock, const SignalName& sender);
+  void WaitForStop();
+  void WaitUntilReturned() const;
+
+  // Own synchronisation; null when the host's runtime had none.
+  const std::unique_ptr<OrvBase::Thread, ReleasePrimitive> thread_;
+  const std::unique_ptr<OrvBase::Mutex, ReleasePrimitive> mutex_;
+  const std::unique_ptr<OrvBase::Event, ReleasePrimitive> stopped_;
+  Collaborators others_;
+  std::atomic<bool> stop_ = false;
+  std::atomic<bool> running_ = false;
+  std::atomic<std::uint32_t> load_ = 0;
+
+  // Guarded by the engine mutex.
+  SignalQueue queue_;
+  SignalMappings mappings_;
+
+  std::mutex start_mutex_;                    // one start at a time; taken with no other lock held
+  std::shared_ptr<EngineCore> for_the_pump_;  // from a start until the pump has begun
+
+  std::mutex inbox_mutex_;  // leaf
+  std::deque<Unmapped> inbox_;
+  std::atomic<std::size_t> inbox_size_ = 0;
+};
+
+template <class Prepare>
+bool EngineCore::Start(const std::shared_ptr<EngineCore>& core, OrvBase::Thread::Procedure procedure,
+                       Prepare&& prepare) {
+  const std::scoped_lock starting(core->start_mutex_);
+  OrvBase::Thread* thread = core->thread_.get();
+  if (thread == nullptr || !thread->SetProcedure(procedure)) return false;
+  thread->SetArgument(core.get());
+  prepare();
+  core->stop_ = false;
+  core->for_the_pump_ = core;
+  core->running_ = true;
+  bool started = false;
+  try {
+    started = thread->Start();
+  } catch (...) {  // Like a refusal.
+  }
+  if (!started) {
+    core->running_ = false;
+    core->for_the_pump_.reset();
+  }
+  return started;
+}
+
+}  // namespace OrvWorkFlow

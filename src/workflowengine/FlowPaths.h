@@ -1,0 +1,36 @@
+// Where the definition files of the loaded workflow and of those that it absorbed are.
+#pragma once
+
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "OrvWorkFlow/IFileSystem.h"
+#include "workflowengine/SavedState.h"
+
+namespace OrvWorkFlow {
+
+// Any thread. Its mutex is a leaf: path translation asks from under every other lock.
+class FlowPaths {
+ public:
+  // Replaces everything by a workflow that was loaded from `file_path` and has absorbed `records`. Workflow paths are
+  // translated now; without a file system they stay as they are.
+  void SetLoaded(const std::string& name, const std::string& file_path, std::vector<FlowRecord> records,
+                 IFileSystemA* file_system);
+
+  // The platform path for the name of a workflow; false when it is not known.
+  bool Find(const std::string& name, std::string& platform_path) const;
+
+  // The path that was loaded last, as it was given; "" before the first.
+  std::string LoadedFile() const;
+  std::vector<FlowRecord> Records() const;
+
+ private:
+  mutable std::mutex mutex_;
+  std::string loaded_file_;
+  std::vector<FlowRecord> records_;
+  std::vector<std::pair<std::string, std::string>> platform_paths_;  // by name; the loaded workflow's first
+};
+
+}  // namespace OrvWorkFlow

@@ -1,0 +1,79 @@
+#include "workflowengine/Pump.h"
+
+#include "CoreObjects/ErrorBox.h"
+#include "workflowengine/Messages.h"
+
+namespace OrvWorkFlow {
+namespace {
+
+// Tells the host, for as long as it lives, that the pump is in a pass.
+class FiringMark {
+ public:
+  explicit FiringMark(EngineCore& core) : core_(core) { core_.SetFiring(true); }
+  FiringMark(const FiringMark&) = delete;
+  FiringMark& operator=(const FiringMark&) = delete;
+  ~FiringMark() { core_.SetFiring(false); }
+
+ private:
+  EngineCore& core_;
+};
+
+void FireQueue(EngineCore& core, const EngineLock& lock) {
+  const FiringMark mark(core);
+  std::size_t count = core.Queue(lock).Size();
+  if (count == 0) core.Log(EngineCategories::kFireAllReadySignals, EngineLines::kQueueEmpty);
+  while (count >= 1 && !core.StopRequested()) {
+    ISignalMediator* mediator = core.Others().Mediator();
+    if (mediator == nullptr) break;
+    const QueueEntry entry = core.TakeFront(lock);
+    count = core.Queue(lock).Size();
+    mediator->FireInputSignal(entry.Text(QueueEntry::ReceiverType), entry.Text(QueueEntry::ReceiverInstance),
+                              entry.Text(QueueEntry::IncomingSignal));
+    core.Log(EngineCategories::kFireAllReadySignals, EngineLines::kRemoved);
+    core.Log(EngineCategories::kFireAllReadySignals, EngineLines::kLeft, static_cast<int>(count));
+  }
+}
+
+void WaitForNextEvent(EngineCore& core) {
+  try {
+    core.WaitForEvent();
+  } catch (...) {
+    ShowErrorBox(EngineBoxes::kWaitThrew, kEngineBoxStops);
+  }
+}
+
+void PumpUntilStopped(EngineCore& core) {
+  while (true) {
+    core.Log(EngineCategories::kSignalPump, EngineLines::kPumpRound);
+    FireAllReadySignals(core);
+    if (core.StopRequested()) break;
+    WaitForNextEvent(core);
+    if (core.StopRequested()) break;
+  }
+}
+
+}  // namespace
+
+void FireAllReadySignals(EngineCore& core) {
+  EngineLock lock = core.Lock();
+  core.Log(EngineCategories::kFireAllReadySignals, EngineLines::kLocked);
+  core.MapInbox(lock);
+  FireQueue(core, lock);
+  lock.Unlock();
+  core.Log(EngineCategories::kFireAllReadySignals, EngineLines::kUnlocked);
+}
+
+unsigned MainWorkFlowProc(void* argument) noexcept {
+  const std::shared_ptr<EngineCore> core = static_cast<EngineCore*>(argument)->TakeOver();
+  try {
+    PumpUntilStopped(*core);
+    core->SetRunning(false);
+    core->SetStopped();
+  } catch (...) {
+    core->SetRunning(false);
+    ShowErrorBox(EngineBoxes::kPumpThrew, kEngineBoxStops);
+  }
+  return 0;
+}
+
+}  // namespace OrvWorkFlow

@@ -1,0 +1,44 @@
+// The engine's state as it stands in the workflow's dictionary.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "OrvWorkFlow/IDictionary.h"
+#include "workflowengine/SignalQueue.h"
+
+namespace OrvWorkFlow {
+
+// The first input signal of a workflow; an empty type means none.
+struct StartSignal {
+  std::string type;
+  std::string instance;
+  std::string signal;
+};
+
+// An absorbed workflow.
+struct FlowRecord {
+  std::string name;
+  std::string file_path;  // as it was given: a workflow path or a platform path
+};
+
+// The text of a string entry, "" when there is none.
+std::string ReadString(IDictionary& dictionary, const std::string& path);
+
+// Writing replaces what stood there before. False when the dictionary refuses; what was written by then stays.
+bool WriteQueue(IDictionary& dictionary, const std::vector<QueueEntry>& entries);
+bool WriteStartSignal(IDictionary& dictionary, const StartSignal& signal);
+bool WriteFlowRecords(IDictionary& dictionary, const std::vector<FlowRecord>& records);
+
+// In the order in which the dictionary lists the entries; what is missing is empty.
+SignalQueue ReadQueue(IDictionary& dictionary);
+StartSignal ReadStartSignal(IDictionary& dictionary);
+std::vector<FlowRecord> ReadFlowRecords(IDictionary& dictionary);
+
+// "" when the workflow has none. A workflow name that begins with a digit stands there with a leading "_".
+std::string ReadWriteDirectory(IDictionary& dictionary, const std::string& workflow_name);
+
+// True when an entry of the absorb tree holds the name; never for "".
+bool IsInAbsorbTree(IDictionary& dictionary, const std::string& workflow_name);
+
+}  // namespace OrvWorkFlow

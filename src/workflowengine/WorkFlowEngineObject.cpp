@@ -1,0 +1,193 @@
+#include "workflowengine/WorkFlowEngineObject.h"
+
+#include <algorithm>
+#include <cstring>
+#include <initializer_list>
+
+#include "CoreObjects/ErrorBox.h"
+#include "workflowengine/Messages.h"
+#include "workflowengine/Pump.h"
+
+namespace OrvWorkFlow {
+namespace {
+
+bool AnyNull(std::initializer_list<const char*> texts) {
+  return std::any_of(texts.begin(), texts.end(), [](const char* text) { return text == nullptr; });
+}
+
+const char* OrEmpty(const char* text) { return text != nullptr ? text : ""; }
+
+}  // namespace
+
+CWorkFlowEngine::CWorkFlowEngine() : core_(std::make_shared<EngineCore>()) { ++live_count_; }
+
+CWorkFlowEngine::~CWorkFlowEngine() {
+  try {
+    core_->Finish();
+  } catch (...) {  // A thread object that cannot be told to stop; the pump keeps what it needs.
+  }
+  --live_count_;
+}
+
+void* CWorkFlowEngine::QueryInterface(const char* interface_name) {
+  if (interface_name == nullptr || std::strcmp(interface_name, InterfaceNames::kWorkFlowEngine) != 0) return nullptr;
+  return static_cast<IWorkFlowEngine*>(this);
+}
+
+bool CWorkFlowEngine::SetUtilityStore(IUtilityStore* store) {
+  if (store == nullptr) return Fail(EngineErrors::kInvalidParameter);
+  if (!Others().SetStore(store)) return Fail(EngineErrors::kSecondStore);
+  Others().FindLogger();
+  return true;
+}
+
+bool CWorkFlowEngine::GetNeededGlobalUtilityObjects(IOrvPStringList* names) {
+  return AssignTexts(names, std::initializer_list<std::string_view>{ObjectNames::kSignalMediator});
+}
+
+bool CWorkFlowEngine::GetNeededLocalUtilityObjects(IOrvPStringList* names) {
+  return AssignTexts(names,
+                     std::initializer_list<std::string_view>{ObjectNames::kDictionary, ObjectNames::kFileSystem});
+}
+
+void CWorkFlowEngine::SetEncryptionKey(const char* key) {
+  try {
+    Others().SetKey(key);
+  } catch (...) {  // Without memory the older key stays; there is no way to say so.
+  }
+}
+
+bool CWorkFlowEngine::AddSignalMapping(const char* sender_type, const char* sender_instance,
+                                       const char* outgoing_signal, const char* /*ignored_1*/,
+                                       const char* /*ignored_2*/, const char* receiver_type,
+                                       const char* receiver_instance, const char* incoming_signal) {
+  if (AnyNull({sender_type, sender_instance, outgoing_signal, receiver_type, receiver_instance, incoming_signal})) {
+    return false;
+  }
+  try {
+    IDictionary* dictionary = Collaborators::Dictionary();
+    return dictionary != nullptr && AddMapping(*dictionary, {sender_type, sender_instance, outgoing_signal},
+                                               {receiver_type, receiver_instance, incoming_signal});
+  } catch (...) {
+    return false;
+  }
+}
+
+bool CWorkFlowEngine::RemoveSignalMapping(const char* sender_type, const char* sender_instance,
+                                          const char* outgoing_signal, const char* /*ignored_1*/,
+                                          const char* /*ignored_2*/, const char* receiver_type,
+                                          const char* receiver_instance, const char* incoming_signal) {
+  if (AnyNull({sender_type, sender_instance, outgoing_signal, receiver_type, receiver_instance, incoming_signal})) {
+    return false;
+  }
+  try {
+    IDictionary* dictionary = Collaborators::Dictionary();
+    return dictionary != nullptr && RemoveMapping(*dictionary, {sender_type, sender_instance, outgoing_signal},
+                                                  {receiver_type, receiver_instance, incoming_signal});
+  } catch (...) {
+    return false;
+  }
+}
+
+bool CWorkFlowEngine::GetSignalMappings(const char* /*sender_type*/, const char* /*sender_instance*/,
+                                        const char* /*outgoing_signal*/, IOrvPStringList* /*mappings*/) {
+  ShowErrorBox(EngineBoxes::kNoGetSignalMappings, kEngineBoxStops);
+  return false;
+}
+
+bool CWorkFlowEngine::RemoveAllSignalMappings() {
+  try {
+    if (IDictionary* dictionary = Collaborators::Dictionary()) RemoveAllMappings(*dictionary);
+    return true;
+  } catch (...) {
+    return false;
+  }
+}
+
+bool CWorkFlowEngine::OutputSignal(const char* sender_type, const char* sender_instance, const char* outgoing_signal) {
+  if (AnyNull({sender_type, sender_instance, outgoing_signal})) return false;
+  try {
+    Others().FindLogger();
+    return core_->OutputSignal({sender_type, sender_instance, outgoing_signal});
+  } catch (...) {
+    return false;
+  }
+}
+
+bool CWorkFlowEngine::SetStartSignal(const char* receiver_type, const char* receiver_instance,
+                                     const char* incoming_signal) {
+  try {
+    StartSignal signal{OrEmpty(receiver_type), OrEmpty(receiver_instance), OrEmpty(incoming_signal)};
+    const std::scoped_lock lock(texts_mutex_);
+    start_signal_ = std::move(signal);
+    return true;
+  } catch (...) {
+    return false;
+  }
+}
+
+bool CWorkFlowEngine::StartFlowing() {
+  try {
+    Others().FindLogger();
+    if (ISignalMediator* mediator = Others().Mediator()) mediator->FireRebootSignals();
+    PrepareQueue();
+    return EngineCore::Start(core_, &MainWorkFlowProc, [this] {
+      const std::string marker = InWriteDirectory(kMarkerFile);
+      IFileSystemA* file_system = Others().FileSystem();
+      if (!marker.empty() && file_system != nullptr) file_system->MakeFile(marker.c_str());
+    });
+  } catch (...) {
+    return false;
+  }
+}
+
+// Queues the start signal, once for each time that it was set.
+void CWorkFlowEngine::PrepareQueue() {
+  const EngineLock lock = core_->Lock();
+  core_->MapInbox(lock);
+  core_->ForgetMappings(lock);
+  const std::scoped_lock texts(texts_mutex_);
+  if (start_signal_.type.empty()) return;
+  core_->Append(lock, QueueEntry({"", "", "", start_signal_.type, start_signal_.instance, start_signal_.signal}));
+  start_signal_.type.clear();
+  if (core_->Running()) core_->Post(kSignalReceivedEvent);  // Started a second time: the pump would not look.
+}
+
+bool CWorkFlowEngine::StopFlowing() {
+  try {
+    Others().FindLogger();
+    core_->Stop();
+    if (ISignalMediator* mediator = Others().Mediator()) mediator->StopAllWorkNodes();
+  } catch (...) {
+    ShowErrorBox(EngineBoxes::kStopThrew, kEngineBoxStops);
+  }
+  return true;
+}
+
+bool CWorkFlowEngine::DeleteTemporaryData() {
+  try {
+    ISignalMediator* mediator = Others().Mediator();
+    return mediator != nullptr && mediator->DeleteTemporaryData();
+  } catch (...) {
+    return false;
+  }
+}
+
+bool CWorkFlowEngine::GetWorkFlowFilePath(const char* workflow_name, IOrvPString* path) {
+  if (workflow_name == nullptr || path == nullptr) return false;
+  try {
+    std::string platform_path;
+    return flow_paths_.Find(workflow_name, platform_path) && AssignText(path, platform_path);
+  } catch (...) {
+    return false;
+  }
+}
+
+bool CWorkFlowEngine::GetQueueState(QueueState* state) {
+  if (state == nullptr) return false;
+  const std::uint32_t load = core_->Load();
+  *state = {load / EngineCore::kOneWaiting, (load & EngineCore::kFiring) != 0, core_->Running()};
+  return true;
+}
+
+}  // namespace OrvWorkFlow

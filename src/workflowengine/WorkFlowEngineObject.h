@@ -1,0 +1,85 @@
+// This folder holds the global object "WorkFlowEngine": signal mappings, the signal queue, the pump that fires it, and
+// the engine's state.
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "CoreObjects/BaseObject.h"
+#include "CoreObjects/ObjectCreator.h"
+#include "OrvWorkFlow/IWorkFlowEngine.h"
+#include "workflowengine/EngineCore.h"
+#include "workflowengine/FlowPaths.h"
+#include "workflowengine/SavedState.h"
+
+namespace OrvWorkFlow {
+
+// In the engine's write directory from the start of the pump until a completed save.
+inline constexpr char kMarkerFile[] = "WorkFlowIsRunning.txt";
+
+class CWorkFlowEngine final : public BaseObject<CWorkFlowEngine, IWorkFlowEngine> {
+ public:
+  static constexpr const char* kTypeName = ObjectNames::kWorkFlowEngine;
+
+  // Throws when there is no memory for it.
+  CWorkFlowEngine();
+  // Stops the pump, waiting for it at most 5000 ms; a pump that sits in a node even then ends by itself.
+  ~CWorkFlowEngine();
+
+  // Engines that exist now.
+  static int LiveCount() noexcept { return live_count_.load(); }
+
+  void* QueryInterface(const char* interface_name) override;
+  void SetWriteDirectory(const char* directory) override;
+  bool LoadState(const char* path) override;
+  bool SaveState(const char* path) override;
+  void SetEncryptionKey(const char* key) override;
+  bool SetUtilityStore(IUtilityStore* store) override;
+  bool GetNeededGlobalUtilityObjects(IOrvPStringList* names) override;
+  bool GetNeededLocalUtilityObjects(IOrvPStringList* names) override;
+
+  bool AddSignalMapping(const char* sender_type, const char* sender_instance, const char* outgoing_signal,
+                        const char* ignored_1, const char* ignored_2, const char* receiver_type,
+                        const char* receiver_instance, const char* incoming_signal) override;
+  bool RemoveSignalMapping(const char* sender_type, const char* sender_instance, const char* outgoing_signal,
+                           const char* ignored_1, const char* ignored_2, const char* receiver_type,
+                           const char* receiver_instance, const char* incoming_signal) override;
+  bool GetSignalMappings(const char* sender_type, const char* sender_instance, const char* outgoing_signal,
+                         IOrvPStringList* mappings) override;
+  bool RemoveAllSignalMappings() override;
+  bool OutputSignal(const char* sender_type, const char* sender_instance, const char* outgoing_signal) override;
+  bool SetStartSignal(const char* receiver_type, const char* receiver_instance, const char* incoming_signal) override;
+  bool StartFlowing() override;
+  bool StopFlowing() override;
+  bool DeleteTemporaryData() override;
+  bool GetWorkFlowFilePath(const char* workflow_name, IOrvPString* path) override;
+  bool GetQueueState(QueueState* state) override;
+
+ private:
+  Collaborators& Others() noexcept { return core_->Others(); }
+
+  // Throw what foreign code throws.
+  bool Load(IDictionary& dictionary, const std::string& path);
+  bool Save(const std::string& path, std::string& marker);
+  bool WriteState(IDictionary& dictionary);
+  void AfterLastRun();
+  void PrepareQueue();
+
+  std::string InWriteDirectory(const char* file_name);
+
+  static inline std::atomic<int> live_count_ = 0;
+
+  const std::shared_ptr<EngineCore> core_;
+  FlowPaths flow_paths_;
+
+  std::mutex texts_mutex_;  // leaf
+  StartSignal start_signal_;
+  std::string write_directory_;  // holds the marker of a running workflow
+};
+
+using CWorkFlowEngineObjectCreator = ObjectCreator<CWorkFlowEngine, ObjectNames::kWorkFlowEngine>;
+
+}  // namespace OrvWorkFlow
