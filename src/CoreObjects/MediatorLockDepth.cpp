@@ -1,0 +1,10 @@
+#include "CoreObjects/MediatorLockDepth.h"
+
+namespace OrvWorkFlow {
+
+int& MediatorLockDepth() noexcept {
+  thread_local int depth = 0;
+  return depth;
+}
+
+}  // namespace OrvWorkFlow
