@@ -56,6 +56,9 @@ inline constexpr char kWorkFlowPrefix[] = "/Flow";  // followed by a number
 inline constexpr char kWorkFlowRecordName[] = "/Name";
 inline constexpr char kWorkFlowRecordFilePath[] = "/FilePath";
 
+// The child that holds the items of a list; no listing shows it.
+inline constexpr char kListEntries[] = "__ListEntries";
+
 inline constexpr char kNameValuePairs[] = "/IDictionaryNameValPairs";
 
 }  // namespace OrvWorkFlow::WorkflowSchema

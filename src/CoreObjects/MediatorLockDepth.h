@@ -3,8 +3,8 @@
 
 namespace OrvWorkFlow {
 
-// Counted by the mediator, read by the engine: whoever holds the mediator's lock must not wait for the engine's mutex, since
-// the pump takes the two in the other order.
+// Counted by the mediator, read by the engine: whoever holds the mediator's lock must not wait for the engine's mutex,
+// since the pump takes the two in the other order.
 int& MediatorLockDepth() noexcept;
 
 }  // namespace OrvWorkFlow

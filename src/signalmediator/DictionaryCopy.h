@@ -1,0 +1,15 @@
+// Copying a part of one dictionary into another.
+#pragma once
+
+#include <string>
+
+#include "OrvWorkFlow/IDictionary.h"
+
+namespace OrvWorkFlow {
+
+// Copies the entry and all below it to the same path of the other dictionary. Entries merge by path: a value replaces
+// the one that was there as a whole, what only the other dictionary has stays, an entry without a value only makes sure
+// that it exists. A redirected entry is copied with the value that it shows. What a dictionary throws passes through.
+void MergeSubtree(IDictionary& from, IDictionary& to, const std::string& path);
+
+}  // namespace OrvWorkFlow

@@ -1,0 +1,39 @@
+// The signals with which stopped nodes want to go on after a restart.
+#pragma once
+
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace OrvWorkFlow {
+
+struct RebootSignalRecord {
+  std::string signal;
+  std::string type;
+  std::string instance;
+};
+
+// Any thread; a leaf lock.
+class RebootSignals {
+ public:
+  void Clear() { Replace({}); }
+  void Replace(std::vector<RebootSignalRecord> records) {
+    const std::scoped_lock lock(mutex_);
+    records_.swap(records);
+  }
+  void Append(RebootSignalRecord record) {
+    const std::scoped_lock lock(mutex_);
+    records_.push_back(std::move(record));
+  }
+  std::vector<RebootSignalRecord> Copy() const {
+    const std::scoped_lock lock(mutex_);
+    return records_;
+  }
+
+ private:
+  mutable std::mutex mutex_;
+  std::vector<RebootSignalRecord> records_;
+};
+
+}  // namespace OrvWorkFlow

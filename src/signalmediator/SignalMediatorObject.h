@@ -1,0 +1,150 @@
+// This folder holds the object "SignalMediator", host of a workflow's work nodes: it loads them on their first signal,
+// configures them, delivers input signals, passes output signals on, stops them and saves their state.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <unordered_set>
+#include <vector>
+
+#include "CoreObjects/BaseObject.h"
+#include "CoreObjects/ObjectCreator.h"
+#include "CoreObjects/Tracer.h"
+#include "OrvWorkFlow/IDictionary.h"
+#include "OrvWorkFlow/IFileSystem.h"
+#include "OrvWorkFlow/IHostApp.h"
+#include "OrvWorkFlow/ILogger.h"
+#include "OrvWorkFlow/ISignalMediator.h"
+#include "OrvWorkFlow/IWorkFlowEngine.h"
+#include "OrvWorkFlow/IWorkNode.h"
+#include "signalmediator/AccessLock.h"
+#include "signalmediator/ContentDirectories.h"
+#include "signalmediator/InputSignal.h"
+#include "signalmediator/LazyObject.h"
+#include "signalmediator/RebootSignals.h"
+#include "signalmediator/WorkNodeList.h"
+
+namespace OrvWorkFlow {
+
+// Nodes, utility objects, the host and the logger are foreign code and may throw: it is caught where it arises.
+// SaveState alone lets an exception through, after its box, as its caller expects.
+class CSignalMediator final : public BaseObject<CSignalMediator, ISignalMediator>,
+                              public IOutgoingSignalHandler,
+                              public IHostAppGuiThreadCallback {
+ public:
+  static constexpr const char* kTypeName = ObjectNames::kSignalMediator;
+
+  CSignalMediator() = default;
+  // Takes the signal handler from every node, then releases the nodes in the order of their creation.
+  ~CSignalMediator();
+
+  void* QueryInterface(const char* interface_name) override;
+  bool LoadState(const char* path) override;
+  bool SaveState(const char* path) override;
+  void SetEncryptionKey(const char* key) override;
+  bool SetUtilityStore(IUtilityStore* store) override;
+  bool GetNeededGlobalUtilityObjects(IOrvPStringList* names) override;
+  bool GetNeededLocalUtilityObjects(IOrvPStringList* names) override;
+
+  bool FireInputSignal(const char* type_name, const char* instance_name, const char* signal_name) override;
+  bool ForwardOutputSignal(const char* type_name, const char* instance_name, const char* signal_name) override;
+  bool StopAllWorkNodes() override;
+  bool FireRebootSignals() override;
+  bool DeleteTemporaryData() override;
+  bool AddLocalUtilityObject(const char* name, const char* win32_library, const char* other_library) override;
+  bool AddGlobalUtilityObject(const char* name, const char* win32_library, const char* other_library,
+                              const char* configuration_file) override;
+  bool AddWorkNode(const char* type_name, const char* win32_library, const char* other_library) override;
+  bool AddWorkNodeInstance(const char* type_name, const char* instance_name, const char* configuration_file,
+                           const IOrvPStringList* read_directories, const char* write_directory) override;
+  bool DeleteAllUtilityObjectsAndWorknodesFromMemory() override;
+  bool LoadWorkNodesNow(bool instantiate) override;
+  bool Absorb(IDictionary* dictionary) override;
+  bool GetInstantiatedWorknodesThatCallAbsorb(IOrvPStringList* definition_paths) override;
+  bool GetStatistics(Statistics* statistics) override;
+
+  // The faces for the nodes and for the host's GUI thread.
+  bool Signal(IWorkNode* node, const char* signal_name) override;
+  void DeliverInputSignal(InputSignalMessage* message) override;
+
+ private:
+  enum class UtilityKind { Global, Local };
+
+  // SignalMediatorObject.cpp
+  // The one dictionary that every operation reads; looked up each time. Null when there is none; the second form then
+  // shows the box that names the operation.
+  static IDictionary* GlobalDictionary() noexcept;
+  static IDictionary* GlobalDictionary(const char* operation) noexcept;
+  IHostApp* Host() noexcept { return host_.Get(utility_store()); }
+  std::uint32_t CountBusyNodes() noexcept;
+
+  // Loading.cpp
+  void LoadUtilityObjects() ORV_REQUIRES(access_lock_);
+  void LoadGlobalUtilityObjects(IDictionary& dictionary) ORV_REQUIRES(access_lock_);
+  void InitHostApp();
+  void ObtainLogger() noexcept;
+  void LogLoadedObject(UtilityKind kind, const std::string& name) noexcept;
+  void LoadWorkNodes(bool instantiate);
+  bool LoadWorknode(const std::string& type, bool instantiate);
+  void InstantiateWorknodeInstance(const std::string& type, const std::string& instance);
+  bool MakeNode(IDictionary& dictionary, const std::string& type, const std::string& instance);
+  void KeepGlobalUtilityObject(IBaseWorkFlowObject& object) ORV_REQUIRES(access_lock_);
+
+  // Routing.cpp
+  bool Fire(InputSignal signal);
+  bool EnsureTypeIsLoaded(const std::string& type) ORV_REQUIRES(access_lock_);
+  void EnsureNodeIsMade(const InputSignal& signal);
+  bool HandToHost(IHostApp& host, InputSignal signal) noexcept;
+  void Deliver(const InputSignal& signal) noexcept;
+  WorkNodePointer Receive(const InputSignal& signal);
+  bool DeliverTo(const WorkNodeEntry& entry, const InputSignal& signal);
+  void RenewContentDirectories(const WorkNodeEntry& entry);
+  bool ForwardFired(const std::string& type, const std::string& instance, const char* signal_name);
+
+  // Stopping.cpp
+  void WaitUntilAllIsReceived();
+  void StopNode(const WorkNodeEntry& entry);
+
+  // State.cpp
+  void SaveRebootSignals();
+  void SaveWorkNodes();
+  void SaveGlobalUtilityObjects();
+  void SaveUtilityObject(IBaseWorkFlowObject& object);
+  void LoadRebootSignals();
+
+  // Absorbing.cpp
+  bool AbsorbUtilityObjects(IDictionary& absorbed) ORV_REQUIRES(access_lock_);
+  void AbsorbGlobalUtilityObject(IDictionary& absorbed, IDictionary& global, const std::string& name)
+      ORV_REQUIRES(access_lock_);
+  bool AbsorbWorknodes(IDictionary& absorbed);
+
+  // Synchronised by themselves.
+  AccessLock access_lock_;
+  Tracer tracer_;
+  LazyObject<ILogger> logger_{ObjectNames::kLogger, InterfaceNames::kLogger};
+  LazyObject<IHostApp> host_{ObjectNames::kHostApp, InterfaceNames::kHostApp};
+  LazyObject<IWorkFlowEngine> engine_{ObjectNames::kWorkFlowEngine, InterfaceNames::kWorkFlowEngine};
+  LazyObject<IFileSystemA> file_system_{ObjectNames::kFileSystem, InterfaceNames::kFileSystemA};
+  WorkNodeList nodes_;
+  RebootSignals reboot_signals_;
+  UnansweredMessages messages_;
+  ContentDirectories content_directories_;
+  std::atomic<std::uint32_t> sent_ = 0;
+  std::atomic<std::uint32_t> received_ = 0;
+  std::atomic<std::uint32_t> finished_ = 0;
+  std::atomic<std::uint32_t> made_ = 0;
+  std::atomic<std::uint32_t> failures_ = 0;
+
+  std::unordered_set<std::string> loaded_types_ ORV_GUARDED_BY(access_lock_);
+  std::vector<IBaseWorkFlowObject*> global_utility_objects_ ORV_GUARDED_BY(access_lock_);  // the factory's
+
+  std::mutex key_mutex_;
+  std::string encryption_key_;
+};
+
+using CSignalMediatorObjectCreator = ObjectCreator<CSignalMediator, ObjectNames::kSignalMediator>;
+
+}  // namespace OrvWorkFlow
