@@ -1,0 +1,17 @@
+#include "filesystem/ErrorHook.h"
+
+namespace OrvWorkFlow {
+namespace {
+
+class SilentHook final : public ErrorHook {};
+
+}  // namespace
+
+bool ErrorHook::Report(const Failure& /*failure*/) noexcept { return false; }
+
+ErrorHook& SilentErrorHook() noexcept {
+  static SilentHook hook;
+  return hook;
+}
+
+}  // namespace OrvWorkFlow

@@ -1,0 +1,50 @@
+// Whole files: making, reading, writing, replacing. Platform paths.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "filesystem/ErrorHook.h"
+#include "filesystem/SystemCalls.h"
+
+namespace OrvWorkFlow {
+
+// Each names its failures to the hook. Any thread.
+template <class Char>
+class FileContent {
+ public:
+  using Text = std::basic_string<Char>;
+
+  FileContent(const SystemCalls<Char>& calls, ErrorHook& hook) : calls_(calls), hook_(hook) {}
+
+  // Something has that name and is no directory.
+  bool Exists(const Text& path) const;
+  // Creates the directory and every missing parent; true when it is there already.
+  bool MakeDirectory(const Text& path) const;
+  // Creates an empty file, and its directory, if it is missing.
+  bool Make(const Text& path) const;
+  bool GetSize(const Text& path, std::uint64_t* size) const;
+  bool Remove(const Text& path) const;
+
+  // False for a file of 4 GiB and more. `*content` is untouched on failure.
+  bool Read(const Text& path, std::string* content) const;
+  // A failure may leave the file half written.
+  bool Write(const Text& path, std::string_view content) const;
+  // A failure leaves the file as long as it was.
+  bool Append(const Text& path, std::string_view content) const;
+  // The file holds the old content or the new one at every moment: the new content is written to a file beside it,
+  // which then takes its name. Only where the directory takes no new files, the file is written itself.
+  bool Replace(const Text& path, std::string_view content) const;
+
+ private:
+  bool OpenForWriting(const Text& path, FileHandle* handle) const;
+  bool MakeParent(const Text& path) const;
+  SystemResult WriteBeside(const Text& target, bool exists, std::string_view content) const;
+
+  OpenFiles& open_files() const { return calls_.platform().open_files; }
+
+  const SystemCalls<Char>& calls_;
+  ErrorHook& hook_;
+};
+
+}  // namespace OrvWorkFlow

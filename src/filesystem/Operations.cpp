@@ -1,0 +1,200 @@
+#include "filesystem/Operations.h"
+
+#include <bit>
+
+#include "CoreObjects/Marshalled.h"
+#include "filesystem/PathText.h"
+
+namespace OrvWorkFlow {
+namespace {
+
+static_assert(std::endian::native == std::endian::little, "wide texts are written to files as they are in memory");
+
+template <class Char>
+std::string_view BytesOf(std::basic_string_view<Char> text) {
+  return {reinterpret_cast<const char*>(text.data()), text.size() * sizeof(Char)};
+}
+
+std::string_view BytesOf(const void* data, std::size_t size) { return {static_cast<const char*>(data), size}; }
+
+}  // namespace
+
+template <class Char>
+bool Operations<Char>::Resolve(const Char* path, Text* platform_path) {
+  if (path == nullptr || *path == 0) return Fail(Failures::kInvalidParameter);
+  if constexpr (sizeof(Char) == 1) {
+    bool exact = false;
+    if (!parts_.translator.Translate(path, platform_path, &exact) || !exact) return Fail(Failures::kTranslation);
+  } else {
+    if (!parts_.translator.Translate(path, platform_path)) return Fail(Failures::kTranslation);
+  }
+  return !platform_path->empty() || Fail(Failures::kInvalidParameter);
+}
+
+template <class Char>
+bool Operations<Char>::WorkflowPathToPlatformPath(const Char* path, Char* buffer, std::size_t capacity,
+                                                  std::size_t* length) {
+  Text result;
+  if (path == nullptr || (buffer == nullptr && length == nullptr)) return Fail(Failures::kInvalidParameter);
+  if (!parts_.translator.Translate(path, &result)) return false;
+  if (length != nullptr) *length = result.size();
+  if (buffer == nullptr || capacity <= result.size()) return false;
+  result.copy(buffer, result.size());
+  buffer[result.size()] = 0;
+  return true;
+}
+
+template <class Char>
+bool Operations<Char>::WorkflowPathToPlatformPathString(const Char* path, String* platform_path) {
+  Text result;
+  if (path == nullptr || platform_path == nullptr) return Fail(Failures::kInvalidParameter);
+  return parts_.translator.Translate(path, &result) && AssignText(platform_path, std::basic_string_view<Char>(result));
+}
+
+template <class Char>
+bool Operations<Char>::FileExists(const Char* path) {
+  Text platform_path;
+  return Resolve(path, &platform_path) && content_.Exists(platform_path);
+}
+
+template <class Char>
+bool Operations<Char>::RemoveFile(const Char* path) {
+  Text platform_path;
+  return Resolve(path, &platform_path) && content_.Remove(platform_path);
+}
+
+template <class Char>
+std::uint32_t Operations<Char>::FileSize(const Char* path) {
+  Text platform_path;
+  std::uint64_t size = 0;
+  if (!Resolve(path, &platform_path)) return 0;
+  if (content_.Exists(platform_path)) {
+    return content_.GetSize(platform_path, &size) ? static_cast<std::uint32_t>(size) : 0;
+  }
+  Tree<Char> tree;
+  if (!IsDirectory(calls_, platform_path) || !WalkTree(calls_, platform_path, &tree)) return 0;
+  std::uint32_t sum = 0;
+  for (const Text& file : tree.files) {
+    if (content_.GetSize(file, &size)) sum += static_cast<std::uint32_t>(size);
+  }
+  return sum;
+}
+
+template <class Char>
+bool Operations<Char>::MakeFile(const Char* path) {
+  Text platform_path;
+  return Resolve(path, &platform_path) && content_.Make(platform_path);
+}
+
+template <class Char>
+bool Operations<Char>::ReadFileToString(const Char* path, String* text) {
+  Text platform_path;
+  std::string bytes;
+  if (text == nullptr) return Fail(Failures::kInvalidParameter);
+  if (!Resolve(path, &platform_path) || !content_.Read(platform_path, &bytes)) return false;
+  const std::string_view narrow = std::string_view(bytes).substr(0, bytes.find('\0'));
+  if constexpr (sizeof(Char) == 1) {
+    return AssignText(text, narrow);
+  } else {
+    std::u16string wide;
+    if (!parts_.platform.code_page.Widen(narrow, &wide)) return Fail(Failures::kCannotReadFile);
+    return AssignText(text, std::u16string_view(wide));
+  }
+}
+
+template <class Char>
+bool Operations<Char>::ReadFileToStream(const Char* path, IOrvBasicStream* stream) {
+  Text platform_path;
+  std::string bytes;
+  if (stream == nullptr) return Fail(Failures::kInvalidParameter);
+  if (!Resolve(path, &platform_path) || !content_.Read(platform_path, &bytes)) return false;
+  return stream->Assign(bytes.data(), bytes.size());
+}
+
+template <class Char>
+bool Operations<Char>::WriteFileBytes(const Char* path, const void* data, std::size_t size) {
+  Text platform_path;
+  if (data == nullptr && size != 0) return Fail(Failures::kInvalidParameter);
+  return Resolve(path, &platform_path) && content_.Write(platform_path, BytesOf(data, size));
+}
+
+template <class Char>
+bool Operations<Char>::WriteFileText(const Char* path, const Char* text) {
+  Text platform_path;
+  if (text == nullptr) return Fail(Failures::kInvalidParameter);
+  return Resolve(path, &platform_path) && content_.Write(platform_path, BytesOf(std::basic_string_view<Char>(text)));
+}
+
+template <class Char>
+bool Operations<Char>::WriteFileString(const Char* path, const String* text) {
+  Text platform_path;
+  Text content;
+  if (!ReadText(text, content)) return Fail(Failures::kInvalidParameter);
+  return Resolve(path, &platform_path) && content_.Write(platform_path, BytesOf(std::basic_string_view<Char>(content)));
+}
+
+template <class Char>
+bool Operations<Char>::AppendFileString(const Char* path, const String* text) {
+  Text platform_path;
+  Text content;
+  if (!ReadText(text, content)) return Fail(Failures::kInvalidParameter);
+  return Resolve(path, &platform_path) &&
+         content_.Append(platform_path, BytesOf(std::basic_string_view<Char>(content)));
+}
+
+template <class Char>
+bool Operations<Char>::ReplaceFileBytes(const Char* path, const void* data, std::size_t size) {
+  Text platform_path;
+  if (data == nullptr && size != 0) return Fail(Failures::kInvalidParameter);
+  return Resolve(path, &platform_path) && content_.Replace(platform_path, BytesOf(data, size));
+}
+
+template <class Char>
+bool Operations<Char>::FindSource(const Char* source, Text* found) {
+  *found = source;
+  if (FileExists(source)) return true;
+  for (const std::string& directory : parts_.content_directories.All()) {
+    Text candidate;
+    if constexpr (sizeof(Char) == 1) {
+      candidate = directory;
+    } else {
+      if (!parts_.platform.code_page.Widen(directory, &candidate)) continue;
+    }
+    const std::size_t backslash = candidate.find(Char{'\\'});
+    candidate += backslash != candidate.npos && backslash > 0 ? Char{'\\'} : Char{'/'};
+    candidate += source;
+    if (!FileExists(candidate.c_str())) continue;
+    *found = std::move(candidate);
+    return true;
+  }
+  return Fail(Failures::kSourceMissing);
+}
+
+template <class Char>
+bool Operations<Char>::CopyOneFile(const Char* source, const Char* destination, bool overwrite) {
+  if (source == nullptr || *source == 0 || destination == nullptr || *destination == 0) {
+    return Fail(Failures::kInvalidParameter);
+  }
+  Text found;
+  Text from;
+  Text to;
+  if (!FindSource(source, &found)) return false;
+  const Text target(destination);
+  const std::size_t slash = target.rfind(Char{'/'});
+  if (slash != target.npos) {
+    const Text parent = target.substr(0, slash);
+    if (!DirectoryExists(parent.c_str()) && !MakeDirectory(parent.c_str())) {
+      return Fail(Failures::kCannotCreateDirectory);
+    }
+  }
+  if (!Resolve(found.c_str(), &from) || !Resolve(destination, &to)) return false;
+  calls_.SetAttributes(to, FileAttribute::kNormal);
+  if (!calls_.CopyOver(from, to, !overwrite)) return Fail(Failures::kCopyFailed);
+  calls_.SetAttributes(to, FileAttribute::kNormal);
+  return true;
+}
+
+template class Operations<char>;
+template class Operations<char16_t>;
+
+}  // namespace OrvWorkFlow

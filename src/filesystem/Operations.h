@@ -1,0 +1,75 @@
+// What the two faces of the file system do, for either width. The contract of each operation stands in IFileSystem.h.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "OrvWorkFlow/IFileSystem.h"
+#include "filesystem/ContentDirectories.h"
+#include "filesystem/DirectoryWalk.h"
+#include "filesystem/ErrorHook.h"
+#include "filesystem/FileContent.h"
+#include "filesystem/PathTranslator.h"
+#include "filesystem/SystemCalls.h"
+
+namespace OrvWorkFlow {
+
+// What both widths of one file system share.
+struct FileSystemParts {
+  FileSystemParts(const Platform& the_platform, ErrorHook& the_hook)
+      : platform(the_platform), hook(the_hook), translator(the_platform, the_hook) {}
+
+  const Platform& platform;
+  ErrorHook& hook;
+  PathTranslator translator;
+  ContentDirectories content_directories;
+};
+
+// May throw (out of memory, marshalled objects); the faces guard every call. Any thread.
+template <class Char>
+class Operations {
+ public:
+  using Text = std::basic_string<Char>;
+  using String = typename MarshalledTypes<Char>::String;
+  using StringList = typename MarshalledTypes<Char>::StringList;
+
+  explicit Operations(FileSystemParts& parts) : parts_(parts), calls_(parts.platform), content_(calls_, parts.hook) {}
+  Operations(const Operations&) = delete;
+  Operations& operator=(const Operations&) = delete;
+
+  bool WorkflowPathToPlatformPath(const Char* path, Char* buffer, std::size_t capacity, std::size_t* length);
+  bool WorkflowPathToPlatformPathString(const Char* path, String* platform_path);
+  bool MakeDirectory(const Char* path);
+  bool DeleteDirectory(const Char* path);
+  bool ListFiles(const Char* path, StringList* files);
+  bool ListDirectories(const Char* path, StringList* directories);
+  bool CopyOneFile(const Char* source, const Char* destination, bool overwrite);
+  bool FileExists(const Char* path);
+  bool DirectoryExists(const Char* path);
+  bool RemoveFile(const Char* path);
+  std::uint32_t FileSize(const Char* path);
+  bool MakeFile(const Char* path);
+  bool ReadFileToString(const Char* path, String* text);
+  bool ReadFileToStream(const Char* path, IOrvBasicStream* stream);
+  bool WriteFileBytes(const Char* path, const void* data, std::size_t size);
+  bool WriteFileText(const Char* path, const Char* text);
+  bool WriteFileString(const Char* path, const String* text);
+  bool AppendFileString(const Char* path, const String* text);
+  bool ReplaceFileBytes(const Char* path, const void* data, std::size_t size);
+
+ private:
+  bool Fail(const Failure& failure) { return parts_.hook.Report(failure); }
+
+  // The platform path for an argument: never empty, and nothing lost in the code page.
+  bool Resolve(const Char* path, Text* platform_path);
+
+  bool RemoveDirectoryItself(const Text& path, bool is_link);
+  bool ListTree(const Char* path, const Failure& no_directory, StringList* output, bool want_files);
+  bool FindSource(const Char* source, Text* found);
+
+  FileSystemParts& parts_;
+  SystemCalls<Char> calls_;
+  FileContent<Char> content_;
+};
+
+}  // namespace OrvWorkFlow

@@ -1,0 +1,69 @@
+// The safe way to give a file new content.
+#include <string>
+
+#include "filesystem/DirectoryWalk.h"
+#include "filesystem/FileContent.h"
+#include "filesystem/OpenedFile.h"
+
+namespace OrvWorkFlow {
+namespace {
+
+// Files that a crash left behind occupy names; more of them than this are no accident.
+constexpr int kMostNames = 1000;
+
+template <class Char>
+std::basic_string<Char> NameBeside(const std::basic_string<Char>& target, int number) {
+  const std::string ending = ".tmp" + std::to_string(number);
+  return target + std::basic_string<Char>(ending.begin(), ending.end());
+}
+
+}  // namespace
+
+template <class Char>
+bool FileContent<Char>::Replace(const Text& path, std::string_view content) const {
+  Text target;
+  std::uint32_t attributes = 0;
+  // A link stays; what it points to is replaced.
+  if (!calls_.FollowLink(path, &target)) return hook_.Report(Failures::kCannotOpenFile);
+  const bool exists = calls_.GetAttributes(target, &attributes);
+  if (exists && (attributes & (FileAttribute::kDirectory | FileAttribute::kReadOnly)) != 0) {
+    return hook_.Report(Failures::kCannotOpenFile);
+  }
+  if (!exists && !MakeParent(target)) return false;
+  switch (WriteBeside(target, exists, content)) {
+    case SystemResult::Ok:
+      return true;
+    case SystemResult::Denied:
+      return Write(target, content);
+    default:
+      return hook_.Report(Failures::kCannotWriteFile);
+  }
+}
+
+// Denied: the directory takes no new file, and nothing has happened.
+template <class Char>
+SystemResult FileContent<Char>::WriteBeside(const Text& target, bool exists, std::string_view content) const {
+  const Creation creation = exists ? Creation::CreateNewPrivate : Creation::CreateNew;
+  OpenedFile file(open_files());
+  Text beside;
+  SystemResult opened = SystemResult::Exists;
+  for (int number = 0; opened == SystemResult::Exists && number < kMostNames; ++number) {
+    beside = NameBeside(target, number);
+    opened = calls_.Open(beside, Access::Write, creation, file.Slot());
+  }
+  if (opened != SystemResult::Ok) return opened;
+
+  std::size_t done = 0;
+  bool replaced =
+      open_files().Write(file.handle(), content.data(), content.size(), &done) && open_files().Flush(file.handle());
+  replaced = file.Close() && replaced;
+  if (replaced && exists) replaced = calls_.CopyPermissions(target, beside);
+  replaced = replaced && calls_.RenameOver(beside, target);
+  if (!replaced) calls_.RemoveOneFile(beside);
+  return replaced ? SystemResult::Ok : SystemResult::Failed;
+}
+
+template bool FileContent<char>::Replace(const Text&, std::string_view) const;
+template bool FileContent<char16_t>::Replace(const Text&, std::string_view) const;
+
+}  // namespace OrvWorkFlow

@@ -1,0 +1,96 @@
+// The system calls as the operations make them: a wide call that fails is made once more in narrow characters, which
+// keeps the wide interface usable where wide calls are missing. A path that would lose something is never narrowed: it
+// would name another file.
+#pragma once
+
+#include <string>
+#include <tuple>
+#include <utility>
+
+#include "platform/Platform.h"
+
+namespace OrvWorkFlow {
+
+template <class Char>
+class SystemCalls {
+ public:
+  using Text = std::basic_string<Char>;
+
+  explicit SystemCalls(const Platform& platform) : platform_(platform) {}
+
+  const Platform& platform() const { return platform_; }
+
+  bool GetAttributes(const Text& path, std::uint32_t* attributes) const {
+    return Try([&](auto& part, const auto& p) { return part.files.GetAttributes(p, attributes); }, path);
+  }
+  bool SetAttributes(const Text& path, std::uint32_t attributes) const {
+    return Try([&](auto& part, const auto& p) { return part.files.SetAttributes(p, attributes); }, path);
+  }
+  SystemResult Open(const Text& path, Access access, Creation creation, FileHandle* handle) const {
+    return Try([&](auto& part, const auto& p) { return part.files.Open(p, access, creation, handle); }, path);
+  }
+  bool CopyOver(const Text& source, const Text& destination, bool fail_if_exists) const {
+    return Try([&](auto& part, const auto& s, const auto& d) { return part.files.CopyOver(s, d, fail_if_exists); },
+               source, destination);
+  }
+  bool RemoveOneFile(const Text& path) const {
+    return Try([](auto& part, const auto& p) { return part.files.RemoveOneFile(p); }, path);
+  }
+  bool RenameOver(const Text& from, const Text& to) const {
+    return Try([](auto& part, const auto& f, const auto& t) { return part.files.RenameOver(f, t); }, from, to);
+  }
+  bool CopyPermissions(const Text& from, const Text& to) const {
+    return Try([](auto& part, const auto& f, const auto& t) { return part.files.CopyPermissions(f, t); }, from, to);
+  }
+  bool FollowLink(const Text& path, Text* target) const {
+    return Try([&](auto& part, const auto& p) { return Follow(part.files, p, target); }, path);
+  }
+  SystemResult CreateOneDirectory(const Text& path) const {
+    return Try([](auto& part, const auto& p) { return part.directories.CreateOneDirectory(p); }, path);
+  }
+  bool RemoveOneDirectory(const Text& path) const {
+    return Try([](auto& part, const auto& p) { return part.directories.RemoveOneDirectory(p); }, path);
+  }
+  bool IsRoot(const Text& path) const { return platform_.For<Char>().directories.IsRoot(path); }
+
+  // Makes `call(part, paths...)` with the calls of the own width, and of the narrow one when that fails.
+  template <class Call, class... Paths>
+  auto Try(const Call& call, const Paths&... paths) const {
+    auto result = call(platform_.For<Char>(), paths...);
+    if constexpr (sizeof(Char) == 1) {
+      return result;
+    } else {
+      if (Succeeded(result)) return result;
+      std::tuple narrow{Narrowed(paths)...};
+      return std::apply(
+          [&](const auto&... one) { return (one.exact && ...) ? call(platform_.narrow, one.text...) : result; },
+          narrow);
+    }
+  }
+
+ private:
+  struct NarrowPath {
+    std::string text;
+    bool exact = false;
+  };
+
+  NarrowPath Narrowed(const std::u16string& path) const {
+    NarrowPath narrow;
+    narrow.exact = platform_.code_page.Narrow(path, &narrow.text, &narrow.exact) && narrow.exact;
+    return narrow;
+  }
+
+  bool Follow(FilesOf<Char>& files, const Text& path, Text* target) const { return files.FollowLink(path, target); }
+  bool Follow(FilesOf<char>& files, const std::string& path, std::u16string* target) const {
+    std::string narrow;
+    return files.FollowLink(path, &narrow) && platform_.code_page.Widen(narrow, target);
+  }
+
+  static bool Succeeded(bool result) { return result; }
+  static bool Succeeded(SystemResult result) { return result == SystemResult::Ok; }
+  static bool Succeeded(SearchResult result) { return result != SearchResult::Failed; }
+
+  const Platform& platform_;
+};
+
+}  // namespace OrvWorkFlow

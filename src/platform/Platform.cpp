@@ -1,0 +1,16 @@
+#include "platform/Platform.h"
+
+#include "platform/SystemParts.h"
+
+namespace OrvWorkFlow {
+
+Platform& SystemPlatform() {
+  static Platform platform{
+      {SystemParts::Files<char>(), SystemParts::Directories<char>(), SystemParts::Locations<char>()},
+      {SystemParts::Files<char16_t>(), SystemParts::Directories<char16_t>(), SystemParts::Locations<char16_t>()},
+      SystemParts::Handles(),
+      SystemParts::TheCodePage()};
+  return platform;
+}
+
+}  // namespace OrvWorkFlow

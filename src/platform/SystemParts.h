@@ -1,0 +1,26 @@
+// What a platform's half implements. Users want Platform.h.
+#pragma once
+
+#include "platform/Platform.h"
+
+namespace OrvWorkFlow::SystemParts {
+
+// Each is the one object of its kind, without state.
+template <class Char>
+FilesOf<Char>& Files();
+template <class Char>
+DirectoriesOf<Char>& Directories();
+template <class Char>
+LocationsOf<Char>& Locations();
+OpenFiles& Handles();
+CodePage& TheCodePage();
+
+// The halves instantiate them.
+extern template FilesOf<char>& Files<char>();
+extern template FilesOf<char16_t>& Files<char16_t>();
+extern template DirectoriesOf<char>& Directories<char>();
+extern template DirectoriesOf<char16_t>& Directories<char16_t>();
+extern template LocationsOf<char>& Locations<char>();
+extern template LocationsOf<char16_t>& Locations<char16_t>();
+
+}  // namespace OrvWorkFlow::SystemParts

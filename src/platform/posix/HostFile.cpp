@@ -1,0 +1,70 @@
+#include "platform/posix/HostFile.h"
+
+#include <sys/file.h>
+
+#include <cerrno>
+#include <climits>
+
+namespace OrvWorkFlow::Posix {
+
+SystemResult LastResult() {
+  switch (errno) {
+    case ENOENT:
+    case ENOTDIR:
+      return SystemResult::NotFound;
+    case EEXIST:
+      return SystemResult::Exists;
+    case EACCES:
+    case EPERM:
+    case EROFS:
+    case EISDIR:
+      return SystemResult::Denied;
+    default:
+      return SystemResult::Failed;
+  }
+}
+
+bool HostAttributes(const std::string& path, std::uint32_t* attributes) {
+  struct stat status;
+  if (::lstat(path.c_str(), &status) != 0) return false;
+  std::uint32_t result = 0;
+  if (S_ISLNK(status.st_mode)) {
+    struct stat target;
+    const bool to_directory = ::stat(path.c_str(), &target) == 0 && S_ISDIR(target.st_mode);
+    result = FileAttribute::kLink | (to_directory ? FileAttribute::kDirectory : 0);
+  } else {
+    if (S_ISDIR(status.st_mode)) result |= FileAttribute::kDirectory;
+    if (IsMarkedReadOnly(status)) result |= FileAttribute::kReadOnly;
+  }
+  *attributes = result == 0 ? FileAttribute::kNormal : result;
+  return true;
+}
+
+bool LockFile(int fd, bool shared) {
+  return ::flock(fd, (shared ? LOCK_SH : LOCK_EX) | LOCK_NB) == 0 || errno != EWOULDBLOCK;
+}
+
+std::string FollowHostLink(const std::string& path) {
+  constexpr int kLongestChain = 40;
+  std::string current = path;
+  for (int i = 0; i < kLongestChain; ++i) {
+    struct stat status;
+    if (::lstat(current.c_str(), &status) != 0 || !S_ISLNK(status.st_mode)) return current;
+    char target[PATH_MAX];
+    const ssize_t length = ::readlink(current.c_str(), target, sizeof target);
+    if (length <= 0 || static_cast<std::size_t>(length) == sizeof target) return {};
+    const std::string text(target, static_cast<std::size_t>(length));
+    current = text.front() == '/' ? text : current.substr(0, current.rfind('/') + 1) + text;
+    while (current.size() > 1 && current.back() == '/') current.pop_back();
+    // "..", if the link has it, counts from where the folders really are.
+    const std::size_t slash = current.rfind('/');
+    const OwnedText folder(::realpath(current.substr(0, slash + 1).c_str(), nullptr));
+    if (!folder) return {};
+    const std::string name = current.substr(slash + 1);
+    if (name == "." || name == "..") return {};
+    current = folder.get() + (std::string_view(folder.get()) == "/" ? name : "/" + name);
+  }
+  return {};
+}
+
+}  // namespace OrvWorkFlow::Posix

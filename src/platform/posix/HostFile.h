@@ -1,0 +1,65 @@
+// What files and directories of the host share: descriptors, statuses, errors.
+#pragma once
+
+#include <dirent.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "platform/Files.h"
+#include "platform/posix/HostPath.h"
+
+namespace OrvWorkFlow::Posix {
+
+// Owns a descriptor.
+class Descriptor {
+ public:
+  explicit Descriptor(int fd) : fd_(fd) {}
+  Descriptor(Descriptor&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
+  Descriptor& operator=(Descriptor&& other) noexcept {
+    std::swap(fd_, other.fd_);
+    return *this;
+  }
+  ~Descriptor() {
+    if (fd_ >= 0) ::close(fd_);
+  }
+  explicit operator bool() const { return fd_ >= 0; }
+  int get() const { return fd_; }
+  int Give() { return std::exchange(fd_, -1); }
+
+ private:
+  int fd_;
+};
+
+struct DirectoryCloser {
+  void operator()(DIR* directory) const { ::closedir(directory); }
+};
+using OwnedDirectory = std::unique_ptr<DIR, DirectoryCloser>;
+
+struct Freer {
+  void operator()(char* text) const { std::free(text); }
+};
+using OwnedText = std::unique_ptr<char, Freer>;
+
+// From `errno`.
+SystemResult LastResult();
+
+// The attributes of what has that host path, without following a link; false when there is nothing.
+bool HostAttributes(const std::string& path, std::uint32_t* attributes);
+
+inline bool IsMarkedReadOnly(const struct stat& status) { return (status.st_mode & S_IWUSR) == 0; }
+
+// Locks an open file against this library's other handles; false when one of them forbids it. File systems that know no
+// locks let everything pass.
+bool LockFile(int fd, bool shared);
+
+// What a link leads to in the end, as a host path; the path itself when it is no link. Empty for an endless chain and
+// when the folder of the target is missing.
+std::string FollowHostLink(const std::string& path);
+
+}  // namespace OrvWorkFlow::Posix

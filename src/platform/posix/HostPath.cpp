@@ -1,0 +1,196 @@
+#include "platform/posix/HostPath.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <vector>
+
+#include "platform/posix/HostFile.h"
+#include "platform/posix/Utf8.h"
+
+namespace OrvWorkFlow::Posix {
+namespace {
+
+std::string CurrentDirectory() {
+  const OwnedText text(::getcwd(nullptr, 0));
+  return text ? std::string(text.get()) : std::string();
+}
+
+std::string Variable(const char* name) {
+  const char* value = std::getenv(name);
+  return value == nullptr ? std::string() : std::string(value);
+}
+
+// The folder that is "C:\"; empty when the user has no home.
+std::string DriveCRoot() {
+  std::string prefix = Variable("ORVFLOW_PREFIX");
+  if (prefix.empty()) {
+    std::string data = Variable("XDG_DATA_HOME");
+    if (data.empty() || data.front() != '/') {
+      const std::string home = Variable("HOME");
+      if (home.empty() || home.front() != '/') return {};
+      data = home + "/.local/share";
+    }
+    prefix = data + "/orvflow";
+  } else if (prefix.front() != '/') {
+    prefix = CurrentDirectory() + "/" + prefix;
+  }
+  while (!prefix.empty() && prefix.back() == '/') prefix.pop_back();
+  return prefix + "/drive_c";
+}
+
+bool Exists(const std::string& path) {
+  struct stat status;
+  return ::lstat(path.c_str(), &status) == 0;
+}
+
+// What a platform path says before the host is asked.
+struct Parsed {
+  bool on_drive_c = false;
+  bool relative = false;
+  std::string_view names;
+};
+
+bool Parse(std::string_view path, Parsed* parsed) {
+  if (path.empty() || path.find('\0') != std::string_view::npos || !IsUtf8(path)) return false;
+  parsed->names = path;
+  if (path.size() >= 2 && path[1] == ':' && IsDriveLetter(path[0])) {
+    const char drive = static_cast<char>(path[0] & ~0x20);
+    if (drive != 'C' && drive != 'Z') return false;
+    parsed->on_drive_c = drive == 'C';
+    parsed->names.remove_prefix(2);
+  } else if (path.size() >= 2 && path[0] == '\\' && path[1] == '\\') {
+    return false;
+  }
+  const bool rooted = !parsed->names.empty() && IsSeparator(parsed->names.front());
+  parsed->relative = !rooted && !parsed->on_drive_c;
+  return parsed->names.find(':') == std::string_view::npos;
+}
+
+std::string_view WithoutTail(std::string_view name) {
+  while (!name.empty() && (name.back() == '.' || name.back() == ' ')) name.remove_suffix(1);
+  return name;
+}
+
+// Appends the names of a path to those before it, folding "." and "..".
+bool AppendNames(std::string_view path, bool drop_tails, std::vector<std::string_view>* names) {
+  while (!path.empty()) {
+    const std::size_t end = std::min(path.find_first_of("\\/"), path.size());
+    std::string_view name = path.substr(0, end);
+    path.remove_prefix(std::min(end + 1, path.size()));
+    if (name.empty() || name == ".") continue;
+    if (name == "..") {
+      if (!names->empty()) names->pop_back();
+      continue;
+    }
+    if (drop_tails) name = WithoutTail(name);
+    if (name.empty()) return false;
+    names->push_back(name);
+  }
+  return true;
+}
+
+// The name in the folder that differs in letter case only; of several the first in byte order. Empty when there is
+// none.
+std::string EqualName(const std::string& folder, std::string_view name) {
+  const OwnedDirectory directory(::opendir(folder.c_str()));
+  std::string best;
+  if (!directory) return best;
+  const std::u16string wanted = Capitals(name);
+  while (const dirent* entry = ::readdir(directory.get())) {
+    const std::string_view candidate = entry->d_name;
+    if ((best.empty() || candidate < best) && Capitals(candidate) == wanted) best = candidate;
+  }
+  return best;
+}
+
+std::string FindWithoutCase(std::string path, const std::vector<std::string_view>& names) {
+  bool existing = true;
+  for (const std::string_view name : names) {
+    std::string next = path + "/" + std::string(name);
+    if (existing && !Exists(next)) {
+      const std::string equal = EqualName(path, name);
+      existing = !equal.empty();
+      if (existing) next = path + "/" + equal;
+    }
+    path = std::move(next);
+  }
+  return path;
+}
+
+std::string WithBackslashes(std::string_view drive, std::string_view rest) {
+  std::string result(drive);
+  result += rest.empty() ? "/" : rest;
+  for (char& c : result) {
+    if (c == '/') c = '\\';
+  }
+  return result;
+}
+
+bool IsExpressible(std::string_view host_path) {
+  return !host_path.empty() && host_path.front() == '/' && IsUtf8(host_path) &&
+         host_path.find_first_of("\\:") == std::string_view::npos;
+}
+
+// The part of the path below the folder; null data when it does not lie there.
+std::string_view Below(std::string_view host_path, std::string_view folder) {
+  if (folder.empty() || !host_path.starts_with(folder)) return {};
+  const std::string_view rest = host_path.substr(folder.size());
+  return rest.empty() || rest.front() == '/' ? rest : std::string_view();
+}
+
+}  // namespace
+
+bool ToHostPath(std::string_view platform_path, HostPath* host) {
+  Parsed parsed;
+  if (!Parse(platform_path, &parsed)) return false;
+  const std::string root = parsed.on_drive_c ? DriveCRoot() : std::string();
+  if (parsed.on_drive_c && root.empty()) return false;
+  const std::string current = parsed.relative ? CurrentDirectory() : std::string();
+  if (parsed.relative && (current.empty() || current.front() != '/')) return false;
+  std::vector<std::string_view> names;
+  if (!AppendNames(current, false, &names) || !AppendNames(parsed.names, parsed.on_drive_c, &names)) return false;
+
+  std::string path = root;
+  for (const std::string_view name : names) path.append("/").append(name);
+  if (parsed.on_drive_c && !Exists(path)) path = FindWithoutCase(root, names);
+  if (path.empty()) path = "/";
+  host->path = std::move(path);
+  host->is_root = names.empty();
+  host->on_drive_c = parsed.on_drive_c;
+  host->trailing_separator = !names.empty() && !parsed.names.empty() && IsSeparator(parsed.names.back());
+  return true;
+}
+
+bool ToHostPath(std::u16string_view platform_path, HostPath* host) {
+  std::string narrow;
+  return Utf16ToUtf8(platform_path, &narrow) && ToHostPath(narrow, host);
+}
+
+std::string ToDriveZPath(std::string_view host_path) {
+  if (!IsExpressible(host_path)) return {};
+  return WithBackslashes("Z:", host_path == "/" ? std::string_view() : host_path);
+}
+
+std::string ToDrivePath(std::string_view host_path) {
+  const std::string root = DriveCRoot();
+  const OwnedText real(::realpath(root.c_str(), nullptr));
+  for (const std::string_view folder : {std::string_view(root), std::string_view(real ? real.get() : "")}) {
+    const std::string_view rest = Below(host_path, folder);
+    if (rest.data() != nullptr && IsExpressible(host_path)) return WithBackslashes("C:", rest);
+  }
+  return ToDriveZPath(host_path);
+}
+
+void EnsureDriveRoot(const HostPath& host) {
+  if (!host.on_drive_c) return;
+  const std::string root = DriveCRoot();
+  if (Exists(root)) return;
+  for (std::size_t end = root.find('/', 1); end != std::string::npos; end = root.find('/', end + 1)) {
+    ::mkdir(root.substr(0, end).c_str(), 0777);
+  }
+  ::mkdir(root.c_str(), 0777);
+}
+
+bool IsNameable(std::string_view name) { return IsUtf8(name) && name.find_first_of("\\:/") == std::string_view::npos; }
+
+}  // namespace OrvWorkFlow::Posix

@@ -1,0 +1,289 @@
+// Files of the host, by platform path.
+#include <fcntl.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <limits>
+#include <vector>
+
+#include "platform/SystemParts.h"
+#include "platform/posix/HostFile.h"
+#include "platform/posix/Utf8.h"
+
+namespace OrvWorkFlow {
+namespace Posix {
+namespace {
+
+// Interrupted calls are made again; opening never waits for the other end of a pipe.
+Descriptor OpenHost(const std::string& path, int flags, mode_t mode) {
+  int fd;
+  do {
+    fd = ::open(path.c_str(), flags | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, mode);
+  } while (fd < 0 && errno == EINTR);
+  return Descriptor(fd);
+}
+
+bool IsPlainOrMissing(const std::string& path) {
+  struct stat status;
+  return ::stat(path.c_str(), &status) != 0 || S_ISREG(status.st_mode);
+}
+
+bool WriteAll(int fd, const void* data, std::size_t size, std::size_t* done) {
+  *done = 0;
+  const char* bytes = static_cast<const char*>(data);
+  while (*done < size) {
+    const ssize_t written = ::write(fd, bytes + *done, size - *done);
+    if (written < 0 && errno == EINTR) continue;
+    if (written <= 0) return false;
+    *done += static_cast<std::size_t>(written);
+  }
+  return true;
+}
+
+bool ReadAll(int fd, void* data, std::size_t size, std::size_t* done) {
+  *done = 0;
+  char* bytes = static_cast<char*>(data);
+  while (*done < size) {
+    const ssize_t count = ::read(fd, bytes + *done, size - *done);
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) return false;
+    if (count == 0) break;
+    *done += static_cast<std::size_t>(count);
+  }
+  return true;
+}
+
+bool CopyContent(int from, int to) {
+  std::vector<char> buffer(std::size_t{256} * 1024);
+  std::size_t count;
+  do {
+    std::size_t written;
+    if (!ReadAll(from, buffer.data(), buffer.size(), &count)) return false;
+    if (!WriteAll(to, buffer.data(), count, &written)) return false;
+  } while (count == buffer.size());
+  return true;
+}
+
+// Copies into a destination that is open already and belongs to nobody else.
+bool CopyInto(const Descriptor& from, const struct stat& source, Descriptor to) {
+  struct stat destination;
+  bool copied =
+      ::ftruncate(to.get(), 0) == 0 && CopyContent(from.get(), to.get()) && ::fstat(to.get(), &destination) == 0;
+  if (copied && IsMarkedReadOnly(source)) copied = ::fchmod(to.get(), destination.st_mode & ~mode_t{0222}) == 0;
+  return ::close(to.Give()) == 0 && copied;
+}
+
+bool CopyHostFile(const std::string& source_path, const std::string& destination_path, bool fail_if_exists) {
+  if (!IsPlainOrMissing(source_path) || !IsPlainOrMissing(destination_path)) return false;
+  const Descriptor from = OpenHost(source_path, O_RDONLY, 0);
+  struct stat source;
+  if (!from || ::fstat(from.get(), &source) != 0 || !S_ISREG(source.st_mode) || !LockFile(from.get(), true)) {
+    return false;
+  }
+  // A new file may be run if the source may.
+  const mode_t mode = (source.st_mode & 0777) | S_IWUSR;
+  const int flags = O_WRONLY | O_CREAT | (fail_if_exists ? O_EXCL : 0);
+  Descriptor to = OpenHost(destination_path, flags, mode);
+  struct stat destination;
+  if (!to || ::fstat(to.get(), &destination) != 0 || !S_ISREG(destination.st_mode)) return false;
+  const bool same = source.st_dev == destination.st_dev && source.st_ino == destination.st_ino;
+  if (same || IsMarkedReadOnly(destination) || !LockFile(to.get(), false)) return false;
+  if (CopyInto(from, source, std::move(to))) return true;
+  const std::string partial = FollowHostLink(destination_path);
+  if (!partial.empty()) ::unlink(partial.c_str());
+  return false;
+}
+
+bool FlushFolderOf(const std::string& path) {
+  const std::size_t slash = path.rfind('/');
+  const Descriptor folder = OpenHost(slash == 0 ? "/" : path.substr(0, slash), O_RDONLY | O_DIRECTORY, 0);
+  return folder && ::fsync(folder.get()) == 0;
+}
+
+int FlagsOf(Access access, Creation creation) {
+  const int flags = access == Access::Read ? O_RDONLY : O_WRONLY;
+  switch (creation) {
+    case Creation::OpenExisting:
+      return flags;
+    case Creation::OpenAlways:
+      return flags | O_CREAT;
+    case Creation::CreateNew:
+    case Creation::CreateNewPrivate:
+      break;
+  }
+  return flags | O_CREAT | O_EXCL;
+}
+
+SystemResult OpenHostFile(const HostPath& host, Access access, Creation creation, FileHandle* handle) {
+  if (host.is_root || host.trailing_separator) return SystemResult::Failed;
+  const bool creates = creation == Creation::CreateNew || creation == Creation::CreateNewPrivate;
+  if (!creates && !IsPlainOrMissing(host.path)) return SystemResult::Denied;
+  if (creation != Creation::OpenExisting) EnsureDriveRoot(host);
+  const mode_t mode = creation == Creation::CreateNewPrivate ? 0600 : 0666;
+  Descriptor file = OpenHost(host.path, FlagsOf(access, creation), mode);
+  if (!file) return LastResult();
+  struct stat status;
+  if (::fstat(file.get(), &status) != 0) return SystemResult::Failed;
+  if (!S_ISREG(status.st_mode)) return SystemResult::Denied;
+  // The superuser passes every mode; the mark counts all the same.
+  if (access == Access::Write && !creates && IsMarkedReadOnly(status)) return SystemResult::Denied;
+  if (!LockFile(file.get(), false)) return SystemResult::InUse;
+  *handle = FileHandle{file.Give()};
+  return SystemResult::Ok;
+}
+
+bool RemoveHostFile(const HostPath& host) {
+  struct stat status;
+  if (host.is_root || host.trailing_separator || ::lstat(host.path.c_str(), &status) != 0) return false;
+  if (S_ISDIR(status.st_mode)) return false;
+  if (S_ISLNK(status.st_mode)) {
+    struct stat target;
+    if (::stat(host.path.c_str(), &target) == 0 && S_ISDIR(target.st_mode)) return false;
+  } else if (IsMarkedReadOnly(status)) {
+    return false;
+  } else if (S_ISREG(status.st_mode)) {
+    const Descriptor file = OpenHost(host.path, O_RDONLY | O_NOFOLLOW, 0);
+    if (file && !LockFile(file.get(), false)) return false;
+  }
+  return ::unlink(host.path.c_str()) == 0;
+}
+
+template <class Char>
+class PosixFiles final : public FilesOf<Char> {
+ public:
+  using Text = std::basic_string<Char>;
+
+  bool GetAttributes(const Text& path, std::uint32_t* attributes) override {
+    HostPath host;
+    std::uint32_t result;
+    if (!ToHostPath(path, &host) || !HostAttributes(host.path, &result)) return false;
+    if (host.trailing_separator && (result & FileAttribute::kDirectory) == 0) return false;
+    *attributes = result;
+    return true;
+  }
+
+  bool SetAttributes(const Text& path, std::uint32_t attributes) override {
+    HostPath host;
+    struct stat status;
+    if (!ToHostPath(path, &host) || ::lstat(host.path.c_str(), &status) != 0) return false;
+    if (S_ISLNK(status.st_mode)) return true;
+    const bool read_only = (attributes & FileAttribute::kReadOnly) != 0;
+    if (read_only == IsMarkedReadOnly(status)) return true;
+    const mode_t mode = status.st_mode & 07777;
+    return ::chmod(host.path.c_str(), read_only ? mode & ~mode_t{0222} : mode | S_IWUSR) == 0;
+  }
+
+  SystemResult Open(const Text& path, Access access, Creation creation, FileHandle* handle) override {
+    HostPath host;
+    return ToHostPath(path, &host) ? OpenHostFile(host, access, creation, handle) : SystemResult::NotFound;
+  }
+
+  bool CopyOver(const Text& source, const Text& destination, bool fail_if_exists) override {
+    HostPath from;
+    HostPath to;
+    if (!ToHostPath(source, &from) || !ToHostPath(destination, &to)) return false;
+    if (from.trailing_separator || to.trailing_separator) return false;
+    EnsureDriveRoot(to);
+    return CopyHostFile(from.path, to.path, fail_if_exists);
+  }
+
+  bool RemoveOneFile(const Text& path) override {
+    HostPath host;
+    return ToHostPath(path, &host) && RemoveHostFile(host);
+  }
+
+  bool RenameOver(const Text& from, const Text& to) override {
+    HostPath old_name;
+    HostPath new_name;
+    struct stat status;
+    if (!ToHostPath(from, &old_name) || !ToHostPath(to, &new_name)) return false;
+    if (::lstat(new_name.path.c_str(), &status) == 0 && !S_ISLNK(status.st_mode) && IsMarkedReadOnly(status)) {
+      return false;
+    }
+    if (::rename(old_name.path.c_str(), new_name.path.c_str()) != 0) return false;
+    FlushFolderOf(
+        new_name.path);  // The new name holds already; a disk that cannot flush a folder changes nothing in that.
+    return true;
+  }
+
+  bool CopyPermissions(const Text& from, const Text& to) override {
+    HostPath source;
+    HostPath target;
+    struct stat wanted;
+    struct stat present;
+    if (!ToHostPath(from, &source) || !ToHostPath(to, &target)) return false;
+    if (::stat(source.path.c_str(), &wanted) != 0 || ::lstat(target.path.c_str(), &present) != 0) return false;
+    const bool same_owner = wanted.st_uid == present.st_uid && wanted.st_gid == present.st_gid;
+    if (!same_owner && ::lchown(target.path.c_str(), wanted.st_uid, wanted.st_gid) != 0) {
+      // Only the superuser gives files away; the mode is kept for whoever owns the file then.
+    }
+    return ::chmod(target.path.c_str(), wanted.st_mode & 0777) == 0;
+  }
+
+  bool FollowLink(const Text& path, Text* target) override {
+    HostPath host;
+    if (!ToHostPath(path, &host)) return false;
+    const std::string followed = FollowHostLink(host.path);
+    if (followed == host.path) {
+      *target = path;
+      return true;
+    }
+    const std::string result = ToDriveZPath(followed);
+    if (result.empty()) return false;
+    if constexpr (sizeof(Char) == 1) {
+      *target = result;
+      return true;
+    } else {
+      return Utf8ToUtf16(result, target);
+    }
+  }
+};
+
+int FdOf(FileHandle handle) { return static_cast<int>(handle); }
+
+class PosixOpenFiles final : public OpenFiles {
+ public:
+  bool Read(FileHandle handle, void* data, std::size_t size, std::size_t* done) override {
+    return ReadAll(FdOf(handle), data, size, done);
+  }
+  bool Write(FileHandle handle, const void* data, std::size_t size, std::size_t* done) override {
+    return WriteAll(FdOf(handle), data, size, done);
+  }
+  bool GetSize(FileHandle handle, std::uint64_t* size) override {
+    struct stat status;
+    if (::fstat(FdOf(handle), &status) != 0) return false;
+    *size = static_cast<std::uint64_t>(status.st_size);
+    return true;
+  }
+  bool MoveTo(FileHandle handle, std::uint64_t position) override {
+    if (position > static_cast<std::uint64_t>(std::numeric_limits<off_t>::max())) return false;
+    return ::lseek(FdOf(handle), static_cast<off_t>(position), SEEK_SET) >= 0;
+  }
+  bool SetEnd(FileHandle handle) override {
+    const off_t position = ::lseek(FdOf(handle), 0, SEEK_CUR);
+    return position >= 0 && ::ftruncate(FdOf(handle), position) == 0;
+  }
+  bool Flush(FileHandle handle) override { return ::fsync(FdOf(handle)) == 0; }
+  bool Close(FileHandle handle) override { return ::close(FdOf(handle)) == 0 || errno == EINTR; }
+};
+
+}  // namespace
+}  // namespace Posix
+
+namespace SystemParts {
+
+template <class Char>
+FilesOf<Char>& Files() {
+  static Posix::PosixFiles<Char> files;
+  return files;
+}
+template FilesOf<char>& Files<char>();
+template FilesOf<char16_t>& Files<char16_t>();
+
+OpenFiles& Handles() {
+  static Posix::PosixOpenFiles handles;
+  return handles;
+}
+
+}  // namespace SystemParts
+}  // namespace OrvWorkFlow
