@@ -1,0 +1,34 @@
+#include "dictionary/AttributeTable.h"
+
+#include "dictionary/AttributeText.h"
+#include "dictionary/ValueText.h"
+#include "dictionary/ValueTypes.h"
+
+namespace OrvWorkFlow {
+
+AttributeTable::AttributeTable() { Intern(""); }
+
+AttributeTable::Id AttributeTable::Intern(std::string_view text) {
+  if (const Id known = texts_.Find(text); known != NameTable::kNone) return known;
+  Facts facts{ValueType::Nil, false};
+  if (const auto tag = FindAttribute(text, kTypeAttribute)) facts.type = TypeOfTag(*tag);
+  if (const auto mark = FindAttribute(text, kRedirectionAttribute)) facts.is_redirection = ParseInteger(*mark) != 0;
+  facts_.push_back(facts);
+  try {
+    return texts_.Intern(text);
+  } catch (...) {
+    facts_.pop_back();
+    throw;
+  }
+}
+
+AttributeTable::Id AttributeTable::WithType(Id id, ValueType type) {
+  Retyped& answer = retyped_[(id * 11 + static_cast<std::uint32_t>(type)) % retyped_.size()];
+  if (answer.from != id || answer.type != type) {
+    const Id to = Intern(WithAttribute(Text(id), kTypeAttribute, TagOf(type)));
+    answer = {id, type, to};
+  }
+  return answer.to;
+}
+
+}  // namespace OrvWorkFlow

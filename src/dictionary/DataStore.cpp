@@ -1,0 +1,162 @@
+#include "dictionary/DataStore.h"
+
+#include "dictionary/AttributeText.h"
+#include "dictionary/EntryPath.h"
+#include "dictionary/XmlReader.h"
+#include "dictionary/XmlWriter.h"
+
+namespace OrvWorkFlow {
+namespace {
+
+constexpr std::string_view kNameValuePairs = "IDictionaryNameValPairs";
+
+// The element, or the first of its next siblings, that is no holder of list items.
+ElementId SkipListEntries(const ElementTree& tree, ElementId id) {
+  while (id != kNoElement && tree.name(id) == kListEntriesName) id = tree.next_sibling(id);
+  return id;
+}
+
+// The element after `at` in pre-order below `top`, with `path` (that of `at`) led along; kNoElement behind the last.
+ElementId NextPath(const ElementTree& tree, ElementId top, ElementId at, std::string& path) {
+  ElementId next = SkipListEntries(tree, tree.first_child(at));
+  while (next == kNoElement && at != top) {
+    path.resize(path.size() - tree.name(at).size() - 1);
+    next = SkipListEntries(tree, tree.next_sibling(at));
+    at = tree.parent(at);
+  }
+  if (next != kNoElement) path.append("/").append(tree.name(next));
+  return next;
+}
+
+}  // namespace
+
+bool DataStore::IsWritable(const char* path) { return path != nullptr && IsValidPath(path); }
+
+ElementId DataStore::WriteEntry(std::string_view path, ValueType type, std::string_view text) {
+  const WrittenEntry written = FindWrittenEntry(tree_, path);
+  if (written.is_lost) return kNoElement;
+  ElementId entry = written.element;
+  if (entry == kNoElement && IsValidPath(written.path)) entry = EnsureEntry(tree_, written.path);
+  if (entry == kNoElement) return kNoElement;
+  const AttributeTable::Id attributes = tree_.AttributesWithType(entry, type);
+  tree_.SetText(entry, text);
+  tree_.SetAttributes(entry, attributes);
+  return entry;
+}
+
+bool DataStore::SetText(const char* path, ValueType type, std::string_view text) {
+  if (!IsWritable(path)) return false;
+  const WriteScope scope(*this);
+  return WriteEntry(path, type, text) != kNoElement;
+}
+
+ValueType DataStore::GetType(const char* path) {
+  if (path == nullptr) return ValueType::Nil;
+  const std::scoped_lock lock(mutex_);
+  const ElementId entry = FindEntry(tree_, path);
+  return entry == kNoElement ? ValueType::Nil : tree_.type(entry);
+}
+
+bool DataStore::HasAttribute(const char* path, const char* name) {
+  if (path == nullptr || name == nullptr) return false;
+  const std::scoped_lock lock(mutex_);
+  const ElementId entry = FindEntry(tree_, path);
+  return entry != kNoElement && FindAttribute(tree_.attributes(entry), name).has_value();
+}
+
+bool DataStore::GetAttribute(const char* path, const char* name, std::string& value) {
+  if (path == nullptr || name == nullptr) return false;
+  const std::scoped_lock lock(mutex_);
+  const ElementId entry = FindEntry(tree_, path);
+  if (entry == kNoElement) return false;
+  const auto found = FindAttribute(tree_.attributes(entry), name);
+  if (found) value = *found;
+  return found.has_value();
+}
+
+bool DataStore::SetAttribute(const char* path, const char* name, const char* value) {
+  if (!IsWritable(path) || name == nullptr || value == nullptr || !IsAttributeName(name)) return false;
+  const WriteScope scope(*this);
+  const ElementId entry = EnsureEntry(tree_, path);
+  if (entry == kNoElement) return false;
+  tree_.SetAttributes(entry, WithAttribute(tree_.attributes(entry), name, value));
+  return true;
+}
+
+bool DataStore::Exists(const char* path) {
+  if (path == nullptr) return false;
+  const std::scoped_lock lock(mutex_);
+  return FindEntry(tree_, path) != kNoElement;
+}
+
+bool DataStore::Delete(const char* path) {
+  if (!IsWritable(path)) return false;
+  const WriteScope scope(*this);
+  const ElementId entry = FindEntry(tree_, path);
+  if (entry == kNoElement) return false;
+  tree_.Remove(entry);
+  return true;
+}
+
+bool DataStore::GetEntries(const char* path, std::vector<std::string>& names) {
+  if (path == nullptr) return false;
+  const std::scoped_lock lock(mutex_);
+  const ElementId entry = FindEntry(tree_, path);
+  if (entry == kNoElement) return false;
+  std::vector<std::string> result;
+  result.reserve(tree_.child_count(entry));
+  ElementId child = SkipListEntries(tree_, tree_.first_child(entry));
+  for (; child != kNoElement; child = SkipListEntries(tree_, tree_.next_sibling(child))) {
+    result.emplace_back(tree_.name(child));
+  }
+  names = std::move(result);
+  return true;
+}
+
+bool DataStore::EnumeratePaths(const char* path, std::vector<std::string>& paths) {
+  if (path == nullptr) return false;
+  const std::scoped_lock lock(mutex_);
+  const ElementId top = FindEntry(tree_, path);
+  if (top == kNoElement) return false;
+  std::vector<std::string> result;
+  std::string current(path);
+  std::size_t total = 0;
+  for (ElementId at = top; at != kNoElement; at = NextPath(tree_, top, at, current)) {
+    if (current.size() > kMaxTextSize - total) return false;
+    total += current.size();
+    result.push_back(current);
+  }
+  paths = std::move(result);
+  return true;
+}
+
+bool DataStore::Load(std::string_view text, std::shared_ptr<const void> owner) {
+  if (text.size() > kMaxTextSize) return false;
+  const WriteScope scope(*this);
+  tree_.Clear();
+  tree_.KeepAlive(std::move(owner));
+  return ReadXml(text, tree_);
+}
+
+void DataStore::Save(Pairs pairs, TextBuffer& output) {
+  const WriteScope scope(*this);
+  if (pairs == Pairs::Emptied) ReplaceNameValuePairs();
+  const ElementId root = EnsureEntry(tree_, "");
+  if (root != kNoElement) {
+    tree_.SetAttributes(root, WithAttribute(tree_.attributes(root), kFileVersionAttribute, kFileVersion));
+  }
+  WriteXml(tree_, output);
+}
+
+void DataStore::EmptyNameValuePairs() {
+  const WriteScope scope(*this);
+  ReplaceNameValuePairs();
+}
+
+void DataStore::ReplaceNameValuePairs() {
+  const ElementId old = FindEntry(tree_, kNameValuePairs);
+  if (old != kNoElement) tree_.Remove(old);
+  EnsureEntry(tree_, kNameValuePairs);
+}
+
+}  // namespace OrvWorkFlow

@@ -1,0 +1,129 @@
+// A dictionary's content: the element tree behind one mutex, with the typed operations on it.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "dictionary/ElementTree.h"
+#include "dictionary/ListItems.h"
+#include "dictionary/Redirection.h"
+#include "dictionary/TextBuffer.h"
+#include "dictionary/ValueText.h"
+
+namespace OrvWorkFlow {
+
+// Any thread. Each operation holds the mutex from its first look at the tree to its last; none calls foreign code
+// meanwhile. A null path or text fails. False leaves outputs untouched. Where memory runs out std::bad_alloc is thrown;
+// the tree then holds what was done by then.
+//
+// `T` is a type of ValueForm. The typed operations follow redirections (Redirection.h); the others do not.
+class DataStore {
+ public:
+  // Stores text form and type; other attributes and the children stay. False: invalid path, a root of another name.
+  template <class T>
+  bool Set(const char* path, const T& value) {
+    NumberBuffer buffer;
+    return SetText(path, ValueForm<T>::kScalar, ValueForm<T>::Format(value, buffer));
+  }
+  bool SetText(const char* path, ValueType type, std::string_view text);
+
+  template <class T>
+  bool SetList(const char* path, const std::vector<T>& values) {
+    if (!IsWritable(path)) return false;
+    const WriteScope scope(*this);
+    const ElementId entry = WriteEntry(path, ValueForm<T>::kList, {});
+    if (entry == kNoElement) return false;
+    ListWriter items(tree_, entry);
+    NumberBuffer buffer;
+    for (const auto& value : values) items.Add(ValueForm<T>::Format(value, buffer));
+    return true;
+  }
+
+  // False: no entry, or one of another type.
+  template <class T>
+  bool Get(const char* path, T& value) {
+    if (path == nullptr) return false;
+    const std::scoped_lock lock(mutex_);
+    const ElementId entry = FindReadEntry(tree_, path, ValueForm<T>::kScalar);
+    if (entry == kNoElement) return false;
+    value = ValueForm<T>::Parse(tree_.text(entry));
+    return true;
+  }
+
+  template <class T>
+  bool GetList(const char* path, std::vector<T>& values) {
+    if (path == nullptr) return false;
+    std::vector<T> result;
+    {
+      const std::scoped_lock lock(mutex_);
+      const ElementId entry = FindReadEntry(tree_, path, ValueForm<T>::kList);
+      if (entry == kNoElement) return false;
+      ListReader items(tree_, entry);
+      std::string_view text;
+      while (items.Next(text)) result.push_back(ValueForm<T>::Parse(text));
+    }
+    values = std::move(result);
+    return true;
+  }
+
+  ValueType GetType(const char* path);
+  bool HasAttribute(const char* path, const char* name);
+  bool GetAttribute(const char* path, const char* name, std::string& value);
+  // Makes a missing entry. False also for a name that could not be read back.
+  bool SetAttribute(const char* path, const char* name, const char* value);
+
+  bool Exists(const char* path);
+  bool Delete(const char* path);
+  // The children's names in order, without "__ListEntries".
+  bool GetEntries(const char* path, std::vector<std::string>& names);
+  // The path and all paths below it in pre-order, each formed as parent + "/" + name. False also when they would be
+  // longer than kMaxTextSize in all.
+  bool EnumeratePaths(const char* path, std::vector<std::string>& paths);
+
+  // Replaces the content by what the text holds. `owner` keeps the text alive; it is let go, with the mutex held, when
+  // the content is replaced or deleted as a whole. False for a text above kMaxTextSize (the content stays) and for one
+  // that does not end well: what was complete by then is the content.
+  bool Load(std::string_view text, std::shared_ptr<const void> owner);
+
+  enum class Pairs { Saved, Emptied };
+  // Appends the file's text; the root gets the file version's attribute. With Pairs::Emptied as after
+  // EmptyNameValuePairs.
+  void Save(Pairs pairs, TextBuffer& output);
+  // Leaves "/IDictionaryNameValPairs" as an entry without content, the last below the root.
+  void EmptyNameValuePairs();
+
+  // Has changed by the time a change can be seen.
+  std::uint64_t change_count() const { return changes_.load(std::memory_order_acquire); }
+
+ private:
+  // Holds the mutex for a change and counts it.
+  class WriteScope {
+   public:
+    explicit WriteScope(DataStore& store) : store_(store), lock_(store.mutex_) {
+      store.changes_.fetch_add(1, std::memory_order_release);
+    }
+    ~WriteScope() { store_.tree_.ShedUnusedTexts(); }
+    WriteScope(const WriteScope&) = delete;
+    WriteScope& operator=(const WriteScope&) = delete;
+
+   private:
+    DataStore& store_;
+    const std::scoped_lock<std::mutex> lock_;
+  };
+
+  static bool IsWritable(const char* path);
+  // These want the mutex held.
+  ElementId WriteEntry(std::string_view path, ValueType type, std::string_view text);
+  void ReplaceNameValuePairs();
+
+  std::mutex mutex_;
+  std::atomic<std::uint64_t> changes_ = 0;
+  ElementTree tree_;  // Guarded by mutex_.
+};
+
+}  // namespace OrvWorkFlow

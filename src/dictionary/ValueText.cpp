@@ -1,0 +1,155 @@
+#include "dictionary/ValueText.h"
+
+#include <algorithm>
+#include <charconv>
+#include <limits>
+
+#include "dictionary/Bytes.h"
+
+namespace OrvWorkFlow {
+namespace {
+
+// Reads a sign away; true for a minus.
+bool TakeSign(std::string_view& text) {
+  if (text.empty() || (text.front() != '-' && text.front() != '+')) return false;
+  const bool minus = text.front() == '-';
+  text.remove_prefix(1);
+  return minus;
+}
+
+// Whether a well-formed number that no double holds is too large, not too small: where its first digit other than zero
+// stands, seen from the decimal point, and what the exponent adds to that.
+bool IsTooLarge(std::string_view number) {
+  constexpr long long kFar = 1000000000;
+  const std::size_t exponent_mark = number.find_first_of("eE");
+  const std::string_view digits = number.substr(0, exponent_mark);
+  const std::size_t first = digits.find_first_of("123456789");
+  const std::size_t point = std::min(digits.find('.'), digits.size());
+  long long exponent = 0;
+  if (exponent_mark != std::string_view::npos) {
+    std::string_view rest = number.substr(exponent_mark + 1);
+    const bool minus = TakeSign(rest);
+    for (const char c : rest) exponent = std::min(kFar * 10, exponent * 10 + (c - '0'));
+    if (minus) exponent = -exponent;
+  }
+  return first != std::string_view::npos &&
+         exponent + static_cast<long long>(point) - static_cast<long long>(first) > 0;
+}
+
+constexpr char32_t kReplacement = 0xFFFD;
+
+void AppendUtf8(std::string& output, char32_t code) {
+  const auto tail = [&](unsigned shift) { output += static_cast<char>(0x80 | ((code >> shift) & 0x3F)); };
+  if (code < 0x80) {
+    output += static_cast<char>(code);
+  } else if (code < 0x800) {
+    output += static_cast<char>(0xC0 | (code >> 6));
+    tail(0);
+  } else if (code < 0x10000) {
+    output += static_cast<char>(0xE0 | (code >> 12));
+    tail(6);
+    tail(0);
+  } else {
+    output += static_cast<char>(0xF0 | (code >> 18));
+    tail(12);
+    tail(6);
+    tail(0);
+  }
+}
+
+// Takes one character off the front. A malformed sequence counts as one character as far as it could have been the
+// beginning of a well-formed one.
+char32_t TakeUtf8(std::string_view& text) {
+  const auto byte = [&](std::size_t at) { return static_cast<unsigned char>(text[at]); };
+  const unsigned lead = byte(0);
+  std::size_t length = lead < 0x80 ? 1 : lead >= 0xC2 && lead < 0xE0 ? 2 : lead >= 0xE0 && lead < 0xF0 ? 3 : 4;
+  char32_t code = lead < 0x80 ? lead : lead & (0x7Fu >> length);
+  if (lead >= 0x80 && (lead < 0xC2 || lead > 0xF4)) length = 0;
+  for (std::size_t i = 1; i < length; ++i) {
+    unsigned low = 0x80;
+    unsigned high = 0xBF;
+    if (i == 1) {  // No overlong forms, no surrogates, nothing above U+10FFFF.
+      if (lead == 0xE0) low = 0xA0;
+      if (lead == 0xED) high = 0x9F;
+      if (lead == 0xF0) low = 0x90;
+      if (lead == 0xF4) high = 0x8F;
+    }
+    if (i >= text.size() || byte(i) < low || byte(i) > high) {
+      text.remove_prefix(i);
+      return kReplacement;
+    }
+    code = (code << 6) | (byte(i) & 0x3F);
+  }
+  text.remove_prefix(length == 0 ? 1 : length);
+  return length == 0 ? kReplacement : code;
+}
+
+}  // namespace
+
+std::string_view FormatInteger(std::int32_t value, NumberBuffer& buffer) {
+  const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value).ptr;
+  return {buffer.data(), static_cast<std::size_t>(end - buffer.data())};
+}
+
+std::string_view FormatDouble(double value, NumberBuffer& buffer) {
+  const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value, std::chars_format::fixed, 6).ptr;
+  return {buffer.data(), static_cast<std::size_t>(end - buffer.data())};
+}
+
+std::int32_t ParseInteger(std::string_view text) {
+  text = SkipBlanks(text);
+  const bool minus = TakeSign(text);
+  const std::int64_t limit = std::int64_t{std::numeric_limits<std::int32_t>::max()} + (minus ? 1 : 0);
+  std::int64_t value = 0;
+  for (const char c : text) {
+    if (!IsDigit(c)) break;
+    value = std::min(limit, value * 10 + (c - '0'));
+  }
+  return static_cast<std::int32_t>(minus ? -value : value);
+}
+
+double ParseDouble(std::string_view text) {
+  text = SkipBlanks(text);
+  const bool minus = TakeSign(text);
+  if (!text.empty() && text.front() == '-') return 0;  // A second sign.
+  double value = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (error == std::errc::result_out_of_range) {
+    const std::string_view number = text.substr(0, static_cast<std::size_t>(end - text.data()));
+    value = IsTooLarge(number) ? std::numeric_limits<double>::infinity() : 0;
+  }
+  return minus ? -value : value;
+}
+
+std::string ToUtf8(std::u16string_view text) {
+  std::string result;
+  result.reserve(text.size());
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    char32_t code = text[i];
+    const bool high = code >= 0xD800 && code < 0xDC00;
+    if (high && i + 1 < text.size() && text[i + 1] >= 0xDC00 && text[i + 1] < 0xE000) {
+      code = 0x10000 + ((code - 0xD800) << 10) + (text[++i] - 0xDC00u);
+    } else if (code >= 0xD800 && code < 0xE000) {
+      code = kReplacement;
+    }
+    AppendUtf8(result, code);
+  }
+  return result;
+}
+
+std::u16string FromUtf8(std::string_view text) {
+  std::u16string result;
+  result.reserve(text.size());
+  while (!text.empty()) {
+    const char32_t code = TakeUtf8(text);
+    if (code < 0x10000) {
+      result += static_cast<char16_t>(code);
+    } else {
+      result += static_cast<char16_t>(0xD800 + ((code - 0x10000) >> 10));
+      result += static_cast<char16_t>(0xDC00 + ((code - 0x10000) & 0x3FF));
+    }
+  }
+  return result;
+}
+
+}  // namespace OrvWorkFlow

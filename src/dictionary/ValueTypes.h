@@ -1,0 +1,19 @@
+// The tags by which an element's "__type" attribute names the type of its value.
+#pragma once
+
+#include <string_view>
+
+#include "OrvWorkFlow/IDictionary.h"
+
+namespace OrvWorkFlow {
+
+inline constexpr std::string_view kTypeAttribute = "__type";
+inline constexpr std::string_view kRedirectionAttribute = "_isRedirection";
+
+// The tag that is written for a type.
+std::string_view TagOf(ValueType type);
+
+// The type that a tag in a file means, older spellings included, case-sensitively; `Nil` for any other text.
+ValueType TypeOfTag(std::string_view tag);
+
+}  // namespace OrvWorkFlow
