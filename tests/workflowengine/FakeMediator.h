@@ -1,0 +1,104 @@
+// A mediator that remembers what it was asked, in place of one that runs nodes.
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "OrvWorkFlow/ISignalMediator.h"
+#include "runtime/ObjectProtocol.h"
+
+namespace orv_test {
+
+// Any thread, hooks apart: set them before the engine runs. Lives on the stack of a test.
+class FakeMediator final : public OrvWorkFlow::ObjectProtocol<FakeMediator, OrvWorkFlow::ISignalMediator> {
+ public:
+  FakeMediator() : ObjectProtocol("SignalMediator", "ISignalMediator") {}
+
+  // Called in FireInputSignal on the pump's thread, before the call is counted as done. May throw.
+  std::function<void(const std::string& type, const std::string& instance, const std::string& signal)> on_fire;
+  std::function<void()> on_reboot_signals;
+  std::function<void()> on_stop_all;
+  std::function<void()> on_save;
+  std::function<void()> on_delete_temporary_data;
+  bool keep_record = true;  // of the fired signals
+
+  bool FireInputSignal(const char* type, const char* instance, const char* signal) override {
+    if (on_fire) on_fire(type, instance, signal);
+    const std::scoped_lock lock(mutex_);
+    if (keep_record) fired_.push_back(std::string(type) + "," + instance + "," + signal);
+    ++fired_count_;
+    changed_.notify_all();
+    return true;
+  }
+  bool StopAllWorkNodes() override {
+    ++stops;
+    if (on_stop_all) on_stop_all();
+    return true;
+  }
+  bool FireRebootSignals() override {
+    ++reboots;
+    if (on_reboot_signals) on_reboot_signals();
+    return true;
+  }
+  bool DeleteTemporaryData() override {
+    ++deletions;
+    if (on_delete_temporary_data) on_delete_temporary_data();
+    return delete_answer;
+  }
+  bool SaveState(const char* path) override {
+    saved_paths.emplace_back(path);
+    if (on_save) on_save();
+    return true;
+  }
+  void SetEncryptionKey(const char* key) override { keys.emplace_back(key); }
+  void Release() override {}
+
+  // The rest is not the engine's to call.
+  bool ForwardOutputSignal(const char*, const char*, const char*) override { return false; }
+  bool AddLocalUtilityObject(const char*, const char*, const char*) override { return false; }
+  bool AddGlobalUtilityObject(const char*, const char*, const char*, const char*) override { return false; }
+  bool AddWorkNode(const char*, const char*, const char*) override { return false; }
+  bool AddWorkNodeInstance(const char*, const char*, const char*, const OrvWorkFlow::IOrvPStringList*,
+                           const char*) override {
+    return false;
+  }
+  bool DeleteAllUtilityObjectsAndWorknodesFromMemory() override { return false; }
+  bool LoadWorkNodesNow(bool) override { return false; }
+  bool Absorb(OrvWorkFlow::IDictionary*) override { return false; }
+  bool GetInstantiatedWorknodesThatCallAbsorb(OrvWorkFlow::IOrvPStringList*) override { return false; }
+  bool GetStatistics(Statistics*) override { return false; }
+
+  // "type,instance,signal" of each input signal, in order.
+  std::vector<std::string> Fired() const {
+    const std::scoped_lock lock(mutex_);
+    return fired_;
+  }
+  std::size_t FiredCount() const {
+    const std::scoped_lock lock(mutex_);
+    return fired_count_;
+  }
+  bool WaitForFired(std::size_t count) const {
+    std::unique_lock lock(mutex_);
+    return changed_.wait_for(lock, std::chrono::seconds(60), [&] { return fired_count_ >= count; });
+  }
+
+  std::atomic<int> stops = 0;
+  std::atomic<int> reboots = 0;
+  std::atomic<int> deletions = 0;
+  bool delete_answer = true;
+  std::vector<std::string> saved_paths;
+  std::vector<std::string> keys;
+
+ private:
+  mutable std::mutex mutex_;
+  mutable std::condition_variable changed_;
+  std::vector<std::string> fired_;
+  std::size_t fired_count_ = 0;
+};
+
+}  // namespace orv_test
