@@ -1,6 +1,5 @@
 #include "nodes/WorkNodeBase.h"
 
-#include <cstring>
 #include <stdexcept>
 
 #include "OrvWorkFlow/MessageBoxes.h"
@@ -13,16 +12,6 @@ namespace OrvWorkFlow::Nodes {
 namespace {
 
 constexpr char kParameters[] = "/Parameters/";
-
-bool Assign(IOrvPString* output, std::string_view text) {
-  return output != nullptr && output->Assign(text.data(), text.size());
-}
-
-bool AssignNoNames(IOrvPStringList* names) {
-  if (names == nullptr) return false;
-  names->Clear();
-  return true;
-}
 
 // The global object of that name, seen through an interface; null when the host has none.
 template <class Interface>
@@ -48,23 +37,6 @@ ParameterPlaces PlacesOf(std::string_view type_name, std::string_view instance_n
 
 }  // namespace
 
-void* WorkNodeBase::QueryInterface(const char* interface_name) {
-  const bool known = interface_name != nullptr && std::strcmp(interface_name, "IWorkNode") == 0;
-  return known ? static_cast<IWorkNode*>(this) : nullptr;
-}
-
-bool WorkNodeBase::GetVersion(IOrvPString* version) { return Assign(version, "1.0"); }
-
-bool WorkNodeBase::GetLastErrorText(IOrvPString* text) { return Assign(text, {}); }
-
-void WorkNodeBase::AddContentDirectory(const char* directory) {
-  if (directory != nullptr) content_directories_.emplace_back(directory);
-}
-
-void WorkNodeBase::SetWriteDirectory(const char* directory) {
-  write_directory_ = directory == nullptr ? "" : directory;
-}
-
 bool WorkNodeBase::LoadState(const char* path) {
   if (path == nullptr || *path == '\0') return false;
   IBaseWorkFlowObject* object = WorkFlowFactory::CreateNewObject("Dictionary");
@@ -74,22 +46,14 @@ bool WorkNodeBase::LoadState(const char* path) {
     object->Release();
     return false;
   }
-  for (const std::string& directory : content_directories_) file->AddContentDirectory(directory.c_str());
-  file->SetEncryptionKey(encryption_key_.c_str());
+  for (const std::string& directory : GetContentDirectories()) file->AddContentDirectory(directory.c_str());
+  file->SetEncryptionKey(GetEncryptionKey().c_str());
   if (!file->LoadFile(path)) return false;
   configuration_ = std::move(file);
   return true;
 }
 
-void WorkNodeBase::SetEncryptionKey(const char* key) { encryption_key_ = key == nullptr ? "" : key; }
-
-bool WorkNodeBase::GetTypeName(IOrvPString* name) { return Assign(name, type_name_); }
-
-bool WorkNodeBase::GetNeededGlobalUtilityObjects(IOrvPStringList* names) { return AssignNoNames(names); }
-
-bool WorkNodeBase::GetNeededLocalUtilityObjects(IOrvPStringList* names) { return AssignNoNames(names); }
-
-bool WorkNodeBase::GetInstanceName(IOrvPString* name) { return Assign(name, instance_name_); }
+bool WorkNodeBase::GetInstanceName(IOrvPString* name) { return AssignText(name, instance_name_.c_str()); }
 
 bool WorkNodeBase::Signal(const char* signal_name) { return signal_name != nullptr && OnSignal(signal_name); }
 

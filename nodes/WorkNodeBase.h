@@ -1,15 +1,15 @@
-// The base class for authors of work nodes: answers the base protocol, keeps what the mediator hands over, finds the
-// workflow's dictionary and file system, reads parameters and fires output signals. A node supplies OnSignal.
+// The base class for authors of work nodes: answers everything that a node is asked, finds the workflow's dictionary
+// and file system, reads parameters and fires output signals. A node supplies OnSignal.
 #pragma once
 
 #include <memory>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "OrvWorkFlow/IDictionary.h"
 #include "OrvWorkFlow/IFileSystem.h"
 #include "OrvWorkFlow/IWorkNode.h"
+#include "runtime/ObjectProtocol.h"
 
 namespace OrvWorkFlow::Nodes {
 
@@ -19,29 +19,12 @@ namespace OrvWorkFlow::Nodes {
 // - "<instance entry>/Parameters/<name>" in the workflow's dictionary, that is
 //   "/WorkFlowEngine/WorkNodes/<type>/Instances/<instance>/Parameters/<name>";
 // - "/Parameters/<name>" in the dictionary file that the instance's "ConfigFile" names.
-class WorkNodeBase : public IWorkNode {
+class WorkNodeBase : public ObjectProtocol<WorkNodeBase, IWorkNode> {
  public:
-  WorkNodeBase(const WorkNodeBase&) = delete;
-  WorkNodeBase& operator=(const WorkNodeBase&) = delete;
-
-  void* QueryInterface(const char* interface_name) override;
-  bool GetVersion(IOrvPString* version) override;
-  bool GetLastErrorText(IOrvPString* text) override;
-  void ResetContentDirectories() override { content_directories_.clear(); }
-  void AddContentDirectory(const char* directory) override;
-  void SetWriteDirectory(const char* directory) override;
   // Reads the configuration file, a dictionary; false when it is none.
   bool LoadState(const char* path) override;
-  bool ReservedLoad(const char* /*argument*/) override { return false; }
   // A node that keeps its state in the workflow's dictionary has nothing of its own to save.
   bool SaveState(const char* /*path*/) override { return true; }
-  bool ReservedSave(const char* /*argument*/) override { return false; }
-  void SetEncryptionKey(const char* key) override;
-  bool GetTypeName(IOrvPString* name) override;
-  bool SetUtilityStore(IUtilityStore* /*store*/) override { return true; }
-  bool GetNeededGlobalUtilityObjects(IOrvPStringList* names) override;
-  bool GetNeededLocalUtilityObjects(IOrvPStringList* names) override;
-  void Release() override { delete this; }
 
   bool GetInstanceName(IOrvPString* name) override;
   // False for a null signal, else what OnSignal answers.
@@ -55,7 +38,7 @@ class WorkNodeBase : public IWorkNode {
 
  protected:
   // `type_name` is a literal with static storage.
-  explicit WorkNodeBase(const char* type_name) : type_name_(type_name) {}
+  explicit WorkNodeBase(const char* type_name) : ObjectProtocol(type_name, "IWorkNode"), type_name_(type_name) {}
   virtual ~WorkNodeBase() = default;
 
   // An input signal. False means a failure that no output signal tells; the user is shown it. An unknown signal is one.
@@ -75,20 +58,14 @@ class WorkNodeBase : public IWorkNode {
   // Tells the user what went wrong where no output signal does, in a message box under the node's name.
   void TellUser(const std::string& problem) const;
 
-  const std::string& instance_name() const { return instance_name_; }
-  const std::vector<std::string>& content_directories() const { return content_directories_; }
-  const std::string& write_directory() const { return write_directory_; }
-
  private:
+  friend class ObjectProtocol<WorkNodeBase, IWorkNode>;
   struct Releaser {
     void operator()(IDictionary* dictionary) const { dictionary->Release(); }
   };
 
   const char* type_name_;
   std::string instance_name_;
-  std::vector<std::string> content_directories_;
-  std::string write_directory_;
-  std::string encryption_key_;
   std::unique_ptr<IDictionary, Releaser> configuration_;  // Null when the instance names no file.
   IOutgoingSignalHandler* handler_ = nullptr;
 };

@@ -1,0 +1,90 @@
+#include "orvflow/CommandLine.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "CLI/Config.hpp"
+#include "CLI/Formatter.hpp"
+#include "orvflow/Suggestion.h"
+#include "orvflow/Verb.h"
+
+namespace OrvWorkFlow::Program {
+
+namespace {
+
+bool IsOption(const std::string& word) { return word.size() > 1 && word.front() == '-'; }
+
+// "--trace" of "--trace=pump".
+std::string OptionName(const std::string& word) { return word.substr(0, word.find('=')); }
+
+std::vector<std::string> OptionNames(const CLI::App& app) {
+  std::vector<std::string> names;
+  for (const CLI::Option* option : app.get_options()) {
+    for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
+  }
+  return names;
+}
+
+// What is left over after parsing, without the "--" that ends the options.
+std::vector<std::string> Leftovers(const CLI::App& app) {
+  std::vector<std::string> words = app.remaining();
+  std::erase(words, "--");
+  return words;
+}
+
+void RefuseUnknownOption(const std::string& where, const CLI::App& app, const std::string& word) {
+  const std::string name = OptionName(word);
+  throw ProgramError(ExitCode::Usage, where + "unknown option " + name + Suggest(name, OptionNames(app)));
+}
+
+void CheckProgram(const CLI::App& program, const std::vector<std::unique_ptr<Verb>>& verbs) {
+  const std::vector<std::string> words = Leftovers(program);
+  if (!words.empty()) {
+    if (IsOption(words.front())) RefuseUnknownOption("", program, words.front());
+    std::vector<std::string> names;
+    for (const auto& verb : verbs) names.push_back(verb->command().get_name());
+    throw ProgramError(ExitCode::Usage, "unknown verb " + words.front() + Suggest(words.front(), names));
+  }
+  if (program.get_subcommands().empty()) throw ProgramError(ExitCode::Usage, "no verb given (see orvflow --help)");
+}
+
+void CheckVerb(const CLI::App& command) {
+  const std::vector<std::string> words = Leftovers(command);
+  if (words.empty()) return;
+  const std::string where = command.get_name() + ": ";
+  if (IsOption(words.front())) RefuseUnknownOption(where, command, words.front());
+  throw ProgramError(ExitCode::Usage, where + "one argument too many: " + words.front());
+}
+
+}  // namespace
+
+ExitCode ExecuteCommandLine(int argument_count, char** arguments) {
+  CLI::App program("Runs workflows and looks into plug-in libraries.", "orvflow");
+  program.allow_windows_style_options(false);
+  program.set_version_flag("--version", "orvflow " ORVFLOW_VERSION);
+  program.allow_extras();
+  program.footer(
+      "Exit codes: 0 done, 1 failed or not found, 2 usage, 4 a plug-in is missing or broken,\n"
+      "5 a file is no workflow, 130 and 143 stopped.");
+  std::vector<std::unique_ptr<Verb>> verbs;
+  verbs.push_back(MakeRunVerb(program));
+  verbs.push_back(MakeInspectVerb(program));
+  for (const auto& verb : verbs) verb->command().allow_extras();
+  try {
+    program.parse(argument_count, arguments);
+  } catch (const CLI::Success& help) {
+    return static_cast<ExitCode>(program.exit(help));
+  } catch (const CLI::ParseError& error) {
+    throw ProgramError(ExitCode::Usage, error.what());
+  }
+  CheckProgram(program, verbs);
+  for (const auto& verb : verbs) {
+    if (!verb->command().parsed()) continue;
+    CheckVerb(verb->command());
+    return verb->Execute();
+  }
+  throw ProgramError(ExitCode::Usage, "no verb given (see orvflow --help)");
+}
+
+}  // namespace OrvWorkFlow::Program

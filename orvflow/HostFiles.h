@@ -1,0 +1,15 @@
+// Files as the user names them on the command line: by the host's own paths, relative to the current directory.
+#pragma once
+
+#include <string>
+
+namespace OrvWorkFlow::Program {
+
+enum class FileKind { Missing, Folder, Unreadable, Readable };
+
+FileKind FindFileKind(const std::string& path);
+
+// The path from the root of the host's file system; as given when the system cannot tell.
+std::string MakeAbsolutePath(const std::string& path);
+
+}  // namespace OrvWorkFlow::Program

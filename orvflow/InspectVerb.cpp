@@ -1,0 +1,124 @@
+// orvflow inspect LIBRARY...: what a library registers.
+#include <algorithm>
+#include <cstdio>
+#include <vector>
+
+#include "OrvWorkFlow/WorkFlowFactory.h"
+#include "orvflow/HostFiles.h"
+#include "orvflow/Verb.h"
+#include "runtime/MarshalledHolder.h"
+
+namespace OrvWorkFlow::Program {
+
+namespace {
+
+constexpr const char* kInterfaces[] = {
+    "IWorkNode", "IDictionary",   "IDictionary3",    "IFileSystemA",    "IFileSystemW", "IEncryption",
+    "IRegExp",   "IUtilityStore", "ISignalMediator", "IWorkFlowEngine", "IHostApp",     "ILogger",
+};
+
+struct TypeDescription {
+  std::string kind;
+  std::string name;
+  std::string version;
+  std::string interfaces;
+};
+
+// The interfaces that an object of this type answers to. What a node throws while it is made is told in their place.
+std::string FindInterfaces(IFactoryObjectCreator& creator) {
+  IBaseWorkFlowObject* object = nullptr;
+  try {
+    object = creator.Create();
+  } catch (...) {
+  }
+  if (object == nullptr) return "(none can be made)";
+  std::string interfaces;
+  for (const char* name : kInterfaces) {
+    if (object->QueryInterface(name) == nullptr) continue;
+    interfaces += (interfaces.empty() ? "" : " ") + std::string(name);
+  }
+  object->Release();
+  return interfaces.empty() ? "(no known interface)" : interfaces;
+}
+
+TypeDescription DescribeType(const std::string& name) {
+  TypeDescription type;
+  type.name = name;
+  IFactoryObjectCreator* const creator = WorkFlowFactory::CloneCreator(name.c_str());
+  if (creator == nullptr) return type;
+  type.kind = creator->CreatesWorkNodes() ? "node" : "object";
+  type.version = TextFrom([&](IOrvPString* text) { return creator->GetVersion(text); }, "-");
+  type.interfaces = FindInterfaces(*creator);
+  creator->Destroy();
+  return type;
+}
+
+std::vector<std::string> RegisteredNames() {
+  const TextListHolder names;
+  WorkFlowFactory::GetObjectTypeNames(names.get());
+  return names.Texts();
+}
+
+void PrintTypes(const std::vector<TypeDescription>& types) {
+  std::size_t name_width = 0;
+  std::size_t version_width = 0;
+  for (const TypeDescription& type : types) {
+    name_width = std::max(name_width, type.name.size());
+    version_width = std::max(version_width, type.version.size());
+  }
+  for (const TypeDescription& type : types) {
+    std::printf("  %-6s  %-*s  %-*s  %s\n", type.kind.c_str(), static_cast<int>(name_width), type.name.c_str(),
+                static_cast<int>(version_width), type.version.c_str(), type.interfaces.c_str());
+  }
+}
+
+class InspectVerb final : public Verb {
+ public:
+  explicit InspectVerb(CLI::App& program) : Verb(program, "inspect", "Shows what libraries register") {
+    command().add_option("LIBRARY", libraries_, "Files, or names in the plug-in directories")->type_name("");
+    command()
+        .add_option("--plugin-path", plugin_directories_, "Looks for plug-in libraries there too")
+        ->type_name("DIR")
+        ->allow_extra_args(false);
+  }
+
+  ExitCode Execute() override {
+    if (libraries_.empty()) throw UsageError("no library given");
+    AddPluginDirectories(plugin_directories_);
+    ExitCode code = ExitCode::Done;
+    for (const std::string& library : libraries_) {
+      if (!Inspect(library)) code = ExitCode::PluginBroken;
+    }
+    return code;
+  }
+
+ private:
+  static bool Inspect(const std::string& library);
+
+  std::vector<std::string> libraries_;
+  std::vector<std::string> plugin_directories_;
+};
+
+// Alone in the process, so that everything registered is the library's own. False after an error line.
+bool InspectVerb::Inspect(const std::string& library) {
+  const bool is_file = FindFileKind(library) == FileKind::Readable;
+  const std::string path = is_file ? MakeAbsolutePath(library) : library;
+  if (!WorkFlowFactory::LoadSharedLibrary(path.c_str())) {
+    PrintErrorLine(WorkFlowFactory::LastLoadError());
+    return false;
+  }
+  std::vector<TypeDescription> types;
+  for (const std::string& name : RegisteredNames()) types.push_back(DescribeType(name));
+  std::printf("%s\n", library.c_str());
+  PrintTypes(types);
+  std::fflush(stdout);
+  WorkFlowFactory::UnloadSharedLibraries();
+  if (types.empty()) PrintErrorLine(library + ": registers nothing");
+  return !types.empty();
+}
+
+}  // namespace
+
+std::unique_ptr<Verb> MakeInspectVerb(CLI::App& program) { return std::make_unique<InspectVerb>(program); }
+
+}  // namespace OrvWorkFlow::Program

@@ -1,0 +1,15 @@
+// Ctrl-C and the system's wish that the program end.
+#pragma once
+
+namespace OrvWorkFlow::Program {
+
+enum class StopRequest { None, Interrupt, Terminate };
+
+// From now on the first Ctrl-C, SIGTERM or closing of the console is remembered in place of ending the program. A
+// second one ends it at once.
+void WatchForStopRequests();
+
+// What was asked for since then. Any thread.
+StopRequest RequestedStop();
+
+}  // namespace OrvWorkFlow::Program

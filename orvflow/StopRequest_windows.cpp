@@ -1,0 +1,33 @@
+#define WIN32_LEAN_AND_MEAN
+#define NOMINMAX
+#define NOGDI
+#include <windows.h>
+
+#include <atomic>
+
+#include "orvflow/StopRequest.h"
+
+namespace OrvWorkFlow::Program {
+
+namespace {
+
+std::atomic<StopRequest> requested{StopRequest::None};
+
+// Runs on a thread of its own. The system ends the process when this returns from the closing of the console, so it
+// then leaves the end to the program (the system's patience is some seconds).
+BOOL WINAPI RememberStop(DWORD event) {
+  const bool interrupt = event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT;
+  StopRequest expected = StopRequest::None;
+  const StopRequest wanted = interrupt ? StopRequest::Interrupt : StopRequest::Terminate;
+  if (!requested.compare_exchange_strong(expected, wanted)) return FALSE;
+  if (!interrupt) Sleep(INFINITE);
+  return TRUE;
+}
+
+}  // namespace
+
+void WatchForStopRequests() { SetConsoleCtrlHandler(&RememberStop, TRUE); }
+
+StopRequest RequestedStop() { return requested.load(); }
+
+}  // namespace OrvWorkFlow::Program

@@ -1,0 +1,37 @@
+// What the program says to its user: exit codes and error lines.
+#pragma once
+
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+namespace OrvWorkFlow::Program {
+
+// The same on every platform; scripts rely on them.
+enum class ExitCode : int {
+  Done = 0,
+  Failed = 1,             // also: not found, and a run that took too long
+  Usage = 2,              // the command line
+  PluginBroken = 4,       // a plug-in library is missing, cannot be loaded or lacks a type
+  DictionaryDamaged = 5,  // a file is no dictionary, or no workflow
+  Interrupted = 130,      // Ctrl-C
+  Terminated = 143,       // SIGTERM, or the console was closed
+};
+
+// Ends the program with one error line and an exit code.
+class ProgramError : public std::runtime_error {
+ public:
+  ProgramError(ExitCode code, const std::string& line) : std::runtime_error(line), code_(code) {}
+  ExitCode code() const { return code_; }
+
+ private:
+  ExitCode code_;
+};
+
+// An error in a file, at a path of the dictionary in it; an empty path is left out.
+ProgramError FileError(ExitCode code, std::string_view file, std::string_view dictionary_path, std::string_view text);
+
+// Writes "orvflow: LINE" to standard error. Line breaks within become blanks. Any thread.
+void PrintErrorLine(std::string_view line);
+
+}  // namespace OrvWorkFlow::Program

@@ -1,0 +1,87 @@
+#include "orvflow/Tracing.h"
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstring>
+#include <new>
+
+#include "orvflow/Terminal.h"
+
+namespace OrvWorkFlow::Program {
+
+namespace {
+
+std::string FormatText(const char* format, std::va_list values) {
+  std::va_list copy;
+  va_copy(copy, values);
+  const int length = std::vsnprintf(nullptr, 0, format, copy);
+  va_end(copy);
+  if (length < 0) return format;
+  std::string text(static_cast<std::size_t>(length), '\0');
+  std::vsnprintf(text.data(), text.size() + 1, format, values);
+  return text;
+}
+
+// Passes every line on to two loggers, which it does not own.
+class TwoLoggers final : public ObjectProtocol<TwoLoggers, ILogger> {
+ public:
+  TwoLoggers(ILogger& first, ILogger& second) : ObjectProtocol("Logger", "ILogger"), first_(first), second_(second) {}
+
+  void SetDefaultCategory(const char* category) override {
+    first_.SetDefaultCategory(category);
+    second_.SetDefaultCategory(category);
+  }
+
+  void Log(const char* category, const char* format, ...) override ORV_PRINTF_LIKE(3, 4) {
+    if (format == nullptr) return;
+    std::va_list values;
+    va_start(values, format);
+    try {
+      const std::string text = FormatText(format, values);
+      first_.Log(category, "%s", text.c_str());
+      second_.Log(category, "%s", text.c_str());
+    } catch (const std::bad_alloc&) {  // A line less; the workflow goes on.
+    }
+    va_end(values);
+  }
+
+ private:
+  friend class ObjectProtocol<TwoLoggers, ILogger>;
+  ~TwoLoggers() = default;
+
+  ILogger& first_;
+  ILogger& second_;
+};
+
+}  // namespace
+
+Tracing::Tracing(const std::optional<std::string>& trace_category, const std::string& log_file) {
+  if (trace_category) {
+    trace_ = Logger::NewForStream(stderr, Logger::Writing::kEachLine);
+    if (trace_ == nullptr) throw std::bad_alloc();
+    trace_->SetCategoryFilter(trace_category->c_str());
+    logger_ = trace_;
+  }
+  if (log_file.empty()) return;
+  log_ = Logger::NewForFile(log_file.c_str(), Logger::Writing::kBuffered);
+  if (log_ == nullptr) {
+    const std::string reason = std::strerror(errno);
+    if (trace_ != nullptr) trace_->Release();
+    throw FileError(ExitCode::Failed, log_file, "", "cannot be written: " + reason);
+  }
+  logger_ = trace_ == nullptr ? static_cast<ILogger*>(log_) : new TwoLoggers(*trace_, *log_);
+}
+
+Tracing::~Tracing() {
+  if (trace_ != nullptr && log_ != nullptr) logger_->Release();
+  if (trace_ != nullptr) trace_->Release();
+  if (log_ != nullptr) log_->Release();
+}
+
+bool Tracing::Flush() {
+  const bool trace_done = trace_ == nullptr || trace_->Flush();
+  const bool log_done = log_ == nullptr || log_->Flush();
+  return trace_done && log_done;
+}
+
+}  // namespace OrvWorkFlow::Program

@@ -1,0 +1,23 @@
+#include "orvflow/Verb.h"
+
+#include "orvflow/HostFiles.h"
+#include "runtime/PluginLoader.h"
+
+namespace OrvWorkFlow::Program {
+
+ProgramError Verb::UsageError(const std::string& text) const {
+  const std::string& name = command_->get_name();
+  return ProgramError(ExitCode::Usage, name + ": " + text + " (see orvflow " + name + " --help)");
+}
+
+void AddPluginDirectories(const std::vector<std::string>& directories) {
+  for (const std::string& directory : directories) {
+    if (FindFileKind(directory) != FileKind::Folder) {
+      throw ProgramError(ExitCode::Usage,
+                         directory + ": no such folder; --plugin-path needs one with plug-in libraries");
+    }
+    PluginLoader::AddPluginDirectory(MakeAbsolutePath(directory).c_str());
+  }
+}
+
+}  // namespace OrvWorkFlow::Program
