@@ -20,9 +20,13 @@ constexpr std::string_view kPluginPrefix = "/workflow/bin/";
 
 // Never destroyed: static objects of any library may load others, and libraries are unloaded by the host alone.
 struct LoaderState {
-  std::mutex mutex;  // A leaf; not held while a library loads or unloads.
+  std::mutex directories_mutex;  // A leaf.
   bool directories_set = false;
   std::vector<std::string> directories;
+
+  // Held while a library loads or unloads, as the system holds a lock of its own then: who is told that a library is
+  // loaded finds all its types. Re-entrant, for libraries that load others.
+  std::recursive_mutex libraries_mutex;
   std::vector<std::unique_ptr<SharedLibrary>> libraries;
 };
 
@@ -55,7 +59,7 @@ std::vector<std::string> GetOwnDirectories() {
 
 std::vector<std::string> GetPluginDirectories() {
   LoaderState& state = GetState();
-  const std::lock_guard lock(state.mutex);
+  const std::lock_guard lock(state.directories_mutex);
   return state.directories_set ? state.directories : GetOwnDirectories();
 }
 
@@ -154,17 +158,17 @@ bool CheckVersion(const std::string& file, const SharedLibrary& library) {
 
 // Keeps the library, or lets this use of it go when it is kept already.
 void Keep(std::unique_ptr<SharedLibrary> library) {
-  LoaderState& state = GetState();
-  const std::lock_guard lock(state.mutex);
-  for (const std::unique_ptr<SharedLibrary>& kept : state.libraries) {
+  std::vector<std::unique_ptr<SharedLibrary>>& libraries = GetState().libraries;
+  for (const std::unique_ptr<SharedLibrary>& kept : libraries) {
     if (kept->GetIdentity() == library->GetIdentity()) {
-      return;  // The parameter goes after the lock; the library stays loaded.
+      return;
     }
   }
-  state.libraries.push_back(std::move(library));
+  libraries.push_back(std::move(library));
 }
 
 bool LoadFile(const std::string& file) {
+  const std::lock_guard lock(GetState().libraries_mutex);
   std::string reason;
   RegistrationScope scope;
   std::unique_ptr<SharedLibrary> library = SharedLibrary::Open(file, &reason);
@@ -179,17 +183,6 @@ bool LoadFile(const std::string& file) {
   return true;
 }
 
-std::unique_ptr<SharedLibrary> TakeLastLibrary() {
-  LoaderState& state = GetState();
-  const std::lock_guard lock(state.mutex);
-  if (state.libraries.empty()) {
-    return nullptr;
-  }
-  std::unique_ptr<SharedLibrary> library = std::move(state.libraries.back());
-  state.libraries.pop_back();
-  return library;
-}
-
 }  // namespace
 
 void SetPluginDirectories(const char* const* directories, std::size_t count) {
@@ -198,14 +191,14 @@ void SetPluginDirectories(const char* const* directories, std::size_t count) {
     AddDirectory(&list, directories[i] != nullptr ? directories[i] : "");
   }
   LoaderState& state = GetState();
-  const std::lock_guard lock(state.mutex);
+  const std::lock_guard lock(state.directories_mutex);
   state.directories_set = !list.empty();
   state.directories = std::move(list);
 }
 
 void AddPluginDirectory(const char* directory) {
   LoaderState& state = GetState();
-  const std::lock_guard lock(state.mutex);
+  const std::lock_guard lock(state.directories_mutex);
   if (!state.directories_set) {
     state.directories = GetOwnDirectories();
     state.directories_set = true;
@@ -228,8 +221,11 @@ bool Load(const char* path) noexcept {
 }
 
 void UnloadAll() noexcept {
-  while (std::unique_ptr<SharedLibrary> library = TakeLastLibrary()) {
-    library.reset();
+  LoaderState& state = GetState();
+  const std::lock_guard lock(state.libraries_mutex);
+  while (!state.libraries.empty()) {
+    const std::unique_ptr<SharedLibrary> library = std::move(state.libraries.back());
+    state.libraries.pop_back();
   }
 }
 
