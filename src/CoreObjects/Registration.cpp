@@ -4,6 +4,7 @@
 // destroyed in the reverse one). A creator that cannot be allocated is registered as null; the load goes on.
 #include <new>
 
+#include "OrvWorkFlow/Plugin.h"
 #include "OrvWorkFlow/WorkFlowFactory.h"
 #include "dictionary/DictionaryObject.h"
 #include "encryption/EncryptionObject.h"
@@ -12,6 +13,9 @@
 #include "signalmediator/SignalMediatorObject.h"
 #include "utilitystore/UtilityStoreObject.h"
 #include "workflowengine/WorkFlowEngineObject.h"
+
+// Hosts load the library as they load plug-ins.
+ORV_WORKFLOW_PLUGIN();
 
 namespace OrvWorkFlow {
 namespace {

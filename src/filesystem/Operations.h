@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "OrvWorkFlow/IFileSystem.h"
-#include "filesystem/ContentDirectories.h"
+#include "filesystem/SearchDirectories.h"
 #include "filesystem/DirectoryWalk.h"
 #include "filesystem/ErrorHook.h"
 #include "filesystem/FileContent.h"
@@ -22,7 +22,7 @@ struct FileSystemParts {
   const Platform& platform;
   ErrorHook& hook;
   PathTranslator translator;
-  ContentDirectories content_directories;
+  SearchDirectories content_directories;
 };
 
 // May throw (out of memory, marshalled objects); the faces guard every call. Any thread.

@@ -8,7 +8,7 @@
 namespace OrvWorkFlow {
 
 // Any thread.
-class ContentDirectories {
+class SearchDirectories {
  public:
   void Add(std::string directory) {
     const std::scoped_lock lock(mutex_);
