@@ -45,7 +45,7 @@ bool PathTranslator::Translate(std::string_view path, std::string* platform_path
   if (path.empty() || platform_path == nullptr) return hook_.Report(Failures::kInvalidParameter);
   std::u16string wide;
   std::u16string result;
-  if (!platform_.code_page.Widen(path, &wide)) return hook_.Report(Failures::kInvalidParameter);
+  if (!platform_.code_page.WidenPath(path, &wide)) return hook_.Report(Failures::kInvalidParameter);
   return Translate(wide, &result) && platform_.code_page.Narrow(result, platform_path, exact);
 }
 

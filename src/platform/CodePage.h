@@ -11,6 +11,8 @@ class CodePage {
  public:
   // False when the bytes are no text of the code page.
   virtual bool Widen(std::string_view narrow, std::u16string* wide) = 0;
+  // The same for a path: control characters become the pictures that some code pages have in their place.
+  virtual bool WidenPath(std::string_view narrow, std::u16string* wide) = 0;
   // `*exact` (may be null) tells whether widening the result gives `wide` again: a code page that lacks a character
   // puts a similar one or "?" in its place. False when the text cannot be converted at all (an unpaired surrogate in
   // UTF-8).

@@ -30,8 +30,8 @@ class DirectoriesOf {
   virtual bool RemoveOneDirectory(const Text& path) = 0;
   // Starts a search for what the last component matches, in which "*" stands for any run and "?" for any one character,
   // letter case aside. Fails for a root and for a path that ends in a separator. "." and ".." come first, unless the
-  // directory is a root; the rest is sorted without regard to case. Names that no path can hold are left out. On Found
-  // `*search` must be closed, otherwise it is untouched. End: the directory is there and nothing in it matches.
+  // directory is a root; the rest comes in the system's order, on Linux sorted without regard to case. Names that no
+  // path can hold are left out. On Found `*search` must be closed, otherwise it is untouched. End: nothing matches.
   virtual SearchResult FindFirst(const Text& pattern, SearchHandle* search, Entry* entry) = 0;
   virtual SearchResult FindNext(SearchHandle search, Entry* entry) = 0;
   virtual void CloseSearch(SearchHandle search) = 0;

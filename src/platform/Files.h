@@ -49,7 +49,7 @@ class FilesOf {
   // The attributes of what has that name; a link's own, with the directory bit of what it points to. False and
   // `*attributes` untouched when there is nothing.
   virtual bool GetAttributes(const Text& path, std::uint32_t* attributes) = 0;
-  // Of the bits only kReadOnly and kNormal count. Links are left as they are, with success.
+  // Of the bits only kReadOnly and kNormal count. What a link points to is never changed.
   virtual bool SetAttributes(const Text& path, std::uint32_t attributes) = 0;
   // Opens without sharing: as long as the handle is open, this library opens, copies and removes that file nowhere
   // else. A directory and what is not a plain file are refused; so is writing to a file with the read-only mark. The
@@ -65,8 +65,8 @@ class FilesOf {
   // Gives `to` the permissions (owner, mode, access list, attributes) of `from`, as far as the system lets it; false
   // when not even the mode or the attributes could be had.
   virtual bool CopyPermissions(const Text& from, const Text& to) = 0;
-  // The path of what a link points to in the end, which need not exist; the path as it is when it names no link. False
-  // for an endless chain and for a target that no path can name.
+  // The path of what a link points to in the end; the path as it is when it names no link. False for an endless chain,
+  // for a target that no path can name and for one that cannot be found out.
   virtual bool FollowLink(const Text& path, Text* target) = 0;
 
  protected:

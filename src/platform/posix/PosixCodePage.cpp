@@ -9,6 +9,7 @@ namespace {
 class PosixCodePage final : public CodePage {
  public:
   bool Widen(std::string_view narrow, std::u16string* wide) override { return Utf8ToUtf16(narrow, wide); }
+  bool WidenPath(std::string_view narrow, std::u16string* wide) override { return Utf8ToUtf16(narrow, wide); }
   bool Narrow(std::u16string_view wide, std::string* narrow, bool* exact) override {
     if (!Utf16ToUtf8(wide, narrow)) return false;
     if (exact != nullptr) *exact = true;

@@ -1,0 +1,312 @@
+#include "platform/FaultPlatform.h"
+
+#include <algorithm>
+#include <limits>
+#include <mutex>
+
+namespace OrvWorkFlow {
+namespace {
+
+constexpr std::uint64_t kUnlimited = std::numeric_limits<std::uint64_t>::max();
+
+// The switches and the counters.
+class FaultState {
+ public:
+  // Counts a call; false when it is to fail. `wide` tells that it is one in wide characters.
+  bool Passes(PlatformCall call, bool wide = false) {
+    std::function<void()> killed;
+    bool passes = true;
+    {
+      const std::scoped_lock lock(mutex_);
+      if (dead_) return false;
+      ++calls_;
+      dead_ = calls_ == kill_at_;
+      if (dead_) killed.swap(killed_);
+      if (call == failing_call_) ++calls_of_kind_;
+      const bool chosen = calls_ == fail_at_ || (call == failing_call_ && calls_of_kind_ == fail_kind_at_);
+      passes = !dead_ && !chosen && !(wide && fail_wide_);
+    }
+    if (killed) killed();
+    return passes;
+  }
+
+  template <class Change>
+  void Set(const Change& change) {
+    const std::scoped_lock lock(mutex_);
+    change(*this);
+    calls_ = 0;
+    calls_of_kind_ = 0;
+  }
+
+  // How many of the bytes fit on the disk; they are taken.
+  std::size_t TakeSpace(std::size_t wanted) {
+    const std::scoped_lock lock(mutex_);
+    if (space_ == kUnlimited) return wanted;
+    const auto taken = static_cast<std::size_t>(std::min<std::uint64_t>(wanted, space_));
+    space_ -= taken;
+    return taken;
+  }
+
+  SystemResult failure() const {
+    const std::scoped_lock lock(mutex_);
+    return failure_;
+  }
+  std::uint64_t calls() const {
+    const std::scoped_lock lock(mutex_);
+    return calls_;
+  }
+  int open_handles() const {
+    const std::scoped_lock lock(mutex_);
+    return open_handles_;
+  }
+  void AddHandles(int count) {
+    const std::scoped_lock lock(mutex_);
+    open_handles_ += count;
+  }
+
+  // Set through `Set`.
+  bool fail_wide_ = false;
+  std::uint64_t fail_at_ = 0;
+  PlatformCall failing_call_ = PlatformCall::Open;
+  std::uint64_t fail_kind_at_ = 0;
+  SystemResult failure_ = SystemResult::Failed;
+  std::uint64_t kill_at_ = 0;
+  std::function<void()> killed_;
+  std::uint64_t space_ = kUnlimited;
+
+ private:
+  mutable std::mutex mutex_;
+  bool dead_ = false;
+  std::uint64_t calls_ = 0;
+  std::uint64_t calls_of_kind_ = 0;
+  int open_handles_ = 0;
+};
+
+template <class Char>
+class FaultFiles final : public FilesOf<Char> {
+ public:
+  using Text = std::basic_string<Char>;
+
+  FaultFiles(FaultState& state, FilesOf<Char>& real) : state_(state), real_(real) {}
+
+  bool GetAttributes(const Text& path, std::uint32_t* attributes) override {
+    return Passes(PlatformCall::GetAttributes) && real_.GetAttributes(path, attributes);
+  }
+  bool SetAttributes(const Text& path, std::uint32_t attributes) override {
+    return Passes(PlatformCall::SetAttributes) && real_.SetAttributes(path, attributes);
+  }
+  SystemResult Open(const Text& path, Access access, Creation creation, FileHandle* handle) override {
+    if (!Passes(PlatformCall::Open)) return state_.failure();
+    const SystemResult result = real_.Open(path, access, creation, handle);
+    if (result == SystemResult::Ok) state_.AddHandles(1);
+    return result;
+  }
+  bool CopyOver(const Text& source, const Text& destination, bool fail_if_exists) override {
+    return Passes(PlatformCall::CopyOver) && real_.CopyOver(source, destination, fail_if_exists);
+  }
+  bool RemoveOneFile(const Text& path) override {
+    return Passes(PlatformCall::RemoveOneFile) && real_.RemoveOneFile(path);
+  }
+  bool RenameOver(const Text& from, const Text& to) override {
+    return Passes(PlatformCall::RenameOver) && real_.RenameOver(from, to);
+  }
+  bool CopyPermissions(const Text& from, const Text& to) override {
+    return Passes(PlatformCall::CopyPermissions) && real_.CopyPermissions(from, to);
+  }
+  bool FollowLink(const Text& path, Text* target) override {
+    return Passes(PlatformCall::FollowLink) && real_.FollowLink(path, target);
+  }
+
+ private:
+  bool Passes(PlatformCall call) { return state_.Passes(call, sizeof(Char) > 1); }
+
+  FaultState& state_;
+  FilesOf<Char>& real_;
+};
+
+template <class Char>
+class FaultDirectories final : public DirectoriesOf<Char> {
+ public:
+  using Text = std::basic_string<Char>;
+  using Entry = DirectoryEntry<Char>;
+
+  FaultDirectories(FaultState& state, DirectoriesOf<Char>& real) : state_(state), real_(real) {}
+
+  SystemResult CreateOneDirectory(const Text& path) override {
+    return Passes(PlatformCall::CreateOneDirectory) ? real_.CreateOneDirectory(path) : state_.failure();
+  }
+  bool RemoveOneDirectory(const Text& path) override {
+    return Passes(PlatformCall::RemoveOneDirectory) && real_.RemoveOneDirectory(path);
+  }
+  SearchResult FindFirst(const Text& pattern, SearchHandle* search, Entry* entry) override {
+    if (!Passes(PlatformCall::FindFirst)) return SearchResult::Failed;
+    const SearchResult result = real_.FindFirst(pattern, search, entry);
+    if (result == SearchResult::Found) state_.AddHandles(1);
+    return result;
+  }
+  SearchResult FindNext(SearchHandle search, Entry* entry) override {
+    return Passes(PlatformCall::FindNext) ? real_.FindNext(search, entry) : SearchResult::Failed;
+  }
+  void CloseSearch(SearchHandle search) override {
+    state_.AddHandles(-1);
+    real_.CloseSearch(search);
+  }
+  bool IsRoot(const Text& path) override { return real_.IsRoot(path); }
+
+ private:
+  bool Passes(PlatformCall call) { return state_.Passes(call, sizeof(Char) > 1); }
+
+  FaultState& state_;
+  DirectoriesOf<Char>& real_;
+};
+
+template <class Char>
+class FaultLocations final : public LocationsOf<Char> {
+ public:
+  FaultLocations(FaultState& state, LocationsOf<Char>& real) : state_(state), real_(real) {}
+
+  std::uint32_t WindowsDirectory(Char* buffer, std::uint32_t capacity) override {
+    return Passes() ? real_.WindowsDirectory(buffer, capacity) : 0;
+  }
+  std::uint32_t SystemDirectory(Char* buffer, std::uint32_t capacity) override {
+    return Passes() ? real_.SystemDirectory(buffer, capacity) : 0;
+  }
+  std::uint32_t TempPath(Char* buffer, std::uint32_t capacity) override {
+    return Passes() ? real_.TempPath(buffer, capacity) : 0;
+  }
+  std::uint32_t ExpandVariables(const Char* text, Char* buffer, std::uint32_t capacity) override {
+    return Passes() ? real_.ExpandVariables(text, buffer, capacity) : 0;
+  }
+  std::uint32_t ModuleFileName(Char* buffer, std::uint32_t capacity) override {
+    return Passes() ? real_.ModuleFileName(buffer, capacity) : 0;
+  }
+
+ private:
+  bool Passes() { return state_.Passes(PlatformCall::Location, sizeof(Char) > 1); }
+
+  FaultState& state_;
+  LocationsOf<Char>& real_;
+};
+
+class FaultOpenFiles final : public OpenFiles {
+ public:
+  FaultOpenFiles(FaultState& state, OpenFiles& real) : state_(state), real_(real) {}
+
+  bool Read(FileHandle handle, void* data, std::size_t size, std::size_t* done) override {
+    *done = 0;
+    return state_.Passes(PlatformCall::Read) && real_.Read(handle, data, size, done);
+  }
+  bool Write(FileHandle handle, const void* data, std::size_t size, std::size_t* done) override {
+    *done = 0;
+    if (!state_.Passes(PlatformCall::Write)) return false;
+    const std::size_t fits = state_.TakeSpace(size);
+    return real_.Write(handle, data, fits, done) && fits == size;
+  }
+  bool GetSize(FileHandle handle, std::uint64_t* size) override {
+    return state_.Passes(PlatformCall::GetSize) && real_.GetSize(handle, size);
+  }
+  bool MoveTo(FileHandle handle, std::uint64_t position) override {
+    return state_.Passes(PlatformCall::MoveTo) && real_.MoveTo(handle, position);
+  }
+  bool SetEnd(FileHandle handle) override { return state_.Passes(PlatformCall::SetEnd) && real_.SetEnd(handle); }
+  bool Flush(FileHandle handle) override { return state_.Passes(PlatformCall::Flush) && real_.Flush(handle); }
+  bool Close(FileHandle handle) override {
+    const bool passes = state_.Passes(PlatformCall::Close);
+    state_.AddHandles(-1);
+    return real_.Close(handle) && passes;
+  }
+
+ private:
+  FaultState& state_;
+  OpenFiles& real_;
+};
+
+class FaultCodePage final : public CodePage {
+ public:
+  FaultCodePage(FaultState& state, CodePage& real) : state_(state), real_(real) {}
+
+  bool Widen(std::string_view narrow, std::u16string* wide) override {
+    return state_.Passes(PlatformCall::Widen) && real_.Widen(narrow, wide);
+  }
+  bool WidenPath(std::string_view narrow, std::u16string* wide) override {
+    return state_.Passes(PlatformCall::Widen) && real_.WidenPath(narrow, wide);
+  }
+  bool Narrow(std::u16string_view wide, std::string* narrow, bool* exact) override {
+    return state_.Passes(PlatformCall::Narrow) && real_.Narrow(wide, narrow, exact);
+  }
+
+ private:
+  FaultState& state_;
+  CodePage& real_;
+};
+
+template <class Char>
+struct FaultWidth {
+  FaultWidth(FaultState& state, const PlatformOf<Char>& real)
+      : files(state, real.files), directories(state, real.directories), locations(state, real.locations) {}
+  PlatformOf<Char> Of() { return {files, directories, locations}; }
+
+  FaultFiles<Char> files;
+  FaultDirectories<Char> directories;
+  FaultLocations<Char> locations;
+};
+
+}  // namespace
+
+struct FaultPlatform::Parts {
+  explicit Parts(const Platform& real)
+      : narrow(state, real.narrow),
+        wide(state, real.wide),
+        open_files(state, real.open_files),
+        code_page(state, real.code_page),
+        platform{narrow.Of(), wide.Of(), open_files, code_page} {}
+
+  FaultState state;
+  FaultWidth<char> narrow;
+  FaultWidth<char16_t> wide;
+  FaultOpenFiles open_files;
+  FaultCodePage code_page;
+  Platform platform;
+};
+
+FaultPlatform::FaultPlatform(const Platform& real) : parts_(std::make_unique<Parts>(real)) {}
+FaultPlatform::~FaultPlatform() = default;
+
+const Platform& FaultPlatform::platform() const { return parts_->platform; }
+
+void FaultPlatform::FailWideCalls(bool fail) {
+  parts_->state.Set([=](FaultState& state) { state.fail_wide_ = fail; });
+}
+
+void FaultPlatform::FailCall(std::uint64_t n) {
+  parts_->state.Set([=](FaultState& state) { state.fail_at_ = n; });
+}
+
+void FaultPlatform::FailCall(PlatformCall call, std::uint64_t n) {
+  parts_->state.Set([=](FaultState& state) {
+    state.failing_call_ = call;
+    state.fail_kind_at_ = n;
+  });
+}
+
+void FaultPlatform::SetFailure(SystemResult result) {
+  parts_->state.Set([=](FaultState& state) { state.failure_ = result; });
+}
+
+void FaultPlatform::KillAt(std::uint64_t n, std::function<void()> killed) {
+  parts_->state.Set([&](FaultState& state) {
+    state.kill_at_ = n;
+    state.killed_ = std::move(killed);
+  });
+}
+
+void FaultPlatform::SetDiskSpace(std::uint64_t bytes) {
+  parts_->state.Set([=](FaultState& state) { state.space_ = bytes; });
+}
+
+void FaultPlatform::SetUnlimitedDiskSpace() { SetDiskSpace(kUnlimited); }
+
+std::uint64_t FaultPlatform::calls() const { return parts_->state.calls(); }
+int FaultPlatform::open_handles() const { return parts_->state.open_handles(); }
+
+}  // namespace OrvWorkFlow

@@ -1,0 +1,103 @@
+#include "platform/windows/NativePath.h"
+
+#include "platform/Platform.h"
+#include "platform/SystemParts.h"
+
+namespace OrvWorkFlow::Windows {
+namespace {
+
+template <class View>
+bool IsNameableIn(View path) {
+  if (path.empty()) return false;
+  std::size_t drive = 1;
+  if (path.size() > 5 && path[0] == '\\' && path[1] == '\\' && path[2] == '?' && path[3] == '\\') drive = 5;
+  const std::size_t colon = path.find(':');
+  return colon == View::npos || (colon == drive && path.find(':', colon + 1) == View::npos);
+}
+
+DWORD NativeAttributes(const char* path) { return GetFileAttributesA(path); }
+DWORD NativeAttributes(const char16_t* path) { return GetFileAttributesW(Native(path)); }
+
+DWORD ReparseTag(const char* path) {
+  WIN32_FIND_DATAA data;
+  const HANDLE search = FindFirstFileA(path, &data);
+  if (search == INVALID_HANDLE_VALUE) return 0;
+  FindClose(search);
+  return data.dwReserved0;
+}
+DWORD ReparseTag(const char16_t* path) {
+  WIN32_FIND_DATAW data;
+  const HANDLE search = FindFirstFileW(Native(path), &data);
+  if (search == INVALID_HANDLE_VALUE) return 0;
+  FindClose(search);
+  return data.dwReserved0;
+}
+
+template <class Text>
+bool AttributesIn(const Text& path, std::uint32_t* attributes) {
+  if (!IsNameable(path)) return false;
+  const DWORD native = WithPaths([](const auto* p) { return NativeAttributes(p); }, path);
+  if (native == INVALID_FILE_ATTRIBUTES) return false;
+  DWORD tag = 0;
+  if ((native & FILE_ATTRIBUTE_REPARSE_POINT) != 0) {
+    tag = WithPaths([](const auto* p) { return ReparseTag(p); }, path);
+  }
+  *attributes = ToAttributes(native, tag);
+  return true;
+}
+
+}  // namespace
+
+SystemResult LastResult() {
+  switch (GetLastError()) {
+    case ERROR_FILE_NOT_FOUND:
+    case ERROR_PATH_NOT_FOUND:
+    case ERROR_INVALID_NAME:
+    case ERROR_INVALID_DRIVE:
+    case ERROR_BAD_NETPATH:
+      return SystemResult::NotFound;
+    case ERROR_FILE_EXISTS:
+    case ERROR_ALREADY_EXISTS:
+      return SystemResult::Exists;
+    case ERROR_ACCESS_DENIED:
+    case ERROR_WRITE_PROTECT:
+      return SystemResult::Denied;
+    case ERROR_SHARING_VIOLATION:
+    case ERROR_LOCK_VIOLATION:
+      return SystemResult::InUse;
+    default:
+      return SystemResult::Failed;
+  }
+}
+
+bool IsNameable(std::string_view path) { return IsNameableIn(path); }
+bool IsNameable(std::u16string_view path) { return IsNameableIn(path); }
+
+std::u16string LongForm(const std::u16string& path) {
+  if (path.size() < kLongPath || path.starts_with(u"\\\\?\\")) return path;
+  const DWORD needed = GetFullPathNameW(Native(path.c_str()), 0, nullptr, nullptr);
+  std::u16string whole(needed, u'\0');
+  const DWORD length = GetFullPathNameW(Native(path.c_str()), needed, Native(whole.data()), nullptr);
+  if (length == 0 || length >= needed) return path;
+  whole.resize(length);
+  return whole.starts_with(u"\\\\") ? u"\\\\?\\UNC\\" + whole.substr(2) : u"\\\\?\\" + whole;
+}
+
+std::u16string WideLongForm(const std::string& path) {
+  std::u16string wide;
+  return SystemParts::TheCodePage().Widen(path, &wide) ? LongForm(wide) : std::u16string();
+}
+
+std::uint32_t ToAttributes(DWORD attributes, DWORD reparse_tag) {
+  std::uint32_t result = attributes & (FileAttribute::kReadOnly | FileAttribute::kDirectory);
+  const bool reparse = (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+  if (reparse && (reparse_tag == IO_REPARSE_TAG_SYMLINK || reparse_tag == IO_REPARSE_TAG_MOUNT_POINT)) {
+    result |= FileAttribute::kLink;
+  }
+  return result == 0 ? FileAttribute::kNormal : result;
+}
+
+bool AttributesOf(const std::string& path, std::uint32_t* attributes) { return AttributesIn(path, attributes); }
+bool AttributesOf(const std::u16string& path, std::uint32_t* attributes) { return AttributesIn(path, attributes); }
+
+}  // namespace OrvWorkFlow::Windows

@@ -1,0 +1,250 @@
+// Files, by the system's narrow and wide calls.
+#include <algorithm>
+#include <vector>
+
+#include "platform/SystemParts.h"
+#include "platform/windows/NativePath.h"
+
+namespace OrvWorkFlow {
+namespace Windows {
+namespace {
+
+// The same call under one name for both widths.
+BOOL NativeSetAttributes(const char* path, DWORD attributes) { return SetFileAttributesA(path, attributes); }
+BOOL NativeSetAttributes(const char16_t* path, DWORD attributes) {
+  return SetFileAttributesW(Native(path), attributes);
+}
+HANDLE NativeOpen(const char* path, DWORD access, DWORD share, DWORD creation, DWORD flags) {
+  return CreateFileA(path, access, share, nullptr, creation, flags, nullptr);
+}
+HANDLE NativeOpen(const char16_t* path, DWORD access, DWORD share, DWORD creation, DWORD flags) {
+  return CreateFileW(Native(path), access, share, nullptr, creation, flags, nullptr);
+}
+BOOL NativeCopy(const char* from, const char* to, BOOL fail_if_exists) { return CopyFileA(from, to, fail_if_exists); }
+BOOL NativeCopy(const char16_t* from, const char16_t* to, BOOL fail_if_exists) {
+  return CopyFileW(Native(from), Native(to), fail_if_exists);
+}
+BOOL NativeRemove(const char* path) { return DeleteFileA(path); }
+BOOL NativeRemove(const char16_t* path) { return DeleteFileW(Native(path)); }
+BOOL NativeRename(const char* from, const char* to, DWORD flags) { return MoveFileExA(from, to, flags); }
+BOOL NativeRename(const char16_t* from, const char16_t* to, DWORD flags) {
+  return MoveFileExW(Native(from), Native(to), flags);
+}
+BOOL NativeGetAccess(const char* path, PSECURITY_DESCRIPTOR access, DWORD size, DWORD* needed) {
+  return GetFileSecurityA(path, DACL_SECURITY_INFORMATION, access, size, needed);
+}
+BOOL NativeGetAccess(const char16_t* path, PSECURITY_DESCRIPTOR access, DWORD size, DWORD* needed) {
+  return GetFileSecurityW(Native(path), DACL_SECURITY_INFORMATION, access, size, needed);
+}
+BOOL NativeSetAccess(const char* path, PSECURITY_DESCRIPTOR access) {
+  return SetFileSecurityA(path, DACL_SECURITY_INFORMATION, access);
+}
+BOOL NativeSetAccess(const char16_t* path, PSECURITY_DESCRIPTOR access) {
+  return SetFileSecurityW(Native(path), DACL_SECURITY_INFORMATION, access);
+}
+
+DWORD CreationOf(Creation creation) {
+  switch (creation) {
+    case Creation::OpenExisting:
+      return OPEN_EXISTING;
+    case Creation::OpenAlways:
+      return OPEN_ALWAYS;
+    case Creation::CreateNew:
+    case Creation::CreateNewPrivate:  // Who may read a new file is the directory's matter on this platform.
+      break;
+  }
+  return CREATE_NEW;
+}
+
+template <class Text>
+bool IsMarkedReadOnly(const Text& path) {
+  std::uint32_t attributes = 0;
+  return AttributesOf(path, &attributes) && (attributes & FileAttribute::kReadOnly) != 0;
+}
+
+// The access list goes along where the file system has one.
+template <class Text>
+void CopyAccessList(const Text& from, const Text& to) {
+  DWORD needed = 0;
+  WithPaths([&](const auto* p) { return NativeGetAccess(p, nullptr, 0, &needed); }, from);
+  if (needed == 0) return;
+  std::vector<std::uint64_t> aligned(needed / sizeof(std::uint64_t) + 1);
+  PSECURITY_DESCRIPTOR access = aligned.data();
+  if (WithPaths([&](const auto* p) { return NativeGetAccess(p, access, needed, &needed); }, from)) {
+    WithPaths([&](const auto* p) { return NativeSetAccess(p, access); }, to);
+  }
+}
+
+// What an open file is called in the end, without the mark of the long form.
+std::u16string FinalName(HANDLE file) {
+  const DWORD needed = GetFinalPathNameByHandleW(file, nullptr, 0, FILE_NAME_NORMALIZED);
+  std::u16string name(needed, u'\0');
+  const DWORD length = GetFinalPathNameByHandleW(file, Native(name.data()), needed, FILE_NAME_NORMALIZED);
+  if (length == 0 || length >= needed) return {};
+  name.resize(length);
+  if (name.starts_with(u"\\\\?\\UNC\\")) return u"\\\\" + name.substr(8);
+  return name.starts_with(u"\\\\?\\") ? name.substr(4) : name;
+}
+
+bool Assign(std::u16string name, std::u16string* target) {
+  *target = std::move(name);
+  return true;
+}
+bool Assign(const std::u16string& name, std::string* target) {
+  bool exact = false;
+  std::string narrow;
+  if (!SystemParts::TheCodePage().Narrow(name, &narrow, &exact) || !exact) return false;
+  *target = std::move(narrow);
+  return true;
+}
+
+template <class Char>
+class WindowsFiles final : public FilesOf<Char> {
+ public:
+  using Text = std::basic_string<Char>;
+
+  bool GetAttributes(const Text& path, std::uint32_t* attributes) override { return AttributesOf(path, attributes); }
+
+  bool SetAttributes(const Text& path, std::uint32_t attributes) override {
+    const bool read_only = (attributes & FileAttribute::kReadOnly) != 0;
+    const DWORD native = read_only ? FILE_ATTRIBUTE_READONLY : FILE_ATTRIBUTE_NORMAL;
+    return IsNameable(path) && WithPaths([=](const auto* p) { return NativeSetAttributes(p, native); }, path) != FALSE;
+  }
+
+  SystemResult Open(const Text& path, Access access, Creation creation, FileHandle* handle) override {
+    if (!IsNameable(path)) return SystemResult::NotFound;
+    const DWORD native_creation = CreationOf(creation);
+    // An administrator's programs pass the mark on some systems; it counts all the same.
+    const bool existing = native_creation != CREATE_NEW;
+    if (access == Access::Write && existing && IsMarkedReadOnly(path)) return SystemResult::Denied;
+    const DWORD native_access = access == Access::Read ? GENERIC_READ : GENERIC_WRITE;
+    const HANDLE file = WithPaths(
+        [=](const auto* p) { return NativeOpen(p, native_access, 0, native_creation, FILE_ATTRIBUTE_NORMAL); }, path);
+    if (file == INVALID_HANDLE_VALUE) {
+      const SystemResult result = LastResult();
+      std::uint32_t attributes;
+      // A directory of that name is reported as a lack of permission.
+      return result == SystemResult::Denied && !existing && AttributesOf(path, &attributes) ? SystemResult::Exists
+                                                                                            : result;
+    }
+    if (GetFileType(file) != FILE_TYPE_DISK) {
+      CloseHandle(file);
+      return SystemResult::Denied;
+    }
+    *handle = static_cast<FileHandle>(reinterpret_cast<std::intptr_t>(file));
+    return SystemResult::Ok;
+  }
+
+  bool CopyOver(const Text& source, const Text& destination, bool fail_if_exists) override {
+    if (!IsNameable(source) || !IsNameable(destination) || IsMarkedReadOnly(destination)) return false;
+    const BOOL fail = fail_if_exists ? TRUE : FALSE;
+    return WithPaths([=](const auto* from, const auto* to) { return NativeCopy(from, to, fail); }, source,
+                     destination) != FALSE;
+  }
+
+  bool RemoveOneFile(const Text& path) override {
+    return IsNameable(path) && WithPaths([](const auto* p) { return NativeRemove(p); }, path) != FALSE;
+  }
+
+  bool RenameOver(const Text& from, const Text& to) override {
+    if (!IsNameable(from) || !IsNameable(to) || IsMarkedReadOnly(to)) return false;
+    constexpr DWORD kFlags = MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH;
+    return WithPaths([](const auto* f, const auto* t) { return NativeRename(f, t, kFlags); }, from, to) != FALSE;
+  }
+
+  bool CopyPermissions(const Text& from, const Text& to) override {
+    constexpr DWORD kKept = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM |
+                            FILE_ATTRIBUTE_ARCHIVE | FILE_ATTRIBUTE_NOT_CONTENT_INDEXED;
+    if (!IsNameable(from) || !IsNameable(to)) return false;
+    const DWORD attributes = WithPaths([](const auto* p) { return NativeGetAttributes(p); }, from);
+    if (attributes == INVALID_FILE_ATTRIBUTES) return false;
+    CopyAccessList(from, to);
+    const DWORD kept = (attributes & kKept) == 0 ? FILE_ATTRIBUTE_NORMAL : attributes & kKept;
+    return WithPaths([=](const auto* p) { return NativeSetAttributes(p, kept); }, to) != FALSE;
+  }
+
+  bool FollowLink(const Text& path, Text* target) override {
+    std::uint32_t attributes = 0;
+    if (!AttributesOf(path, &attributes) || (attributes & FileAttribute::kLink) == 0) {
+      *target = path;
+      return true;
+    }
+    constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    const HANDLE file = WithPaths(
+        [](const auto* p) { return NativeOpen(p, 0, kShareAll, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS); }, path);
+    if (file == INVALID_HANDLE_VALUE) return false;
+    std::u16string name = FinalName(file);
+    CloseHandle(file);
+    return !name.empty() && Assign(std::move(name), target);
+  }
+
+ private:
+  static DWORD NativeGetAttributes(const char* path) { return GetFileAttributesA(path); }
+  static DWORD NativeGetAttributes(const char16_t* path) { return GetFileAttributesW(Native(path)); }
+};
+
+HANDLE NativeHandle(FileHandle handle) { return reinterpret_cast<HANDLE>(handle); }
+
+class WindowsOpenFiles final : public OpenFiles {
+ public:
+  bool Read(FileHandle handle, void* data, std::size_t size, std::size_t* done) override {
+    *done = 0;
+    while (*done < size) {
+      DWORD count = 0;
+      if (!ReadFile(NativeHandle(handle), static_cast<char*>(data) + *done, Part(size - *done), &count, nullptr)) {
+        return false;
+      }
+      if (count == 0) break;
+      *done += count;
+    }
+    return true;
+  }
+  bool Write(FileHandle handle, const void* data, std::size_t size, std::size_t* done) override {
+    *done = 0;
+    while (*done < size) {
+      DWORD count = 0;
+      const char* rest = static_cast<const char*>(data) + *done;
+      if (!WriteFile(NativeHandle(handle), rest, Part(size - *done), &count, nullptr) || count == 0) return false;
+      *done += count;
+    }
+    return true;
+  }
+  bool GetSize(FileHandle handle, std::uint64_t* size) override {
+    LARGE_INTEGER value;
+    if (!GetFileSizeEx(NativeHandle(handle), &value)) return false;
+    *size = static_cast<std::uint64_t>(value.QuadPart);
+    return true;
+  }
+  bool MoveTo(FileHandle handle, std::uint64_t position) override {
+    LARGE_INTEGER value;
+    value.QuadPart = static_cast<LONGLONG>(position);
+    return SetFilePointerEx(NativeHandle(handle), value, nullptr, FILE_BEGIN) != FALSE;
+  }
+  bool SetEnd(FileHandle handle) override { return SetEndOfFile(NativeHandle(handle)) != FALSE; }
+  bool Flush(FileHandle handle) override { return FlushFileBuffers(NativeHandle(handle)) != FALSE; }
+  bool Close(FileHandle handle) override { return CloseHandle(NativeHandle(handle)) != FALSE; }
+
+ private:
+  static DWORD Part(std::size_t size) { return static_cast<DWORD>(std::min<std::size_t>(size, 1U << 30)); }
+};
+
+}  // namespace
+}  // namespace Windows
+
+namespace SystemParts {
+
+template <class Char>
+FilesOf<Char>& Files() {
+  static Windows::WindowsFiles<Char> files;
+  return files;
+}
+template FilesOf<char>& Files<char>();
+template FilesOf<char16_t>& Files<char16_t>();
+
+OpenFiles& Handles() {
+  static Windows::WindowsOpenFiles handles;
+  return handles;
+}
+
+}  // namespace SystemParts
+}  // namespace OrvWorkFlow
