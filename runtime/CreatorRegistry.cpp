@@ -48,13 +48,51 @@ CreatorRegistry::Entry CreatorRegistry::Describe(IFactoryObjectCreator* creator)
 
 void CreatorRegistry::Add(IFactoryObjectCreator* creator) {
   Entry entry = Describe(creator);
-  const std::lock_guard lock(mutex_);
-  entries_.push_back(std::move(entry));
+  const bool named = entry.findable;
+  const std::string name = entry.name;
+  {
+    const std::lock_guard lock(mutex_);
+    entries_.push_back(std::move(entry));
+  }
+  if (named) {
+    Tell(name, true);
+  }
 }
 
 void CreatorRegistry::Remove(const IFactoryObjectCreator* creator) {
+  Entry entry;
+  {
+    const std::lock_guard lock(mutex_);
+    const auto found = std::find_if(entries_.begin(), entries_.end(),
+                                    [creator](const Entry& candidate) { return candidate.creator == creator; });
+    if (found == entries_.end()) {
+      return;
+    }
+    entry = std::move(*found);
+    entries_.erase(found);
+  }
+  if (entry.findable) {
+    Tell(entry.name, false);
+  }
+}
+
+void CreatorRegistry::SetObserver(Observer observer, void* context) {
   const std::lock_guard lock(mutex_);
-  std::erase_if(entries_, [creator](const Entry& entry) { return entry.creator == creator; });
+  observer_ = observer;
+  observer_context_ = context;
+}
+
+void CreatorRegistry::Tell(const std::string& name, bool registered) const {
+  Observer observer = nullptr;
+  void* context = nullptr;
+  {
+    const std::lock_guard lock(mutex_);
+    observer = observer_;
+    context = observer_context_;
+  }
+  if (observer != nullptr) {
+    observer(name.c_str(), registered, context);
+  }
 }
 
 IFactoryObjectCreator* CreatorRegistry::Find(std::string_view name, Kind kind) const {

@@ -44,6 +44,10 @@ class CreatorRegistry {
   IFactoryObjectCreator* Find(std::string_view name, Kind kind) const;
   std::vector<std::string> GetNames() const;
 
+  // Told, outside the lock, of every creator that can tell its name.
+  using Observer = void (*)(const char* name, bool registered, void* context);
+  void SetObserver(Observer observer, void* context);
+
  private:
   friend class RegistrationScope;
 
@@ -56,10 +60,13 @@ class CreatorRegistry {
   };
 
   static Entry Describe(IFactoryObjectCreator* creator);
+  void Tell(const std::string& name, bool registered) const;
   void EndScope(const RegistrationScope* scope, bool accepted);
 
   mutable std::mutex mutex_;
   std::vector<Entry> entries_;
+  Observer observer_ = nullptr;
+  void* observer_context_ = nullptr;
 };
 
 }  // namespace OrvWorkFlow

@@ -6,13 +6,15 @@
 #include <string>
 #include <string_view>
 
+#include "OrvWorkFlow/Export.h"
+
 namespace OrvWorkFlow {
 
 // A printf-style text of any length; the bare format when it cannot be formatted.
-std::string FormatLogText(const char* format, std::va_list values);
+ORV_RUNTIME_API std::string FormatLogText(const char* format, std::va_list values);
 
 // Appends "2026-11-21T03:45:31.123Z category text\n" with line breaks written as \n and \r.
-void AppendLogLine(std::string* out, std::chrono::system_clock::time_point time, std::string_view category,
-                   std::string_view text);
+ORV_RUNTIME_API void AppendLogLine(std::string* out, std::chrono::system_clock::time_point time,
+                                   std::string_view category, std::string_view text);
 
 }  // namespace OrvWorkFlow

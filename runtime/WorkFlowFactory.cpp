@@ -156,6 +156,10 @@ IFactoryObjectCreator* WorkFlowFactory::CloneCreator(const char* name) {
   }
 }
 
+void WorkFlowFactory::SetRegistrationObserver(RegistrationObserver observer, void* context) {
+  CreatorRegistry::Get().SetObserver(observer, context);
+}
+
 const char* WorkFlowFactory::LastLoadError() { return PluginLoader::GetLastError(); }
 
 }  // namespace OrvWorkFlow
