@@ -1,0 +1,396 @@
+// What the store finds, makes, configures and refuses.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "CoreObjects/Marshalled.h"
+#include "OrvWorkFlow/WorkFlowFactory.h"
+#include "tests/fakes/ScriptedWorkNode.h"
+#include "tests/support/TimeLimit.h"
+#include "utilitystore/UtilityStoreObject.h"
+
+namespace OrvWorkFlow {
+namespace {
+
+using orv_test::ScriptedCreator;
+using orv_test::ScriptedFailure;
+using orv_test::ScriptedUtilityObject;
+using orv_test::Stage;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+class UtilityStoreTest : public ::testing::Test {
+ protected:
+  ~UtilityStoreTest() override {
+    for (IBaseWorkFlowObject* object : made_) object->Release();
+    store_->Release();
+    WorkFlowFactory::ReleaseGlobalObjects();
+  }
+
+  // Adds a creator of scripted objects with that type name.
+  void AddCreator(const char* name) {
+    AddCreator(name, [name] { return new ScriptedUtilityObject(name); });
+  }
+  void AddCreator(const char* name, ScriptedCreator::Make make) {
+    creators_.push_back(std::make_unique<ScriptedCreator>(name, std::move(make)));
+    EXPECT_TRUE(store_->AddUtilityObjectCreator(creators_.back().get()));
+  }
+
+  IBaseWorkFlowObject* Get(const char* name) {
+    IBaseWorkFlowObject* object = store_->GetUtilityObject(name);
+    if (object != nullptr) made_.push_back(object);
+    return object;
+  }
+
+  std::vector<std::string> Names() {
+    const Marshalled<IOrvPStringList> list;
+    std::vector<std::string> names;
+    EXPECT_TRUE(store_->GetUtilityObjectNames(list.get()));
+    EXPECT_TRUE(ReadTexts(list.get(), names));
+    return names;
+  }
+
+  Stage stage_;
+  CUtilityStore* const store_ = new CUtilityStore;
+  std::vector<std::unique_ptr<ScriptedCreator>> creators_;
+  std::vector<IBaseWorkFlowObject*> made_;
+};
+
+TEST_F(UtilityStoreTest, AnswersTheBaseProtocol) {
+  EXPECT_EQ(store_->QueryInterface("IUtilityStore"), static_cast<IUtilityStore*>(store_));
+  EXPECT_EQ(store_->QueryInterface("iutilitystore"), nullptr);
+  EXPECT_EQ(store_->QueryInterface("IBaseWorkFlowObject"), nullptr);
+  EXPECT_EQ(store_->QueryInterface(nullptr), nullptr);
+
+  const Marshalled<IOrvPString> text;
+  EXPECT_TRUE(store_->GetVersion(text.get()));
+  EXPECT_STREQ(text.get()->GetText(), "TAVIROVERSION");
+  EXPECT_TRUE(store_->GetTypeName(text.get()));
+  EXPECT_STREQ(text.get()->GetText(), "UtilityStore");
+  EXPECT_FALSE(store_->GetVersion(nullptr));
+  EXPECT_FALSE(store_->ReservedLoad("x"));
+  EXPECT_FALSE(store_->ReservedSave("x"));
+}
+
+TEST_F(UtilityStoreTest, KeepsNoLastError) {
+  const Marshalled<IOrvPString> text;
+  ASSERT_TRUE(text.get()->Assign("before", 6));
+  EXPECT_FALSE(store_->GetLastErrorText(text.get()));
+  EXPECT_STREQ(text.get()->GetText(), "before");
+}
+
+TEST_F(UtilityStoreTest, FindsNothingInAnEmptyStore) {
+  EXPECT_FALSE(store_->IsUtilityObjectPresent("FileSystem"));
+  EXPECT_FALSE(store_->IsUtilityObjectHeld("FileSystem"));
+  EXPECT_EQ(Get("FileSystem"), nullptr);
+  EXPECT_THAT(Names(), IsEmpty());
+}
+
+TEST_F(UtilityStoreTest, RefusesNull) {
+  EXPECT_EQ(store_->GetUtilityObject(nullptr), nullptr);
+  EXPECT_FALSE(store_->IsUtilityObjectPresent(nullptr));
+  EXPECT_FALSE(store_->IsUtilityObjectHeld(nullptr));
+  EXPECT_FALSE(store_->AddUtilityObject(nullptr));
+  EXPECT_FALSE(store_->GetUtilityObjectNames(nullptr));
+  EXPECT_TRUE(store_->AddUtilityObjectCreator(nullptr));
+  EXPECT_THAT(Names(), IsEmpty());
+}
+
+TEST_F(UtilityStoreTest, ComparesNamesByteForByte) {
+  AddCreator("FileSystem");
+  EXPECT_TRUE(store_->IsUtilityObjectPresent("FileSystem"));
+  for (const char* other : {"filesystem", "FileSystem ", "FileSyste", "FileSystemA", ""}) {
+    EXPECT_FALSE(store_->IsUtilityObjectPresent(other)) << other;
+    EXPECT_EQ(Get(other), nullptr) << other;
+  }
+}
+
+TEST_F(UtilityStoreTest, TheFirstOfTwoCreatorsWithOneNameWins) {
+  AddCreator("Twin", [] { return new ScriptedUtilityObject("First"); });
+  AddCreator("Twin", [] { return new ScriptedUtilityObject("Second"); });
+  for (int i = 0; i < 2; ++i) {
+    auto* object = static_cast<ScriptedUtilityObject*>(Get("Twin"));
+    ASSERT_NE(object, nullptr);
+    EXPECT_EQ(object->type_name(), "First");
+  }
+  EXPECT_THAT(Names(), ElementsAre("Twin", "Twin"));
+}
+
+TEST_F(UtilityStoreTest, MakesANewObjectForEachRequest) {
+  AddCreator("Encryption");
+  IBaseWorkFlowObject* first = Get("Encryption");
+  IBaseWorkFlowObject* second = Get("Encryption");
+  ASSERT_NE(first, nullptr);
+  ASSERT_NE(second, nullptr);
+  EXPECT_NE(first, second);
+}
+
+TEST_F(UtilityStoreTest, ANameIsKnownOnceItsCreatorIsAddedEvenIfItWasAskedForBefore) {
+  EXPECT_EQ(Get("Late"), nullptr);
+  AddCreator("Late");
+  EXPECT_NE(Get("Late"), nullptr);
+}
+
+TEST_F(UtilityStoreTest, HoldsAnObjectOnce) {
+  auto* object = new ScriptedUtilityObject("Held");
+  made_.push_back(object);
+  EXPECT_TRUE(store_->AddUtilityObject(object));
+  EXPECT_FALSE(store_->AddUtilityObject(object));
+  auto* twin = new ScriptedUtilityObject("Held");
+  made_.push_back(twin);
+  EXPECT_TRUE(store_->AddUtilityObject(twin));
+}
+
+TEST_F(UtilityStoreTest, ARegisteredObjectIsHeldButNotHandedOut) {
+  auto* object = new ScriptedUtilityObject("Held");
+  made_.push_back(object);
+  ASSERT_TRUE(store_->AddUtilityObject(object));
+  EXPECT_TRUE(store_->IsUtilityObjectHeld("Held"));
+  EXPECT_FALSE(store_->IsUtilityObjectHeld("held"));
+  EXPECT_FALSE(store_->IsUtilityObjectPresent("Held"));
+  EXPECT_EQ(store_->GetUtilityObject("Held"), nullptr);
+  EXPECT_THAT(Names(), IsEmpty());
+}
+
+TEST_F(UtilityStoreTest, AnObjectThatDoesNotTellItsNameIsStillHeldOnce) {
+  for (const char* operation : {"throws", "fails"}) {
+    Stage::Get().ScriptOf(operation).throws_in = {"GetTypeName"};
+    auto* object = new ScriptedUtilityObject(operation);
+    made_.push_back(object);
+    EXPECT_TRUE(store_->AddUtilityObject(object));
+    EXPECT_FALSE(store_->AddUtilityObject(object));
+    EXPECT_FALSE(store_->IsUtilityObjectHeld(operation));
+    EXPECT_FALSE(store_->IsUtilityObjectHeld(""));
+  }
+}
+
+// A creator whose name cannot be had.
+class NamelessCreator final : public IFactoryObjectCreator {
+ public:
+  explicit NamelessCreator(bool throws) : throws_(throws) {}
+  bool GetObjectName(IOrvPString* /*name*/) override {
+    if (throws_) throw ScriptedFailure();
+    return false;
+  }
+  bool GetVersion(IOrvPString* /*version*/) override { return false; }
+  IBaseWorkFlowObject* Create() override { return nullptr; }
+  bool CreatesWorkNodes() override { return false; }
+  IFactoryObjectCreator* Clone() override { return nullptr; }
+  void Destroy() override {}
+
+ private:
+  const bool throws_;
+};
+
+TEST_F(UtilityStoreTest, PassesOverCreatorsThatDoNotTellTheirName) {
+  NamelessCreator throwing(true);
+  NamelessCreator failing(false);
+  EXPECT_TRUE(store_->AddUtilityObjectCreator(&throwing));
+  EXPECT_TRUE(store_->AddUtilityObjectCreator(&failing));
+  AddCreator("Named");
+  EXPECT_FALSE(store_->IsUtilityObjectPresent(""));
+  EXPECT_NE(Get("Named"), nullptr);
+  EXPECT_THAT(Names(), ElementsAre("Named"));
+}
+
+TEST_F(UtilityStoreTest, ACreatorThatMakesNothingOrThrowsGivesNullAndNothingStaysInProgress) {
+  int attempts = 0;
+  AddCreator("Null", [&]() -> IBaseWorkFlowObject* {
+    ++attempts;
+    return nullptr;
+  });
+  AddCreator("Throws", [&]() -> IBaseWorkFlowObject* {
+    ++attempts;
+    throw ScriptedFailure();
+  });
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_EQ(Get("Null"), nullptr);
+    EXPECT_EQ(Get("Throws"), nullptr);
+  }
+  EXPECT_EQ(attempts, 4);
+}
+
+TEST_F(UtilityStoreTest, GivesTheStoreLast) {
+  AddCreator("Object");
+  Stage::Get().ScriptOf("Object").on_set_utility_store = [this](IUtilityStore* store) { EXPECT_EQ(store, store_); };
+  ASSERT_NE(Get("Object"), nullptr);
+  EXPECT_THAT(stage_.GetJournal(),
+              ElementsAre("Object.GetNeededGlobalUtilityObjects()", "Object.GetNeededLocalUtilityObjects()",
+                          "Object.SetUtilityStore(store)"));
+}
+
+TEST_F(UtilityStoreTest, HandsOutAnObjectThatThrowsOrRefusesWhileItIsConfigured) {
+  AddCreator("Throws");
+  Stage::Get().ScriptOf("Throws").throws_in = {"GetNeededGlobalUtilityObjects", "GetNeededLocalUtilityObjects",
+                                               "SetUtilityStore"};
+  AddCreator("Refuses");
+  Stage::Get().ScriptOf("Refuses").fails_in = {"GetNeededGlobalUtilityObjects", "GetNeededLocalUtilityObjects",
+                                               "SetUtilityStore"};
+  EXPECT_NE(Get("Throws"), nullptr);
+  EXPECT_NE(Get("Refuses"), nullptr);
+  EXPECT_EQ(stage_.GetJournal("SetUtilityStore").size(), 2u);
+}
+
+TEST_F(UtilityStoreTest, MakesGlobalNeedsThatTheFactoryKnowsInListOrder) {
+  const WorkFlowFactory first(ScriptedCreator::ForUtilityObjects("NeedA"));
+  const WorkFlowFactory second(ScriptedCreator::ForUtilityObjects("NeedB"));
+  AddCreator("Object");
+  Stage::Get().ScriptOf("Object").needed_global = {"NeedB", "Unknown", "NeedA"};
+  ASSERT_NE(Get("Object"), nullptr);
+  EXPECT_NE(WorkFlowFactory::GetGlobalObj("NeedA"), nullptr);
+  EXPECT_NE(WorkFlowFactory::GetGlobalObj("NeedB"), nullptr);
+  EXPECT_EQ(WorkFlowFactory::GetGlobalObj("Unknown"), nullptr);
+  EXPECT_TRUE(store_->IsUtilityObjectHeld("NeedA"));
+  EXPECT_TRUE(store_->IsUtilityObjectHeld("NeedB"));
+  EXPECT_FALSE(store_->IsUtilityObjectHeld("Unknown"));
+  // A global object is the host's to configure.
+  EXPECT_THAT(stage_.GetJournal("Need"),
+              ElementsAre("Object.GetNeededGlobalUtilityObjects()", "Object.GetNeededLocalUtilityObjects()"));
+  WorkFlowFactory::ReleaseGlobalObjects();
+  EXPECT_THAT(stage_.GetJournal("Release"), ElementsAre("NeedA.Release()", "NeedB.Release()"));
+}
+
+TEST_F(UtilityStoreTest, TakesTheGlobalObjectThatIsThere) {
+  const WorkFlowFactory registration(ScriptedCreator::ForUtilityObjects("Need"));
+  IBaseWorkFlowObject* const there = WorkFlowFactory::CreateNewGlobalObject("Need");
+  AddCreator("Object");
+  Stage::Get().ScriptOf("Object").needed_global = {"Need"};
+  ASSERT_NE(Get("Object"), nullptr);
+  EXPECT_EQ(WorkFlowFactory::GetGlobalObj("Need"), there);
+  EXPECT_FALSE(store_->AddUtilityObject(there)) << "it is registered already";
+  WorkFlowFactory::ReleaseGlobalObjects();
+}
+
+TEST_F(UtilityStoreTest, LeavesNeedsThatItHoldsAlone) {
+  const WorkFlowFactory first(ScriptedCreator::ForUtilityObjects("ByCreator"));
+  const WorkFlowFactory second(ScriptedCreator::ForUtilityObjects("ByObject"));
+  AddCreator("ByCreator");
+  auto* held = new ScriptedUtilityObject("ByObject");
+  made_.push_back(held);
+  ASSERT_TRUE(store_->AddUtilityObject(held));
+  AddCreator("Object");
+  Stage::Get().ScriptOf("Object").needed_global = {"ByCreator", "ByObject"};
+  ASSERT_NE(Get("Object"), nullptr);
+  EXPECT_EQ(WorkFlowFactory::GetGlobalObj("ByCreator"), nullptr);
+  EXPECT_EQ(WorkFlowFactory::GetGlobalObj("ByObject"), nullptr);
+}
+
+TEST_F(UtilityStoreTest, NeverMakesAGlobalObjectForALocalNeed) {
+  const WorkFlowFactory registration(ScriptedCreator::ForUtilityObjects("Local"));
+  AddCreator("Object");
+  Stage::Get().ScriptOf("Object").needed_local = {"Local"};
+  ASSERT_NE(Get("Object"), nullptr);
+  EXPECT_EQ(WorkFlowFactory::GetGlobalObj("Local"), nullptr);
+  EXPECT_FALSE(store_->IsUtilityObjectHeld("Local"));
+}
+
+TEST_F(UtilityStoreTest, ACycleOfNeedsEndsWithNullForTheInnerRequest) {
+  AddCreator("Egg");
+  AddCreator("Hen");
+  Stage::Get().ScriptOf("Egg").on_set_utility_store = [this](IUtilityStore* store) {
+    IBaseWorkFlowObject* hen = store->GetUtilityObject("Hen");
+    EXPECT_NE(hen, nullptr);
+    made_.push_back(hen);
+  };
+  int inner_requests = 0;
+  Stage::Get().ScriptOf("Hen").on_set_utility_store = [&](IUtilityStore* store) {
+    ++inner_requests;
+    EXPECT_TRUE(store->IsUtilityObjectPresent("Egg"));
+    EXPECT_EQ(store->GetUtilityObject("Egg"), nullptr);
+  };
+  EXPECT_NE(Get("Egg"), nullptr);
+  EXPECT_EQ(inner_requests, 1);
+  Stage::Get().ScriptOf("Egg").on_set_utility_store = nullptr;
+  EXPECT_NE(Get("Egg"), nullptr) << "the name is free again";
+}
+
+TEST_F(UtilityStoreTest, ACreatorMayComeBackToTheStoreAndAddToIt) {
+  AddCreator("Outer", [this] {
+    EXPECT_EQ(store_->GetUtilityObject("Outer"), nullptr);
+    AddCreator("Inner");
+    return new ScriptedUtilityObject("Outer");
+  });
+  EXPECT_NE(Get("Outer"), nullptr);
+  EXPECT_NE(Get("Inner"), nullptr);
+}
+
+// Two threads that make objects of one name at the same moment do not see each other's request as a cycle.
+TEST_F(UtilityStoreTest, TwoThreadsGetTheSameNameAtOnce) {
+  const orv_test::TimeLimit limit(std::chrono::seconds(60));
+  std::mutex mutex;
+  std::condition_variable changed;
+  int inside = 0;
+  AddCreator("Shared", [&] {
+    std::unique_lock lock(mutex);
+    ++inside;
+    changed.notify_all();
+    changed.wait(lock, [&] { return inside == 2; });
+    return new ScriptedUtilityObject("Shared");
+  });
+  IBaseWorkFlowObject* objects[2] = {};
+  std::thread first([&] { objects[0] = store_->GetUtilityObject("Shared"); });
+  std::thread second([&] { objects[1] = store_->GetUtilityObject("Shared"); });
+  first.join();
+  second.join();
+  for (IBaseWorkFlowObject* object : objects) {
+    ASSERT_NE(object, nullptr);
+    made_.push_back(object);
+  }
+}
+
+TEST_F(UtilityStoreTest, AllOperationsMayRunAtOnce) {
+  AddCreator("Object");
+  constexpr int kRounds = 200;
+  std::vector<std::unique_ptr<ScriptedCreator>> more;
+  for (int i = 0; i < kRounds; ++i) more.push_back(std::make_unique<ScriptedCreator>("More", nullptr));
+  ScriptedUtilityObject* const held = new ScriptedUtilityObject("Held");
+  made_.push_back(held);
+
+  std::thread adder([&] {
+    for (const auto& creator : more) store_->AddUtilityObjectCreator(creator.get());
+    store_->AddUtilityObject(held);
+  });
+  std::thread asker([&] {
+    for (int i = 0; i < kRounds; ++i) {
+      EXPECT_TRUE(store_->IsUtilityObjectPresent("Object"));
+      store_->IsUtilityObjectHeld("Held");
+      EXPECT_FALSE(Names().empty());
+    }
+  });
+  for (int i = 0; i < kRounds; ++i) {
+    IBaseWorkFlowObject* object = store_->GetUtilityObject("Object");
+    ASSERT_NE(object, nullptr);
+    object->Release();
+  }
+  adder.join();
+  asker.join();
+  EXPECT_EQ(Names().size(), 1u + kRounds);
+  EXPECT_TRUE(store_->IsUtilityObjectHeld("Held"));
+}
+
+TEST(UtilityStoreLifeTest, FreesNeitherCreatorsNorObjects) {
+  Stage stage;
+  auto* object = new ScriptedUtilityObject("Object");
+  ScriptedCreator creator("Creator", [] { return new ScriptedUtilityObject("Made"); });
+  CUtilityStoreObjectCreator store_creator;
+  IBaseWorkFlowObject* made_store = store_creator.Create();
+  ASSERT_NE(made_store, nullptr);
+  auto* store = static_cast<IUtilityStore*>(made_store->QueryInterface("IUtilityStore"));
+  ASSERT_NE(store, nullptr);
+  EXPECT_TRUE(store->AddUtilityObject(object));
+  EXPECT_TRUE(store->AddUtilityObjectCreator(&creator));
+  store->Release();
+  EXPECT_THAT(stage.GetJournal(), IsEmpty());
+  object->Release();
+  EXPECT_THAT(stage.GetJournal(), ElementsAre("Object.Release()"));
+}
+
+}  // namespace
+}  // namespace OrvWorkFlow
