@@ -1,0 +1,238 @@
+// What every platform's directories, locations and code pages do alike, in either width.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <vector>
+
+#include "platform/Platform.h"
+#include "tests/platform/PlatformTesting.h"
+
+namespace OrvWorkFlow {
+namespace {
+
+using orv_test::PlatformPath;
+using orv_test::TempDirectory;
+using orv_test::WriteFile;
+
+template <class Char>
+class DirectoriesContract : public ::testing::Test {
+ protected:
+  using String = std::basic_string<Char>;
+
+  DirectoriesOf<Char>& directories() { return SystemPlatform().For<Char>().directories; }
+  String At(std::string_view name) {
+    return orv_test::Text<Char>(PlatformPath(directory_.path()) + "\\" + std::string(name));
+  }
+  std::filesystem::path Host(std::string_view name) { return directory_.path() / name; }
+  bool IsDirectory(std::string_view name) { return std::filesystem::is_directory(Host(name)); }
+  SystemResult Create(std::string_view name) { return directories().CreateOneDirectory(At(name)); }
+
+  // All names that a search finds, a directory's with "/" behind; {"failed"} when it fails.
+  std::vector<std::string> Search(const String& pattern) {
+    std::vector<std::string> names;
+    SearchHandle search = SearchHandle::None;
+    DirectoryEntry<Char> entry;
+    SearchResult result = directories().FindFirst(pattern, &search, &entry);
+    EXPECT_EQ(result == SearchResult::Found, search != SearchHandle::None);
+    for (; result == SearchResult::Found; result = directories().FindNext(search, &entry)) {
+      const bool directory = (entry.attributes & FileAttribute::kDirectory) != 0;
+      names.push_back(orv_test::Ascii(entry.name) + (directory ? "/" : ""));
+    }
+    if (search != SearchHandle::None) directories().CloseSearch(search);
+    if (result == SearchResult::Failed) return {"failed"};
+    return names;
+  }
+
+ private:
+  TempDirectory directory_;
+};
+
+using Widths = ::testing::Types<char, char16_t>;
+TYPED_TEST_SUITE(DirectoriesContract, Widths);
+
+TYPED_TEST(DirectoriesContract, CreatingAndRemoving) {
+  WriteFile(this->Host("file"), "x");
+  EXPECT_EQ(this->Create("d"), SystemResult::Ok);
+  EXPECT_TRUE(this->IsDirectory("d"));
+  EXPECT_EQ(this->Create("d"), SystemResult::Exists);
+  EXPECT_EQ(this->Create("file"), SystemResult::Exists);
+  EXPECT_EQ(this->Create("missing\\d"), SystemResult::NotFound);
+  EXPECT_EQ(this->Create("d\\sub"), SystemResult::Ok);
+  EXPECT_FALSE(this->directories().RemoveOneDirectory(this->At("d"))) << "it is not empty";
+  EXPECT_TRUE(this->directories().RemoveOneDirectory(this->At("d\\sub")));
+  EXPECT_TRUE(this->directories().RemoveOneDirectory(this->At("d")));
+  EXPECT_FALSE(this->IsDirectory("d"));
+  EXPECT_FALSE(this->directories().RemoveOneDirectory(this->At("d")));
+  EXPECT_FALSE(this->directories().RemoveOneDirectory(this->At("file")));
+  EXPECT_TRUE(std::filesystem::exists(this->Host("file")));
+}
+
+TYPED_TEST(DirectoriesContract, SearchingForOneName) {
+  ASSERT_EQ(this->Create("d"), SystemResult::Ok);
+  WriteFile(this->Host("a.txt"), "x");
+  EXPECT_EQ(this->Search(this->At("a.txt")), std::vector<std::string>{"a.txt"});
+  EXPECT_EQ(this->Search(this->At("d")), std::vector<std::string>{"d/"});
+  EXPECT_EQ(this->Search(this->At("d\\")), std::vector<std::string>{"failed"});
+  EXPECT_EQ(this->Search(this->At("missing")), std::vector<std::string>{"failed"});
+  EXPECT_EQ(this->Search(this->At("missing\\*")), std::vector<std::string>{"failed"});
+  EXPECT_EQ(this->Search({}), std::vector<std::string>{"failed"});
+}
+
+TYPED_TEST(DirectoriesContract, SearchingWithWildcards) {
+  ASSERT_EQ(this->Create("d"), SystemResult::Ok);
+  ASSERT_EQ(this->Create("d\\sub"), SystemResult::Ok);
+  for (const char* name : {"d/Beta.txt", "d/alpha.txt", "d/gamma.log", "d/_x"}) WriteFile(this->Host(name), "x");
+  struct Case {
+    const char* pattern;
+    std::vector<std::string> names;
+  };
+  const Case cases[] = {
+      {"d\\*", {"./", "../", "alpha.txt", "Beta.txt", "gamma.log", "sub/", "_x"}},
+      {"d\\*.*", {"./", "../", "alpha.txt", "Beta.txt", "gamma.log", "sub/", "_x"}},
+      {"d\\*.txt", {"alpha.txt", "Beta.txt"}},
+      {"d\\*A*", {"alpha.txt", "Beta.txt", "gamma.log"}},
+      {"d\\s?b", {"sub/"}},
+      {"d\\?lpha.t?t", {"alpha.txt"}},
+      {"d\\nothing*", {}},
+  };
+  for (const Case& one : cases) {
+    std::vector<std::string> found = this->Search(this->At(one.pattern));
+    std::vector<std::string> wanted = one.names;
+    if (found.size() >= 2 && wanted.size() >= 2 && wanted[0] == "./") {
+      EXPECT_EQ(found[0], "./");
+      EXPECT_EQ(found[1], "../");
+    }
+    std::sort(found.begin(), found.end());
+    std::sort(wanted.begin(), wanted.end());
+    EXPECT_EQ(found, wanted) << one.pattern;
+  }
+}
+
+TYPED_TEST(DirectoriesContract, RootsAreNotFound) {
+  for (const char* root : {"C:", "C:\\", "Z:\\", "\\", "/"}) {
+    EXPECT_EQ(this->Search(orv_test::Text<TypeParam>(root)), std::vector<std::string>{"failed"}) << root;
+  }
+}
+
+TYPED_TEST(DirectoriesContract, RootsAreKnown) {
+  for (const char* root : {"C:", "c:\\", "C:/", "C:\\.", "C:\\a\\..", "C:\\a\\..\\..", "\\", "/", "/a/..", "Z:\\"}) {
+    EXPECT_TRUE(this->directories().IsRoot(orv_test::Text<TypeParam>(root))) << root;
+  }
+  for (const char* path : {"C:\\a", "C:\\a\\b\\..", "/a", "C:\\..\\a"}) {
+    EXPECT_FALSE(this->directories().IsRoot(orv_test::Text<TypeParam>(path))) << path;
+  }
+  EXPECT_FALSE(this->directories().IsRoot(this->At("d")));
+}
+
+TYPED_TEST(DirectoriesContract, LetterCaseDoesNotCountOnDriveC) {
+  const auto path = [](const char* text) { return orv_test::Text<TypeParam>(text); };
+  FilesOf<TypeParam>& files = SystemPlatform().For<TypeParam>().files;
+  FileHandle handle = FileHandle::None;
+  ASSERT_EQ(this->directories().CreateOneDirectory(path("C:\\OrvCaseTest")), SystemResult::Ok);
+  EXPECT_EQ(files.Open(path("c:\\orvcasetest\\File.TXT"), Access::Write, Creation::CreateNew, &handle),
+            SystemResult::Ok);
+  EXPECT_TRUE(SystemPlatform().open_files.Close(handle));
+  EXPECT_EQ(this->Search(path("C:\\ORVCASETEST\\*.txt")), std::vector<std::string>{"File.TXT"});
+  EXPECT_EQ(this->directories().CreateOneDirectory(path("C:\\ORVCaseTest")), SystemResult::Exists);
+  EXPECT_TRUE(files.RemoveOneFile(path("C:\\OrvCaseTest\\FILE.txt")));
+  EXPECT_TRUE(this->directories().RemoveOneDirectory(path("C:\\orvCASEtest")));
+}
+
+TYPED_TEST(DirectoriesContract, NobodyLeavesADriveUpwards) {
+  const auto path = [](const char* text) { return orv_test::Text<TypeParam>(text); };
+  ASSERT_EQ(this->directories().CreateOneDirectory(path("C:\\..\\..\\OrvUpTest")), SystemResult::Ok);
+  EXPECT_EQ(this->directories().CreateOneDirectory(path("C:\\OrvUpTest")), SystemResult::Exists);
+  EXPECT_TRUE(this->directories().RemoveOneDirectory(path("C:\\OrvUpTest")));
+}
+
+template <class Char>
+class LocationsContract : public ::testing::Test {
+ protected:
+  using Query = std::uint32_t (LocationsOf<Char>::*)(Char*, std::uint32_t);
+
+  LocationsOf<Char>& locations() { return SystemPlatform().For<Char>().locations; }
+  std::string Ask(Query query) {
+    Char buffer[600] = {};
+    const std::uint32_t length = (locations().*query)(buffer, 600);
+    const std::basic_string<Char> text(buffer);
+    EXPECT_EQ(text.size(), length);
+    return orv_test::Ascii(text);
+  }
+  std::string Expand(const char* text) {
+    Char buffer[600] = {};
+    EXPECT_NE(locations().ExpandVariables(orv_test::Text<Char>(text).c_str(), buffer, 600), 0U);
+    return orv_test::Ascii(std::basic_string<Char>(buffer));
+  }
+};
+TYPED_TEST_SUITE(LocationsContract, Widths);
+
+TYPED_TEST(LocationsContract, PathsHaveWindowsShape) {
+  using Locations = LocationsOf<TypeParam>;
+  const std::string windows = this->Ask(&Locations::WindowsDirectory);
+  const std::string system = this->Ask(&Locations::SystemDirectory);
+  const std::string temp = this->Ask(&Locations::TempPath);
+  const std::string module = this->Ask(&Locations::ModuleFileName);
+  for (const std::string& path : {windows, system, temp, module}) {
+    ASSERT_GT(path.size(), 3U) << path;
+    EXPECT_EQ(path.substr(1, 2), ":\\") << path;
+    EXPECT_EQ(path.find('/'), std::string::npos) << path;
+  }
+  EXPECT_NE(windows.back(), '\\');
+  EXPECT_TRUE(system.starts_with(windows)) << system;
+  EXPECT_EQ(temp.back(), '\\');
+  EXPECT_NE(module.find("platform_tests"), std::string::npos) << module;
+  std::uint32_t attributes = 0;
+  EXPECT_TRUE(SystemPlatform().narrow.files.GetAttributes(module, &attributes)) << module;
+}
+
+TYPED_TEST(LocationsContract, AShortBufferIsNotOverrun) {
+  using Locations = LocationsOf<TypeParam>;
+  for (const auto query :
+       {&Locations::WindowsDirectory, &Locations::SystemDirectory, &Locations::TempPath, &Locations::ModuleFileName}) {
+    TypeParam buffer[8] = {'#', '#', '#', '#', '#', '#', '#', '#'};
+    EXPECT_NE((this->locations().*query)(buffer, 4), 0U);
+    for (int i = 4; i < 8; ++i) EXPECT_EQ(buffer[i], '#');
+  }
+}
+
+TYPED_TEST(LocationsContract, UnknownVariablesStay) {
+  EXPECT_EQ(this->Expand("%OrvNoSuchVariable%"), "%OrvNoSuchVariable%");
+  EXPECT_EQ(this->Expand("a%b"), "a%b");
+  EXPECT_EQ(this->Expand("plain"), "plain");
+}
+
+TEST(CodePageContract, ExactMeansThatNothingIsLost) {
+  CodePage& code_page = SystemPlatform().code_page;
+  const std::u16string_view texts[] = {
+      u"",         u"plain", u"Grüße",      u"файл",   u"文件",     u"\u2215\u2044\uFF3C",
+      u"ā\u0000b", u"?",     u"\U0001F600", u"\xD800", u"x\xDC00y", u"\uFFFD"};
+  for (const std::u16string_view text : texts) {
+    std::string narrow = "untouched";
+    std::u16string again;
+    bool exact = false;
+    if (!code_page.Narrow(text, &narrow, &exact)) {
+      EXPECT_EQ(narrow, "untouched");
+      continue;
+    }
+    EXPECT_EQ(exact, code_page.Widen(narrow, &again) && again == text) << narrow;
+    EXPECT_TRUE(code_page.Narrow(text, &narrow, nullptr));
+  }
+}
+
+TEST(CodePageContract, AsciiIsAscii) {
+  std::string all;
+  for (char c = 1; c < 0x7F; ++c) all += c;
+  std::u16string wide;
+  std::string narrow;
+  bool exact = false;
+  ASSERT_TRUE(SystemPlatform().code_page.Widen(all, &wide));
+  EXPECT_EQ(wide, std::u16string(all.begin(), all.end()));
+  ASSERT_TRUE(SystemPlatform().code_page.Narrow(wide, &narrow, &exact));
+  EXPECT_TRUE(exact);
+  EXPECT_EQ(narrow, all);
+  ASSERT_TRUE(SystemPlatform().code_page.WidenPath("C:\\a b\\c.txt", &wide));
+  EXPECT_EQ(wide, u"C:\\a b\\c.txt");
+}
+
+}  // namespace
+}  // namespace OrvWorkFlow
