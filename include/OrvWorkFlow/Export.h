@@ -17,7 +17,8 @@
 #define ORV_RUNTIME_API ORV_IMPORT
 #endif
 
-// Classes that `CoreObjects` exports. They are defined in their headers, so that nobody has to link the library to use them.
+// Classes that `CoreObjects` exports. They are defined in their headers, so that nobody has to link the library to use
+// them.
 #if defined(ORV_BUILDING_CORE)
 #define ORV_CORE_API ORV_EXPORT
 #elif defined(_WIN32)

@@ -1,8 +1,9 @@
 // A hierarchical store of typed values, saved as XML: the home of every workflow's definition and state.
 //
-// Paths: components separated by "/", empty components ignored, case-sensitive; a component holds letters, digits, "_" and
-// "-" only. "" and "/" name the root. Writing creates what is missing on the way; a write to an invalid path fails and creates
-// nothing. Reading an invalid path finds nothing.
+// Paths: components separated by "/", empty components ignored, case-sensitive; a component holds letters, digits, "_"
+// and
+// "-" only. "" and "/" name the root. Writing creates what is missing on the way; a write to an invalid path fails and
+// creates nothing. Reading an invalid path finds nothing.
 #pragma once
 
 #include "OrvWorkFlow/IBaseWorkFlowObject.h"
@@ -25,16 +26,18 @@ enum class ValueType : std::int32_t {
   Nil = 11,
 };
 
-// "Dictionary"; answers to "IDictionary" and "IDictionary3". Any thread: one mutex a dictionary serialises all operations.
+// "Dictionary"; answers to "IDictionary" and "IDictionary3". Any thread: one mutex a dictionary serialises all
+// operations.
 //
-// Base operations: LoadState(file) and SaveState(file) are LoadFile and SaveFile; the content directories are the search
-// directories for bare file names; the write directory is where a bare name is saved when no file was loaded from a search directory.
+// Base operations: LoadState(file) and SaveState(file) are LoadFile and SaveFile; the content directories are the
+// search directories for bare file names; the write directory is where a bare name is saved when no file was loaded
+// from a search directory.
 //
 // Outputs are replaced on success and untouched on failure, unless the output object itself fails half way.
 class IDictionary : public IBaseWorkFlowObject {
  public:
-  // Stores a value and its type; other attributes and the sub-entries stay. False: null argument, invalid path, no memory.
-  // A list that fails half way leaves the items written so far.
+  // Stores a value and its type; other attributes and the sub-entries stay. False: null argument, invalid path, no
+  // memory. A list that fails half way leaves the items written so far.
   virtual bool SetValue(const char* path, const IOrvStringList* value) = 0;
   virtual bool SetValue(const char* path, const char16_t* value) = 0;
   virtual bool SetValue(const char* path, bool value) = 0;
@@ -58,8 +61,9 @@ class IDictionary : public IBaseWorkFlowObject {
   virtual bool GetValue(const char* path, double* value) = 0;
   virtual bool GetValue(const char* path, std::int32_t* value) = 0;
 
-  // Attributes of an entry, by name. Set creates a missing entry; a name that could not be read back (empty, or with a blank, "=", ">", "/" or
-  // a quote in it) is refused. A value that holds both kinds of quotes is cut at the first when it is read again.
+  // Attributes of an entry, by name. Set creates a missing entry; a name that could not be read back (empty, or with a
+  // blank, "=", ">", "/" or a quote in it) is refused. A value that holds both kinds of quotes is cut at the first when
+  // it is read again.
   virtual bool HasAttribute(const char* path, const char* name) = 0;
   virtual bool GetAttribute(const char* path, const char* name, IOrvPString* value) = 0;
   virtual bool SetAttribute(const char* path, const char* name, const char* value) = 0;
@@ -72,13 +76,13 @@ class IDictionary : public IBaseWorkFlowObject {
   // Removes the entry and everything below it; false when it does not exist. Deleting the root empties the dictionary.
   virtual bool Delete(const char* path) = 0;
 
-  // Replaces the content of `names` by the names of the entry's children in their order, the holder of list items left out.
-  // False when the entry does not exist; true and empty when it has no children.
+  // Replaces the content of `names` by the names of the entry's children in their order, the holder of list items left
+  // out. False when the entry does not exist; true and empty when it has no children.
   virtual bool GetEntries(const char* path, IOrvPStringList* names) = 0;
 
   // Loading empties the dictionary and builds it from the file's content; a load that fails half way leaves what was
-  // complete by then. A file that cannot be read leaves the dictionary as it was. A bare name (no "/", "\" or ":") is looked for in
-  // the search directories first.
+  // complete by then. A file that cannot be read leaves the dictionary as it was. A bare name (no "/", "\" or ":") is
+  // looked for in the search directories first.
   virtual bool LoadFile(const char* file_name) = 0;
 
   // Saving empties "/IDictionaryNameValPairs" (in memory too) and replaces the file as a whole: on failure the old file
@@ -89,8 +93,8 @@ class IDictionary : public IBaseWorkFlowObject {
   virtual bool LoadFromText(const char* text, std::size_t length) = 0;
   virtual bool SaveToText(IOrvPString* text) = 0;
 
-  // Replaces the content of `paths` by the given path and all paths below it in pre-order, each formed as parent + "/" + name.
-  // False when the entry does not exist.
+  // Replaces the content of `paths` by the given path and all paths below it in pre-order, each formed as parent + "/"
+  // + name. False when the entry does not exist.
   virtual bool EnumeratePaths(const char* path, IOrvPStringList* paths) = 0;
 
   // A number that changes with every change of the content, for callers that keep what they read.

@@ -20,8 +20,8 @@ class ORV_CORE_API IFactoryObjectCreator {
   // Assigns the version text of the library that the creator belongs to.
   virtual bool GetVersion(IOrvPString* version) = 0;
 
-  // A new object, which the caller owns and ends with its Release(); null when it cannot be made. Creators of work nodes
-  // may throw what the node's constructor throws; those of this library never do.
+  // A new object, which the caller owns and ends with its Release(); null when it cannot be made. Creators of work
+  // nodes may throw what the node's constructor throws; those of this library never do.
   virtual IBaseWorkFlowObject* Create() = 0;
 
   // True when the objects are work nodes, that is, answer to "IWorkNode". The library's own creators answer false.

@@ -10,9 +10,9 @@ class InputSignalMessage;
 
 class IHostAppGuiThreadCallback {
  public:
-  // Performs the delivery and takes the message. For every message that RunOnGuiThread accepted, call it exactly once, on
-  // the GUI thread. It may run a node for as long as the node likes, and may be entered again from a nested message loop.
-  // Never throws.
+  // Performs the delivery and takes the message. For every message that RunOnGuiThread accepted, call it exactly once,
+  // on the GUI thread. It may run a node for as long as the node likes, and may be entered again from a nested message
+  // loop. Never throws.
   virtual void DeliverInputSignal(InputSignalMessage* message) = 0;
 
  protected:

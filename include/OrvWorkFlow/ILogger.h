@@ -5,8 +5,8 @@
 
 namespace OrvWorkFlow {
 
-// Any thread. Called with locks of the library held: it must not call back into the engine or the mediator, and its speed
-// bounds the speed of signals.
+// Any thread. Called with locks of the library held: it must not call back into the engine or the mediator, and its
+// speed bounds the speed of signals.
 class ILogger : public IBaseWorkFlowObject {
  public:
   // The category of lines that are logged without one.

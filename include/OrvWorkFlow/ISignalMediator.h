@@ -7,15 +7,16 @@ namespace OrvWorkFlow {
 
 class IDictionary;
 
-// "SignalMediator", one global object a process. Any thread, unless an operation says otherwise. What fails in front of the
-// user is shown in a message box with the caption "Workflowengine".
+// "SignalMediator", one global object a process. Any thread, unless an operation says otherwise. What fails in front of
+// the user is shown in a message box with the caption "Workflowengine".
 //
-// Base operations: LoadState(null) reads the workflow's definition from the global dictionary (the engine's LoadState comes
-// first); SaveState saves nodes, utility objects and reboot signals; a second SetUtilityStore replaces the first.
+// Base operations: LoadState(null) reads the workflow's definition from the global dictionary (the engine's LoadState
+// comes first); SaveState saves nodes, utility objects and reboot signals; a second SetUtilityStore replaces the first.
 class ISignalMediator : public IBaseWorkFlowObject {
  public:
-  // Delivers an input signal: makes the node first if needed, then queues the delivery with the host application or, when
-  // there is none, performs it before returning. False when the node's type could not be loaded or the host refused.
+  // Delivers an input signal: makes the node first if needed, then queues the delivery with the host application or,
+  // when there is none, performs it before returning. False when the node's type could not be loaded or the host
+  // refused.
   virtual bool FireInputSignal(const char* type_name, const char* instance_name, const char* signal_name) = 0;
 
   // Passes an output signal to the engine. True whatever the engine answers.
@@ -49,14 +50,14 @@ class ISignalMediator : public IBaseWorkFlowObject {
   // Takes the utility objects, work nodes and directories of another workflow's dictionary into the global one.
   virtual bool Absorb(IDictionary* dictionary) = 0;
 
-  // Replaces the content of `definition_paths` by the dictionary paths of the instances that absorb flows: those of type
-  // "AbsorbWorkflow" and those whose property "Component" is "yes".
+  // Replaces the content of `definition_paths` by the dictionary paths of the instances that absorb flows: those of
+  // type "AbsorbWorkflow" and those whose property "Component" is "yes".
   virtual bool GetInstantiatedWorknodesThatCallAbsorb(IOrvPStringList* definition_paths) = 0;
 
   // Numbers for a host that wants to know whether the workflow is idle, and for its summary. Each may be null.
   // sent/received: input signals handed over / whose delivery has begun. finished: deliveries that have ended. nodes:
-  // instances made. failures: deliveries that answered false, threw or found no node, and types that could not be loaded.
-  // busy: nodes whose property "Busy" is "yes" now.
+  // instances made. failures: deliveries that answered false, threw or found no node, and types that could not be
+  // loaded. busy: nodes whose property "Busy" is "yes" now.
   struct Statistics {
     std::uint32_t sent = 0;
     std::uint32_t received = 0;

@@ -9,9 +9,9 @@ namespace OrvWorkFlow {
 // Any thread. The store frees neither creators nor registered objects: both must outlive it. It keeps no last error.
 class IUtilityStore : public IBaseWorkFlowObject {
  public:
-  // A new object made by the first creator of that name and configured: its needs are made present, then it is given this
-  // store. The caller owns it. Null when no creator has the name, the creator makes nothing, or this thread is making an
-  // object of that very name right now (a cycle of needs).
+  // A new object made by the first creator of that name and configured: its needs are made present, then it is given
+  // this store. The caller owns it. Null when no creator has the name, the creator makes nothing, or this thread is
+  // making an object of that very name right now (a cycle of needs).
   virtual IBaseWorkFlowObject* GetUtilityObject(const char* name) = 0;
 
   // True when a creator with exactly that name is held.

@@ -7,15 +7,15 @@ namespace OrvWorkFlow {
 
 // "WorkFlowEngine", one global object a process. Any thread, unless an operation says otherwise.
 //
-// Base operations: LoadState(file) loads the workflow's dictionary file into the global dictionary and restores queue and
-// start signal; SaveState(file) writes them back. Load and save while the workflow is stopped. SetWriteDirectory names the
-// directory of the engine's marker file. SetEncryptionKey also reaches the mediator. A null store gives the last error
-// "Invalid parameter.", a second one "The UtilityStore has already been set."
+// Base operations: LoadState(file) loads the workflow's dictionary file into the global dictionary and restores queue
+// and start signal; SaveState(file) writes them back. Load and save while the workflow is stopped. SetWriteDirectory
+// names the directory of the engine's marker file. SetEncryptionKey also reaches the mediator. A null store gives the
+// last error "Invalid parameter.", a second one "The UtilityStore has already been set."
 class IWorkFlowEngine : public IBaseWorkFlowObject {
  public:
-  // Stores a mapping under the sender, at the lowest free number. The two arguments `ignored_1` and `ignored_2` are accepted
-  // and ignored. False when a name is null or the dictionary refuses (names of letters, digits, "_" and "-" only). A comma in a receiver
-  // name makes a mapping that cannot be read back.
+  // Stores a mapping under the sender, at the lowest free number. The two arguments `ignored_1` and `ignored_2` are
+  // accepted and ignored. False when a name is null or the dictionary refuses (names of letters, digits, "_" and "-"
+  // only). A comma in a receiver name makes a mapping that cannot be read back.
   virtual bool AddSignalMapping(const char* sender_type, const char* sender_instance, const char* outgoing_signal,
                                 const char* ignored_1, const char* ignored_2, const char* receiver_type,
                                 const char* receiver_instance, const char* incoming_signal) = 0;
@@ -32,30 +32,32 @@ class IWorkFlowEngine : public IBaseWorkFlowObject {
   // Removes the mappings of all instances of all work-node types. True.
   virtual bool RemoveAllSignalMappings() = 0;
 
-  // Queues one entry for each receiver that the signal maps to and wakes the pump. False when the sender has no mappings key,
-  // or a mapping cannot be read or is not of the form "type,instance,signal"; entries queued before that stay queued.
+  // Queues one entry for each receiver that the signal maps to and wakes the pump. False when the sender has no
+  // mappings key, or a mapping cannot be read or is not of the form "type,instance,signal"; entries queued before that
+  // stay queued.
   virtual bool OutputSignal(const char* sender_type, const char* sender_instance, const char* outgoing_signal) = 0;
 
   // The signal that is queued when flowing starts; a null argument empties its part. True.
   virtual bool SetStartSignal(const char* receiver_type, const char* receiver_instance,
                               const char* incoming_signal) = 0;
 
-  // Fires the reboot signals, queues the start signal and starts the pump. False when the pump runs already or cannot be started.
+  // Fires the reboot signals, queues the start signal and starts the pump. False when the pump runs already or cannot
+  // be started.
   virtual bool StartFlowing() = 0;
 
-  // Stops the pump between two signals (waiting for it at most 5000 ms), then the work nodes. Entries stay queued. Always
-  // true. Not on the host's GUI thread and not from within a node.
+  // Stops the pump between two signals (waiting for it at most 5000 ms), then the work nodes. Entries stay queued.
+  // Always true. Not on the host's GUI thread and not from within a node.
   virtual bool StopFlowing() = 0;
 
   // Has the mediator delete the write directories of all workflows.
   virtual bool DeleteTemporaryData() = 0;
 
-  // Assigns the platform path of the definition file of a workflow, by its name; false when it is not known. Never waits for
-  // the pump or a node, so that path translation may be used from anywhere.
+  // Assigns the platform path of the definition file of a workflow, by its name; false when it is not known. Never
+  // waits for the pump or a node, so that path translation may be used from anywhere.
   virtual bool GetWorkFlowFilePath(const char* workflow_name, IOrvPString* path) = 0;
 
-  // For a host that wants to know whether the workflow is idle: entries waiting, and whether the pump is in the middle of a
-  // pass. Never waits for a node.
+  // For a host that wants to know whether the workflow is idle: entries waiting, and whether the pump is in the middle
+  // of a pass. Never waits for a node.
   struct QueueState {
     std::uint32_t waiting = 0;
     bool firing = false;

@@ -9,8 +9,8 @@ class IWorkNode;
 
 class IOutgoingSignalHandler {
  public:
-  // Fires an output signal of `node`: it is mapped and queued, not delivered, before this returns, so a node may fire from
-  // anywhere, its own Signal included. Always true for a known node. Any thread.
+  // Fires an output signal of `node`: it is mapped and queued, not delivered, before this returns, so a node may fire
+  // from anywhere, its own Signal included. Always true for a known node. Any thread.
   virtual bool Signal(IWorkNode* node, const char* signal_name) = 0;
 
  protected:

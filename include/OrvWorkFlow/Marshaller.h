@@ -1,7 +1,8 @@
 // Marshalled strings and lists: the only form in which texts and lists cross an interface as results.
 //
-// The host makes them: DirectGetObject("IOrvPString") gives a fresh, empty one that the asker owns and ends with Release().
-// An object that is handed to an operation as an output stays the caller's. One thread at a time for each object.
+// The host makes them: DirectGetObject("IOrvPString") gives a fresh, empty one that the asker owns and ends with
+// Release(). An object that is handed to an operation as an output stays the caller's. One thread at a time for each
+// object.
 //
 // An implementation may throw from any operation (out of memory, say); the library guards every call and reports false.
 #pragma once

@@ -32,8 +32,8 @@ class Thread {
   virtual bool IsRunning() const = 0;
   // How often PostNamedEvent was called under that name, merged posts included.
   virtual unsigned long GetPostCount(const char* name) const = 0;
-  // Ends the object. A thread whose procedure still runs is let go on: it keeps what it needs and ends by itself; called
-  // from another thread, Release first waits for a procedure that has returned to be gone.
+  // Ends the object. A thread whose procedure still runs is let go on: it keeps what it needs and ends by itself;
+  // called from another thread, Release first waits for a procedure that has returned to be gone.
   virtual void Release() = 0;
 
  protected:
@@ -79,7 +79,8 @@ struct PrimitiveSource {
 };
 ORV_RUNTIME_API PrimitiveSource SetPrimitiveSource(PrimitiveSource source) noexcept;
 
-// Pauses the calling thread. A test may replace the clock by a function that only counts; null brings the real one back.
+// Pauses the calling thread. A test may replace the clock by a function that only counts; null brings the real one
+// back.
 ORV_RUNTIME_API void SleepMilliseconds(unsigned milliseconds);
 using SleepFunction = void (*)(unsigned milliseconds);
 ORV_RUNTIME_API SleepFunction SetSleepFunction(SleepFunction function) noexcept;

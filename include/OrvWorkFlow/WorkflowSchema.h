@@ -22,7 +22,8 @@ inline constexpr char kOtherBinary[] = "/Binaries/mac_bin";
 inline constexpr char kGlobalUtilityObjects[] = "/WorkFlowEngine/UtilityObjects/Global";
 inline constexpr char kLocalUtilityObjects[] = "/WorkFlowEngine/UtilityObjects/Local";
 
-// One entry a workflow name, with WriteDir, ReadDirs and ObfuscationKey; a name that begins with a digit has a leading "_".
+// One entry a workflow name, with WriteDir, ReadDirs and ObfuscationKey; a name that begins with a digit has a leading
+// "_".
 inline constexpr char kDirectories[] = "/WorkFlowEngine/Directories";
 
 // Reserved name; the library always loads work nodes on their first signal.

@@ -22,6 +22,9 @@ class BaseObject : public Interfaces... {
   BaseObject(const BaseObject&) = delete;
   BaseObject& operator=(const BaseObject&) = delete;
 
+  // Each class knows its own interfaces. Declared here, so that an object with several of them has one.
+  void* QueryInterface(const char* interface_name) override = 0;
+
   bool GetVersion(IOrvPString* version) override { return AssignText(version, kVersionKey); }
   bool GetLastErrorText(IOrvPString* text) override {
     const std::scoped_lock lock(last_error_mutex_);

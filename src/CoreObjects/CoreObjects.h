@@ -1,5 +1,6 @@
-// This folder holds what all subsystems of the library share: the base object, the creator template, holders of marshalled
-// objects, finding other objects by name, tracing, the box routine; and the registration of the seven creators.
+// This folder holds what all subsystems of the library share: the base object, the creator template, holders of
+// marshalled objects, finding other objects by name, tracing, the box routine; and the registration of the seven
+// creators.
 #pragma once
 
 namespace OrvWorkFlow {

@@ -38,8 +38,8 @@ class Found {
   Interface* face_ = nullptr;
 };
 
-// The two ways to an object. Each gives a null interface when the object is missing, does not answer to the interface, or
-// throws; a made object that does not fit is released at once. `owned` is null for a global object.
+// The two ways to an object. Each gives a null interface when the object is missing, does not answer to the interface,
+// or throws; a made object that does not fit is released at once. `owned` is null for a global object.
 struct RawFound {
   IBaseWorkFlowObject* owned = nullptr;
   void* face = nullptr;

@@ -30,7 +30,8 @@ inline constexpr const char* kMarshalledName<IOrvBoolList> = "IOrvBoolList";
 template <>
 inline constexpr const char* kMarshalledName<IOrvBasicStream> = "IOrvBasicStream";
 
-// Owns one marshalled object, fetched from the host's marshaller when the holder is made. Empty when the marshaller had none.
+// Owns one marshalled object, fetched from the host's marshaller when the holder is made. Empty when the marshaller had
+// none.
 template <class T>
 class Marshalled {
  public:
@@ -130,8 +131,8 @@ bool AssignTexts(IOrvStringListOf<Char>* output, const Texts& texts) noexcept {
   return done;
 }
 
-// The text that `read(IOrvPString*)` fills in, for example an object's type name. False when no text could be had; `text`
-// is untouched then. What `read` itself throws is caught too.
+// The text that `read(IOrvPString*)` fills in, for example an object's type name. False when no text could be had;
+// `text` is untouched then. What `read` itself throws is caught too.
 template <class Read>
 bool FetchText(std::string& text, Read&& read) noexcept {
   try {

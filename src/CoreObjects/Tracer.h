@@ -19,8 +19,8 @@ class Tracer {
   // Keeps the logger (not owned) and gives it the default category. Null is ignored.
   void SetLogger(ILogger* logger) noexcept;
 
-  // One line: a printf-style format and its values; without values, a text that holds no "%". An exception of the logger
-  // is swallowed, and its line is lost.
+  // One line: a printf-style format and its values; without values, a text that holds no "%". An exception of the
+  // logger is swallowed, and its line is lost.
   template <class... Values>
   void Log(const char* category, const char* format, Values... values) const noexcept {
     ILogger* logger = logger_.load(std::memory_order_acquire);

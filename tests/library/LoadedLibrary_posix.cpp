@@ -1,13 +1,15 @@
 #include <dlfcn.h>
 
 #include <cstdio>
+#include <filesystem>
 
 #include "tests/library/LoadedLibrary.h"
 
 namespace orv_test {
 
 void* LoadCoreObjects() {
-  void* library = dlopen("libCoreObjects.so", RTLD_NOW | RTLD_LOCAL);
+  const std::filesystem::path folder = std::filesystem::read_symlink("/proc/self/exe").parent_path();
+  void* library = dlopen((folder / "libCoreObjects.so").c_str(), RTLD_NOW | RTLD_LOCAL);
   if (library == nullptr) std::fprintf(stderr, "%s\n", dlerror());
   return library;
 }

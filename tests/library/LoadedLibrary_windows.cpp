@@ -15,8 +15,6 @@ void* LoadCoreObjects() {
   return library;
 }
 
-bool UnloadCoreObjects(void* library) {
-  return library != nullptr && FreeLibrary(static_cast<HMODULE>(library)) != 0;
-}
+bool UnloadCoreObjects(void* library) { return library != nullptr && FreeLibrary(static_cast<HMODULE>(library)) != 0; }
 
 }  // namespace orv_test

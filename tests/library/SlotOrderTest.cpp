@@ -1,5 +1,5 @@
-// The order of the operations in every interface's table. A host or plug-in built separately calls by place, so moving one
-// breaks it: new operations go to the end.
+// The order of the operations in every interface's table. A host or plug-in built separately calls by place, so moving
+// one breaks it: new operations go to the end.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -43,22 +43,22 @@ constexpr std::size_t kBaseOperations = 16;
 
 TEST(SlotOrderTest, FactoryObjectCreator) {
   using I = IFactoryObjectCreator;
-  SlotList()(&I::GetObjectName)(&I::GetVersion)(&I::Create)(&I::CreatesWorkNodes)(&I::Clone)(&I::Destroy)
+  SlotList() (&I::GetObjectName) (&I::GetVersion) (&I::Create) (&I::CreatesWorkNodes) (&I::Clone)(&I::Destroy)
       .ExpectConsecutiveFrom(0);
 }
 
 TEST(SlotOrderTest, BaseProtocol) {
   using I = IBaseWorkFlowObject;
-  SlotList()(&I::QueryInterface)(&I::GetVersion)(&I::GetLastErrorText)(&I::ResetContentDirectories)(
-      &I::AddContentDirectory)(&I::SetWriteDirectory)(&I::LoadState)(&I::ReservedLoad)(&I::SaveState)(
-      &I::ReservedSave)(&I::SetEncryptionKey)(&I::GetTypeName)(&I::SetUtilityStore)(
-      &I::GetNeededGlobalUtilityObjects)(&I::GetNeededLocalUtilityObjects)(&I::Release)
+  SlotList() (&I::QueryInterface) (&I::GetVersion) (&I::GetLastErrorText) (&I::ResetContentDirectories) (
+      &I::AddContentDirectory) (&I::SetWriteDirectory) (&I::LoadState) (&I::ReservedLoad) (&I::SaveState) (
+      &I::ReservedSave) (&I::SetEncryptionKey) (&I::GetTypeName) (&I::SetUtilityStore) (
+      &I::GetNeededGlobalUtilityObjects) (&I::GetNeededLocalUtilityObjects)(&I::Release)
       .ExpectConsecutiveFrom(0);
 }
 
 TEST(SlotOrderTest, UtilityStore) {
   using I = IUtilityStore;
-  SlotList()(&I::GetUtilityObject)(&I::IsUtilityObjectPresent)(&I::AddUtilityObject)(&I::AddUtilityObjectCreator)(
+  SlotList() (&I::GetUtilityObject) (&I::IsUtilityObjectPresent) (&I::AddUtilityObject) (&I::AddUtilityObjectCreator) (
       &I::IsUtilityObjectHeld)(&I::GetUtilityObjectNames)
       .ExpectConsecutiveFrom(kBaseOperations);
 }
@@ -79,20 +79,25 @@ TEST(SlotOrderTest, Dictionary) {
       SetterOf<const IOrvPStringList*>())(SetterOf<const char*>())(SetterOf<double>())(SetterOf<std::int32_t>())(
       GetterOf<IOrvStringList>())(GetterOf<IOrvString>())(GetterOf<bool>())(GetterOf<IOrvBoolList>())(
       GetterOf<IOrvDoubleList>())(GetterOf<IOrvIntList>())(GetterOf<IOrvPStringList>())(GetterOf<IOrvPString>())(
-      GetterOf<double>())(GetterOf<std::int32_t>())(&I::HasAttribute)(&I::GetAttribute)(&I::SetAttribute)(
-      &I::GetValueType)(&I::Exists)(&I::Delete)(&I::GetEntries)(&I::LoadFile)(&I::SaveFile)(&I::LoadFromText)(
-      &I::SaveToText)(&I::EnumeratePaths)(&I::GetChangeCount)
+      GetterOf<double>())(GetterOf<std::int32_t>()) (&I::HasAttribute) (&I::GetAttribute) (&I::SetAttribute) (
+      &I::GetValueType) (&I::Exists) (&I::Delete) (&I::GetEntries) (&I::LoadFile) (&I::SaveFile) (&I::LoadFromText) (
+      &I::SaveToText) (&I::EnumeratePaths)(&I::GetChangeCount)
       .ExpectConsecutiveFrom(kBaseOperations);
 }
 
 template <class Char>
 void ExpectFileSystemOrder() {
   using I = IFileSystemOf<Char>;
-  SlotList()(&I::WorkflowPathToPlatformPath)(&I::WorkflowPathToPlatformPathString)(&I::MakeDirectory)(
-      &I::DeleteDirectory)(&I::ListFiles)(&I::ListDirectories)(&I::CopyOneFile)(&I::FileExists)(&I::DirectoryExists)(
-      &I::RemoveFile)(&I::FileSize)(&I::MakeFile)(&I::ReadFileToString)(&I::ReadFileToStream)(&I::WriteFileBytes)(
-      &I::WriteFileText)(&I::WriteFileString)(&I::AppendFileString)(&I::ReplaceFileBytes)
-      .ExpectConsecutiveFrom(kBaseOperations);
+  // Each face has a whole table of its own, base protocol first.
+  SlotList() (&I::QueryInterface) (&I::GetVersion) (&I::GetLastErrorText) (&I::ResetContentDirectories) (
+      &I::AddContentDirectory) (&I::SetWriteDirectory) (&I::LoadState) (&I::ReservedLoad) (&I::SaveState) (
+      &I::ReservedSave) (&I::SetEncryptionKey) (&I::GetTypeName) (&I::SetUtilityStore) (
+      &I::GetNeededGlobalUtilityObjects) (&I::GetNeededLocalUtilityObjects) (&I::Release) (
+      &I::WorkflowPathToPlatformPath) (&I::WorkflowPathToPlatformPathString) (&I::MakeDirectory) (&I::DeleteDirectory) (
+      &I::ListFiles) (&I::ListDirectories) (&I::CopyOneFile) (&I::FileExists) (&I::DirectoryExists) (&I::RemoveFile) (
+      &I::FileSize) (&I::MakeFile) (&I::ReadFileToString) (&I::ReadFileToStream) (&I::WriteFileBytes) (
+      &I::WriteFileText) (&I::WriteFileString) (&I::AppendFileString)(&I::ReplaceFileBytes)
+      .ExpectConsecutiveFrom(0);
 }
 
 TEST(SlotOrderTest, FileSystemInBothWidths) {
@@ -102,24 +107,24 @@ TEST(SlotOrderTest, FileSystemInBothWidths) {
 
 TEST(SlotOrderTest, SignalMediator) {
   using I = ISignalMediator;
-  SlotList()(&I::FireInputSignal)(&I::ForwardOutputSignal)(&I::StopAllWorkNodes)(&I::FireRebootSignals)(
-      &I::DeleteTemporaryData)(&I::AddLocalUtilityObject)(&I::AddGlobalUtilityObject)(&I::AddWorkNode)(
-      &I::AddWorkNodeInstance)(&I::DeleteAllUtilityObjectsAndWorknodesFromMemory)(&I::LoadWorkNodesNow)(&I::Absorb)(
+  SlotList() (&I::FireInputSignal) (&I::ForwardOutputSignal) (&I::StopAllWorkNodes) (&I::FireRebootSignals) (
+      &I::DeleteTemporaryData) (&I::AddLocalUtilityObject) (&I::AddGlobalUtilityObject) (&I::AddWorkNode) (
+      &I::AddWorkNodeInstance) (&I::DeleteAllUtilityObjectsAndWorknodesFromMemory) (&I::LoadWorkNodesNow) (&I::Absorb) (
       &I::GetInstantiatedWorknodesThatCallAbsorb)(&I::GetStatistics)
       .ExpectConsecutiveFrom(kBaseOperations);
 }
 
 TEST(SlotOrderTest, WorkFlowEngine) {
   using I = IWorkFlowEngine;
-  SlotList()(&I::AddSignalMapping)(&I::RemoveSignalMapping)(&I::GetSignalMappings)(&I::RemoveAllSignalMappings)(
-      &I::OutputSignal)(&I::SetStartSignal)(&I::StartFlowing)(&I::StopFlowing)(&I::DeleteTemporaryData)(
+  SlotList() (&I::AddSignalMapping) (&I::RemoveSignalMapping) (&I::GetSignalMappings) (&I::RemoveAllSignalMappings) (
+      &I::OutputSignal) (&I::SetStartSignal) (&I::StartFlowing) (&I::StopFlowing) (&I::DeleteTemporaryData) (
       &I::GetWorkFlowFilePath)(&I::GetQueueState)
       .ExpectConsecutiveFrom(kBaseOperations);
 }
 
 TEST(SlotOrderTest, WorkNode) {
   using I = IWorkNode;
-  SlotList()(&I::GetInstanceName)(&I::Signal)(&I::StopWork)(&I::SetOutgoingSignalHandler)(&I::GetRebootSignal)(
+  SlotList() (&I::GetInstanceName) (&I::Signal) (&I::StopWork) (&I::SetOutgoingSignalHandler) (&I::GetRebootSignal) (
       &I::GetProperty)(&I::Initialise)
       .ExpectConsecutiveFrom(kBaseOperations);
   SlotList()(&IOutgoingSignalHandler::Signal).ExpectConsecutiveFrom(0);
@@ -128,32 +133,32 @@ TEST(SlotOrderTest, WorkNode) {
 TEST(SlotOrderTest, HostInterfaces) {
   SlotList()(&IHostApp::RunOnGuiThread).ExpectConsecutiveFrom(kBaseOperations);
   SlotList()(&IHostAppGuiThreadCallback::DeliverInputSignal).ExpectConsecutiveFrom(0);
-  SlotList()(&ILogger::SetDefaultCategory)(&ILogger::Log).ExpectConsecutiveFrom(kBaseOperations);
+  SlotList() (&ILogger::SetDefaultCategory)(&ILogger::Log).ExpectConsecutiveFrom(kBaseOperations);
 }
 
 TEST(SlotOrderTest, MarshalledTypes) {
-  SlotList()(&IOrvPString::Assign)(&IOrvPString::GetText)(&IOrvPString::GetLength)(&IOrvPString::Release)
+  SlotList() (&IOrvPString::Assign) (&IOrvPString::GetText) (&IOrvPString::GetLength)(&IOrvPString::Release)
       .ExpectConsecutiveFrom(0);
   using Texts = IOrvPStringList;
-  SlotList()(&Texts::GetCount)(&Texts::GetText)(&Texts::GetLength)(&Texts::Add)(&Texts::Clear)(&Texts::Release)
+  SlotList() (&Texts::GetCount) (&Texts::GetText) (&Texts::GetLength) (&Texts::Add) (&Texts::Clear)(&Texts::Release)
       .ExpectConsecutiveFrom(0);
   using Numbers = IOrvIntList;
-  SlotList()(&Numbers::GetCount)(&Numbers::Get)(&Numbers::Add)(&Numbers::Clear)(&Numbers::Release)
+  SlotList() (&Numbers::GetCount) (&Numbers::Get) (&Numbers::Add) (&Numbers::Clear)(&Numbers::Release)
       .ExpectConsecutiveFrom(0);
   using Stream = IOrvBasicStream;
-  SlotList()(&Stream::Assign)(&Stream::Append)(&Stream::GetData)(&Stream::GetSize)(&Stream::Release)
+  SlotList() (&Stream::Assign) (&Stream::Append) (&Stream::GetData) (&Stream::GetSize)(&Stream::Release)
       .ExpectConsecutiveFrom(0);
 }
 
 TEST(SlotOrderTest, BasePrimitives) {
   using Thread = OrvBase::Thread;
-  SlotList()(&Thread::SetArgument)(&Thread::SetProcedure)(&Thread::Start)(&Thread::PostNamedEvent)(
-      &Thread::WaitForEvent)(&Thread::IsRunning)(&Thread::GetPostCount)(&Thread::Release)
+  SlotList() (&Thread::SetArgument) (&Thread::SetProcedure) (&Thread::Start) (&Thread::PostNamedEvent) (
+      &Thread::WaitForEvent) (&Thread::IsRunning) (&Thread::GetPostCount)(&Thread::Release)
       .ExpectConsecutiveFrom(0);
   using Mutex = OrvBase::Mutex;
-  SlotList()(&Mutex::Lock)(&Mutex::Unlock)(&Mutex::TryLock)(&Mutex::Release).ExpectConsecutiveFrom(0);
+  SlotList() (&Mutex::Lock) (&Mutex::Unlock) (&Mutex::TryLock)(&Mutex::Release).ExpectConsecutiveFrom(0);
   using Event = OrvBase::Event;
-  SlotList()(&Event::Reset)(&Event::Set)(&Event::Wait)(&Event::Release).ExpectConsecutiveFrom(0);
+  SlotList() (&Event::Reset) (&Event::Set) (&Event::Wait)(&Event::Release).ExpectConsecutiveFrom(0);
 }
 
 }  // namespace
