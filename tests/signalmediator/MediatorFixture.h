@@ -1,0 +1,162 @@
+// A mediator with everything around it: the real dictionary and store, scripted nodes, and fakes of the host's side.
+#pragma once
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "CoreObjects/Marshalled.h"
+#include "OrvWorkFlow/IHostApp.h"
+#include "OrvWorkFlow/IWorkFlowEngine.h"
+#include "OrvWorkFlow/WorkFlowFactory.h"
+#include "dictionary/DictionaryObject.h"
+#include "runtime/ObjectProtocol.h"
+#include "signalmediator/SignalMediatorObject.h"
+#include "tests/fakes/FakeClock.h"
+#include "tests/fakes/MessageBoxRecorder.h"
+#include "tests/fakes/RecordingLogger.h"
+#include "tests/fakes/ScriptedWorkNode.h"
+#include "utilitystore/UtilityStoreObject.h"
+
+namespace orv_test {
+
+using OrvWorkFlow::IBaseWorkFlowObject;
+
+// Writes down the output signals that reach it. Release does nothing.
+class FakeEngine final : public OrvWorkFlow::ObjectProtocol<FakeEngine, OrvWorkFlow::IWorkFlowEngine> {
+ public:
+  FakeEngine() : ObjectProtocol("WorkFlowEngine", "IWorkFlowEngine") {}
+
+  bool OutputSignal(const char* type, const char* instance, const char* signal) override;
+  std::vector<std::string> GetSignals() const;
+
+  // Called for each output signal, on the firing thread, in place of answering true.
+  std::function<bool()> on_output_signal;
+  int saves = 0;
+  int stores = 0;
+
+  bool SaveState(const char* /*path*/) override { return ++saves > 0; }
+  bool SetUtilityStore(OrvWorkFlow::IUtilityStore* /*store*/) override {
+    ++stores;
+    return false;
+  }
+  void Release() override {}
+  bool AddSignalMapping(const char*, const char*, const char*, const char*, const char*, const char*, const char*,
+                        const char*) override {
+    return false;
+  }
+  bool RemoveSignalMapping(const char*, const char*, const char*, const char*, const char*, const char*, const char*,
+                           const char*) override {
+    return false;
+  }
+  bool GetSignalMappings(const char*, const char*, const char*, OrvWorkFlow::IOrvPStringList*) override {
+    return false;
+  }
+  bool RemoveAllSignalMappings() override { return false; }
+  bool SetStartSignal(const char*, const char*, const char*) override { return false; }
+  bool StartFlowing() override { return false; }
+  bool StopFlowing() override { return false; }
+  bool DeleteTemporaryData() override { return false; }
+  bool GetWorkFlowFilePath(const char*, OrvWorkFlow::IOrvPString*) override { return false; }
+  bool GetQueueState(QueueState*) override { return false; }
+
+ private:
+  mutable std::mutex mutex_;
+  std::vector<std::string> signals_;
+};
+
+// Queues deliveries until a test performs them. Release does nothing.
+class ManualHost final : public OrvWorkFlow::ObjectProtocol<ManualHost, OrvWorkFlow::IHostApp> {
+ public:
+  ManualHost() : ObjectProtocol("HostApp", "IHostApp") {}
+
+  bool RunOnGuiThread(OrvWorkFlow::IHostAppGuiThreadCallback* callback,
+                      OrvWorkFlow::InputSignalMessage* message) override;
+  void Release() override {}
+
+  // Performs the oldest delivery; false when there is none.
+  bool DeliverOne();
+  void DeliverAll() {
+    while (DeliverOne()) {
+    }
+  }
+  // Forgets what is queued, as a host does that goes away.
+  void Drop();
+  std::size_t GetQueued() const;
+
+  struct Call {
+    OrvWorkFlow::IHostAppGuiThreadCallback* callback = nullptr;
+    OrvWorkFlow::InputSignalMessage* message = nullptr;
+  };
+  // In place of queueing; may throw.
+  std::function<bool(Call)> on_run;
+
+  using ObjectProtocol::GetContentDirectories;
+  using ObjectProtocol::GetWriteDirectory;
+
+ private:
+  mutable std::mutex mutex_;
+  std::deque<Call> queue_;
+};
+
+// Work-node types "Alpha", "Beta" and "AbsorbWorkflow" and the utility object types "Helper" and "Other" are known to
+// the factory; the library of all of them is a plug-in that is always found. The global dictionary and the logger are
+// there; engine and host join when a test says so. No pause takes time.
+class MediatorTest : public ::testing::Test {
+ protected:
+  MediatorTest();
+  ~MediatorTest() override;
+
+  // A plug-in library that loads.
+  static constexpr char kLibrary[] = "GoodPlugin";
+
+  void AddEngine() { Globalise("WorkFlowEngine", &engine_); }
+  void AddHost() { Globalise("HostApp", &host_); }
+  // Makes an object global for the rest of the test.
+  static void Globalise(const char* name, IBaseWorkFlowObject* object);
+
+  // Takes the dictionary away from the factory; nothing else global stays either.
+  void RemoveGlobals();
+  void ReleaseMediator();
+
+  void SetText(const std::string& path, const std::string& value);
+  std::string GetText(const std::string& path);  // "(none)" when missing
+  void SetTexts(const std::string& path, const std::vector<std::string>& values);
+  std::vector<std::string> GetTexts(const std::string& path);
+  std::vector<std::string> GetNames(const std::string& path);
+
+  void DefineType(const std::string& type, const std::string& library = kLibrary);
+  // With its type, and the workflow "Flow" as its own.
+  void DefineNode(const std::string& type, const std::string& instance);
+  static std::string DefinitionOf(const std::string& type, const std::string& instance) {
+    return "/WorkFlowEngine/WorkNodes/" + type + "/Instances/" + instance;
+  }
+
+  bool Fire(const std::string& type, const std::string& instance, const std::string& signal) {
+    return mediator_->FireInputSignal(type.c_str(), instance.c_str(), signal.c_str());
+  }
+  OrvWorkFlow::ISignalMediator::Statistics GetStatistics();
+
+  // Expects exactly these boxes since the last call, and forgets them. Caption and full stops are checked as well.
+  void ExpectBoxes(const std::vector<std::string>& texts);
+  std::vector<std::string> TakeTrace();
+  std::vector<std::string> TakeJournal();
+
+  Stage stage_;
+  MessageBoxRecorder boxes_;
+  FakeClock clock_;
+  RecordingLogger logger_;
+  FakeEngine engine_;
+  ManualHost host_;
+  OrvWorkFlow::CDictionary* dictionary_ = nullptr;
+  OrvWorkFlow::IUtilityStore* store_ = nullptr;
+  OrvWorkFlow::ISignalMediator* mediator_ = nullptr;
+};
+
+}  // namespace orv_test
