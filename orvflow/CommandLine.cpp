@@ -76,7 +76,7 @@ ExitCode ExecuteCommandLine(int argument_count, char** arguments) {
   } catch (const CLI::Success& help) {
     return static_cast<ExitCode>(program.exit(help));
   } catch (const CLI::ParseError& error) {
-    throw ProgramError(ExitCode::Usage, error.what());
+    throw ProgramError(ExitCode::Usage, std::string(error.what()) + " (see orvflow --help)");
   }
   CheckProgram(program, verbs);
   for (const auto& verb : verbs) {

@@ -52,6 +52,8 @@ class RunVerb final : public Verb {
  private:
   std::optional<std::chrono::duration<double>> TimeLimit() const;
   std::vector<Setting> Settings() const;
+  std::optional<std::string> TraceCategory() const;
+  void Check(const WorkflowHost& host, const std::string& file, const std::vector<Setting>& settings) const;
   void Load(WorkflowHost& host, const std::string& file, const std::vector<Setting>& settings) const;
   WorkflowHost::Limits MakeLimits(Tracing& tracing) const;
   ExitCode Report(const WorkflowHost::Result& result, unsigned failures) const;
@@ -89,19 +91,20 @@ ExitCode RunVerb::Execute() {
   WatchForStopRequests();
 
   const std::string file = MakeAbsolutePath(flow_);
-  std::optional<std::string> category;
-  if (command().count("--trace") > 0) category = trace_ == "true" ? "" : trace_;
   BoxPrinter boxes(flow_);
-  Tracing tracing(category, log_file_);
+  std::optional<Tracing> tracing;  // Made when nothing can be refused any more, and gone after the host.
   const Clock::time_point start = Clock::now();
   std::optional<WorkflowHost> host;
   try {
-    host.emplace(tracing.logger());
+    host.emplace();
   } catch (const std::runtime_error& error) {
     throw ProgramError(ExitCode::PluginBroken, error.what());
   }
+  Check(*host, file, settings);
+  tracing.emplace(TraceCategory(), log_file_);
+  if (tracing->logger() != nullptr) host->UseLogger(*tracing->logger());
   Load(*host, file, settings);
-  WorkflowHost::Limits limits = MakeLimits(tracing);
+  WorkflowHost::Limits limits = MakeLimits(*tracing);
   limits.time_limit = time_limit;
   const WorkflowHost::Result result = host->Run(limits);
 
@@ -115,7 +118,7 @@ ExitCode RunVerb::Execute() {
               Count(statistics.nodes, "node").c_str(), Count(failures, "failure").c_str(),
               Seconds(Clock::now() - start).c_str());
   std::fflush(stdout);
-  if (!tracing.Flush()) throw ProgramError(ExitCode::Failed, "the log is not complete; is the disk full?");
+  if (!tracing->Flush()) throw ProgramError(ExitCode::Failed, "the log is not complete; is the disk full?");
   return code;
 }
 
@@ -135,23 +138,30 @@ std::vector<Setting> RunVerb::Settings() const {
   return settings;
 }
 
-// Everything that can be wrong is found on a dictionary apart, before the engine touches anything.
-void RunVerb::Load(WorkflowHost& host, const std::string& file, const std::vector<Setting>& settings) const {
-  const WorkflowHost::OwnedDictionary checked = host.MakeDictionary();
-  ReadFlow(*checked, file, flow_);
-  for (const Setting& setting : settings) ApplySetting(*checked, setting, flow_);
-  CheckWorkflow(*checked, flow_);
-  CheckPlugins(*checked, flow_);
+std::optional<std::string> RunVerb::TraceCategory() const {
+  if (command().count("--trace") == 0) return std::nullopt;
+  return trace_ == "true" ? "" : trace_;  // What a flag without a value gives.
+}
 
+// Everything that can be wrong is found on a dictionary apart, before the engine touches anything.
+void RunVerb::Check(const WorkflowHost& host, const std::string& file, const std::vector<Setting>& settings) const {
+  const WorkflowHost::OwnedDictionary dictionary = host.MakeDictionary();
+  ReadFlow(*dictionary, file, flow_);
+  for (const Setting& setting : settings) ApplySetting(*dictionary, setting, flow_);
+  CheckWorkflow(*dictionary, flow_);
+  CheckPlugins(*dictionary, flow_);
+}
+
+void RunVerb::Load(WorkflowHost& host, const std::string& file, const std::vector<Setting>& settings) const {
   if (!host.LoadWorkflow(file.c_str())) {
     throw FileError(ExitCode::DictionaryDamaged, flow_, "", "the engine cannot load it");
   }
   for (const Setting& setting : settings) ApplySetting(host.dictionary(), setting, flow_);
   // The engine read the start signal before the settings came.
   const std::string start = WorkflowSchema::kStartSignal;
-  host.engine().SetStartSignal(TextAt(*checked, start + WorkflowSchema::kReceiverTypeName).c_str(),
-                               TextAt(*checked, start + WorkflowSchema::kReceiverInstanceName).c_str(),
-                               TextAt(*checked, start + WorkflowSchema::kIncomingSignalName).c_str());
+  host.engine().SetStartSignal(TextAt(host.dictionary(), start + WorkflowSchema::kReceiverTypeName).c_str(),
+                               TextAt(host.dictionary(), start + WorkflowSchema::kReceiverInstanceName).c_str(),
+                               TextAt(host.dictionary(), start + WorkflowSchema::kIncomingSignalName).c_str());
   if (!host.LoadNodes()) throw FileError(ExitCode::Failed, flow_, "", "the work nodes cannot be loaded");
 }
 

@@ -17,7 +17,7 @@ using Clock = std::chrono::steady_clock;
 constexpr char kLibrary[] = "CoreObjects";
 constexpr std::chrono::milliseconds kWatchInterval{5};
 // More than the engine's own wait for its thread.
-constexpr std::chrono::seconds kStopPatience{8};
+constexpr std::chrono::seconds kStopPatience{6};
 
 // What the utility store makes afresh for each asker. The engine and the mediator are not among them: there is one of
 // each.
@@ -62,10 +62,10 @@ class WorkflowHost::Watchdog {
   std::thread thread_;  // Last, so that it finds the others made.
 };
 
-WorkflowHost::WorkflowHost(ILogger* logger) {
+WorkflowHost::WorkflowHost() {
   if (!WorkFlowFactory::LoadSharedLibrary(kLibrary)) throw std::runtime_error(WorkFlowFactory::LastLoadError());
   try {
-    MakeGlobals(logger);
+    MakeGlobals();
     MakeStore();
     GiveStore();
   } catch (...) {
@@ -81,8 +81,7 @@ Interface* WorkflowHost::MakeGlobal(const char* object_name, const char* interfa
   return AskFor<Interface>(WorkFlowFactory::CreateNewGlobalObject(object_name), object_name, interface_name);
 }
 
-void WorkflowHost::MakeGlobals(ILogger* logger) {
-  if (logger != nullptr) WorkFlowFactory::AddGlobalObject("Logger", logger, false);
+void WorkflowHost::MakeGlobals() {
   dictionary_ = MakeGlobal<IDictionary>("Dictionary", "IDictionary");
   MakeGlobal<void>("FileSystem", "IFileSystemA");
   engine_ = MakeGlobal<IWorkFlowEngine>("WorkFlowEngine", "IWorkFlowEngine");
@@ -127,6 +126,8 @@ WorkflowHost::OwnedDictionary WorkflowHost::MakeDictionary() const {
   dictionary->SetUtilityStore(store_);
   return dictionary;
 }
+
+void WorkflowHost::UseLogger(ILogger& logger) { WorkFlowFactory::AddGlobalObject("Logger", &logger, false); }
 
 WorkflowHost::Result WorkflowHost::Run(const Limits& limits) {
   if (!engine_->StartFlowing()) return {End::NotStarted, GetBacklog()};

@@ -27,10 +27,9 @@ class WorkflowHost {
  public:
   using OwnedDictionary = std::unique_ptr<IDictionary, ObjectReleaser>;
 
-  // Loads the library from the plug-in directories (the program's own among them) and makes the global objects.
-  // `logger` may be null; it is not owned and outlives the host. Throws std::runtime_error with one line when something
-  // is missing.
-  explicit WorkflowHost(ILogger* logger);
+  // Loads the library from the plug-in directories (the program's own among them) and makes the global objects. Throws
+  // std::runtime_error with one line when something is missing.
+  WorkflowHost();
   WorkflowHost(const WorkflowHost&) = delete;
   WorkflowHost& operator=(const WorkflowHost&) = delete;
   // Delivers what is still queued, releases the objects, unloads the libraries. Not while Run runs.
@@ -42,6 +41,9 @@ class WorkflowHost {
 
   // A dictionary of the caller's own, which must be gone before the host.
   OwnedDictionary MakeDictionary() const;
+
+  // From now on the workflow is logged there. Not owned; outlives the host.
+  void UseLogger(ILogger& logger);
 
   // Reads the workflow's file into the dictionary and the engine. False leaves nothing to run.
   bool LoadWorkflow(const char* file) { return engine_->LoadState(file); }
@@ -85,7 +87,7 @@ class WorkflowHost {
  private:
   class Watchdog;
 
-  void MakeGlobals(ILogger* logger);
+  void MakeGlobals();
   void MakeStore();
   void GiveStore();
   template <class Interface>
