@@ -26,7 +26,10 @@ std::size_t SlotOf(Member member) {
 // Calls place `slot` of the table behind `face` with the given arguments.
 template <class Result, class Face, class... Arguments>
 Result CallSlot(Face* face, std::size_t slot, Arguments... arguments) {
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wattributes"  // The attribute is right for a function that stands in a table, too.
   using Function = Result(ORV_MEMBER_CALL*)(Face*, Arguments...);
+#pragma GCC diagnostic pop
   void** table = nullptr;
   std::memcpy(&table, static_cast<const void*>(face), sizeof(void*));
   Function function = nullptr;
