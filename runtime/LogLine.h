@@ -11,7 +11,7 @@
 namespace OrvWorkFlow {
 
 // A printf-style text of any length; the bare format when it cannot be formatted.
-ORV_RUNTIME_API std::string FormatLogText(const char* format, std::va_list values);
+ORV_RUNTIME_API std::string FormatLogText(const char* format, std::va_list values) ORV_PRINTF_LIKE(1, 0);
 
 // Appends "2026-11-21T03:45:31.123Z category text\n" with line breaks written as \n and \r.
 ORV_RUNTIME_API void AppendLogLine(std::string* out, std::chrono::system_clock::time_point time,

@@ -13,7 +13,7 @@ namespace OrvWorkFlow {
 
 namespace {
 
-constexpr std::size_t kBufferSize = 64 * 1024;
+constexpr std::size_t kBufferSize = std::size_t{64} * 1024;
 
 std::string_view WithoutSlash(std::string_view category) {
   return category.starts_with('/') ? category.substr(1) : category;

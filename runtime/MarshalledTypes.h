@@ -16,7 +16,7 @@ namespace OrvWorkFlow {
 template <class Char, class Interface>
 class MarshalledString final : public Interface {
  public:
-  MarshalledString() noexcept = default;
+  MarshalledString() noexcept { small_[0] = Char(); }
   MarshalledString(const MarshalledString&) = delete;
   MarshalledString& operator=(const MarshalledString&) = delete;
   ~MarshalledString() { FreeLargeText(); }
@@ -76,7 +76,7 @@ class MarshalledString final : public Interface {
   Char* text_ = small_;
   std::size_t length_ = 0;
   std::size_t capacity_ = kSmallCapacity;
-  Char small_[kSmallCapacity] = {};
+  Char small_[kSmallCapacity];  // Only the text and its terminator are ever read.
 };
 
 using MarshalledPString = MarshalledString<char, IOrvPString>;

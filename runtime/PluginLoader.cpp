@@ -106,8 +106,9 @@ std::string FindFile(const std::string& path) {
 }
 
 std::string FindInPluginDirectories(const std::string& name) {
-  for (const std::string& directory : GetPluginDirectories()) {
-    std::string file = FindFile(directory + "/" + name);
+  for (std::string path : GetPluginDirectories()) {
+    path.append("/").append(name);
+    std::string file = FindFile(path);
     if (!file.empty()) {
       return file;
     }

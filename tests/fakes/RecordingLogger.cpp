@@ -9,7 +9,7 @@ namespace orv_test {
 
 namespace {
 
-std::string Format(const char* format, std::va_list values) {
+ORV_PRINTF_LIKE(1, 0) std::string Format(const char* format, std::va_list values) {
   std::va_list again;
   va_copy(again, values);
   const int length = std::vsnprintf(nullptr, 0, format, again);
