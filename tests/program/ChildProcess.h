@@ -1,0 +1,55 @@
+// A program started by a test, its output kept in files.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tests/support/TempDirectory.h"
+
+namespace orv_test {
+
+// Texts have "\n" line ends on every platform.
+struct ProcessResult {
+  int exit_code = -1;
+  std::string output;
+  std::string error;
+};
+
+class ChildProcess {
+ public:
+  // Starts the program; throws when that fails.
+  ChildProcess(const std::string& program, const std::vector<std::string>& arguments);
+  // Ends the program if it still runs.
+  ~ChildProcess();
+  ChildProcess(const ChildProcess&) = delete;
+  ChildProcess& operator=(const ChildProcess&) = delete;
+
+  // As Ctrl-C does. False when the system has no way to do it here.
+  bool Interrupt();
+  // As the command `kill` does. False on Windows, where there is no such thing.
+  bool Terminate();
+
+  // What was written to standard error so far.
+  std::string ErrorSoFar() const;
+  // Waits until standard error holds the text; false after half a minute.
+  bool WaitForError(const std::string& text) const;
+
+  // Waits for the end; a program that takes longer than a minute is ended. The exit code of a program that a signal
+  // ended is 128 plus the signal's number.
+  ProcessResult Wait();
+
+ private:
+  struct System;  // What the platform knows of the process.
+
+  TempDirectory directory_;
+  std::unique_ptr<System> system_;
+};
+
+// Runs a program to its end.
+ProcessResult RunProcess(const std::string& program, const std::vector<std::string>& arguments);
+
+// `text` with "\n" in place of "\r\n".
+std::string WithPlainLineEnds(const std::string& text);
+
+}  // namespace orv_test

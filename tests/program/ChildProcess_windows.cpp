@@ -1,0 +1,93 @@
+#define WIN32_LEAN_AND_MEAN
+#define NOMINMAX
+#define NOGDI
+#include <windows.h>
+
+#include <algorithm>
+#include <stdexcept>
+
+#include "tests/program/ChildProcess.h"
+
+namespace orv_test {
+
+struct ChildProcess::System {
+  PROCESS_INFORMATION process = {};
+};
+
+namespace {
+
+// A file that the child may write to.
+class OutputFile {
+ public:
+  explicit OutputFile(const std::string& path) {
+    SECURITY_ATTRIBUTES inherited = {sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
+    handle_ = CreateFileA(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE, &inherited, CREATE_ALWAYS,
+                          FILE_ATTRIBUTE_NORMAL, nullptr);
+  }
+  ~OutputFile() { CloseHandle(handle_); }
+  OutputFile(const OutputFile&) = delete;
+  OutputFile& operator=(const OutputFile&) = delete;
+  HANDLE get() const { return handle_; }
+
+ private:
+  HANDLE handle_;
+};
+
+// In quotes; backslashes before a quote are doubled, as the C library of the child undoes.
+std::string Quoted(const std::string& word) {
+  std::string quoted = "\"";
+  std::size_t backslashes = 0;
+  for (const char character : word) {
+    if (character == '"') quoted.append(backslashes + 1, '\\');
+    backslashes = character == '\\' ? backslashes + 1 : 0;
+    quoted.push_back(character);
+  }
+  return quoted.append(backslashes, '\\') + "\"";
+}
+
+}  // namespace
+
+ChildProcess::ChildProcess(const std::string& program, const std::vector<std::string>& arguments)
+    : system_(std::make_unique<System>()) {
+  std::string file = program;
+  std::replace(file.begin(), file.end(), '/', '\\');
+  std::string command = Quoted(file);
+  for (const std::string& argument : arguments) command += " " + Quoted(argument);
+  const OutputFile output(directory_.file("output"));
+  const OutputFile error(directory_.file("error"));
+  STARTUPINFOA startup = {};
+  startup.cb = sizeof startup;
+  startup.dwFlags = STARTF_USESTDHANDLES;
+  startup.hStdOutput = output.get();
+  startup.hStdError = error.get();
+  // A process group of its own: console events for the child do not reach the test.
+  if (CreateProcessA(file.c_str(), command.data(), nullptr, nullptr, TRUE, CREATE_NEW_PROCESS_GROUP, nullptr, nullptr,
+                     &startup, &system_->process) == 0) {
+    throw std::runtime_error("cannot start " + program);
+  }
+}
+
+ChildProcess::~ChildProcess() {
+  TerminateProcess(system_->process.hProcess, 1);
+  WaitForSingleObject(system_->process.hProcess, INFINITE);
+  CloseHandle(system_->process.hThread);
+  CloseHandle(system_->process.hProcess);
+}
+
+bool ChildProcess::Interrupt() { return GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, system_->process.dwProcessId) != 0; }
+
+bool ChildProcess::Terminate() { return false; }
+
+ProcessResult ChildProcess::Wait() {
+  static constexpr DWORD kMinute = 60000;
+  if (WaitForSingleObject(system_->process.hProcess, kMinute) != WAIT_OBJECT_0) {
+    TerminateProcess(system_->process.hProcess, 1);
+    WaitForSingleObject(system_->process.hProcess, INFINITE);
+  }
+  DWORD exit_code = 0;
+  GetExitCodeProcess(system_->process.hProcess, &exit_code);
+  const std::string output = ReadFile(directory_.path() / "output");
+  return {static_cast<int>(exit_code), WithPlainLineEnds(output), ErrorSoFar()};
+}
+
+}  // namespace orv_test

@@ -1,0 +1,55 @@
+// Stopping a run from outside.
+#include <gtest/gtest.h>
+
+#include "tests/program/ProgramFixture.h"
+
+namespace orv_test {
+namespace {
+
+class StopTest : public ProgramFixture {
+ protected:
+  // A run without end, once it delivers signals.
+  std::unique_ptr<ChildProcess> StartEndless() {
+    flow_ = WriteFlow({{"EchoNode", "A", "ProgramNodes", {"out=EchoNode,A,go"}}}, "EchoNode,A,go");
+    auto process = std::make_unique<ChildProcess>(
+        ORVFLOW_PROGRAM, Arguments{"run", flow_, "--trace=/workflow/signalmediator/instantiate"});
+    EXPECT_TRUE(process->WaitForError("At the end of and after unlock")) << process->ErrorSoFar();
+    return process;
+  }
+
+  void ExpectStopped(const ProcessResult& result, int exit_code, const std::string& by_what) {
+    EXPECT_EQ(result.exit_code, exit_code);
+    EXPECT_NE(result.error.find("orvflow: " + flow_ + ": stopped by " + by_what + " ("), std::string::npos)
+        << result.error;
+    EXPECT_NE(result.output.find(" signals delivered, 1 node made, 0 failures, "), std::string::npos) << result.output;
+  }
+
+  std::string flow_;
+};
+
+TEST_F(StopTest, CtrlCStopsInOrder) {
+  const std::unique_ptr<ChildProcess> process = StartEndless();
+  if (!process->Interrupt()) GTEST_SKIP() << "no console here whose events could be sent to a process";
+  ExpectStopped(process->Wait(), 130, "Ctrl-C");
+}
+
+TEST_F(StopTest, TerminateStopsInOrder) {
+  const std::unique_ptr<ChildProcess> process = StartEndless();
+  if (!process->Terminate()) GTEST_SKIP() << "Windows has no SIGTERM; closing a console cannot be done by a program";
+  ExpectStopped(process->Wait(), 143, "SIGTERM");
+}
+
+TEST_F(StopTest, ASecondCtrlCEndsARunWhoseNodeDoesNotReturn) {
+  flow_ = WriteFlow({{"SleepingNode", "A"}}, "SleepingNode,A,go");
+  ChildProcess process(ORVFLOW_PROGRAM, {"run", flow_, "--trace=/workflow/signalmediator"});
+  ASSERT_TRUE(process.WaitForError("Firing input signal")) << process.ErrorSoFar();
+  if (!process.Interrupt()) GTEST_SKIP() << "no console here whose events could be sent to a process";
+  ASSERT_TRUE(process.WaitForError("In stop thread")) << process.ErrorSoFar();
+  ASSERT_TRUE(process.Interrupt());
+  const ProcessResult result = process.Wait();
+  EXPECT_NE(result.exit_code, 0);
+  EXPECT_EQ(result.output, "");
+}
+
+}  // namespace
+}  // namespace orv_test
