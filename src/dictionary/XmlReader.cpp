@@ -39,6 +39,7 @@ class XmlReader {
 
   // Behind the next occurrence of `c`; null when there is none.
   const char* Behind(char c, const char* from) const {
+    if (from == end_) return nullptr;  // Of an empty text there may not even be an address.
     const void* found = std::memchr(from, c, static_cast<std::size_t>(end_ - from));
     return found == nullptr ? nullptr : static_cast<const char*>(found) + 1;
   }
