@@ -101,7 +101,7 @@ void ReplaceNumericReferences(std::string& text, UnescapeMode mode) {
     unsigned last = first;
     bool any = found[first];
     if (!is_part_of_reference(first)) {
-      while (last < 255 && !is_part_of_reference(last + 1)) any = any || found[++last];
+      for (; last < 255 && !is_part_of_reference(last + 1); ++last) any = any || found[last + 1];
     }
     if (any) {
       ReplaceNumbers(text, first, last, mode);
