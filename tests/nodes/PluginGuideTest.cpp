@@ -1,0 +1,35 @@
+// The code in docs/plugins.md is that of the nodes.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "tests/support/TempDirectory.h"
+
+namespace {
+
+std::vector<std::string> CodeBlocks(const std::string& text) {
+  std::vector<std::string> blocks;
+  std::size_t at = 0;
+  while ((at = text.find("\n```c", at)) != std::string::npos) {
+    const std::size_t begin = text.find('\n', at + 1) + 1;
+    const std::size_t end = text.find("\n```", begin);
+    blocks.push_back(text.substr(begin, end - begin));
+    at = end + 4;
+  }
+  return blocks;
+}
+
+TEST(PluginGuideTest, ItsCodeIsCodeThatIsBuilt) {
+  const std::filesystem::path source = ORVFLOW_SOURCE_DIR;
+  std::string built;
+  for (const auto& entry : std::filesystem::directory_iterator(source / "nodes")) {
+    built += orv_test::ReadFile(entry.path());
+  }
+  const std::vector<std::string> blocks = CodeBlocks(orv_test::ReadFile(source / "docs" / "plugins.md"));
+  ASSERT_EQ(blocks.size(), 4u);
+  for (const std::string& block : blocks) EXPECT_NE(built.find(block), std::string::npos) << block;
+}
+
+}  // namespace
