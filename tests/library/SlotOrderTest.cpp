@@ -10,6 +10,7 @@
 #include "OrvWorkFlow/IFileSystem.h"
 #include "OrvWorkFlow/IHostApp.h"
 #include "OrvWorkFlow/ILogger.h"
+#include "OrvWorkFlow/IRegExp.h"
 #include "OrvWorkFlow/ISignalMediator.h"
 #include "OrvWorkFlow/IUtilityStore.h"
 #include "OrvWorkFlow/IWorkFlowEngine.h"
@@ -103,6 +104,10 @@ void ExpectFileSystemOrder() {
 TEST(SlotOrderTest, FileSystemInBothWidths) {
   ExpectFileSystemOrder<char>();
   ExpectFileSystemOrder<char16_t>();
+}
+
+TEST(SlotOrderTest, RegExp) {
+  SlotList()(&IRegExp::MatchWide)(&IRegExp::MatchNarrow).ExpectConsecutiveFrom(kBaseOperations);
 }
 
 TEST(SlotOrderTest, SignalMediator) {
