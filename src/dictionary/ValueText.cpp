@@ -111,9 +111,10 @@ std::int32_t ParseInteger(std::string_view text) {
 double ParseDouble(std::string_view text) {
   text = SkipBlanks(text);
   const bool minus = TakeSign(text);
-  if (!text.empty() && text.front() == '-') return 0;  // A second sign.
+  if (text.empty() || text.front() == '-') return 0;  // A second sign.
   double value = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (error == std::errc::invalid_argument) return 0;
   if (error == std::errc::result_out_of_range) {
     const std::string_view number = text.substr(0, static_cast<std::size_t>(end - text.data()));
     value = IsTooLarge(number) ? std::numeric_limits<double>::infinity() : 0;

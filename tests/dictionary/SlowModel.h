@@ -1,0 +1,61 @@
+// A dictionary store in its most obvious form, to compare the real one with: strings and vectors, one character at a
+// time, a path split anew for each step, escaping by plain replacement. It recurses, so it is for small trees only.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "OrvWorkFlow/IDictionary.h"
+
+namespace OrvWorkFlow::DictionaryTesting {
+
+class SlowModel {
+ public:
+  using Strings = std::vector<std::string>;
+
+  bool SetText(const std::string& path, const std::string& tag, const std::string& text);
+  bool SetList(const std::string& path, const std::string& tag, const Strings& items);
+  // The text of an entry of that type.
+  bool GetText(const std::string& path, ValueType type, std::string& text) const;
+  bool GetList(const std::string& path, ValueType type, Strings& items) const;
+  ValueType GetType(const std::string& path) const;
+  bool SetAttribute(const std::string& path, const std::string& name, const std::string& value);
+  bool GetAttribute(const std::string& path, const std::string& name, std::string& value) const;
+  bool Exists(const std::string& path) const;
+  bool Delete(const std::string& path);
+  bool GetEntries(const std::string& path, Strings& names) const;
+  bool EnumeratePaths(const std::string& path, Strings& paths) const;
+  bool Load(const std::string& text);
+  std::string Save();
+  std::string Dump() const;
+
+ private:
+  struct Element {
+    std::string name;
+    std::string text;
+    std::string attributes;
+    std::vector<std::unique_ptr<Element>> children;
+  };
+  class Reader;
+  using Pairs = std::vector<std::pair<std::string, std::string>>;
+
+  static Strings Split(const std::string& path);
+  static bool IsValid(const Strings& components);
+  static Pairs ParseAttributes(const std::string& text);
+  static std::string JoinAttributes(const Pairs& pairs);
+  static std::string ChangeAttribute(const std::string& text, const std::string& name, const std::string& value);
+  static ValueType TypeOf(const Element& element);
+  static void WriteElement(const Element& element, std::size_t depth, std::string& output);
+  static void DumpElement(const Element& element, std::string& output);
+
+  Element* Find(const Strings& components) const;
+  Element* Ensure(const Strings& components);
+  bool SetContent(const Strings& components, const std::string& text, const std::string& attributes);
+
+  std::unique_ptr<Element> root_;
+};
+
+}  // namespace OrvWorkFlow::DictionaryTesting
