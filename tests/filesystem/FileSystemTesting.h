@@ -161,7 +161,7 @@ class FileSystemTest : public ::testing::Test {
     std::vector<std::string> names;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(directory_.path())) {
       std::string name = entry.path().lexically_relative(directory_.path()).generic_string();
-      if (entry.is_directory() && !entry.is_symlink()) name += "/";
+      if (!entry.is_symlink() && entry.is_directory()) name += "/";
       names.push_back(std::move(name));
     }
     std::sort(names.begin(), names.end());
