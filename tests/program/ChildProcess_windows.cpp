@@ -33,6 +33,19 @@ class OutputFile {
   HANDLE handle_;
 };
 
+BOOL WINAPI IgnoreEvent(DWORD /*event*/) { return TRUE; }
+
+// Console events go to all processes of a console, so the tests and their children need one that nobody else has. A
+// test that writes to a console itself would lose it: then there is none. True when there is.
+bool HasConsoleOfItsOwn() {
+  static const bool made = [] {
+    if (GetFileType(GetStdHandle(STD_OUTPUT_HANDLE)) == FILE_TYPE_CHAR) return false;
+    FreeConsole();
+    return AllocConsole() != 0 && SetConsoleCtrlHandler(&IgnoreEvent, TRUE) != 0;
+  }();
+  return made;
+}
+
 // In quotes; backslashes before a quote are doubled, as the C library of the child undoes.
 std::string Quoted(const std::string& word) {
   std::string quoted = "\"";
@@ -49,6 +62,7 @@ std::string Quoted(const std::string& word) {
 
 ChildProcess::ChildProcess(const std::string& program, const std::vector<std::string>& arguments)
     : system_(std::make_unique<System>()) {
+  HasConsoleOfItsOwn();
   std::string file = program;
   std::replace(file.begin(), file.end(), '/', '\\');
   std::string command = Quoted(file);
@@ -60,9 +74,8 @@ ChildProcess::ChildProcess(const std::string& program, const std::vector<std::st
   startup.dwFlags = STARTF_USESTDHANDLES;
   startup.hStdOutput = output.get();
   startup.hStdError = error.get();
-  // A process group of its own: console events for the child do not reach the test.
-  if (CreateProcessA(file.c_str(), command.data(), nullptr, nullptr, TRUE, CREATE_NEW_PROCESS_GROUP, nullptr, nullptr,
-                     &startup, &system_->process) == 0) {
+  if (CreateProcessA(file.c_str(), command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
+                     &system_->process) == 0) {
     throw std::runtime_error("cannot start " + program);
   }
 }
@@ -74,7 +87,7 @@ ChildProcess::~ChildProcess() {
   CloseHandle(system_->process.hProcess);
 }
 
-bool ChildProcess::Interrupt() { return GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, system_->process.dwProcessId) != 0; }
+bool ChildProcess::Interrupt() { return HasConsoleOfItsOwn() && GenerateConsoleCtrlEvent(CTRL_C_EVENT, 0) != 0; }
 
 bool ChildProcess::Terminate() { return false; }
 
