@@ -1,0 +1,91 @@
+#include "tests/workflow/Workbench.h"
+
+#include <chrono>
+#include <stdexcept>
+#include <thread>
+
+#include "OrvWorkFlow/WorkFlowFactory.h"
+
+namespace orv_test {
+
+using OrvWorkFlow::WorkFlowFactory;
+
+namespace {
+
+template <class Interface>
+Interface* MakeGlobal(const char* object_name, const char* interface_name) {
+  OrvWorkFlow::IBaseWorkFlowObject* object = WorkFlowFactory::CreateNewGlobalObject(object_name);
+  return object == nullptr ? nullptr : static_cast<Interface*>(object->QueryInterface(interface_name));
+}
+
+}  // namespace
+
+Workbench::Workbench(Host host, Log log) {
+  if (!WorkFlowFactory::LoadSharedLibrary("CoreObjects")) throw std::runtime_error(WorkFlowFactory::LastLoadError());
+  if (log == Log::kRecorded) WorkFlowFactory::AddGlobalObject("Logger", &logger_, false);
+  dictionary_ = MakeGlobal<OrvWorkFlow::IDictionary>("Dictionary", "IDictionary");
+  WorkFlowFactory::CreateNewGlobalObject("FileSystem");
+  engine_ = MakeGlobal<OrvWorkFlow::IWorkFlowEngine>("WorkFlowEngine", "IWorkFlowEngine");
+  mediator_ = MakeGlobal<OrvWorkFlow::ISignalMediator>("SignalMediator", "ISignalMediator");
+  if (host == Host::kWithGuiThread) {
+    host_app_ = OrvWorkFlow::HostApp::New();
+    WorkFlowFactory::AddGlobalObject("HostApp", host_app_, false);
+  }
+  store_ = static_cast<OrvWorkFlow::IUtilityStore*>(
+      WorkFlowFactory::CreateNewObject("UtilityStore")->QueryInterface("IUtilityStore"));
+  for (const char* name : {"Dictionary", "FileSystem"}) {
+    store_creators_.push_back(WorkFlowFactory::CloneCreator(name));
+    store_->AddUtilityObjectCreator(store_creators_.back());
+  }
+  for (const char* name : {"Dictionary", "FileSystem", "WorkFlowEngine", "SignalMediator"}) {
+    WorkFlowFactory::GetGlobalObj(name)->SetUtilityStore(store_);
+  }
+}
+
+Workbench::~Workbench() {
+  WorkFlowFactory::ReleaseGlobalObjects();
+  store_->Release();
+  for (OrvWorkFlow::IFactoryObjectCreator* creator : store_creators_) creator->Destroy();
+  if (host_app_ != nullptr) host_app_->Release();
+  WorkFlowFactory::UnloadSharedLibraries();
+}
+
+void Workbench::AddNode(const std::string& type, const std::string& instance, const std::string& library) {
+  const std::string path = "/WorkFlowEngine/WorkNodes/" + type;
+  dictionary_->SetValue((path + "/Binaries/win32_bin").c_str(), library.c_str());
+  dictionary_->SetValue((path + "/Instances/" + instance + "/wfName").c_str(), "Flow");
+}
+
+void Workbench::Map(const std::string& type, const std::string& instance, const std::string& signal,
+                    const std::string& receiver) {
+  const std::string path = "/WorkFlowEngine/WorkNodes/" + type + "/Instances/" + instance + "/maps/" + signal;
+  int number = 0;
+  while (dictionary_->Exists((path + "/map" + std::to_string(number)).c_str())) ++number;
+  dictionary_->SetValue((path + "/map" + std::to_string(number)).c_str(), receiver.c_str());
+}
+
+OrvWorkFlow::ISignalMediator::Statistics Workbench::statistics() const {
+  OrvWorkFlow::ISignalMediator::Statistics statistics;
+  mediator_->GetStatistics(&statistics);
+  return statistics;
+}
+
+bool Workbench::IsIdle() const {
+  const auto before = statistics();
+  OrvWorkFlow::IWorkFlowEngine::QueueState queue;
+  engine_->GetQueueState(&queue);
+  return before.sent == before.finished && queue.waiting == 0 && !queue.firing && statistics().sent == before.sent;
+}
+
+bool Workbench::RunUntilIdle(int seconds) {
+  const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
+  while (!IsIdle()) {
+    if (std::chrono::steady_clock::now() > limit) return false;
+    if (host_app_ == nullptr || host_app_->DeliverQueued() == 0) {
+      std::this_thread::sleep_for(std::chrono::microseconds(50));
+    }
+  }
+  return true;
+}
+
+}  // namespace orv_test
