@@ -300,6 +300,7 @@ TEST_F(LifecycleTest, AMillionSignalsOfAPingPongRunInTheSameRoomAndOnTheSameStac
   WorkFlowFactory::ReleaseGlobalObjects();
   AddGlobal("Dictionary", &dictionary);
   AddGlobal("SignalMediator", &mediator);
+  // Sanitizers make each signal twenty times dearer; what is tested shows at any number.
 #if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
   constexpr std::size_t kSignals = 200000;
 #else
