@@ -32,10 +32,14 @@ struct LoaderState {
 
 LoaderState& GetState() { return NeverDestroyed<LoaderState>(); }
 
-thread_local std::string last_error;
+// Why the thread's last load failed. A plain array, cut when it must be: at the end of a thread mingw frees the
+// thread's storage first and runs the destructors of what was in it afterwards.
+thread_local char last_error[4096] = "";
+
+void SetLastError(std::string_view text) noexcept { last_error[text.copy(last_error, sizeof last_error - 1)] = '\0'; }
 
 bool Fail(std::string_view file, std::string_view reason) {
-  last_error.assign(file).append(": ").append(reason);
+  SetLastError(std::string(file).append(": ").append(reason));
   return false;
 }
 
@@ -213,10 +217,10 @@ bool Load(const char* path) noexcept {
     if (!Resolve(path != nullptr ? path : "", &file) || !LoadFile(file)) {
       return false;
     }
-    last_error.clear();  // Also of what the library itself may have tried to load.
+    SetLastError("");  // Also of what the library itself may have tried to load.
     return true;
   } catch (...) {
-    last_error.assign("out of memory");  // Short enough to need none.
+    SetLastError("out of memory");
     return false;
   }
 }
@@ -230,6 +234,6 @@ void UnloadAll() noexcept {
   }
 }
 
-const char* GetLastError() noexcept { return last_error.c_str(); }
+const char* GetLastError() noexcept { return last_error; }
 
 }  // namespace OrvWorkFlow::PluginLoader
