@@ -47,7 +47,7 @@ bool Operations<Char>::DeleteDirectory(const Char* path) {
   if (calls_.IsRoot(root)) return Fail(Failures::kCannotDeleteDirectory);
   if (!FirstMatch(calls_, root, &attributes) || (attributes & FileAttribute::kDirectory) == 0) return true;
   if ((attributes & FileAttribute::kLink) != 0) return RemoveDirectoryItself(root, true);
-  Tree<Char> tree;
+  DirectoryTree<Char> tree;
   bool deleted = WalkTree(calls_, root, &tree);
   for (const Text& file : tree.files) deleted = content_.Remove(file) && deleted;
   // From the end, so that a directory comes after the directories in it.
@@ -64,7 +64,7 @@ bool Operations<Char>::ListTree(const Char* path, const Failure& no_directory, S
   Text root;
   if (!Resolve(trimmed.c_str(), &root)) return false;
   if (!IsBareDrive<Char>(root) && !IsDirectory(calls_, root)) return Fail(no_directory);
-  Tree<Char> tree;
+  DirectoryTree<Char> tree;
   if (!WalkTree(calls_, root, &tree)) return false;
   std::vector<Text> found = std::move(tree.files);
   if (!want_files) {

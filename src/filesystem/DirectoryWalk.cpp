@@ -23,15 +23,14 @@ SearchResult DirectorySearch<Char>::Next() {
 }
 
 template <class Char>
-SearchResult DirectorySearch<Char>::First(DirectoriesOf<Char>& directories, const Text& pattern) {
-  return directories.FindFirst(pattern, &own_, &entry_);
-}
-
-template <class Char>
-SearchResult DirectorySearch<Char>::First(DirectoriesOf<char>& directories,
-                                          const std::string& pattern) requires(sizeof(Char) != 1) {
-  const SearchResult result = directories.FindFirst(pattern, &narrow_, &narrow_entry_);
-  return result != SearchResult::Found || TakeNarrowEntry() ? result : SearchResult::Failed;
+template <class Width>
+SearchResult DirectorySearch<Char>::First(DirectoriesOf<Width>& directories, const std::basic_string<Width>& pattern) {
+  if constexpr (sizeof(Width) == sizeof(Char)) {
+    return directories.FindFirst(pattern, &own_, &entry_);
+  } else {
+    const SearchResult result = directories.FindFirst(pattern, &narrow_, &narrow_entry_);
+    return result != SearchResult::Found || TakeNarrowEntry() ? result : SearchResult::Failed;
+  }
 }
 
 template <class Char>
@@ -70,7 +69,7 @@ bool IsDots(const std::basic_string<Char>& name) {
 // Adds a directory's own entries to the tree, and its subdirectories to the ones still to be walked, the last one
 // first.
 template <class Char>
-bool WalkDirectory(const SystemCalls<Char>& calls, const std::basic_string<Char>& directory, Tree<Char>* tree,
+bool WalkDirectory(const SystemCalls<Char>& calls, const std::basic_string<Char>& directory, DirectoryTree<Char>* tree,
                    std::vector<std::basic_string<Char>>* waiting) {
   const std::basic_string<Char> start = directory + Char{'\\'};
   const std::size_t first_directory = tree->directories.size();
@@ -94,7 +93,7 @@ bool WalkDirectory(const SystemCalls<Char>& calls, const std::basic_string<Char>
 }  // namespace
 
 template <class Char>
-bool WalkTree(const SystemCalls<Char>& calls, const std::basic_string<Char>& root, Tree<Char>* tree) {
+bool WalkTree(const SystemCalls<Char>& calls, const std::basic_string<Char>& root, DirectoryTree<Char>* tree) {
   bool whole = true;
   std::vector<std::basic_string<Char>> waiting{root};
   while (!waiting.empty()) {
@@ -111,7 +110,7 @@ template bool FirstMatch(const SystemCalls<char>&, const std::string&, std::uint
 template bool FirstMatch(const SystemCalls<char16_t>&, const std::u16string&, std::uint32_t*);
 template bool IsDirectory(const SystemCalls<char>&, const std::string&);
 template bool IsDirectory(const SystemCalls<char16_t>&, const std::u16string&);
-template bool WalkTree(const SystemCalls<char>&, const std::string&, Tree<char>*);
-template bool WalkTree(const SystemCalls<char16_t>&, const std::u16string&, Tree<char16_t>*);
+template bool WalkTree(const SystemCalls<char>&, const std::string&, DirectoryTree<char>*);
+template bool WalkTree(const SystemCalls<char16_t>&, const std::u16string&, DirectoryTree<char16_t>*);
 
 }  // namespace OrvWorkFlow

@@ -25,8 +25,8 @@ class DirectorySearch {
   const DirectoryEntry<Char>& entry() const { return entry_; }
 
  private:
-  SearchResult First(DirectoriesOf<Char>& directories, const Text& pattern);
-  SearchResult First(DirectoriesOf<char>& directories, const std::string& pattern) requires(sizeof(Char) != 1);
+  template <class Width>
+  SearchResult First(DirectoriesOf<Width>& directories, const std::basic_string<Width>& pattern);
   bool TakeNarrowEntry();
 
   const SystemCalls<Char>& calls_;
@@ -46,7 +46,7 @@ bool IsDirectory(const SystemCalls<Char>& calls, const std::basic_string<Char>& 
 
 // All that lies below a directory, with full paths.
 template <class Char>
-struct Tree {
+struct DirectoryTree {
   struct Directory {
     std::basic_string<Char> path;
     bool is_link = false;
@@ -59,6 +59,6 @@ struct Tree {
 // not. A directory that cannot be searched counts as empty; false when a search breaks off, with what was found until
 // then.
 template <class Char>
-bool WalkTree(const SystemCalls<Char>& calls, const std::basic_string<Char>& root, Tree<Char>* tree);
+bool WalkTree(const SystemCalls<Char>& calls, const std::basic_string<Char>& root, DirectoryTree<Char>* tree);
 
 }  // namespace OrvWorkFlow

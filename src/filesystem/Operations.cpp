@@ -71,7 +71,7 @@ std::uint32_t Operations<Char>::FileSize(const Char* path) {
   if (content_.Exists(platform_path)) {
     return content_.GetSize(platform_path, &size) ? static_cast<std::uint32_t>(size) : 0;
   }
-  Tree<Char> tree;
+  DirectoryTree<Char> tree;
   if (!IsDirectory(calls_, platform_path) || !WalkTree(calls_, platform_path, &tree)) return 0;
   std::uint32_t sum = 0;
   for (const Text& file : tree.files) {

@@ -5,11 +5,11 @@
 #include <string_view>
 
 #include "OrvWorkFlow/IFileSystem.h"
-#include "filesystem/SearchDirectories.h"
 #include "filesystem/DirectoryWalk.h"
 #include "filesystem/ErrorHook.h"
 #include "filesystem/FileContent.h"
 #include "filesystem/PathTranslator.h"
+#include "filesystem/SearchDirectories.h"
 #include "filesystem/SystemCalls.h"
 
 namespace OrvWorkFlow {

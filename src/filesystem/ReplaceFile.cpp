@@ -26,9 +26,8 @@ bool FileContent<Char>::Replace(const Text& path, std::string_view content) cons
   // A link stays; what it points to is replaced.
   if (!calls_.FollowLink(path, &target)) return hook_.Report(Failures::kCannotOpenFile);
   const bool exists = calls_.GetAttributes(target, &attributes);
-  if (exists && (attributes & (FileAttribute::kDirectory | FileAttribute::kReadOnly)) != 0) {
-    return hook_.Report(Failures::kCannotOpenFile);
-  }
+  // A new file would get past what protects this one.
+  if (exists && !calls_.IsWritableFile(target)) return hook_.Report(Failures::kCannotOpenFile);
   if (!exists && !MakeParent(target)) return false;
   switch (WriteBeside(target, exists, content)) {
     case SystemResult::Ok:

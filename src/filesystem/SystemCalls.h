@@ -26,6 +26,9 @@ class SystemCalls {
   bool SetAttributes(const Text& path, std::uint32_t attributes) const {
     return Try([&](auto& part, const auto& p) { return part.files.SetAttributes(p, attributes); }, path);
   }
+  bool IsWritableFile(const Text& path) const {
+    return Try([](auto& part, const auto& p) { return part.files.IsWritableFile(p); }, path);
+  }
   SystemResult Open(const Text& path, Access access, Creation creation, FileHandle* handle) const {
     return Try([&](auto& part, const auto& p) { return part.files.Open(p, access, creation, handle); }, path);
   }

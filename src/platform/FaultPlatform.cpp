@@ -95,6 +95,9 @@ class FaultFiles final : public FilesOf<Char> {
   bool SetAttributes(const Text& path, std::uint32_t attributes) override {
     return Passes(PlatformCall::SetAttributes) && real_.SetAttributes(path, attributes);
   }
+  bool IsWritableFile(const Text& path) override {
+    return Passes(PlatformCall::IsWritableFile) && real_.IsWritableFile(path);
+  }
   SystemResult Open(const Text& path, Access access, Creation creation, FileHandle* handle) override {
     if (!Passes(PlatformCall::Open)) return state_.failure();
     const SystemResult result = real_.Open(path, access, creation, handle);

@@ -13,6 +13,7 @@ namespace OrvWorkFlow {
 enum class PlatformCall {
   GetAttributes,
   SetAttributes,
+  IsWritableFile,
   Open,
   CopyOver,
   RemoveOneFile,

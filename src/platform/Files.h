@@ -51,6 +51,8 @@ class FilesOf {
   virtual bool GetAttributes(const Text& path, std::uint32_t* attributes) = 0;
   // Of the bits only kReadOnly and kNormal count. What a link points to is never changed.
   virtual bool SetAttributes(const Text& path, std::uint32_t attributes) = 0;
+  // True for a plain file without the read-only mark that this process may write to.
+  virtual bool IsWritableFile(const Text& path) = 0;
   // Opens without sharing: as long as the handle is open, this library opens, copies and removes that file nowhere
   // else. A directory and what is not a plain file are refused; so is writing to a file with the read-only mark. The
   // position is the start. `*handle` is set on Ok only.

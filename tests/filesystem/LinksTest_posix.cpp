@@ -91,6 +91,14 @@ TYPED_TEST(HostFileSystem, ReplacingFollowsLinks) {
   EXPECT_EQ(this->Everything(), (Names{"circle", "dangling", "link", "real/", "real/a", "real/new", "second"}));
 }
 
+TYPED_TEST(HostFileSystem, WhatIsNoPlainFileIsNotReplaced) {
+  ASSERT_EQ(::mkfifo(this->Host("pipe").c_str(), 0600), 0);
+  EXPECT_FALSE(this->face_->ReplaceFileBytes(this->At("pipe").c_str(), "x", 1));
+  EXPECT_FALSE(this->face_->WriteFileBytes(this->At("pipe").c_str(), "x", 1));
+  EXPECT_TRUE(std::filesystem::is_fifo(this->Host("pipe")));
+  EXPECT_EQ(this->Everything(), Names{"pipe"});
+}
+
 TYPED_TEST(HostFileSystem, HostPathsAreTakenAsTheyAre) {
   const std::string host = this->Host("a.txt").string();
   EXPECT_TRUE(this->face_->WriteFileBytes(this->T(host).c_str(), "abc", 3));

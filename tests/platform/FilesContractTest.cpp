@@ -253,6 +253,17 @@ TYPED_TEST(FilesContract, Renaming) {
   EXPECT_EQ(this->Content("readonly"), "r");
 }
 
+TYPED_TEST(FilesContract, WritableFiles) {
+  this->MakeDirectory("d");
+  WriteFile(this->Host("a"), "a");
+  WriteFile(this->Host("readonly"), "r");
+  this->MarkReadOnly("readonly");
+  EXPECT_TRUE(this->files().IsWritableFile(this->At("a")));
+  EXPECT_FALSE(this->files().IsWritableFile(this->At("readonly")));
+  EXPECT_FALSE(this->files().IsWritableFile(this->At("d")));
+  EXPECT_FALSE(this->files().IsWritableFile(this->At("missing")));
+}
+
 TYPED_TEST(FilesContract, PermissionsAreCopied) {
   WriteFile(this->Host("from"), "f");
   WriteFile(this->Host("to"), "t");

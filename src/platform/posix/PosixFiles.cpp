@@ -173,6 +173,14 @@ class PosixFiles final : public FilesOf<Char> {
     return ::chmod(host.path.c_str(), read_only ? mode & ~mode_t{0222} : mode | S_IWUSR) == 0;
   }
 
+  bool IsWritableFile(const Text& path) override {
+    HostPath host;
+    struct stat status;
+    return ToHostPath(path, &host) && !host.trailing_separator && ::stat(host.path.c_str(), &status) == 0 &&
+           S_ISREG(status.st_mode) && !IsMarkedReadOnly(status) &&
+           ::faccessat(AT_FDCWD, host.path.c_str(), W_OK, AT_EACCESS) == 0;
+  }
+
   SystemResult Open(const Text& path, Access access, Creation creation, FileHandle* handle) override {
     HostPath host;
     return ToHostPath(path, &host) ? OpenHostFile(host, access, creation, handle) : SystemResult::NotFound;

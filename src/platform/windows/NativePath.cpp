@@ -19,14 +19,14 @@ DWORD NativeAttributes(const char* path) { return GetFileAttributesA(path); }
 DWORD NativeAttributes(const char16_t* path) { return GetFileAttributesW(Native(path)); }
 
 DWORD ReparseTag(const char* path) {
-  WIN32_FIND_DATAA data;
+  WIN32_FIND_DATAA data{};
   const HANDLE search = FindFirstFileA(path, &data);
   if (search == INVALID_HANDLE_VALUE) return 0;
   FindClose(search);
   return data.dwReserved0;
 }
 DWORD ReparseTag(const char16_t* path) {
-  WIN32_FIND_DATAW data;
+  WIN32_FIND_DATAW data{};
   const HANDLE search = FindFirstFileW(Native(path), &data);
   if (search == INVALID_HANDLE_VALUE) return 0;
   FindClose(search);
@@ -90,10 +90,12 @@ std::u16string WideLongForm(const std::string& path) {
 
 std::uint32_t ToAttributes(DWORD attributes, DWORD reparse_tag) {
   std::uint32_t result = attributes & (FileAttribute::kReadOnly | FileAttribute::kDirectory);
-  const bool reparse = (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
-  if (reparse && (reparse_tag == IO_REPARSE_TAG_SYMLINK || reparse_tag == IO_REPARSE_TAG_MOUNT_POINT)) {
-    result |= FileAttribute::kLink;
-  }
+  // Microsoft's tags say whether they stand for another name; those that do not (cloud files, compressed files) are no
+  // links. What says nothing may be a link: better not entered than followed out of a tree that is being deleted.
+  constexpr DWORD kMicrosoft = 0x80000000;
+  constexpr DWORD kOtherName = 0x20000000;
+  const bool stays = (reparse_tag & kMicrosoft) != 0 && (reparse_tag & kOtherName) == 0;
+  if ((attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 && !stays) result |= FileAttribute::kLink;
   return result == 0 ? FileAttribute::kNormal : result;
 }
 

@@ -114,14 +114,14 @@ class WindowsDirectories final : public DirectoriesOf<Char> {
   static OpenSearch* Deref(SearchHandle search) { return reinterpret_cast<OpenSearch*>(search); }
 
   static HANDLE Start(const char16_t* pattern, bool* wide, bool* usable, Entry* entry) {
-    WIN32_FIND_DATAW data;
+    WIN32_FIND_DATAW data{};  // Not every system fills in the tag.
     *wide = true;
     const HANDLE handle = FindFirstFileW(Native(pattern), &data);
     *usable = handle != INVALID_HANDLE_VALUE && Take(data, entry);
     return handle;
   }
   static HANDLE Start(const char* pattern, bool* wide, bool* usable, DirectoryEntry<char>* entry) {
-    WIN32_FIND_DATAA data;
+    WIN32_FIND_DATAA data{};
     *wide = false;
     const HANDLE handle = FindFirstFileA(pattern, &data);
     *usable = handle != INVALID_HANDLE_VALUE && Take(data, entry);
@@ -130,8 +130,8 @@ class WindowsDirectories final : public DirectoriesOf<Char> {
 
   static SearchResult Next(const OpenSearch& opened, Entry* entry) {
     for (;;) {
-      WIN32_FIND_DATAW wide;
-      WIN32_FIND_DATAA narrow;
+      WIN32_FIND_DATAW wide{};
+      WIN32_FIND_DATAA narrow{};
       const BOOL found = opened.wide ? FindNextFileW(opened.handle, &wide) : FindNextFileA(opened.handle, &narrow);
       if (!found) return GetLastError() == ERROR_NO_MORE_FILES ? SearchResult::End : SearchResult::Failed;
       if (opened.wide ? Take(wide, entry) : TakeNarrow(narrow, entry)) return SearchResult::Found;

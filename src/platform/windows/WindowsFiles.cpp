@@ -111,6 +111,13 @@ class WindowsFiles final : public FilesOf<Char> {
     return IsNameable(path) && WithPaths([=](const auto* p) { return NativeSetAttributes(p, native); }, path) != FALSE;
   }
 
+  bool IsWritableFile(const Text& path) override {
+    constexpr DWORD kRefused = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_DEVICE;
+    if (!IsNameable(path)) return false;
+    const DWORD attributes = WithPaths([](const auto* p) { return NativeGetAttributes(p); }, path);
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & kRefused) == 0;
+  }
+
   SystemResult Open(const Text& path, Access access, Creation creation, FileHandle* handle) override {
     if (!IsNameable(path)) return SystemResult::NotFound;
     const DWORD native_creation = CreationOf(creation);
