@@ -4,15 +4,12 @@
 
 namespace OrvWorkFlow {
 
-ElementTree::ElementTree() : names_(std::make_unique<NameTable>()), attributes_(std::make_unique<AttributeTable>()) {}
+ElementTree::ElementTree() : names_(MakeNames()), attributes_(std::make_unique<AttributeTable>()) {}
 
-ElementId ElementTree::NextInSubtree(ElementId id, ElementId top) const {
-  if (node(id).first_child != kNoElement) return node(id).first_child;
-  while (id != top) {
-    if (node(id).next != kNoElement) return node(id).next;
-    id = node(id).parent;
-  }
-  return kNoElement;
+std::unique_ptr<NameTable> ElementTree::MakeNames() {
+  auto names = std::make_unique<NameTable>();
+  names->Intern(kRootName);
+  return names;
 }
 
 ElementId ElementTree::FindChild(ElementId parent, std::string_view name) {
@@ -146,7 +143,7 @@ void ElementTree::Clear() {
 // Without memory for new tables the old ones go on serving.
 void ElementTree::ReplaceTexts() {
   try {
-    auto names = std::make_unique<NameTable>();
+    auto names = MakeNames();
     auto attributes = std::make_unique<AttributeTable>();
     names_ = std::move(names);
     attributes_ = std::move(attributes);
@@ -158,7 +155,7 @@ void ElementTree::ShedUnusedTexts() noexcept {
   const std::size_t many = live_ * 2 + 1024;
   if (names_->size() <= many && attributes_->size() <= many) return;
   try {
-    auto names = std::make_unique<NameTable>();
+    auto names = MakeNames();
     auto attributes = std::make_unique<AttributeTable>();
     std::vector<NameTable::Id> new_names(names_->size(), NameTable::kNone);
     std::vector<AttributeTable::Id> new_attributes(attributes_->size(), NameTable::kNone);

@@ -36,7 +36,8 @@ class ElementTree {
 
   // kNoElement for an empty tree.
   ElementId root() const { return root_; }
-  std::size_t size() const { return live_; }
+  // False for an empty tree and for a root of another name than kRootName.
+  bool HasUsualRoot() const { return root_ != kNoElement && node(root_).name == kUsualRoot; }
 
   std::string_view name(ElementId id) const { return names_->Text(node(id).name); }
   std::string_view text(ElementId id) const { return node(id).text.view(); }
@@ -48,9 +49,6 @@ class ElementTree {
   ElementId first_child(ElementId id) const { return node(id).first_child; }
   ElementId next_sibling(ElementId id) const { return node(id).next; }
   std::size_t child_count(ElementId id) const { return node(id).child_count; }
-
-  // The element after `id` in pre-order within the subtree of `top`; kNoElement behind the last.
-  ElementId NextInSubtree(ElementId id, ElementId top) const;
 
   // The first child of that name. After the first call for an element with many children, as fast as with few.
   ElementId FindChild(ElementId parent, std::string_view name);
@@ -104,6 +102,10 @@ class ElementTree {
     std::uint32_t is_indexed : 1 = 0;  // All children are in children_.
     StoredText text;
   };
+  // Every table of names begins with kRootName.
+  static constexpr NameTable::Id kUsualRoot = 0;
+  static std::unique_ptr<NameTable> MakeNames();
+
   static constexpr unsigned kBlockBits = 8;
   static constexpr std::size_t kBlockSize = std::size_t{1} << kBlockBits;
   // Up to this number of children a walk is faster than a look into the table.

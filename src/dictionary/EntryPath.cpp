@@ -5,12 +5,6 @@
 #include "dictionary/Bytes.h"
 
 namespace OrvWorkFlow {
-namespace {
-
-bool HasRoot(const ElementTree& tree) { return tree.root() != kNoElement && tree.name(tree.root()) == kRootName; }
-
-}  // namespace
-
 bool PathComponents::Next(std::string_view& component) {
   const char* at = rest_.data();
   const char* const end = at + rest_.size();
@@ -32,7 +26,7 @@ bool IsValidPath(std::string_view path) {
 }
 
 ElementId FindEntry(ElementTree& tree, std::string_view path) {
-  if (!HasRoot(tree)) return kNoElement;
+  if (!tree.HasUsualRoot()) return kNoElement;
   ElementId at = tree.root();
   PathComponents components(path);
   std::string_view component;
@@ -42,7 +36,7 @@ ElementId FindEntry(ElementTree& tree, std::string_view path) {
 
 ElementId EnsureEntry(ElementTree& tree, std::string_view path) {
   if (tree.root() == kNoElement) tree.CreateRoot(kRootName);
-  if (!HasRoot(tree)) return kNoElement;
+  if (!tree.HasUsualRoot()) return kNoElement;
   ElementId at = tree.root();
   PathComponents components(path);
   std::string_view component;

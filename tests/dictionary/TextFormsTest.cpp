@@ -197,41 +197,48 @@ TEST(ValueText, DoublesAreThoseOfTheCLibrary) {
 }
 
 TEST(ValueText, DoublesReadTheLongestNumberAtTheBeginning) {
-  for (const char* text : {"",
-                           " ",
-                           "x",
-                           "1",
-                           " \t\n\v\f\r1.5",
-                           "+1.5",
-                           "-1.5",
-                           "+-1",
-                           "-+1",
-                           "--1",
-                           "- 1",
-                           "1,5",
-                           "1.5.5",
-                           ".5",
-                           "5.",
-                           ".",
-                           "-.",
-                           "1e",
-                           "1e+",
-                           "1e5x",
-                           "1e5.5",
-                           "1E-3",
-                           "e5",
-                           "1e400",
-                           "-1e400",
-                           "1e-400",
-                           "-1e-400",
-                           "0e999999999999999999999",
-                           "1e999999999999999999999",
-                           "1e-999999999999999999999",
-                           "1d5",
-                           "1 2"}) {
-    const double expected = std::strtod(text, nullptr);
-    EXPECT_EQ(ParseDouble(text), expected) << text;
-    EXPECT_EQ(std::signbit(ParseDouble(text)), std::signbit(expected)) << text;
+  constexpr double kInfinity = std::numeric_limits<double>::infinity();
+  const struct {
+    const char* text;
+    double value;
+  } cases[] = {{"", 0.0},
+               {" ", 0.0},
+               {"x", 0.0},
+               {"1", 1.0},
+               {"-1", -1.0},
+               {" \t\n\v\f\r1.5", 1.5},
+               {"+1.5", 1.5},
+               {"-1.5", -1.5},
+               {"+-1", 0.0},
+               {"-+1", 0.0},
+               {"--1", 0.0},
+               {"- 1", 0.0},
+               {"1,5", 1.0},
+               {"1.5.5", 1.5},
+               {".5", 0.5},
+               {"5.", 5.0},
+               {".", 0.0},
+               {"-.", 0.0},
+               {"-", 0.0},
+               {"-0", -0.0},
+               {"1e", 1.0},
+               {"1e+", 1.0},
+               {"1e5x", 1e5},
+               {"1e5.5", 1e5},
+               {"1E-3", 1e-3},
+               {"e5", 0.0},
+               {"1d5", 1.0},
+               {"1 2", 1.0},
+               {"1e400", kInfinity},
+               {"-1e400", -kInfinity},
+               {"1e-400", 0.0},
+               {"-1e-400", -0.0},
+               {"0e999999999999999999999", 0.0},
+               {"1e999999999999999999999", kInfinity},
+               {"1e-999999999999999999999", 0.0}};
+  for (const auto& [text, value] : cases) {
+    EXPECT_EQ(ParseDouble(text), value) << text;
+    EXPECT_EQ(std::signbit(ParseDouble(text)), std::signbit(value)) << text;
   }
   const std::string small = "0." + std::string(400, '0') + "1";
   EXPECT_EQ(ParseDouble(small), 0);
