@@ -233,7 +233,7 @@ class Table {
     const double ratio = found->second / time_of.at(&peers_.front());
     const bool missed = goals_apply_ && ratio < peer.goal;
     met_ = met_ && !missed;
-    std::printf(" %8.1f %5.1fx%c", found->second / scale, ratio, missed ? '!' : ' ');
+    std::printf(" %8.1f %5.4gx%c", found->second / scale, ratio, missed ? '!' : ' ');
   }
 
   const std::vector<Peer>& peers_;

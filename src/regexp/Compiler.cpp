@@ -68,16 +68,26 @@ class Compiler {
 
   bool Counting() const { return size_ > code_.size(); }
 
+  // Room for `count` units more; null when they do not fit any more.
+  Unit* Extend(std::size_t count) {
+    const std::size_t begin = size_;
+    size_ += count;
+    if (size_ > kProgramLimit) return nullptr;
+    code_.resize(size_);
+    return code_.data() + begin;
+  }
+
   void Emit(Unit unit) {
-    if (size_ < kProgramLimit) code_.push_back(unit);
-    ++size_;
+    if (Unit* place = Extend(1)) *place = unit;
   }
 
   Place EmitNode(unsigned opcode) {
     const Place node = size_;
-    Emit(static_cast<Unit>(opcode));
-    Emit(0);
-    Emit(0);
+    if (Unit* place = Extend(kNodeHead)) {
+      place[0] = static_cast<Unit>(opcode);
+      place[1] = 0;
+      place[2] = 0;
+    }
     return node;
   }
   Place EmitNode(Opcode opcode) { return EmitNode(static_cast<unsigned>(opcode)); }
@@ -266,7 +276,9 @@ class Compiler {
         const unsigned first = at_[-1];
         const unsigned last = at_[1];
         if (first > last) return Fail(PatternError::kInvalidRange);
-        for (unsigned unit = first + 1; unit <= last; ++unit) Emit(static_cast<Unit>(unit));
+        if (Unit* place = Extend(last - first)) {
+          for (unsigned unit = first + 1; unit <= last; ++unit) *place++ = static_cast<Unit>(unit);
+        }
         at_ += 2;
       } else {
         Emit(*at_++);

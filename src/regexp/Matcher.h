@@ -24,7 +24,7 @@ struct SubMatches {
 };
 
 // After how many steps a search of a text begins to remember.
-constexpr std::size_t RememberAfter(std::size_t text_length) { return (text_length + 64) * 8; }
+constexpr std::size_t RememberAfter(std::size_t text_length) { return text_length * 2 + 512; }
 
 // True when the pattern is found in [begin, end). Fills `positions` then, unless null; leaves it alone otherwise.
 // The result does not depend on `remember_after`. Any number of threads at once. Throws std::bad_alloc.

@@ -1,15 +1,15 @@
 // A growable array whose first `kInline` elements need no allocation.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
-#include <cstring>
 #include <memory>
 #include <type_traits>
 #include <utility>
 
 namespace OrvWorkFlow::Patterns {
 
-// For plain data only: elements are moved as bytes and start without a value. Growing throws std::bad_alloc, and the
+// For plain data only: elements start without a value. Growing throws std::bad_alloc, and the
 // content stays.
 template <class T, std::size_t kInline>
 class SmallBuffer {
@@ -45,7 +45,7 @@ class SmallBuffer {
   void Grow(std::size_t least) {
     const std::size_t capacity = capacity_ * 2 > least ? capacity_ * 2 : least;
     std::unique_ptr<T[]> bigger(new T[capacity]);
-    if (size_ != 0) std::memcpy(bigger.get(), data_, size_ * sizeof(T));
+    std::copy_n(data_, size_, bigger.get());
     heap_ = std::move(bigger);
     data_ = heap_.get();
     capacity_ = capacity;

@@ -21,8 +21,8 @@ class VisitedStates {
   VisitedStates(const Plan<Unit>& plan, std::size_t text_length) : row_of_(plan.steps.size(), kNoRow) {
     NumberSteps(plan);
     const std::size_t positions = text_length + 1;
-    if (rows_ > (std::numeric_limits<std::size_t>::max() - 63) / positions) throw std::bad_alloc();
-    bits_.reset(static_cast<std::uint64_t*>(std::calloc((rows_ * positions + 63) / 64, sizeof(std::uint64_t))));
+    if (rows_ > std::numeric_limits<std::size_t>::max() / positions) throw std::bad_alloc();
+    bits_.reset(static_cast<std::uint64_t*>(std::calloc(rows_ * positions / 64 + 1, sizeof(std::uint64_t))));
     if (!bits_) throw std::bad_alloc();
   }
 
