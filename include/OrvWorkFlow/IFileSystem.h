@@ -2,9 +2,9 @@
 //
 // A workflow path begins with "$" and holds no backslash: "$WINTEMP/a/b.txt" (macros $TEMP, $PERMANENT, $HOSTEXEC,
 // $WINDIR, $WINSYSDIR, $PROGRAMFILES, $WINTEMP) or "$FlowName/data/list.txt" (beside that workflow's definition file).
-// Any other string is a platform path. Platform paths have Windows shape on every platform; on Linux "C:" is a private
-// prefix directory, "Z:" is
-// "/", and a path that begins with "/" is the host's own.
+// A workflow path that ends in "/" keeps its separator and names no directory. Any other string is a platform path.
+// Platform paths have Windows shape on every platform; on Linux "C:" is a private prefix directory, "Z:" is "/", and a
+// path that begins with "/" is the host's own.
 #pragma once
 
 #include "OrvWorkFlow/IBaseWorkFlowObject.h"

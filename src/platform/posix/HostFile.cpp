@@ -62,7 +62,7 @@ std::string FollowHostLink(const std::string& path) {
     if (!folder) return {};
     const std::string name = current.substr(slash + 1);
     if (name == "." || name == "..") return {};
-    current = folder.get() + (std::string_view(folder.get()) == "/" ? name : "/" + name);
+    current = PathIn(folder.get(), name);
   }
   return {};
 }

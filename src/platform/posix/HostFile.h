@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "platform/Files.h"
@@ -45,6 +46,15 @@ struct Freer {
   void operator()(char* text) const { std::free(text); }
 };
 using OwnedText = std::unique_ptr<char, Freer>;
+
+// The path of a name in a folder ("/" included).
+inline std::string PathIn(std::string_view folder, std::string_view name) {
+  std::string path;
+  path.reserve(folder.size() + 1 + name.size());
+  path.append(folder);
+  if (folder != "/") path += '/';
+  return path.append(name);
+}
 
 // From `errno`.
 SystemResult LastResult();

@@ -106,11 +106,11 @@ std::string EqualName(const std::string& folder, std::string_view name) {
 std::string FindWithoutCase(std::string path, const std::vector<std::string_view>& names) {
   bool existing = true;
   for (const std::string_view name : names) {
-    std::string next = path + "/" + std::string(name);
+    std::string next = PathIn(path, name);
     if (existing && !Exists(next)) {
       const std::string equal = EqualName(path, name);
       existing = !equal.empty();
-      if (existing) next = path + "/" + equal;
+      if (existing) next = PathIn(path, equal);
     }
     path = std::move(next);
   }

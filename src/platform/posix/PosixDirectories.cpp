@@ -63,7 +63,7 @@ bool ReadDirectory(const HostPath& folder, const std::u16string& pattern, std::v
     candidate.capitals = Capitals(candidate.name);
     if (!Matches(candidate.capitals, pattern)) continue;
     // An entry that is gone by now is no entry.
-    if (!HostAttributes(folder.path + "/" + candidate.name, &candidate.attributes)) continue;
+    if (!HostAttributes(PathIn(folder.path, candidate.name), &candidate.attributes)) continue;
     found->push_back(std::move(candidate));
   }
   if (errno != 0) return false;
