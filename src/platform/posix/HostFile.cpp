@@ -54,7 +54,9 @@ std::string FollowHostLink(const std::string& path) {
     const ssize_t length = ::readlink(current.c_str(), target, sizeof target);
     if (length <= 0 || static_cast<std::size_t>(length) == sizeof target) return {};
     const std::string text(target, static_cast<std::size_t>(length));
-    current = text.front() == '/' ? text : current.substr(0, current.rfind('/') + 1) + text;
+    if (text.front() == '/') current.clear();
+    current.resize(current.rfind('/') + 1);
+    current += text;
     while (current.size() > 1 && current.back() == '/') current.pop_back();
     // "..", if the link has it, counts from where the folders really are.
     const std::size_t slash = current.rfind('/');
