@@ -199,7 +199,7 @@ class Table {
   void PrintHead(const char* title, bool goals_apply) {
     goals_apply_ = goals_apply;
     std::printf("\n%-44s", title);
-    for (const Peer& peer : peers_) std::printf(" %16s", peer.name);
+    for (const Peer& peer : peers_) std::printf(" %17s", peer.name);
     std::printf("\n");
   }
 
@@ -227,13 +227,13 @@ class Table {
   void PrintCell(const Peer& peer, const std::map<const Peer*, double>& time_of, double scale) {
     const auto found = time_of.find(&peer);
     if (found == time_of.end()) {
-      std::printf(" %16s", "-");
+      std::printf(" %17s", "-");
       return;
     }
     const double ratio = found->second / time_of.at(&peers_.front());
     const bool missed = goals_apply_ && ratio < peer.goal;
     met_ = met_ && !missed;
-    std::printf(" %8.1f %5.4gx%c", found->second / scale, ratio, missed ? '!' : ' ');
+    std::printf(" %8.1f %6.3gx%c", found->second / scale, ratio, missed ? '!' : ' ');
   }
 
   const std::vector<Peer>& peers_;
