@@ -107,7 +107,7 @@ TEST(SlotOrderTest, FileSystemInBothWidths) {
 }
 
 TEST(SlotOrderTest, RegExp) {
-  SlotList()(&IRegExp::MatchWide)(&IRegExp::MatchNarrow).ExpectConsecutiveFrom(kBaseOperations);
+  SlotList() (&IRegExp::MatchWide)(&IRegExp::MatchNarrow).ExpectConsecutiveFrom(kBaseOperations);
 }
 
 TEST(SlotOrderTest, SignalMediator) {
