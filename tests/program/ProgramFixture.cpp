@@ -19,7 +19,7 @@ std::string NodeEntry(const FlowNode& node) {
     maps += Element(map.substr(0, equals), Text("map0", map.substr(equals + 1)));
   }
   const std::string instance = Element(node.instance, Element("maps", maps));
-  return Element(node.type, Element("Binaries", Text("win32_bin", node.library)) + Element("Instances", instance));
+  return Element(node.type, Element("Binaries", Text("win32_bin", node.binary)) + Element("Instances", instance));
 }
 
 }  // namespace

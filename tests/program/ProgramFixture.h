@@ -16,7 +16,7 @@ using Arguments = std::vector<std::string>;
 struct FlowNode {
   std::string type;
   std::string instance;
-  std::string library = "ProgramNodes";
+  std::string binary = "ProgramNodes";
   std::vector<std::string> maps = {};
 };
 
