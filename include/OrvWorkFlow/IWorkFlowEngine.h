@@ -52,6 +52,15 @@ class IWorkFlowEngine : public IBaseWorkFlowObject {
   // Has the mediator delete the write directories of all workflows.
   virtual bool DeleteTemporaryData() = 0;
 
+  // Takes another workflow, described by a dictionary file of its own, into the running one: its utility objects, work
+  // nodes, mappings and directories join those of the global dictionary, the absorb tree shows it below the workflow
+  // that absorbed it, and a work node of type "FindNewComponentsFromAbsorbedFlow" (see IComponentFinder.h) is shown the
+  // file. With `queue_start_signal` its start signal, if it has one, is queued. A workflow of a name that was absorbed
+  // before is not taken in again: only the tree and the start signal are seen to. False, with the workflow as it was
+  // and the reason as the last error, when an object is missing, the file cannot be loaded or names no workflow.
+  // Any thread, from within a node too, running or stopped.
+  virtual bool AbsorbFlow(const char* file_path, bool queue_start_signal) = 0;
+
   // Assigns the platform path of the definition file of a workflow, by its name; false when it is not known. Never
   // waits for the pump or a node, so that path translation may be used from anywhere.
   virtual bool GetWorkFlowFilePath(const char* workflow_name, IOrvPString* path) = 0;

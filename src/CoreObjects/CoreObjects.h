@@ -35,6 +35,7 @@ inline constexpr char kSignalMediator[] = "ISignalMediator";
 inline constexpr char kLogger[] = "ILogger";
 inline constexpr char kHostApp[] = "IHostApp";
 inline constexpr char kWorkNode[] = "IWorkNode";
+inline constexpr char kComponentFinder[] = "IComponentFinder";
 }  // namespace InterfaceNames
 
 }  // namespace OrvWorkFlow

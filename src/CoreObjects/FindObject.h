@@ -29,6 +29,12 @@ class Found {
     }
   }
 
+  // Leaves the object to whoever else has it.
+  void Forget() noexcept {
+    owned_ = nullptr;
+    face_ = nullptr;
+  }
+
   Interface* get() const { return face_; }
   Interface* operator->() const { return face_; }
   explicit operator bool() const { return face_ != nullptr; }

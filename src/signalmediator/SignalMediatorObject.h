@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "CoreObjects/BaseObject.h"
+#include "CoreObjects/LazyObject.h"
 #include "CoreObjects/ObjectCreator.h"
 #include "CoreObjects/Tracer.h"
 #include "OrvWorkFlow/IDictionary.h"
@@ -23,7 +24,6 @@
 #include "signalmediator/AccessLock.h"
 #include "signalmediator/ContentDirectories.h"
 #include "signalmediator/InputSignal.h"
-#include "signalmediator/LazyObject.h"
 #include "signalmediator/RebootSignals.h"
 #include "signalmediator/WorkNodeList.h"
 
@@ -124,10 +124,11 @@ class CSignalMediator final : public BaseObject<CSignalMediator, ISignalMediator
   // Synchronised by themselves.
   AccessLock access_lock_;
   Tracer tracer_;
-  LazyObject<ILogger> logger_{ObjectNames::kLogger, InterfaceNames::kLogger};
-  LazyObject<IHostApp> host_{ObjectNames::kHostApp, InterfaceNames::kHostApp};
-  LazyObject<IWorkFlowEngine> engine_{ObjectNames::kWorkFlowEngine, InterfaceNames::kWorkFlowEngine};
-  LazyObject<IFileSystemA> file_system_{ObjectNames::kFileSystem, InterfaceNames::kFileSystemA};
+  LazyObject<ILogger> logger_{FindOrder::GlobalFirst, ObjectNames::kLogger, InterfaceNames::kLogger};
+  LazyObject<IHostApp> host_{FindOrder::GlobalFirst, ObjectNames::kHostApp, InterfaceNames::kHostApp};
+  LazyObject<IWorkFlowEngine> engine_{FindOrder::GlobalFirst, ObjectNames::kWorkFlowEngine,
+                                      InterfaceNames::kWorkFlowEngine};
+  LazyObject<IFileSystemA> file_system_{FindOrder::GlobalFirst, ObjectNames::kFileSystem, InterfaceNames::kFileSystemA};
   WorkNodeList nodes_;
   RebootSignals reboot_signals_;
   UnansweredMessages messages_;

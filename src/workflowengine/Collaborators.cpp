@@ -1,5 +1,7 @@
 #include "workflowengine/Collaborators.h"
 
+#include "OrvWorkFlow/WorkFlowFactory.h"
+
 namespace OrvWorkFlow {
 
 bool Collaborators::SetStore(IUtilityStore* store) noexcept {
@@ -9,6 +11,19 @@ bool Collaborators::SetStore(IUtilityStore* store) noexcept {
 
 IDictionary* Collaborators::Dictionary() noexcept {
   return FindGlobalObject<IDictionary>(ObjectNames::kDictionary, InterfaceNames::kDictionary).get();
+}
+
+Found<IDictionary> Collaborators::MakeDictionary(const IDictionary* global) {
+  IUtilityStore* store = store_.load();
+  Found<IDictionary> made =
+      MakeObjectFromStore<IDictionary>(store, ObjectNames::kDictionary, InterfaceNames::kDictionary);
+  if (made && made.get() != global) return made;
+  made.Forget();
+  IBaseWorkFlowObject* const object = WorkFlowFactory::CreateNewObject(ObjectNames::kDictionary);
+  if (object == nullptr) return made;
+  made = Found<IDictionary>(object, static_cast<IDictionary*>(object->QueryInterface(InterfaceNames::kDictionary)));
+  if (made && store != nullptr) made->SetUtilityStore(store);
+  return made;
 }
 
 ISignalMediator* Collaborators::Mediator() {

@@ -6,13 +6,13 @@
 #include <string>
 
 #include "CoreObjects/CoreObjects.h"
+#include "CoreObjects/LazyObject.h"
 #include "CoreObjects/Tracer.h"
 #include "OrvWorkFlow/IDictionary.h"
 #include "OrvWorkFlow/IFileSystem.h"
 #include "OrvWorkFlow/IHostApp.h"
 #include "OrvWorkFlow/ISignalMediator.h"
 #include "OrvWorkFlow/IUtilityStore.h"
-#include "workflowengine/OnceFound.h"
 
 namespace OrvWorkFlow {
 
@@ -24,6 +24,9 @@ class Collaborators {
 
   // The global dictionary, asked for at every need; null when there is none.
   static IDictionary* Dictionary() noexcept;
+
+  // A new dictionary: the store's, else the factory's; never the global one, which a store may hand out by mistake.
+  Found<IDictionary> MakeDictionary(const IDictionary* global);
 
   // Null when there is none. The mediator is given the key that it has not heard of yet.
   ISignalMediator* Mediator();
@@ -46,14 +49,14 @@ class Collaborators {
 
  private:
   std::atomic<IUtilityStore*> store_ = nullptr;
-  OnceFound<ILogger> logger_{FindOrder::StoreFirst, ObjectNames::kLogger, InterfaceNames::kLogger};
+  LazyObject<ILogger> logger_{FindOrder::StoreFirst, ObjectNames::kLogger, InterfaceNames::kLogger};
   std::atomic<bool> logger_announced_ = false;
   Tracer tracer_;
   std::atomic<bool> detached_ = false;
-  OnceFound<ISignalMediator> mediator_{FindOrder::GlobalFirst, ObjectNames::kSignalMediator,
-                                       InterfaceNames::kSignalMediator};
-  OnceFound<IFileSystemA> file_system_{FindOrder::GlobalFirst, ObjectNames::kFileSystem, InterfaceNames::kFileSystemA};
-  OnceFound<IHostApp> host_app_{FindOrder::GlobalFirst, ObjectNames::kHostApp, InterfaceNames::kHostApp};
+  LazyObject<ISignalMediator> mediator_{FindOrder::GlobalFirst, ObjectNames::kSignalMediator,
+                                        InterfaceNames::kSignalMediator};
+  LazyObject<IFileSystemA> file_system_{FindOrder::GlobalFirst, ObjectNames::kFileSystem, InterfaceNames::kFileSystemA};
+  LazyObject<IHostApp> host_app_{FindOrder::GlobalFirst, ObjectNames::kHostApp, InterfaceNames::kHostApp};
 
   mutable std::mutex key_mutex_;
   std::string key_;

@@ -23,9 +23,9 @@ EngineCore::EngineCore()
       stopped_(OrvBase::Event::GetNewEvent()) {}
 
 bool EngineCore::OutputSignal(const SignalName& sender) {
-  EngineLock lock = MediatorLockDepth() > 0 ? EngineLock::Try(mutex_.get()) : Lock();
+  EngineLock lock = LockUnlessInverted();
   if (!lock) {
-    PutInInbox(sender);
+    PutInInbox({std::string(sender.type), std::string(sender.instance), std::string(sender.signal), std::nullopt});
     Post(kSignalReceivedEvent);
     return true;
   }
@@ -35,6 +35,20 @@ bool EngineCore::OutputSignal(const SignalName& sender) {
   lock.Unlock();
   Log(EngineCategories::kSignal, EngineLines::kUnlocked);
   return true;
+}
+
+void EngineCore::Queue(QueueEntry entry) {
+  if (const EngineLock lock = LockUnlessInverted()) {
+    MapInbox(lock);
+    Append(lock, std::move(entry));
+  } else {
+    PutInInbox({{}, {}, {}, std::move(entry)});
+  }
+  Post(kSignalReceivedEvent);
+}
+
+EngineLock EngineCore::LockUnlessInverted() const {
+  return MediatorLockDepth() > 0 ? EngineLock::Try(mutex_.get()) : Lock();
 }
 
 bool EngineCore::MapAndQueue(const EngineLock& lock, const SignalName& sender) {
@@ -71,29 +85,32 @@ void EngineCore::ReplaceQueue(const EngineLock& /*lock*/, SignalQueue queue) noe
   load_.fetch_add((static_cast<std::uint32_t>(queue_.Size()) - before) * kOneWaiting);
 }
 
-void EngineCore::PutInInbox(const SignalName& sender) {
-  Unmapped signal{std::string(sender.type), std::string(sender.instance), std::string(sender.signal)};
+void EngineCore::PutInInbox(Letter letter) {
   const std::scoped_lock lock(inbox_mutex_);
-  inbox_.push_back(std::move(signal));
+  inbox_.push_back(std::move(letter));
   inbox_size_ = inbox_.size();
   load_.fetch_add(kOneWaiting);
 }
 
-bool EngineCore::TakeFromInbox(Unmapped& signal) {
+bool EngineCore::TakeFromInbox(Letter& letter) {
   if (inbox_size_.load() == 0) return false;
   const std::scoped_lock lock(inbox_mutex_);
   if (inbox_.empty()) return false;
-  signal = std::move(inbox_.front());
+  letter = std::move(inbox_.front());
   inbox_.pop_front();
   inbox_size_ = inbox_.size();
   return true;
 }
 
 void EngineCore::MapInbox(const EngineLock& lock) {
-  Unmapped signal;
-  while (TakeFromInbox(signal)) {
+  Letter letter;
+  while (TakeFromInbox(letter)) {
     try {
-      MapAndQueue(lock, {signal.type, signal.instance, signal.signal});
+      if (letter.entry) {
+        Append(lock, *std::move(letter.entry));
+      } else {
+        MapAndQueue(lock, {letter.type, letter.instance, letter.signal});
+      }
     } catch (...) {  // The sender was answered long ago; the others still have to be mapped.
     }
     load_.fetch_sub(kOneWaiting);

@@ -6,6 +6,7 @@
 #include <deque>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 
 #include "OrvWorkFlow/OrvBase.h"
@@ -49,6 +50,9 @@ class EngineCore {
   // thread that holds the mediator's lock (which the pump may be waiting for) only leaves the three names in the inbox;
   // whoever takes the engine mutex next maps them.
   bool OutputSignal(const SignalName& sender);
+
+  // Queues an entry that is no answer to an output signal, on the same terms, and wakes the pump.
+  void Queue(QueueEntry entry);
 
   // Waits for the engine mutex.
   EngineLock Lock() const { return EngineLock(mutex_.get()); }
@@ -100,14 +104,18 @@ class EngineCore {
   static constexpr std::uint32_t kOneWaiting = 2;
 
  private:
-  struct Unmapped {
+  // Three names still to be mapped, or an entry that is ready.
+  struct Letter {
     std::string type;
     std::string instance;
     std::string signal;
+    std::optional<QueueEntry> entry;
   };
 
-  void PutInInbox(const SignalName& sender);
-  bool TakeFromInbox(Unmapped& signal);
+  // Does not wait for the mutex while the pump may be waiting for this thread.
+  EngineLock LockUnlessInverted() const;
+  void PutInInbox(Letter letter);
+  bool TakeFromInbox(Letter& letter);
   bool MapAndQueue(const EngineLock& lock, const SignalName& sender);
   void WaitForStop();
   void WaitUntilReturned() const;
@@ -129,7 +137,7 @@ class EngineCore {
   std::shared_ptr<EngineCore> for_the_pump_;  // from a start until the pump has begun
 
   std::mutex inbox_mutex_;  // leaf
-  std::deque<Unmapped> inbox_;
+  std::deque<Letter> inbox_;
   std::atomic<std::size_t> inbox_size_ = 0;
 };
 

@@ -1,5 +1,7 @@
 #include "workflowengine/FlowPaths.h"
 
+#include <utility>
+
 #include "CoreObjects/Marshalled.h"
 
 namespace OrvWorkFlow {
@@ -17,27 +19,52 @@ std::string PlatformPath(const std::string& path, IFileSystemA* file_system) {
 
 void FlowPaths::SetLoaded(const std::string& name, const std::string& file_path, std::vector<FlowRecord> records,
                           IFileSystemA* file_system) {
+  std::string loaded_name = name;
   std::string loaded_file = file_path;
-  std::vector<std::pair<std::string, std::string>> platform_paths;
-  platform_paths.emplace_back(name, PlatformPath(file_path, file_system));
+  std::string loaded_platform_path = PlatformPath(file_path, file_system);
+  std::unordered_map<std::string, std::string> platform_paths;
   for (const FlowRecord& record : records) {
-    platform_paths.emplace_back(record.name, PlatformPath(record.file_path, file_system));
+    platform_paths.try_emplace(record.name, PlatformPath(record.file_path, file_system));
   }
   const std::scoped_lock lock(mutex_);
-  loaded_file_ = std::move(loaded_file);
-  records_ = std::move(records);
-  platform_paths_ = std::move(platform_paths);
+  loaded_name_.swap(loaded_name);
+  loaded_file_.swap(loaded_file);
+  loaded_platform_path_.swap(loaded_platform_path);
+  records_.swap(records);
+  platform_paths_.swap(platform_paths);
+}
+
+bool FlowPaths::Add(const FlowRecord& record, IFileSystemA* file_system) {
+  std::string platform_path = PlatformPath(record.file_path, file_system);
+  const std::scoped_lock lock(mutex_);
+  records_.push_back(record);
+  try {
+    if (platform_paths_.try_emplace(record.name, std::move(platform_path)).second) return true;
+  } catch (...) {
+    records_.pop_back();
+    throw;
+  }
+  records_.pop_back();
+  return false;
+}
+
+void FlowPaths::Remove(const std::string& name) {
+  const std::scoped_lock lock(mutex_);
+  platform_paths_.erase(name);
+  std::erase_if(records_, [&](const FlowRecord& record) { return record.name == name; });
 }
 
 bool FlowPaths::Find(const std::string& name, std::string& platform_path) const {
   if (name.empty()) return false;
   const std::scoped_lock lock(mutex_);
-  for (const auto& [flow, path] : platform_paths_) {
-    if (flow != name) continue;
-    platform_path = path;
+  if (name == loaded_name_) {
+    platform_path = loaded_platform_path_;
     return true;
   }
-  return false;
+  const auto found = platform_paths_.find(name);
+  if (found == platform_paths_.end()) return false;
+  platform_path = found->second;
+  return true;
 }
 
 std::string FlowPaths::LoadedFile() const {

@@ -3,7 +3,7 @@
 
 #include <mutex>
 #include <string>
-#include <utility>
+#include <unordered_map>
 #include <vector>
 
 #include "OrvWorkFlow/IFileSystem.h"
@@ -19,6 +19,11 @@ class FlowPaths {
   void SetLoaded(const std::string& name, const std::string& file_path, std::vector<FlowRecord> records,
                  IFileSystemA* file_system);
 
+  // Appends an absorbed workflow; false, with nothing changed, when one of that name is among them.
+  bool Add(const FlowRecord& record, IFileSystemA* file_system);
+  // Takes back what Add appended.
+  void Remove(const std::string& name);
+
   // The platform path for the name of a workflow; false when it is not known.
   bool Find(const std::string& name, std::string& platform_path) const;
 
@@ -30,7 +35,9 @@ class FlowPaths {
   mutable std::mutex mutex_;
   std::string loaded_file_;
   std::vector<FlowRecord> records_;
-  std::vector<std::pair<std::string, std::string>> platform_paths_;  // by name; the loaded workflow's first
+  std::string loaded_name_;
+  std::string loaded_platform_path_;
+  std::unordered_map<std::string, std::string> platform_paths_;  // of the records, by name; the first of a name
 };
 
 }  // namespace OrvWorkFlow

@@ -11,6 +11,7 @@ inline constexpr char kSignal[] = "workflow/Signal";
 inline constexpr char kIgnoredSignals[] = "workflow/IgnoredSingals";
 inline constexpr char kLoadState[] = "/workflow/workflowengine/loadstate";
 inline constexpr char kSaveState[] = "/workflow/workflowengine/SaveState";
+inline constexpr char kUpdateAbsorbTree[] = "workflow/UpdateAbsorbTree";
 }  // namespace EngineCategories
 
 // Log lines. "%s" and "%d" stand for values.
@@ -21,6 +22,8 @@ inline constexpr char kUnlocked[] = "WorkflowEngineUnlocked";
 inline constexpr char kQueueEmpty[] = "signal queue is empty";
 inline constexpr char kRemoved[] = "signal mapping removed from the signal queue";
 inline constexpr char kLeft[] = "There are %d left in the signal queue";
+inline constexpr char kAbsorbing[] = "Absorbing %s, %s";  // name, path; among the lines of a pass
+inline constexpr char kMovingNode[] = "Moving the child node";
 inline constexpr char kAdded[] = "signal mapping added to the signal queue";
 inline constexpr char kIgnored[] = "<%s, %s, %s> did not map to any input signals.";  // type, instance, signal
 inline constexpr char kNoWorkFlowName[] = "ERROR: could not find the workflow name.";
@@ -50,6 +53,7 @@ inline constexpr char kInvalidParameter[] = "Invalid parameter.";
 inline constexpr char kSecondStore[] = "The UtilityStore has already been set.";
 inline constexpr char kNoMediator[] = "SignalMediator object not available.";
 inline constexpr char kNoDictionary[] = "A dictionary object is not available.";
+inline constexpr char kNotAbsorbed[] = "The workflow could not be absorbed.";
 inline constexpr char kNotSaved[] = "The workflow dictionary could not be saved.";
 }  // namespace EngineErrors
 

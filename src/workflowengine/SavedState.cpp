@@ -36,6 +36,12 @@ std::string ReadString(IDictionary& dictionary, const std::string& path) {
   return value;
 }
 
+FlowRecord MakeFlowRecord(std::string name, std::string file_path) {
+  const std::size_t cut = file_path.find_last_of("/\\");
+  std::string directory = cut == std::string::npos ? std::string() : file_path.substr(0, cut);
+  return {std::move(name), std::move(file_path), std::move(directory)};
+}
+
 bool WriteQueue(IDictionary& dictionary, const std::vector<QueueEntry>& entries) {
   dictionary.Delete(WorkflowSchema::kSignalQueue);
   const std::string prefix = std::string(WorkflowSchema::kSignalQueue) + WorkflowSchema::kQueueEntryPrefix;
@@ -95,8 +101,8 @@ std::vector<FlowRecord> ReadFlowRecords(IDictionary& dictionary) {
   std::vector<FlowRecord> records;
   for (const std::string& child : ListChildren(dictionary, WorkflowSchema::kWorkFlows)) {
     const std::string key = Below(WorkflowSchema::kWorkFlows, child);
-    records.push_back({ReadString(dictionary, key + WorkflowSchema::kWorkFlowRecordName),
-                       ReadString(dictionary, key + WorkflowSchema::kWorkFlowRecordFilePath)});
+    records.push_back(MakeFlowRecord(ReadString(dictionary, key + WorkflowSchema::kWorkFlowRecordName),
+                                     ReadString(dictionary, key + WorkflowSchema::kWorkFlowRecordFilePath)));
   }
   return records;
 }
@@ -106,18 +112,6 @@ std::string ReadWriteDirectory(IDictionary& dictionary, const std::string& workf
   const bool digit = workflow_name.front() >= '0' && workflow_name.front() <= '9';
   const std::string entry = digit ? "_" + workflow_name : workflow_name;
   return ReadString(dictionary, Below(WorkflowSchema::kDirectories, entry) + WorkflowSchema::kWriteDir);
-}
-
-bool IsInAbsorbTree(IDictionary& dictionary, const std::string& workflow_name) {
-  if (workflow_name.empty()) return false;
-  const std::string top = std::string(WorkflowSchema::kAbsorbTree) + WorkflowSchema::kAbsorbTopNode;
-  const Marshalled<IOrvPStringList> list;
-  std::vector<std::string> paths;
-  if (!list || !dictionary.EnumeratePaths(top.c_str(), list.get()) || !ReadTexts(list.get(), paths)) return false;
-  for (const std::string& path : paths) {
-    if (ReadString(dictionary, path) == workflow_name) return true;
-  }
-  return false;
 }
 
 }  // namespace OrvWorkFlow

@@ -20,7 +20,9 @@ struct StartSignal {
 struct FlowRecord {
   std::string name;
   std::string file_path;  // as it was given: a workflow path or a platform path
+  std::string directory;  // of the file
 };
+FlowRecord MakeFlowRecord(std::string name, std::string file_path);
 
 // The text of a string entry, "" when there is none.
 std::string ReadString(IDictionary& dictionary, const std::string& path);
@@ -37,8 +39,5 @@ std::vector<FlowRecord> ReadFlowRecords(IDictionary& dictionary);
 
 // "" when the workflow has none. A workflow name that begins with a digit stands there with a leading "_".
 std::string ReadWriteDirectory(IDictionary& dictionary, const std::string& workflow_name);
-
-// True when an entry of the absorb tree holds the name; never for "".
-bool IsInAbsorbTree(IDictionary& dictionary, const std::string& workflow_name);
 
 }  // namespace OrvWorkFlow

@@ -11,6 +11,7 @@
 #include "CoreObjects/BaseObject.h"
 #include "CoreObjects/ObjectCreator.h"
 #include "OrvWorkFlow/IWorkFlowEngine.h"
+#include "workflowengine/AbsorbTurns.h"
 #include "workflowengine/EngineCore.h"
 #include "workflowengine/FlowPaths.h"
 #include "workflowengine/SavedState.h"
@@ -55,6 +56,7 @@ class CWorkFlowEngine final : public BaseObject<CWorkFlowEngine, IWorkFlowEngine
   bool StartFlowing() override;
   bool StopFlowing() override;
   bool DeleteTemporaryData() override;
+  bool AbsorbFlow(const char* file_path, bool queue_start_signal) override;
   bool GetWorkFlowFilePath(const char* workflow_name, IOrvPString* path) override;
   bool GetQueueState(QueueState* state) override;
 
@@ -68,12 +70,19 @@ class CWorkFlowEngine final : public BaseObject<CWorkFlowEngine, IWorkFlowEngine
   void AfterLastRun();
   void PrepareQueue();
 
+  // Absorbing.cpp. True when the workflow is one of the absorbed now.
+  bool TakeIn(IDictionary& flow, ISignalMediator& mediator, const FlowRecord& record);
+  void UpdateAbsorbTree(IDictionary& dictionary, ISignalMediator& mediator, const std::string& name);
+  void QueueStartSignalOf(IDictionary& flow);
+
   std::string InWriteDirectory(const char* file_name);
 
   static inline std::atomic<int> live_count_ = 0;
 
   const std::shared_ptr<EngineCore> core_;
   FlowPaths flow_paths_;
+  AbsorbTurns absorb_turns_;
+  std::recursive_mutex absorb_tree_mutex_;  // before the dictionary's; a listener of the dictionary may absorb
 
   std::mutex texts_mutex_;  // leaf
   StartSignal start_signal_;

@@ -2,6 +2,7 @@
 // workflow.
 #include "CoreObjects/ErrorBox.h"
 #include "OrvWorkFlow/WorkflowSchema.h"
+#include "workflowengine/AbsorbTree.h"
 #include "workflowengine/Messages.h"
 #include "workflowengine/WorkFlowEngineObject.h"
 

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "OrvWorkFlow/IComponentFinder.h"
 #include "OrvWorkFlow/IDictionary.h"
 #include "OrvWorkFlow/IFactoryObjectCreator.h"
 #include "OrvWorkFlow/IFileSystem.h"
@@ -123,7 +124,7 @@ TEST(SlotOrderTest, WorkFlowEngine) {
   using I = IWorkFlowEngine;
   SlotList() (&I::AddSignalMapping) (&I::RemoveSignalMapping) (&I::GetSignalMappings) (&I::RemoveAllSignalMappings) (
       &I::OutputSignal) (&I::SetStartSignal) (&I::StartFlowing) (&I::StopFlowing) (&I::DeleteTemporaryData) (
-      &I::GetWorkFlowFilePath)(&I::GetQueueState)
+      &I::AbsorbFlow) (&I::GetWorkFlowFilePath)(&I::GetQueueState)
       .ExpectConsecutiveFrom(kBaseOperations);
 }
 
@@ -133,6 +134,7 @@ TEST(SlotOrderTest, WorkNode) {
       &I::GetProperty)(&I::Initialise)
       .ExpectConsecutiveFrom(kBaseOperations);
   SlotList()(&IOutgoingSignalHandler::Signal).ExpectConsecutiveFrom(0);
+  SlotList()(&IComponentFinder::FindNewComponents).ExpectConsecutiveFrom(0);
 }
 
 TEST(SlotOrderTest, HostInterfaces) {

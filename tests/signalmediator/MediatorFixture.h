@@ -63,6 +63,7 @@ class FakeEngine final : public OrvWorkFlow::ObjectProtocol<FakeEngine, OrvWorkF
   bool StartFlowing() override { return false; }
   bool StopFlowing() override { return false; }
   bool DeleteTemporaryData() override { return false; }
+  bool AbsorbFlow(const char*, bool) override { return false; }
   bool GetWorkFlowFilePath(const char*, OrvWorkFlow::IOrvPString*) override { return false; }
   bool GetQueueState(QueueState*) override { return false; }
 

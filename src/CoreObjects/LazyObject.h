@@ -11,9 +11,9 @@ namespace OrvWorkFlow {
 
 // Any thread. What came from a utility store is released with the holder.
 template <class Interface>
-class OnceFound {
+class LazyObject {
  public:
-  OnceFound(FindOrder order, const char* object_name, const char* interface_name)
+  LazyObject(FindOrder order, const char* object_name, const char* interface_name)
       : order_(order), object_name_(object_name), interface_name_(interface_name) {}
 
   // Null while there is none; the next call then looks again. No lock is held during the look-up; of two threads that

@@ -1,0 +1,108 @@
+#include "workflowengine/AbsorbTree.h"
+
+#include <algorithm>
+#include <string_view>
+
+#include "CoreObjects/Marshalled.h"
+#include "OrvWorkFlow/WorkflowSchema.h"
+#include "workflowengine/SavedState.h"
+
+namespace OrvWorkFlow {
+namespace {
+
+constexpr char kNodePrefix[] = "/node";  // followed by a number
+
+struct TreeEntry {
+  std::string path;
+  std::string workflow_name;
+};
+
+std::string TopPath() { return std::string(WorkflowSchema::kAbsorbTree) + WorkflowSchema::kAbsorbTopNode; }
+
+// What is below `path`, and the entry itself, in pre-order.
+std::vector<TreeEntry> ReadTree(IDictionary& dictionary, const std::string& path) {
+  const Marshalled<IOrvPStringList> list;
+  std::vector<std::string> paths;
+  if (!list || !dictionary.EnumeratePaths(path.c_str(), list.get()) || !ReadTexts(list.get(), paths)) return {};
+  std::vector<TreeEntry> tree;
+  tree.reserve(paths.size());
+  for (std::string& entry : paths) {
+    std::string name = ReadString(dictionary, entry);
+    tree.push_back({std::move(entry), std::move(name)});
+  }
+  return tree;
+}
+
+// The first of that name; null when there is none.
+const TreeEntry* FindName(const std::vector<TreeEntry>& tree, const std::string& workflow_name) {
+  const auto found = std::find_if(tree.begin(), tree.end(),
+                                  [&](const TreeEntry& entry) { return entry.workflow_name == workflow_name; });
+  return found == tree.end() || workflow_name.empty() ? nullptr : &*found;
+}
+
+bool IsSameOrBelow(std::string_view path, std::string_view ancestor) {
+  return path.starts_with(ancestor) && (path.size() == ancestor.size() || path[ancestor.size()] == '/');
+}
+
+// A path below `parent` that is not in the tree: the one with the lowest number.
+std::string FreePlace(const std::vector<TreeEntry>& tree, const std::string& parent) {
+  const std::string prefix = parent + kNodePrefix;
+  std::vector<bool> taken(tree.size() + 1);
+  for (const TreeEntry& entry : tree) {
+    if (!entry.path.starts_with(prefix)) continue;
+    for (std::size_t number = 0, place = prefix.size();; ++place) {
+      if (place == entry.path.size()) {
+        if (number < taken.size() && place > prefix.size()) taken[number] = true;
+        break;
+      }
+      const char digit = entry.path[place];
+      const bool leading_zero = place == prefix.size() + 1 && number == 0;
+      if (digit < '0' || digit > '9' || leading_zero || number >= taken.size()) break;
+      number = 10 * number + static_cast<std::size_t>(digit - '0');
+    }
+  }
+  const auto free = std::find(taken.begin(), taken.end(), false);
+  return prefix + std::to_string(free - taken.begin());
+}
+
+void MoveSubtree(IDictionary& dictionary, const std::vector<TreeEntry>& tree, const std::string& from,
+                 const std::string& to) {
+  for (const TreeEntry& entry : tree) {
+    if (!IsSameOrBelow(entry.path, from)) continue;
+    dictionary.SetValue((to + entry.path.substr(from.size())).c_str(), entry.workflow_name.c_str());
+  }
+  dictionary.Delete(from.c_str());
+}
+
+}  // namespace
+
+bool IsInAbsorbTree(IDictionary& dictionary, const std::string& workflow_name) {
+  return FindName(ReadTree(dictionary, TopPath()), workflow_name) != nullptr;
+}
+
+TreeChange PutInAbsorbTree(IDictionary& dictionary, const std::string& workflow_name,
+                           const std::vector<std::string>& absorbers) {
+  const std::string top = TopPath();
+  if (!dictionary.Exists(top.c_str())) {
+    dictionary.SetValue(top.c_str(), ReadString(dictionary, WorkflowSchema::kWorkFlowName).c_str());
+  }
+  const std::vector<TreeEntry> tree = ReadTree(dictionary, WorkflowSchema::kAbsorbTree);
+  const TreeEntry* absorber = nullptr;
+  for (auto name = absorbers.begin(); name != absorbers.end() && absorber == nullptr; ++name) {
+    absorber = FindName(tree, *name);
+  }
+  const std::string parent = absorber != nullptr ? absorber->path : top;
+  const TreeEntry* known = FindName(tree, workflow_name);
+  if (known == nullptr) {
+    dictionary.SetValue(FreePlace(tree, parent).c_str(), workflow_name.c_str());
+    return TreeChange::Added;
+  }
+  const std::string& place = known->path;
+  if (place == top || IsSameOrBelow(parent, place) || place.substr(0, place.rfind('/')) == parent) {
+    return TreeChange::None;
+  }
+  MoveSubtree(dictionary, tree, place, FreePlace(tree, parent));
+  return TreeChange::Moved;
+}
+
+}  // namespace OrvWorkFlow
