@@ -32,6 +32,12 @@ class SlowModel {
   std::string Save();
   std::string Dump() const;
 
+  // Of an element's raw attribute text.
+  using Pairs = std::vector<std::pair<std::string, std::string>>;
+  static Pairs ParseAttributes(const std::string& text);
+  static std::string JoinAttributes(const Pairs& pairs);
+  static std::string ChangeAttribute(const std::string& text, const std::string& name, const std::string& value);
+
  private:
   struct Element {
     std::string name;
@@ -40,13 +46,9 @@ class SlowModel {
     std::vector<std::unique_ptr<Element>> children;
   };
   class Reader;
-  using Pairs = std::vector<std::pair<std::string, std::string>>;
 
   static Strings Split(const std::string& path);
   static bool IsValid(const Strings& components);
-  static Pairs ParseAttributes(const std::string& text);
-  static std::string JoinAttributes(const Pairs& pairs);
-  static std::string ChangeAttribute(const std::string& text, const std::string& name, const std::string& value);
   static ValueType TypeOf(const Element& element);
   static void WriteElement(const Element& element, std::size_t depth, std::string& output);
   static void DumpElement(const Element& element, std::string& output);

@@ -6,18 +6,15 @@
 #include <algorithm>
 #include <filesystem>
 #include <functional>
-#include <map>
 #include <mutex>
-#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "OrvWorkFlow/IWorkFlowEngine.h"
 #include "OrvWorkFlow/WorkFlowFactory.h"
 #include "filesystem/FileSystemObject.h"
 #include "platform/FaultPlatform.h"
-#include "runtime/ObjectProtocol.h"
+#include "tests/fakes/FakeEngine.h"
 #include "tests/platform/PlatformTesting.h"
 #include "tests/support/Marshalled.h"
 #include "tests/support/TempDirectory.h"
@@ -41,43 +38,6 @@ class ListeningHook final : public OrvWorkFlow::ErrorHook {
  private:
   std::mutex mutex_;
   std::vector<std::string> reports_;
-};
-
-// An engine that knows where some workflows lie. Lives on the stack of a test.
-class FakeEngine final : public OrvWorkFlow::ObjectProtocol<FakeEngine, OrvWorkFlow::IWorkFlowEngine> {
- public:
-  FakeEngine() : ObjectProtocol("WorkFlowEngine", "IWorkFlowEngine") {}
-
-  std::map<std::string, std::string> paths;
-  std::set<std::string> throwing;
-  std::vector<std::string> asked;
-
-  bool GetWorkFlowFilePath(const char* workflow_name, OrvWorkFlow::IOrvPString* path) override {
-    asked.emplace_back(workflow_name);
-    if (throwing.count(workflow_name) != 0) throw 1;
-    const auto found = paths.find(workflow_name);
-    return found != paths.end() && path->Assign(found->second.data(), found->second.size());
-  }
-
-  bool AddSignalMapping(const char*, const char*, const char*, const char*, const char*, const char*, const char*,
-                        const char*) override {
-    return false;
-  }
-  bool RemoveSignalMapping(const char*, const char*, const char*, const char*, const char*, const char*, const char*,
-                           const char*) override {
-    return false;
-  }
-  bool GetSignalMappings(const char*, const char*, const char*, OrvWorkFlow::IOrvPStringList*) override {
-    return false;
-  }
-  bool RemoveAllSignalMappings() override { return false; }
-  bool OutputSignal(const char*, const char*, const char*) override { return false; }
-  bool SetStartSignal(const char*, const char*, const char*) override { return false; }
-  bool StartFlowing() override { return false; }
-  bool StopFlowing() override { return false; }
-  bool DeleteTemporaryData() override { return false; }
-  bool GetQueueState(QueueState*) override { return false; }
-  void Release() override {}
 };
 
 // Makes an engine the process's global one for the length of a scope.
