@@ -72,7 +72,12 @@ bool CWorkFlowEngine::TakeIn(IDictionary& flow, ISignalMediator& mediator, const
     core_->Log(EngineCategories::kFireAllReadySignals, EngineLines::kAbsorbing, record.name.c_str(),
                record.file_path.c_str());
   }
-  if (!mediator.Absorb(&flow)) {
+  bool absorbed = false;
+  try {
+    absorbed = mediator.Absorb(&flow);
+  } catch (...) {  // Like a refusal.
+  }
+  if (!absorbed) {
     if (is_new) flow_paths_.Remove(record.name);
     return false;
   }

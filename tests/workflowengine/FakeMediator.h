@@ -25,7 +25,9 @@ class FakeMediator final : public OrvWorkFlow::ObjectProtocol<FakeMediator, OrvW
   std::function<void()> on_stop_all;
   std::function<void()> on_save;
   std::function<void()> on_delete_temporary_data;
-  bool keep_record = true;  // of the fired signals
+  std::function<bool(OrvWorkFlow::IDictionary& flow)> on_absorb;  // in place of answering true
+  std::vector<std::string> absorbing_nodes;                       // definition paths
+  bool keep_record = true;                                        // of the fired signals
 
   bool FireInputSignal(const char* type, const char* instance, const char* signal) override {
     if (on_fire) on_fire(type, instance, signal);
@@ -55,6 +57,14 @@ class FakeMediator final : public OrvWorkFlow::ObjectProtocol<FakeMediator, OrvW
     if (on_save) on_save();
     return true;
   }
+  bool Absorb(OrvWorkFlow::IDictionary* flow) override {
+    ++absorbs;
+    return !on_absorb || on_absorb(*flow);
+  }
+  bool GetInstantiatedWorknodesThatCallAbsorb(OrvWorkFlow::IOrvPStringList* paths) override {
+    for (const std::string& path : absorbing_nodes) paths->Add(path.data(), path.size());
+    return true;
+  }
   void SetEncryptionKey(const char* key) override { keys.emplace_back(key); }
   void Release() override {}
 
@@ -69,8 +79,6 @@ class FakeMediator final : public OrvWorkFlow::ObjectProtocol<FakeMediator, OrvW
   }
   bool DeleteAllUtilityObjectsAndWorknodesFromMemory() override { return false; }
   bool LoadWorkNodesNow(bool) override { return false; }
-  bool Absorb(OrvWorkFlow::IDictionary*) override { return false; }
-  bool GetInstantiatedWorknodesThatCallAbsorb(OrvWorkFlow::IOrvPStringList*) override { return false; }
   bool GetStatistics(Statistics*) override { return false; }
 
   // "type,instance,signal" of each input signal, in order.
@@ -90,6 +98,7 @@ class FakeMediator final : public OrvWorkFlow::ObjectProtocol<FakeMediator, OrvW
   std::atomic<int> stops = 0;
   std::atomic<int> reboots = 0;
   std::atomic<int> deletions = 0;
+  std::atomic<int> absorbs = 0;
   bool delete_answer = true;
   std::vector<std::string> saved_paths;
   std::vector<std::string> keys;
