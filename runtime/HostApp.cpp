@@ -1,7 +1,9 @@
 #include "runtime/HostApp.h"
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <cstring>
 #include <deque>
 #include <mutex>
 #include <thread>
@@ -20,16 +22,36 @@ struct HostApp::Call {
 };
 
 struct HostApp::State {
+  bool Take(Call* call) {
+    if (queue.empty()) {
+      return false;
+    }
+    *call = queue.front();
+    queue.pop_front();
+    ++counts.delivered;
+    return true;
+  }
+
+  void WakeWaiting() {
+    if (waiting > 0) {
+      changed.notify_all();
+    }
+  }
+
   mutable std::mutex mutex;  // Guards what follows; a leaf, not held while a call runs.
   std::condition_variable changed;
+  unsigned waiting = 0;  // threads, for `changed`
   std::deque<Call> queue;
   Counts counts;
   Poll poll;
-  Clock::time_point next_poll = Clock::now();
+  std::atomic<Clock::time_point> next_poll = Clock::now();  // Changed under the mutex, read without it too.
   bool closed = false;
-  bool quitting = false;
+  std::atomic<bool> quitting = false;  // The same.
   unsigned loops = 0;  // that run now, nested ones included
   std::thread::id gui_thread;
+
+  std::atomic<bool> restart_allowed = false;
+  std::atomic<bool> restart_requested = false;
 };
 
 namespace {
@@ -53,10 +75,7 @@ class LoopScope {
   LoopScope(const LoopScope&) = delete;
   LoopScope& operator=(const LoopScope&) = delete;
 
-  bool IsQuitting() const {
-    const std::lock_guard lock(state_.mutex);
-    return state_.quitting;
-  }
+  bool IsQuitting() const { return state_.quitting; }
 
  private:
   State& state_;
@@ -83,6 +102,11 @@ HostApp* HostApp::New() noexcept {
   }
 }
 
+void* HostApp::QueryInterface(const char* interface_name) {
+  const bool restart = interface_name != nullptr && std::strcmp(interface_name, "IHostRestart") == 0;
+  return restart ? static_cast<IHostRestart*>(this) : SharedObject::QueryInterface(interface_name);
+}
+
 bool HostApp::RunOnGuiThread(IHostAppGuiThreadCallback* callback, InputSignalMessage* message) {
   const bool complete = callback != nullptr && message != nullptr;
   return Queue(complete ? Call{callback, message, nullptr, nullptr} : Call{});
@@ -98,7 +122,7 @@ bool HostApp::Queue(const Call& call) noexcept {
     try {
       state_->queue.push_back(call);
       ++state_->counts.accepted;
-      state_->changed.notify_all();
+      state_->WakeWaiting();
       return true;
     } catch (...) {
       // Without memory the call is refused.
@@ -110,13 +134,7 @@ bool HostApp::Queue(const Call& call) noexcept {
 
 bool HostApp::TakeNext(Call* call) {
   const std::lock_guard lock(state_->mutex);
-  if (state_->queue.empty()) {
-    return false;
-  }
-  *call = state_->queue.front();
-  state_->queue.pop_front();
-  ++state_->counts.delivered;
-  return true;
+  return state_->Take(call);
 }
 
 void HostApp::Perform(const Call& call) {
@@ -139,13 +157,13 @@ void HostApp::SetPoll(Poll poll) noexcept {
 }
 
 void HostApp::PollWhenDue() {
+  const Clock::time_point now = Clock::now();
+  if (now < state_->next_poll.load()) {
+    return;
+  }
   Poll poll;
   {
     const std::lock_guard lock(state_->mutex);
-    const Clock::time_point now = Clock::now();
-    if (now < state_->next_poll) {
-      return;
-    }
     poll = state_->poll;
     state_->next_poll = now + std::chrono::milliseconds(poll.milliseconds);
   }
@@ -154,13 +172,17 @@ void HostApp::PollWhenDue() {
   }
 }
 
-// Waits until something is queued, somebody quits, or it is time to poll. False when there is no call to take.
-bool HostApp::WaitForCall() {
+// Waits until something is queued, somebody quits, or it is time to poll. False when no call was taken.
+bool HostApp::WaitForCall(Call* call) {
   State& state = *state_;
   std::unique_lock lock(state.mutex);
   const auto something_to_do = [&state] { return !state.queue.empty() || state.quitting; };
-  state.changed.wait_until(lock, state.next_poll, something_to_do);
-  return !state.queue.empty() && !state.quitting;
+  if (!something_to_do()) {
+    ++state.waiting;
+    state.changed.wait_until(lock, state.next_poll.load(), something_to_do);
+    --state.waiting;
+  }
+  return !state.quitting && state.Take(call);
 }
 
 void HostApp::RunGuiThread() { RunGuiThreadUntil(nullptr, nullptr); }
@@ -176,7 +198,7 @@ bool HostApp::RunGuiThreadUntil(Condition condition, void* context) {
     }
     PollWhenDue();
     Call call;
-    if (WaitForCall() && TakeNext(&call)) {
+    if (WaitForCall(&call)) {
       Perform(call);
     }
   }
@@ -195,7 +217,7 @@ std::uint64_t HostApp::DeliverQueued() {
 void HostApp::Quit() noexcept {
   const std::lock_guard lock(state_->mutex);
   state_->quitting = true;
-  state_->changed.notify_all();
+  state_->WakeWaiting();
 }
 
 void HostApp::Close() noexcept {
@@ -214,5 +236,15 @@ HostApp::Counts HostApp::GetCounts() const noexcept {
   counts.queued = state_->queue.size();
   return counts;
 }
+
+void HostApp::AllowRestart(bool allowed) noexcept { state_->restart_allowed = allowed; }
+
+bool HostApp::RequestRestart() {
+  if (!state_->restart_allowed) return false;
+  state_->restart_requested = true;
+  return true;
+}
+
+bool HostApp::RestartRequested() const noexcept { return state_->restart_requested; }
 
 }  // namespace OrvWorkFlow

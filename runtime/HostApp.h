@@ -17,7 +17,7 @@ namespace OrvWorkFlow {
 
 // Any thread, unless an operation says "GUI thread": the one that runs the queue. There is one at a time, and it may
 // change while no loop runs. Nothing is delivered inside RunOnGuiThread or PostToGuiThread.
-class ORV_RUNTIME_API HostApp final : public SharedObject<HostApp, IHostApp> {
+class ORV_RUNTIME_API HostApp final : public SharedObject<HostApp, IHostApp>, public IHostRestart {
  public:
   using Task = void (*)(void* context);
   // True ends the loop.
@@ -42,6 +42,9 @@ class ORV_RUNTIME_API HostApp final : public SharedObject<HostApp, IHostApp> {
 
   // A new object with one reference, the caller's; null without memory.
   static HostApp* New() noexcept;
+
+  // "IHostApp" and "IHostRestart".
+  void* QueryInterface(const char* interface_name) override;
 
   bool RunOnGuiThread(IHostAppGuiThreadCallback* callback, InputSignalMessage* message) override;
 
@@ -75,6 +78,12 @@ class ORV_RUNTIME_API HostApp final : public SharedObject<HostApp, IHostApp> {
 
   Counts GetCounts() const noexcept;
 
+  // Whether nodes may ask for a restart; at first they may not.
+  void AllowRestart(bool allowed) noexcept;
+  bool RequestRestart() override;
+  // True once a node has asked.
+  bool RestartRequested() const noexcept;
+
  private:
   friend class ObjectProtocol<HostApp, IHostApp>;
   friend class SharedObject<HostApp, IHostApp>;
@@ -87,7 +96,7 @@ class ORV_RUNTIME_API HostApp final : public SharedObject<HostApp, IHostApp> {
   bool Queue(const Call& call) noexcept;
   bool TakeNext(Call* call);
   void Perform(const Call& call);
-  bool WaitForCall();
+  bool WaitForCall(Call* call);
   void PollWhenDue();
 
   std::unique_ptr<State> state_;

@@ -30,4 +30,17 @@ class IHostApp : public IBaseWorkFlowObject {
   ~IHostApp() = default;
 };
 
+// What the host application answers to besides "IHostApp" when it can end, with the workflow's state saved, and go on
+// later: a work node asks the global object "HostApp" for "IHostRestart". A host that cannot answers null.
+class IHostRestart {
+ public:
+  // Asks the host to stop the workflow, save its state and end. Returns at once; the host stops between two signals. A
+  // node that asks answers true to the StopWork that follows, and is given its reboot signal when the workflow goes on.
+  // False when the host keeps no state: then nothing stops. Any thread.
+  virtual bool RequestRestart() = 0;
+
+ protected:
+  ~IHostRestart() = default;
+};
+
 }  // namespace OrvWorkFlow

@@ -34,6 +34,25 @@ void FlowPaths::SetLoaded(const std::string& name, const std::string& file_path,
   platform_paths_.swap(platform_paths);
 }
 
+bool FlowPaths::SetDefinition(const std::string& file_path, IFileSystemA* file_system) {
+  std::string definition = PlatformPath(file_path, file_system);
+  std::vector<FlowRecord> records;
+  {
+    const std::scoped_lock lock(mutex_);
+    if (loaded_file_.empty()) return false;
+    loaded_platform_path_.swap(definition);
+    records = records_;
+  }
+  // Translating asks for the paths that are known, so the mutex is free meanwhile.
+  for (const FlowRecord& record : records) {
+    std::string platform_path = PlatformPath(record.file_path, file_system);
+    const std::scoped_lock lock(mutex_);
+    const auto known = platform_paths_.find(record.name);
+    if (known != platform_paths_.end()) known->second.swap(platform_path);
+  }
+  return true;
+}
+
 bool FlowPaths::Add(const FlowRecord& record, IFileSystemA* file_system) {
   std::string platform_path = PlatformPath(record.file_path, file_system);
   const std::scoped_lock lock(mutex_);

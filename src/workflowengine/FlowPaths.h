@@ -19,6 +19,10 @@ class FlowPaths {
   void SetLoaded(const std::string& name, const std::string& file_path, std::vector<FlowRecord> records,
                  IFileSystemA* file_system);
 
+  // The loaded workflow is defined elsewhere. The absorbed ones are looked for anew: their paths may begin with its
+  // name. False before the first load.
+  bool SetDefinition(const std::string& file_path, IFileSystemA* file_system);
+
   // Appends an absorbed workflow; false, with nothing changed, when one of that name is among them.
   bool Add(const FlowRecord& record, IFileSystemA* file_system);
   // Takes back what Add appended.

@@ -183,6 +183,15 @@ bool CWorkFlowEngine::GetWorkFlowFilePath(const char* workflow_name, IOrvPString
   }
 }
 
+bool CWorkFlowEngine::SetWorkFlowFilePath(const char* path) {
+  if (path == nullptr || *path == '\0') return false;
+  try {
+    return flow_paths_.SetDefinition(path, Others().FileSystem());
+  } catch (...) {
+    return false;
+  }
+}
+
 bool CWorkFlowEngine::GetQueueState(QueueState* state) {
   if (state == nullptr) return false;
   const std::uint32_t load = core_->Load();

@@ -59,6 +59,7 @@ class CWorkFlowEngine final : public BaseObject<CWorkFlowEngine, IWorkFlowEngine
   bool AbsorbFlow(const char* file_path, bool queue_start_signal) override;
   bool GetWorkFlowFilePath(const char* workflow_name, IOrvPString* path) override;
   bool GetQueueState(QueueState* state) override;
+  bool SetWorkFlowFilePath(const char* path) override;
 
  private:
   Collaborators& Others() noexcept { return core_->Others(); }

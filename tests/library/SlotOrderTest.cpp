@@ -124,7 +124,7 @@ TEST(SlotOrderTest, WorkFlowEngine) {
   using I = IWorkFlowEngine;
   SlotList() (&I::AddSignalMapping) (&I::RemoveSignalMapping) (&I::GetSignalMappings) (&I::RemoveAllSignalMappings) (
       &I::OutputSignal) (&I::SetStartSignal) (&I::StartFlowing) (&I::StopFlowing) (&I::DeleteTemporaryData) (
-      &I::AbsorbFlow) (&I::GetWorkFlowFilePath)(&I::GetQueueState)
+      &I::AbsorbFlow) (&I::GetWorkFlowFilePath) (&I::GetQueueState)(&I::SetWorkFlowFilePath)
       .ExpectConsecutiveFrom(kBaseOperations);
 }
 

@@ -285,4 +285,18 @@ TEST_F(HostAppTest, ManyThreadsQueueWhileItStops) {
   }
 }
 
+TEST_F(HostAppTest, NodesMayAskForARestartOnceItIsAllowed) {
+  IHostRestart* const restart = static_cast<IHostRestart*>(host_->QueryInterface("IHostRestart"));
+  ASSERT_NE(restart, nullptr);
+  EXPECT_NE(host_->QueryInterface("IHostApp"), nullptr);
+  EXPECT_EQ(host_->QueryInterface("IRestart"), nullptr);
+  EXPECT_EQ(host_->QueryInterface(nullptr), nullptr);
+  EXPECT_FALSE(restart->RequestRestart());
+  EXPECT_FALSE(host_->RestartRequested());
+  host_->AllowRestart(true);
+  EXPECT_FALSE(host_->RestartRequested());
+  EXPECT_TRUE(restart->RequestRestart());
+  EXPECT_TRUE(host_->RestartRequested());
+}
+
 }  // namespace

@@ -66,6 +66,7 @@ class FakeEngine final : public OrvWorkFlow::ObjectProtocol<FakeEngine, OrvWorkF
   bool AbsorbFlow(const char*, bool) override { return false; }
   bool GetWorkFlowFilePath(const char*, OrvWorkFlow::IOrvPString*) override { return false; }
   bool GetQueueState(QueueState*) override { return false; }
+  bool SetWorkFlowFilePath(const char*) override { return false; }
 
  private:
   mutable std::mutex mutex_;

@@ -305,6 +305,25 @@ TEST_F(StateTest, WorkflowPathsAreKnownAsPlatformPaths) {
   EXPECT_EQ(Value("/WorkFlowEngine/WorkFlows/Flow0/FilePath"), "$WINTEMP/first.xml");
 }
 
+TEST_F(StateTest, ASavedStateSpeaksForAFlowFileElsewhere) {
+  EXPECT_FALSE(Engine().SetWorkFlowFilePath("/data/flow.xml")) << "nothing is loaded";
+  Set("/WorkFlowEngine/WorkFlowName", "Flow");
+  Set("/WorkFlowEngine/WorkFlows/Flow0/Name", "First");
+  Set("/WorkFlowEngine/WorkFlows/Flow0/FilePath", "/data/first.xml");
+  WriteDictionary();
+  ASSERT_TRUE(Engine().LoadState(flow.c_str()));
+  EXPECT_FALSE(Engine().SetWorkFlowFilePath(nullptr));
+  EXPECT_FALSE(Engine().SetWorkFlowFilePath(""));
+  EXPECT_EQ(FilePath("Flow"), flow);
+  EXPECT_TRUE(Engine().SetWorkFlowFilePath("/data/flow.xml"));
+  EXPECT_EQ(FilePath("Flow"), "/data/flow.xml");
+  EXPECT_EQ(FilePath("First"), "/data/first.xml");
+  ASSERT_TRUE(Engine().SaveState(nullptr)) << "still where it was loaded";
+  EXPECT_FALSE(std::filesystem::exists("/data/flow.xml"));
+  ASSERT_TRUE(Engine().LoadState(flow.c_str()));
+  EXPECT_EQ(FilePath("Flow"), flow);
+}
+
 TEST_F(StateTest, AMarkerStandsFromTheStartToACompletedSave) {
   WriteFlow("Flow", write_directory);
   ASSERT_TRUE(Engine().LoadState(flow.c_str()));
