@@ -1,55 +1,40 @@
 #include "filesystem/DirectoryWalk.h"
 
+#include <vector>
+
 namespace OrvWorkFlow {
+namespace {
 
-template <class Char>
-DirectorySearch<Char>::~DirectorySearch() {
-  if (own_ != SearchHandle::None) calls_.platform().template For<Char>().directories.CloseSearch(own_);
-  if (narrow_ != SearchHandle::None) calls_.platform().narrow.directories.CloseSearch(narrow_);
+bool IsDone(bool result) { return result; }
+bool IsDone(SystemResult result) { return result == SystemResult::Ok; }
+
+SystemResult ListIn(const SystemCalls<char>& /*calls*/, const OpenedTree<char>& tree, const std::string& directory,
+                    EntryList<char>* entries) {
+  return tree.trees().List(tree.handle(), directory, entries);
 }
-
-template <class Char>
-SearchResult DirectorySearch<Char>::Start(const Text& pattern) {
-  return calls_.Try([&](auto& part, const auto& p) { return First(part.directories, p); }, pattern);
+SystemResult ListIn(const SystemCalls<char16_t>& /*calls*/, const OpenedTree<char16_t>& tree,
+                    const std::u16string& directory, EntryList<char16_t>* entries) {
+  return tree.trees().List(tree.handle(), directory, entries);
 }
-
-template <class Char>
-SearchResult DirectorySearch<Char>::Next() {
-  if (own_ != SearchHandle::None) {
-    return calls_.platform().template For<Char>().directories.FindNext(own_, &entry_);
+SystemResult ListIn(const SystemCalls<char16_t>& calls, const OpenedTree<char>& tree, const std::string& directory,
+                    EntryList<char16_t>* entries) {
+  EntryList<char> narrow;
+  const SystemResult result = tree.trees().List(tree.handle(), directory, &narrow);
+  if (result != SystemResult::Ok) return result;
+  entries->Clear();
+  for (std::size_t i = 0; i < narrow.size(); ++i) {
+    std::u16string name;
+    if (!calls.platform().code_page.Widen(narrow.name(i), &name)) return SystemResult::Failed;
+    entries->Add(name, narrow.attributes(i));
   }
-  const SearchResult result = calls_.platform().narrow.directories.FindNext(narrow_, &narrow_entry_);
-  return result != SearchResult::Found || TakeNarrowEntry() ? result : SearchResult::Failed;
+  return SystemResult::Ok;
 }
 
-template <class Char>
-template <class Width>
-SearchResult DirectorySearch<Char>::First(DirectoriesOf<Width>& directories, const std::basic_string<Width>& pattern) {
-  if constexpr (sizeof(Width) == sizeof(Char)) {
-    return directories.FindFirst(pattern, &own_, &entry_);
-  } else {
-    const SearchResult result = directories.FindFirst(pattern, &narrow_, &narrow_entry_);
-    return result != SearchResult::Found || TakeNarrowEntry() ? result : SearchResult::Failed;
-  }
-}
-
-template <class Char>
-bool DirectorySearch<Char>::TakeNarrowEntry() {
-  entry_.attributes = narrow_entry_.attributes;
-  if constexpr (sizeof(Char) == 1) {
-    entry_.name = narrow_entry_.name;
-    return true;
-  } else {
-    return calls_.platform().code_page.Widen(narrow_entry_.name, &entry_.name);
-  }
-}
+}  // namespace
 
 template <class Char>
 bool FirstMatch(const SystemCalls<Char>& calls, const std::basic_string<Char>& path, std::uint32_t* attributes) {
-  DirectorySearch<Char> search(calls);
-  if (search.Start(path) != SearchResult::Found) return false;
-  *attributes = search.entry().attributes;
-  return true;
+  return calls.Try([=](auto& part, const auto& p) { return part.directories.FindFirst(p, attributes); }, path);
 }
 
 template <class Char>
@@ -58,59 +43,127 @@ bool IsDirectory(const SystemCalls<Char>& calls, const std::basic_string<Char>& 
   return FirstMatch(calls, path, &attributes) && (attributes & FileAttribute::kDirectory) != 0;
 }
 
-namespace {
-
 template <class Char>
-bool IsDots(const std::basic_string<Char>& name) {
-  constexpr Char kDots[] = {'.', '.', 0};
-  return name == kDots || name == kDots + 1;
+SystemResult Tree<Char>::Open(const Text& root, TreeUse use) {
+  root_ = root;
+  use_ = use;
+  const SystemResult result = own_.Open(root_, use_);
+  return result == SystemResult::Ok || OpenNarrow() ? SystemResult::Ok : result;
 }
 
-// Adds a directory's own entries to the tree, and its subdirectories to the ones still to be walked, the last one
-// first.
 template <class Char>
-bool WalkDirectory(const SystemCalls<Char>& calls, const std::basic_string<Char>& directory, DirectoryTree<Char>* tree,
-                   std::vector<std::basic_string<Char>>* waiting) {
-  const std::basic_string<Char> start = directory + Char{'\\'};
-  const std::size_t first_directory = tree->directories.size();
-  DirectorySearch<Char> search(calls);
-  SearchResult result = search.Start(start + Char{'*'});
-  if (result == SearchResult::Failed) return true;
-  for (; result == SearchResult::Found; result = search.Next()) {
-    const DirectoryEntry<Char>& entry = search.entry();
-    if ((entry.attributes & FileAttribute::kDirectory) == 0) {
-      tree->files.push_back(start + entry.name);
-    } else if (!IsDots(entry.name)) {
-      tree->directories.push_back({start + entry.name, (entry.attributes & FileAttribute::kLink) != 0});
+bool Tree<Char>::OpenNarrow() {
+  if constexpr (sizeof(Char) == 1) {
+    return false;
+  } else {
+    if (narrow_.IsOpen()) return true;
+    std::string root;
+    return calls_.NarrowExactly(root_, &root) && narrow_.Open(root, use_) == SystemResult::Ok;
+  }
+}
+
+template <class Char>
+template <class Call>
+auto Tree<Char>::Try(const Call& call, const Text& path) {
+  using Result = decltype(call(own_, path));
+  Result result{};
+  if constexpr (std::is_same_v<Result, SystemResult>) result = SystemResult::Failed;
+  if (own_.IsOpen()) result = call(own_, path);
+  if constexpr (sizeof(Char) > 1) {
+    std::string narrow;
+    if (!IsDone(result) && calls_.NarrowExactly(path, &narrow) && OpenNarrow()) result = call(narrow_, narrow);
+  }
+  return result;
+}
+
+template <class Char>
+SystemResult Tree<Char>::List(const Text& directory, EntryList<Char>* entries) {
+  return Try([&](auto& tree, const auto& path) { return ListIn(calls_, tree, path, entries); }, directory);
+}
+
+template <class Char>
+bool Tree<Char>::SetAttributes(const Text& path, std::uint32_t attributes) {
+  return Try([=](auto& tree, const auto& p) { return tree.trees().SetAttributesIn(tree.handle(), p, attributes); },
+             path);
+}
+
+template <class Char>
+SystemResult Tree<Char>::RemoveFile(const Text& path) {
+  return Try([](auto& tree, const auto& p) { return tree.trees().RemoveFileIn(tree.handle(), p); }, path);
+}
+
+template <class Char>
+bool Tree<Char>::RemoveDirectory(const Text& path) {
+  return Try([](auto& tree, const auto& p) { return tree.trees().RemoveDirectoryIn(tree.handle(), p); }, path);
+}
+
+template <class Char>
+SystemResult Tree<Char>::CreateDirectory(const Text& path) {
+  return Try([](auto& tree, const auto& p) { return tree.trees().CreateDirectoryIn(tree.handle(), p); }, path);
+}
+
+template <class Char>
+SystemResult Tree<Char>::CopyTo(Tree& other, const Text& path, bool fail_if_exists) {
+  const auto copy = [&](auto& tree, const auto& p) {
+    if constexpr (std::is_same_v<decltype(tree), OpenedTree<Char>&>) {
+      if (!other.own_.IsOpen()) return SystemResult::Failed;
+      return tree.trees().CopyIn(tree.handle(), other.own_.handle(), p, fail_if_exists);
+    } else {
+      if (!other.OpenNarrow()) return SystemResult::Failed;
+      return tree.trees().CopyIn(tree.handle(), other.narrow_.handle(), p, fail_if_exists);
+    }
+  };
+  return Try(copy, path);
+}
+
+template <class Char>
+WalkResult WalkTree(Tree<Char>& tree, const TreeVisitor<Char>& visitor) {
+  WalkResult result = WalkResult::Whole;
+  EntryList<Char> entries;
+  std::vector<std::basic_string<Char>> waiting(1);  // The root; of the others the next one last.
+  while (!waiting.empty()) {
+    std::basic_string<Char> path = std::move(waiting.back());
+    waiting.pop_back();
+    const SystemResult listed = tree.List(path, &entries);
+    if (listed != SystemResult::Ok) {
+      const bool closed = listed == SystemResult::NotFound || listed == SystemResult::Denied;
+      if (!closed || result == WalkResult::Whole) result = closed ? WalkResult::Skipped : WalkResult::Broken;
+      continue;
+    }
+    if (!path.empty()) path += Char{'\\'};
+    const std::size_t start = path.size();
+    const auto path_of = [&](std::size_t i) -> const std::basic_string<Char>& {
+      path.resize(start);
+      return path.append(entries.name(i));
+    };
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+      if (!visitor(path_of(i), entries.attributes(i))) return WalkResult::Broken;
+    }
+    for (std::size_t i = entries.size(); i-- > 0;) {
+      if (entries.IsDirectory(i) && !entries.IsLink(i)) waiting.push_back(path_of(i));
     }
   }
-  for (std::size_t i = tree->directories.size(); i-- > first_directory;) {
-    if (!tree->directories[i].is_link) waiting->push_back(tree->directories[i].path);
-  }
-  return result == SearchResult::End;
+  return result;
 }
-
-}  // namespace
 
 template <class Char>
-bool WalkTree(const SystemCalls<Char>& calls, const std::basic_string<Char>& root, DirectoryTree<Char>* tree) {
-  bool whole = true;
-  std::vector<std::basic_string<Char>> waiting{root};
-  while (!waiting.empty()) {
-    const std::basic_string<Char> directory = std::move(waiting.back());
-    waiting.pop_back();
-    whole = WalkDirectory(calls, directory, tree, &waiting) && whole;
-  }
-  return whole;
+WalkResult CollectTree(Tree<Char>& tree, TreeContent<Char>* content) {
+  return WalkTree<Char>(tree, [content](const std::basic_string<Char>& path, std::uint32_t attributes) {
+    EntryList<Char>& kind = (attributes & FileAttribute::kDirectory) != 0 ? content->directories : content->files;
+    kind.Add(path, attributes);
+    return true;
+  });
 }
 
-template class DirectorySearch<char>;
-template class DirectorySearch<char16_t>;
+template class Tree<char>;
+template class Tree<char16_t>;
 template bool FirstMatch(const SystemCalls<char>&, const std::string&, std::uint32_t*);
 template bool FirstMatch(const SystemCalls<char16_t>&, const std::u16string&, std::uint32_t*);
 template bool IsDirectory(const SystemCalls<char>&, const std::string&);
 template bool IsDirectory(const SystemCalls<char16_t>&, const std::u16string&);
-template bool WalkTree(const SystemCalls<char>&, const std::string&, DirectoryTree<char>*);
-template bool WalkTree(const SystemCalls<char16_t>&, const std::u16string&, DirectoryTree<char16_t>*);
+template WalkResult WalkTree(Tree<char>&, const TreeVisitor<char>&);
+template WalkResult WalkTree(Tree<char16_t>&, const TreeVisitor<char16_t>&);
+template WalkResult CollectTree(Tree<char>&, TreeContent<char>*);
+template WalkResult CollectTree(Tree<char16_t>&, TreeContent<char16_t>*);
 
 }  // namespace OrvWorkFlow

@@ -1,42 +1,14 @@
-// Looking into directories.
+// Looking into directories and walking trees.
 #pragma once
 
+#include <functional>
 #include <string>
-#include <vector>
 
 #include "filesystem/SystemCalls.h"
 
 namespace OrvWorkFlow {
 
-// One search in a directory; closed with the object.
-template <class Char>
-class DirectorySearch {
- public:
-  using Text = std::basic_string<Char>;
-
-  explicit DirectorySearch(const SystemCalls<Char>& calls) : calls_(calls) {}
-  DirectorySearch(const DirectorySearch&) = delete;
-  DirectorySearch& operator=(const DirectorySearch&) = delete;
-  ~DirectorySearch();
-
-  // Once. `entry()` is valid after Found.
-  SearchResult Start(const Text& pattern);
-  SearchResult Next();
-  const DirectoryEntry<Char>& entry() const { return entry_; }
-
- private:
-  template <class Width>
-  SearchResult First(DirectoriesOf<Width>& directories, const std::basic_string<Width>& pattern);
-  bool TakeNarrowEntry();
-
-  const SystemCalls<Char>& calls_;
-  SearchHandle own_ = SearchHandle::None;
-  SearchHandle narrow_ = SearchHandle::None;  // When the wide search could not be started.
-  DirectoryEntry<Char> entry_;
-  DirectoryEntry<char> narrow_entry_;
-};
-
-// The first match of a path; false when there is none.
+// The attributes of the first match of a path; false when there is none.
 template <class Char>
 bool FirstMatch(const SystemCalls<Char>& calls, const std::basic_string<Char>& path, std::uint32_t* attributes);
 
@@ -44,21 +16,82 @@ bool FirstMatch(const SystemCalls<Char>& calls, const std::basic_string<Char>& p
 template <class Char>
 bool IsDirectory(const SystemCalls<Char>& calls, const std::basic_string<Char>& path);
 
-// All that lies below a directory, with full paths.
+// An open tree that closes itself.
 template <class Char>
-struct DirectoryTree {
-  struct Directory {
-    std::basic_string<Char> path;
-    bool is_link = false;
-  };
-  std::vector<std::basic_string<Char>> files;
-  std::vector<Directory> directories;
+class OpenedTree {
+ public:
+  explicit OpenedTree(TreesOf<Char>& trees) : trees_(trees) {}
+  OpenedTree(const OpenedTree&) = delete;
+  OpenedTree& operator=(const OpenedTree&) = delete;
+  ~OpenedTree() {
+    if (IsOpen()) trees_.CloseTree(handle_);
+  }
+  bool IsOpen() const { return handle_ != TreeHandle::None; }
+  SystemResult Open(const std::basic_string<Char>& path, TreeUse use) { return trees_.OpenTree(path, use, &handle_); }
+  TreesOf<Char>& trees() const { return trees_; }
+  TreeHandle handle() const { return handle_; }
+
+ private:
+  TreesOf<Char>& trees_;
+  TreeHandle handle_ = TreeHandle::None;
 };
 
-// A directory's own entries come first, then each subdirectory in turn. Links are in the tree, what is behind them is
-// not. A directory that cannot be searched counts as empty; false when a search breaks off, with what was found until
-// then.
+// A directory and what lies below it, by paths from there (see platform/Trees.h for the calls). As with SystemCalls a
+// wide call that fails is made once more in narrow characters. The calls that it is made with must outlive it. One
+// thread.
 template <class Char>
-bool WalkTree(const SystemCalls<Char>& calls, const std::basic_string<Char>& root, DirectoryTree<Char>* tree);
+class Tree {
+ public:
+  using Text = std::basic_string<Char>;
+
+  explicit Tree(const SystemCalls<Char>& calls)
+      : calls_(calls), own_(calls.platform().template For<Char>().trees), narrow_(calls.platform().narrow.trees) {}
+
+  // Once, before anything else; the other calls fail when this does.
+  SystemResult Open(const Text& root, TreeUse use);
+
+  SystemResult List(const Text& directory, EntryList<Char>* entries);
+  bool SetAttributes(const Text& path, std::uint32_t attributes);
+  SystemResult RemoveFile(const Text& path);
+  bool RemoveDirectory(const Text& path);
+  SystemResult CreateDirectory(const Text& path);
+  SystemResult CopyTo(Tree& other, const Text& path, bool fail_if_exists);
+
+ private:
+  // Makes `call(tree, path)` with the tree of the own width, and of the narrow one when that fails.
+  template <class Call>
+  auto Try(const Call& call, const Text& path);
+  bool OpenNarrow();
+
+  const SystemCalls<Char>& calls_;
+  Text root_;
+  TreeUse use_ = TreeUse::Read;
+  OpenedTree<Char> own_;
+  OpenedTree<char> narrow_;  // Opened when a wide call has failed.
+};
+
+// What a walk meets: an entry's path from the root, and what it is. Answers whether to go on.
+template <class Char>
+using TreeVisitor = std::function<bool(const std::basic_string<Char>& path, std::uint32_t attributes)>;
+
+enum class WalkResult {
+  Whole,
+  Skipped,  // A directory could not be entered; it counts as empty.
+  Broken,   // A directory could not be read to its end, and counts as empty; or the visitor said stop.
+};
+
+// A directory's own entries come first, then each subdirectory in turn. Links are met, what is behind them is not.
+template <class Char>
+WalkResult WalkTree(Tree<Char>& tree, const TreeVisitor<Char>& visitor);
+
+// All that lies below a directory, by paths from there.
+template <class Char>
+struct TreeContent {
+  EntryList<Char> files;
+  EntryList<Char> directories;
+};
+
+template <class Char>
+WalkResult CollectTree(Tree<Char>& tree, TreeContent<Char>* content);
 
 }  // namespace OrvWorkFlow

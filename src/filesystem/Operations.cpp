@@ -71,10 +71,15 @@ std::uint32_t Operations<Char>::FileSize(const Char* path) {
   if (content_.Exists(platform_path)) {
     return content_.GetSize(platform_path, &size) ? static_cast<std::uint32_t>(size) : 0;
   }
-  DirectoryTree<Char> tree;
-  if (!IsDirectory(calls_, platform_path) || !WalkTree(calls_, platform_path, &tree)) return 0;
+  Tree<Char> tree(calls_);
+  TreeContent<Char> content;
+  if (!IsDirectory(calls_, platform_path) || tree.Open(platform_path, TreeUse::Read) != SystemResult::Ok ||
+      CollectTree(tree, &content) == WalkResult::Broken) {
+    return 0;
+  }
   std::uint32_t sum = 0;
-  for (const Text& file : tree.files) {
+  for (std::size_t i = 0; i < content.files.size(); ++i) {
+    const Text file = platform_path + Char{'\\'} + Text(content.files.name(i));
     if (content_.GetSize(file, &size)) sum += static_cast<std::uint32_t>(size);
   }
   return sum;

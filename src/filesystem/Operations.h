@@ -1,6 +1,7 @@
 // What the two faces of the file system do, for either width. The contract of each operation stands in IFileSystem.h.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -44,6 +45,7 @@ class Operations {
   bool ListFiles(const Char* path, StringList* files);
   bool ListDirectories(const Char* path, StringList* directories);
   bool CopyOneFile(const Char* source, const Char* destination, bool overwrite);
+  bool CopyDirectory(const Char* source, const Char* destination, bool overwrite);
   bool FileExists(const Char* path);
   bool DirectoryExists(const Char* path);
   bool RemoveFile(const Char* path);
@@ -63,8 +65,16 @@ class Operations {
   // The platform path for an argument: never empty, and nothing lost in the code page.
   bool Resolve(const Char* path, Text* platform_path);
 
+  // Is told an entry's path in the caller's form; answers whether to go on.
+  using ListVisitor = std::function<bool(const Text& path)>;
+
   bool RemoveDirectoryItself(const Text& path, bool is_link);
-  bool ListTree(const Char* path, const Failure& no_directory, StringList* output, bool want_files);
+  bool RemoveFileOf(Tree<Char>& tree, const Text& path);
+  bool RemoveDirectoryOf(Tree<Char>& tree, const Text& path, bool is_link);
+  // Shows the files, or the directories, below a directory one by one. False also when the visitor said stop.
+  bool VisitTree(const Char* path, const Failure& no_directory, bool files, const ListVisitor& found);
+  bool ListTree(const Char* path, const Failure& no_directory, StringList* output, bool files);
+  bool CopyFiles(Tree<Char>& from, Tree<Char>& to, const EntryList<Char>& files, bool overwrite);
   bool FindSource(const Char* source, Text* found);
 
   FileSystemParts& parts_;

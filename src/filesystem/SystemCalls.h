@@ -71,6 +71,12 @@ class SystemCalls {
     }
   }
 
+  // The path in narrow characters; false when it would lose something.
+  bool NarrowExactly(const std::u16string& path, std::string* narrow) const {
+    bool exact = false;
+    return platform_.code_page.Narrow(path, narrow, &exact) && exact;
+  }
+
  private:
   struct NarrowPath {
     std::string text;
@@ -79,7 +85,7 @@ class SystemCalls {
 
   NarrowPath Narrowed(const std::u16string& path) const {
     NarrowPath narrow;
-    narrow.exact = platform_.code_page.Narrow(path, &narrow.text, &narrow.exact) && narrow.exact;
+    narrow.exact = NarrowExactly(path, &narrow.text);
     return narrow;
   }
 
@@ -91,7 +97,6 @@ class SystemCalls {
 
   static bool Succeeded(bool result) { return result; }
   static bool Succeeded(SystemResult result) { return result == SystemResult::Ok; }
-  static bool Succeeded(SearchResult result) { return result != SearchResult::Failed; }
 
   const Platform& platform_;
 };

@@ -131,7 +131,6 @@ template <class Char>
 class FaultDirectories final : public DirectoriesOf<Char> {
  public:
   using Text = std::basic_string<Char>;
-  using Entry = DirectoryEntry<Char>;
 
   FaultDirectories(FaultState& state, DirectoriesOf<Char>& real) : state_(state), real_(real) {}
 
@@ -141,18 +140,8 @@ class FaultDirectories final : public DirectoriesOf<Char> {
   bool RemoveOneDirectory(const Text& path) override {
     return Passes(PlatformCall::RemoveOneDirectory) && real_.RemoveOneDirectory(path);
   }
-  SearchResult FindFirst(const Text& pattern, SearchHandle* search, Entry* entry) override {
-    if (!Passes(PlatformCall::FindFirst)) return SearchResult::Failed;
-    const SearchResult result = real_.FindFirst(pattern, search, entry);
-    if (result == SearchResult::Found) state_.AddHandles(1);
-    return result;
-  }
-  SearchResult FindNext(SearchHandle search, Entry* entry) override {
-    return Passes(PlatformCall::FindNext) ? real_.FindNext(search, entry) : SearchResult::Failed;
-  }
-  void CloseSearch(SearchHandle search) override {
-    state_.AddHandles(-1);
-    real_.CloseSearch(search);
+  bool FindFirst(const Text& pattern, std::uint32_t* attributes) override {
+    return Passes(PlatformCall::FindFirst) && real_.FindFirst(pattern, attributes);
   }
   bool IsRoot(const Text& path) override { return real_.IsRoot(path); }
 
@@ -161,6 +150,49 @@ class FaultDirectories final : public DirectoriesOf<Char> {
 
   FaultState& state_;
   DirectoriesOf<Char>& real_;
+};
+
+template <class Char>
+class FaultTrees final : public TreesOf<Char> {
+ public:
+  using Text = std::basic_string<Char>;
+
+  FaultTrees(FaultState& state, TreesOf<Char>& real) : state_(state), real_(real) {}
+
+  SystemResult OpenTree(const Text& path, TreeUse use, TreeHandle* tree) override {
+    if (!Passes(PlatformCall::OpenTree)) return state_.failure();
+    const SystemResult result = real_.OpenTree(path, use, tree);
+    if (result == SystemResult::Ok) state_.AddHandles(1);
+    return result;
+  }
+  void CloseTree(TreeHandle tree) override {
+    state_.AddHandles(-1);
+    real_.CloseTree(tree);
+  }
+  SystemResult List(TreeHandle tree, const Text& directory, EntryList<Char>* entries) override {
+    return Passes(PlatformCall::List) ? real_.List(tree, directory, entries) : state_.failure();
+  }
+  bool SetAttributesIn(TreeHandle tree, const Text& path, std::uint32_t attributes) override {
+    return Passes(PlatformCall::SetAttributesIn) && real_.SetAttributesIn(tree, path, attributes);
+  }
+  SystemResult RemoveFileIn(TreeHandle tree, const Text& path) override {
+    return Passes(PlatformCall::RemoveFileIn) ? real_.RemoveFileIn(tree, path) : state_.failure();
+  }
+  bool RemoveDirectoryIn(TreeHandle tree, const Text& path) override {
+    return Passes(PlatformCall::RemoveDirectoryIn) && real_.RemoveDirectoryIn(tree, path);
+  }
+  SystemResult CreateDirectoryIn(TreeHandle tree, const Text& path) override {
+    return Passes(PlatformCall::CreateDirectoryIn) ? real_.CreateDirectoryIn(tree, path) : state_.failure();
+  }
+  SystemResult CopyIn(TreeHandle from, TreeHandle to, const Text& path, bool fail_if_exists) override {
+    return Passes(PlatformCall::CopyIn) ? real_.CopyIn(from, to, path, fail_if_exists) : state_.failure();
+  }
+
+ private:
+  bool Passes(PlatformCall call) { return state_.Passes(call, sizeof(Char) > 1); }
+
+  FaultState& state_;
+  TreesOf<Char>& real_;
 };
 
 template <class Char>
@@ -246,11 +278,15 @@ class FaultCodePage final : public CodePage {
 template <class Char>
 struct FaultWidth {
   FaultWidth(FaultState& state, const PlatformOf<Char>& real)
-      : files(state, real.files), directories(state, real.directories), locations(state, real.locations) {}
-  PlatformOf<Char> Of() { return {files, directories, locations}; }
+      : files(state, real.files),
+        directories(state, real.directories),
+        trees(state, real.trees),
+        locations(state, real.locations) {}
+  PlatformOf<Char> Of() { return {files, directories, trees, locations}; }
 
   FaultFiles<Char> files;
   FaultDirectories<Char> directories;
+  FaultTrees<Char> trees;
   FaultLocations<Char> locations;
 };
 

@@ -30,7 +30,13 @@ enum class PlatformCall {
   CreateOneDirectory,
   RemoveOneDirectory,
   FindFirst,
-  FindNext,
+  OpenTree,
+  List,
+  SetAttributesIn,
+  RemoveFileIn,
+  RemoveDirectoryIn,
+  CreateDirectoryIn,
+  CopyIn,
   Location,  // Any of the queries.
   Widen,
   Narrow,
@@ -66,7 +72,7 @@ class FaultPlatform {
 
   // Since the last switch was set; calls made after a kill are not counted.
   std::uint64_t calls() const;
-  // Files and searches that are open now.
+  // Files and trees that are open now.
   int open_handles() const;
 
  private:

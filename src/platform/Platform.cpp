@@ -5,11 +5,12 @@
 namespace OrvWorkFlow {
 
 Platform& SystemPlatform() {
-  static Platform platform{
-      {SystemParts::Files<char>(), SystemParts::Directories<char>(), SystemParts::Locations<char>()},
-      {SystemParts::Files<char16_t>(), SystemParts::Directories<char16_t>(), SystemParts::Locations<char16_t>()},
-      SystemParts::Handles(),
-      SystemParts::TheCodePage()};
+  static Platform platform{{SystemParts::Files<char>(), SystemParts::Directories<char>(), SystemParts::Trees<char>(),
+                            SystemParts::Locations<char>()},
+                           {SystemParts::Files<char16_t>(), SystemParts::Directories<char16_t>(),
+                            SystemParts::Trees<char16_t>(), SystemParts::Locations<char16_t>()},
+                           SystemParts::Handles(),
+                           SystemParts::TheCodePage()};
   return platform;
 }
 

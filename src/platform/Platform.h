@@ -12,6 +12,7 @@
 #include "platform/Directories.h"
 #include "platform/Files.h"
 #include "platform/Locations.h"
+#include "platform/Trees.h"
 
 namespace OrvWorkFlow {
 
@@ -20,6 +21,7 @@ template <class Char>
 struct PlatformOf {
   FilesOf<Char>& files;
   DirectoriesOf<Char>& directories;
+  TreesOf<Char>& trees;
   LocationsOf<Char>& locations;
 };
 

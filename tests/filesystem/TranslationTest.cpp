@@ -59,8 +59,9 @@ template <class Char>
 class Translation : public orv_test::FileSystemTest<Char> {
  protected:
   Translation()
-      : platform_{{SystemPlatform().narrow.files, SystemPlatform().narrow.directories, narrow_},
-                  {SystemPlatform().wide.files, SystemPlatform().wide.directories, wide_},
+      : platform_{{SystemPlatform().narrow.files, SystemPlatform().narrow.directories, SystemPlatform().narrow.trees,
+                   narrow_},
+                  {SystemPlatform().wide.files, SystemPlatform().wide.directories, SystemPlatform().wide.trees, wide_},
                   SystemPlatform().open_files,
                   SystemPlatform().code_page} {
     this->object_->Release();

@@ -41,12 +41,11 @@ TEST_F(FaultPlatformTest, ForwardsWhenNothingIsSwitchedOn) {
   EXPECT_EQ(ReadFile(directory_.path() / "a"), "text");
 }
 
-TEST_F(FaultPlatformTest, CountsSearchesAsHandles) {
-  SearchHandle search = SearchHandle::None;
-  DirectoryEntry<char> entry;
-  ASSERT_EQ(platform().narrow.directories.FindFirst(At("*"), &search, &entry), SearchResult::Found);
+TEST_F(FaultPlatformTest, CountsTreesAsHandles) {
+  TreeHandle tree = TreeHandle::None;
+  ASSERT_EQ(platform().narrow.trees.OpenTree(At("."), TreeUse::Read, &tree), SystemResult::Ok);
   EXPECT_EQ(fault_.open_handles(), 1);
-  platform().narrow.directories.CloseSearch(search);
+  platform().narrow.trees.CloseTree(tree);
   EXPECT_EQ(fault_.open_handles(), 0);
 }
 

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/Platform.h"
 #include "tests/support/TempDirectory.h"
@@ -33,5 +34,39 @@ std::string Ascii(const std::basic_string<Char>& text) {
   for (const Char c : text) result += c < 0x80 && c > 0 ? static_cast<char>(c) : '?';
   return result;
 }
+
+// An open tree of the real platform.
+template <class Char>
+class TestTree {
+ public:
+  TestTree(const std::basic_string<Char>& root, OrvWorkFlow::TreeUse use) {
+    result_ = trees().OpenTree(root, use, &handle_);
+  }
+  ~TestTree() {
+    if (result_ == OrvWorkFlow::SystemResult::Ok) trees().CloseTree(handle_);
+  }
+  TestTree(const TestTree&) = delete;
+  TestTree& operator=(const TestTree&) = delete;
+
+  static OrvWorkFlow::TreesOf<Char>& trees() { return OrvWorkFlow::SystemPlatform().For<Char>().trees; }
+  OrvWorkFlow::SystemResult result() const { return result_; }
+  OrvWorkFlow::TreeHandle handle() const { return handle_; }
+  // The names in a directory, with "/" behind a directory's and "@" behind a link's; {"failed"} when it has none.
+  std::vector<std::string> Names(std::string_view directory = {}) const {
+    OrvWorkFlow::EntryList<Char> entries;
+    if (trees().List(handle_, Text<Char>(directory), &entries) != OrvWorkFlow::SystemResult::Ok) return {"failed"};
+    std::vector<std::string> names;
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+      std::string name;
+      for (const Char c : entries.name(i)) name += static_cast<char>(c);
+      names.push_back(name + (entries.IsDirectory(i) ? "/" : "") + (entries.IsLink(i) ? "@" : ""));
+    }
+    return names;
+  }
+
+ private:
+  OrvWorkFlow::SystemResult result_;
+  OrvWorkFlow::TreeHandle handle_ = OrvWorkFlow::TreeHandle::None;
+};
 
 }  // namespace orv_test

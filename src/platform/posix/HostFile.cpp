@@ -15,6 +15,7 @@ SystemResult LastResult() {
     case EEXIST:
       return SystemResult::Exists;
     case EACCES:
+    case EBADF:  // A folder that was opened to be entered only.
     case EPERM:
     case EROFS:
     case EISDIR:
@@ -22,6 +23,39 @@ SystemResult LastResult() {
     default:
       return SystemResult::Failed;
   }
+}
+
+Descriptor OpenHost(int folder, const char* name, int flags, mode_t mode) {
+  int fd;
+  do {
+    fd = ::openat(folder, name, flags | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, mode);
+  } while (fd < 0 && errno == EINTR);
+  return Descriptor(fd);
+}
+
+bool WriteAll(int fd, const void* data, std::size_t size, std::size_t* done) {
+  *done = 0;
+  const char* bytes = static_cast<const char*>(data);
+  while (*done < size) {
+    const ssize_t written = ::write(fd, bytes + *done, size - *done);
+    if (written < 0 && errno == EINTR) continue;
+    if (written <= 0) return false;
+    *done += static_cast<std::size_t>(written);
+  }
+  return true;
+}
+
+bool ReadAll(int fd, void* data, std::size_t size, std::size_t* done) {
+  *done = 0;
+  char* bytes = static_cast<char*>(data);
+  while (*done < size) {
+    const ssize_t count = ::read(fd, bytes + *done, size - *done);
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) return false;
+    if (count == 0) break;
+    *done += static_cast<std::size_t>(count);
+  }
+  return true;
 }
 
 bool HostAttributes(const std::string& path, std::uint32_t* attributes) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <dirent.h>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -37,11 +38,6 @@ class Descriptor {
   int fd_;
 };
 
-struct DirectoryCloser {
-  void operator()(DIR* directory) const { ::closedir(directory); }
-};
-using OwnedDirectory = std::unique_ptr<DIR, DirectoryCloser>;
-
 struct Freer {
   void operator()(char* text) const { std::free(text); }
 };
@@ -58,6 +54,25 @@ inline std::string PathIn(std::string_view folder, std::string_view name) {
 
 // From `errno`.
 SystemResult LastResult();
+
+// Interrupted calls are made again; opening never waits for the other end of a pipe.
+Descriptor OpenHost(int folder, const char* name, int flags, mode_t mode);
+// All, or what there is until the end of the file.
+bool ReadAll(int fd, void* data, std::size_t size, std::size_t* done);
+bool WriteAll(int fd, const void* data, std::size_t size, std::size_t* done);
+
+// Calls `use(name)` for each name in an open folder, "." and ".." included, as far as it can be read.
+template <class Use>
+void ForEachName(int folder, const Use& use) {
+  const int copy = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  DIR* const directory = copy < 0 ? nullptr : ::fdopendir(copy);
+  if (directory == nullptr) {
+    if (copy >= 0) ::close(copy);
+    return;
+  }
+  const std::unique_ptr<DIR, int (*)(DIR*)> closed(directory, &::closedir);
+  while (const dirent* entry = ::readdir(directory)) use(std::string_view(entry->d_name));
+}
 
 // The attributes of what has that host path, without following a link; false when there is nothing.
 bool HostAttributes(const std::string& path, std::uint32_t* attributes);

@@ -66,11 +66,6 @@ bool Parse(std::string_view path, Parsed* parsed) {
   return parsed->names.find(':') == std::string_view::npos;
 }
 
-std::string_view WithoutTail(std::string_view name) {
-  while (!name.empty() && (name.back() == '.' || name.back() == ' ')) name.remove_suffix(1);
-  return name;
-}
-
 // Appends the names of a path to those before it, folding "." and "..".
 bool AppendNames(std::string_view path, bool drop_tails, std::vector<std::string_view>* names) {
   while (!path.empty()) {
@@ -92,23 +87,27 @@ bool AppendNames(std::string_view path, bool drop_tails, std::vector<std::string
 // The name in the folder that differs in letter case only; of several the first in byte order. Empty when there is
 // none.
 std::string EqualName(const std::string& folder, std::string_view name) {
-  const OwnedDirectory directory(::opendir(folder.c_str()));
+  const Descriptor opened = OpenHost(AT_FDCWD, folder.c_str(), O_PATH | O_DIRECTORY, 0);
   std::string best;
-  if (!directory) return best;
-  const std::u16string wanted = Capitals(name);
-  while (const dirent* entry = ::readdir(directory.get())) {
-    const std::string_view candidate = entry->d_name;
-    if ((best.empty() || candidate < best) && Capitals(candidate) == wanted) best = candidate;
-  }
+  if (!opened) return best;
+  ForEachName(opened.get(), [&](std::string_view candidate) {
+    if ((best.empty() || candidate < best) && EqualsWithoutCase(candidate, name)) best = candidate;
+  });
   return best;
 }
 
-std::string FindWithoutCase(std::string path, const std::vector<std::string_view>& names) {
+// Only the names behind the longest part of the path that exists as it is written are looked for.
+std::string FindWithoutCase(const std::string& root, const std::vector<std::string_view>& names) {
+  std::vector<std::string> paths{root};
+  for (const std::string_view name : names) paths.push_back(PathIn(paths.back(), name));
+  std::size_t known = names.size();
+  while (known > 0 && !Exists(paths[known])) --known;
+  std::string path = paths[known];
   bool existing = true;
-  for (const std::string_view name : names) {
-    std::string next = PathIn(path, name);
+  for (; known < names.size(); ++known) {
+    std::string next = PathIn(path, names[known]);
     if (existing && !Exists(next)) {
-      const std::string equal = EqualName(path, name);
+      const std::string equal = EqualName(path, names[known]);
       existing = !equal.empty();
       if (existing) next = PathIn(path, equal);
     }
@@ -189,6 +188,11 @@ void EnsureDriveRoot(const HostPath& host) {
     ::mkdir(root.substr(0, end).c_str(), 0777);
   }
   ::mkdir(root.c_str(), 0777);
+}
+
+std::string_view WithoutTail(std::string_view name) {
+  while (!name.empty() && (name.back() == '.' || name.back() == ' ')) name.remove_suffix(1);
+  return name;
 }
 
 bool IsNameable(std::string_view name) { return IsUtf8(name) && name.find_first_of("\\:/") == std::string_view::npos; }

@@ -30,6 +30,9 @@ void EnsureDriveRoot(const HostPath& host);
 // True when a path can hold the name: UTF-8 without separators and ":".
 bool IsNameable(std::string_view name);
 
+// The name without the dots and blanks at its end, which do not count on "C:".
+std::string_view WithoutTail(std::string_view name);
+
 inline bool IsSeparator(char c) { return c == '\\' || c == '/'; }
 inline bool IsDriveLetter(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
 

@@ -1,10 +1,9 @@
 // Directories of the host, by platform path, and the search in them that Windows programs expect.
-#include <algorithm>
-#include <cerrno>
-#include <memory>
-#include <vector>
+#include <fcntl.h>
 
 #include "platform/SystemParts.h"
+#include "platform/posix/EntryCalls.h"
+#include "platform/posix/FolderReader.h"
 #include "platform/posix/HostFile.h"
 #include "platform/posix/Utf8.h"
 
@@ -37,40 +36,6 @@ bool Matches(std::u16string_view name, std::u16string_view pattern) {
   return p == pattern.size();
 }
 
-struct Candidate {
-  std::u16string capitals;
-  std::string name;
-  std::uint32_t attributes = 0;
-
-  bool IsDots() const { return name == "." || name == ".."; }
-  bool operator<(const Candidate& other) const {
-    if (IsDots() != other.IsDots()) return IsDots();
-    return capitals != other.capitals ? capitals < other.capitals : name < other.name;
-  }
-};
-
-// False when the directory cannot be read to its end.
-bool ReadDirectory(const HostPath& folder, const std::u16string& pattern, std::vector<Candidate>* found) {
-  const OwnedDirectory directory(::opendir(folder.path.c_str()));
-  if (!directory) return false;
-  for (;;) {
-    errno = 0;
-    const dirent* entry = ::readdir(directory.get());
-    if (entry == nullptr) break;
-    Candidate candidate;
-    candidate.name = entry->d_name;
-    if (!IsNameable(candidate.name) || (candidate.IsDots() && folder.is_root)) continue;
-    candidate.capitals = Capitals(candidate.name);
-    if (!Matches(candidate.capitals, pattern)) continue;
-    // An entry that is gone by now is no entry.
-    if (!HostAttributes(PathIn(folder.path, candidate.name), &candidate.attributes)) continue;
-    found->push_back(std::move(candidate));
-  }
-  if (errno != 0) return false;
-  std::sort(found->begin(), found->end());
-  return true;
-}
-
 // A pattern taken apart: the folder with its separator, and the last component.
 struct Pattern {
   std::string folder;
@@ -89,103 +54,59 @@ bool SplitPattern(const std::string& pattern, Pattern* parts) {
   return !parts->last.empty() && parts->last.find(':') == std::string::npos;
 }
 
-SearchResult Search(const std::string& pattern, std::vector<Candidate>* found) {
+bool FirstInFolder(const HostPath& folder, const std::u16string& pattern, std::uint32_t* attributes) {
+  const Descriptor opened = OpenHost(AT_FDCWD, folder.path.c_str(), O_RDONLY | O_DIRECTORY, 0);
+  FolderReader reader;
+  if (!opened || !reader.Read(opened.get(), folder.on_drive_c)) return false;
+  if (!folder.is_root && (Matches(u".", pattern) || Matches(u"..", pattern))) {
+    *attributes = FileAttribute::kDirectory;
+    return true;
+  }
+  for (std::size_t i = 0; i < reader.size(); ++i) {
+    if (Matches(Capitals(reader.name(i)), pattern)) {
+      return HostAttributes(PathIn(folder.path, reader.name(i)), attributes);
+    }
+  }
+  return false;
+}
+
+bool First(const std::string& pattern, std::uint32_t* attributes) {
   Pattern parts;
   HostPath host;
-  if (!SplitPattern(pattern, &parts)) return SearchResult::Failed;
+  if (!SplitPattern(pattern, &parts)) return false;
   if (parts.last.find_first_of("*?") != std::string::npos) {
-    if (!ToHostPath(parts.folder, &host) || !ReadDirectory(host, Capitals(parts.last), found)) {
-      return SearchResult::Failed;
-    }
-    return found->empty() ? SearchResult::End : SearchResult::Found;
+    return ToHostPath(parts.folder, &host) && FirstInFolder(host, Capitals(parts.last), attributes);
   }
-  Candidate one;
-  if (!ToHostPath(pattern, &host) || !HostAttributes(host.path, &one.attributes)) return SearchResult::Failed;
-  const bool dots = parts.last == "." || parts.last == "..";
-  one.name = dots ? parts.last : host.path.substr(host.path.rfind('/') + 1);
-  found->push_back(std::move(one));
-  return SearchResult::Found;
+  return ToHostPath(pattern, &host) && HostAttributes(host.path, attributes);
 }
 
-template <class Char>
-struct OpenSearch {
-  std::vector<DirectoryEntry<Char>> entries;
-  std::size_t next = 0;
-};
-
-template <class Char>
-OpenSearch<Char>* Deref(SearchHandle search) {
-  return reinterpret_cast<OpenSearch<Char>*>(search);
-}
-
-bool SameText(const std::string& text, std::string* result) {
+bool InUtf8(const std::string& text, std::string* result) {
   *result = text;
   return true;
 }
-bool SameText(const std::string& text, std::u16string* result) { return Utf8ToUtf16(text, result); }
-bool SameText(const std::u16string& text, std::string* result) { return Utf16ToUtf8(text, result); }
-
-SystemResult CreateHostDirectory(const HostPath& host) {
-  EnsureDriveRoot(host);
-  if (host.is_root) return SystemResult::Exists;
-  return ::mkdir(host.path.c_str(), 0777) == 0 ? SystemResult::Ok : LastResult();
-}
-
-bool RemoveHostDirectory(const HostPath& host) {
-  struct stat status;
-  if (host.is_root || ::lstat(host.path.c_str(), &status) != 0) return false;
-  if (S_ISLNK(status.st_mode)) {
-    struct stat target;
-    const bool to_directory = ::stat(host.path.c_str(), &target) == 0 && S_ISDIR(target.st_mode);
-    return to_directory && ::unlink(host.path.c_str()) == 0;
-  }
-  return !IsMarkedReadOnly(status) && ::rmdir(host.path.c_str()) == 0;
-}
+bool InUtf8(const std::u16string& text, std::string* result) { return Utf16ToUtf8(text, result); }
 
 template <class Char>
 class PosixDirectories final : public DirectoriesOf<Char> {
  public:
   using Text = std::basic_string<Char>;
-  using Entry = DirectoryEntry<Char>;
 
   SystemResult CreateOneDirectory(const Text& path) override {
     HostPath host;
-    return ToHostPath(path, &host) ? CreateHostDirectory(host) : SystemResult::NotFound;
+    if (!ToHostPath(path, &host)) return SystemResult::NotFound;
+    EnsureDriveRoot(host);
+    return host.is_root ? SystemResult::Exists : CreateFolder({AT_FDCWD, host.path.c_str()});
   }
 
   bool RemoveOneDirectory(const Text& path) override {
     HostPath host;
-    return ToHostPath(path, &host) && RemoveHostDirectory(host);
+    return ToHostPath(path, &host) && !host.is_root && RemoveFolder({AT_FDCWD, host.path.c_str()});
   }
 
-  SearchResult FindFirst(const Text& pattern, SearchHandle* search, Entry* entry) override {
+  bool FindFirst(const Text& pattern, std::uint32_t* attributes) override {
     std::string narrow;
-    std::vector<Candidate> found;
-    if (!SameText(pattern, &narrow)) return SearchResult::Failed;
-    const SearchResult result = Search(narrow, &found);
-    if (result != SearchResult::Found) return result;
-    auto opened = std::make_unique<OpenSearch<Char>>();
-    opened->entries.reserve(found.size());
-    for (const Candidate& candidate : found) {
-      Entry one;
-      one.attributes = candidate.attributes;
-      if (SameText(candidate.name, &one.name)) opened->entries.push_back(std::move(one));
-    }
-    const auto handle = static_cast<SearchHandle>(reinterpret_cast<std::intptr_t>(opened.get()));
-    if (FindNext(handle, entry) != SearchResult::Found) return SearchResult::End;
-    *search = handle;
-    static_cast<void>(opened.release());  // CloseSearch deletes it.
-    return SearchResult::Found;
+    return InUtf8(pattern, &narrow) && First(narrow, attributes);
   }
-
-  SearchResult FindNext(SearchHandle search, Entry* entry) override {
-    OpenSearch<Char>& opened = *Deref<Char>(search);
-    if (opened.next == opened.entries.size()) return SearchResult::End;
-    *entry = std::move(opened.entries[opened.next++]);
-    return SearchResult::Found;
-  }
-
-  void CloseSearch(SearchHandle search) override { delete Deref<Char>(search); }
 
   bool IsRoot(const Text& path) override {
     HostPath host;

@@ -4,9 +4,9 @@
 #include <cerrno>
 #include <cstdio>
 #include <limits>
-#include <vector>
 
 #include "platform/SystemParts.h"
+#include "platform/posix/EntryCalls.h"
 #include "platform/posix/HostFile.h"
 #include "platform/posix/Utf8.h"
 
@@ -14,89 +14,15 @@ namespace OrvWorkFlow {
 namespace Posix {
 namespace {
 
-// Interrupted calls are made again; opening never waits for the other end of a pipe.
-Descriptor OpenHost(const std::string& path, int flags, mode_t mode) {
-  int fd;
-  do {
-    fd = ::open(path.c_str(), flags | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, mode);
-  } while (fd < 0 && errno == EINTR);
-  return Descriptor(fd);
-}
-
 bool IsPlainOrMissing(const std::string& path) {
   struct stat status;
   return ::stat(path.c_str(), &status) != 0 || S_ISREG(status.st_mode);
 }
 
-bool WriteAll(int fd, const void* data, std::size_t size, std::size_t* done) {
-  *done = 0;
-  const char* bytes = static_cast<const char*>(data);
-  while (*done < size) {
-    const ssize_t written = ::write(fd, bytes + *done, size - *done);
-    if (written < 0 && errno == EINTR) continue;
-    if (written <= 0) return false;
-    *done += static_cast<std::size_t>(written);
-  }
-  return true;
-}
-
-bool ReadAll(int fd, void* data, std::size_t size, std::size_t* done) {
-  *done = 0;
-  char* bytes = static_cast<char*>(data);
-  while (*done < size) {
-    const ssize_t count = ::read(fd, bytes + *done, size - *done);
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) return false;
-    if (count == 0) break;
-    *done += static_cast<std::size_t>(count);
-  }
-  return true;
-}
-
-bool CopyContent(int from, int to) {
-  std::vector<char> buffer(std::size_t{256} * 1024);
-  std::size_t count;
-  do {
-    std::size_t written;
-    if (!ReadAll(from, buffer.data(), buffer.size(), &count)) return false;
-    if (!WriteAll(to, buffer.data(), count, &written)) return false;
-  } while (count == buffer.size());
-  return true;
-}
-
-// Copies into a destination that is open already and belongs to nobody else.
-bool CopyInto(const Descriptor& from, const struct stat& source, Descriptor to) {
-  struct stat destination;
-  bool copied =
-      ::ftruncate(to.get(), 0) == 0 && CopyContent(from.get(), to.get()) && ::fstat(to.get(), &destination) == 0;
-  if (copied && IsMarkedReadOnly(source)) copied = ::fchmod(to.get(), destination.st_mode & ~mode_t{0222}) == 0;
-  return ::close(to.Give()) == 0 && copied;
-}
-
-bool CopyHostFile(const std::string& source_path, const std::string& destination_path, bool fail_if_exists) {
-  if (!IsPlainOrMissing(source_path) || !IsPlainOrMissing(destination_path)) return false;
-  const Descriptor from = OpenHost(source_path, O_RDONLY, 0);
-  struct stat source;
-  if (!from || ::fstat(from.get(), &source) != 0 || !S_ISREG(source.st_mode) || !LockFile(from.get(), true)) {
-    return false;
-  }
-  // A new file may be run if the source may.
-  const mode_t mode = (source.st_mode & 0777) | S_IWUSR;
-  const int flags = O_WRONLY | O_CREAT | (fail_if_exists ? O_EXCL : 0);
-  Descriptor to = OpenHost(destination_path, flags, mode);
-  struct stat destination;
-  if (!to || ::fstat(to.get(), &destination) != 0 || !S_ISREG(destination.st_mode)) return false;
-  const bool same = source.st_dev == destination.st_dev && source.st_ino == destination.st_ino;
-  if (same || IsMarkedReadOnly(destination) || !LockFile(to.get(), false)) return false;
-  if (CopyInto(from, source, std::move(to))) return true;
-  const std::string partial = FollowHostLink(destination_path);
-  if (!partial.empty()) ::unlink(partial.c_str());
-  return false;
-}
-
 bool FlushFolderOf(const std::string& path) {
   const std::size_t slash = path.rfind('/');
-  const Descriptor folder = OpenHost(slash == 0 ? "/" : path.substr(0, slash), O_RDONLY | O_DIRECTORY, 0);
+  const Descriptor folder =
+      OpenHost(AT_FDCWD, slash == 0 ? "/" : path.substr(0, slash).c_str(), O_RDONLY | O_DIRECTORY, 0);
   return folder && ::fsync(folder.get()) == 0;
 }
 
@@ -120,7 +46,7 @@ SystemResult OpenHostFile(const HostPath& host, Access access, Creation creation
   if (!creates && !IsPlainOrMissing(host.path)) return SystemResult::Denied;
   if (creation != Creation::OpenExisting) EnsureDriveRoot(host);
   const mode_t mode = creation == Creation::CreateNewPrivate ? 0600 : 0666;
-  Descriptor file = OpenHost(host.path, FlagsOf(access, creation), mode);
+  Descriptor file = OpenHost(AT_FDCWD, host.path.c_str(), FlagsOf(access, creation), mode);
   if (!file) return LastResult();
   struct stat status;
   if (::fstat(file.get(), &status) != 0) return SystemResult::Failed;
@@ -130,22 +56,6 @@ SystemResult OpenHostFile(const HostPath& host, Access access, Creation creation
   if (!LockFile(file.get(), false)) return SystemResult::InUse;
   *handle = FileHandle{file.Give()};
   return SystemResult::Ok;
-}
-
-bool RemoveHostFile(const HostPath& host) {
-  struct stat status;
-  if (host.is_root || host.trailing_separator || ::lstat(host.path.c_str(), &status) != 0) return false;
-  if (S_ISDIR(status.st_mode)) return false;
-  if (S_ISLNK(status.st_mode)) {
-    struct stat target;
-    if (::stat(host.path.c_str(), &target) == 0 && S_ISDIR(target.st_mode)) return false;
-  } else if (IsMarkedReadOnly(status)) {
-    return false;
-  } else if (S_ISREG(status.st_mode)) {
-    const Descriptor file = OpenHost(host.path, O_RDONLY | O_NOFOLLOW, 0);
-    if (file && !LockFile(file.get(), false)) return false;
-  }
-  return ::unlink(host.path.c_str()) == 0;
 }
 
 template <class Char>
@@ -164,13 +74,7 @@ class PosixFiles final : public FilesOf<Char> {
 
   bool SetAttributes(const Text& path, std::uint32_t attributes) override {
     HostPath host;
-    struct stat status;
-    if (!ToHostPath(path, &host) || ::lstat(host.path.c_str(), &status) != 0) return false;
-    if (S_ISLNK(status.st_mode)) return true;
-    const bool read_only = (attributes & FileAttribute::kReadOnly) != 0;
-    if (read_only == IsMarkedReadOnly(status)) return true;
-    const mode_t mode = status.st_mode & 07777;
-    return ::chmod(host.path.c_str(), read_only ? mode & ~mode_t{0222} : mode | S_IWUSR) == 0;
+    return ToHostPath(path, &host) && Posix::SetAttributes({AT_FDCWD, host.path.c_str()}, attributes);
   }
 
   bool IsWritableFile(const Text& path) override {
@@ -192,12 +96,14 @@ class PosixFiles final : public FilesOf<Char> {
     if (!ToHostPath(source, &from) || !ToHostPath(destination, &to)) return false;
     if (from.trailing_separator || to.trailing_separator) return false;
     EnsureDriveRoot(to);
-    return CopyHostFile(from.path, to.path, fail_if_exists);
+    return CopyFile({AT_FDCWD, from.path.c_str()}, {AT_FDCWD, to.path.c_str()}, fail_if_exists, CopiedMark::Kept) ==
+           SystemResult::Ok;
   }
 
   bool RemoveOneFile(const Text& path) override {
     HostPath host;
-    return ToHostPath(path, &host) && RemoveHostFile(host);
+    return ToHostPath(path, &host) && !host.is_root && !host.trailing_separator &&
+           RemoveFile({AT_FDCWD, host.path.c_str()});
   }
 
   bool RenameOver(const Text& from, const Text& to) override {

@@ -1,5 +1,7 @@
 #include "platform/posix/Utf8.h"
 
+#include <algorithm>
+
 namespace OrvWorkFlow::Posix {
 namespace {
 
@@ -143,6 +145,19 @@ std::u16string Capitals(std::string_view text) {
     }
   }
   return result;
+}
+
+bool EqualsWithoutCase(std::string_view a, std::string_view b) {
+  const auto is_ascii = [](char c) { return static_cast<unsigned char>(c) < 0x80; };
+  const auto equal = [](char x, char y) {
+    return x == y || Capital(static_cast<unsigned char>(x)) == Capital(static_cast<unsigned char>(y));
+  };
+  // The common case allocates nothing. No letter beyond ASCII is the same as one of ASCII.
+  if (std::all_of(b.begin(), b.end(), is_ascii)) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [&](char x, char y) { return is_ascii(x) && equal(x, y); });
+  }
+  return Capitals(a) == Capitals(b);
 }
 
 }  // namespace OrvWorkFlow::Posix

@@ -21,4 +21,7 @@ char32_t Capital(char32_t character);
 // The text in capitals, as UTF-16, so that comparing the results sorts as Windows lists a directory.
 std::u16string Capitals(std::string_view text);
 
+// Whether the texts have the same capitals.
+bool EqualsWithoutCase(std::string_view a, std::string_view b);
+
 }  // namespace OrvWorkFlow::Posix

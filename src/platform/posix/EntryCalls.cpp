@@ -1,0 +1,151 @@
+#include "platform/posix/EntryCalls.h"
+
+#include <fcntl.h>
+
+#include <array>
+#include <cerrno>
+
+#include "platform/posix/HostFile.h"
+
+namespace OrvWorkFlow::Posix {
+namespace {
+
+bool StatusOf(EntryName entry, int flags, struct stat* status) {
+  return ::fstatat(entry.folder, entry.name, status, flags) == 0;
+}
+
+bool LeadsToFolder(EntryName entry) {
+  struct stat target;
+  return StatusOf(entry, 0, &target) && S_ISDIR(target.st_mode);
+}
+
+bool IsPlainOrMissing(EntryName entry) {
+  struct stat status;
+  return !StatusOf(entry, 0, &status) || S_ISREG(status.st_mode);
+}
+
+// A path that leads to the entry.
+std::string PathOf(EntryName entry) {
+  if (entry.folder == AT_FDCWD) return entry.name;
+  return "/proc/self/fd/" + std::to_string(entry.folder) + "/" + entry.name;
+}
+
+bool CopyThroughMemory(int from, int to) {
+  std::array<char, std::size_t{64} * 1024> buffer;
+  std::size_t count;
+  do {
+    std::size_t written;
+    if (!ReadAll(from, buffer.data(), buffer.size(), &count)) return false;
+    if (!WriteAll(to, buffer.data(), count, &written)) return false;
+  } while (count == buffer.size());
+  return true;
+}
+
+// Large files are copied by the system, which may share their content. What it leaves, or cannot copy, is read and
+// written; so are files that say that they are empty and are not, as the system's own are.
+bool CopyContent(int from, int to, const struct stat& source) {
+  constexpr off_t kLarge = off_t{64} * 1024;
+  constexpr std::size_t kMostAtOnce = std::size_t{1} << 30;
+  if (source.st_size > kLarge) {
+    ssize_t count;
+    do {
+      count = ::copy_file_range(from, nullptr, to, nullptr, kMostAtOnce, 0);
+    } while (count > 0 || (count < 0 && errno == EINTR));
+    if (count < 0 && errno == ENOSPC) return false;
+  }
+  return CopyThroughMemory(from, to);
+}
+
+struct Destination {
+  Descriptor file{-1};
+  bool existed = false;
+};
+
+// Opens the destination for writing, and makes it if nothing is there.
+SystemResult OpenDestination(EntryName entry, const struct stat& source, bool fail_if_exists, Destination* result) {
+  // A new file may be run if the source may.
+  const mode_t mode = (source.st_mode & 0777) | S_IWUSR;
+  result->file = OpenHost(entry.folder, entry.name, O_WRONLY | O_CREAT | O_EXCL, mode);
+  result->existed = !result->file && errno == EEXIST;
+  if (result->existed && !fail_if_exists) {
+    if (!IsPlainOrMissing(entry)) return SystemResult::Denied;
+    result->file = OpenHost(entry.folder, entry.name, O_WRONLY | O_CREAT, mode);
+  }
+  if (!result->file) return LastResult();
+  if (!result->existed) return SystemResult::Ok;
+  struct stat status;
+  if (::fstat(result->file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return SystemResult::Denied;
+  const bool same = source.st_dev == status.st_dev && source.st_ino == status.st_ino;
+  return same || IsMarkedReadOnly(status) ? SystemResult::Denied : SystemResult::Ok;
+}
+
+bool CopyInto(const Descriptor& from, const struct stat& source, Destination destination, CopiedMark mark) {
+  const int to = destination.file.get();
+  bool copied = (!destination.existed || ::ftruncate(to, 0) == 0) && CopyContent(from.get(), to, source);
+  if (copied && mark == CopiedMark::Kept && IsMarkedReadOnly(source)) {
+    struct stat status;
+    copied = ::fstat(to, &status) == 0 && ::fchmod(to, status.st_mode & 07777 & ~mode_t{0222}) == 0;
+  }
+  return ::close(destination.file.Give()) == 0 && copied;
+}
+
+}  // namespace
+
+bool IsThere(EntryName entry) {
+  struct stat status;
+  return StatusOf(entry, AT_SYMLINK_NOFOLLOW, &status);
+}
+
+bool SetAttributes(EntryName entry, std::uint32_t attributes) {
+  struct stat status;
+  if (!StatusOf(entry, AT_SYMLINK_NOFOLLOW, &status)) return false;
+  if (S_ISLNK(status.st_mode)) return true;
+  const bool read_only = (attributes & FileAttribute::kReadOnly) != 0;
+  if (read_only == IsMarkedReadOnly(status)) return true;
+  const mode_t mode = status.st_mode & 07777;
+  return ::fchmodat(entry.folder, entry.name, read_only ? mode & ~mode_t{0222} : mode | S_IWUSR, 0) == 0;
+}
+
+bool RemoveFile(EntryName entry) {
+  struct stat status;
+  if (!StatusOf(entry, AT_SYMLINK_NOFOLLOW, &status) || S_ISDIR(status.st_mode)) return false;
+  if (S_ISLNK(status.st_mode)) {
+    if (LeadsToFolder(entry)) return false;
+  } else if (IsMarkedReadOnly(status)) {
+    return false;
+  } else if (S_ISREG(status.st_mode)) {
+    const Descriptor file = OpenHost(entry.folder, entry.name, O_RDONLY | O_NOFOLLOW, 0);
+    if (file && !LockFile(file.get(), false)) return false;
+  }
+  return ::unlinkat(entry.folder, entry.name, 0) == 0;
+}
+
+bool RemoveFolder(EntryName entry) {
+  struct stat status;
+  if (!StatusOf(entry, AT_SYMLINK_NOFOLLOW, &status)) return false;
+  if (S_ISLNK(status.st_mode)) return LeadsToFolder(entry) && ::unlinkat(entry.folder, entry.name, 0) == 0;
+  return !IsMarkedReadOnly(status) && ::unlinkat(entry.folder, entry.name, AT_REMOVEDIR) == 0;
+}
+
+SystemResult CreateFolder(EntryName entry) {
+  return ::mkdirat(entry.folder, entry.name, 0777) == 0 ? SystemResult::Ok : LastResult();
+}
+
+SystemResult CopyFile(EntryName source_name, EntryName destination_name, bool fail_if_exists, CopiedMark mark) {
+  if (!IsPlainOrMissing(source_name)) return SystemResult::Denied;
+  const Descriptor from = OpenHost(source_name.folder, source_name.name, O_RDONLY, 0);
+  if (!from) return LastResult();
+  struct stat source;
+  if (::fstat(from.get(), &source) != 0 || !S_ISREG(source.st_mode)) return SystemResult::Denied;
+  if (!LockFile(from.get(), true)) return SystemResult::InUse;
+  Destination destination;
+  const SystemResult opened = OpenDestination(destination_name, source, fail_if_exists, &destination);
+  if (opened != SystemResult::Ok) return opened;
+  if (!LockFile(destination.file.get(), false)) return SystemResult::InUse;
+  if (CopyInto(from, source, std::move(destination), mark)) return SystemResult::Ok;
+  const std::string partial = FollowHostLink(PathOf(destination_name));
+  if (!partial.empty()) ::unlink(partial.c_str());
+  return SystemResult::Failed;
+}
+
+}  // namespace OrvWorkFlow::Posix
