@@ -113,6 +113,12 @@ class IOrvBasicStream {
   virtual std::size_t GetSize() const = 0;
   virtual void Release() = 0;
 
+  // For content that comes without a copy: room for `size` bytes behind the content, which stays as it is. Valid until
+  // the next call. Null for lack of memory and where there is no such room to be had: then Append serves.
+  virtual void* Room(std::size_t /*size*/) { return nullptr; }
+  // The first `size` bytes of the room that was given last join the content. False without such a room.
+  virtual bool Commit(std::size_t /*size*/) { return false; }
+
  protected:
   ~IOrvBasicStream() = default;
 };

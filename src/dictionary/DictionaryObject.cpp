@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "dictionary/FileBytes.h"
 #include "dictionary/MarshalledLists.h"
 
 namespace OrvWorkFlow {
@@ -187,15 +188,12 @@ bool CDictionary::LoadFile(const char* file_name) {
   return Guarded([&] {
     if (HasEncryptionKey()) return false;
     // The elements' texts are views of the file's bytes, so these stay.
-    const auto content = std::make_shared<Marshalled<IOrvBasicStream>>();
-    if (!*content) return false;
+    const auto content = std::make_shared<FileBytes>();
     const Found<IFileSystemA> file_system = FindFileSystem();
     if (!file_system) return false;
     const std::string path = file_.FindForLoading(*file_system.get(), file_name);
-    if (!file_system->ReadFileToStream(path.c_str(), content->get())) return false;
-    const auto* bytes = static_cast<const char*>(content->get()->GetData());
-    const std::size_t size = content->get()->GetSize();
-    return store_.Load(size == 0 ? std::string_view() : std::string_view(bytes, size), content);
+    if (!file_system->ReadFileToStream(path.c_str(), content.get())) return false;
+    return store_.Load(content->view(), content);
   });
 }
 

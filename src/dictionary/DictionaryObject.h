@@ -3,7 +3,7 @@
 //   DictionaryObject   the interface; DictionaryFile finds its files
 //   DataStore          the mutex and the typed operations; Redirection, ListItems
 //   XmlReader, XmlWriter, Escaping, TextBuffer
-//   ElementTree        elements, their names (NameTable), attributes (AttributeTable), texts (StoredText), ChildIndex
+//   ElementTree        elements, their names (NameTable), attributes (AttributeTable), texts (Element), ChildIndex
 //   EntryPath, AttributeText, ValueText, ValueTypes, Bytes: small grammars
 #pragma once
 

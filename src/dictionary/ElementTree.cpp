@@ -2,6 +2,8 @@
 
 #include <new>
 
+#include "dictionary/Bytes.h"
+
 namespace OrvWorkFlow {
 
 ElementTree::ElementTree() : names_(MakeNames()), attributes_(std::make_unique<AttributeTable>()) {}
@@ -12,102 +14,86 @@ std::unique_ptr<NameTable> ElementTree::MakeNames() {
   return names;
 }
 
-ElementId ElementTree::FindChild(ElementId parent, std::string_view name) {
-  const NameTable::Id id = names_->Find(name);
-  return id == NameTable::kNone ? kNoElement : FindChildById(parent, id);
-}
-
-ElementId ElementTree::FindChildById(ElementId parent, NameTable::Id name) {
-  if (node(parent).child_count > kWalkedChildren) {
-    if (!node(parent).is_indexed) IndexChildren(parent);
-    return children_.Find(*this, parent, name);
-  }
-  ElementId child = node(parent).first_child;
-  while (child != kNoElement && node(child).name != name) child = node(child).next;
-  return child;
+ElementId ElementTree::FindChild(ElementId parent, std::string_view name, std::uint32_t name_hash) {
+  if (!elements_[parent].is_indexed) IndexChildren(parent);
+  return children_.Find(ChildIndex::Hash(parent, name_hash), [&](ElementId id) {
+    const Element& element = elements_[id];
+    return element.parent == parent && SameText(names_->Text(element.name), name);
+  });
 }
 
 void ElementTree::IndexChildren(ElementId parent) {
-  children_.Reserve(*this, node(parent).child_count);
-  for (ElementId child = node(parent).first_child; child != kNoElement; child = node(child).next) {
-    children_.Add(*this, child);
+  children_.Reserve(elements_[parent].child_count);
+  for (ElementId child = elements_[parent].first_child; child != kNoElement; child = elements_[child].next) {
+    children_.Add(ChildIndex::Hash(parent, names_->Hash(name(child))), child);
   }
-  node(parent).is_indexed = 1;
+  elements_[parent].is_indexed = 1;
 }
 
 ElementId ElementTree::CreateRoot(std::string_view name) {
   const NameTable::Id name_id = names_->Intern(name);
-  root_ = TakeNode();
-  node(root_).name = name_id;
+  root_ = TakeElement();
+  elements_[root_].name = name_id;
   return root_;
 }
 
 ElementId ElementTree::EnsureChild(ElementId parent, std::string_view name) {
-  return EnsureChild(parent, names_->Intern(name));
+  const std::uint32_t hash = names_->Hash(name);
+  const ElementId child = FindChild(parent, name, hash);
+  return child != kNoElement ? child : Append(parent, names_->Intern(name, hash), hash);
 }
 
-ElementId ElementTree::EnsureChild(ElementId parent, NameTable::Id name) {
-  const ElementId child = FindChildById(parent, name);
-  return child != kNoElement ? child : Append(parent, name);
-}
-
-ElementId ElementTree::AppendChild(ElementId parent, std::string_view name) {
-  return Append(parent, names_->Intern(name));
-}
-
-ElementId ElementTree::Append(ElementId parent, NameTable::Id name) {
-  if (node(parent).is_indexed) children_.Reserve(*this, 1);
-  const ElementId id = TakeNode();
-  Node& child = node(id);
-  Node& above = node(parent);
+ElementId ElementTree::Append(ElementId parent, NameTable::Id name, std::uint32_t name_hash) {
+  if (elements_[parent].is_indexed) children_.Reserve(1);
+  const ElementId id = TakeElement();
+  Element& child = elements_[id];
+  Element& above = elements_[parent];
   child.name = name;
   child.parent = parent;
-  child.previous = above.last_child;
-  if (above.last_child == kNoElement) {
-    above.first_child = id;
+  if (above.first_child == kNoElement) {
+    above.first_child = child.previous = id;
   } else {
-    node(above.last_child).next = id;
+    Element& first = elements_[above.first_child];
+    child.previous = first.previous;
+    elements_[first.previous].next = id;
+    first.previous = id;
   }
-  above.last_child = id;
-  above.child_count = (above.child_count + 1) & 0x7FFFFFFF;
-  if (above.is_indexed) children_.Add(*this, id);
+  above.child_count = (above.child_count + 1) & kMostChildren;
+  if (above.is_indexed) children_.Add(ChildIndex::Hash(parent, name_hash), id);
   return id;
 }
 
-ElementId ElementTree::TakeNode() {
+ElementId ElementTree::TakeElement() {
   ElementId id = free_;
   if (id != kNoElement) {
-    free_ = node(id).next;
-    node(id).next = kNoElement;
+    free_ = elements_[id].next;
+    elements_[id].next = kNoElement;
   } else {
-    if (fresh_ >= 0x7FFFFFFF) throw std::bad_alloc();
-    if ((fresh_ >> kBlockBits) == blocks_.size()) blocks_.push_back(std::make_unique<Node[]>(kBlockSize));
-    id = fresh_++;
+    if (elements_.size() >= kMostChildren) throw std::bad_alloc();
+    elements_.Add();
+    id = elements_.size() - 1;
   }
   ++live_;
   return id;
 }
 
-void ElementTree::FreeNode(ElementId id) {
-  Node& freed = node(id);
-  freed.text.Clear();
-  freed.name = NameTable::kNone;
-  freed.attributes = AttributeTable::kEmpty;
-  freed.parent = freed.first_child = freed.last_child = freed.previous = kNoElement;
-  freed.child_count = 0;
-  freed.is_indexed = 0;
+void ElementTree::FreeElement(ElementId id) {
+  Element& freed = elements_[id];
+  freed.ClearText();
+  freed = Element();
   freed.next = free_;
   free_ = id;
   --live_;
 }
 
 void ElementTree::Unlink(ElementId id) {
-  const Node& gone = node(id);
-  Node& above = node(gone.parent);
-  if (above.is_indexed) children_.Remove(*this, id);
-  (gone.previous == kNoElement ? above.first_child : node(gone.previous).next) = gone.next;
-  (gone.next == kNoElement ? above.last_child : node(gone.next).previous) = gone.previous;
-  above.child_count = (above.child_count - 1) & 0x7FFFFFFF;
+  const Element& gone = elements_[id];
+  Element& above = elements_[gone.parent];
+  if (above.is_indexed) children_.Remove(ChildIndex::Hash(gone.parent, names_->Hash(name(id))), id);
+  const ElementId behind = gone.next != kNoElement ? gone.next : above.first_child;
+  (id == above.first_child ? above.first_child : elements_[gone.previous].next) = gone.next;
+  elements_[behind].previous = gone.previous;
+  above.child_count = (above.child_count - 1) & kMostChildren;
 }
 
 // Goes down to the leaves and frees from there, so that each element is freed after its children.
@@ -118,26 +104,32 @@ void ElementTree::Remove(ElementId id) {
   }
   ElementId at = id;
   for (;;) {
-    if (node(at).first_child != kNoElement) {
-      at = node(at).first_child;
+    if (elements_[at].first_child != kNoElement) {
+      at = elements_[at].first_child;
       continue;
     }
-    const ElementId above = node(at).parent;
+    const ElementId above = elements_[at].parent;
     Unlink(at);
-    FreeNode(at);
+    FreeElement(at);
     if (at == id) return;
     at = above;
   }
 }
 
 void ElementTree::Clear() {
-  blocks_.clear();
+  FreeOwnedTexts();
+  elements_.Clear();
   root_ = free_ = kNoElement;
-  fresh_ = 0;
   live_ = 0;
   children_.Clear();
   kept_.reset();
   ReplaceTexts();
+}
+
+void ElementTree::FreeOwnedTexts() {
+  if (!owns_texts_) return;
+  for (ElementId id = 0; id < elements_.size(); ++id) elements_[id].ClearText();
+  owns_texts_ = false;
 }
 
 // Without memory for new tables the old ones go on serving.
@@ -160,15 +152,15 @@ void ElementTree::ShedUnusedTexts() noexcept {
     std::vector<NameTable::Id> new_names(names_->size(), NameTable::kNone);
     std::vector<AttributeTable::Id> new_attributes(attributes_->size(), NameTable::kNone);
     const auto each_live = [&](auto&& visit) {
-      for (ElementId id = 0; id < fresh_; ++id) {
-        if (node(id).name != NameTable::kNone) visit(node(id));
+      for (ElementId id = 0; id < elements_.size(); ++id) {
+        if (elements_[id].name != NameTable::kNone) visit(elements_[id]);
       }
     };
-    each_live([&](const Node& live) {
+    each_live([&](const Element& live) {
       new_names[live.name] = names->Intern(names_->Text(live.name));
       new_attributes[live.attributes] = attributes->Intern(attributes_->Text(live.attributes));
     });
-    each_live([&](Node& live) {
+    each_live([&](Element& live) {
       live.name = new_names[live.name];
       live.attributes = new_attributes[live.attributes];
       live.is_indexed = 0;

@@ -1,7 +1,7 @@
 // The tree of named elements that a dictionary holds: each with a text, a raw attribute text and children in the order
 // in which they were added.
 //
-// Elements lie in blocks and are known by number. Names and attribute texts are kept once each, however many elements
+// Elements never move and are known by number. Names and attribute texts are kept once each, however many elements
 // have them. A text may be a view of the file it was loaded from, which the tree keeps. Nothing recurses: a tree may be
 // as deep as memory allows. Not synchronised.
 #pragma once
@@ -15,13 +15,11 @@
 
 #include "dictionary/AttributeTable.h"
 #include "dictionary/ChildIndex.h"
+#include "dictionary/Element.h"
 #include "dictionary/NameTable.h"
-#include "dictionary/StoredText.h"
+#include "dictionary/StableArray.h"
 
 namespace OrvWorkFlow {
-
-using ElementId = std::uint32_t;
-inline constexpr ElementId kNoElement = 0xFFFFFFFF;
 
 inline constexpr std::string_view kRootName = "IDictionaryRoot";
 inline constexpr std::string_view kListEntriesName = "__ListEntries";
@@ -33,43 +31,48 @@ class ElementTree {
   ElementTree();
   ElementTree(const ElementTree&) = delete;
   ElementTree& operator=(const ElementTree&) = delete;
+  ~ElementTree() { FreeOwnedTexts(); }
 
   // kNoElement for an empty tree.
   ElementId root() const { return root_; }
   // False for an empty tree and for a root of another name than kRootName.
-  bool HasUsualRoot() const { return root_ != kNoElement && node(root_).name == kUsualRoot; }
+  bool HasUsualRoot() const { return root_ != kNoElement && elements_[root_].name == kUsualRoot; }
 
-  std::string_view name(ElementId id) const { return names_->Text(node(id).name); }
-  std::string_view text(ElementId id) const { return node(id).text.view(); }
-  std::string_view attributes(ElementId id) const { return attributes_->Text(node(id).attributes); }
-  ValueType type(ElementId id) const { return attributes_->Type(node(id).attributes); }
-  bool IsRedirection(ElementId id) const { return attributes_->IsRedirection(node(id).attributes); }
+  std::string_view name(ElementId id) const { return names_->Text(elements_[id].name); }
+  std::string_view text(ElementId id) const { return elements_[id].text(); }
+  std::string_view attributes(ElementId id) const { return attributes_->Text(elements_[id].attributes); }
+  ValueType type(ElementId id) const { return attributes_->Type(elements_[id].attributes); }
+  bool IsRedirection(ElementId id) const { return attributes_->IsRedirection(elements_[id].attributes); }
   // Each kNoElement when there is none.
-  ElementId parent(ElementId id) const { return node(id).parent; }
-  ElementId first_child(ElementId id) const { return node(id).first_child; }
-  ElementId next_sibling(ElementId id) const { return node(id).next; }
-  std::size_t child_count(ElementId id) const { return node(id).child_count; }
+  ElementId parent(ElementId id) const { return elements_[id].parent; }
+  ElementId first_child(ElementId id) const { return elements_[id].first_child; }
+  ElementId next_sibling(ElementId id) const { return elements_[id].next; }
+  std::size_t child_count(ElementId id) const { return elements_[id].child_count; }
 
-  // The first child of that name. After the first call for an element with many children, as fast as with few.
-  ElementId FindChild(ElementId parent, std::string_view name);
+  // The first child of that name. From the second call for an element on, as fast with many children as with few.
+  ElementId FindChild(ElementId parent, std::string_view name) { return FindChild(parent, name, names_->Hash(name)); }
 
   // The tree must be empty.
   ElementId CreateRoot(std::string_view name);
   // The child of that name, added behind the others when there is none.
   ElementId EnsureChild(ElementId parent, std::string_view name);
-  // The same with a name that InternName gave.
-  ElementId EnsureChild(ElementId parent, NameTable::Id name);
   // Adds a child without looking for one of that name, which must not be there.
-  ElementId AppendChild(ElementId parent, std::string_view name);
+  ElementId AppendChild(ElementId parent, std::string_view name) {
+    const std::uint32_t hash = names_->Hash(name);
+    return Append(parent, names_->Intern(name, hash), hash);
+  }
 
-  void SetText(ElementId id, std::string_view text) { node(id).text.SetCopy(text); }
+  void SetText(ElementId id, std::string_view text) {
+    elements_[id].SetTextCopy(text);
+    owns_texts_ = owns_texts_ || elements_[id].OwnsText();
+  }
   // Without a copy: `text` lies in what KeepAlive was given last.
-  void SetTextView(ElementId id, std::string_view text) { node(id).text.SetView(text); }
-  void SetAttributes(ElementId id, std::string_view text) { node(id).attributes = attributes_->Intern(text); }
-  void SetAttributes(ElementId id, AttributeTable::Id attributes) { node(id).attributes = attributes; }
+  void SetTextView(ElementId id, std::string_view text) { elements_[id].SetTextView(text); }
+  void SetAttributes(ElementId id, std::string_view text) { elements_[id].attributes = attributes_->Intern(text); }
+  void SetAttributes(ElementId id, AttributeTable::Id attributes) { elements_[id].attributes = attributes; }
   // What the element's attributes are with "__type" set to the type's tag.
   AttributeTable::Id AttributesWithType(ElementId id, ValueType type) {
-    return attributes_->WithType(node(id).attributes, type);
+    return attributes_->WithType(elements_[id].attributes, type);
   }
 
   // Frees the element with its subtree; of the root, empties the tree.
@@ -79,7 +82,17 @@ class ElementTree {
   // For building by number.
   NameTable::Id InternName(std::string_view name) { return names_->Intern(name); }
   std::string_view NameText(NameTable::Id id) const { return names_->Text(id); }
-  NameTable::Id name_id(ElementId id) const { return node(id).name; }
+  std::size_t name_count() const { return names_->size(); }
+  NameTable::Id name_id(ElementId id) const { return elements_[id].name; }
+  // As above, with a name that InternName gave.
+  ElementId AppendChild(ElementId parent, NameTable::Id name) {
+    return Append(parent, name, elements_[parent].is_indexed ? names_->Hash(names_->Text(name)) : 0);
+  }
+  // Elements made until now, and how many there is room for before memory has to be taken.
+  std::size_t element_count() const { return elements_.size(); }
+  std::size_t capacity() const { return elements_.capacity(); }
+  // Takes memory for `count` elements in all, as far as there is any.
+  void Reserve(std::size_t count) noexcept { elements_.Reserve(count); }
   AttributeTable::Id InternAttributes(std::string_view text) { return attributes_->Intern(text); }
 
   // Keeps the owner of a text that SetTextView is going to use, until the tree is cleared.
@@ -90,44 +103,26 @@ class ElementTree {
   void ShedUnusedTexts() noexcept;
 
  private:
-  struct Node {
-    NameTable::Id name = NameTable::kNone;  // kNone marks a free node; `next` is then the next free one.
-    AttributeTable::Id attributes = AttributeTable::kEmpty;
-    ElementId parent = kNoElement;
-    ElementId first_child = kNoElement;
-    ElementId last_child = kNoElement;
-    ElementId previous = kNoElement;
-    ElementId next = kNoElement;
-    std::uint32_t child_count : 31 = 0;
-    std::uint32_t is_indexed : 1 = 0;  // All children are in children_.
-    StoredText text;
-  };
   // Every table of names begins with kRootName.
   static constexpr NameTable::Id kUsualRoot = 0;
   static std::unique_ptr<NameTable> MakeNames();
 
-  static constexpr unsigned kBlockBits = 8;
-  static constexpr std::size_t kBlockSize = std::size_t{1} << kBlockBits;
-  // Up to this number of children a walk is faster than a look into the table.
-  static constexpr std::uint32_t kWalkedChildren = 16;
-
-  const Node& node(ElementId id) const { return blocks_[id >> kBlockBits][id & (kBlockSize - 1)]; }
-  Node& node(ElementId id) { return blocks_[id >> kBlockBits][id & (kBlockSize - 1)]; }
-  ElementId FindChildById(ElementId parent, NameTable::Id name);
-  ElementId Append(ElementId parent, NameTable::Id name);
-  ElementId TakeNode();
-  void FreeNode(ElementId id);
+  ElementId FindChild(ElementId parent, std::string_view name, std::uint32_t name_hash);
+  ElementId Append(ElementId parent, NameTable::Id name, std::uint32_t name_hash);
+  ElementId TakeElement();
+  void FreeElement(ElementId id);
   void IndexChildren(ElementId parent);
   void Unlink(ElementId id);
   void ReplaceTexts();
+  void FreeOwnedTexts();
 
   std::unique_ptr<NameTable> names_;
   std::unique_ptr<AttributeTable> attributes_;
-  std::vector<std::unique_ptr<Node[]>> blocks_;
+  StableArray<Element, 8> elements_;
   ElementId root_ = kNoElement;
-  ElementId free_ = kNoElement;  // First of the nodes that were used before.
-  ElementId fresh_ = 0;          // First node that was never used.
+  ElementId free_ = kNoElement;  // First of the elements that were used before.
   std::size_t live_ = 0;
+  bool owns_texts_ = false;  // An element has had a text of its own.
   ChildIndex children_;
   std::shared_ptr<const void> kept_;
 };

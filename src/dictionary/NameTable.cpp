@@ -4,7 +4,8 @@
 #include <cstring>
 #include <stdexcept>
 
-#include "dictionary/StoredText.h"
+#include "dictionary/Bytes.h"
+#include "dictionary/TextSize.h"
 
 namespace OrvWorkFlow {
 namespace {
@@ -20,12 +21,6 @@ std::uint64_t Mix(std::uint64_t value) {
   return value;
 }
 
-std::uint64_t Load(const char* bytes, std::size_t size) {
-  std::uint64_t value = 0;
-  std::memcpy(&value, bytes, size);
-  return value;
-}
-
 }  // namespace
 
 // The seed differs from table to table, so that no file can be made whose names all fall on one slot.
@@ -38,46 +33,36 @@ std::uint32_t NameTable::Hash(std::string_view text) const {
   std::uint64_t hash = seed_ ^ text.size();
   const char* bytes = text.data();
   std::size_t left = text.size();
-  for (; left > 8; left -= 8, bytes += 8) hash = Mix(hash ^ Load(bytes, 8)) + seed_;
-  if (left > 0) hash ^= Load(bytes, left);
+  for (; left > 8; left -= 8, bytes += 8) hash = Mix(hash ^ LoadWord<std::uint64_t>(bytes)) + seed_;
+  hash ^= LoadFew(bytes, left);
   return static_cast<std::uint32_t>(Mix(Mix(hash)));
 }
 
-NameTable::Slot& NameTable::FindSlot(std::string_view text, std::uint32_t hash) {
-  const std::size_t mask = slots_.size() - 1;
-  for (std::size_t at = hash & mask;; at = (at + 1) & mask) {
-    Slot& slot = slots_[at];
-    if (slot.id == kNone || (slot.hash == hash && Text(slot.id) == text)) return slot;
-  }
-}
-
-NameTable::Id NameTable::Find(std::string_view text) const {
-  const std::uint32_t hash = Hash(text);
+// Where the text is, or the place for it.
+std::size_t NameTable::FindSlot(std::string_view text, std::uint32_t hash) const {
   const std::size_t mask = slots_.size() - 1;
   for (std::size_t at = hash & mask;; at = (at + 1) & mask) {
     const Slot& slot = slots_[at];
-    if (slot.id == kNone || (slot.hash == hash && Text(slot.id) == text)) return slot.id;
+    if (slot.id == kNone || (slot.hash == hash && SameText(Text(slot.id), text))) return at;
   }
 }
 
-NameTable::Id NameTable::Intern(std::string_view text) {
-  const std::uint32_t hash = Hash(text);
-  Slot* slot = &FindSlot(text, hash);
-  if (slot->id != kNone) return slot->id;
-  if (text.size() > kMaxTextSize || entries_.size() >= kNone) throw std::length_error("name of an element");
+NameTable::Id NameTable::Intern(std::string_view text, std::uint32_t hash) {
+  std::size_t at = FindSlot(text, hash);
+  if (slots_[at].id != kNone) return slots_[at].id;
+  if (text.size() > kMaxTextSize || entries_.size() >= kNone - 1) throw std::length_error("name of an element");
   if (entries_.size() >= slots_.size() / 3 * 2) {
     Grow();
-    slot = &FindSlot(text, hash);
+    at = FindSlot(text, hash);
   }
-  const char* kept = Keep(text);
-  entries_.push_back({kept, static_cast<std::uint32_t>(text.size())});
-  slot->hash = hash;
-  slot->id = static_cast<Id>(entries_.size() - 1);
-  return slot->id;
+  const char* kept = text.size() > Entry::kInsideSize ? Keep(text) : nullptr;
+  entries_.Add().Set(text, kept);
+  slots_[at] = {hash, entries_.size() - 1};
+  return slots_[at].id;
 }
 
 void NameTable::Grow() {
-  std::vector<Slot> larger(slots_.size() * 2);
+  std::vector<Slot, LargeAllocator<Slot>> larger(slots_.size() * 2);
   const std::size_t mask = larger.size() - 1;
   for (const Slot& slot : slots_) {
     if (slot.id == kNone) continue;
@@ -90,7 +75,6 @@ void NameTable::Grow() {
 
 // Long texts get a block of their own; short ones share.
 const char* NameTable::Keep(std::string_view text) {
-  if (text.empty()) return "";
   if (text.size() > free_size_) {
     const std::size_t shared = blocks_.empty() ? kFirstBlock : kBlockSize;
     const bool alone = text.size() > shared / 4;

@@ -1,16 +1,14 @@
-// A growing block of bytes for output: appending is a copy of bytes and nothing else, and a large block grows where it
-// is.
+// A growing block of bytes for output: appending is a copy of bytes and nothing else.
 #pragma once
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
-#include <memory>
-#include <new>
 #include <stdexcept>
 #include <string_view>
+#include <utility>
 
-#include "dictionary/StoredText.h"
+#include "dictionary/TextSize.h"
+#include "platform/Memory.h"
 
 namespace OrvWorkFlow {
 
@@ -19,11 +17,11 @@ class TextBuffer {
  public:
   // Room for `size` bytes behind the text; what is written there counts after Commit.
   char* Room(std::size_t size) {
-    if (capacity_ - size_ < size) Grow(size);
-    return bytes_.get() + size_;
+    if (block_.size() - size_ < size) Grow(size);
+    return block_.data() + size_;
   }
   // `end` is where the writing into the room stopped.
-  void Commit(const char* end) { size_ = static_cast<std::size_t>(end - bytes_.get()); }
+  void Commit(const char* end) { size_ = static_cast<std::size_t>(end - block_.data()); }
 
   void Append(std::string_view text) {
     if (text.empty()) return;
@@ -36,26 +34,18 @@ class TextBuffer {
     size_ += count;
   }
 
-  std::string_view view() const { return {bytes_.get(), size_}; }
+  std::string_view view() const { return {block_.data(), size_}; }
 
  private:
-  struct Free {
-    void operator()(char* bytes) const { std::free(bytes); }
-  };
-
   void Grow(std::size_t size) {
     if (size > kMaxTextSize || size_ > kMaxTextSize - size) throw std::length_error("size of a dictionary's text");
-    const std::size_t capacity = std::max({size_ + size, std::min(capacity_ * 2, kMaxTextSize), std::size_t{1024}});
-    auto* larger = static_cast<char*>(std::realloc(bytes_.get(), capacity));
-    if (larger == nullptr) throw std::bad_alloc();
-    static_cast<void>(bytes_.release());  // realloc has freed or kept it.
-    bytes_.reset(larger);
-    capacity_ = capacity;
+    MemoryBlock larger(std::max({size_ + size, std::min(size_ * 2, kMaxTextSize), std::size_t{1024}}));
+    if (size_ > 0) std::memcpy(larger.data(), block_.data(), size_);
+    block_ = std::move(larger);
   }
 
-  std::unique_ptr<char, Free> bytes_;
+  MemoryBlock block_;
   std::size_t size_ = 0;
-  std::size_t capacity_ = 0;
 };
 
 }  // namespace OrvWorkFlow

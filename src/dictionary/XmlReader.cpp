@@ -5,11 +5,16 @@
 #include <string>
 #include <vector>
 
-#include "dictionary/Bytes.h"
+#include "dictionary/ByteScan.h"
 #include "dictionary/Escaping.h"
+#include "dictionary/TagMemory.h"
 
 namespace OrvWorkFlow {
 namespace {
+
+using NameEnd = EitherSet<EitherSet<OneByte<'>'>, OneByte<'/'>>, Blanks>;
+using AttributesEnd = EitherSet<EitherSet<OneByte<'>'>, OneByte<'/'>>, OneByte<'"'>>;
+using TextMark = EitherSet<OneByte<'<'>, OneByte<'&'>>;
 
 class XmlReader {
  public:
@@ -17,7 +22,7 @@ class XmlReader {
       : begin_(text.data()), at_(text.data()), end_(text.data() + text.size()), tree_(tree) {}
 
   bool Read() {
-    if (!SkipProlog() || !ReadStartTag()) return false;
+    if (!SkipProlog() || !ReadElement()) return false;
     while (!open_.empty()) {
       if (!ReadContent()) return false;
     }
@@ -29,50 +34,59 @@ class XmlReader {
   // pieces, the last of joined_.
   struct OpenElement {
     NameTable::Id name = NameTable::kNone;
-    ElementId element = kNoElement;  // kNoElement until something in it is complete.
     AttributeTable::Id attributes = AttributeTable::kEmpty;
+    ElementId element = kNoElement;  // kNoElement until something in it is complete.
     std::uint32_t text_begin = 0;
     std::uint32_t text_size = 0;
+    TagMemory::Place tag = 0;
+    TagMemory::Place last_child = 0;
     bool has_child = false;
     bool is_joined = false;
   };
 
   // Behind the next occurrence of `c`; null when there is none.
-  const char* Behind(char c, const char* from) const {
-    if (from == end_) return nullptr;  // Of an empty text there may not even be an address.
-    const void* found = std::memchr(from, c, static_cast<std::size_t>(end_ - from));
-    return found == nullptr ? nullptr : static_cast<const char*>(found) + 1;
+  template <char c>
+  const char* Behind(const char* from) const {
+    const char* found = FindFirst<OneByte<c>>(from, end_);
+    return found == end_ ? nullptr : found + 1;
   }
 
   // Up to the name of the first element: declarations and comments of the prolog end at their first ">".
   bool SkipProlog() {
     for (;;) {
-      at_ = Behind('<', at_);
+      at_ = Behind<'<'>(at_);
       if (at_ == nullptr || at_ == end_) return false;
       if (*at_ != '?' && *at_ != '!') return true;
-      at_ = Behind('>', at_);
+      at_ = Behind<'>'>(at_);
       if (at_ == nullptr) return false;
     }
   }
 
-  // Up to the next tag, and that tag.
+  // Behind a child or a comment: up to the next tag, and that tag.
   bool ReadContent() {
-    const char* tag = Behind('<', at_);
+    const char* const begin = at_;
+    if (open_.back().has_child) at_ = FindFirst<AllBut<Blanks>>(at_, end_);
+    const char* const tag = Behind<'<'>(at_);
     if (tag == nullptr || tag == end_) return false;
-    const std::string_view piece(at_, static_cast<std::size_t>(tag - 1 - at_));
-    AddText(open_.back().has_child ? TrimBlanks(piece) : piece);
+    if (tag - 1 != at_ || !open_.back().has_child) {
+      const std::string_view piece(begin, static_cast<std::size_t>(tag - 1 - begin));
+      AddText(open_.back().has_child ? TrimBlanks(piece) : piece);
+    }
     at_ = tag;
-    if (*at_ == '/') return ReadEndTag();
-    if (*at_ == '!') return SkipComment();
-    open_.back().has_child = true;
-    return ReadStartTag();
+    return ReadTag();
   }
 
-  bool ReadEndTag() {
-    at_ = Behind('>', at_);
-    if (at_ == nullptr) return false;
-    CloseElement();
-    return true;
+  // From behind the "<" of a tag in the innermost open element.
+  bool ReadTag() {
+    if (*at_ == '/') {
+      at_ = Behind<'>'>(at_);
+      if (at_ == nullptr) return false;
+      CloseElement();
+      return true;
+    }
+    if (*at_ == '!') return SkipComment();
+    open_.back().has_child = true;
+    return ReadElement();
   }
 
   // A comment ends at two or more "-" followed by ">".
@@ -80,51 +94,100 @@ class XmlReader {
     const char* from = at_ + 1;
     const char* behind = from;
     do {
-      behind = Behind('>', behind);
+      behind = Behind<'>'>(behind);
       if (behind == nullptr) return false;
     } while (behind - from < 3 || behind[-2] != '-' || behind[-3] != '-');
     at_ = behind;
     return true;
   }
 
-  // From the first character of the name. Opens an element, and closes it, if it is an empty one.
-  bool ReadStartTag() {
-    const char* const name = at_;
-    while (at_ != end_ && *at_ != '>' && *at_ != '/' && !IsBlank(*at_)) ++at_;
-    if (at_ == end_ || at_ == name) return false;
-    OpenElement element;
-    element.name = tree_.InternName({name, static_cast<std::size_t>(at_ - name)});
-    bool is_empty = *at_ == '/';
-    if (is_empty) {  // Whatever stands between "/" and ">" is skipped.
-      at_ = Behind('>', at_);
+  // From the first character of the name: an element that holds nothing but text as a whole; of others the start tag
+  // and the text up to the next tag.
+  bool ReadElement() {
+    TagMemory::Place place = 0;
+    if (!ReadStartTag(place)) return false;
+    const StartTag tag = tags_[place];
+    if (tag.is_empty) {
+      AddElement(tag, {}, false);
+      return true;
+    }
+    const char* const text = at_;
+    const char* mark = FindFirst<TextMark>(at_, end_);
+    const bool has_reference = mark != end_ && *mark == '&';
+    if (has_reference) mark = FindFirst<OneByte<'<'>>(mark, end_);
+    if (end_ - mark < 2) return false;
+    at_ = mark;
+    const std::string_view piece(text, static_cast<std::size_t>(mark - text));
+    if (mark[1] == '/') {
+      const char* const behind = Behind<'>'>(mark);
+      if (behind == nullptr) return false;
+      at_ = behind;
+      AddElement(tag, piece, has_reference);
+      return true;
+    }
+    OpenElement& element = open_.emplace_back();
+    element.name = tag.name;
+    element.attributes = tag.attributes;
+    element.tag = place;
+    element.last_child = kNoTag;
+    element.text_begin = static_cast<std::uint32_t>(text - begin_);
+    element.text_size = static_cast<std::uint32_t>(piece.size());
+    return true;
+  }
+
+  // Finds the tag where the last one of its kind stood, or reads it.
+  bool ReadStartTag(TagMemory::Place& place) {
+    TagMemory::Place* guess = &root_tag_;
+    if (!open_.empty()) {
+      OpenElement& above = open_.back();
+      guess = above.last_child == kNoTag ? &tags_[above.tag].first_child : &tags_[above.last_child].next_sibling;
+    }
+    place = *guess;
+    if (tags_.IsNext(place, at_, end_)) {
+      at_ += tags_[place].size;
+    } else {
+      StartTag tag;
+      if (!ReadUnknownTag(tag)) return false;
+      place = *guess = tags_.Remember(tag);
+    }
+    if (!open_.empty()) open_.back().last_child = place;
+    return true;
+  }
+
+  bool ReadUnknownTag(StartTag& tag) {
+    tag.bytes = at_;
+    at_ = FindFirst<NameEnd>(at_, end_);
+    if (at_ == end_ || at_ == tag.bytes) return false;
+    tag.name = tree_.InternName({tag.bytes, static_cast<std::size_t>(at_ - tag.bytes)});
+    tag.is_empty = *at_ == '/';
+    if (tag.is_empty) {  // Whatever stands between "/" and ">" is skipped.
+      at_ = Behind<'>'>(at_);
       if (at_ == nullptr) return false;
     } else if (*at_ == '>') {
       ++at_;
     } else {
       std::string_view attributes;
-      if (!ReadAttributes(attributes, is_empty)) return false;
-      element.attributes = InternAttributes(attributes);
+      if (!ReadAttributes(attributes, tag.is_empty)) return false;
+      tag.attributes = InternAttributes(attributes);
     }
-    open_.push_back(element);
-    if (is_empty) CloseElement();
+    tag.size = static_cast<std::uint32_t>(at_ - tag.bytes);
     return true;
   }
 
   // Up to the ">" of the start tag; only double quotes protect one.
   bool ReadAttributes(std::string_view& attributes, bool& is_empty) {
-    while (at_ != end_ && IsBlank(*at_)) ++at_;
+    at_ = FindFirst<AllBut<Blanks>>(at_, end_);
     const char* const begin = at_;
-    bool is_quoted = false;
-    for (; at_ != end_; ++at_) {
-      if (*at_ == '"') is_quoted = !is_quoted;
-      if (is_quoted) continue;
+    for (;; ++at_) {
+      at_ = FindFirst<AttributesEnd>(at_, end_);
+      if (at_ != end_ && *at_ == '"') at_ = FindFirst<OneByte<'"'>>(at_ + 1, end_);
+      if (at_ == end_) return false;
       is_empty = *at_ == '/' && at_ + 1 != end_ && at_[1] == '>';
       if (*at_ != '>' && !is_empty) continue;
       attributes = {begin, static_cast<std::size_t>(at_ - begin)};
       at_ += is_empty ? 2 : 1;
       return true;
     }
-    return false;
   }
 
   AttributeTable::Id InternAttributes(std::string_view text) {
@@ -147,27 +210,39 @@ class XmlReader {
     }
   }
 
+  // An element that is complete and has no children.
+  void AddElement(const StartTag& tag, std::string_view text, bool has_reference) {
+    EnsureElements();
+    const ElementId element = MakeElement(tag.name);
+    SetContent(element, tag.attributes, text, has_reference, false);
+  }
+
   // Puts the innermost element into the tree.
   void CloseElement() {
     EnsureElements();
     const OpenElement& element = open_.back();
-    const bool has_attributes = element.attributes != AttributeTable::kEmpty;
     std::string_view text(begin_ + element.text_begin, element.text_size);
     if (element.is_joined) text = joined_.back();
-    if (text.find('&') != std::string_view::npos) {
-      const std::string plain = Unescape(text, UnescapeMode::Text);
-      tree_.SetText(element.element, has_attributes ? std::string_view(plain) : TrimBlanks(plain));
-    } else {
-      if (!has_attributes) text = TrimBlanks(text);
-      if (element.is_joined) {
-        tree_.SetText(element.element, text);
-      } else {
-        tree_.SetTextView(element.element, text);
-      }
-    }
-    tree_.SetAttributes(element.element, element.attributes);
+    SetContent(element.element, element.attributes, text, text.find('&') != std::string_view::npos, element.is_joined);
     if (element.is_joined) joined_.pop_back();
     open_.pop_back();
+  }
+
+  void SetContent(ElementId element, AttributeTable::Id attributes, std::string_view text, bool has_reference,
+                  bool is_joined) {
+    const bool is_exact = attributes != AttributeTable::kEmpty;
+    if (has_reference) {
+      const std::string plain = Unescape(text, UnescapeMode::Text);
+      tree_.SetText(element, is_exact ? std::string_view(plain) : TrimBlanks(plain));
+    } else {
+      if (!is_exact) text = TrimBlanks(text);
+      if (is_joined) {
+        tree_.SetText(element, text);
+      } else {
+        tree_.SetTextView(element, text);
+      }
+    }
+    tree_.SetAttributes(element, attributes);
   }
 
   // Makes the elements of all open ones that are not in the tree.
@@ -176,17 +251,50 @@ class XmlReader {
     while (missing > 0 && open_[missing - 1].element == kNoElement) --missing;
     for (; missing < open_.size(); ++missing) {
       OpenElement& element = open_[missing];
-      element.element = missing == 0 ? tree_.CreateRoot(tree_.NameText(element.name))
-                                     : tree_.EnsureChild(open_[missing - 1].element, element.name);
+      element.element = MakeElementIn(missing == 0 ? kNoElement : open_[missing - 1].element, element.name);
     }
   }
+
+  ElementId MakeElement(NameTable::Id name) {
+    return MakeElementIn(open_.empty() ? kNoElement : open_.back().element, name);
+  }
+
+  // The child of that name, as a rule a new one. Elements are numbered in the order in which they are made, children
+  // after their parents: if the last one of that name is older than the parent, the parent has none.
+  ElementId MakeElementIn(ElementId parent, NameTable::Id name) {
+    if (tree_.element_count() == tree_.capacity() && tree_.element_count() >= kFewElements) ReserveElements();
+    if (last_of_name_.size() <= name) last_of_name_.resize(tree_.name_count() + tree_.name_count() / 2, kNoElement);
+    const ElementId last = last_of_name_[name];
+    ElementId element = kNoElement;
+    if (parent == kNoElement) {
+      element = tree_.CreateRoot(tree_.NameText(name));
+    } else if (last == kNoElement || last < parent) {
+      element = tree_.AppendChild(parent, name);
+    } else {
+      element = tree_.parent(last) == parent ? last : tree_.EnsureChild(parent, tree_.NameText(name));
+    }
+    if (last == kNoElement || last < element) last_of_name_[name] = element;
+    return element;
+  }
+
+  // As many as there will be if the text goes on like this.
+  void ReserveElements() {
+    const double done = static_cast<double>(at_ - begin_) / static_cast<double>(end_ - begin_);
+    tree_.Reserve(static_cast<std::size_t>(static_cast<double>(tree_.element_count() + 1) / done * kMargin));
+  }
+  static constexpr std::size_t kFewElements = 1024;
+  static constexpr double kMargin = 1.02;
+  static constexpr TagMemory::Place kNoTag = 0xFFFF;
 
   const char* const begin_;
   const char* at_;
   const char* const end_;
   ElementTree& tree_;
+  TagMemory tags_;
+  TagMemory::Place root_tag_ = 0;
   std::vector<OpenElement> open_;
   std::vector<std::string> joined_;
+  std::vector<ElementId> last_of_name_;  // The youngest element of each name.
 };
 
 }  // namespace

@@ -73,17 +73,25 @@ bool FileContent<Char>::Remove(const Text& path) const {
 }
 
 template <class Char>
-bool FileContent<Char>::Read(const Text& path, std::string* content) const {
+bool FileContent<Char>::OpenForReading(const Text& path, OpenedFile& file, std::size_t* size) const {
   if (!Exists(path)) return hook_.Report(Failures::kSourceMissing);
-  OpenedFile file(open_files());
   if (calls_.Open(path, Access::Read, Creation::OpenExisting, file.Slot()) != SystemResult::Ok) {
     return hook_.Report(Failures::kCannotOpenFile);
   }
-  std::uint64_t size = 0;
-  if (!open_files().GetSize(file.handle(), &size) || size > std::numeric_limits<std::uint32_t>::max()) {
+  std::uint64_t all = 0;
+  if (!open_files().GetSize(file.handle(), &all) || all > std::numeric_limits<std::uint32_t>::max()) {
     return hook_.Report(Failures::kCannotReadFile);
   }
-  std::string bytes(static_cast<std::size_t>(size), '\0');
+  *size = static_cast<std::size_t>(all);
+  return true;
+}
+
+template <class Char>
+bool FileContent<Char>::Read(const Text& path, std::string* content) const {
+  OpenedFile file(open_files());
+  std::size_t size = 0;
+  if (!OpenForReading(path, file, &size)) return false;
+  std::string bytes(size, '\0');
   std::size_t done = 0;
   if (!open_files().Read(file.handle(), bytes.data(), bytes.size(), &done)) {
     return hook_.Report(Failures::kCannotReadFile);
@@ -91,6 +99,20 @@ bool FileContent<Char>::Read(const Text& path, std::string* content) const {
   bytes.resize(done);
   *content = std::move(bytes);
   return true;
+}
+
+template <class Char>
+bool FileContent<Char>::Read(const Text& path, IOrvBasicStream* content) const {
+  OpenedFile file(open_files());
+  std::size_t size = 0;
+  if (!OpenForReading(path, file, &size)) return false;
+  void* const room = content->GetSize() == 0 && size > 0 ? content->Room(size) : nullptr;
+  std::string copy(room == nullptr ? size : 0, '\0');
+  std::size_t done = 0;
+  if (!open_files().Read(file.handle(), room == nullptr ? copy.data() : room, size, &done)) {
+    return hook_.Report(Failures::kCannotReadFile);
+  }
+  return room == nullptr ? content->Assign(copy.data(), done) : content->Commit(done);
 }
 
 template <class Char>

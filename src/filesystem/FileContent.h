@@ -4,7 +4,9 @@
 #include <string>
 #include <string_view>
 
+#include "OrvWorkFlow/Marshaller.h"
 #include "filesystem/ErrorHook.h"
+#include "filesystem/OpenedFile.h"
 #include "filesystem/SystemCalls.h"
 
 namespace OrvWorkFlow {
@@ -28,6 +30,8 @@ class FileContent {
 
   // False for a file of 4 GiB and more. `*content` is untouched on failure.
   bool Read(const Text& path, std::string* content) const;
+  // The same into a stream, without a copy if it is empty and has room to give.
+  bool Read(const Text& path, IOrvBasicStream* content) const;
   // A failure may leave the file half written.
   bool Write(const Text& path, std::string_view content) const;
   // A failure leaves the file as long as it was.
@@ -37,6 +41,7 @@ class FileContent {
   bool Replace(const Text& path, std::string_view content) const;
 
  private:
+  bool OpenForReading(const Text& path, OpenedFile& file, std::size_t* size) const;
   bool OpenForWriting(const Text& path, FileHandle* handle) const;
   bool MakeParent(const Text& path) const;
   SystemResult WriteBeside(const Text& target, bool exists, std::string_view content) const;

@@ -110,10 +110,8 @@ bool Operations<Char>::ReadFileToString(const Char* path, String* text) {
 template <class Char>
 bool Operations<Char>::ReadFileToStream(const Char* path, IOrvBasicStream* stream) {
   Text platform_path;
-  std::string bytes;
   if (stream == nullptr) return Fail(Failures::kInvalidParameter);
-  if (!Resolve(path, &platform_path) || !content_.Read(platform_path, &bytes)) return false;
-  return stream->Assign(bytes.data(), bytes.size());
+  return Resolve(path, &platform_path) && content_.Read(platform_path, stream);
 }
 
 template <class Char>

@@ -1,0 +1,55 @@
+// The bytes of a file that is loaded: the file system reads them to where they stay.
+#pragma once
+
+#include <cstring>
+#include <string_view>
+
+#include "OrvWorkFlow/Marshaller.h"
+#include "dictionary/TextBuffer.h"
+
+namespace OrvWorkFlow {
+
+// Belongs to whoever made it. Not synchronised.
+class FileBytes final : public IOrvBasicStream {
+ public:
+  virtual ~FileBytes() = default;
+
+  bool Assign(const void* data, std::size_t size) noexcept override {
+    bytes_ = TextBuffer();
+    return Append(data, size);
+  }
+  bool Append(const void* data, std::size_t size) noexcept override {
+    if (size == 0) return true;
+    void* const room = Room(size);
+    if (room != nullptr) std::memcpy(room, data, size);
+    return room != nullptr && Commit(size);
+  }
+  const void* GetData() const noexcept override { return bytes_.view().data(); }
+  std::size_t GetSize() const noexcept override { return bytes_.view().size(); }
+  void Release() noexcept override {}
+
+  void* Room(std::size_t size) noexcept override {
+    try {
+      room_ = bytes_.Room(size);
+      room_size_ = size;
+      return room_;
+    } catch (...) {
+      return nullptr;
+    }
+  }
+  bool Commit(std::size_t size) noexcept override {
+    if (room_ == nullptr || size > room_size_) return false;
+    bytes_.Commit(room_ + size);
+    room_ = nullptr;
+    return true;
+  }
+
+  std::string_view view() const { return bytes_.view(); }
+
+ private:
+  TextBuffer bytes_;
+  char* room_ = nullptr;
+  std::size_t room_size_ = 0;
+};
+
+}  // namespace OrvWorkFlow
