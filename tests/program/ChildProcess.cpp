@@ -16,8 +16,9 @@ bool ChildProcess::WaitForError(const std::string& text) const {
   return false;
 }
 
-ProcessResult RunProcess(const std::string& program, const std::vector<std::string>& arguments) {
-  return ChildProcess(program, arguments).Wait();
+ProcessResult RunProcess(const std::string& program, const std::vector<std::string>& arguments,
+                         std::string_view input) {
+  return ChildProcess(program, arguments, input).Wait();
 }
 
 std::string WithPlainLineEnds(const std::string& text) {

@@ -3,23 +3,25 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "tests/support/TempDirectory.h"
 
 namespace orv_test {
 
-// Texts have "\n" line ends on every platform.
+// Texts have "\n" line ends on every platform, where nothing else is said.
 struct ProcessResult {
   int exit_code = -1;
   std::string output;
   std::string error;
+  std::string raw_output = {};  // byte for byte
 };
 
 class ChildProcess {
  public:
-  // Starts the program; throws when that fails.
-  ChildProcess(const std::string& program, const std::vector<std::string>& arguments);
+  // Starts the program with UTF-8 arguments and these bytes as its standard input; throws when that fails.
+  ChildProcess(const std::string& program, const std::vector<std::string>& arguments, std::string_view input = {});
   // Ends the program if it still runs.
   ~ChildProcess();
   ChildProcess(const ChildProcess&) = delete;
@@ -47,7 +49,8 @@ class ChildProcess {
 };
 
 // Runs a program to its end.
-ProcessResult RunProcess(const std::string& program, const std::vector<std::string>& arguments);
+ProcessResult RunProcess(const std::string& program, const std::vector<std::string>& arguments,
+                         std::string_view input = {});
 
 // `text` with "\n" in place of "\r\n".
 std::string WithPlainLineEnds(const std::string& text);

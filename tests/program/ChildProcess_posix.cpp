@@ -21,9 +21,9 @@ namespace {
 
 class FileActions {
  public:
-  FileActions(const std::string& output, const std::string& error) {
+  FileActions(const std::string& input, const std::string& output, const std::string& error) {
     posix_spawn_file_actions_init(&actions_);
-    posix_spawn_file_actions_addopen(&actions_, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_addopen(&actions_, STDIN_FILENO, input.c_str(), O_RDONLY, 0);
     posix_spawn_file_actions_addopen(&actions_, STDOUT_FILENO, output.c_str(), O_WRONLY | O_CREAT, 0600);
     posix_spawn_file_actions_addopen(&actions_, STDERR_FILENO, error.c_str(), O_WRONLY | O_CREAT, 0600);
   }
@@ -40,14 +40,16 @@ int ExitCodeOf(int status) { return WIFSIGNALED(status) ? 128 + WTERMSIG(status)
 
 }  // namespace
 
-ChildProcess::ChildProcess(const std::string& program, const std::vector<std::string>& arguments)
+ChildProcess::ChildProcess(const std::string& program, const std::vector<std::string>& arguments,
+                           std::string_view input)
     : system_(std::make_unique<System>()) {
   std::vector<std::string> words = {program};
   words.insert(words.end(), arguments.begin(), arguments.end());
   std::vector<char*> pointers;
   for (std::string& word : words) pointers.push_back(word.data());
   pointers.push_back(nullptr);
-  const FileActions actions(directory_.file("output"), directory_.file("error"));
+  WriteFile(directory_.path() / "input", input);
+  const FileActions actions(directory_.file("input"), directory_.file("output"), directory_.file("error"));
   if (posix_spawn(&system_->process, program.c_str(), actions.get(), nullptr, pointers.data(), environ) != 0) {
     throw std::runtime_error("cannot start " + program);
   }
@@ -71,7 +73,8 @@ ProcessResult ChildProcess::Wait() {
     std::this_thread::sleep_for(std::chrono::milliseconds(2));
   }
   system_->ended = true;
-  return {ExitCodeOf(status), ReadFile(directory_.path() / "output"), ErrorSoFar()};
+  const std::string output = ReadFile(directory_.path() / "output");
+  return {ExitCodeOf(status), WithPlainLineEnds(output), ErrorSoFar(), output};
 }
 
 }  // namespace orv_test

@@ -16,17 +16,17 @@ struct ChildProcess::System {
 
 namespace {
 
-// A file that the child may write to.
-class OutputFile {
+// A file that the child may read from or write to.
+class InheritedFile {
  public:
-  explicit OutputFile(const std::string& path) {
+  InheritedFile(const std::string& path, DWORD access, DWORD disposition) {
     SECURITY_ATTRIBUTES inherited = {sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
-    handle_ = CreateFileA(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE, &inherited, CREATE_ALWAYS,
+    handle_ = CreateFileA(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_DELETE, &inherited, disposition,
                           FILE_ATTRIBUTE_NORMAL, nullptr);
   }
-  ~OutputFile() { CloseHandle(handle_); }
-  OutputFile(const OutputFile&) = delete;
-  OutputFile& operator=(const OutputFile&) = delete;
+  ~InheritedFile() { CloseHandle(handle_); }
+  InheritedFile(const InheritedFile&) = delete;
+  InheritedFile& operator=(const InheritedFile&) = delete;
   HANDLE get() const { return handle_; }
 
  private:
@@ -58,23 +58,36 @@ std::string Quoted(const std::string& word) {
   return quoted.append(backslashes, '\\') + "\"";
 }
 
+std::wstring Widen(const std::string& utf8) {
+  std::wstring wide(utf8.size(), L'\0');
+  const int length = MultiByteToWideChar(CP_UTF8, 0, utf8.data(), static_cast<int>(utf8.size()), wide.data(),
+                                         static_cast<int>(wide.size()));
+  wide.resize(static_cast<std::size_t>(length));
+  return wide;
+}
+
 }  // namespace
 
-ChildProcess::ChildProcess(const std::string& program, const std::vector<std::string>& arguments)
+ChildProcess::ChildProcess(const std::string& program, const std::vector<std::string>& arguments,
+                           std::string_view input)
     : system_(std::make_unique<System>()) {
   HasConsoleOfItsOwn();
   std::string file = program;
   std::replace(file.begin(), file.end(), '/', '\\');
   std::string command = Quoted(file);
   for (const std::string& argument : arguments) command += " " + Quoted(argument);
-  const OutputFile output(directory_.file("output"));
-  const OutputFile error(directory_.file("error"));
-  STARTUPINFOA startup = {};
+  WriteFile(directory_.path() / "input", input);
+  const InheritedFile input_file(directory_.file("input"), GENERIC_READ, OPEN_EXISTING);
+  const InheritedFile output(directory_.file("output"), GENERIC_WRITE, CREATE_ALWAYS);
+  const InheritedFile error(directory_.file("error"), GENERIC_WRITE, CREATE_ALWAYS);
+  STARTUPINFOW startup = {};
   startup.cb = sizeof startup;
   startup.dwFlags = STARTF_USESTDHANDLES;
+  startup.hStdInput = input_file.get();
   startup.hStdOutput = output.get();
   startup.hStdError = error.get();
-  if (CreateProcessA(file.c_str(), command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
+  std::wstring wide_command = Widen(command);
+  if (CreateProcessW(Widen(file).c_str(), wide_command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
                      &system_->process) == 0) {
     throw std::runtime_error("cannot start " + program);
   }
@@ -100,7 +113,7 @@ ProcessResult ChildProcess::Wait() {
   DWORD exit_code = 0;
   GetExitCodeProcess(system_->process.hProcess, &exit_code);
   const std::string output = ReadFile(directory_.path() / "output");
-  return {static_cast<int>(exit_code), WithPlainLineEnds(output), ErrorSoFar()};
+  return {static_cast<int>(exit_code), WithPlainLineEnds(output), ErrorSoFar(), output};
 }
 
 }  // namespace orv_test

@@ -22,7 +22,9 @@ struct FlowNode {
 
 class ProgramFixture : public ::testing::Test {
  protected:
-  static ProcessResult Run(const Arguments& arguments) { return RunProcess(ORVFLOW_PROGRAM, arguments); }
+  static ProcessResult Run(const Arguments& arguments, std::string_view input = {}) {
+    return RunProcess(ORVFLOW_PROGRAM, arguments, input);
+  }
 
   std::string File(const std::string& name) const { return directory_.file(name); }
 
