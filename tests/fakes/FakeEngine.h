@@ -45,6 +45,7 @@ class FakeEngine final : public OrvWorkFlow::ObjectProtocol<FakeEngine, OrvWorkF
   bool DeleteTemporaryData() override { return false; }
   bool AbsorbFlow(const char*, bool) override { return false; }
   bool GetQueueState(QueueState*) override { return false; }
+  bool SetWorkFlowFilePath(const char*) override { return false; }
   void Release() override {}
 };
 
