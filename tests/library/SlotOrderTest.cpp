@@ -7,6 +7,7 @@
 
 #include "OrvWorkFlow/IComponentFinder.h"
 #include "OrvWorkFlow/IDictionary.h"
+#include "OrvWorkFlow/IEncryption.h"
 #include "OrvWorkFlow/IFactoryObjectCreator.h"
 #include "OrvWorkFlow/IFileSystem.h"
 #include "OrvWorkFlow/IHostApp.h"
@@ -105,6 +106,13 @@ void ExpectFileSystemOrder() {
 TEST(SlotOrderTest, FileSystemInBothWidths) {
   ExpectFileSystemOrder<char>();
   ExpectFileSystemOrder<char16_t>();
+}
+
+TEST(SlotOrderTest, Encryption) {
+  using I = IEncryption;
+  SlotList() (&I::EncryptToStream) (&I::EncryptString) (&I::DecryptStream) (&I::DecryptString) (&I::Reserved5) (
+      &I::EncryptList) (&I::Reserved7) (&I::DecryptList) (&I::Base64Encode)(&I::Base64Decode)
+      .ExpectConsecutiveFrom(kBaseOperations);
 }
 
 TEST(SlotOrderTest, RegExp) {

@@ -1,0 +1,27 @@
+// The ways to decipher many blocks, by what the processor offers.
+#pragma once
+
+#include <cstddef>
+
+#include "encryption/BlockFunction.h"
+
+namespace OrvWorkFlow::Md5 {
+
+// Deciphers `count` blocks in place; one more cipher block stands before `blocks`.
+using DecipherBlocks = void(const PreparedKey& key, unsigned char* blocks, std::size_t count);
+
+// One of them: `lanes` blocks at a time.
+struct Lanes {
+  const char* name;
+  unsigned lanes;
+  DecipherBlocks* decipher;
+};
+
+// Those that this processor can run, the fastest first; the portable one is the last.
+struct LanesList {
+  const Lanes* begin;
+  const Lanes* end;
+};
+LanesList SupportedLanes();
+
+}  // namespace OrvWorkFlow::Md5
