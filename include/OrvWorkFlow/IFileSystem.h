@@ -8,6 +8,7 @@
 #pragma once
 
 #include "OrvWorkFlow/IBaseWorkFlowObject.h"
+#include "OrvWorkFlow/IFileSystemNotification.h"
 
 namespace OrvWorkFlow {
 
@@ -25,14 +26,27 @@ struct MarshalledTypes<char16_t> {
   using StringList = IOrvStringList;
 };
 
-// The operations of both widths, in table order. Any thread. False means failure; there is no last error. Outputs are
-// replaced on success and untouched on failure. No operation leaves a handle open. A wide operation that the system
-// refuses is tried once more in narrow characters, if the path loses nothing by that.
+// The operations of both widths, in table order: the wide face has two more, so they come in three pieces, each of
+// which continues the table of the one before. What holds of all of them:
+//
+// Any thread. False means failure; there is no last error. Outputs are replaced on success and untouched on failure. No
+// operation leaves a handle open. A wide operation that the system refuses is tried once more in narrow characters, if
+// the path loses nothing by that. Positions and counts are in bytes, from 0.
+//
+// An operation whose name ends in "Async" copies its arguments, returns at once and does the work of the operation of
+// that name on the object's one worker thread; the result goes to the notification (see IFileSystemNotification.h).
+// False, with nothing done and nothing told, for a path that is null or empty, a null notification, while another
+// asynchronous call of the object runs (through either face; a call runs until its `Completed` is called), and when no
+// thread can be had. What else is wrong is found on the thread.
+//
+// Releasing the object stops a running call at its next file or entry, and waits until its `Completed` (with false) has
+// returned. From within a notification it does not wait: the call ends after the notification has returned.
 template <class Char>
-class IFileSystemOf : public virtual IBaseWorkFlowObject {
+class IFileSystemStart : public virtual IBaseWorkFlowObject {
  public:
   using String = typename MarshalledTypes<Char>::String;
   using StringList = typename MarshalledTypes<Char>::StringList;
+  using Notification = IFileSystemNotificationOf<Char>;
 
   // The base protocol once more: without it the table of a second face would have empty places for a caller by place.
   void* QueryInterface(const char* interface_name) override = 0;
@@ -64,17 +78,29 @@ class IFileSystemOf : public virtual IBaseWorkFlowObject {
 
   // Deletes the directory with all that is in it; links in it are removed, never followed. A directory that does not
   // exist is success. Goes on after a failure, and is false then. Drive roots are refused.
+  virtual bool DeleteDirectoryAsync(const Char* path, Notification* notification) = 0;
   virtual bool DeleteDirectory(const Char* path) = 0;
 
   // Every file (every directory) below the directory, with full paths, in the caller's form: workflow paths for a
   // workflow path. A directory's own entries come first, then each subdirectory in turn. Links are listed, not entered.
+  virtual bool ListFilesAsync(const Char* path, Notification* notification) = 0;
   virtual bool ListFiles(const Char* path, StringList* files) = 0;
+  virtual bool ListDirectoriesAsync(const Char* path, Notification* notification) = 0;
   virtual bool ListDirectories(const Char* path, StringList* directories) = 0;
 
   // Copies one file. A source that does not exist is looked for in the content directories. The directory of a
   // destination that holds a "/" is made. The copy is never read-only. Without `overwrite` an existing destination
   // fails.
+  virtual bool CopyOneFileAsync(const Char* source, const Char* destination, bool overwrite,
+                                Notification* notification) = 0;
   virtual bool CopyOneFile(const Char* source, const Char* destination, bool overwrite) = 0;
+
+  // Copies every file below the source to the same place below the destination, making the directories on the way;
+  // directories without files are not made. The files are those that are there when the copying begins. Goes on after
+  // a failure, and is false then; also when a directory could not be searched.
+  virtual bool CopyDirectoryAsync(const Char* source, const Char* destination, bool overwrite,
+                                  Notification* notification) = 0;
+  virtual bool CopyDirectory(const Char* source, const Char* destination, bool overwrite) = 0;
 
   virtual bool FileExists(const Char* path) = 0;
   virtual bool DirectoryExists(const Char* path) = 0;
@@ -88,34 +114,90 @@ class IFileSystemOf : public virtual IBaseWorkFlowObject {
   // Creates an empty file, and its directory, if it is missing.
   virtual bool MakeFile(const Char* path) = 0;
 
-  // The text up to the first zero byte; the wide face widens the file's narrow text.
+  // The bytes from `first` to `last`, both included, as far as the file reaches. False when `first` lies behind `last`.
+  virtual bool ReadFileRange(const Char* path, std::uint32_t first, std::uint32_t last, IOrvBasicStream* stream) = 0;
+
+  // Whole files; one of 4 GiB and more is refused. The text ends at the first zero byte; the wide face widens the
+  // file's narrow text.
   virtual bool ReadFileToString(const Char* path, String* text) = 0;
   virtual bool ReadFileToStream(const Char* path, IOrvBasicStream* stream) = 0;
 
+ protected:
+  ~IFileSystemStart() = default;
+};
+
+// `Before` is what stands in the table before it.
+template <class Char, class Before>
+class IFileSystemContent : public Before {
+ public:
   // Replace the file's content, creating file and directory if missing. A read-only file fails. The wide face writes a
-  // text as UTF-16 little-endian without a mark.
+  // text as UTF-16 little-endian without a mark. A write that fails may leave the file half written, though not longer
+  // than it was.
   virtual bool WriteFileBytes(const Char* path, const void* data, std::size_t size) = 0;
   virtual bool WriteFileText(const Char* path, const Char* text) = 0;
+
+ protected:
+  ~IFileSystemContent() = default;
+};
+
+template <class Char, class Before>
+class IFileSystemEdits : public Before {
+ public:
+  using typename Before::String;
+
+  // As WriteFileText.
   virtual bool WriteFileString(const Char* path, const String* text) = 0;
 
-  // Appends at the end, creating the file if missing.
+  // Appends at the end, creating the file if missing. A failure leaves the file as long as it was.
   virtual bool AppendFileString(const Char* path, const String* text) = 0;
+
+  // The edits of a file that exists, all or nothing: as with ReplaceFileBytes the file has the old content or the new
+  // one at any moment, and it gets no larger than 4 GiB. A position behind the file's end fails; the end itself does
+  // not.
+  virtual bool PrependFileString(const Char* path, const String* text) = 0;
+  virtual bool InsertFileString(const Char* path, std::uint32_t position, const String* text) = 0;
+  // A text that reaches beyond the end makes the file longer.
+  virtual bool OverwriteFileString(const Char* path, std::uint32_t position, const String* text) = 0;
+  // A count that reaches beyond the end means up to the end.
+  virtual bool DeleteFileBytes(const Char* path, std::uint32_t position, std::uint32_t count) = 0;
 
   // Replaces the file's content by the bytes so that a reader, and a crash at any moment, finds the old content or the
   // new one, never a mixture. The file's permissions stay. False leaves the old content.
   virtual bool ReplaceFileBytes(const Char* path, const void* data, std::size_t size) = 0;
 
  protected:
-  ~IFileSystemOf() = default;
+  ~IFileSystemEdits() = default;
 };
 
-// The base operations AddContentDirectory and ResetContentDirectories set the directories in which CopyOneFile looks
-// for its source.
-class IFileSystemA : public IFileSystemOf<char> {
+// Narrow paths and texts. The base operations AddContentDirectory and ResetContentDirectories set the directories in
+// which CopyOneFile looks for its source; both faces share them.
+class IFileSystemA : public IFileSystemEdits<char, IFileSystemContent<char, IFileSystemStart<char>>> {
  protected:
   ~IFileSystemA() = default;
 };
-class IFileSystemW : public IFileSystemOf<char16_t> {
+
+// The two operations that only the wide face has.
+class IFileSystemWideReading : public IFileSystemStart<char16_t> {
+ public:
+  // The file's bytes as UTF-16 little-endian text. The first character is taken to be the mark and goes, whatever it
+  // is; after FE FF the bytes of all others are swapped. An odd byte at the end goes, too; zeros stay. A file of less
+  // than two bytes is the empty text.
+  virtual bool ReadFileToWideString(const char16_t* path, IOrvString* text) = 0;
+
+ protected:
+  ~IFileSystemWideReading() = default;
+};
+class IFileSystemWideContent : public IFileSystemContent<char16_t, IFileSystemWideReading> {
+ public:
+  // As WriteFileText, with the mark FF FE before the text.
+  virtual bool WriteFileTextUnicode(const char16_t* path, const char16_t* text) = 0;
+
+ protected:
+  ~IFileSystemWideContent() = default;
+};
+
+// Wide paths and texts.
+class IFileSystemW : public IFileSystemEdits<char16_t, IFileSystemWideContent> {
  protected:
   ~IFileSystemW() = default;
 };

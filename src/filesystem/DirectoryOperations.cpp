@@ -94,6 +94,7 @@ bool Operations<Char>::DeleteDirectory(const Char* path) {
   bool deleted =
       tree.Open(root, TreeUse::Remove) != SystemResult::Ok || CollectTree(tree, &content) != WalkResult::Broken;
   for (std::size_t i = 0; i < content.files.size(); ++i) {
+    if (parts_.stopping) return false;
     deleted = RemoveFileOf(tree, Text(content.files.name(i))) && deleted;
   }
   // From the end, so that a directory comes after the directories in it.
@@ -129,6 +130,7 @@ bool Operations<Char>::VisitTree(const Char* path, const Failure& no_directory, 
   if (opened != SystemResult::Ok) return opened == SystemResult::NotFound || opened == SystemResult::Denied;
   ListedPath<Char> listed(trimmed, root);
   const TreeVisitor<Char> visitor = [&](const Text& entry, std::uint32_t attributes) {
+    if (parts_.stopping) return false;
     return ((attributes & FileAttribute::kDirectory) == 0) != files || found(listed.Of(entry));
   };
   return WalkTree(tree, visitor) != WalkResult::Broken;
@@ -143,6 +145,18 @@ bool Operations<Char>::ListTree(const Char* path, const Failure& no_directory, S
     return true;
   };
   return VisitTree(path, no_directory, files, add) && AssignTexts(output, found);
+}
+
+template <class Char>
+bool Operations<Char>::NotifyFiles(const Char* path, Notification& notification) {
+  return VisitTree(path, Failures::kNoDirectoryForFiles, true,
+                   [&](const Text& entry) { return notification.FileFound(entry.c_str()); });
+}
+
+template <class Char>
+bool Operations<Char>::NotifyDirectories(const Char* path, Notification& notification) {
+  return VisitTree(path, Failures::kNoDirectoryForDirectories, false,
+                   [&](const Text& entry) { return notification.DirectoryFound(entry.c_str()); });
 }
 
 template <class Char>
@@ -170,6 +184,7 @@ bool Operations<Char>::CopyFiles(Tree<Char>& from, Tree<Char>& to, const EntryLi
   ParentMaker<Char> parents(to);
   bool all = true;
   for (std::size_t i = 0; i < files.size(); ++i) {
+    if (parts_.stopping) return false;
     const Text path(files.name(i));
     if (!parents.MakeFor(path)) {
       all = Fail(Failures::kCannotCreateDirectory);
@@ -205,7 +220,10 @@ template bool Operations<char>::ListFiles(const char*, StringList*);
 template bool Operations<char16_t>::ListFiles(const char16_t*, StringList*);
 template bool Operations<char>::ListDirectories(const char*, StringList*);
 template bool Operations<char16_t>::ListDirectories(const char16_t*, StringList*);
-
+template bool Operations<char>::NotifyFiles(const char*, Notification&);
+template bool Operations<char16_t>::NotifyFiles(const char16_t*, Notification&);
+template bool Operations<char>::NotifyDirectories(const char*, Notification&);
+template bool Operations<char16_t>::NotifyDirectories(const char16_t*, Notification&);
 template bool Operations<char>::CopyDirectory(const char*, const char*, bool);
 template bool Operations<char16_t>::CopyDirectory(const char16_t*, const char16_t*, bool);
 

@@ -33,6 +33,10 @@ inline constexpr Failure kCannotCreateFile{"/errors/cannot create the file", "Un
 inline constexpr Failure kCannotOpenFile{"/errors/cannot open file", "Cannot open file."};
 inline constexpr Failure kCannotReadFile{"/errors/cannot read file", "Cannot read file."};
 inline constexpr Failure kCannotWriteFile{"/errors/cannot write file", "Cannot write file."};
+inline constexpr Failure kInProgress{"/errors/asynchronous call already in progress",
+                                     "An asynchronous operation is already in progress."};
+inline constexpr Failure kNoThread{"/errors/cannot set the procedure for the thread",
+                                   "Cannot set the thread proc func."};
 }  // namespace Failures
 
 // Every failure of the file system passes here, at the place where it happens, so that it can be collected one day.

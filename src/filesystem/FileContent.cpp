@@ -1,9 +1,10 @@
 #include "filesystem/FileContent.h"
 
+#include <algorithm>
 #include <limits>
+#include <utility>
 
 #include "filesystem/DirectoryWalk.h"
-#include "filesystem/OpenedFile.h"
 #include "filesystem/PathText.h"
 
 namespace OrvWorkFlow {
@@ -73,25 +74,39 @@ bool FileContent<Char>::Remove(const Text& path) const {
 }
 
 template <class Char>
-bool FileContent<Char>::OpenForReading(const Text& path, OpenedFile& file, std::size_t* size) const {
+bool FileContent<Char>::OpenForReading(const Text& path, OpenedFile& file, std::uint64_t* size) const {
   if (!Exists(path)) return hook_.Report(Failures::kSourceMissing);
   if (calls_.Open(path, Access::Read, Creation::OpenExisting, file.Slot()) != SystemResult::Ok) {
     return hook_.Report(Failures::kCannotOpenFile);
   }
-  std::uint64_t all = 0;
-  if (!open_files().GetSize(file.handle(), &all) || all > std::numeric_limits<std::uint32_t>::max()) {
+  return open_files().GetSize(file.handle(), size) || hook_.Report(Failures::kCannotReadFile);
+}
+
+template <class Char>
+bool FileContent<Char>::OpenWhole(const Text& path, OpenedFile& file, std::uint64_t* size) const {
+  if (!OpenForReading(path, file, size)) return false;
+  return *size <= std::numeric_limits<std::uint32_t>::max() || hook_.Report(Failures::kCannotReadFile);
+}
+
+template <class Char>
+bool FileContent<Char>::ReadHere(FileHandle handle, std::uint64_t count, IOrvBasicStream* content) const {
+  if (!std::in_range<std::size_t>(count)) return hook_.Report(Failures::kCannotReadFile);
+  const auto size = static_cast<std::size_t>(count);
+  void* const room = content->GetSize() == 0 && size > 0 ? content->Room(size) : nullptr;
+  std::string copy(room == nullptr ? size : 0, '\0');
+  std::size_t done = 0;
+  if (!open_files().Read(handle, room == nullptr ? copy.data() : room, size, &done)) {
     return hook_.Report(Failures::kCannotReadFile);
   }
-  *size = static_cast<std::size_t>(all);
-  return true;
+  return room == nullptr ? content->Assign(copy.data(), done) : content->Commit(done);
 }
 
 template <class Char>
 bool FileContent<Char>::Read(const Text& path, std::string* content) const {
   OpenedFile file(open_files());
-  std::size_t size = 0;
-  if (!OpenForReading(path, file, &size)) return false;
-  std::string bytes(size, '\0');
+  std::uint64_t size = 0;
+  if (!OpenWhole(path, file, &size)) return false;
+  std::string bytes(static_cast<std::size_t>(size), '\0');
   std::size_t done = 0;
   if (!open_files().Read(file.handle(), bytes.data(), bytes.size(), &done)) {
     return hook_.Report(Failures::kCannotReadFile);
@@ -104,15 +119,19 @@ bool FileContent<Char>::Read(const Text& path, std::string* content) const {
 template <class Char>
 bool FileContent<Char>::Read(const Text& path, IOrvBasicStream* content) const {
   OpenedFile file(open_files());
-  std::size_t size = 0;
+  std::uint64_t size = 0;
+  return OpenWhole(path, file, &size) && ReadHere(file.handle(), size, content);
+}
+
+template <class Char>
+bool FileContent<Char>::ReadRange(const Text& path, std::uint64_t first, std::uint64_t count,
+                                  IOrvBasicStream* content) const {
+  OpenedFile file(open_files());
+  std::uint64_t size = 0;
   if (!OpenForReading(path, file, &size)) return false;
-  void* const room = content->GetSize() == 0 && size > 0 ? content->Room(size) : nullptr;
-  std::string copy(room == nullptr ? size : 0, '\0');
-  std::size_t done = 0;
-  if (!open_files().Read(file.handle(), room == nullptr ? copy.data() : room, size, &done)) {
-    return hook_.Report(Failures::kCannotReadFile);
-  }
-  return room == nullptr ? content->Assign(copy.data(), done) : content->Commit(done);
+  const std::uint64_t start = std::min(first, size);
+  if (!open_files().MoveTo(file.handle(), start)) return hook_.Report(Failures::kCannotReadFile);
+  return ReadHere(file.handle(), std::min(count, size - start), content);
 }
 
 template <class Char>
@@ -123,29 +142,32 @@ bool FileContent<Char>::OpenForWriting(const Text& path, FileHandle* handle) con
 }
 
 template <class Char>
-bool FileContent<Char>::Write(const Text& path, std::string_view content) const {
+bool FileContent<Char>::WriteAt(Position position, const Text& path, std::string_view content) const {
   OpenedFile file(open_files());
+  OpenFiles& files = open_files();
   if (!OpenForWriting(path, file.Slot())) return false;
+  std::uint64_t old_size = 0;
   std::size_t done = 0;
-  const bool written = open_files().Write(file.handle(), content.data(), content.size(), &done) &&
-                       open_files().SetEnd(file.handle()) && file.Close();
-  return written || hook_.Report(Failures::kCannotWriteFile);
+  const FileHandle handle = file.handle();
+  const bool placed =
+      files.GetSize(handle, &old_size) && (position == Position::Start || files.MoveTo(handle, old_size));
+  if (!placed) return hook_.Report(Failures::kCannotWriteFile);
+  if (!files.Write(handle, content.data(), content.size(), &done)) {
+    if (files.MoveTo(handle, old_size)) files.SetEnd(handle);
+    return hook_.Report(Failures::kCannotWriteFile);
+  }
+  const bool ended = position == Position::End || files.SetEnd(handle);
+  return (ended && file.Close()) || hook_.Report(Failures::kCannotWriteFile);
+}
+
+template <class Char>
+bool FileContent<Char>::Write(const Text& path, std::string_view content) const {
+  return WriteAt(Position::Start, path, content);
 }
 
 template <class Char>
 bool FileContent<Char>::Append(const Text& path, std::string_view content) const {
-  OpenedFile file(open_files());
-  if (!OpenForWriting(path, file.Slot())) return false;
-  std::uint64_t old_size = 0;
-  std::size_t done = 0;
-  if (!open_files().GetSize(file.handle(), &old_size) || !open_files().MoveTo(file.handle(), old_size)) {
-    return hook_.Report(Failures::kCannotWriteFile);
-  }
-  if (!open_files().Write(file.handle(), content.data(), content.size(), &done)) {
-    if (open_files().MoveTo(file.handle(), old_size)) open_files().SetEnd(file.handle());
-    return hook_.Report(Failures::kCannotWriteFile);
-  }
-  return file.Close() || hook_.Report(Failures::kCannotWriteFile);
+  return WriteAt(Position::End, path, content);
 }
 
 template class FileContent<char>;

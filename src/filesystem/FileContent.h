@@ -32,17 +32,26 @@ class FileContent {
   bool Read(const Text& path, std::string* content) const;
   // The same into a stream, without a copy if it is empty and has room to give.
   bool Read(const Text& path, IOrvBasicStream* content) const;
-  // A failure may leave the file half written.
+  // `count` bytes from `first` on, as far as the file reaches, which may be of any size.
+  bool ReadRange(const Text& path, std::uint64_t first, std::uint64_t count, IOrvBasicStream* content) const;
+  // A failure may leave the file half written, though not longer than it was.
   bool Write(const Text& path, std::string_view content) const;
   // A failure leaves the file as long as it was.
   bool Append(const Text& path, std::string_view content) const;
   // The file holds the old content or the new one at every moment: the new content is written to a file beside it,
-  // which then takes its name. Only where the directory takes no new files, the file is written itself.
+  // which then takes its name. Only where the directory takes no new files, the file is written itself, and a failure
+  // puts the old content back.
   bool Replace(const Text& path, std::string_view content) const;
 
  private:
-  bool OpenForReading(const Text& path, OpenedFile& file, std::size_t* size) const;
+  enum class Position { Start, End };
+
   bool OpenForWriting(const Text& path, FileHandle* handle) const;
+  bool OpenForReading(const Text& path, OpenedFile& file, std::uint64_t* size) const;
+  bool OpenWhole(const Text& path, OpenedFile& file, std::uint64_t* size) const;
+  bool ReadHere(FileHandle handle, std::uint64_t count, IOrvBasicStream* content) const;
+  bool WriteAt(Position position, const Text& path, std::string_view content) const;
+  bool WriteOver(const Text& path, std::string_view content) const;
   bool MakeParent(const Text& path) const;
   SystemResult WriteBeside(const Text& target, bool exists, std::string_view content) const;
 

@@ -5,9 +5,14 @@
 namespace OrvWorkFlow {
 
 CFileSystem::CFileSystem(const Platform& platform, ErrorHook& hook)
-    : parts_(platform, hook), narrow_(parts_), wide_(parts_) {
-  FileSystemFace<char>::operations_ = &narrow_;
-  FileSystemFace<char16_t>::operations_ = &wide_;
+    : core_(std::make_shared<FileSystemCore>(platform, hook)) {
+  FileSystemFace<char>::core_ = core_;
+  FileSystemFace<char16_t>::core_ = core_;
+}
+
+CFileSystem::~CFileSystem() {
+  core_->parts.stopping = true;
+  core_->worker.Stop();
 }
 
 void* CFileSystem::QueryInterface(const char* interface_name) {
@@ -20,7 +25,7 @@ void* CFileSystem::QueryInterface(const char* interface_name) {
 void CFileSystem::AddContentDirectory(const char* directory) {
   if (directory == nullptr || *directory == '\0') return;
   try {
-    parts_.content_directories.Add(directory);
+    core_->parts.content_directories.Add(directory);
   } catch (...) {  // Without memory the directory is not searched.
   }
 }

@@ -7,28 +7,26 @@
 #include "OrvWorkFlow/IFileSystem.h"
 #include "filesystem/ErrorHook.h"
 #include "filesystem/FileSystemFace.h"
-#include "filesystem/Operations.h"
 #include "platform/Platform.h"
 
 namespace OrvWorkFlow {
 
 // Answers to "IFileSystemA" and "IFileSystemW". Any thread. It keeps no last error: a failure is told by the result
 // alone.
-class CFileSystem final : public BaseObject<CFileSystem, FileSystemFace<char>, FileSystemFace<char16_t>> {
+class CFileSystem final : public BaseObject<CFileSystem, FileSystemFace<char>, WideFace> {
  public:
   static constexpr const char* kTypeName = ObjectNames::kFileSystem;
 
-  // Platform and hook must outlive the object.
+  // Platform and hook must outlive the object; when it is released from within a notification, also that call.
   explicit CFileSystem(const Platform& platform = SystemPlatform(), ErrorHook& hook = SilentErrorHook());
+  ~CFileSystem();
 
   void* QueryInterface(const char* interface_name) override;
-  void ResetContentDirectories() override { parts_.content_directories.Reset(); }
+  void ResetContentDirectories() override { core_->parts.content_directories.Reset(); }
   void AddContentDirectory(const char* directory) override;
 
  private:
-  FileSystemParts parts_;
-  Operations<char> narrow_;
-  Operations<char16_t> wide_;
+  const std::shared_ptr<FileSystemCore> core_;
 };
 
 using CFileSystemObjectCreator = ObjectCreator<CFileSystem, ObjectNames::kFileSystem>;

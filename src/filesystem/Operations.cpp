@@ -1,19 +1,11 @@
 #include "filesystem/Operations.h"
 
-#include <bit>
-
 #include "CoreObjects/Marshalled.h"
+#include "filesystem/FileBytes.h"
 #include "filesystem/PathText.h"
 
 namespace OrvWorkFlow {
 namespace {
-
-static_assert(std::endian::native == std::endian::little, "wide texts are written to files as they are in memory");
-
-template <class Char>
-std::string_view BytesOf(std::basic_string_view<Char> text) {
-  return {reinterpret_cast<const char*>(text.data()), text.size() * sizeof(Char)};
-}
 
 std::string_view BytesOf(const void* data, std::size_t size) { return {static_cast<const char*>(data), size}; }
 

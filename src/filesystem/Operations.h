@@ -1,6 +1,7 @@
 // What the two faces of the file system do, for either width. The contract of each operation stands in IFileSystem.h.
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -24,6 +25,7 @@ struct FileSystemParts {
   ErrorHook& hook;
   PathTranslator translator;
   SearchDirectories content_directories;
+  std::atomic<bool> stopping = false;  // The object goes: a walk in progress ends at its next entry.
 };
 
 // May throw (out of memory, marshalled objects); the faces guard every call. Any thread.
@@ -33,6 +35,7 @@ class Operations {
   using Text = std::basic_string<Char>;
   using String = typename MarshalledTypes<Char>::String;
   using StringList = typename MarshalledTypes<Char>::StringList;
+  using Notification = IFileSystemNotificationOf<Char>;
 
   explicit Operations(FileSystemParts& parts) : parts_(parts), calls_(parts.platform), content_(calls_, parts.hook) {}
   Operations(const Operations&) = delete;
@@ -44,6 +47,9 @@ class Operations {
   bool DeleteDirectory(const Char* path);
   bool ListFiles(const Char* path, StringList* files);
   bool ListDirectories(const Char* path, StringList* directories);
+  // Listings whose entries are told one by one; false from the notification stops them.
+  bool NotifyFiles(const Char* path, Notification& notification);
+  bool NotifyDirectories(const Char* path, Notification& notification);
   bool CopyOneFile(const Char* source, const Char* destination, bool overwrite);
   bool CopyDirectory(const Char* source, const Char* destination, bool overwrite);
   bool FileExists(const Char* path);
@@ -51,12 +57,19 @@ class Operations {
   bool RemoveFile(const Char* path);
   std::uint32_t FileSize(const Char* path);
   bool MakeFile(const Char* path);
+  bool ReadFileRange(const Char* path, std::uint32_t first, std::uint32_t last, IOrvBasicStream* stream);
   bool ReadFileToString(const Char* path, String* text);
   bool ReadFileToStream(const Char* path, IOrvBasicStream* stream);
+  bool ReadFileToWideString(const Char* path, String* text) requires(sizeof(Char) == 2);
   bool WriteFileBytes(const Char* path, const void* data, std::size_t size);
   bool WriteFileText(const Char* path, const Char* text);
+  bool WriteFileTextUnicode(const Char* path, const Char* text) requires(sizeof(Char) == 2);
   bool WriteFileString(const Char* path, const String* text);
   bool AppendFileString(const Char* path, const String* text);
+  bool PrependFileString(const Char* path, const String* text);
+  bool InsertFileString(const Char* path, std::uint32_t position, const String* text);
+  bool OverwriteFileString(const Char* path, std::uint32_t position, const String* text);
+  bool DeleteFileBytes(const Char* path, std::uint32_t position, std::uint32_t count);
   bool ReplaceFileBytes(const Char* path, const void* data, std::size_t size);
 
  private:
@@ -76,6 +89,9 @@ class Operations {
   bool ListTree(const Char* path, const Failure& no_directory, StringList* output, bool files);
   bool CopyFiles(Tree<Char>& from, Tree<Char>& to, const EntryList<Char>& files, bool overwrite);
   bool FindSource(const Char* source, Text* found);
+
+  // Gives a file that exists what `change` makes of its content; `change` answers false when that cannot be.
+  bool Edit(const Char* path, const std::function<bool(std::string&)>& change);
 
   FileSystemParts& parts_;
   SystemCalls<Char> calls_;

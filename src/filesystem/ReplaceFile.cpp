@@ -3,7 +3,6 @@
 
 #include "filesystem/DirectoryWalk.h"
 #include "filesystem/FileContent.h"
-#include "filesystem/OpenedFile.h"
 
 namespace OrvWorkFlow {
 namespace {
@@ -33,10 +32,21 @@ bool FileContent<Char>::Replace(const Text& path, std::string_view content) cons
     case SystemResult::Ok:
       return true;
     case SystemResult::Denied:
-      return Write(target, content);
+      return WriteOver(target, content);
     default:
       return hook_.Report(Failures::kCannotWriteFile);
   }
+}
+
+// A crash in here can lose the old content; a failure does not, for it takes no more room than it had.
+template <class Char>
+bool FileContent<Char>::WriteOver(const Text& path, std::string_view content) const {
+  std::string old;
+  const bool exists = Exists(path);
+  if (exists && !Read(path, &old)) return false;
+  if (Write(path, content)) return true;
+  if (exists) Write(path, old);
+  return false;
 }
 
 // Denied: the directory takes no new file, and nothing has happened.

@@ -35,7 +35,7 @@ bool FakeFileSystem::ReplaceFileBytes(const char* path, const void* data, std::s
   return true;
 }
 
-bool FakeFileSystem::Unexpected() {
+bool FakeFileSystem::Refuse() {
   ADD_FAILURE() << "the dictionary asked the file system for something else";
   return false;
 }

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "CoreObjects/BaseObject.h"
-#include "OrvWorkFlow/IFileSystem.h"
+#include "tests/fakes/RefusingFileSystem.h"
 
 namespace OrvWorkFlow::DictionaryTesting {
 
@@ -20,7 +20,7 @@ struct FakeFiles {
 };
 
 // Belongs to whoever made it, and refers to the files.
-class FakeFileSystem final : public BaseObject<FakeFileSystem, IFileSystemA> {
+class FakeFileSystem final : public orv_test::RefusingFileSystem<BaseObject<FakeFileSystem, IFileSystemA>> {
  public:
   static constexpr const char* kTypeName = ObjectNames::kFileSystem;
 
@@ -32,26 +32,9 @@ class FakeFileSystem final : public BaseObject<FakeFileSystem, IFileSystemA> {
   bool ReadFileToStream(const char* path, IOrvBasicStream* stream) override;
   bool ReplaceFileBytes(const char* path, const void* data, std::size_t size) override;
 
-  // Nothing else is asked of it.
-  bool WorkflowPathToPlatformPath(const char*, char*, std::size_t, std::size_t*) override { return Unexpected(); }
-  bool WorkflowPathToPlatformPathString(const char*, IOrvPString*) override { return Unexpected(); }
-  bool MakeDirectory(const char*) override { return Unexpected(); }
-  bool DeleteDirectory(const char*) override { return Unexpected(); }
-  bool ListFiles(const char*, IOrvPStringList*) override { return Unexpected(); }
-  bool ListDirectories(const char*, IOrvPStringList*) override { return Unexpected(); }
-  bool CopyOneFile(const char*, const char*, bool) override { return Unexpected(); }
-  bool DirectoryExists(const char*) override { return Unexpected(); }
-  bool RemoveFile(const char*) override { return Unexpected(); }
-  std::uint32_t FileSize(const char*) override { return Unexpected(); }
-  bool MakeFile(const char*) override { return Unexpected(); }
-  bool ReadFileToString(const char*, IOrvPString*) override { return Unexpected(); }
-  bool WriteFileBytes(const char*, const void*, std::size_t) override { return Unexpected(); }
-  bool WriteFileText(const char*, const char*) override { return Unexpected(); }
-  bool WriteFileString(const char*, const IOrvPString*) override { return Unexpected(); }
-  bool AppendFileString(const char*, const IOrvPString*) override { return Unexpected(); }
-
  private:
-  bool Unexpected();
+  // Nothing else is asked of it.
+  bool Refuse() override;
   void Record(const char* what, const char* path);
 
   FakeFiles& files_;

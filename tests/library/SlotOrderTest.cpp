@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "OrvWorkFlow/IComponentFinder.h"
@@ -33,6 +34,7 @@ class SlotList {
     slots_.push_back(SlotOf(member));
     return *this;
   }
+  std::size_t Count() const { return slots_.size(); }
   // Expects the places to be first, first + 1, and so on.
   void ExpectConsecutiveFrom(std::size_t first) const {
     for (std::size_t i = 0; i < slots_.size(); ++i) EXPECT_EQ(slots_[i], first + i) << "operation number " << i;
@@ -88,24 +90,42 @@ TEST(SlotOrderTest, Dictionary) {
       .ExpectConsecutiveFrom(kBaseOperations);
 }
 
-template <class Char>
+// Each face has a whole table of its own, base protocol first. The wide one has two more operations.
+template <class I>
 void ExpectFileSystemOrder() {
-  using I = IFileSystemOf<Char>;
-  // Each face has a whole table of its own, base protocol first.
-  SlotList() (&I::QueryInterface) (&I::GetVersion) (&I::GetLastErrorText) (&I::ResetContentDirectories) (
+  constexpr bool kWide = std::is_same_v<I, IFileSystemW>;
+  SlotList slots;
+  slots (&I::QueryInterface) (&I::GetVersion) (&I::GetLastErrorText) (&I::ResetContentDirectories) (
       &I::AddContentDirectory) (&I::SetWriteDirectory) (&I::LoadState) (&I::ReservedLoad) (&I::SaveState) (
       &I::ReservedSave) (&I::SetEncryptionKey) (&I::GetTypeName) (&I::SetUtilityStore) (
-      &I::GetNeededGlobalUtilityObjects) (&I::GetNeededLocalUtilityObjects) (&I::Release) (
-      &I::WorkflowPathToPlatformPath) (&I::WorkflowPathToPlatformPathString) (&I::MakeDirectory) (&I::DeleteDirectory) (
-      &I::ListFiles) (&I::ListDirectories) (&I::CopyOneFile) (&I::FileExists) (&I::DirectoryExists) (&I::RemoveFile) (
-      &I::FileSize) (&I::MakeFile) (&I::ReadFileToString) (&I::ReadFileToStream) (&I::WriteFileBytes) (
-      &I::WriteFileText) (&I::WriteFileString) (&I::AppendFileString)(&I::ReplaceFileBytes)
-      .ExpectConsecutiveFrom(0);
+      &I::GetNeededGlobalUtilityObjects) (&I::GetNeededLocalUtilityObjects)(&I::Release);
+  slots (&I::WorkflowPathToPlatformPath) (&I::WorkflowPathToPlatformPathString) (&I::MakeDirectory) (
+      &I::DeleteDirectoryAsync) (&I::DeleteDirectory) (&I::ListFilesAsync) (&I::ListFiles) (&I::ListDirectoriesAsync) (
+      &I::ListDirectories) (&I::CopyOneFileAsync) (&I::CopyOneFile) (&I::CopyDirectoryAsync) (&I::CopyDirectory) (
+      &I::FileExists) (&I::DirectoryExists) (&I::RemoveFile) (&I::FileSize) (&I::MakeFile) (&I::ReadFileRange) (
+      &I::ReadFileToString)(&I::ReadFileToStream);
+  if constexpr (kWide) slots(&I::ReadFileToWideString);
+  slots (&I::WriteFileBytes)(&I::WriteFileText);
+  if constexpr (kWide) slots(&I::WriteFileTextUnicode);
+  slots (&I::WriteFileString) (&I::AppendFileString) (&I::PrependFileString) (&I::InsertFileString) (
+      &I::OverwriteFileString)(&I::DeleteFileBytes);
+  EXPECT_EQ(slots.Count(), kBaseOperations + (kWide ? 31 : 29));
+  slots(&I::ReplaceFileBytes).ExpectConsecutiveFrom(0);
 }
 
 TEST(SlotOrderTest, FileSystemInBothWidths) {
-  ExpectFileSystemOrder<char>();
-  ExpectFileSystemOrder<char16_t>();
+  ExpectFileSystemOrder<IFileSystemA>();
+  ExpectFileSystemOrder<IFileSystemW>();
+}
+
+template <class I>
+void ExpectNotificationOrder() {
+  SlotList() (&I::FileFound) (&I::DirectoryFound)(&I::Completed).ExpectConsecutiveFrom(0);
+}
+
+TEST(SlotOrderTest, FileSystemNotificationInBothWidths) {
+  ExpectNotificationOrder<IFileSystemNotificationA>();
+  ExpectNotificationOrder<IFileSystemNotificationW>();
 }
 
 TEST(SlotOrderTest, Encryption) {

@@ -5,15 +5,16 @@
 #include <string>
 #include <vector>
 
-#include "OrvWorkFlow/IFileSystem.h"
 #include "runtime/ObjectProtocol.h"
+#include "tests/fakes/RefusingFileSystem.h"
 
 namespace orv_test {
 
 // Release does nothing.
-class FakeFileSystem final : public OrvWorkFlow::ObjectProtocol<FakeFileSystem, OrvWorkFlow::IFileSystemA> {
+class FakeFileSystem final
+    : public RefusingFileSystem<OrvWorkFlow::ObjectProtocol<FakeFileSystem, OrvWorkFlow::IFileSystemA>> {
  public:
-  FakeFileSystem() : ObjectProtocol("FileSystem", "IFileSystemA") {}
+  FakeFileSystem() : RefusingFileSystem("FileSystem", "IFileSystemA") {}
 
   // What "$NAME" stands for; unknown names cannot be translated, other paths stay as they are.
   std::map<std::string, std::string> locations;
@@ -36,24 +37,6 @@ class FakeFileSystem final : public OrvWorkFlow::ObjectProtocol<FakeFileSystem, 
     deleted.emplace_back(path);
     return answer;
   }
-
-  bool WorkflowPathToPlatformPath(const char*, char*, std::size_t, std::size_t*) override { return false; }
-  bool MakeDirectory(const char*) override { return false; }
-  bool ListFiles(const char*, StringList*) override { return false; }
-  bool ListDirectories(const char*, StringList*) override { return false; }
-  bool CopyOneFile(const char*, const char*, bool) override { return false; }
-  bool FileExists(const char*) override { return false; }
-  bool DirectoryExists(const char*) override { return false; }
-  bool RemoveFile(const char*) override { return false; }
-  std::uint32_t FileSize(const char*) override { return 0; }
-  bool MakeFile(const char*) override { return false; }
-  bool ReadFileToString(const char*, String*) override { return false; }
-  bool ReadFileToStream(const char*, OrvWorkFlow::IOrvBasicStream*) override { return false; }
-  bool WriteFileBytes(const char*, const void*, std::size_t) override { return false; }
-  bool WriteFileText(const char*, const char*) override { return false; }
-  bool WriteFileString(const char*, const String*) override { return false; }
-  bool AppendFileString(const char*, const String*) override { return false; }
-  bool ReplaceFileBytes(const char*, const void*, std::size_t) override { return false; }
 };
 
 }  // namespace orv_test
