@@ -1,5 +1,6 @@
 #include "orvflow/CommandLine.h"
 
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
@@ -59,20 +60,26 @@ void CheckVerb(const CLI::App& command) {
 
 }  // namespace
 
-ExitCode ExecuteCommandLine(int argument_count, char** arguments) {
-  CLI::App program("Runs workflows and looks into plug-in libraries.", "orvflow");
+ExitCode ExecuteCommandLine(std::vector<std::string> words) {
+  CLI::App program("Runs workflows and looks into plug-in libraries and dictionaries.", "orvflow");
+  program.require_subcommand(0, 1);  // A verb's argument may be called like another verb.
   program.allow_windows_style_options(false);
   program.set_version_flag("--version", "orvflow " ORVFLOW_VERSION);
   program.allow_extras();
   program.footer(
       "Exit codes: 0 done, 1 failed or not found, 2 usage, 4 a plug-in is missing or broken,\n"
-      "5 a file is no workflow, 130 and 143 stopped.");
+      "5 a file is no workflow or a saved state is damaged, 6 stopped with its state saved,\n"
+      "130 and 143 stopped without.");
   std::vector<std::unique_ptr<Verb>> verbs;
   verbs.push_back(MakeRunVerb(program));
   verbs.push_back(MakeInspectVerb(program));
+  verbs.push_back(MakeDictVerb(program));
+  verbs.push_back(MakeMatchVerb(program));
+  verbs.push_back(MakePathVerb(program));
   for (const auto& verb : verbs) verb->command().allow_extras();
   try {
-    program.parse(argument_count, arguments);
+    std::reverse(words.begin(), words.end());
+    program.parse(std::move(words));
   } catch (const CLI::Success& help) {
     return static_cast<ExitCode>(program.exit(help));
   } catch (const CLI::ParseError& error) {

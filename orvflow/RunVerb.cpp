@@ -1,4 +1,4 @@
-// orvflow run FLOW.xml: runs a workflow until it is idle.
+// orvflow run FLOW.xml: runs a workflow until it is idle, or continues one from its saved state.
 #include <algorithm>
 #include <charconv>
 #include <chrono>
@@ -11,7 +11,9 @@
 #include "orvflow/BoxPrinter.h"
 #include "orvflow/FlowCheck.h"
 #include "orvflow/HostFiles.h"
+#include "orvflow/KeyFile.h"
 #include "orvflow/Setting.h"
+#include "orvflow/StateFile.h"
 #include "orvflow/StopRequest.h"
 #include "orvflow/Tracing.h"
 #include "orvflow/Verb.h"
@@ -44,21 +46,60 @@ std::string Describe(const WorkflowHost::Backlog& backlog) {
          Count(backlog.busy, "node") + " busy";
 }
 
+std::vector<std::string> NamesBelow(IDictionary& dictionary, const char* path) {
+  const TextListHolder names;
+  return dictionary.GetEntries(path, names.get()) ? names.Texts() : std::vector<std::string>();
+}
+
+// The workflows that a saved state has absorbed, by name.
+std::vector<std::string> AbsorbedNames(IDictionary& state) {
+  std::vector<std::string> names;
+  for (const std::string& entry : NamesBelow(state, WorkflowSchema::kWorkFlows)) {
+    names.push_back(
+        TextAt(state, std::string(WorkflowSchema::kWorkFlows) + "/" + entry + WorkflowSchema::kWorkFlowRecordName));
+  }
+  return names;
+}
+
 class RunVerb final : public Verb {
  public:
   explicit RunVerb(CLI::App& program);
   ExitCode Execute() override;
 
  private:
-  std::optional<std::chrono::duration<double>> TimeLimit() const;
+  using SecondsGiven = std::optional<std::chrono::duration<double>>;
+
+  // What is run, once everything that can be wrong with it was looked for.
+  struct Plan {
+    std::string flow;   // from the root of the host's file system, as the next two
+    std::string start;  // what the engine loads: the flow or the saved state
+    std::vector<std::string> absorbs;
+    std::string name;
+    std::string checksum;  // of the flow file that the workflow began with
+    bool continued = false;
+    std::vector<Setting> settings;
+  };
+
+  SecondsGiven ParseSeconds(const char* option, const std::string& text) const;
   std::vector<Setting> Settings() const;
   std::optional<std::string> TraceCategory() const;
-  void Check(const WorkflowHost& host, const std::string& file, const std::vector<Setting>& settings) const;
-  void Load(WorkflowHost& host, const std::string& file, const std::vector<Setting>& settings) const;
-  WorkflowHost::Limits MakeLimits(Tracing& tracing) const;
-  ExitCode Report(const WorkflowHost::Result& result, unsigned failures) const;
+  Plan MakePlan(const WorkflowHost& host, const StateFile& state) const;
+  void PlanContinuation(Plan& plan, IDictionary& dictionary, const StateFile& state) const;
+  void PlanAbsorbs(Plan& plan, const WorkflowHost& host, IDictionary& dictionary) const;
+  void BeginAnew(const StateFile& state) const;
+  void Load(WorkflowHost& host, const Plan& plan) const;
+  WorkflowHost::Limits MakeLimits(const StateFile& state, Tracing& tracing) const;
+  ExitCode Report(const WorkflowHost::Result& result, const WorkflowHost& host, const StateFile& state,
+                  unsigned failures) const;
+  ExitCode ReportFinished(const StateFile& state, unsigned failures) const;
+  ExitCode ReportStopped(const WorkflowHost::Result& result, IDictionary& dictionary, const StateFile& state) const;
 
   std::string flow_;
+  std::string state_file_;
+  bool fresh_ = false;
+  std::string checkpoint_;
+  std::vector<std::string> absorbs_;
+  std::string key_file_;
   std::string trace_;
   std::string log_file_;
   std::string timeout_;
@@ -66,8 +107,23 @@ class RunVerb final : public Verb {
   std::vector<std::string> settings_;
 };
 
-RunVerb::RunVerb(CLI::App& program) : Verb(program, "run", "Runs a workflow until it is idle") {
+RunVerb::RunVerb(CLI::App& program)
+    : Verb(program, "run", "Runs a workflow until it is idle, or continues one from its saved state") {
   command().add_option("FLOW.xml", flow_, "The workflow's dictionary file")->type_name("");
+  command()
+      .add_option("--state", state_file_,
+                  "Where the state is saved and continued from; else beside the flow, "
+                  "<name>.state.xml")
+      ->type_name("FILE");
+  command().add_flag("--fresh", fresh_, "Begins anew; a saved state is removed");
+  command()
+      .add_option("--checkpoint", checkpoint_, "Saves the state every so many seconds, between two signals")
+      ->type_name("S");
+  command()
+      .add_option("--absorb", absorbs_, "Takes another workflow in at the start; may be given several times")
+      ->type_name("FILE")
+      ->allow_extra_args(false);
+  AddKeyFileOption(command(), key_file_);
   command()
       .add_option("--set", settings_, "Another value for an entry of the dictionary, for this run")
       ->type_name("/PATH=VALUE")
@@ -85,12 +141,14 @@ RunVerb::RunVerb(CLI::App& program) : Verb(program, "run", "Runs a workflow unti
 
 ExitCode RunVerb::Execute() {
   if (flow_.empty()) throw UsageError("no workflow file given");
-  const std::optional<std::chrono::duration<double>> time_limit = TimeLimit();
-  const std::vector<Setting> settings = Settings();
+  const SecondsGiven time_limit = ParseSeconds("--timeout", timeout_);
+  const SecondsGiven checkpoint = ParseSeconds("--checkpoint", checkpoint_);
+  Settings();                  // Refused before anything else is done.
+  std::optional<KeyFile> key;  // The host uses it to its end.
+  if (!key_file_.empty()) key.emplace(key_file_);
   AddPluginDirectories(plugin_directories_);
   WatchForStopRequests();
 
-  const std::string file = MakeAbsolutePath(flow_);
   BoxPrinter boxes(flow_);
   std::optional<Tracing> tracing;  // Made when nothing can be refused any more, and gone after the host.
   const Clock::time_point start = Clock::now();
@@ -100,21 +158,25 @@ ExitCode RunVerb::Execute() {
   } catch (const std::runtime_error& error) {
     throw ProgramError(ExitCode::PluginBroken, error.what());
   }
-  Check(*host, file, settings);
+  if (key) host->UseKey(key->key());
+  const StateFile state(flow_, state_file_);
+  const Plan plan = MakePlan(*host, state);
   tracing.emplace(TraceCategory(), log_file_);
   if (tracing->logger() != nullptr) host->UseLogger(*tracing->logger());
-  Load(*host, file, settings);
-  WorkflowHost::Limits limits = MakeLimits(*tracing);
+  if (fresh_) BeginAnew(state);
+  Load(*host, plan);
+  if (plan.continued) std::printf("%s: continues from %s\n", plan.name.c_str(), state.shown_name().c_str());
+  std::fflush(stdout);
+  WorkflowHost::Limits limits = MakeLimits(state, *tracing);
   limits.time_limit = time_limit;
+  limits.checkpoint = checkpoint;
   const WorkflowHost::Result result = host->Run(limits);
 
   const ISignalMediator::Statistics statistics = host->GetStatistics();
   const unsigned failures = std::max<unsigned>(statistics.failures, boxes.count());
-  std::string name = TextAt(host->dictionary(), WorkflowSchema::kWorkFlowName);
-  if (name.empty()) name = flow_;
+  const ExitCode code = Report(result, *host, state, failures);
   host.reset();
-  const ExitCode code = Report(result, failures);
-  std::printf("%s: %s delivered, %s made, %s, %s\n", name.c_str(), Count(statistics.finished, "signal").c_str(),
+  std::printf("%s: %s delivered, %s made, %s, %s\n", plan.name.c_str(), Count(statistics.finished, "signal").c_str(),
               Count(statistics.nodes, "node").c_str(), Count(failures, "failure").c_str(),
               Seconds(Clock::now() - start).c_str());
   std::fflush(stdout);
@@ -122,13 +184,15 @@ ExitCode RunVerb::Execute() {
   return code;
 }
 
-std::optional<std::chrono::duration<double>> RunVerb::TimeLimit() const {
-  if (timeout_.empty()) return std::nullopt;
+RunVerb::SecondsGiven RunVerb::ParseSeconds(const char* option, const std::string& text) const {
+  if (text.empty()) return std::nullopt;
   double seconds = 0;
-  const char* end = timeout_.data() + timeout_.size();
-  const std::from_chars_result result = std::from_chars(timeout_.data(), end, seconds);
+  const char* end = text.data() + text.size();
+  const std::from_chars_result result = std::from_chars(text.data(), end, seconds);
   const bool is_number = result.ec == std::errc() && result.ptr == end;
-  if (!is_number || !(seconds > 0)) throw UsageError("--timeout " + timeout_ + ": not a number of seconds above 0");
+  if (!is_number || !(seconds > 0)) {
+    throw UsageError(std::string(option) + " " + text + ": not a number of seconds above 0");
+  }
   return std::chrono::duration<double>(seconds);
 }
 
@@ -143,29 +207,85 @@ std::optional<std::string> RunVerb::TraceCategory() const {
   return trace_ == "true" ? "" : trace_;  // What a flag without a value gives.
 }
 
-// Everything that can be wrong is found on a dictionary apart, before the engine touches anything.
-void RunVerb::Check(const WorkflowHost& host, const std::string& file, const std::vector<Setting>& settings) const {
+// Everything that can be wrong is found on dictionaries apart, before the engine touches anything.
+RunVerb::Plan RunVerb::MakePlan(const WorkflowHost& host, const StateFile& state) const {
+  Plan plan;
+  plan.flow = MakeAbsolutePath(flow_);
+  plan.start = plan.flow;
+  plan.settings = Settings();
   const WorkflowHost::OwnedDictionary dictionary = host.MakeDictionary();
-  ReadFlow(*dictionary, file, flow_);
-  for (const Setting& setting : settings) ApplySetting(*dictionary, setting, flow_);
-  CheckWorkflow(*dictionary, flow_);
-  CheckPlugins(*dictionary, flow_);
+  ReadFlow(*dictionary, plan.flow, flow_);
+  plan.checksum = ChecksumOfFile(plan.flow);
+  plan.name = TextAt(*dictionary, WorkflowSchema::kWorkFlowName);
+  plan.continued = !fresh_ && state.Exists();
+  if (plan.continued) PlanContinuation(plan, *dictionary, state);
+  const std::string& source = plan.continued ? state.shown_name() : flow_;
+  for (const Setting& setting : plan.settings) ApplySetting(*dictionary, setting, source);
+  if (!plan.continued) CheckWorkflow(*dictionary, flow_);
+  CheckPlugins(*dictionary, source);
+  PlanAbsorbs(plan, host, *dictionary);
+  if (plan.name.empty()) plan.name = flow_;
+  if (!state.CanBeWritten() && (!checkpoint_.empty() || !state_file_.empty() || plan.continued)) {
+    throw FileError(ExitCode::Failed, state.shown_name(), "", "the state cannot be saved there; check the folder");
+  }
+  return plan;
 }
 
-void RunVerb::Load(WorkflowHost& host, const std::string& file, const std::vector<Setting>& settings) const {
-  if (!host.LoadWorkflow(file.c_str())) {
-    throw FileError(ExitCode::DictionaryDamaged, flow_, "", "the engine cannot load it");
+// The dictionary becomes that of the state.
+void RunVerb::PlanContinuation(Plan& plan, IDictionary& dictionary, const StateFile& state) const {
+  state.Read(dictionary, plan.name);
+  plan.start = state.path();
+  const std::string checksum = ReadFlowChecksum(dictionary);
+  if (checksum != plan.checksum) {
+    PrintErrorLine(flow_ + ": has changed since " + state.shown_name() +
+                   " was saved; the state is continued as it was saved (--fresh begins anew)");
   }
-  for (const Setting& setting : settings) ApplySetting(host.dictionary(), setting, flow_);
+  plan.checksum = checksum;
+}
+
+// What the state has absorbed is part of it, and is not taken in again.
+void RunVerb::PlanAbsorbs(Plan& plan, const WorkflowHost& host, IDictionary& dictionary) const {
+  std::vector<std::string> known;
+  if (plan.continued) known = AbsorbedNames(dictionary);
+  for (const std::string& shown_name : absorbs_) {
+    const WorkflowHost::OwnedDictionary flow = host.MakeDictionary();
+    const std::string file = MakeAbsolutePath(shown_name);
+    ReadFlow(*flow, file, shown_name);
+    const std::string name = TextAt(*flow, WorkflowSchema::kWorkFlowName);
+    if (name.empty()) {
+      throw FileError(ExitCode::DictionaryDamaged, shown_name, WorkflowSchema::kWorkFlowName,
+                      "only a workflow with a name can be absorbed; give it one");
+    }
+    CheckPlugins(*flow, shown_name);
+    if (std::find(known.begin(), known.end(), name) == known.end()) plan.absorbs.push_back(file);
+  }
+}
+
+void RunVerb::BeginAnew(const StateFile& state) const {
+  if (!state.Remove()) throw FileError(ExitCode::Failed, state.shown_name(), "", "cannot be removed");
+}
+
+void RunVerb::Load(WorkflowHost& host, const Plan& plan) const {
+  if (!host.LoadWorkflow(plan.start.c_str())) {
+    throw FileError(ExitCode::DictionaryDamaged, plan.start, "", "the engine cannot load it");
+  }
+  host.engine().SetWorkFlowFilePath(plan.flow.c_str());
+  for (const Setting& setting : plan.settings) ApplySetting(host.dictionary(), setting, flow_);
+  WriteFlowChecksum(host.dictionary(), plan.checksum);
   // The engine read the start signal before the settings came.
   const std::string start = WorkflowSchema::kStartSignal;
   host.engine().SetStartSignal(TextAt(host.dictionary(), start + WorkflowSchema::kReceiverTypeName).c_str(),
                                TextAt(host.dictionary(), start + WorkflowSchema::kReceiverInstanceName).c_str(),
                                TextAt(host.dictionary(), start + WorkflowSchema::kIncomingSignalName).c_str());
   if (!host.LoadNodes()) throw FileError(ExitCode::Failed, flow_, "", "the work nodes cannot be loaded");
+  for (const std::string& file : plan.absorbs) {
+    if (!host.engine().AbsorbFlow(file.c_str(), true)) {
+      throw FileError(ExitCode::Failed, file, "", "the workflow cannot be absorbed");
+    }
+  }
 }
 
-WorkflowHost::Limits RunVerb::MakeLimits(Tracing& tracing) const {
+WorkflowHost::Limits RunVerb::MakeLimits(const StateFile& state, Tracing& tracing) const {
   WorkflowHost::Limits limits;
   limits.wants_stop = [] { return RequestedStop() != StopRequest::None; };
   limits.stuck = [this, &tracing] {
@@ -173,19 +293,24 @@ WorkflowHost::Limits RunVerb::MakeLimits(Tracing& tracing) const {
     tracing.Flush();
     std::_Exit(static_cast<int>(ExitCode::Failed));
   };
+  if (state.CanBeWritten()) limits.state_file = state.path();
+  limits.checkpoint_failed = [&state] {
+    PrintErrorLine(state.shown_name() +
+                   ": the checkpoint was not saved; the workflow goes on, and the file holds the "
+                   "state that was saved before, if any");
+  };
   return limits;
 }
 
-ExitCode RunVerb::Report(const WorkflowHost::Result& result, unsigned failures) const {
+ExitCode RunVerb::Report(const WorkflowHost::Result& result, const WorkflowHost& host, const StateFile& state,
+                         unsigned failures) const {
   const std::string backlog = Describe(result.backlog);
   switch (result.end) {
     case WorkflowHost::End::Idle:
-      return failures == 0 ? ExitCode::Done : ExitCode::Failed;
-    case WorkflowHost::End::Stopped: {
-      const bool interrupted = RequestedStop() == StopRequest::Interrupt;
-      PrintErrorLine(flow_ + ": stopped by " + (interrupted ? "Ctrl-C" : "SIGTERM") + " (" + backlog + ")");
-      return interrupted ? ExitCode::Interrupted : ExitCode::Terminated;
-    }
+      return ReportFinished(state, failures);
+    case WorkflowHost::End::Stopped:
+    case WorkflowHost::End::Restart:
+      return ReportStopped(result, host.dictionary(), state);
     case WorkflowHost::End::TimedOut:
       PrintErrorLine(flow_ + ": stopped, not idle after " + timeout_ + " s (" + backlog + ")");
       return ExitCode::Failed;
@@ -197,6 +322,34 @@ ExitCode RunVerb::Report(const WorkflowHost::Result& result, unsigned failures) 
       return ExitCode::Failed;
   }
   return ExitCode::Failed;
+}
+
+// Nothing is left to continue: the next run begins anew.
+ExitCode RunVerb::ReportFinished(const StateFile& state, unsigned failures) const {
+  if (state.CanBeWritten() && !state.Remove()) {
+    PrintErrorLine(state.shown_name() + ": the workflow has finished, but its saved state cannot be removed");
+    return ExitCode::Failed;
+  }
+  return failures == 0 ? ExitCode::Done : ExitCode::Failed;
+}
+
+ExitCode RunVerb::ReportStopped(const WorkflowHost::Result& result, IDictionary& dictionary,
+                                const StateFile& state) const {
+  const bool restart = result.end == WorkflowHost::End::Restart;
+  const bool interrupted = RequestedStop() == StopRequest::Interrupt;
+  std::string line = flow_ + ": stopped by " +
+                     (restart       ? "a node's wish to restart"
+                      : interrupted ? "Ctrl-C"
+                                    : "SIGTERM");
+  if (result.saved) {
+    const std::size_t nodes = NamesBelow(dictionary, WorkflowSchema::kRebootSignals).size();
+    PrintErrorLine(line + ", saved in " + state.shown_name() + " (" + Count(result.backlog.waiting, "signal") +
+                   " waiting, " + Count(nodes, "node") + " to go on); run it again to continue");
+    return ExitCode::Resumable;
+  }
+  PrintErrorLine(line + ", not saved (" + Describe(result.backlog) + ")");
+  if (restart) return ExitCode::Failed;
+  return interrupted ? ExitCode::Interrupted : ExitCode::Terminated;
 }
 
 }  // namespace

@@ -13,7 +13,8 @@ enum class ExitCode : int {
   Failed = 1,             // also: not found, and a run that took too long
   Usage = 2,              // the command line
   PluginBroken = 4,       // a plug-in library is missing, cannot be loaded or lacks a type
-  DictionaryDamaged = 5,  // a file is no dictionary, or no workflow
+  DictionaryDamaged = 5,  // a file is no dictionary, no workflow or no state, or another process uses the state
+  Resumable = 6,          // stopped, with the state saved
   Interrupted = 130,      // Ctrl-C
   Terminated = 143,       // SIGTERM, or the console was closed
 };

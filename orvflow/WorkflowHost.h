@@ -1,5 +1,6 @@
 // A host of workflows: loads the library, makes its global objects in the order they need, runs one workflow until it
-// is idle or has to stop, and takes everything down again in order. Nothing of it knows the command line.
+// is idle or has to stop, saves its state, and takes everything down again in order. Nothing of it knows the command
+// line.
 #pragma once
 
 #include <chrono>
@@ -7,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "OrvWorkFlow/IDictionary.h"
@@ -39,6 +41,10 @@ class WorkflowHost {
   IDictionary& dictionary() const { return *dictionary_; }
   IWorkFlowEngine& engine() const { return *engine_; }
 
+  // The key of enciphered dictionaries: for those that are made later and for the workflow's own, state and all. Not
+  // owned; outlives the host.
+  void UseKey(const char* key);
+
   // A dictionary of the caller's own, which must be gone before the host.
   OwnedDictionary MakeDictionary() const;
 
@@ -60,13 +66,15 @@ class WorkflowHost {
   enum class End {
     Idle,        // nothing waiting, nothing undelivered, no node busy
     Stopped,     // `wants_stop` said so
+    Restart,     // a node asked for a restart
     TimedOut,    // the time limit was reached first
     EngineDied,  // the engine's thread ended on its own
     NotStarted,  // the engine could not start its thread
   };
   struct Result {
     End end = End::NotStarted;
-    Backlog backlog;
+    Backlog backlog;     // of a saved run: what the state holds, else what there was when the end was seen
+    bool saved = false;  // the state is that of the end: also of an idle workflow, whose nodes have saved theirs
   };
 
   struct Limits {
@@ -76,10 +84,22 @@ class WorkflowHost {
     // Called on a thread of its own when a run that timed out does not come to its end within some seconds, because a
     // node does not return. It should end the process: there is no other way out of a node.
     std::function<void()> stuck;
+    // Where the state is saved at an end that is Idle, Stopped or Restart; "" for nowhere: then no node may ask for a
+    // restart. The file is replaced as a whole or not at all.
+    std::string state_file;
+    // The state is saved between two signals too, this long after the start and after each such save. The workflow
+    // stands still meanwhile, at least the 200 ms of every stop.
+    std::optional<std::chrono::duration<double>> checkpoint;
+    // Called, on a thread of its own, when a checkpoint was not saved. The workflow goes on.
+    std::function<void()> checkpoint_failed;
   };
 
   // Starts the workflow, delivers its signals on this thread, and stops it in order, whatever ended it. When it returns
   // the engine's thread has ended and all nodes have been asked to stop.
+  //
+  // A state is that between two signals: what was handed over for delivery has been delivered before, and what that
+  // fired is in the queue; a node that was at work outside of a signal has stopped and has its reboot signal in the
+  // state. With a node that does not stop nothing is saved.
   Result Run(const Limits& limits);
 
   ISignalMediator::Statistics GetStatistics() const;
@@ -94,10 +114,17 @@ class WorkflowHost {
   Interface* MakeGlobal(const char* object_name, const char* interface_name);
   void TakeDown() noexcept;
 
-  Result WatchUntilEnd(const Limits& limits) const;
+  Result RunUntilStopped(const Limits& limits);
+  std::optional<End> FindEnd(const Limits& limits, std::chrono::steady_clock::time_point start) const;
+  Result WatchUntilEnd(const Limits& limits);
+  std::optional<Result> SaveCheckpoint(const Limits& limits, std::chrono::steady_clock::time_point start);
+  bool StopAndSave(const std::string& state_file);
+  bool StopBetweenSignals();
+  bool WaitUntilAtRest() const;
   bool IsIdle() const;
   Backlog GetBacklog() const;
 
+  const char* key_ = nullptr;
   HostApp* host_app_ = nullptr;
   IUtilityStore* store_ = nullptr;
   std::vector<IFactoryObjectCreator*> store_creators_;  // Owned; the store uses them to its end.

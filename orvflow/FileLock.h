@@ -1,0 +1,36 @@
+// A lock on a file that only one process has, and that ends with the process however that ends.
+#pragma once
+
+#include <memory>
+#include <string>
+
+namespace OrvWorkFlow::Program {
+
+// The locked file holds the number of the process that has the lock. It is removed when the lock is given back; what a
+// killed process leaves behind locks nothing.
+class FileLock {
+ public:
+  enum class Outcome {
+    Held,
+    InUse,       // another process has it
+    Impossible,  // the file cannot be written
+  };
+
+  explicit FileLock(const std::string& file);
+  FileLock(const FileLock&) = delete;
+  FileLock& operator=(const FileLock&) = delete;
+  ~FileLock();
+
+  Outcome outcome() const { return outcome_; }
+  // The number of the process that has it, when it is in use; "" when it cannot be told.
+  const std::string& owner() const { return owner_; }
+
+ private:
+  struct System;  // What the platform keeps.
+
+  std::unique_ptr<System> system_;
+  Outcome outcome_ = Outcome::Impossible;
+  std::string owner_;
+};
+
+}  // namespace OrvWorkFlow::Program

@@ -1,0 +1,62 @@
+#include "orvflow/FileLock.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace OrvWorkFlow::Program {
+
+struct FileLock::System {
+  explicit System(const std::string& name) : path(name) {}
+  ~System() { Close(); }
+  System(const System&) = delete;
+  System& operator=(const System&) = delete;
+
+  void Close() {
+    if (file >= 0) close(file);
+    file = -1;
+  }
+  // False when the file that was opened is not the one of that name any more: its owner has removed it meanwhile.
+  bool IsCurrent() const {
+    struct stat opened = {};
+    struct stat named = {};
+    return fstat(file, &opened) == 0 && stat(path.c_str(), &named) == 0 && opened.st_ino == named.st_ino &&
+           opened.st_dev == named.st_dev;
+  }
+  std::string Read() const {
+    char text[32];
+    const ssize_t length = pread(file, text, sizeof text, 0);
+    return length > 0 ? std::string(text, static_cast<std::size_t>(length)) : std::string();
+  }
+  bool Write(const std::string& text) const {
+    return ftruncate(file, 0) == 0 && pwrite(file, text.data(), text.size(), 0) == static_cast<ssize_t>(text.size());
+  }
+
+  std::string path;
+  int file = -1;
+};
+
+FileLock::FileLock(const std::string& file) : system_(std::make_unique<System>(file)) {
+  for (;;) {
+    system_->file = open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0666);
+    if (system_->file < 0) return;
+    if (flock(system_->file, LOCK_EX | LOCK_NB) != 0) {
+      if (errno != EWOULDBLOCK) return;
+      outcome_ = Outcome::InUse;
+      owner_ = system_->Read();
+      return;
+    }
+    if (system_->IsCurrent()) break;
+    system_->Close();
+  }
+  if (system_->Write(std::to_string(getpid()))) outcome_ = Outcome::Held;
+}
+
+FileLock::~FileLock() {
+  if (outcome_ == Outcome::Held) unlink(system_->path.c_str());
+}
+
+}  // namespace OrvWorkFlow::Program
