@@ -5,6 +5,7 @@
 #include "OrvWorkFlow/MessageBoxes.h"
 #include "OrvWorkFlow/WorkFlowFactory.h"
 #include "OrvWorkFlow/WorkflowSchema.h"
+#include "nodes/GlobalObject.h"
 #include "runtime/MarshalledHolder.h"
 
 namespace OrvWorkFlow::Nodes {
@@ -12,13 +13,6 @@ namespace OrvWorkFlow::Nodes {
 namespace {
 
 constexpr char kParameters[] = "/Parameters/";
-
-// The global object of that name, seen through an interface; null when the host has none.
-template <class Interface>
-Interface* FindGlobal(const char* object_name, const char* interface_name) {
-  IBaseWorkFlowObject* object = WorkFlowFactory::GetGlobalObj(object_name);
-  return object == nullptr ? nullptr : static_cast<Interface*>(object->QueryInterface(interface_name));
-}
 
 // Where an instance's parameter is looked for: the workflow's dictionary, then the configuration file.
 struct ParameterPlaces {
@@ -39,18 +33,24 @@ ParameterPlaces PlacesOf(std::string_view type_name, std::string_view instance_n
 
 bool WorkNodeBase::LoadState(const char* path) {
   if (path == nullptr || *path == '\0') return false;
+  DictionaryPointer file = ReadDictionary(path);
+  if (file == nullptr) return false;
+  configuration_ = std::move(file);
+  return true;
+}
+
+WorkNodeBase::DictionaryPointer WorkNodeBase::ReadDictionary(const char* path) const {
   IBaseWorkFlowObject* object = WorkFlowFactory::CreateNewObject("Dictionary");
-  if (object == nullptr) return false;
-  std::unique_ptr<IDictionary, Releaser> file(static_cast<IDictionary*>(object->QueryInterface("IDictionary")));
+  if (object == nullptr) return nullptr;
+  DictionaryPointer file(static_cast<IDictionary*>(object->QueryInterface("IDictionary")));
   if (file == nullptr) {
     object->Release();
-    return false;
+    return nullptr;
   }
   for (const std::string& directory : GetContentDirectories()) file->AddContentDirectory(directory.c_str());
   file->SetEncryptionKey(GetEncryptionKey().c_str());
-  if (!file->LoadFile(path)) return false;
-  configuration_ = std::move(file);
-  return true;
+  if (!file->LoadFile(path)) return nullptr;
+  return file;
 }
 
 bool WorkNodeBase::GetInstanceName(IOrvPString* name) { return AssignText(name, instance_name_.c_str()); }
@@ -90,6 +90,14 @@ std::string WorkNodeBase::TextParameter(std::string_view name, std::string_view 
 bool WorkNodeBase::BooleanParameter(std::string_view name, bool fallback) const {
   const ParameterPlaces places = PlacesOf(type_name_, instance_name_, name);
   bool value = fallback;
+  if (WorkflowDictionary().GetValue(places.in_workflow.c_str(), &value)) return value;
+  if (configuration_ && configuration_->GetValue(places.in_file.c_str(), &value)) return value;
+  return fallback;
+}
+
+std::int32_t WorkNodeBase::NumberParameter(std::string_view name, std::int32_t fallback) const {
+  const ParameterPlaces places = PlacesOf(type_name_, instance_name_, name);
+  std::int32_t value = fallback;
   if (WorkflowDictionary().GetValue(places.in_workflow.c_str(), &value)) return value;
   if (configuration_ && configuration_->GetValue(places.in_file.c_str(), &value)) return value;
   return fallback;

@@ -2,6 +2,7 @@
 // and file system, reads parameters and fires output signals. A node supplies OnSignal.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -54,19 +55,26 @@ class WorkNodeBase : public ObjectProtocol<WorkNodeBase, IWorkNode> {
 
   std::string TextParameter(std::string_view name, std::string_view fallback) const;
   bool BooleanParameter(std::string_view name, bool fallback) const;
+  std::int32_t NumberParameter(std::string_view name, std::int32_t fallback) const;
+
+  const std::string& InstanceName() const { return instance_name_; }
+
+  struct DictionaryReleaser {
+    void operator()(IDictionary* dictionary) const { dictionary->Release(); }
+  };
+  using DictionaryPointer = std::unique_ptr<IDictionary, DictionaryReleaser>;
+  // A dictionary file, looked for in the node's directories and read with its key; null when that fails.
+  DictionaryPointer ReadDictionary(const char* path) const;
 
   // Tells the user what went wrong where no output signal does, in a message box under the node's name.
   void TellUser(const std::string& problem) const;
 
  private:
   friend class ObjectProtocol<WorkNodeBase, IWorkNode>;
-  struct Releaser {
-    void operator()(IDictionary* dictionary) const { dictionary->Release(); }
-  };
 
   const char* type_name_;
   std::string instance_name_;
-  std::unique_ptr<IDictionary, Releaser> configuration_;  // Null when the instance names no file.
+  DictionaryPointer configuration_;  // Null when the instance names no file.
   IOutgoingSignalHandler* handler_ = nullptr;
 };
 

@@ -1,0 +1,23 @@
+// The plug-in's entry: its types are registered while it is loaded, and leave when it is unloaded.
+#include <new>
+
+#include "OrvWorkFlow/Plugin.h"
+#include "OrvWorkFlow/WorkFlowFactory.h"
+#include "nodes/NodeCreator.h"
+#include "nodes/flow/AbsorbWorkflow.h"
+#include "nodes/flow/LongCopier.h"
+#include "nodes/flow/Restarter.h"
+#include "nodes/flow/Timer.h"
+
+ORV_WORKFLOW_PLUGIN();
+
+namespace OrvWorkFlow::Nodes {
+namespace {
+
+WorkFlowFactory absorb_workflow(new (std::nothrow) NodeCreator<AbsorbWorkflow>);
+WorkFlowFactory long_copier(new (std::nothrow) NodeCreator<LongCopier>);
+WorkFlowFactory restarter(new (std::nothrow) NodeCreator<Restarter>);
+WorkFlowFactory timer(new (std::nothrow) NodeCreator<Timer>);
+
+}  // namespace
+}  // namespace OrvWorkFlow::Nodes

@@ -1,0 +1,57 @@
+#include "nodes/flow/Timer.h"
+
+#include <algorithm>
+#include <chrono>
+#include <stdexcept>
+
+namespace OrvWorkFlow::Nodes {
+
+namespace {
+
+constexpr char kTicksLeft[] = "/TicksLeft";
+constexpr char kRemaining[] = "/Remaining";
+
+}  // namespace
+
+bool Timer::OnSignal(std::string_view signal) {
+  if (signal == "start") {
+    StopWork();
+    Write(kTicksLeft, NumberParameter("Times", 1));
+    Write(kRemaining, NumberParameter("Milliseconds", 1000));
+  } else if (signal != "resume") {
+    return false;
+  }
+  Begin();
+  return true;
+}
+
+WorkerNode::Outcome Timer::Work() {
+  using Clock = std::chrono::steady_clock;
+  while (Read(kTicksLeft) > 0) {
+    const std::chrono::milliseconds remaining(std::max(0, Read(kRemaining)));
+    const Clock::time_point begin = Clock::now();
+    if (!Pause(remaining)) {
+      const auto passed = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - begin);
+      Write(kRemaining, static_cast<std::int32_t>(std::max(remaining - passed, remaining * 0).count()));
+      return Outcome::Stopped;
+    }
+    Write(kTicksLeft, Read(kTicksLeft) - 1);
+    Write(kRemaining, NumberParameter("Milliseconds", 1000));
+    FireOutput("tick");
+  }
+  FireOutput("finished");
+  return Outcome::Done;
+}
+
+std::int32_t Timer::Read(const char* entry) const {
+  std::int32_t value = 0;
+  WorkflowDictionary().GetValue(("/Timers/" + InstanceName() + entry).c_str(), &value);
+  return value;
+}
+
+void Timer::Write(const char* entry, std::int32_t value) const {
+  const std::string path = "/Timers/" + InstanceName() + entry;
+  if (!WorkflowDictionary().SetValue(path.c_str(), value)) throw std::runtime_error("cannot write " + path);
+}
+
+}  // namespace OrvWorkFlow::Nodes

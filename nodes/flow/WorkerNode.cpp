@@ -1,0 +1,63 @@
+#include "nodes/flow/WorkerNode.h"
+
+#include <exception>
+#include <string_view>
+#include <utility>
+
+namespace OrvWorkFlow::Nodes {
+
+bool WorkerNode::Begin() {
+  const std::lock_guard lock(thread_mutex_);
+  if (busy_) return false;
+  if (thread_.joinable()) thread_.join();
+  stop_ = false;
+  was_stopped_ = false;
+  busy_ = true;
+  try {
+    thread_ = std::thread([this] { Run(); });
+  } catch (...) {
+    busy_ = false;
+    throw;
+  }
+  return true;
+}
+
+void WorkerNode::Run() {
+  try {
+    was_stopped_ = Work() == Outcome::Stopped;
+  } catch (const std::exception& error) {
+    TellUser(error.what());
+  }
+  busy_ = false;  // Last: what was fired is in the queue before the node counts as idle.
+}
+
+bool WorkerNode::StopWork() {
+  const std::lock_guard lock(thread_mutex_);
+  if (!thread_.joinable()) return false;
+  {
+    const std::lock_guard stop_lock(stop_mutex_);
+    stop_ = true;
+  }
+  stop_changed_.notify_all();
+  thread_.join();
+  return std::exchange(was_stopped_, false);
+}
+
+bool WorkerNode::Pause(std::chrono::milliseconds time) {
+  std::unique_lock lock(stop_mutex_);
+  return !stop_changed_.wait_for(lock, time, [this] { return stop_.load(); });
+}
+
+bool WorkerNode::GetRebootSignal(IOrvPString* signal_name) { return AssignText(signal_name, "resume"); }
+
+bool WorkerNode::GetProperty(const char* property_name, IOrvPString* value) {
+  if (property_name == nullptr || std::string_view(property_name) != "Busy") return false;
+  return AssignText(value, busy_ ? "yes" : "no");
+}
+
+void WorkerNode::Release() {
+  StopWork();
+  WorkNodeBase::Release();
+}
+
+}  // namespace OrvWorkFlow::Nodes
