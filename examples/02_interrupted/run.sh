@@ -1,0 +1,35 @@
+#!/bin/bash
+# run.sh PROGRAM: copies two files with `orvflow`, slowly, and interrupts it on the way: by Ctrl-C, by kill -9, and by a node
+# that asks for a restart. Each time the same command goes on where the workflow was. The copies lie in backup/.
+set -euo pipefail
+program=$(realpath "${1:?usage: run.sh PROGRAM}")
+cd "$(dirname "$0")"
+
+rm -rf backup source flow.state.xml
+mkdir source
+seq 1 100000 >source/numbers-1.txt
+seq 100000 200000 >source/numbers-2.txt
+
+# RunUntil SIGNAL SECONDS: runs the workflow and sends the signal when the time is over; without arguments to its end.
+RunUntil() {
+  echo "\$ orvflow run flow.xml --checkpoint 0.5"
+  "$program" run flow.xml --checkpoint 0.5 2>&1 &
+  local process=$! status=0
+  if (($# > 0)); then
+    sleep "$2"
+    echo "\$ kill -$1"
+    kill "-$1" "$process"
+  fi
+  wait "$process" 2>/dev/null || status=$?
+  echo "exit code $status"
+}
+
+set -m # So that Ctrl-C reaches a program in the background.
+RunUntil INT 1.2
+RunUntil KILL 2
+RunUntil
+RunUntil
+
+cmp source/numbers-1.txt backup/numbers-1.txt
+cmp source/numbers-2.txt backup/numbers-2.txt
+echo "both copies are whole"
