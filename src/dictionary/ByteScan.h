@@ -66,6 +66,22 @@ struct Blanks {
 #endif
 };
 
+// The bytes that do not stand in a file as they are: "&", "<", ">", and control bytes but zero and the blanks of lines.
+struct EscapedBytes {
+  static bool Has(char c) {
+    const bool is_control = c > 0 && c < ' ' && c != '\t' && c != '\n' && c != '\r';
+    return is_control || c == '&' || c == '<' || c == '>';
+  }
+#if defined(__SSE2__)
+  static SixteenBytes HasEach(SixteenBytes bytes) {
+    const SixteenBytes controls = Either(Between(bytes, '\x01', '\x08'), Between(bytes, '\x0E', '\x1F'));
+    const SixteenBytes feeds = Between(bytes, '\x0B', '\x0C');
+    const SixteenBytes brackets = EqualTo(_mm_or_si128(bytes, _mm_set1_epi8('<' ^ '>')), '>');
+    return Either(Either(controls, feeds), Either(brackets, EqualTo(bytes, '&')));
+  }
+#endif
+};
+
 // The bytes of valid paths.
 struct PathBytes {
   static bool Has(char c) { return IsLetter(c) || IsDigit(c) || c == '/' || c == '_' || c == '-'; }

@@ -135,6 +135,7 @@ bool DataStore::Load(std::string_view text, std::shared_ptr<const void> owner) {
   const WriteScope scope(*this);
   tree_.Clear();
   tree_.KeepAlive(std::move(owner));
+  text_size_ = text.size();
   return ReadXml(text, tree_);
 }
 
@@ -145,7 +146,10 @@ void DataStore::Save(Pairs pairs, TextBuffer& output) {
   if (root != kNoElement) {
     tree_.SetAttributes(root, WithAttribute(tree_.attributes(root), kFileVersionAttribute, kFileVersion));
   }
+  output.Reserve(text_size_ + text_size_ / 8);
+  const std::size_t before = output.view().size();
   WriteXml(tree_, output);
+  text_size_ = output.view().size() - before;
 }
 
 void DataStore::EmptyNameValuePairs() {

@@ -123,7 +123,9 @@ class DataStore {
 
   std::mutex mutex_;
   std::atomic<std::uint64_t> changes_ = 0;
-  ElementTree tree_;  // Guarded by mutex_.
+  // Guarded by mutex_.
+  ElementTree tree_;
+  std::size_t text_size_ = 0;  // Of the file that was loaded or saved last.
 };
 
 }  // namespace OrvWorkFlow

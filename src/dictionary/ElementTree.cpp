@@ -143,9 +143,7 @@ void ElementTree::ReplaceTexts() {
   }
 }
 
-void ElementTree::ShedUnusedTexts() noexcept {
-  const std::size_t many = live_ * 2 + 1024;
-  if (names_->size() <= many && attributes_->size() <= many) return;
+void ElementTree::RebuildTexts() noexcept {
   try {
     auto names = MakeNames();
     auto attributes = std::make_unique<AttributeTable>();

@@ -82,6 +82,9 @@ class ElementTree {
   // For building by number.
   NameTable::Id InternName(std::string_view name) { return names_->Intern(name); }
   std::string_view NameText(NameTable::Id id) const { return names_->Text(id); }
+  AttributeTable::Id attributes_id(ElementId id) const { return elements_[id].attributes; }
+  std::string_view attributes_text(AttributeTable::Id id) const { return attributes_->Text(id); }
+  std::size_t attributes_count() const { return attributes_->size(); }
   std::size_t name_count() const { return names_->size(); }
   NameTable::Id name_id(ElementId id) const { return elements_[id].name; }
   // As above, with a name that InternName gave.
@@ -100,7 +103,10 @@ class ElementTree {
 
   // Drops names and attribute texts that no element has any more, when they have become many. Fails silently for lack
   // of memory.
-  void ShedUnusedTexts() noexcept;
+  void ShedUnusedTexts() noexcept {
+    const std::size_t many = live_ * 2 + 1024;
+    if (names_->size() > many || attributes_->size() > many) RebuildTexts();
+  }
 
  private:
   // Every table of names begins with kRootName.
@@ -114,6 +120,7 @@ class ElementTree {
   void IndexChildren(ElementId parent);
   void Unlink(ElementId id);
   void ReplaceTexts();
+  void RebuildTexts() noexcept;
   void FreeOwnedTexts();
 
   std::unique_ptr<NameTable> names_;

@@ -3,6 +3,7 @@
 
 #include <string_view>
 
+#include "dictionary/ByteScan.h"
 #include "dictionary/ElementTree.h"
 
 namespace OrvWorkFlow {
@@ -10,12 +11,23 @@ namespace OrvWorkFlow {
 // Walks the components that a path names below the root. The path must outlive it.
 class PathComponents {
  public:
-  explicit PathComponents(std::string_view path) : rest_(path) {}
+  explicit PathComponents(std::string_view path)
+      : begin_(path.data()), at_(path.data()), end_(path.data() + path.size()) {}
+
   // False behind the last; `component` is untouched then.
-  bool Next(std::string_view& component);
+  bool Next(std::string_view& component) {
+    while (at_ != end_ && *at_ == '/') ++at_;
+    if (at_ == end_) return false;
+    const char* const begin = at_;
+    at_ = FindFirst<OneByte<'/'>>(begin_, begin, end_);
+    component = {begin, static_cast<std::size_t>(at_ - begin)};
+    return true;
+  }
 
  private:
-  std::string_view rest_;
+  const char* begin_;
+  const char* at_;
+  const char* end_;
 };
 
 // True when each component consists of ASCII letters and digits, "_" and "-". The empty path, the root's, is valid.

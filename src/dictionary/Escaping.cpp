@@ -1,30 +1,25 @@
 #include "dictionary/Escaping.h"
 
-#include <array>
 #include <bitset>
 #include <cstring>
 
-#include "dictionary/Bytes.h"
+#include "dictionary/ByteScan.h"
 
 namespace OrvWorkFlow {
 namespace {
 
-// What a byte is written as, where that is not the byte itself.
-constexpr std::string_view Replacement(unsigned char byte) {
-  if (byte == '&') return "&amp;";
-  if (byte == '<') return "&lt;";
-  if (byte == '>') return "&gt;";
-  if (byte >= 0x01 && byte < 0x20 && byte != '\t' && byte != '\n' && byte != '\r') return "?";
-  return {};
+std::string_view Replacement(char c) {
+  switch (c) {
+    case '&':
+      return "&amp;";
+    case '<':
+      return "&lt;";
+    case '>':
+      return "&gt;";
+    default:
+      return "?";
+  }
 }
-
-constexpr std::array<bool, 256> MakeReplacedBytes() {
-  std::array<bool, 256> replaced{};
-  for (std::size_t byte = 0; byte < 256; ++byte)
-    replaced[byte] = !Replacement(static_cast<unsigned char>(byte)).empty();
-  return replaced;
-}
-constexpr std::array<bool, 256> kIsReplaced = MakeReplacedBytes();
 
 // A reference found in a text: how long it is, and the byte it stands for.
 struct Reference {
@@ -122,17 +117,17 @@ Reference MatchName(std::string_view rest, UnescapeMode mode) {
 }  // namespace
 
 void AppendEscaped(TextBuffer& output, std::string_view text) {
-  const char* at = text.data();
-  const char* const end = at + text.size();
-  const char* plain = at;
-  for (; at != end; ++at) {
-    const auto byte = static_cast<unsigned char>(*at);
-    if (!kIsReplaced[byte]) continue;
-    output.Append({plain, static_cast<std::size_t>(at - plain)});
-    output.Append(Replacement(byte));
-    plain = at + 1;
+  if (text.empty()) return;
+  const char* const begin = text.data();
+  const char* const end = begin + text.size();
+  const char* plain = begin;
+  for (;;) {
+    const char* const escaped = FindFirst<EscapedBytes>(begin, plain, end);
+    output.Append({plain, static_cast<std::size_t>(escaped - plain)});
+    if (escaped == end) return;
+    output.Append(Replacement(*escaped));
+    plain = escaped + 1;
   }
-  output.Append({plain, static_cast<std::size_t>(end - plain)});
 }
 
 std::string Unescape(std::string_view text, UnescapeMode mode) {

@@ -34,6 +34,15 @@ class TextBuffer {
     size_ += count;
   }
 
+  // Takes memory for a text of that size at once, as far as there is any.
+  void Reserve(std::size_t size) noexcept {
+    if (size_ > 0 || size <= block_.size() || size > kMaxTextSize) return;
+    try {
+      block_ = MemoryBlock(size);
+    } catch (const std::bad_alloc&) {  // It grows step by step then.
+    }
+  }
+
   std::string_view view() const { return {block_.data(), size_}; }
 
  private:
