@@ -6,7 +6,8 @@
 #include <utility>
 #include <vector>
 
-#include "dictionary/FileBytes.h"
+#include "CoreObjects/Tracer.h"
+#include "dictionary/EncipheredFile.h"
 #include "dictionary/MarshalledLists.h"
 
 namespace OrvWorkFlow {
@@ -80,16 +81,7 @@ void CDictionary::SetWriteDirectory(const char* directory) {
   });
 }
 
-// When there is no memory for the key, a mark stands for it: nothing is written as plain text then, either.
-void CDictionary::SetEncryptionKey(const char* key) {
-  const std::scoped_lock lock(key_mutex_);
-  if (!Guarded([&] { return encryption_key_ = key == nullptr ? "" : key, true; })) encryption_key_.assign(1, '?');
-}
-
-bool CDictionary::HasEncryptionKey() {
-  const std::scoped_lock lock(key_mutex_);
-  return !encryption_key_.empty();
-}
+void CDictionary::SetEncryptionKey(const char* key) { key_.Set(key); }
 
 bool CDictionary::SetValue(const char* path, const IOrvStringList* value) {
   return SetItems<std::u16string>(store_, path, value);
@@ -183,32 +175,49 @@ Found<IFileSystemA> CDictionary::FindFileSystem() {
                                   InterfaceNames::kFileSystemA);
 }
 
+Found<IEncryption> CDictionary::FindEncryption(const char* path) {
+  Found<IEncryption> encryption = FindObject<IEncryption>(FindOrder::StoreFirst, utility_store(),
+                                                          ObjectNames::kEncryption, InterfaceNames::kEncryption);
+  if (encryption) return encryption;
+  const Found<ILogger> logger =
+      FindObject<ILogger>(FindOrder::StoreFirst, utility_store(), ObjectNames::kLogger, InterfaceNames::kLogger);
+  Tracer tracer;
+  tracer.SetLogger(logger.get());
+  tracer.Log("/workflow/dictionary", "There is a key and no object Encryption: %s is a plain file", path);
+  return encryption;
+}
+
 bool CDictionary::LoadFile(const char* file_name) {
   if (file_name == nullptr || *file_name == '\0') return false;
   return Guarded([&] {
-    if (HasEncryptionKey()) return false;
-    // The elements' texts are views of the file's bytes, so these stay.
-    const auto content = std::make_shared<FileBytes>();
     const Found<IFileSystemA> file_system = FindFileSystem();
     if (!file_system) return false;
     const std::string path = file_.FindForLoading(*file_system.get(), file_name);
-    if (!file_system->ReadFileToStream(path.c_str(), content.get())) return false;
-    return store_.Load(content->view(), content);
+    SecretText key;
+    if (!key_.Copy(key)) return false;
+    FileText content;
+    const Found<IEncryption> encryption = key.empty() ? Found<IEncryption>() : FindEncryption(path.c_str());
+    const bool is_read = encryption
+                             ? ReadEncipheredFile(*file_system.get(), *encryption.get(), path.c_str(), key, content)
+                             : ReadPlainFile(*file_system.get(), path.c_str(), content);
+    return is_read && store_.Load(content.text, content.owner);
   });
 }
 
 // The name/value pairs go first, whatever becomes of the file.
 bool CDictionary::SaveFile(const char* file_name) {
   return Guarded([&] {
-    if (HasEncryptionKey()) return false;
     store_.EmptyNameValuePairs();
     if (file_name == nullptr || *file_name == '\0') return false;
     const Found<IFileSystemA> file_system = FindFileSystem();
-    if (!file_system) return false;
+    SecretText key;
+    if (!file_system || !key_.Copy(key)) return false;
+    const std::string path = file_.NameForSaving(file_name);
+    const Found<IEncryption> encryption = key.empty() ? Found<IEncryption>() : FindEncryption(path.c_str());
     TextBuffer text;
     store_.Save(DataStore::Pairs::Emptied, text);
-    const std::string path = file_.NameForSaving(file_name);
-    return file_system->ReplaceFileBytes(path.c_str(), text.view().data(), text.view().size());
+    return encryption ? WriteEncipheredFile(*file_system.get(), *encryption.get(), path.c_str(), key, text)
+                      : file_system->ReplaceFileBytes(path.c_str(), text.view().data(), text.view().size());
   });
 }
 

@@ -1,13 +1,12 @@
 // This folder holds the dictionary: element tree, typed values, file format, and the object that joins them.
 //
-//   DictionaryObject   the interface; DictionaryFile finds its files
+//   DictionaryObject   the interface; DictionaryFile finds its files, EncipheredFile reads and writes them under a key
 //   DataStore          the mutex and the typed operations; Redirection, ListItems
 //   XmlReader, XmlWriter, Escaping, TextBuffer
 //   ElementTree        elements, their names (NameTable), attributes (AttributeTable), texts (Element), ChildIndex
 //   EntryPath, AttributeText, ValueText, ValueTypes, Bytes: small grammars
 #pragma once
 
-#include <mutex>
 #include <string>
 
 #include "CoreObjects/BaseObject.h"
@@ -17,14 +16,15 @@
 #include "OrvWorkFlow/IFileSystem.h"
 #include "dictionary/DataStore.h"
 #include "dictionary/DictionaryFile.h"
+#include "dictionary/EncipheredFile.h"
 
 namespace OrvWorkFlow {
 
 // Any thread. Two threads that save one dictionary to one file at once leave the text of either.
 //
 // Files are read and written through the object "FileSystem": one made by the utility store, else the global one;
-// without either, loading and saving fail. While an encryption key is set, loading and saving fail too, with file and
-// content as they were: the object "Encryption" offers no cipher, and what has a key must not be written as plain text.
+// without either, loading and saving fail. While an encryption key is set, files are enciphered by the object
+// "Encryption", found the same way (EncipheredFile.h); without it they are plain, and that is traced.
 class CDictionary final : public BaseObject<CDictionary, IDictionary> {
  public:
   static constexpr const char* kTypeName = ObjectNames::kDictionary;
@@ -75,13 +75,13 @@ class CDictionary final : public BaseObject<CDictionary, IDictionary> {
   std::uint64_t GetChangeCount() override { return store_.change_count(); }
 
  private:
-  bool HasEncryptionKey();
   Found<IFileSystemA> FindFileSystem();
+  // Traces that the file is a plain one when there is none.
+  Found<IEncryption> FindEncryption(const char* path);
 
   DataStore store_;
   DictionaryFile file_;
-  std::mutex key_mutex_;
-  std::string encryption_key_;  // Guarded by key_mutex_.
+  EncryptionKey key_;
 };
 
 using CDictionaryObjectCreator = ObjectCreator<CDictionary, ObjectNames::kDictionary>;

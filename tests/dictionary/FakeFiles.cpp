@@ -12,24 +12,46 @@ void* FakeFileSystem::QueryInterface(const char* interface_name) {
   return answers ? static_cast<IFileSystemA*>(this) : nullptr;
 }
 
-void FakeFileSystem::Record(const char* what, const char* path) {
-  files_.calls.push_back(std::string(what) + " " + path);
-  if (files_.throws) throw std::runtime_error("the host's file system");
+void FakeFileSystem::Record(const std::string& call) {
+  files_.calls.push_back(call);
+  if (files_.before) files_.before(call);
+  if (files_.throws || call == files_.throws_at) throw std::runtime_error("the host's file system");
 }
 
 bool FakeFileSystem::FileExists(const char* path) {
-  Record("exists", path);
+  Record("exists " + std::string(path));
   return files_.files.contains(path);
 }
 
 bool FakeFileSystem::ReadFileToStream(const char* path, IOrvBasicStream* stream) {
-  Record("read", path);
+  Record("read " + std::string(path));
   const auto file = files_.files.find(path);
   return file != files_.files.end() && stream->Assign(file->second.data(), file->second.size());
 }
 
+bool FakeFileSystem::CopyOneFile(const char* source, const char* destination, bool overwrite) {
+  Record("copy " + std::string(source) + " to " + destination);
+  const auto file = files_.files.find(source);
+  const bool is_taken = files_.files.contains(destination) || files_.directories.contains(destination);
+  if (file == files_.files.end() || (is_taken && !overwrite)) return false;
+  files_.files[destination] = std::string(file->second);
+  return true;
+}
+
+bool FakeFileSystem::WriteFileBytes(const char* path, const void* data, std::size_t size) {
+  Record("write " + std::string(path));
+  files_.files[path].assign(static_cast<const char*>(data), size);
+  return true;
+}
+
+bool FakeFileSystem::RemoveFile(const char* path) {
+  Record("remove " + std::string(path));
+  files_.files.erase(path);
+  return true;
+}
+
 bool FakeFileSystem::ReplaceFileBytes(const char* path, const void* data, std::size_t size) {
-  Record("replace", path);
+  Record("replace " + std::string(path));
   if (files_.refuses_to_write) return false;
   files_.files[path].assign(static_cast<const char*>(data), size);
   return true;

@@ -12,21 +12,6 @@
 namespace OrvWorkFlow::DictionaryTesting {
 namespace {
 
-// Makes file systems that share files with others; belongs to the test.
-class FakeFileSystemCreator final : public IFactoryObjectCreator {
- public:
-  explicit FakeFileSystemCreator(FakeFiles& files) : files_(files) {}
-  bool GetObjectName(IOrvPString* name) override { return AssignText(name, ObjectNames::kFileSystem); }
-  bool GetVersion(IOrvPString* version) override { return AssignText(version, kVersionKey); }
-  IBaseWorkFlowObject* Create() override { return new FakeFileSystem(files_); }
-  bool CreatesWorkNodes() override { return false; }
-  IFactoryObjectCreator* Clone() override { return nullptr; }
-  void Destroy() override {}
-
- private:
-  FakeFiles& files_;
-};
-
 // A dictionary whose utility store makes file systems.
 class FilesTest : public ::testing::Test {
  protected:
@@ -199,26 +184,6 @@ TEST_F(FilesTest, EveryFileSystemThatWasMadeIsReleased) {
   files_.throws = true;
   EXPECT_FALSE(dictionary_.LoadFile("f"));
   EXPECT_EQ(files_.objects, 0);
-}
-
-TEST_F(FilesTest, WithAnEncryptionKeyNeitherFileNorContentIsTouched) {
-  files_.files["f"] = FileWith("of the file");
-  ASSERT_TRUE(dictionary_.SetValue("/a", "in memory"));
-  ASSERT_TRUE(dictionary_.SetValue("/IDictionaryNameValPairs/x", "1"));
-  dictionary_.SetEncryptionKey("key");
-  EXPECT_FALSE(dictionary_.LoadFile("f"));
-  EXPECT_FALSE(dictionary_.SaveFile("f"));
-  EXPECT_FALSE(dictionary_.SaveFile(nullptr));
-  EXPECT_TRUE(files_.calls.empty());
-  EXPECT_EQ(files_.files["f"], FileWith("of the file"));
-  EXPECT_EQ(GetString(dictionary_, "/a"), "in memory");
-  EXPECT_EQ(GetString(dictionary_, "/IDictionaryNameValPairs/x"), "1");
-  for (const char* no_key : {static_cast<const char*>(nullptr), ""}) {
-    dictionary_.SetEncryptionKey("key");
-    dictionary_.SetEncryptionKey(no_key);
-    EXPECT_TRUE(dictionary_.LoadFile("f"));
-    EXPECT_TRUE(dictionary_.SaveFile("f"));
-  }
 }
 
 TEST(Files, WithoutAFileSystemLoadingAndSavingFail) {

@@ -1,0 +1,159 @@
+#include "dictionary/EncipheredFile.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "CoreObjects/Base64.h"
+#include "CoreObjects/Marshalled.h"
+#include "dictionary/FileBytes.h"
+
+namespace OrvWorkFlow {
+namespace {
+
+constexpr std::size_t kCipherBlock = 16;
+
+// The copy of a file that is being loaded.
+class TemporaryCopy {
+ public:
+  explicit TemporaryCopy(IFileSystemA& file_system) : file_system_(file_system) {}
+  TemporaryCopy(const TemporaryCopy&) = delete;
+  TemporaryCopy& operator=(const TemporaryCopy&) = delete;
+  ~TemporaryCopy() {
+    if (path_.empty()) return;
+    try {
+      Overwrite();
+    } catch (...) {  // Removed all the same.
+    }
+    try {
+      file_system_.RemoveFile(path_.c_str());
+    } catch (...) {  // There is nobody to tell.
+    }
+  }
+
+  const std::string& path() const { return path_; }
+
+  // Never takes a name that is in use, not even one that another process takes at the same moment.
+  bool Make(const char* source) {
+    std::string name;
+    for (int number = 0; number < kMostNames; ++number) {
+      name = "$TEMP/tmpdic" + std::to_string(number);
+      if (IsTaken(name)) continue;
+      path_.reserve(name.size());  // No failure may come between the copy and its path.
+      if (file_system_.CopyOneFile(source, name.c_str(), false)) {
+        path_ = name;
+        return true;
+      }
+      if (!IsTaken(name)) return false;
+    }
+    return false;
+  }
+
+ private:
+  // Files that a crash left behind occupy names.
+  static constexpr int kMostNames = 100'000;
+
+  bool IsTaken(const std::string& name) {
+    return file_system_.FileExists(name.c_str()) || file_system_.DirectoryExists(name.c_str());
+  }
+  void Overwrite() {
+    const std::vector<char> zeros(file_system_.FileSize(path_.c_str()));
+    file_system_.WriteFileBytes(path_.c_str(), zeros.data(), zeros.size());
+  }
+
+  IFileSystemA& file_system_;
+  std::string path_;
+};
+
+// Takes the deciphered text where it stays. Belongs to whoever made it.
+class PlainText final : public IOrvPString {
+ public:
+  virtual ~PlainText() = default;
+  bool Assign(const char* text, std::size_t length) noexcept override {
+    try {
+      text_.Assign({text, length});
+      return true;
+    } catch (...) {
+      return false;
+    }
+  }
+  const char* GetText() const noexcept override { return text_.c_str(); }
+  std::size_t GetLength() const noexcept override { return text_.view().size(); }
+  void Release() noexcept override {}
+
+ private:
+  SecretText text_;
+};
+
+// A text with a terminator, wiped in the end.
+class WipedText {
+ public:
+  explicit WipedText(TextBuffer& text) : length_(text.view().size()) {
+    text.Append('\0', 1);
+    text_ = text.Room(0) - length_ - 1;
+  }
+  WipedText(const WipedText&) = delete;
+  WipedText& operator=(const WipedText&) = delete;
+  ~WipedText() { Wipe(text_, length_); }
+
+  const char* c_str() const { return text_; }
+  std::string_view view() const { return {text_, length_}; }
+
+ private:
+  std::size_t length_;
+  char* text_;
+};
+
+bool IsEnciphered(std::string_view content) {
+  const std::optional<std::size_t> size = CleanBase64Size(content);
+  return size.has_value() && *size > 0 && *size % kCipherBlock == 0;
+}
+
+}  // namespace
+
+void EncryptionKey::Set(const char* key) noexcept {
+  const std::scoped_lock lock(mutex_);
+  is_lost_ = false;
+  try {
+    key_.Assign(key == nullptr ? "" : key);
+  } catch (...) {
+    is_lost_ = true;
+  }
+}
+
+bool EncryptionKey::Copy(SecretText& key) {
+  const std::scoped_lock lock(mutex_);
+  key.Assign(key_.view());
+  return !is_lost_;
+}
+
+bool ReadPlainFile(IFileSystemA& file_system, const char* path, FileText& content) {
+  const auto bytes = std::make_shared<FileBytes>();
+  if (!file_system.ReadFileToStream(path, bytes.get())) return false;
+  content = {bytes, bytes->view()};
+  return true;
+}
+
+bool ReadEncipheredFile(IFileSystemA& file_system, IEncryption& encryption, const char* path, const SecretText& key,
+                        FileText& content) {
+  TemporaryCopy copy(file_system);
+  if (!copy.Make(path) || !ReadPlainFile(file_system, copy.path().c_str(), content)) return false;
+  if (!IsEnciphered(content.text)) return true;
+  const auto plain = std::make_shared<PlainText>();
+  const std::string enciphered(content.text);  // With a terminator.
+  if (encryption.DecryptString(enciphered.c_str(), key.c_str(), plain.get())) {
+    content = {plain, {plain->GetText(), plain->GetLength()}};
+  }
+  return true;
+}
+
+bool WriteEncipheredFile(IFileSystemA& file_system, IEncryption& encryption, const char* path, const SecretText& key,
+                         TextBuffer& text) {
+  const WipedText plain(text);
+  const Marshalled<IOrvPString> enciphered;
+  if (!enciphered || plain.view().find('\0') != std::string_view::npos) return false;
+  return encryption.EncryptString(plain.c_str(), key.c_str(), enciphered.get()) &&
+         file_system.ReplaceFileBytes(path, enciphered.get()->GetText(), enciphered.get()->GetLength());
+}
+
+}  // namespace OrvWorkFlow
