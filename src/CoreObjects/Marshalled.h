@@ -104,21 +104,16 @@ bool ReadTexts(const IOrvStringListOf<Char>* source, std::vector<std::basic_stri
   }
 }
 
-// Replaces the content of a list. When the list refuses or throws half way it is emptied, as far as it lets itself, and
-// the answer is false.
-template <class Char, class Texts>
-bool AssignTexts(IOrvStringListOf<Char>* output, const Texts& texts) noexcept {
+// Replaces the content of a list by what `fill(add)` adds, which calls `add(text)` until one is refused and answers
+// whether none was. When the list refuses or something throws half way it is emptied, as far as it lets itself, and the
+// answer is false.
+template <class Char, class Fill>
+bool FillTexts(IOrvStringListOf<Char>* output, const Fill& fill) noexcept {
   if (output == nullptr) return false;
   bool done = true;
   try {
     output->Clear();
-    for (const auto& item : texts) {
-      const std::basic_string_view<Char> text(item);
-      if (!output->Add(text.data(), text.size())) {
-        done = false;
-        break;
-      }
-    }
+    done = fill([output](std::basic_string_view<Char> text) { return output->Add(text.data(), text.size()); });
   } catch (...) {
     done = false;
   }
@@ -129,6 +124,17 @@ bool AssignTexts(IOrvStringListOf<Char>* output, const Texts& texts) noexcept {
     }
   }
   return done;
+}
+
+// The same with the texts of a container.
+template <class Char, class Texts>
+bool AssignTexts(IOrvStringListOf<Char>* output, const Texts& texts) noexcept {
+  return FillTexts(output, [&texts](const auto& add) {
+    for (const auto& item : texts) {
+      if (!add(std::basic_string_view<Char>(item))) return false;
+    }
+    return true;
+  });
 }
 
 // The text that `read(IOrvPString*)` fills in, for example an object's type name. False when no text could be had;

@@ -1,6 +1,4 @@
 // The operations on directories and trees.
-#include <algorithm>
-
 #include "CoreObjects/Marshalled.h"
 #include "filesystem/Operations.h"
 #include "filesystem/PathText.h"
@@ -8,56 +6,23 @@
 namespace OrvWorkFlow {
 namespace {
 
-// How a listing writes the paths of a tree's entries: below the caller's path, in the caller's form.
+// Makes the directories that lead to a listing's entries.
 template <class Char>
-class ListedPath {
- public:
-  ListedPath(std::basic_string_view<Char> caller, const std::basic_string<Char>& root)
-      : workflow_form_(IsWorkflowPath(caller)), text_(workflow_form_ ? caller : root) {
-    text_ += workflow_form_ ? Char{'/'} : Char{'\\'};
-    start_ = text_.size();
+bool MakeDirectories(Tree<Char>& tree, const std::basic_string<Char>& start) {
+  for (std::size_t end = start.find(Char{'\\'}); end != start.npos; end = start.find(Char{'\\'}, end + 1)) {
+    const SystemResult made = tree.CreateDirectory(start.substr(0, end));
+    if (made != SystemResult::Ok && made != SystemResult::Exists) return false;
   }
+  return true;
+}
 
-  const std::basic_string<Char>& Of(const std::basic_string<Char>& path) {
-    text_.resize(start_);
-    text_ += path;
-    if (workflow_form_)
-      std::replace(text_.begin() + static_cast<std::ptrdiff_t>(start_), text_.end(), Char{'\\'}, Char{'/'});
-    return text_;
-  }
-
- private:
-  bool workflow_form_;
-  std::basic_string<Char> text_;
-  std::size_t start_;
-};
-
-// Makes the directories in which files are to come, each once as far as files of one directory follow each other.
 template <class Char>
-class ParentMaker {
- public:
-  using Text = std::basic_string<Char>;
-
-  explicit ParentMaker(Tree<Char>& tree) : tree_(tree) {}
-
-  bool MakeFor(const Text& file) {
-    const std::size_t end = file.rfind(Char{'\\'});
-    const Text parent = end == file.npos ? Text() : file.substr(0, end);
-    if (parent == last_) return true;
-    for (std::size_t at = parent.find(Char{'\\'});; at = parent.find(Char{'\\'}, at + 1)) {
-      const Text directory = parent.substr(0, at);
-      const SystemResult made = directory.empty() ? SystemResult::Ok : tree_.CreateDirectory(directory);
-      if (made != SystemResult::Ok && made != SystemResult::Exists) return false;
-      if (at == parent.npos) break;
-    }
-    last_ = parent;
-    return true;
+bool HasFiles(const Listing<Char>& listing) {
+  for (std::size_t i = 0; i < listing.entries.size(); ++i) {
+    if (!listing.entries.IsDirectory(i)) return true;
   }
-
- private:
-  Tree<Char>& tree_;
-  Text last_;
-};
+  return false;
+}
 
 }  // namespace
 
@@ -74,10 +39,11 @@ bool Operations<Char>::DirectoryExists(const Char* path) {
 }
 
 template <class Char>
-bool Operations<Char>::RemoveDirectoryItself(const Text& path, bool is_link) {
-  // The mark of a link would be the mark of what it points to.
-  if (!is_link) calls_.SetAttributes(path, FileAttribute::kNormal);
-  return calls_.RemoveOneDirectory(path) || Fail(Failures::kCannotDeleteDirectory);
+WalkResult Operations<Char>::CollectTree(Tree<Char>& tree, std::vector<Listing<Char>>* listings) {
+  return WalkTree<Char>(tree, [&](Listing<Char>&& listing) {
+    listings->push_back(std::move(listing));
+    return !parts_.stopping;
+  });
 }
 
 template <class Char>
@@ -89,21 +55,33 @@ bool Operations<Char>::DeleteDirectory(const Char* path) {
   if (!FirstMatch(calls_, root, &attributes) || (attributes & FileAttribute::kDirectory) == 0) return true;
   if ((attributes & FileAttribute::kLink) != 0) return RemoveDirectoryItself(root, true);
   Tree<Char> tree(calls_);
-  TreeContent<Char> content;
-  // What cannot be opened is removed if it is empty.
-  bool deleted =
-      tree.Open(root, TreeUse::Remove) != SystemResult::Ok || CollectTree(tree, &content) != WalkResult::Broken;
-  for (std::size_t i = 0; i < content.files.size(); ++i) {
-    if (parts_.stopping) return false;
-    deleted = RemoveFileOf(tree, Text(content.files.name(i))) && deleted;
+  tree.Open(root, TreeUse::Remove);
+  std::vector<Listing<Char>> listings;
+  bool deleted = CollectTree(tree, &listings) != WalkResult::Broken;
+  for (const Listing<Char>& listing : listings) {
+    for (std::size_t i = 0; i < listing.entries.size(); ++i) {
+      if (parts_.stopping) return false;
+      if (!listing.entries.IsDirectory(i)) deleted = RemoveFileOf(tree, listing.PathOf(i)) && deleted;
+    }
   }
   // From the end, so that a directory comes after the directories in it.
-  for (std::size_t i = content.directories.size(); i-- > 0;) {
-    deleted = RemoveDirectoryOf(tree, Text(content.directories.name(i)), content.directories.IsLink(i)) && deleted;
+  for (auto listing = listings.rbegin(); listing != listings.rend(); ++listing) {
+    for (std::size_t i = listing->entries.size(); i-- > 0;) {
+      if (!listing->entries.IsDirectory(i)) continue;
+      deleted = RemoveDirectoryOf(tree, listing->PathOf(i), listing->entries.IsLink(i)) && deleted;
+    }
   }
   return RemoveDirectoryItself(root, false) && deleted;
 }
 
+template <class Char>
+bool Operations<Char>::RemoveDirectoryItself(const Text& path, bool is_link) {
+  // The mark of a link would be the mark of what it points to.
+  if (!is_link) calls_.SetAttributes(path, FileAttribute::kNormal);
+  return calls_.RemoveOneDirectory(path) || Fail(Failures::kCannotDeleteDirectory);
+}
+
+// A file that is gone already is no failure.
 template <class Char>
 bool Operations<Char>::RemoveFileOf(Tree<Char>& tree, const Text& path) {
   tree.SetAttributes(path, FileAttribute::kNormal);
@@ -118,86 +96,37 @@ bool Operations<Char>::RemoveDirectoryOf(Tree<Char>& tree, const Text& path, boo
 }
 
 template <class Char>
-bool Operations<Char>::VisitTree(const Char* path, const Failure& no_directory, bool files, const ListVisitor& found) {
+bool Operations<Char>::OpenListed(const Char* path, const Failure& no_directory, Tree<Char>* tree,
+                                  ListedPath<Char>* listed) {
   if (path == nullptr) return Fail(Failures::kInvalidParameter);
   const Text trimmed(Trimmed(std::basic_string_view<Char>(path)));
   Text root;
   if (!Resolve(trimmed.c_str(), &root)) return false;
   if (!IsBareDrive<Char>(root) && !IsDirectory(calls_, root)) return Fail(no_directory);
-  Tree<Char> tree(calls_);
-  const SystemResult opened = tree.Open(root, TreeUse::Read);
   // A drive that is not there holds nothing; neither does what cannot be entered.
-  if (opened != SystemResult::Ok) return opened == SystemResult::NotFound || opened == SystemResult::Denied;
-  ListedPath<Char> listed(trimmed, root);
-  const TreeVisitor<Char> visitor = [&](const Text& entry, std::uint32_t attributes) {
-    if (parts_.stopping) return false;
-    return ((attributes & FileAttribute::kDirectory) == 0) != files || found(listed.Of(entry));
-  };
-  return WalkTree(tree, visitor) != WalkResult::Broken;
+  tree->Open(root, TreeUse::Read);
+  *listed = IsWorkflowPath<Char>(trimmed) ? ListedPath<Char>(trimmed, Char{'/'}) : ListedPath<Char>(root, Char{'\\'});
+  return true;
 }
 
 template <class Char>
 bool Operations<Char>::ListTree(const Char* path, const Failure& no_directory, StringList* output, bool files) {
   if (output == nullptr) return Fail(Failures::kInvalidParameter);
-  EntryList<Char> found;
-  const auto add = [&](const Text& entry) {
-    found.Add(entry, 0);
-    return true;
-  };
-  return VisitTree(path, no_directory, files, add) && AssignTexts(output, found);
-}
-
-template <class Char>
-bool Operations<Char>::NotifyFiles(const Char* path, Notification& notification) {
-  return VisitTree(path, Failures::kNoDirectoryForFiles, true,
-                   [&](const Text& entry) { return notification.FileFound(entry.c_str()); });
-}
-
-template <class Char>
-bool Operations<Char>::NotifyDirectories(const Char* path, Notification& notification) {
-  return VisitTree(path, Failures::kNoDirectoryForDirectories, false,
-                   [&](const Text& entry) { return notification.DirectoryFound(entry.c_str()); });
-}
-
-template <class Char>
-bool Operations<Char>::CopyDirectory(const Char* source, const Char* destination, bool overwrite) {
-  if (source == nullptr) return Fail(Failures::kInvalidParameter);
-  const Text trimmed(Trimmed(std::basic_string_view<Char>(source)));
-  Text from;
-  Text to;
-  if (!Resolve(trimmed.c_str(), &from) || !Resolve(destination, &to)) return false;
-  if (!IsBareDrive<Char>(from) && !IsDirectory(calls_, from)) return Fail(Failures::kNoDirectoryForFiles);
   Tree<Char> tree(calls_);
-  if (tree.Open(from, TreeUse::Read) != SystemResult::Ok) return Fail(Failures::kCopyFailed);
-  // All is known before the first file is copied: the destination may lie in the source.
-  TreeContent<Char> content;
-  const bool whole = CollectTree(tree, &content) == WalkResult::Whole;
-  if (content.files.size() == 0) return whole || Fail(Failures::kCopyFailed);
-  Tree<Char> target(calls_);
-  if (!content_.MakeDirectory(to)) return false;
-  if (target.Open(to, TreeUse::Fill) != SystemResult::Ok) return Fail(Failures::kCannotCreateDirectory);
-  return CopyFiles(tree, target, content.files, overwrite) && (whole || Fail(Failures::kCopyFailed));
-}
-
-template <class Char>
-bool Operations<Char>::CopyFiles(Tree<Char>& from, Tree<Char>& to, const EntryList<Char>& files, bool overwrite) {
-  ParentMaker<Char> parents(to);
-  bool all = true;
-  for (std::size_t i = 0; i < files.size(); ++i) {
-    if (parts_.stopping) return false;
-    const Text path(files.name(i));
-    if (!parents.MakeFor(path)) {
-      all = Fail(Failures::kCannotCreateDirectory);
-      continue;
-    }
-    SystemResult copied = from.CopyTo(to, path, true);
-    if (copied == SystemResult::Exists) {
-      to.SetAttributes(path, FileAttribute::kNormal);
-      if (overwrite) copied = from.CopyTo(to, path, false);
-    }
-    if (copied != SystemResult::Ok) all = Fail(Failures::kCopyFailed);
+  ListedPath<Char> listed;
+  // The output is touched when all is known.
+  std::vector<Listing<Char>> listings;
+  if (!OpenListed(path, no_directory, &tree, &listed) || CollectTree(tree, &listings) == WalkResult::Broken) {
+    return false;
   }
-  return all;
+  return FillTexts(output, [&](const auto& add) {
+    for (const Listing<Char>& listing : listings) {
+      for (std::size_t i = 0; i < listing.entries.size(); ++i) {
+        if (listing.entries.IsDirectory(i) != files && !add(listed.Of(listing, i))) return false;
+      }
+    }
+    return true;
+  });
 }
 
 template <class Char>
@@ -208,6 +137,71 @@ bool Operations<Char>::ListFiles(const Char* path, StringList* files) {
 template <class Char>
 bool Operations<Char>::ListDirectories(const Char* path, StringList* directories) {
   return ListTree(path, Failures::kNoDirectoryForDirectories, directories, false);
+}
+
+template <class Char>
+bool Operations<Char>::NotifyOfTree(const Char* path, const Failure& no_directory, bool files,
+                                    const std::function<bool(const Char*)>& notify) {
+  Tree<Char> tree(calls_);
+  ListedPath<Char> listed;
+  const auto visit = [&](const Listing<Char>& listing) {
+    for (std::size_t i = 0; i < listing.entries.size(); ++i) {
+      if (parts_.stopping) return false;
+      if (listing.entries.IsDirectory(i) != files && !notify(listed.Of(listing, i).c_str())) return false;
+    }
+    return true;
+  };
+  return OpenListed(path, no_directory, &tree, &listed) && WalkTree<Char>(tree, visit) != WalkResult::Broken;
+}
+
+template <class Char>
+bool Operations<Char>::NotifyFiles(const Char* path, Notification& notification) {
+  return NotifyOfTree(path, Failures::kNoDirectoryForFiles, true,
+                      [&](const Char* entry) { return notification.FileFound(entry); });
+}
+
+template <class Char>
+bool Operations<Char>::NotifyDirectories(const Char* path, Notification& notification) {
+  return NotifyOfTree(path, Failures::kNoDirectoryForDirectories, false,
+                      [&](const Char* entry) { return notification.DirectoryFound(entry); });
+}
+
+template <class Char>
+bool Operations<Char>::CopyDirectory(const Char* source, const Char* destination, bool overwrite) {
+  Text to;
+  Tree<Char> tree(calls_);
+  ListedPath<Char> listed;
+  if (!Resolve(destination, &to) || !OpenListed(source, Failures::kNoDirectoryForFiles, &tree, &listed)) return false;
+  // All is known before the first file is copied: the destination may lie in the source.
+  std::vector<Listing<Char>> listings;
+  bool copied = CollectTree(tree, &listings) == WalkResult::Whole || Fail(Failures::kCopyFailed);
+  std::erase_if(listings, [](const auto& listing) { return !HasFiles(listing); });
+  if (listings.empty()) return copied;
+  Tree<Char> target(calls_);
+  if (!content_.MakeDirectory(to)) return false;
+  if (target.Open(to, TreeUse::Fill) != SystemResult::Ok) return Fail(Failures::kCannotCreateDirectory);
+  for (const Listing<Char>& listing : listings) {
+    if (!MakeDirectories(target, listing.start)) {
+      copied = Fail(Failures::kCannotCreateDirectory);
+      continue;
+    }
+    for (std::size_t i = 0; i < listing.entries.size(); ++i) {
+      if (parts_.stopping) return false;
+      if (!listing.entries.IsDirectory(i)) copied = CopyFileOf(tree, target, listing.PathOf(i), overwrite) && copied;
+    }
+  }
+  return copied;
+}
+
+// The mark of a file that is in the way goes before the copy over it is tried, and also when there will be none.
+template <class Char>
+bool Operations<Char>::CopyFileOf(Tree<Char>& from, Tree<Char>& to, const Text& path, bool overwrite) {
+  SystemResult copied = from.CopyTo(to, path, true);
+  if (copied == SystemResult::Exists) {
+    to.SetAttributes(path, FileAttribute::kNormal);
+    if (overwrite) copied = from.CopyTo(to, path, false);
+  }
+  return copied == SystemResult::Ok || Fail(Failures::kCopyFailed);
 }
 
 template bool Operations<char>::MakeDirectory(const char*);

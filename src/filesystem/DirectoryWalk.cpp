@@ -1,7 +1,5 @@
 #include "filesystem/DirectoryWalk.h"
 
-#include <vector>
-
 namespace OrvWorkFlow {
 namespace {
 
@@ -47,8 +45,9 @@ template <class Char>
 SystemResult Tree<Char>::Open(const Text& root, TreeUse use) {
   root_ = root;
   use_ = use;
-  const SystemResult result = own_.Open(root_, use_);
-  return result == SystemResult::Ok || OpenNarrow() ? SystemResult::Ok : result;
+  opened_ = own_.Open(root_, use_);
+  if (opened_ != SystemResult::Ok && OpenNarrow()) opened_ = SystemResult::Ok;
+  return opened_;
 }
 
 template <class Char>
@@ -78,6 +77,7 @@ auto Tree<Char>::Try(const Call& call, const Text& path) {
 
 template <class Char>
 SystemResult Tree<Char>::List(const Text& directory, EntryList<Char>* entries) {
+  if (opened_ != SystemResult::Ok) return opened_;
   return Try([&](auto& tree, const auto& path) { return ListIn(calls_, tree, path, entries); }, directory);
 }
 
@@ -119,40 +119,23 @@ SystemResult Tree<Char>::CopyTo(Tree& other, const Text& path, bool fail_if_exis
 template <class Char>
 WalkResult WalkTree(Tree<Char>& tree, const TreeVisitor<Char>& visitor) {
   WalkResult result = WalkResult::Whole;
-  EntryList<Char> entries;
   std::vector<std::basic_string<Char>> waiting(1);  // The root; of the others the next one last.
   while (!waiting.empty()) {
-    std::basic_string<Char> path = std::move(waiting.back());
+    Listing<Char> listing{std::move(waiting.back()), {}};
     waiting.pop_back();
-    const SystemResult listed = tree.List(path, &entries);
+    const SystemResult listed = tree.List(listing.start, &listing.entries);
     if (listed != SystemResult::Ok) {
       const bool closed = listed == SystemResult::NotFound || listed == SystemResult::Denied;
       if (!closed || result == WalkResult::Whole) result = closed ? WalkResult::Skipped : WalkResult::Broken;
       continue;
     }
-    if (!path.empty()) path += Char{'\\'};
-    const std::size_t start = path.size();
-    const auto path_of = [&](std::size_t i) -> const std::basic_string<Char>& {
-      path.resize(start);
-      return path.append(entries.name(i));
-    };
-    for (std::size_t i = 0; i < entries.size(); ++i) {
-      if (!visitor(path_of(i), entries.attributes(i))) return WalkResult::Broken;
+    if (!listing.start.empty()) listing.start += Char{'\\'};
+    for (std::size_t i = listing.entries.size(); i-- > 0;) {
+      if (listing.entries.IsDirectory(i) && !listing.entries.IsLink(i)) waiting.push_back(listing.PathOf(i));
     }
-    for (std::size_t i = entries.size(); i-- > 0;) {
-      if (entries.IsDirectory(i) && !entries.IsLink(i)) waiting.push_back(path_of(i));
-    }
+    if (!visitor(std::move(listing))) return WalkResult::Broken;
   }
   return result;
-}
-
-template <class Char>
-WalkResult CollectTree(Tree<Char>& tree, TreeContent<Char>* content) {
-  return WalkTree<Char>(tree, [content](const std::basic_string<Char>& path, std::uint32_t attributes) {
-    EntryList<Char>& kind = (attributes & FileAttribute::kDirectory) != 0 ? content->directories : content->files;
-    kind.Add(path, attributes);
-    return true;
-  });
 }
 
 template class Tree<char>;
@@ -163,7 +146,5 @@ template bool IsDirectory(const SystemCalls<char>&, const std::string&);
 template bool IsDirectory(const SystemCalls<char16_t>&, const std::u16string&);
 template WalkResult WalkTree(Tree<char>&, const TreeVisitor<char>&);
 template WalkResult WalkTree(Tree<char16_t>&, const TreeVisitor<char16_t>&);
-template WalkResult CollectTree(Tree<char>&, TreeContent<char>*);
-template WalkResult CollectTree(Tree<char16_t>&, TreeContent<char16_t>*);
 
 }  // namespace OrvWorkFlow

@@ -1,8 +1,10 @@
 // Looking into directories and walking trees.
 #pragma once
 
+#include <algorithm>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "filesystem/SystemCalls.h"
 
@@ -47,7 +49,7 @@ class Tree {
   explicit Tree(const SystemCalls<Char>& calls)
       : calls_(calls), own_(calls.platform().template For<Char>().trees), narrow_(calls.platform().narrow.trees) {}
 
-  // Once, before anything else; the other calls fail when this does.
+  // Once, before anything else; the other calls fail when this does, List with its result.
   SystemResult Open(const Text& root, TreeUse use);
 
   SystemResult List(const Text& directory, EntryList<Char>* entries);
@@ -66,13 +68,49 @@ class Tree {
   const SystemCalls<Char>& calls_;
   Text root_;
   TreeUse use_ = TreeUse::Read;
+  SystemResult opened_ = SystemResult::Failed;
   OpenedTree<Char> own_;
   OpenedTree<char> narrow_;  // Opened when a wide call has failed.
 };
 
-// What a walk meets: an entry's path from the root, and what it is. Answers whether to go on.
+// The entries of one directory of a tree.
 template <class Char>
-using TreeVisitor = std::function<bool(const std::basic_string<Char>& path, std::uint32_t attributes)>;
+struct Listing {
+  std::basic_string<Char> start;  // Before each name to make a path from the root: empty, or the directory and a "\".
+  EntryList<Char> entries;
+
+  std::basic_string<Char> PathOf(std::size_t i) const { return std::basic_string<Char>(start).append(entries.name(i)); }
+};
+
+// How a listing writes the paths of its entries: below the caller's path, with the caller's separator.
+template <class Char>
+class ListedPath {
+ public:
+  ListedPath() = default;
+  ListedPath(std::basic_string<Char> root, Char separator)
+      : text_(std::move(root)), separator_(separator), start_(text_.size() + 1) {
+    text_ += separator;
+  }
+
+  // Of an entry; valid until the next call.
+  const std::basic_string<Char>& Of(const Listing<Char>& listing, std::size_t i) {
+    text_.resize(start_);
+    text_.append(listing.start);
+    if (separator_ != Char{'\\'}) {
+      std::replace(text_.begin() + static_cast<std::ptrdiff_t>(start_), text_.end(), Char{'\\'}, separator_);
+    }
+    return text_.append(listing.entries.name(i));
+  }
+
+ private:
+  std::basic_string<Char> text_;
+  Char separator_ = Char{'\\'};
+  std::size_t start_ = 0;
+};
+
+// Is given each directory, to keep if it wants; answers whether to go on.
+template <class Char>
+using TreeVisitor = std::function<bool(Listing<Char>&& listing)>;
 
 enum class WalkResult {
   Whole,
@@ -80,18 +118,9 @@ enum class WalkResult {
   Broken,   // A directory could not be read to its end, and counts as empty; or the visitor said stop.
 };
 
-// A directory's own entries come first, then each subdirectory in turn. Links are met, what is behind them is not.
+// A directory comes before its subdirectories, with all that is below one before the next. Links are met, what is
+// behind them is not.
 template <class Char>
 WalkResult WalkTree(Tree<Char>& tree, const TreeVisitor<Char>& visitor);
-
-// All that lies below a directory, by paths from there.
-template <class Char>
-struct TreeContent {
-  EntryList<Char> files;
-  EntryList<Char> directories;
-};
-
-template <class Char>
-WalkResult CollectTree(Tree<Char>& tree, TreeContent<Char>* content);
 
 }  // namespace OrvWorkFlow

@@ -63,18 +63,19 @@ std::uint32_t Operations<Char>::FileSize(const Char* path) {
   if (content_.Exists(platform_path)) {
     return content_.GetSize(platform_path, &size) ? static_cast<std::uint32_t>(size) : 0;
   }
+  if (!IsDirectory(calls_, platform_path)) return 0;
   Tree<Char> tree(calls_);
-  TreeContent<Char> content;
-  if (!IsDirectory(calls_, platform_path) || tree.Open(platform_path, TreeUse::Read) != SystemResult::Ok ||
-      CollectTree(tree, &content) == WalkResult::Broken) {
-    return 0;
-  }
+  tree.Open(platform_path, TreeUse::Read);
+  ListedPath<Char> listed(platform_path, Char{'\\'});
   std::uint32_t sum = 0;
-  for (std::size_t i = 0; i < content.files.size(); ++i) {
-    const Text file = platform_path + Char{'\\'} + Text(content.files.name(i));
-    if (content_.GetSize(file, &size)) sum += static_cast<std::uint32_t>(size);
-  }
-  return sum;
+  const auto add = [&](const Listing<Char>& listing) {
+    for (std::size_t i = 0; i < listing.entries.size(); ++i) {
+      if (listing.entries.IsDirectory(i) || !content_.GetSize(listed.Of(listing, i), &size)) continue;
+      sum += static_cast<std::uint32_t>(size);
+    }
+    return true;
+  };
+  return WalkTree<Char>(tree, add) == WalkResult::Broken ? 0 : sum;
 }
 
 template <class Char>

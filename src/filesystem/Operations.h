@@ -78,16 +78,17 @@ class Operations {
   // The platform path for an argument: never empty, and nothing lost in the code page.
   bool Resolve(const Char* path, Text* platform_path);
 
-  // Is told an entry's path in the caller's form; answers whether to go on.
-  using ListVisitor = std::function<bool(const Text& path)>;
-
   bool RemoveDirectoryItself(const Text& path, bool is_link);
   bool RemoveFileOf(Tree<Char>& tree, const Text& path);
   bool RemoveDirectoryOf(Tree<Char>& tree, const Text& path, bool is_link);
-  // Shows the files, or the directories, below a directory one by one. False also when the visitor said stop.
-  bool VisitTree(const Char* path, const Failure& no_directory, bool files, const ListVisitor& found);
+  // Opens the directory to be listed, which must exist; `*listed` writes the paths of its entries in the caller's form.
+  bool OpenListed(const Char* path, const Failure& no_directory, Tree<Char>* tree, ListedPath<Char>* listed);
+  // All listings of a tree, before the first of its entries is touched; Broken also when the object goes.
+  WalkResult CollectTree(Tree<Char>& tree, std::vector<Listing<Char>>* listings);
   bool ListTree(const Char* path, const Failure& no_directory, StringList* output, bool files);
-  bool CopyFiles(Tree<Char>& from, Tree<Char>& to, const EntryList<Char>& files, bool overwrite);
+  bool NotifyOfTree(const Char* path, const Failure& no_directory, bool files,
+                    const std::function<bool(const Char*)>& notify);
+  bool CopyFileOf(Tree<Char>& from, Tree<Char>& to, const Text& path, bool overwrite);
   bool FindSource(const Char* source, Text* found);
 
   // Gives a file that exists what `change` makes of its content; `change` answers false when that cannot be.

@@ -11,7 +11,7 @@
 
 namespace OrvWorkFlow {
 
-// Names or paths with their attributes, one behind the other in one text: a large directory costs few allocations.
+// Names with their attributes, one behind the other in one text: a large directory costs few allocations.
 template <class Char>
 class EntryList {
  public:
@@ -23,26 +23,8 @@ class EntryList {
   bool IsDirectory(std::size_t i) const { return (attributes(i) & FileAttribute::kDirectory) != 0; }
   bool IsLink(std::size_t i) const { return (attributes(i) & FileAttribute::kLink) != 0; }
 
-  // Over the names.
-  class Iterator {
-   public:
-    Iterator(const EntryList& list, std::size_t i) : list_(list), i_(i) {}
-    View operator*() const { return list_.name(i_); }
-    Iterator& operator++() {
-      ++i_;
-      return *this;
-    }
-    bool operator!=(const Iterator& other) const { return i_ != other.i_; }
-
-   private:
-    const EntryList& list_;
-    std::size_t i_;
-  };
-  Iterator begin() const { return {*this, 0}; }
-  Iterator end() const { return {*this, size()}; }
-
   void Add(View name, std::uint32_t attributes) {
-    places_.push_back({text_.size(), name.size(), attributes});
+    places_.push_back({text_.size(), static_cast<std::uint32_t>(name.size()), attributes});
     text_.append(name);
   }
   void Clear() {
@@ -57,7 +39,7 @@ class EntryList {
  private:
   struct Place {
     std::size_t begin;
-    std::size_t length;
+    std::uint32_t length;
     std::uint32_t attributes;
   };
   std::basic_string<Char> text_;

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 
@@ -30,30 +31,35 @@ std::string PathOf(EntryName entry) {
   return "/proc/self/fd/" + std::to_string(entry.folder) + "/" + entry.name;
 }
 
-bool CopyThroughMemory(int from, int to) {
+// From where both files stand, `size` bytes; files that say that they are empty and are not, as the system's own do, to
+// their end.
+bool CopyThroughMemory(int from, int to, std::uint64_t size) {
   std::array<char, std::size_t{64} * 1024> buffer;
-  std::size_t count;
-  do {
+  for (std::uint64_t copied = 0;;) {
+    const std::uint64_t rest = size - copied;
+    const std::size_t wanted = size == 0 ? buffer.size() : std::min<std::uint64_t>(rest, buffer.size());
+    std::size_t count;
     std::size_t written;
-    if (!ReadAll(from, buffer.data(), buffer.size(), &count)) return false;
-    if (!WriteAll(to, buffer.data(), count, &written)) return false;
-  } while (count == buffer.size());
-  return true;
+    if (!ReadAll(from, buffer.data(), wanted, &count) || !WriteAll(to, buffer.data(), count, &written)) return false;
+    copied += count;
+    if (count < wanted || copied == size) return true;
+  }
 }
 
-// Large files are copied by the system, which may share their content. What it leaves, or cannot copy, is read and
-// written; so are files that say that they are empty and are not, as the system's own are.
+// Large files are copied by the system, which may share their content; what it cannot copy is read and written.
 bool CopyContent(int from, int to, const struct stat& source) {
-  constexpr off_t kLarge = off_t{64} * 1024;
-  constexpr std::size_t kMostAtOnce = std::size_t{1} << 30;
-  if (source.st_size > kLarge) {
-    ssize_t count;
-    do {
-      count = ::copy_file_range(from, nullptr, to, nullptr, kMostAtOnce, 0);
-    } while (count > 0 || (count < 0 && errno == EINTR));
+  constexpr std::uint64_t kLarge = std::uint64_t{64} * 1024;
+  constexpr std::uint64_t kMostAtOnce = std::uint64_t{1} << 30;
+  const auto size = static_cast<std::uint64_t>(source.st_size);
+  std::uint64_t copied = 0;
+  while (size > kLarge && copied < size) {
+    const ssize_t count = ::copy_file_range(from, nullptr, to, nullptr, std::min(size - copied, kMostAtOnce), 0);
+    if (count < 0 && errno == EINTR) continue;
     if (count < 0 && errno == ENOSPC) return false;
+    if (count <= 0) break;
+    copied += static_cast<std::uint64_t>(count);
   }
-  return CopyThroughMemory(from, to);
+  return (copied > 0 && copied == size) || CopyThroughMemory(from, to, size - copied);
 }
 
 struct Destination {

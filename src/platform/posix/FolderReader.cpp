@@ -6,7 +6,7 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
+#include <cstring>
 #include <limits>
 
 #include "platform/Files.h"
@@ -37,6 +37,21 @@ bool AttributesOf(int parent, const char* name, unsigned char type, std::uint32_
 
 bool IsDots(const char* name) { return name[0] == '.' && (name[1] == '\0' || (name[1] == '.' && name[2] == '\0')); }
 
+// Whether a text may hold what no path can, or what is not ASCII: separators and ":", and bytes of other alphabets.
+struct Suspicion {
+  bool beyond_ascii = false;
+  bool separators = false;
+};
+Suspicion Suspect(std::string_view text) {
+  unsigned bits = 0;
+  unsigned separators = 0;
+  for (const char c : text) {  // Without a way out, so that many bytes go at once.
+    bits |= static_cast<unsigned char>(c);
+    separators |= static_cast<unsigned>(c == '\\') | static_cast<unsigned>(c == ':');
+  }
+  return {bits >= 0x80, separators != 0};
+}
+
 // How many characters all of them begin with.
 template <class Unit, class Entries>
 std::size_t CommonBeginning(const std::basic_string<Unit>& text, const Entries& entries) {
@@ -45,20 +60,21 @@ std::size_t CommonBeginning(const std::basic_string<Unit>& text, const Entries& 
     const Unit* first = text.data() + entries.front().begin;
     const Unit* other = text.data() + entry.begin;
     common = std::min<std::size_t>(common, entry.length);
+    if (std::memcmp(first, other, common * sizeof(Unit)) == 0) continue;
     common = static_cast<std::size_t>(std::mismatch(first, first + common, other).first - first);
   }
   return common;
 }
 
-// The first characters as one number that compares as they do.
-template <class Unit>
-std::uint64_t KeyOf(const Unit* text, std::size_t length) {
-  constexpr std::size_t kUnits = sizeof(std::uint64_t) / sizeof(Unit);
+// The first characters as one number that compares as they do; less than eight bytes have zeros behind them.
+std::uint64_t KeyOf(std::string_view text) {
   std::uint64_t key = 0;
-  for (std::size_t i = 0; i < kUnits; ++i) {
-    key <<= 8 * sizeof(Unit);
-    if (i < length) key |= static_cast<std::make_unsigned_t<Unit>>(text[i]);
-  }
+  std::memcpy(&key, text.data(), std::min(text.size(), sizeof key));
+  return __builtin_bswap64(key);
+}
+std::uint64_t KeyOf(std::u16string_view text) {
+  std::uint64_t key = 0;
+  for (std::size_t i = 0; i < 4; ++i) key = key << 16 | (i < text.size() ? text[i] : 0U);
   return key;
 }
 
@@ -70,7 +86,6 @@ bool FolderReader::Read(int folder, bool on_drive_c) {
   names_.clear();
   entries_.clear();
   order_.clear();
-  ascii_ = true;
   if (::lseek(folder, 0, SEEK_SET) < 0) return false;
   for (;;) {
     char* const records = reinterpret_cast<char*>(buffer_.data());
@@ -80,37 +95,36 @@ bool FolderReader::Read(int folder, bool on_drive_c) {
     for (ssize_t at = 0; at < size;) {
       const auto* record = reinterpret_cast<const dirent64*>(records + at);
       at += record->d_reclen;
-      if (!Take(folder, record->d_name, record->d_type, on_drive_c)) return false;
+      if (!Take(folder, record->d_name, record->d_type)) return false;
     }
   }
-  SortAll();
+  const Suspicion suspicion = Suspect(names_);
+  if (suspicion.beyond_ascii || suspicion.separators || on_drive_c) DropUnnameable(on_drive_c);
+  SortAll(!suspicion.beyond_ascii);
   return true;
 }
 
 // False when the folder holds more than can be counted.
-bool FolderReader::Take(int folder, const char* name, unsigned char type, bool on_drive_c) {
+bool FolderReader::Take(int folder, const char* name, unsigned char type) {
   if (IsDots(name)) return true;
-  const std::string_view text(name);
-  bool ascii = true;
-  bool separators = false;
-  for (const char c : text) {
-    ascii = ascii && static_cast<unsigned char>(c) < 0x80;
-    separators = separators || c == '\\' || c == ':';
-  }
   std::uint32_t attributes = 0;
-  if (separators || (!ascii && !IsUtf8(text)) || (on_drive_c && WithoutTail(text).size() != text.size()) ||
-      !AttributesOf(folder, name, type, &attributes)) {
-    return true;
-  }
-  if (names_.size() > std::numeric_limits<std::uint32_t>::max() - text.size()) return false;
-  ascii_ = ascii_ && ascii;
-  entries_.push_back({static_cast<std::uint32_t>(names_.size()), static_cast<std::uint32_t>(text.size()), attributes});
-  names_.append(text);
+  if (type != DT_REG && !AttributesOf(folder, name, type, &attributes)) return true;
+  const std::size_t length = std::strlen(name);
+  if (names_.size() > std::numeric_limits<std::uint32_t>::max() - length) return false;
+  entries_.push_back({static_cast<std::uint32_t>(names_.size()), static_cast<std::uint32_t>(length), attributes});
+  names_.append(name, length);
   return true;
 }
 
-void FolderReader::SortAll() {
-  if (ascii_) {
+void FolderReader::DropUnnameable(bool on_drive_c) {
+  std::erase_if(entries_, [=, this](const Entry& entry) {
+    const std::string_view name = Name(entry);
+    return !IsNameable(name) || (on_drive_c && WithoutTail(name).size() != name.size());
+  });
+}
+
+void FolderReader::SortAll(bool ascii) {
+  if (ascii) {
     std::string capitals(names_);
     for (char& c : capitals) c = c >= 'a' && c <= 'z' ? static_cast<char>(c - 0x20) : c;
     return Sort(capitals, entries_);
@@ -131,7 +145,7 @@ void FolderReader::Sort(const std::basic_string<Unit>& capitals, const std::vect
   const auto rest = [&](std::uint32_t i) {
     return std::basic_string_view<Unit>(capitals).substr(places[i].begin + common, places[i].length - common);
   };
-  for (std::uint32_t i = 0; i < places.size(); ++i) order_.push_back({KeyOf(rest(i).data(), rest(i).size()), i});
+  for (std::uint32_t i = 0; i < places.size(); ++i) order_.push_back({KeyOf(rest(i)), i});
   std::sort(order_.begin(), order_.end(), [&](const Ordered& a, const Ordered& b) {
     if (a.key != b.key) return a.key < b.key;
     const int order = rest(a.entry).compare(rest(b.entry));

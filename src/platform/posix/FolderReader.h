@@ -38,16 +38,16 @@ class FolderReader {
   };
 
   std::string_view Name(const Entry& entry) const { return std::string_view(names_).substr(entry.begin, entry.length); }
-  bool Take(int folder, const char* name, unsigned char type, bool on_drive_c);
+  bool Take(int folder, const char* name, unsigned char type);
+  void DropUnnameable(bool on_drive_c);
+  void SortAll(bool ascii);
   template <class Unit>
   void Sort(const std::basic_string<Unit>& capitals, const std::vector<Entry>& places);
-  void SortAll();
 
   std::vector<std::uint64_t> buffer_;  // Aligned for the records that the system writes.
   std::string names_;
   std::vector<Entry> entries_;
   std::vector<Ordered> order_;
-  bool ascii_ = true;
 };
 
 }  // namespace OrvWorkFlow::Posix
