@@ -27,11 +27,29 @@ std::vector<std::string> OptionNames(const CLI::App& app) {
   return names;
 }
 
-// What is left over after parsing, without the "--" that ends the options.
-std::vector<std::string> Leftovers(const CLI::App& app) {
-  std::vector<std::string> words = app.remaining();
-  std::erase(words, "--");
-  return words;
+// A word behind "--" that looks like an option carries this until it has been taken for an argument.
+constexpr char kNoOption = '\x1F';
+
+void RemoveMark(std::string& word) {
+  if (word.starts_with(kNoOption)) word.erase(0, 1);
+}
+
+void MarkWordsBehindDashes(std::vector<std::string>& words) {
+  const auto dashes = std::find(words.begin(), words.end(), "--");
+  if (dashes == words.end()) return;
+  for (auto word = words.erase(dashes); word != words.end(); ++word) {
+    if (word->starts_with('-')) word->insert(0, 1, kNoOption);
+  }
+}
+
+void UnmarkArguments(CLI::App& command) {
+  for (CLI::Option* option : command.get_options()) {
+    const auto unmark = [](std::string& word) {
+      RemoveMark(word);
+      return std::string();
+    };
+    if (option->get_positional()) option->transform(CLI::Validator(unmark, ""));
+  }
 }
 
 void RefuseUnknownOption(const std::string& where, const CLI::App& app, const std::string& word) {
@@ -40,7 +58,7 @@ void RefuseUnknownOption(const std::string& where, const CLI::App& app, const st
 }
 
 void CheckProgram(const CLI::App& program, const std::vector<std::unique_ptr<Verb>>& verbs) {
-  const std::vector<std::string> words = Leftovers(program);
+  const std::vector<std::string> words = program.remaining();
   if (!words.empty()) {
     if (IsOption(words.front())) RefuseUnknownOption("", program, words.front());
     std::vector<std::string> names;
@@ -51,11 +69,13 @@ void CheckProgram(const CLI::App& program, const std::vector<std::unique_ptr<Ver
 }
 
 void CheckVerb(const CLI::App& command) {
-  const std::vector<std::string> words = Leftovers(command);
+  const std::vector<std::string> words = command.remaining();
   if (words.empty()) return;
   const std::string where = command.get_name() + ": ";
-  if (IsOption(words.front())) RefuseUnknownOption(where, command, words.front());
-  throw ProgramError(ExitCode::Usage, where + "one argument too many: " + words.front());
+  std::string word = words.front();
+  if (IsOption(word)) RefuseUnknownOption(where, command, word);
+  RemoveMark(word);
+  throw ProgramError(ExitCode::Usage, where + "one argument too many: " + word);
 }
 
 }  // namespace
@@ -76,7 +96,11 @@ ExitCode ExecuteCommandLine(std::vector<std::string> words) {
   verbs.push_back(MakeDictVerb(program));
   verbs.push_back(MakeMatchVerb(program));
   verbs.push_back(MakePathVerb(program));
-  for (const auto& verb : verbs) verb->command().allow_extras();
+  for (const auto& verb : verbs) {
+    verb->command().allow_extras();
+    UnmarkArguments(verb->command());
+  }
+  MarkWordsBehindDashes(words);
   try {
     std::reverse(words.begin(), words.end());
     program.parse(std::move(words));

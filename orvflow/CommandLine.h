@@ -1,11 +1,15 @@
 // The command line: chooses the verb and complains about what nobody understands.
 #pragma once
 
+#include <string>
+#include <vector>
+
 #include "orvflow/Terminal.h"
 
 namespace OrvWorkFlow::Program {
 
-// Parses and executes. Throws ProgramError for every fault of the command line, before anything is done.
-ExitCode ExecuteCommandLine(int argument_count, char** arguments);
+// Parses and executes the words behind the program's name, which are UTF-8. Throws ProgramError for every fault of the
+// command line, before anything is done.
+ExitCode ExecuteCommandLine(std::vector<std::string> words);
 
 }  // namespace OrvWorkFlow::Program

@@ -1,6 +1,7 @@
 #include "orvflow/Verb.h"
 
 #include "orvflow/HostFiles.h"
+#include "orvflow/WorkflowHost.h"
 #include "runtime/PluginLoader.h"
 
 namespace OrvWorkFlow::Program {
@@ -8,6 +9,14 @@ namespace OrvWorkFlow::Program {
 ProgramError Verb::UsageError(const std::string& text) const {
   const std::string& name = command_->get_name();
   return ProgramError(ExitCode::Usage, name + ": " + text + " (see orvflow " + name + " --help)");
+}
+
+std::unique_ptr<WorkflowHost> MakeHost() {
+  try {
+    return std::make_unique<WorkflowHost>();
+  } catch (const std::runtime_error& error) {
+    throw ProgramError(ExitCode::PluginBroken, error.what());
+  }
 }
 
 void AddPluginDirectories(const std::vector<std::string>& directories) {

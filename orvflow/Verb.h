@@ -34,6 +34,13 @@ class Verb {
 
 std::unique_ptr<Verb> MakeRunVerb(CLI::App& program);
 std::unique_ptr<Verb> MakeInspectVerb(CLI::App& program);
+std::unique_ptr<Verb> MakeDictVerb(CLI::App& program);
+std::unique_ptr<Verb> MakeMatchVerb(CLI::App& program);
+std::unique_ptr<Verb> MakePathVerb(CLI::App& program);
+
+class WorkflowHost;
+// The library's objects. Throws ProgramError when something is missing.
+std::unique_ptr<WorkflowHost> MakeHost();
 
 // Adds directories that the user named to those in which plug-in libraries are looked for.
 void AddPluginDirectories(const std::vector<std::string>& directories);

@@ -11,4 +11,6 @@ bool RegExpMatch(const char16_t* pattern, const char16_t* text) noexcept {
   return Patterns::PatternMatch(pattern, text);
 }
 
+const char* LastRegExpError() noexcept { return Patterns::LastPatternError(); }
+
 }  // namespace OrvWorkFlow::WinUtils

@@ -11,4 +11,9 @@ namespace OrvWorkFlow::WinUtils {
 ORV_RUNTIME_API bool RegExpMatch(const char* pattern, const char* text) noexcept;
 ORV_RUNTIME_API bool RegExpMatch(const char16_t* pattern, const char16_t* text) noexcept;
 
+// Why the calling thread's last refused pattern was refused ("unmatched ()"), or why a search could not be done; empty
+// before the first such failure. Not finding is none, and a success leaves the text alone. Never null; lives as long as
+// the library.
+ORV_RUNTIME_API const char* LastRegExpError() noexcept;
+
 }  // namespace OrvWorkFlow::WinUtils

@@ -1,0 +1,7 @@
+#include "orvflow/StandardStreams.h"
+
+namespace OrvWorkFlow::Program {
+
+void UseBinaryStreams() {}
+
+}  // namespace OrvWorkFlow::Program

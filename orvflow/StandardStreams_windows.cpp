@@ -1,0 +1,15 @@
+#include <fcntl.h>
+#include <io.h>
+
+#include <cstdio>
+
+#include "orvflow/StandardStreams.h"
+
+namespace OrvWorkFlow::Program {
+
+void UseBinaryStreams() {
+  _setmode(_fileno(stdin), _O_BINARY);
+  _setmode(_fileno(stdout), _O_BINARY);
+}
+
+}  // namespace OrvWorkFlow::Program
