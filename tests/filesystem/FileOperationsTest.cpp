@@ -70,7 +70,8 @@ TYPED_TEST(FileOperations, NullEmptyAndBlankPathsFail) {
     EXPECT_FALSE(face->WriteFileString(path, text.out()));
     EXPECT_FALSE(face->AppendFileString(path, text.out()));
     EXPECT_FALSE(face->ReplaceFileBytes(path, "x", 1));
-    EXPECT_EQ(this->hook_.Take(), Names(16, kInvalidParameter));
+    EXPECT_FALSE(face->CopyDirectory(path, good.c_str(), true));
+    EXPECT_EQ(this->hook_.Take(), Names(17, kInvalidParameter));
   }
   this->MakeFile("a", "content");
   EXPECT_FALSE(face->CopyOneFile(nullptr, good.c_str(), true));
@@ -105,12 +106,15 @@ TYPED_TEST(FileOperations, APathThatCannotBeTranslatedFails) {
   Stream stream;
   auto* face = this->face_;
   const auto path = this->T("$Nobody/x");
+  const auto good = this->At("");
   const TypeParam* p = path.c_str();
   const std::function<bool()> operations[] = {
       [&] { return face->MakeDirectory(p); },
       [&] { return face->DeleteDirectory(p); },
       [&] { return face->ListFiles(p, list.out()); },
       [&] { return face->ListDirectories(p, list.out()); },
+      [&] { return face->CopyDirectory(p, good.c_str(), true); },
+      [&] { return face->CopyDirectory(good.c_str(), p, true); },
       [&] { return face->FileExists(p); },
       [&] { return face->DirectoryExists(p); },
       [&] { return face->RemoveFile(p); },
@@ -122,6 +126,11 @@ TYPED_TEST(FileOperations, APathThatCannotBeTranslatedFails) {
       [&] { return face->WriteFileText(p, p); },
       [&] { return face->WriteFileString(p, text.out()); },
       [&] { return face->AppendFileString(p, text.out()); },
+      [&] { return face->PrependFileString(p, text.out()); },
+      [&] { return face->InsertFileString(p, 0, text.out()); },
+      [&] { return face->OverwriteFileString(p, 0, text.out()); },
+      [&] { return face->DeleteFileBytes(p, 0, 1); },
+      [&] { return face->ReadFileRange(p, 0, 1, stream.out()); },
       [&] { return face->ReplaceFileBytes(p, "x", 1); },
   };
   for (const auto& operation : operations) {

@@ -192,6 +192,11 @@ TYPED_TEST(FailingCalls, OfEveryOperation) {
       {"WriteFileText", [&] { return face->WriteFileText(file.c_str(), file.c_str()); }},
       {"WriteFileString", [&] { return face->WriteFileString(file.c_str(), text.out()); }},
       {"AppendFileString", [&] { return face->AppendFileString(file.c_str(), text.out()); }},
+      {"PrependFileString", [&] { return face->PrependFileString(file.c_str(), text.out()); }},
+      {"InsertFileString", [&] { return face->InsertFileString(file.c_str(), 1, text.out()); }},
+      {"OverwriteFileString", [&] { return face->OverwriteFileString(file.c_str(), 1, text.out()); }},
+      {"DeleteFileBytes", [&] { return face->DeleteFileBytes(file.c_str(), 1, 2); }},
+      {"ReadFileRange", [&] { return face->ReadFileRange(file.c_str(), 1, 2, stream.out()); }},
       {"ReplaceFileBytes", [&] { return face->ReplaceFileBytes(fresh.c_str(), "x", 1); }},
   };
   for (const Operation& operation : operations) {

@@ -19,7 +19,7 @@ class FakeThread final : public OrvWorkFlow::OrvBase::Thread {
   bool refuse_start = false;
   std::function<bool()> on_wait;  // What WaitForEvent does; without it, it returns at once.
   std::function<void()> on_start;
-  bool started = false;
+  std::atomic<bool> started = false;
 
   void SetArgument(void* argument) override { argument_ = argument; }
   bool SetProcedure(Procedure procedure) override {
