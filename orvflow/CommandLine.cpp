@@ -96,6 +96,9 @@ ExitCode ExecuteCommandLine(std::vector<std::string> words) {
   verbs.push_back(MakeDictVerb(program));
   verbs.push_back(MakeMatchVerb(program));
   verbs.push_back(MakePathVerb(program));
+  verbs.push_back(MakeEncryptVerb(program));
+  verbs.push_back(MakeDecryptVerb(program));
+  verbs.push_back(MakeBase64Verb(program));
   for (const auto& verb : verbs) {
     verb->command().allow_extras();
     UnmarkArguments(verb->command());

@@ -37,6 +37,9 @@ std::unique_ptr<Verb> MakeInspectVerb(CLI::App& program);
 std::unique_ptr<Verb> MakeDictVerb(CLI::App& program);
 std::unique_ptr<Verb> MakeMatchVerb(CLI::App& program);
 std::unique_ptr<Verb> MakePathVerb(CLI::App& program);
+std::unique_ptr<Verb> MakeEncryptVerb(CLI::App& program);
+std::unique_ptr<Verb> MakeDecryptVerb(CLI::App& program);
+std::unique_ptr<Verb> MakeBase64Verb(CLI::App& program);
 
 class WorkflowHost;
 // The library's objects. Throws ProgramError when something is missing.
