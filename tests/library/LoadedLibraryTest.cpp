@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "OrvWorkFlow/IDictionary.h"
-#include "OrvWorkFlow/IFileSystem.h"
 #include "OrvWorkFlow/IUtilityStore.h"
 #include "OrvWorkFlow/IWorkFlowEngine.h"
 #include "OrvWorkFlow/WorkFlowFactory.h"
@@ -211,27 +210,6 @@ TEST_F(LoadedLibraryTest, DictionaryThroughItsRawTable) {
             "<IDictionaryRoot IDictionaryFileVersion=\"2.0.0.0\"><a __type=\"str\">text</a>\r\n\t"
             "<b __type=\"dbl\">0.250000</b>\r\n</IDictionaryRoot>");
   object->Release();
-}
-
-TEST_F(LoadedLibraryTest, BothFacesOfTheFileSystemThroughTheirRawTables) {
-  IBaseWorkFlowObject* object = WorkFlowFactory::CreateNewObject("FileSystem");
-  ASSERT_NE(object, nullptr);
-  auto* narrow = static_cast<IFileSystemA*>(object->QueryInterface("IFileSystemA"));
-  auto* wide = static_cast<IFileSystemW*>(object->QueryInterface("IFileSystemW"));
-  ASSERT_NE(narrow, nullptr);
-  ASSERT_NE(wide, nullptr);
-  EXPECT_TRUE(CallSlot<bool>(narrow, 17, "C:\\Data\\", text_));
-  EXPECT_EQ(Text(text_), "C:\\Data");
-  auto* wide_text = static_cast<IOrvString*>(DirectGetObject("IOrvString"));
-  EXPECT_TRUE(CallSlot<bool>(wide, 17, u"C:\\Data\\", wide_text));
-  EXPECT_EQ(std::u16string(wide_text->GetText()), u"C:\\Data");
-  wide_text->Release();
-  EXPECT_FALSE(CallSlot<bool>(narrow, 29, "C:\\no such file"));
-  EXPECT_FALSE(CallSlot<bool>(wide, 29, u"C:\\no such file"));
-  // Either face leads to the other and to its own base protocol.
-  EXPECT_EQ(CallSlot<void*>(narrow, 0, "IFileSystemW"), static_cast<void*>(wide));
-  EXPECT_EQ(CallSlot<void*>(wide, 0, "IFileSystemA"), static_cast<void*>(narrow));
-  CallSlot<void>(wide, 15);
 }
 
 TEST_F(LoadedLibraryTest, EngineKeepsItsMessagesAboutTheStore) {
