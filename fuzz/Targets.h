@@ -15,6 +15,8 @@ void AttributeText(std::string_view input);
 void ValueText(std::string_view input);
 void Pattern(std::string_view input);
 void WorkflowPath(std::string_view input);
+void Base64(std::string_view input);
+void CipherText(std::string_view input);
 
 struct Target {
   const char* name;  // as of its corpus folder, its dictionary and its program
@@ -22,8 +24,14 @@ struct Target {
 };
 
 inline constexpr Target kTargets[] = {
-    {"dictionary_file", &DictionaryFile}, {"store", &Store},     {"attribute_text", &AttributeText},
-    {"value_text", &ValueText},           {"pattern", &Pattern}, {"workflow_path", &WorkflowPath},
+    {"dictionary_file", &DictionaryFile},
+    {"store", &Store},
+    {"attribute_text", &AttributeText},
+    {"value_text", &ValueText},
+    {"pattern", &Pattern},
+    {"workflow_path", &WorkflowPath},
+    {"base64", &Base64},
+    {"cipher_text", &CipherText},
 };
 
 }  // namespace OrvWorkFlow::Fuzz
