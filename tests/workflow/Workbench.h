@@ -33,6 +33,8 @@ class Workbench {
   bool LoadNodes() { return mediator_->LoadState(nullptr); }
 
   bool IsIdle() const;
+  // Delivers on this thread what is queued with the host application. False when there was nothing.
+  bool Deliver() { return host_app_ != nullptr && host_app_->DeliverQueued() > 0; }
   // Delivers on this thread, when there is a host application, until the workflow is idle. False after that many
   // seconds.
   bool RunUntilIdle(int seconds);
