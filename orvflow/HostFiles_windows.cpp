@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include "orvflow/HostFiles.h"
+#include "orvflow/Terminal.h"
 
 namespace OrvWorkFlow::Program {
 
@@ -66,7 +67,8 @@ std::string MakeAbsolutePath(const std::string& path) {
   std::wstring short_path(capacity, L'\0');
   short_path.resize(GetShortPathNameW(absolute.c_str(), short_path.data(), capacity));
   narrow = Narrow(short_path);
-  return narrow.empty() ? path : narrow;
+  if (!narrow.empty()) return narrow;
+  throw ProgramError(ExitCode::Failed, path + ": the name holds characters that the system's code page lacks");
 }
 
 }  // namespace OrvWorkFlow::Program
