@@ -308,40 +308,42 @@ TYPED_TEST(Asynchronous, ArgumentsAreCopied) {
   EXPECT_EQ(this->Content("copy"), "t/a");
 }
 
+// Calls that fail before they ask the system for anything: the shorter the call, the closer the race.
 constexpr int kRounds = 10000;
 
 TYPED_TEST(Asynchronous, TheNextCallFromWithinTheEndIsNeverRefused) {
   Listener<TypeParam> listener;
+  const auto blank = this->T(" ");
   std::atomic<int> refused = 0;
   int started = 1;
   listener.on_completed = [&](bool) {
     if (started == kRounds) return;
     ++started;
-    if (!this->StartSmallCall(this->face_, &listener)) ++refused;
+    if (!this->face_->ListFilesAsync(blank.c_str(), &listener)) ++refused;
   };
-  ASSERT_TRUE(this->StartSmallCall(this->face_, &listener));
+  ASSERT_TRUE(this->face_->ListFilesAsync(blank.c_str(), &listener));
   listener.Wait(kRounds);
   EXPECT_EQ(refused, 0);
-  EXPECT_EQ(listener.Told(), Names(kRounds, "true"));
+  EXPECT_EQ(listener.Told(), Names(kRounds, "false"));
 }
 
-TYPED_TEST(Asynchronous, TheNextCallOfWhoeverTheEndWakesIsNeverRefused) {
+using NarrowAsynchronous = Asynchronous<char>;
+
+TEST_F(NarrowAsynchronous, TheNextCallOfWhoeverTheEndWakesIsNeverRefused) {
   auto* narrow = static_cast<IFileSystemA*>(this->face_->QueryInterface("IFileSystemA"));
   auto* wide = static_cast<IFileSystemW*>(this->face_->QueryInterface("IFileSystemW"));
-  const std::string narrow_path = orv_test::PlatformPath(this->directory_.path()) + "\\missing";
-  const std::u16string wide_path = orv_test::Text<char16_t>(narrow_path);
   Listener<char> narrow_listener;
   Listener<char16_t> wide_listener;
   int refused = 0;
   for (int round = 1; round <= kRounds / 2; ++round) {
-    if (!narrow->DeleteDirectoryAsync(narrow_path.c_str(), &narrow_listener)) ++refused;
+    if (!narrow->ListFilesAsync(" ", &narrow_listener)) ++refused;
     narrow_listener.Wait(round);
-    if (!wide->DeleteDirectoryAsync(wide_path.c_str(), &wide_listener)) ++refused;
+    if (!wide->ListFilesAsync(u" ", &wide_listener)) ++refused;
     wide_listener.Wait(round);
   }
   EXPECT_EQ(refused, 0);
-  EXPECT_EQ(narrow_listener.Told(), Names(kRounds / 2, "true"));
-  EXPECT_EQ(wide_listener.Told(), Names(kRounds / 2, "true"));
+  EXPECT_EQ(narrow_listener.Told(), Names(kRounds / 2, "false"));
+  EXPECT_EQ(wide_listener.Told(), Names(kRounds / 2, "false"));
 }
 
 TYPED_TEST(Asynchronous, OfManyCallersEachAcceptedOneHearsOfItsOwnEndOnce) {
