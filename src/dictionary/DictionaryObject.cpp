@@ -214,10 +214,14 @@ bool CDictionary::SaveFile(const char* file_name) {
     if (!file_system || !key_.Copy(key)) return false;
     const std::string path = file_.NameForSaving(file_name);
     const Found<IEncryption> encryption = key.empty() ? Found<IEncryption>() : FindEncryption(path.c_str());
+    if (encryption) {
+      SecretBuffer text;
+      store_.Save(DataStore::Pairs::Emptied, *text);
+      return WriteEncipheredFile(*file_system.get(), *encryption.get(), path.c_str(), key, text);
+    }
     TextBuffer text;
     store_.Save(DataStore::Pairs::Emptied, text);
-    return encryption ? WriteEncipheredFile(*file_system.get(), *encryption.get(), path.c_str(), key, text)
-                      : file_system->ReplaceFileBytes(path.c_str(), text.view().data(), text.view().size());
+    return file_system->ReplaceFileBytes(path.c_str(), text.view().data(), text.view().size());
   });
 }
 

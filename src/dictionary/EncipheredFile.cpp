@@ -85,25 +85,6 @@ class PlainText final : public IOrvPString {
   SecretText text_;
 };
 
-// A text with a terminator, wiped in the end.
-class WipedText {
- public:
-  explicit WipedText(TextBuffer& text) : length_(text.view().size()) {
-    text.Append('\0', 1);
-    text_ = text.Room(0) - length_ - 1;
-  }
-  WipedText(const WipedText&) = delete;
-  WipedText& operator=(const WipedText&) = delete;
-  ~WipedText() { Wipe(text_, length_); }
-
-  const char* c_str() const { return text_; }
-  std::string_view view() const { return {text_, length_}; }
-
- private:
-  std::size_t length_;
-  char* text_;
-};
-
 bool IsEnciphered(std::string_view content) {
   const std::optional<std::size_t> size = CleanBase64Size(content);
   return size.has_value() && *size > 0 && *size % kCipherBlock == 0;
@@ -148,11 +129,11 @@ bool ReadEncipheredFile(IFileSystemA& file_system, IEncryption& encryption, cons
 }
 
 bool WriteEncipheredFile(IFileSystemA& file_system, IEncryption& encryption, const char* path, const SecretText& key,
-                         TextBuffer& text) {
-  const WipedText plain(text);
+                         SecretBuffer& text) {
   const Marshalled<IOrvPString> enciphered;
-  if (!enciphered || plain.view().find('\0') != std::string_view::npos) return false;
-  return encryption.EncryptString(plain.c_str(), key.c_str(), enciphered.get()) &&
+  if (!enciphered || (*text).view().find('\0') != std::string_view::npos) return false;
+  (*text).Append('\0', 1);
+  return encryption.EncryptString((*text).view().data(), key.c_str(), enciphered.get()) &&
          file_system.ReplaceFileBytes(path, enciphered.get()->GetText(), enciphered.get()->GetLength());
 }
 

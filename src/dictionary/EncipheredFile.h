@@ -35,6 +35,20 @@ struct FileText {
   std::string_view text;
 };
 
+// Keeps a text that is to be enciphered from staying in memory: it is wiped in the end, and whenever it grows.
+class SecretBuffer {
+ public:
+  SecretBuffer() { text_.MakeSecret(); }
+  SecretBuffer(const SecretBuffer&) = delete;
+  SecretBuffer& operator=(const SecretBuffer&) = delete;
+  ~SecretBuffer() { text_.Wipe(); }
+
+  TextBuffer& operator*() { return text_; }
+
+ private:
+  TextBuffer text_;
+};
+
 // Reads a file as it is. False when it cannot be read. Throws std::bad_alloc and what the file system throws.
 bool ReadPlainFile(IFileSystemA& file_system, const char* path, FileText& content);
 
@@ -48,6 +62,6 @@ bool ReadEncipheredFile(IFileSystemA& file_system, IEncryption& encryption, cons
 // Replaces the file's content by the enciphered text. False, and the old file stands, when the text cannot be
 // enciphered or written: a key that is too long, or a zero in the text. `text` is zero-terminated.
 bool WriteEncipheredFile(IFileSystemA& file_system, IEncryption& encryption, const char* path, const SecretText& key,
-                         TextBuffer& text);
+                         SecretBuffer& text);
 
 }  // namespace OrvWorkFlow

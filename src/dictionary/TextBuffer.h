@@ -7,6 +7,7 @@
 #include <string_view>
 #include <utility>
 
+#include "CoreObjects/Secret.h"
 #include "dictionary/TextSize.h"
 #include "platform/Memory.h"
 
@@ -43,6 +44,12 @@ class TextBuffer {
     }
   }
 
+  // From now on what is outgrown is wiped.
+  void MakeSecret() { is_secret_ = true; }
+  void Wipe() {
+    if (size_ > 0) OrvWorkFlow::Wipe(block_.data(), size_);
+  }
+
   std::string_view view() const { return {block_.data(), size_}; }
 
  private:
@@ -50,11 +57,13 @@ class TextBuffer {
     if (size > kMaxTextSize || size_ > kMaxTextSize - size) throw std::length_error("size of a dictionary's text");
     MemoryBlock larger(std::max({size_ + size, std::min(size_ * 2, kMaxTextSize), std::size_t{1024}}));
     if (size_ > 0) std::memcpy(larger.data(), block_.data(), size_);
+    if (is_secret_) Wipe();
     block_ = std::move(larger);
   }
 
   MemoryBlock block_;
   std::size_t size_ = 0;
+  bool is_secret_ = false;
 };
 
 }  // namespace OrvWorkFlow
