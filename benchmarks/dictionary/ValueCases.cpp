@@ -21,24 +21,16 @@ constexpr std::size_t kLookups = 100'000;
 // With more children a store that walks over them takes minutes.
 constexpr std::size_t kMostWalked = 1000;
 
-// Where a value stands: as a path, and cut into the parts that the peers want.
-struct Place {
-  std::string path;
-  std::vector<std::string> names;
-  std::string group;
-  std::string key;
-};
+// The names on the way to a value.
+using Place = std::vector<std::string>;
 
-Place PlaceOf(const std::vector<std::string>& names) {
-  Place place;
-  place.names = names;
-  for (const std::string& name : names) place.path += "/" + name;
-  place.key = names.back();
-  place.group = place.path.substr(1, place.path.size() - place.key.size() - 2);
-  return place;
+std::string PathOf(const Place& place) {
+  std::string path;
+  for (const std::string& name : place) path += "/" + name;
+  return path;
 }
 
-// A store of integers with the two operations that are measured.
+// A store of integers with the two operations that are measured. Each keeps its places as it wants them.
 class Store {
  public:
   virtual ~Store() = default;
@@ -49,26 +41,30 @@ using Places = std::vector<Place>;
 
 class Dictionary final : public Store {
  public:
-  explicit Dictionary(const Places& places) : places_(places) {
+  explicit Dictionary(const Places& places) {
+    for (const Place& place : places) paths_.push_back(PathOf(place));
     for (std::size_t i = 0; i < places.size(); ++i) Set(i, 1);
   }
   std::int32_t Get(std::size_t place) override {
     std::int32_t value = 0;
-    Check(dictionary_->GetValue(places_[place].path.c_str(), &value), "an entry cannot be read");
+    Check(dictionary_->GetValue(paths_[place].c_str(), &value), "an entry cannot be read");
     return value;
   }
   void Set(std::size_t place, std::int32_t value) override {
-    Check(dictionary_->SetValue(places_[place].path.c_str(), value), "an entry cannot be set");
+    Check(dictionary_->SetValue(paths_[place].c_str(), value), "an entry cannot be set");
   }
 
  private:
-  const Places& places_;
+  std::vector<std::string> paths_;
   DictionaryHolder dictionary_ = MakeDictionary();
 };
 
 class KeyFile final : public Store {
  public:
-  explicit KeyFile(const Places& places) : places_(places) {
+  explicit KeyFile(const Places& places) {
+    for (const Place& place : places) {
+      places_.push_back({PathOf(Place(place.begin(), place.end() - 1)), place.back()});
+    }
     for (std::size_t i = 0; i < places.size(); ++i) Set(i, 1);
   }
   ~KeyFile() override { g_key_file_free(keys_); }
@@ -80,7 +76,11 @@ class KeyFile final : public Store {
   }
 
  private:
-  const Places& places_;
+  struct GroupAndKey {
+    std::string group;
+    std::string key;
+  };
+  std::vector<GroupAndKey> places_;
   GKeyFile* const keys_ = g_key_file_new();
 };
 
@@ -89,7 +89,7 @@ class Pugixml final : public Store {
   explicit Pugixml(const Places& places) : places_(places) {
     for (const Place& place : places) {
       pugi::xml_node at = document_;
-      for (const std::string& name : place.names) {
+      for (const std::string& name : place) {
         const pugi::xml_node child = at.child(name.c_str());
         at = child ? child : at.append_child(name.c_str());
       }
@@ -102,7 +102,7 @@ class Pugixml final : public Store {
  private:
   pugi::xml_node Find(std::size_t place) const {
     pugi::xml_node at = document_;
-    for (const std::string& name : places_[place].names) at = at.child(name.c_str());
+    for (const std::string& name : places_[place]) at = at.child(name.c_str());
     return at;
   }
 
@@ -115,7 +115,7 @@ class PropertyTree final : public Store {
  public:
   explicit PropertyTree(const Places& places) {
     for (const Place& place : places) {
-      paths_.emplace_back(place.path.substr(1), '/');
+      paths_.emplace_back(PathOf(place).substr(1), '/');
       tree_.put(paths_.back(), 1);
     }
   }
@@ -133,7 +133,7 @@ class JsonPointers final : public Store {
  public:
   explicit JsonPointers(const Places& places) {
     for (const Place& place : places) {
-      pointers_.emplace_back(place.path);
+      pointers_.emplace_back(PathOf(place));
       tree_[pointers_.back()] = 1;
     }
   }
@@ -195,15 +195,15 @@ void MeasureValues(std::size_t most) {
   std::printf("integers by path, in random order\n");
   Places tree;
   for (std::size_t i = 0; i < 10'000; ++i) {
-    tree.push_back(PlaceOf({"area" + std::to_string(i / 1000), "part" + std::to_string(i / 100 % 10),
-                            "group" + std::to_string(i / 10 % 10), "value" + std::to_string(i % 10)}));
+    tree.push_back({"area" + std::to_string(i / 1000), "part" + std::to_string(i / 100 % 10),
+                    "group" + std::to_string(i / 10 % 10), "value" + std::to_string(i % 10)});
   }
   MeasureShape("tree of 10000", tree, true, "pugixml");
   double few = 0;
   double many = 0;
   for (std::size_t count = 100; count <= most; count *= 10) {
     Places wide;
-    for (std::size_t i = 0; i < count; ++i) wide.push_back(PlaceOf({"wide", "value" + std::to_string(i)}));
+    for (std::size_t i = 0; i < count; ++i) wide.push_back({"wide", "value" + std::to_string(i)});
     many = MeasureShape("1 with " + std::to_string(count), wide, count <= kMostWalked, "GKeyFile");
     if (count == 100) few = many;
   }

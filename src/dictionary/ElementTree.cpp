@@ -15,17 +15,17 @@ std::unique_ptr<NameTable> ElementTree::MakeNames() {
 }
 
 ElementId ElementTree::FindChild(ElementId parent, std::string_view name, std::uint32_t name_hash) {
-  if (!elements_[parent].is_indexed) IndexChildren(parent);
-  return children_.Find(ChildIndex::Hash(parent, name_hash), [&](ElementId id) {
-    const Element& element = elements_[id];
-    return element.parent == parent && SameText(names_->Text(element.name), name);
-  });
+  const auto is_it = [&](NameTable::Id id) { return SameText(names_->Text(id), name); };
+  const ElementId child = children_.Find(parent, name_hash, is_it);
+  if (child != kNoElement || elements_[parent].is_indexed) return child;
+  IndexChildren(parent);
+  return children_.Find(parent, name_hash, is_it);
 }
 
 void ElementTree::IndexChildren(ElementId parent) {
   children_.Reserve(elements_[parent].child_count);
   for (ElementId child = elements_[parent].first_child; child != kNoElement; child = elements_[child].next) {
-    children_.Add(ChildIndex::Hash(parent, names_->Hash(name(child))), child);
+    children_.Add({names_->Hash(name(child)), parent, child, elements_[child].name});
   }
   elements_[parent].is_indexed = 1;
 }
@@ -59,7 +59,7 @@ ElementId ElementTree::Append(ElementId parent, NameTable::Id name, std::uint32_
     first.previous = id;
   }
   above.child_count = (above.child_count + 1) & kMostChildren;
-  if (above.is_indexed) children_.Add(ChildIndex::Hash(parent, name_hash), id);
+  if (above.is_indexed) children_.Add({name_hash, parent, id, name});
   return id;
 }
 
@@ -89,7 +89,7 @@ void ElementTree::FreeElement(ElementId id) {
 void ElementTree::Unlink(ElementId id) {
   const Element& gone = elements_[id];
   Element& above = elements_[gone.parent];
-  if (above.is_indexed) children_.Remove(ChildIndex::Hash(gone.parent, names_->Hash(name(id))), id);
+  if (above.is_indexed) children_.Remove(gone.parent, names_->Hash(name(id)), id);
   const ElementId behind = gone.next != kNoElement ? gone.next : above.first_child;
   (id == above.first_child ? above.first_child : elements_[gone.previous].next) = gone.next;
   elements_[behind].previous = gone.previous;

@@ -53,15 +53,22 @@ class StableArray {
 
  private:
   static constexpr std::size_t kBlockSize = std::size_t{1} << kBlockBits;
+  static constexpr std::size_t kBlockBytes = kBlockSize * sizeof(T);
 
   void AddBlock() {
-    if (free_blocks_ == 0) AddSlab(std::max<std::size_t>(1, blocks_.size() / 4));
+    if (free_blocks_ == 0) AddSlab(NextSlab());
     blocks_.push_back(free_);
     free_ += kBlockSize;
     --free_blocks_;
   }
+  // A quarter of what there is, and where that is much, a large page at least.
+  std::size_t NextSlab() const {
+    const std::size_t quarter = std::max<std::size_t>(1, blocks_.size() / 4);
+    const bool is_much = blocks_.size() * kBlockBytes > SystemMemory::kLargePage / 2;
+    return is_much ? std::max(quarter, SystemMemory::kLargePage / kBlockBytes) : quarter;
+  }
   void AddSlab(std::size_t blocks) {
-    MemoryBlock slab(blocks * kBlockSize * sizeof(T));
+    MemoryBlock slab(blocks * kBlockBytes);
     T* const first = reinterpret_cast<T*>(slab.data());
     slabs_.push_back(std::move(slab));
     free_ = first;

@@ -10,9 +10,13 @@ namespace OrvWorkFlow {
 
 namespace SystemMemory {
 
+// From this size on memory lies in large pages.
+inline constexpr std::size_t kLarge = std::size_t{3} << 19;
+inline constexpr std::size_t kLargePage = std::size_t{1} << 21;
+
 // At least `size` bytes, of whose content nothing is said, aligned for any fundamental type; null for lack of memory.
-// Large ones lie in the system's large pages where it has some to give: first touches and random reads are much
-// cheaper there. What is never touched costs address space only. Any thread.
+// Where the system has large pages to give, first touches and random reads are much cheaper in them. What is never
+// touched costs address space only. Any thread.
 void* Take(std::size_t size) noexcept;
 // `size` is the one that was asked for. Null is fine.
 void GiveBack(void* memory, std::size_t size) noexcept;

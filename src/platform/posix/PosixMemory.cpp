@@ -8,10 +8,6 @@
 namespace OrvWorkFlow::SystemMemory {
 namespace {
 
-constexpr std::size_t kLargePage = std::size_t{2} << 20;
-// Below this the heap serves better: it keeps what was given back.
-constexpr std::size_t kLarge = 2 * kLargePage;
-
 std::size_t UpTo(std::size_t value, std::size_t step) { return (value + step - 1) / step * step; }
 
 // The part that will be used begins at a large page; what the system gave before and behind it goes back.
