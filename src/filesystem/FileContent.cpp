@@ -157,7 +157,16 @@ bool FileContent<Char>::WriteAt(Position position, const Text& path, std::string
     return hook_.Report(Failures::kCannotWriteFile);
   }
   const bool ended = position == Position::End || files.SetEnd(handle);
-  return (ended && file.Close()) || hook_.Report(Failures::kCannotWriteFile);
+  if (ended && file.Close()) return true;
+  if (position == Position::End) CutBack(path, old_size);
+  return hook_.Report(Failures::kCannotWriteFile);
+}
+
+template <class Char>
+void FileContent<Char>::CutBack(const Text& path, std::uint64_t size) const {
+  OpenedFile file(open_files());
+  if (calls_.Open(path, Access::Write, Creation::OpenExisting, file.Slot()) != SystemResult::Ok) return;
+  if (open_files().MoveTo(file.handle(), size)) open_files().SetEnd(file.handle());
 }
 
 template <class Char>

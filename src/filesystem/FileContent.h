@@ -50,6 +50,8 @@ class FileContent {
   bool OpenForReading(const Text& path, OpenedFile& file, std::uint64_t* size) const;
   bool OpenWhole(const Text& path, OpenedFile& file, std::uint64_t* size) const;
   bool ReadHere(FileHandle handle, std::uint64_t count, IOrvBasicStream* content) const;
+  // Takes back what an append has written whose file could not be closed properly.
+  void CutBack(const Text& path, std::uint64_t size) const;
   bool WriteAt(Position position, const Text& path, std::string_view content) const;
   bool WriteOver(const Text& path, std::string_view content) const;
   bool MakeParent(const Text& path) const;

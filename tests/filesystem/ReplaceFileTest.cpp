@@ -156,66 +156,9 @@ TYPED_TEST(ReplaceFile, WritersAndAReaderAtOnce) {
   EXPECT_EQ(this->Everything(), Names{"a"});
 }
 
-// Every operation, with each of its system calls failing once: the answer may be either, nothing crashes, nothing stays
-// open.
 template <class Char>
 using FailingCalls = orv_test::FileSystemTest<Char>;
 TYPED_TEST_SUITE(FailingCalls, orv_test::Widths);
-
-TYPED_TEST(FailingCalls, OfEveryOperation) {
-  auto* face = this->face_;
-  typename TestFixture::String text(this->T("text"));
-  typename TestFixture::List list;
-  orv_test::Stream stream;
-  const auto file = this->At("t\\file");
-  const auto tree = this->At("t");
-  const auto fresh = this->At("t\\new\\deep\\a");
-  const auto target = this->At("t") + this->T("/copied/a");
-  struct Operation {
-    const char* name;
-    std::function<bool()> run;
-  };
-  const Operation operations[] = {
-      {"MakeDirectory", [&] { return face->MakeDirectory(fresh.c_str()); }},
-      {"DeleteDirectory", [&] { return face->DeleteDirectory(tree.c_str()); }},
-      {"ListFiles", [&] { return face->ListFiles(tree.c_str(), list.out()); }},
-      {"ListDirectories", [&] { return face->ListDirectories(tree.c_str(), list.out()); }},
-      {"CopyOneFile", [&] { return face->CopyOneFile(file.c_str(), target.c_str(), true); }},
-      {"FileExists", [&] { return face->FileExists(file.c_str()); }},
-      {"DirectoryExists", [&] { return face->DirectoryExists(tree.c_str()); }},
-      {"RemoveFile", [&] { return face->RemoveFile(file.c_str()); }},
-      {"FileSize", [&] { return face->FileSize(tree.c_str()) == 16; }},
-      {"MakeFile", [&] { return face->MakeFile(fresh.c_str()); }},
-      {"ReadFileToString", [&] { return face->ReadFileToString(file.c_str(), text.out()); }},
-      {"ReadFileToStream", [&] { return face->ReadFileToStream(file.c_str(), stream.out()); }},
-      {"WriteFileBytes", [&] { return face->WriteFileBytes(fresh.c_str(), "x", 1); }},
-      {"WriteFileText", [&] { return face->WriteFileText(file.c_str(), file.c_str()); }},
-      {"WriteFileString", [&] { return face->WriteFileString(file.c_str(), text.out()); }},
-      {"AppendFileString", [&] { return face->AppendFileString(file.c_str(), text.out()); }},
-      {"PrependFileString", [&] { return face->PrependFileString(file.c_str(), text.out()); }},
-      {"InsertFileString", [&] { return face->InsertFileString(file.c_str(), 1, text.out()); }},
-      {"OverwriteFileString", [&] { return face->OverwriteFileString(file.c_str(), 1, text.out()); }},
-      {"DeleteFileBytes", [&] { return face->DeleteFileBytes(file.c_str(), 1, 2); }},
-      {"ReadFileRange", [&] { return face->ReadFileRange(file.c_str(), 1, 2, stream.out()); }},
-      {"ReplaceFileBytes", [&] { return face->ReplaceFileBytes(fresh.c_str(), "x", 1); }},
-  };
-  for (const Operation& operation : operations) {
-    std::uint64_t n = 0;
-    bool done = false;
-    do {
-      std::filesystem::remove_all(this->Host("t"));
-      this->MakeFile("t/file", "12345678");
-      this->MakeFile("t/sub/file", "12345678");
-      ASSERT_TRUE(text->Assign(this->T("text").data(), 4));
-      this->fault_.FailCall(++n);
-      done = operation.run();
-      EXPECT_EQ(this->fault_.open_handles(), 0) << operation.name << " call " << n;
-      ASSERT_LT(n, 200U) << operation.name;
-    } while (this->fault_.calls() >= n);
-    EXPECT_TRUE(done) << operation.name << " when nothing fails";
-    EXPECT_GT(n, 1U) << operation.name;
-  }
-}
 
 // Killed at any call the operations end, and leave no handle.
 TYPED_TEST(FailingCalls, AfterAKill) {
