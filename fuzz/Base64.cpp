@@ -9,9 +9,9 @@ namespace OrvWorkFlow::Fuzz {
 
 namespace {
 
-bool IsSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+bool IsSpace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
 
-// Whether nothing is skipped but white space, and nothing but white space and "=" stands behind the first "=".
+// Whether nothing is skipped but blanks, tabs and line ends, and nothing but these and "=" stands behind the first "=".
 bool IsClean(std::string_view text) {
   bool is_padding = false;
   for (const char c : text) {
