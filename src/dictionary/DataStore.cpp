@@ -1,14 +1,15 @@
 #include "dictionary/DataStore.h"
 
+#include "OrvWorkFlow/WorkflowSchema.h"
 #include "dictionary/AttributeText.h"
 #include "dictionary/EntryPath.h"
+#include "dictionary/Subtree.h"
+#include "dictionary/ValueTypes.h"
 #include "dictionary/XmlReader.h"
 #include "dictionary/XmlWriter.h"
 
 namespace OrvWorkFlow {
 namespace {
-
-constexpr std::string_view kNameValuePairs = "IDictionaryNameValPairs";
 
 // The element, or the first of its next siblings, that is no holder of list items.
 ElementId SkipListEntries(const ElementTree& tree, ElementId id) {
@@ -46,8 +47,43 @@ ElementId DataStore::WriteEntry(std::string_view path, ValueType type, std::stri
 
 bool DataStore::SetText(const char* path, ValueType type, std::string_view text) {
   if (!IsWritable(path)) return false;
-  const WriteScope scope(*this);
-  return WriteEntry(path, type, text) != kNoElement;
+  {
+    const WriteScope scope(*this);
+    if (WriteEntry(path, type, text) == kNoElement) return false;
+  }
+  Tell(path);
+  return true;
+}
+
+// Nothing of the store is touched afterwards: a listener may have ended it.
+void DataStore::TellListeners(const char* path) noexcept {
+  const std::shared_ptr<ListenerList> kept = listeners_;
+  kept->Notify(path);
+}
+
+bool DataStore::GetText(const char* path, ValueType type, std::string& text) {
+  if (path == nullptr) return false;
+  const std::scoped_lock lock(mutex_);
+  const ElementId entry = FindReadEntry(tree_, path, type);
+  if (entry != kNoElement) text = tree_.text(entry);
+  return entry != kNoElement;
+}
+
+bool DataStore::GetTexts(const char* path, std::vector<std::string>& texts) {
+  if (path == nullptr) return false;
+  const std::scoped_lock lock(mutex_);
+  const ElementId entry = FindEntry(tree_, path);
+  if (entry == kNoElement || tree_.type(entry) == ValueType::Nil) return false;
+  std::vector<std::string> result;
+  if (IsListType(tree_.type(entry))) {
+    ListReader items(tree_, entry);
+    std::string_view text;
+    while (items.Next(text)) result.emplace_back(text);
+  } else {
+    result.emplace_back(tree_.text(entry));
+  }
+  texts = std::move(result);
+  return true;
 }
 
 ValueType DataStore::GetType(const char* path) {
@@ -83,6 +119,58 @@ bool DataStore::SetAttribute(const char* path, const char* name, const char* val
   return true;
 }
 
+bool DataStore::RemoveAttribute(const char* path, const char* name) {
+  if (!IsWritable(path) || name == nullptr) return false;
+  const WriteScope scope(*this);
+  const ElementId entry = FindEntry(tree_, path);
+  if (entry == kNoElement || !FindAttribute(tree_.attributes(entry), name)) return false;
+  tree_.SetAttributes(entry, WithoutAttribute(tree_.attributes(entry), name));
+  return true;
+}
+
+bool DataStore::GetAttributeNames(const char* path, std::vector<std::string>& names) {
+  if (path == nullptr) return false;
+  const std::scoped_lock lock(mutex_);
+  const ElementId entry = FindEntry(tree_, path);
+  if (entry == kNoElement) return false;
+  std::vector<std::string> result;
+  AttributeReader reader(tree_.attributes(entry));
+  std::string_view name;
+  std::string_view value;
+  while (reader.Next(name, value)) result.emplace_back(name);
+  names = std::move(result);
+  return true;
+}
+
+bool DataStore::SetRedirection(const char* path, const std::vector<std::string>& targets) {
+  if (!IsWritable(path)) return false;
+  const WriteScope scope(*this);
+  const ElementId entry = EnsureEntry(tree_, path);
+  if (entry == kNoElement) return false;
+  tree_.SetText(entry, {});
+  tree_.SetAttributes(entry, tree_.AttributesWithType(entry, ValueType::StringList));
+  ListWriter items(tree_, entry);
+  for (const std::string& target : targets) items.Add(target);
+  tree_.SetAttributes(entry, WithAttribute(tree_.attributes(entry), kRedirectionAttribute, "1"));
+  return true;
+}
+
+bool DataStore::IsRedirection(const char* path) {
+  if (path == nullptr) return false;
+  const std::scoped_lock lock(mutex_);
+  const ElementId entry = FindEntry(tree_, path);
+  return entry != kNoElement && tree_.IsRedirection(entry);
+}
+
+bool DataStore::RemoveRedirection(const char* path) {
+  if (!IsWritable(path)) return false;
+  const WriteScope scope(*this);
+  const ElementId entry = FindEntry(tree_, path);
+  if (entry == kNoElement || !tree_.IsRedirection(entry)) return false;
+  tree_.SetAttributes(entry, WithoutAttribute(tree_.attributes(entry), kRedirectionAttribute));
+  return true;
+}
+
 bool DataStore::Exists(const char* path) {
   if (path == nullptr) return false;
   const std::scoped_lock lock(mutex_);
@@ -96,6 +184,14 @@ bool DataStore::Delete(const char* path) {
   if (entry == kNoElement) return false;
   tree_.Remove(entry);
   return true;
+}
+
+bool DataStore::Clear(const char* path) {
+  if (!IsWritable(path)) return false;
+  const WriteScope scope(*this);
+  const ElementId entry = FindEntry(tree_, path);
+  if (entry != kNoElement) ClearEntry(tree_, entry);
+  return entry != kNoElement;
 }
 
 bool DataStore::GetEntries(const char* path, std::vector<std::string>& names) {
@@ -113,7 +209,27 @@ bool DataStore::GetEntries(const char* path, std::vector<std::string>& names) {
   return true;
 }
 
-bool DataStore::EnumeratePaths(const char* path, std::vector<std::string>& paths) {
+bool DataStore::CountEntries(const char* path, std::size_t& count) {
+  if (path == nullptr) return false;
+  const std::scoped_lock lock(mutex_);
+  const ElementId entry = FindEntry(tree_, path);
+  if (entry == kNoElement) return false;
+  count = tree_.child_count(entry) - (tree_.FindChild(entry, kListEntriesName) == kNoElement ? 0 : 1);
+  return true;
+}
+
+bool DataStore::CountSubtree(const char* path, std::size_t& count) {
+  if (path == nullptr) return false;
+  const std::scoped_lock lock(mutex_);
+  const ElementId top = FindEntry(tree_, path);
+  if (top == kNoElement) return false;
+  std::string current;
+  count = 0;
+  for (ElementId at = top; at != kNoElement; at = NextPath(tree_, top, at, current)) ++count;
+  return true;
+}
+
+bool DataStore::EnumeratePaths(const char* path, const Patterns::Pattern* pattern, std::vector<std::string>& paths) {
   if (path == nullptr) return false;
   const std::scoped_lock lock(mutex_);
   const ElementId top = FindEntry(tree_, path);
@@ -122,6 +238,7 @@ bool DataStore::EnumeratePaths(const char* path, std::vector<std::string>& paths
   std::string current(path);
   std::size_t total = 0;
   for (ElementId at = top; at != kNoElement; at = NextPath(tree_, top, at, current)) {
+    if (pattern != nullptr && !pattern->Search(std::string_view(current))) continue;
     if (current.size() > kMaxTextSize - total) return false;
     total += current.size();
     result.push_back(current);
@@ -130,13 +247,23 @@ bool DataStore::EnumeratePaths(const char* path, std::vector<std::string>& paths
   return true;
 }
 
-bool DataStore::Load(std::string_view text, std::shared_ptr<const void> owner) {
+bool DataStore::Load(std::string_view text, std::shared_ptr<const void> owner, Pairs pairs) {
   if (text.size() > kMaxTextSize) return false;
   const WriteScope scope(*this);
+  ElementTree kept;
+  const ElementId old = pairs == Pairs::Kept ? FindEntry(tree_, WorkflowSchema::kNameValuePairs) : kNoElement;
+  if (old != kNoElement) CopyEntry(tree_, old, kept, kept.CreateRoot(kRootName));
   tree_.Clear();
   tree_.KeepAlive(std::move(owner));
   text_size_ = text.size();
-  return ReadXml(text, tree_);
+  const bool is_loaded = ReadXml(text, tree_);
+  if (pairs == Pairs::Taken) return is_loaded;
+  const ElementId loaded = FindEntry(tree_, WorkflowSchema::kNameValuePairs);
+  if (loaded != kNoElement) tree_.Remove(loaded);
+  if (old == kNoElement) return is_loaded;
+  const ElementId entry = EnsureEntry(tree_, WorkflowSchema::kNameValuePairs);
+  if (entry != kNoElement) CopyEntry(kept, kept.root(), tree_, entry);
+  return is_loaded;
 }
 
 void DataStore::Save(Pairs pairs, TextBuffer& output) {
@@ -158,9 +285,9 @@ void DataStore::EmptyNameValuePairs() {
 }
 
 void DataStore::ReplaceNameValuePairs() {
-  const ElementId old = FindEntry(tree_, kNameValuePairs);
+  const ElementId old = FindEntry(tree_, WorkflowSchema::kNameValuePairs);
   if (old != kNoElement) tree_.Remove(old);
-  EnsureEntry(tree_, kNameValuePairs);
+  EnsureEntry(tree_, WorkflowSchema::kNameValuePairs);
 }
 
 }  // namespace OrvWorkFlow

@@ -1,4 +1,4 @@
-// A dictionary's content: the element tree behind one mutex, with the typed operations on it.
+// A dictionary's content: the element tree behind one mutex, with all operations on it, and who is told of its changes.
 #pragma once
 
 #include <atomic>
@@ -11,6 +11,7 @@
 
 #include "dictionary/ElementTree.h"
 #include "dictionary/ListItems.h"
+#include "dictionary/ListenerList.h"
 #include "dictionary/Redirection.h"
 #include "dictionary/TextBuffer.h"
 #include "dictionary/ValueText.h"
@@ -24,6 +25,9 @@ namespace OrvWorkFlow {
 // `T` is a type of ValueForm. The typed operations follow redirections (Redirection.h); the others do not.
 class DataStore {
  public:
+  // Told of every successful Set, SetText and SetList when the mutex has been let go. A listener may end the store.
+  ListenerList& listeners() { return *listeners_; }
+
   // Stores text form and type; other attributes and the children stay. False: invalid path, a root of another name.
   template <class T>
   bool Set(const char* path, const T& value) {
@@ -35,12 +39,15 @@ class DataStore {
   template <class T>
   bool SetList(const char* path, const std::vector<T>& values) {
     if (!IsWritable(path)) return false;
-    const WriteScope scope(*this);
-    const ElementId entry = WriteEntry(path, ValueForm<T>::kList, {});
-    if (entry == kNoElement) return false;
-    ListWriter items(tree_, entry);
-    NumberBuffer buffer;
-    for (const auto& value : values) items.Add(ValueForm<T>::Format(value, buffer));
+    {
+      const WriteScope scope(*this);
+      const ElementId entry = WriteEntry(path, ValueForm<T>::kList, {});
+      if (entry == kNoElement) return false;
+      ListWriter items(tree_, entry);
+      NumberBuffer buffer;
+      for (const auto& value : values) items.Add(ValueForm<T>::Format(value, buffer));
+    }
+    Tell(path);
     return true;
   }
 
@@ -71,27 +78,54 @@ class DataStore {
     return true;
   }
 
+  // The text form of a scalar of that type.
+  bool GetText(const char* path, ValueType type, std::string& text);
+  // The text forms of a value of any type, a list's item by item; false for no value.
+  bool GetTexts(const char* path, std::vector<std::string>& texts);
+
   ValueType GetType(const char* path);
   bool HasAttribute(const char* path, const char* name);
   bool GetAttribute(const char* path, const char* name, std::string& value);
   // Makes a missing entry. False also for a name that could not be read back.
   bool SetAttribute(const char* path, const char* name, const char* value);
+  bool RemoveAttribute(const char* path, const char* name);
+  bool GetAttributeNames(const char* path, std::vector<std::string>& names);
+
+  bool SetRedirection(const char* path, const std::vector<std::string>& targets);
+  bool IsRedirection(const char* path);
+  bool RemoveRedirection(const char* path);
 
   bool Exists(const char* path);
   bool Delete(const char* path);
+  bool Clear(const char* path);
   // The children's names in order, without "__ListEntries".
   bool GetEntries(const char* path, std::vector<std::string>& names);
-  // The path and all paths below it in pre-order, each formed as parent + "/" + name. False also when they would be
-  // longer than kMaxTextSize in all.
-  bool EnumeratePaths(const char* path, std::vector<std::string>& paths);
+  bool CountEntries(const char* path, std::size_t& count);
+  // The path and all paths below it in pre-order, each formed as parent + "/" + name; with a pattern, those that it is
+  // found in. False also when they would be longer than kMaxTextSize in all.
+  bool EnumeratePaths(const char* path, const Patterns::Pattern* pattern, std::vector<std::string>& paths);
+  bool CountSubtree(const char* path, std::size_t& count);
+
+  // As IDictionary has them. Two stores are never locked at once: what comes from another one is copied first.
+  bool Rename(const char* path, const char* new_name);
+  bool CopySubtree(const char* from, const char* to);
+  bool MoveSubtree(const char* from, const char* to);
+  bool CompareSubtrees(const char* path, DataStore& other, const char* other_path, std::vector<std::string>& paths);
+  bool MergeSubtree(DataStore& source, const char* from, const char* to);
+  // Makes `copy`, which is empty, a tree with the entry as its root.
+  bool TakeSubtree(const char* path, ElementTree& copy);
+  // Replaces the entry by the root of the tree.
+  bool PutSubtree(const char* path, const ElementTree& tree);
+
+  // Of the name/value pairs: taken as the text or the store has them, emptied, or left as they were.
+  enum class Pairs { Taken, Emptied, Kept };
 
   // Replaces the content by what the text holds. `owner` keeps the text alive; it is let go, with the mutex held, when
   // the content is replaced or deleted as a whole. False for a text above kMaxTextSize (the content stays) and for one
-  // that does not end well: what was complete by then is the content.
-  bool Load(std::string_view text, std::shared_ptr<const void> owner);
+  // that does not end well: what was complete by then is the content. `pairs` is Taken or Kept.
+  bool Load(std::string_view text, std::shared_ptr<const void> owner, Pairs pairs);
 
-  enum class Pairs { Saved, Emptied };
-  // Appends the file's text; the root gets the file version's attribute. With Pairs::Emptied as after
+  // Appends the file's text; the root gets the file version's attribute. `pairs` is Taken or Emptied, which is as after
   // EmptyNameValuePairs.
   void Save(Pairs pairs, TextBuffer& output);
   // Leaves "/IDictionaryNameValPairs" as an entry without content, the last below the root.
@@ -117,10 +151,16 @@ class DataStore {
   };
 
   static bool IsWritable(const char* path);
+  void Tell(const char* path) {
+    if (!listeners_->IsEmpty()) TellListeners(path);
+  }
+  void TellListeners(const char* path) noexcept;
   // These want the mutex held.
   ElementId WriteEntry(std::string_view path, ValueType type, std::string_view text);
   void ReplaceNameValuePairs();
+  void Replace(const char* path, const ElementTree& source, ElementId from);
 
+  const std::shared_ptr<ListenerList> listeners_ = std::make_shared<ListenerList>();
   std::mutex mutex_;
   std::atomic<std::uint64_t> changes_ = 0;
   // Guarded by mutex_.

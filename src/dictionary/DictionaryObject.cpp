@@ -2,26 +2,15 @@
 
 #include <array>
 #include <cstring>
-#include <memory>
-#include <utility>
 #include <vector>
 
-#include "CoreObjects/Tracer.h"
-#include "dictionary/EncipheredFile.h"
+#include "CoreObjects/Base64.h"
+#include "dictionary/Guarded.h"
 #include "dictionary/MarshalledLists.h"
+#include "dictionary/XmlWriter.h"
 
 namespace OrvWorkFlow {
 namespace {
-
-// No exception leaves the interface: without memory, or when another object throws, the operation fails.
-template <class Operation>
-bool Guarded(Operation&& operation) noexcept {
-  try {
-    return operation();
-  } catch (...) {
-    return false;
-  }
-}
 
 template <class T, class List>
 bool SetItems(DataStore& store, const char* path, const List* list) noexcept {
@@ -80,8 +69,6 @@ void CDictionary::SetWriteDirectory(const char* directory) {
     return true;
   });
 }
-
-void CDictionary::SetEncryptionKey(const char* key) { key_.Set(key); }
 
 bool CDictionary::SetValue(const char* path, const IOrvStringList* value) {
   return SetItems<std::u16string>(store_, path, value);
@@ -142,6 +129,53 @@ bool CDictionary::SetAttribute(const char* path, const char* name, const char* v
   return Guarded([&] { return store_.SetAttribute(path, name, value); });
 }
 
+bool CDictionary::GetAttributeNames(const char* path, IOrvPStringList* names) {
+  return Guarded([&] {
+    std::vector<std::string> all;
+    return names != nullptr && store_.GetAttributeNames(path, all) && AssignTexts(names, all);
+  });
+}
+
+bool CDictionary::RemoveAttribute(const char* path, const char* name) {
+  return Guarded([&] { return store_.RemoveAttribute(path, name); });
+}
+
+bool CDictionary::GetFileVersion(IOrvPString* version) {
+  return GetAttribute("", std::string(kFileVersionAttribute).c_str(), version);
+}
+
+bool CDictionary::SetRedirection(const char* path, const IOrvPStringList* targets) {
+  return Guarded([&] {
+    std::vector<std::string> paths;
+    return ReadTexts(targets, paths) && store_.SetRedirection(path, paths);
+  });
+}
+
+bool CDictionary::IsRedirection(const char* path) {
+  return Guarded([&] { return store_.IsRedirection(path); });
+}
+
+bool CDictionary::RemoveRedirection(const char* path) {
+  return Guarded([&] { return store_.RemoveRedirection(path); });
+}
+
+bool CDictionary::SetBinary(const char* path, const void* data, std::size_t size) {
+  if (data == nullptr && size != 0) return false;
+  return Guarded([&] {
+    const std::string_view bytes(size == 0 ? "" : static_cast<const char*>(data), size);
+    return store_.SetText(path, ValueType::Binary, EncodeBase64(bytes));
+  });
+}
+
+bool CDictionary::GetBinary(const char* path, IOrvBasicStream* value) {
+  return Guarded([&] {
+    std::string text;
+    if (value == nullptr || !store_.GetText(path, ValueType::Binary, text) || !CleanBase64Size(text)) return false;
+    const std::string bytes = DecodeBase64(text);
+    return value->Assign(bytes.data(), bytes.size());
+  });
+}
+
 ValueType CDictionary::GetValueType(const char* path) {
   ValueType type = ValueType::Nil;
   Guarded([&] { return type = store_.GetType(path), true; });
@@ -166,79 +200,53 @@ bool CDictionary::GetEntries(const char* path, IOrvPStringList* names) {
 bool CDictionary::EnumeratePaths(const char* path, IOrvPStringList* paths) {
   return Guarded([&] {
     std::vector<std::string> all;
-    return paths != nullptr && store_.EnumeratePaths(path, all) && AssignTexts(paths, all);
+    return paths != nullptr && store_.EnumeratePaths(path, nullptr, all) && AssignTexts(paths, all);
   });
 }
 
-Found<IFileSystemA> CDictionary::FindFileSystem() {
-  return FindObject<IFileSystemA>(FindOrder::StoreFirst, utility_store(), ObjectNames::kFileSystem,
-                                  InterfaceNames::kFileSystemA);
-}
-
-Found<IEncryption> CDictionary::FindEncryption(const char* path) {
-  Found<IEncryption> encryption = FindObject<IEncryption>(FindOrder::StoreFirst, utility_store(),
-                                                          ObjectNames::kEncryption, InterfaceNames::kEncryption);
-  if (encryption) return encryption;
-  const Found<ILogger> logger =
-      FindObject<ILogger>(FindOrder::StoreFirst, utility_store(), ObjectNames::kLogger, InterfaceNames::kLogger);
-  Tracer tracer;
-  tracer.SetLogger(logger.get());
-  tracer.Log("/workflow/dictionary", "There is a key and no object Encryption: %s is a plain file", path);
-  return encryption;
-}
-
-bool CDictionary::LoadFile(const char* file_name) {
-  if (file_name == nullptr || *file_name == '\0') return false;
+bool CDictionary::FindPaths(const char* path, const char* pattern, IOrvPStringList* paths) {
+  if (pattern == nullptr || *pattern == '\0') return EnumeratePaths(path, paths);
   return Guarded([&] {
-    const Found<IFileSystemA> file_system = FindFileSystem();
-    if (!file_system) return false;
-    const std::string path = file_.FindForLoading(*file_system.get(), file_name);
-    SecretText key;
-    if (!key_.Copy(key)) return false;
-    FileText content;
-    const Found<IEncryption> encryption = key.empty() ? Found<IEncryption>() : FindEncryption(path.c_str());
-    const bool is_read = encryption
-                             ? ReadEncipheredFile(*file_system.get(), *encryption.get(), path.c_str(), key, content)
-                             : ReadPlainFile(*file_system.get(), path.c_str(), content);
-    return is_read && store_.Load(content.text, content.owner);
+    Patterns::Pattern compiled;
+    std::vector<std::string> found;
+    return paths != nullptr && compiled.Compile(pattern) && store_.EnumeratePaths(path, &compiled, found) &&
+           AssignTexts(paths, found);
   });
 }
 
-// The name/value pairs go first, whatever becomes of the file.
-bool CDictionary::SaveFile(const char* file_name) {
+bool CDictionary::CountEntries(const char* path, std::size_t* count) {
+  return Guarded([&] { return count != nullptr && store_.CountEntries(path, *count); });
+}
+
+bool CDictionary::CountSubtree(const char* path, std::size_t* count) {
+  return Guarded([&] { return count != nullptr && store_.CountSubtree(path, *count); });
+}
+
+bool CDictionary::Clear(const char* path) {
+  return Guarded([&] { return store_.Clear(path); });
+}
+
+bool CDictionary::Rename(const char* path, const char* new_name) {
+  return Guarded([&] { return store_.Rename(path, new_name); });
+}
+
+bool CDictionary::AddListener(IDictionaryListener* listener, const char* pattern) {
   return Guarded([&] {
-    store_.EmptyNameValuePairs();
-    if (file_name == nullptr || *file_name == '\0') return false;
-    const Found<IFileSystemA> file_system = FindFileSystem();
-    SecretText key;
-    if (!file_system || !key_.Copy(key)) return false;
-    const std::string path = file_.NameForSaving(file_name);
-    const Found<IEncryption> encryption = key.empty() ? Found<IEncryption>() : FindEncryption(path.c_str());
-    if (encryption) {
-      SecretBuffer text;
-      store_.Save(DataStore::Pairs::Emptied, *text);
-      return WriteEncipheredFile(*file_system.get(), *encryption.get(), path.c_str(), key, text);
-    }
-    TextBuffer text;
-    store_.Save(DataStore::Pairs::Emptied, text);
-    return file_system->ReplaceFileBytes(path.c_str(), text.view().data(), text.view().size());
+    if (listener == nullptr) return false;
+    store_.listeners().Add(listener, this, pattern);
+    return true;
   });
 }
 
-bool CDictionary::LoadFromText(const char* text, std::size_t length) {
-  if (text == nullptr || length == 0) return false;
-  return Guarded([&] {
-    const auto kept = std::make_shared<const std::string>(text, length);
-    return store_.Load(*kept, kept);
-  });
+bool CDictionary::RemoveListener(IDictionaryListener* listener) {
+  if (listener != nullptr) store_.listeners().Remove(listener);
+  return true;
 }
 
-bool CDictionary::SaveToText(IOrvPString* text) {
+bool CDictionary::GetValueTexts(const char* path, IOrvPStringList* texts) {
   return Guarded([&] {
-    if (text == nullptr) return false;
-    TextBuffer output;
-    store_.Save(DataStore::Pairs::Saved, output);
-    return AssignText(text, output.view());
+    std::vector<std::string> all;
+    return texts != nullptr && store_.GetTexts(path, all) && AssignTexts(texts, all);
   });
 }
 

@@ -16,4 +16,6 @@ std::string_view TagOf(ValueType type);
 // The type that a tag in a file means, older spellings included, case-sensitively; `Nil` for any other text.
 ValueType TypeOfTag(std::string_view tag);
 
+constexpr bool IsListType(ValueType type) { return type >= ValueType::StringList && type <= ValueType::BooleanList; }
+
 }  // namespace OrvWorkFlow

@@ -58,6 +58,11 @@ Names GetPaths(IDictionary& dictionary, const char* path) {
   return GetNames([&](IOrvPStringList* list) { return dictionary.EnumeratePaths(path, list); });
 }
 
+Names GetDifferences(IDictionary& dictionary, const char* path, const char* other_path) {
+  return GetNames(
+      [&](IOrvPStringList* list) { return dictionary.CompareSubtrees(path, &dictionary, other_path, list); });
+}
+
 Names GetStrings(IDictionary& dictionary, const char* path) {
   return GetNames([&](IOrvPStringList* list) { return dictionary.GetValue(path, list); });
 }

@@ -22,6 +22,7 @@ std::string GetString(IDictionary& dictionary, const char* path);
 std::string GetAttribute(IDictionary& dictionary, const char* path, const char* name);
 Names GetEntries(IDictionary& dictionary, const char* path);
 Names GetPaths(IDictionary& dictionary, const char* path);
+Names GetDifferences(IDictionary& dictionary, const char* path, const char* other_path);
 Names GetStrings(IDictionary& dictionary, const char* path);
 
 // Sets a list of narrow strings.

@@ -28,6 +28,12 @@ class SlowModel {
   bool Delete(const std::string& path);
   bool GetEntries(const std::string& path, Strings& names) const;
   bool EnumeratePaths(const std::string& path, Strings& paths) const;
+  bool CopySubtree(const std::string& from, const std::string& to);
+  bool MoveSubtree(const std::string& from, const std::string& to);
+  bool MergeSubtree(const std::string& from, const std::string& to);
+  bool CompareSubtrees(const std::string& path, const std::string& other_path, Strings& differences) const;
+  bool Rename(const std::string& path, const std::string& name);
+  bool Clear(const std::string& path);
   bool Load(const std::string& text);
   std::string Save();
   std::string Dump() const;
@@ -50,9 +56,18 @@ class SlowModel {
   static Strings Split(const std::string& path);
   static bool IsValid(const Strings& components);
   static ValueType TypeOf(const Element& element);
+  static std::string TagOf(ValueType type);
+  static Element* Child(const Element& parent, const std::string& name);
+  static Element Clone(const Element& element);
+  static std::string RootAttributes(const std::string& attributes);
+  static Strings Items(const Element& element);
+  static void Merge(const Element& source, Element& target);
+  static void Compare(const Element& first, const Element& second, const std::string& path, Strings& differences);
   static void WriteElement(const Element& element, std::size_t depth, std::string& output);
   static void DumpElement(const Element& element, std::string& output);
 
+  Element CloneAt(const Strings& components) const;
+  bool Replace(const Strings& components, Element content);
   Element* Find(const Strings& components) const;
   Element* Ensure(const Strings& components);
   bool SetContent(const Strings& components, const std::string& text, const std::string& attributes);

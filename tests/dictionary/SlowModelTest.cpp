@@ -54,7 +54,7 @@ class Pair {
   void Write() {
     const std::string path = RandomPath(chance_);
     const char* const p = path.c_str();
-    switch (chance_.Below(8)) {
+    switch (chance_.Below(12)) {
       case 0: {
         const std::string text = chance_.Of(kTexts);
         EXPECT_EQ(real_.SetValue(p, text.c_str()), model_.SetText(path, "str", text)) << path;
@@ -82,8 +82,38 @@ class Pair {
         EXPECT_EQ(real_.SetAttribute(p, name.c_str(), value.c_str()), model_.SetAttribute(path, name, value)) << path;
         break;
       }
-      default:
+      case 6:
+      case 7:
         EXPECT_EQ(real_.Delete(p), model_.Delete(path)) << path;
+        break;
+      default:
+        WriteSubtree(path);
+    }
+  }
+
+  void WriteSubtree(const std::string& path) {
+    const char* const p = path.c_str();
+    const std::string other = RandomPath(chance_);
+    const char* const o = other.c_str();
+    SCOPED_TRACE(path + " and " + other);
+    switch (chance_.Below(6)) {
+      case 0:
+        EXPECT_EQ(real_.CopySubtree(p, o), model_.CopySubtree(path, other));
+        break;
+      case 1:
+        EXPECT_EQ(real_.MoveSubtree(p, o), model_.MoveSubtree(path, other));
+        break;
+      case 2:
+      case 3:
+        EXPECT_EQ(real_.MergeSubtree(&real_, p, o), model_.MergeSubtree(path, other));
+        break;
+      case 4: {
+        const std::string name = chance_.Below(4) == 0 ? "a b" : chance_.Of(kComponents);
+        EXPECT_EQ(real_.Rename(p, name.c_str()), model_.Rename(path, name));
+        break;
+      }
+      default:
+        EXPECT_EQ(real_.Clear(p), model_.Clear(path));
     }
   }
 
@@ -104,6 +134,10 @@ class Pair {
     Names paths;
     if (!model_.EnumeratePaths(path, paths)) paths = {kFailed};
     EXPECT_EQ(GetPaths(real_, p), paths) << path;
+    const std::string other = RandomPath(chance_);
+    Names differences = {kFailed};
+    model_.CompareSubtrees(path, other, differences);
+    EXPECT_EQ(GetDifferences(real_, p, other.c_str()), differences) << path << " and " << other;
     const std::string name = chance_.Of(kAttributeNames);
     std::string value = kFailed;
     EXPECT_EQ(real_.HasAttribute(p, name.c_str()), model_.GetAttribute(path, name, value)) << path;

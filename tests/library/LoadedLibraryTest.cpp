@@ -192,19 +192,19 @@ TEST_F(LoadedLibraryTest, DictionaryThroughItsRawTable) {
   EXPECT_TRUE(CallSlot<bool>(dictionary, 23, "/a", "text"));
   EXPECT_TRUE(CallSlot<bool>(dictionary, 24, "/b", 0.25));
   EXPECT_TRUE(CallSlot<bool>(dictionary, 25, "/c", std::int32_t{-5}));
-  EXPECT_TRUE(CallSlot<bool>(dictionary, 33, "/a", text_));
+  EXPECT_TRUE(CallSlot<bool>(dictionary, 32, "/a", text_));
   EXPECT_EQ(Text(text_), "text");
   double number = 0;
-  EXPECT_TRUE(CallSlot<bool>(dictionary, 34, "/b", &number));
+  EXPECT_TRUE(CallSlot<bool>(dictionary, 33, "/b", &number));
   EXPECT_EQ(number, 0.25);
   std::int32_t integer = 0;
-  EXPECT_TRUE(CallSlot<bool>(dictionary, 35, "/c", &integer));
+  EXPECT_TRUE(CallSlot<bool>(dictionary, 34, "/c", &integer));
   EXPECT_EQ(integer, -5);
   EXPECT_EQ(CallSlot<ValueType>(dictionary, 39, "/b"), ValueType::Double);
   EXPECT_TRUE(CallSlot<bool>(dictionary, 40, "/c"));
   EXPECT_TRUE(CallSlot<bool>(dictionary, 41, "/c"));
   EXPECT_FALSE(CallSlot<bool>(dictionary, 40, "/c"));
-  EXPECT_TRUE(CallSlot<bool>(dictionary, 46, text_));
+  EXPECT_TRUE(CallSlot<bool>(dictionary, 47, text_));
   EXPECT_EQ(Text(text_),
             "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\r\n\r\n"
             "<IDictionaryRoot IDictionaryFileVersion=\"2.0.0.0\"><a __type=\"str\">text</a>\r\n\t"

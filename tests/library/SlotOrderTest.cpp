@@ -68,26 +68,57 @@ TEST(SlotOrderTest, UtilityStore) {
       .ExpectConsecutiveFrom(kBaseOperations);
 }
 
-template <class Value>
+// The overloads of the dictionary's operations, by the kind of path.
+template <class Path, class Value>
 auto SetterOf() {
-  return static_cast<bool (IDictionary::*)(const char*, Value)>(&IDictionary::SetValue);
+  return static_cast<bool (IDictionary::*)(Path, Value)>(&IDictionary::SetValue);
 }
-template <class Value>
+template <class Path, class Value>
 auto GetterOf() {
-  return static_cast<bool (IDictionary::*)(const char*, Value*)>(&IDictionary::GetValue);
+  return static_cast<bool (IDictionary::*)(Path, Value*)>(&IDictionary::GetValue);
+}
+template <class Path, class Result, class... Arguments>
+auto OverloadOf(Result (IDictionary::*member)(Path, Arguments...)) {
+  return member;
+}
+
+template <class Path>
+SlotList& AddSettersAndGetters(SlotList& slots) {
+  return slots(SetterOf<Path, const IOrvStringList*>())(SetterOf<Path, const char16_t*>())(SetterOf<Path, bool>())(
+      SetterOf<Path, const IOrvBoolList*>())(SetterOf<Path, const IOrvDoubleList*>())(
+      SetterOf<Path, const IOrvIntList*>())(SetterOf<Path, const IOrvPStringList*>())(SetterOf<Path, const char*>())(
+      SetterOf<Path, double>())(SetterOf<Path, std::int32_t>())(GetterOf<Path, IOrvStringList>())(
+      GetterOf<Path, IOrvString>())(GetterOf<Path, bool>())(GetterOf<Path, IOrvDoubleList>())(
+      GetterOf<Path, IOrvIntList>())(GetterOf<Path, IOrvPStringList>())(GetterOf<Path, IOrvPString>())(
+      GetterOf<Path, double>())(GetterOf<Path, std::int32_t>());
 }
 
 TEST(SlotOrderTest, Dictionary) {
   using I = IDictionary;
-  SlotList()(SetterOf<const IOrvStringList*>())(SetterOf<const char16_t*>())(SetterOf<bool>())(
-      SetterOf<const IOrvBoolList*>())(SetterOf<const IOrvDoubleList*>())(SetterOf<const IOrvIntList*>())(
-      SetterOf<const IOrvPStringList*>())(SetterOf<const char*>())(SetterOf<double>())(SetterOf<std::int32_t>())(
-      GetterOf<IOrvStringList>())(GetterOf<IOrvString>())(GetterOf<bool>())(GetterOf<IOrvBoolList>())(
-      GetterOf<IOrvDoubleList>())(GetterOf<IOrvIntList>())(GetterOf<IOrvPStringList>())(GetterOf<IOrvPString>())(
-      GetterOf<double>())(GetterOf<std::int32_t>()) (&I::HasAttribute) (&I::GetAttribute) (&I::SetAttribute) (
-      &I::GetValueType) (&I::Exists) (&I::Delete) (&I::GetEntries) (&I::LoadFile) (&I::SaveFile) (&I::LoadFromText) (
-      &I::SaveToText) (&I::EnumeratePaths)(&I::GetChangeCount)
-      .ExpectConsecutiveFrom(kBaseOperations);
+  using Text = const char*;
+  using Path = const DictionaryPathWrapper&;
+  SlotList slots;
+  AddSettersAndGetters<Text>(slots)(OverloadOf<Text>(&I::HasAttribute))(OverloadOf<Text>(&I::GetAttribute))(
+      OverloadOf<Text>(&I::SetAttribute)) (&I::GetFileVersion)(OverloadOf<Text>(&I::GetValueType))(
+      OverloadOf<Text>(&I::Exists))(OverloadOf<Text>(&I::Delete))(OverloadOf<Text>(&I::GetEntries))(
+      OverloadOf<Text>(&I::CountEntries)) (&I::LoadFile) (&I::SaveFile) (&I::LoadFromText) (&I::SaveToText)(
+      OverloadOf<Text>(&I::EnumeratePaths))(OverloadOf<Text>(&I::Clear))(OverloadOf<Text>(&I::Rename))(
+      OverloadOf<Text>(&I::FindPaths))(OverloadOf<Text>(&I::CountSubtree)) (&I::AddListener) (&I::RemoveListener) (
+      &I::SaveFileWithPairs) (&I::LoadFileKeepingPairs)(OverloadOf<Text>(&I::GetAttributeNames))(
+      OverloadOf<Text>(&I::RemoveAttribute))(OverloadOf<Text>(&I::SetRedirection))(OverloadOf<Text>(&I::IsRedirection))(
+      OverloadOf<Text>(&I::RemoveRedirection))(OverloadOf<Text>(&I::SetBinary))(OverloadOf<Text>(&I::GetBinary))(
+      OverloadOf<Text>(&I::CopySubtree))(OverloadOf<Text>(&I::MoveSubtree))(OverloadOf<Text>(&I::CompareSubtrees))(
+      OverloadOf<IDictionary*, bool, Text, Text>(&I::MergeSubtree))(OverloadOf<Text>(&I::SaveSubtree))(
+      OverloadOf<Text>(&I::LoadSubtree))(OverloadOf<Text>(&I::SaveSubtreeToStream))(
+      OverloadOf<Text>(&I::LoadSubtreeFromStream)) (&I::SavePairs) (&I::LoadPairs)(
+      OverloadOf<Text>(&I::GetValueTexts)) (&I::MakeDictionary)(OverloadOf<Text>(&I::CopyToNewDictionary));
+  AddSettersAndGetters<Path>(slots)(OverloadOf<Path>(&I::GetValueType))(OverloadOf<Path>(&I::Exists))(
+      OverloadOf<Path>(&I::Delete))(OverloadOf<Path>(&I::GetEntries))(OverloadOf<Path>(&I::CountEntries))(
+      OverloadOf<Path>(&I::EnumeratePaths))(OverloadOf<Path>(&I::Clear))(OverloadOf<Path>(&I::Rename))(
+      OverloadOf<Path>(&I::FindPaths))(OverloadOf<Path>(&I::CountSubtree))(OverloadOf<Path>(&I::HasAttribute))(
+      OverloadOf<Path>(&I::GetAttribute))(OverloadOf<Path>(&I::SetAttribute));
+  slots(GetterOf<Text, IOrvBoolList>())(GetterOf<Path, IOrvBoolList>()) (&I::GetChangeCount)(&I::GetObjectOf);
+  slots.ExpectConsecutiveFrom(kBaseOperations);
 }
 
 // Each face has a whole table of its own, base protocol first. The wide one has two more operations.

@@ -452,6 +452,7 @@ TEST_F(ConfiguringTest, WhatElseThrowsWhileTheStateIsLoadedHasATextOfItsOwn) {
 class ThrowingDictionary final : public ForwardingDictionary {
  public:
   using ForwardingDictionary::ForwardingDictionary;
+  using ForwardingDictionary::GetEntries;
   using ForwardingDictionary::GetValue;
   bool GetValue(const char* path, IOrvPString* value) override {
     if (!throws_at.empty() && std::string(path).find(throws_at) != std::string::npos) throw ScriptedFailure();

@@ -1,0 +1,135 @@
+// The store's operations on whole subtrees.
+#include "dictionary/DataStore.h"
+#include "dictionary/EntryPath.h"
+#include "dictionary/Subtree.h"
+
+namespace OrvWorkFlow {
+namespace {
+
+// True when `outer` names the entry `inner` or one above it.
+bool IsPrefix(const char* outer, const char* inner) {
+  PathComponents outer_components(outer);
+  PathComponents inner_components(inner);
+  std::string_view component;
+  std::string_view other;
+  while (outer_components.Next(component)) {
+    if (!inner_components.Next(other) || component != other) return false;
+  }
+  return true;
+}
+
+bool IsComponent(std::string_view name) {
+  return !name.empty() && IsValidPath(name) && name.find('/') == std::string_view::npos;
+}
+
+void CopyAsRoot(const ElementTree& source, ElementId from, ElementTree& copy) {
+  CopyEntry(source, from, copy, copy.CreateRoot(kRootName));
+}
+
+}  // namespace
+
+// The source does not lie in what is replaced, nor the other way round.
+void DataStore::Replace(const char* path, const ElementTree& source, ElementId from) {
+  const ElementId entry = EnsureEntry(tree_, path);
+  ClearEntry(tree_, entry);
+  CopyEntry(source, from, tree_, entry);
+}
+
+bool DataStore::Rename(const char* path, const char* new_name) {
+  if (!IsWritable(path) || new_name == nullptr || !IsComponent(new_name)) return false;
+  const WriteScope scope(*this);
+  const ElementId entry = FindEntry(tree_, path);
+  if (entry == kNoElement || entry == tree_.root()) return false;
+  const ElementId sibling = tree_.FindChild(tree_.parent(entry), new_name);
+  if (sibling != kNoElement) return sibling == entry;
+  const ElementId renamed = tree_.AppendChild(tree_.parent(entry), new_name);
+  try {
+    CopyEntry(tree_, entry, tree_, renamed);
+  } catch (...) {
+    tree_.Remove(renamed);
+    throw;
+  }
+  tree_.Remove(entry);
+  return true;
+}
+
+bool DataStore::CopySubtree(const char* from, const char* to) {
+  if (from == nullptr || !IsWritable(to)) return false;
+  const WriteScope scope(*this);
+  const ElementId source = FindEntry(tree_, from);
+  if (source == kNoElement) return false;
+  const bool is_below = IsPrefix(from, to);
+  const bool is_above = IsPrefix(to, from);
+  if (is_below && is_above) return true;
+  if (is_below || is_above) {
+    ElementTree copy;
+    CopyAsRoot(tree_, source, copy);
+    Replace(to, copy, copy.root());
+  } else {
+    Replace(to, tree_, source);
+  }
+  return true;
+}
+
+bool DataStore::MoveSubtree(const char* from, const char* to) {
+  if (!IsWritable(from) || !IsWritable(to)) return false;
+  const WriteScope scope(*this);
+  const ElementId source = FindEntry(tree_, from);
+  if (source == kNoElement) return false;
+  const bool is_above = IsPrefix(to, from);
+  if (IsPrefix(from, to)) return is_above;
+  if (is_above) {
+    ElementTree copy;
+    CopyAsRoot(tree_, source, copy);
+    Replace(to, copy, copy.root());
+  } else {
+    Replace(to, tree_, source);
+    tree_.Remove(source);
+  }
+  return true;
+}
+
+bool DataStore::CompareSubtrees(const char* path, DataStore& other, const char* other_path,
+                                std::vector<std::string>& paths) {
+  if (path == nullptr || other_path == nullptr) return false;
+  ElementTree copy;
+  if (&other != this && !other.TakeSubtree(other_path, copy)) return false;
+  const std::scoped_lock lock(mutex_);
+  const ElementId entry = FindEntry(tree_, path);
+  ElementTree& other_tree = &other == this ? tree_ : copy;
+  const ElementId other_entry = &other == this ? FindEntry(tree_, other_path) : copy.root();
+  if (entry == kNoElement || other_entry == kNoElement) return false;
+  paths = CompareEntries(tree_, entry, other_tree, other_entry);
+  return true;
+}
+
+bool DataStore::MergeSubtree(DataStore& source, const char* from, const char* to) {
+  if (from == nullptr || !IsWritable(to)) return false;
+  ElementTree copy;
+  const bool is_copied = &source != this || IsPrefix(from, to) || IsPrefix(to, from);
+  if (is_copied && !source.TakeSubtree(from, copy)) return false;
+  const WriteScope scope(*this);
+  const ElementId entry = is_copied ? copy.root() : FindEntry(tree_, from);
+  if (entry == kNoElement) return false;
+  const ElementId target = EnsureEntry(tree_, to);
+  if (target != kNoElement) MergeEntry(is_copied ? copy : tree_, entry, tree_, target);
+  return target != kNoElement;
+}
+
+bool DataStore::TakeSubtree(const char* path, ElementTree& copy) {
+  if (path == nullptr) return false;
+  const std::scoped_lock lock(mutex_);
+  const ElementId entry = FindEntry(tree_, path);
+  if (entry != kNoElement) CopyAsRoot(tree_, entry, copy);
+  return entry != kNoElement;
+}
+
+bool DataStore::PutSubtree(const char* path, const ElementTree& tree) {
+  if (!IsWritable(path) || tree.root() == kNoElement) return false;
+  const WriteScope scope(*this);
+  if (EnsureEntry(tree_, path) == kNoElement) return false;
+  Replace(path, tree, tree.root());
+  return true;
+}
+
+}  // namespace OrvWorkFlow

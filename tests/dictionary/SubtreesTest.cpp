@@ -1,0 +1,318 @@
+// Copying, moving, comparing and merging of subtrees, within one dictionary and between two.
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "DictionaryTesting.h"
+#include "OrvWorkFlow/WorkFlowFactory.h"
+#include "dictionary/DictionaryObject.h"
+#include "dictionary/Subtree.h"
+#include "tests/fakes/ForwardingDictionary.h"
+#include "tests/support/Marshalled.h"
+#include "utilitystore/UtilityStoreObject.h"
+
+namespace OrvWorkFlow::DictionaryTesting {
+namespace {
+
+struct Releaser {
+  void operator()(IDictionary* dictionary) const { dictionary->Release(); }
+};
+using OwnedDictionary = std::unique_ptr<IDictionary, Releaser>;
+
+// What the dictionary holds, as a dump of its tree.
+std::string DumpOf(IDictionary& dictionary) {
+  ElementTree tree;
+  LoadTree(tree, SaveText(dictionary));
+  if (tree.root() != kNoElement) tree.SetAttributes(tree.root(), std::string_view());
+  return Dump(tree);
+}
+
+std::string Loaded(const std::string& content) { return "<IDictionaryRoot>" + content + "</IDictionaryRoot>"; }
+
+struct Case {
+  const char* content;
+  const char* from;
+  const char* to;
+  const char* expected;  // Null: fails and changes nothing.
+};
+
+template <class Operation, std::size_t kCount>
+void Check(const Case (&cases)[kCount], Operation operation) {
+  for (const Case& c : cases) {
+    SCOPED_TRACE(std::string(c.content) + " " + c.from + " " + c.to);
+    CDictionary dictionary;
+    ASSERT_TRUE(LoadText(dictionary, Loaded(c.content)));
+    const std::string before = DumpOf(dictionary);
+    EXPECT_EQ(operation(dictionary, c.from, c.to), c.expected != nullptr);
+    EXPECT_EQ(DumpOf(dictionary), c.expected == nullptr ? before : std::string("IDictionaryRoot") + c.expected);
+  }
+}
+
+TEST(Subtrees, Copy) {
+  const Case cases[] = {
+      {"<a k=\"v\">t<b/></a>", "/a", "/c", "(a[k=\"v\"]'t'(b) c[k=\"v\"]'t'(b))"},
+      {"<a>1</a>", "/a", "/x/y", "(a'1' x(y'1'))"},
+      {"<a>1</a>", "/a//", "a", "(a'1')"},
+      // The destination is replaced as a whole, in its place.
+      {"<a>1<b/></a><c k=\"v\">2<d/></c><e/>", "/a", "/c", "(a'1'(b) c'1'(b) e)"},
+      // One lies within the other.
+      {"<a>1<b>2</b></a>", "/a", "/a/b", "(a'1'(b'1'(b'2')))"},
+      {"<a>1<b>2</b></a>", "/a", "/a/b/c", "(a'1'(b'2'(c'1'(b'2'))))"},
+      {"<a>1<b>2</b></a>", "/a/b", "/a", "(a'2')"},
+      // The root.
+      {"<a>1</a>", "/", "/c", "(a'1' c(a'1'))"},
+      {"<a>1<b>2</b></a>", "/a", "", "'1'(b'2')"},
+      {"<a/>", "/x", "/c", nullptr},
+      {"<a/>", "/a", "/c d", nullptr},
+      {"<a/>", "/a", "/c/d.e", nullptr},
+      {"<a.b>1</a.b>", "/a.b", "/c", "(a.b'1' c'1')"},
+  };
+  Check(cases,
+        [](IDictionary& dictionary, const char* from, const char* to) { return dictionary.CopySubtree(from, to); });
+}
+
+TEST(Subtrees, Move) {
+  const Case cases[] = {
+      {"<a k=\"v\">t<b/></a><z/>", "/a", "/c", "(z c[k=\"v\"]'t'(b))"},
+      {"<a>1</a><z/>", "/a", "/x/y", "(z x(y'1'))"},
+      {"<a>1</a>", "/a", "//a/", "(a'1')"},
+      {"<a>1</a><c>2<d/></c><e/>", "/a", "/c", "(c'1' e)"},
+      {"<a>1<b>2</b></a>", "/a/b", "/a", "(a'2')"},
+      {"<a>1<b>2</b></a>", "/a/b", "/", "'2'"},
+      {"<a>1<b>2</b></a>", "/a", "/a/b", nullptr},
+      {"<a>1<b>2</b></a>", "/a", "/a/x/y", nullptr},
+      {"<a>1</a>", "/", "/c", nullptr},
+      {"<a>1</a>", "/", "", "(a'1')"},
+      {"<a/>", "/x", "/c", nullptr},
+      {"<a/>", "/a", "/c d", nullptr},
+      {"<a.b/>", "/a.b", "/c", nullptr},
+  };
+  Check(cases,
+        [](IDictionary& dictionary, const char* from, const char* to) { return dictionary.MoveSubtree(from, to); });
+}
+
+TEST(Subtrees, Merge) {
+  const Case cases[] = {
+      {"<a __type=\"int\">1</a>", "/a", "/x/y", "(a[__type=\"int\"]'1' x(y[__type=\"int\"]'1'))"},
+      // A value gives way to a value, whatever its type; what has none gives way to nothing.
+      {"<a __type=\"int\">1</a><c __type=\"str\">x</c>", "/a", "/c", "(a[__type=\"int\"]'1' c[__type=\"int\"]'1')"},
+      {"<a>text</a><c __type=\"str\">x</c>", "/a", "/c", "(a'text' c[__type=\"str\"]'x')"},
+      {"<a __type=\"Nil\"/><c __type=\"str\">x</c>", "/a", "/c", "(a[__type=\"Nil\"] c[__type=\"str\"]'x')"},
+      {"<a>text</a><c/>", "/a", "/c", "(a'text' c'text')"},
+      {"<a __type=\"Binary\">AA==</a><c/>", "/a", "/c", "(a[__type=\"Binary\"]'AA==' c[__type=\"Binary\"]'AA==')"},
+      // Attributes one by one, entries one by one.
+      {"<a k=\"1\" l=\"2\"/><c m=\"3\" k=\"4\"/>", "/a", "/c", "(a[k=\"1\" l=\"2\"] c[m=\"3\" k=\"1\" l=\"2\"])"},
+      {"<a><x>1</x><y/></a><c><z/><x>2<w/></x></c>", "/a", "/c", "(a(x'1' y) c(z x'1'(w) y))"},
+      // A list as a whole.
+      {"<a __type=\"intlist\"><__ListEntries><__item0>1</__item0></__ListEntries></a>"
+       "<c __type=\"intlist\"><__ListEntries><__item0>7</__item0><__item1>8</__item1></__ListEntries></c>",
+       "/a", "/c",
+       "(a[__type=\"intlist\"](__ListEntries(__item0'1')) c[__type=\"intlist\"](__ListEntries(__item0'1')))"},
+      {"<a><b>2</b></a>", "/a", "/a/b", "(a(b'2'(b'2')))"},
+      {"<a>1<b>2<c/></b></a>", "/a/b", "/a", "(a'2'(b'2'(c) c))"},
+      {"<a>1</a>", "/", "/c", "(a'1' c(a'1'))"},
+      {"<a/>", "/x", "/c", nullptr},
+      {"<a/>", "/a", "/c d", nullptr},
+  };
+  Check(cases, [](IDictionary& dictionary, const char* from, const char* to) {
+    return dictionary.MergeSubtree(&dictionary, from, to);
+  });
+}
+
+TEST(Subtrees, MergeFromAnotherDictionary) {
+  CDictionary source;
+  CDictionary target;
+  ASSERT_TRUE(LoadText(source, Loaded("<a __type=\"str\">  x  <l __type=\"strlist\"/></a>")));
+  ASSERT_TRUE(SetStrings(source, "/a/l", {"  y  "}));
+  ASSERT_TRUE(target.SetValue("/c/old", 1));
+  EXPECT_TRUE(target.MergeSubtree(&source, "/a", "/c"));
+  EXPECT_EQ(GetString(target, "/c"), "  x  ");
+  EXPECT_EQ(GetStrings(target, "/c/l"), Names{"  y  "});
+  EXPECT_TRUE(target.Exists("/c/old"));
+  EXPECT_FALSE(source.Exists("/c"));
+  EXPECT_FALSE(target.MergeSubtree(nullptr, "/a", "/c"));
+  EXPECT_FALSE(target.MergeSubtree(&source, nullptr, "/c"));
+  EXPECT_FALSE(target.MergeSubtree(&source, "/a", nullptr));
+}
+
+// One that passes its calls on is as good as the dictionary behind it; one of another library is refused.
+class OfAnotherLibrary final : public ForwardingDictionary {
+ public:
+  using ForwardingDictionary::ForwardingDictionary;
+  void* GetObjectOf(const void*) override { return nullptr; }
+};
+class PassingOn final : public ForwardingDictionary {
+ public:
+  using ForwardingDictionary::ForwardingDictionary;
+};
+
+TEST(Subtrees, ADictionaryOfAnotherLibraryIsRefused) {
+  CDictionary source;
+  CDictionary target;
+  ASSERT_TRUE(source.SetValue("/a", 1));
+  ASSERT_TRUE(target.SetValue("/a", 1));
+  PassingOn near(&source);
+  OfAnotherLibrary far(&source);
+  const orv_test::PStringList differences(Names{"old"});
+  EXPECT_FALSE(target.MergeSubtree(&far, "/a", "/c"));
+  EXPECT_FALSE(target.CompareSubtrees("/a", &far, "/a", differences.out()));
+  EXPECT_EQ(differences.vec(), Names{"old"});
+  EXPECT_TRUE(target.MergeSubtree(&near, "/a", "/c"));
+  EXPECT_TRUE(target.CompareSubtrees("/a", &near, "/a", differences.out()));
+  EXPECT_EQ(differences.vec(), Names());
+}
+
+TEST(Subtrees, Compare) {
+  struct Comparison {
+    const char* content;
+    Names differences;  // Of /a and /b.
+  };
+  const Comparison cases[] = {
+      {"<a k=\"v\">t<c/><d/></a><b k='v'>t<d/><c/></b>", {}},
+      {"<a k=\"1\" l=\"2\"/><b l=\"2\" k=\"1\"/>", {}},
+      {"<a __type=\"Str\">x</a><b __type=\"str\">x</b>", {}},
+      {"<a __type=\"int\">1</a><b __type=\"str\">1</b>", {""}},
+      {"<a>1</a><b>2</b>", {""}},
+      {"<a k=\"1\"/><b k=\"2\"/>", {""}},
+      {"<a><c>1<d/></c><e/></a><b><c>2<x/></c><y><z/></y></b>", {"/y", "/c", "/c/x", "/c/d", "/e"}},
+      // Items count by their numbers, and only where the value is a list.
+      {"<a __type=\"intlist\"><__ListEntries><__item0>1</__item0><__item1>2</__item1></__ListEntries></a>"
+       "<b __type=\"intlist\"><__ListEntries><__item1>2</__item1><__item0>1</__item0></__ListEntries></b>",
+       {}},
+      {"<a __type=\"intlist\"><__ListEntries><__item0>1</__item0></__ListEntries></a><b __type=\"intlist\"/>", {""}},
+      {"<a __type=\"int\">1<__ListEntries><__item0>1</__item0></__ListEntries></a><b __type=\"int\">1</b>", {}},
+  };
+  for (const Comparison& c : cases) {
+    CDictionary dictionary;
+    ASSERT_TRUE(LoadText(dictionary, Loaded(c.content)));
+    EXPECT_EQ(GetDifferences(dictionary, "/a", "/b"), c.differences) << c.content;
+    EXPECT_EQ(GetDifferences(dictionary, "/a", "/a"), Names());
+    CDictionary other;
+    ASSERT_TRUE(LoadText(other, Loaded(c.content)));
+    const orv_test::PStringList differences(Names{"old"});
+    EXPECT_TRUE(dictionary.CompareSubtrees("/a", &other, "/b", differences.out()));
+    EXPECT_EQ(differences.vec(), c.differences) << c.content;
+    EXPECT_EQ(GetDifferences(dictionary, "/a", "/missing"), Names{kFailed});
+    EXPECT_EQ(GetDifferences(dictionary, "/missing", "/a"), Names{kFailed});
+    EXPECT_FALSE(dictionary.CompareSubtrees("/a", nullptr, "/b", differences.out()));
+    EXPECT_FALSE(dictionary.CompareSubtrees("/a", &other, "/b", nullptr));
+  }
+}
+
+TEST(Subtrees, AreSavedToAndLoadedFromStreams) {
+  CDictionary dictionary;
+  ASSERT_TRUE(LoadText(dictionary, Loaded("<a __type=\"int\">5<b/></a><c><d/></c>")));
+  const orv_test::Stream stream;
+  ASSERT_TRUE(dictionary.SaveSubtreeToStream("/a", stream.out()));
+  EXPECT_EQ(stream.bytes(),
+            "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\r\n\r\n"
+            "<IDictionaryRoot __type=\"int\" IDictionaryFileVersion=\"2.0.0.0\">5<b></b>\r\n</IDictionaryRoot>");
+  EXPECT_TRUE(dictionary.LoadSubtreeFromStream("/c", stream.out()));
+  EXPECT_EQ(DumpOf(dictionary), "IDictionaryRoot(a[__type=\"int\"]'5'(b) c[__type=\"int\"]'5'(b))");
+  const std::string before = DumpOf(dictionary);
+  for (const char* broken : {"", "<", "<IDictionaryRoot><a/>", "<other/>", "text"}) {
+    const orv_test::Stream bad{std::string_view(broken)};
+    EXPECT_FALSE(dictionary.LoadSubtreeFromStream("/c", bad.out())) << broken;
+  }
+  EXPECT_FALSE(dictionary.LoadSubtreeFromStream("/c d", stream.out()));
+  EXPECT_FALSE(dictionary.LoadSubtreeFromStream("/c", nullptr));
+  EXPECT_FALSE(dictionary.SaveSubtreeToStream("/c", nullptr));
+  EXPECT_FALSE(dictionary.SaveSubtreeToStream("/missing", stream.out()));
+  EXPECT_EQ(DumpOf(dictionary), before);
+}
+
+TEST(Subtrees, ADictionaryWithARootOfAnotherNameTakesNothing) {
+  CDictionary dictionary;
+  CDictionary source;
+  ASSERT_TRUE(LoadText(dictionary, "<other><a/></other>"));
+  ASSERT_TRUE(source.SetValue("/a", 1));
+  const orv_test::Stream stream;
+  ASSERT_TRUE(source.SaveSubtreeToStream("/a", stream.out()));
+  EXPECT_FALSE(dictionary.MergeSubtree(&source, "/a", "/a"));
+  EXPECT_FALSE(dictionary.LoadSubtreeFromStream("/a", stream.out()));
+  EXPECT_FALSE(dictionary.CopySubtree("/a", "/b"));
+  EXPECT_FALSE(dictionary.Rename("/a", "b"));
+}
+
+TEST(Subtrees, AreLinearAndDoNotRecurse) {
+  constexpr std::size_t kDepth = 100'000;
+  std::string text = "<IDictionaryRoot><top>";
+  for (std::size_t i = 0; i < kDepth; ++i) text += "<a>";
+  for (std::size_t i = 0; i < kDepth; ++i) text += "</a>";
+  text += "</top><wide>";
+  for (std::size_t i = 0; i < kDepth; ++i) text += "<n" + std::to_string(i) + "/>";
+  text += "</wide></IDictionaryRoot>";
+  CDictionary dictionary;
+  ASSERT_TRUE(LoadText(dictionary, text));
+  for (const char* top : {"/top", "/wide"}) {
+    std::size_t count = 0;
+    EXPECT_TRUE(dictionary.CopySubtree(top, "/copy"));
+    EXPECT_TRUE(dictionary.CopySubtree(top, (std::string(top) + "/inside").c_str()));
+    EXPECT_TRUE(dictionary.Delete((std::string(top) + "/inside").c_str()));
+    EXPECT_TRUE(dictionary.MoveSubtree("/copy", "/moved"));
+    EXPECT_TRUE(dictionary.Rename("/moved", "renamed"));
+    EXPECT_TRUE(dictionary.MergeSubtree(&dictionary, top, "/renamed"));
+    EXPECT_EQ(GetDifferences(dictionary, top, "/renamed"), Names());
+    EXPECT_TRUE(dictionary.CountSubtree("/renamed", &count));
+    EXPECT_EQ(count, kDepth + 1);
+    EXPECT_TRUE(dictionary.Clear("/renamed"));
+    EXPECT_TRUE(dictionary.Delete("/renamed"));
+  }
+}
+
+// Dictionaries made by the factory.
+class NewDictionaries : public ::testing::Test {
+ protected:
+  WorkFlowFactory registration_{new CDictionaryObjectCreator};
+  CDictionary dictionary_;
+};
+
+TEST_F(NewDictionaries, AreEmptyOrACopyOfASubtree) {
+  CUtilityStore store;
+  dictionary_.SetUtilityStore(&store);
+  const OwnedDictionary empty(dictionary_.MakeDictionary());
+  ASSERT_NE(empty, nullptr);
+  EXPECT_FALSE(empty->Exists("/"));
+  ASSERT_TRUE(LoadText(dictionary_, Loaded("<a k=\"v\">t<b __type=\"int\">5</b></a>")));
+  const OwnedDictionary copy(dictionary_.CopyToNewDictionary("/a"));
+  ASSERT_NE(copy, nullptr);
+  std::int32_t value = 0;
+  EXPECT_TRUE(copy->GetValue("/b", &value));
+  EXPECT_EQ(value, 5);
+  EXPECT_EQ(GetAttribute(*copy, "", "k"), "v");
+  EXPECT_EQ(dictionary_.CopyToNewDictionary("/missing"), nullptr);
+  EXPECT_EQ(dictionary_.CopyToNewDictionary(nullptr), nullptr);
+}
+
+// Makes something that is no "IDictionary3", or throws.
+class OtherCreator final : public IFactoryObjectCreator {
+ public:
+  explicit OtherCreator(bool throws) : throws_(throws) {}
+  bool GetObjectName(IOrvPString* name) override { return AssignText(name, ObjectNames::kDictionary); }
+  bool GetVersion(IOrvPString* version) override { return AssignText(version, kVersionKey); }
+  IBaseWorkFlowObject* Create() override {
+    if (throws_) throw 1;
+    return new CUtilityStore;
+  }
+  bool CreatesWorkNodes() override { return false; }
+  IFactoryObjectCreator* Clone() override { return nullptr; }
+  void Destroy() override { delete this; }
+
+ private:
+  const bool throws_;
+};
+
+TEST(NewDictionariesWithoutTheirCreator, AreNull) {
+  CDictionary dictionary;
+  ASSERT_TRUE(dictionary.SetValue("/a", 1));
+  EXPECT_EQ(dictionary.MakeDictionary(), nullptr);
+  EXPECT_EQ(dictionary.CopyToNewDictionary("/a"), nullptr);
+  for (const bool throws : {false, true}) {
+    const WorkFlowFactory registration(new OtherCreator(throws));
+    EXPECT_EQ(dictionary.MakeDictionary(), nullptr);
+    EXPECT_EQ(dictionary.CopyToNewDictionary("/a"), nullptr);
+  }
+}
+
+}  // namespace
+}  // namespace OrvWorkFlow::DictionaryTesting
