@@ -28,6 +28,7 @@ IBaseWorkFlowObject* GlobalObjects::Add(std::string_view name, IBaseWorkFlowObje
     return present;
   }
   globals_.push_back(Global{std::string(name), object, owned});
+  changes_.fetch_add(1, std::memory_order_release);
   return object;
 }
 
@@ -36,6 +37,7 @@ bool GlobalObjects::TakeLast(Global* global) {
   if (globals_.empty()) {
     return false;
   }
+  changes_.fetch_add(1, std::memory_order_release);
   *global = std::move(globals_.back());
   globals_.pop_back();
   return true;

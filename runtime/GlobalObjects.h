@@ -1,6 +1,8 @@
 // The process's global objects, in the order in which they were made.
 #pragma once
 
+#include <atomic>
+#include <cstdint>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -19,6 +21,8 @@ class GlobalObjects {
   IBaseWorkFlowObject* Find(std::string_view name) const;
   // The object that has the name then: `object`, or the one that was there before.
   IBaseWorkFlowObject* Add(std::string_view name, IBaseWorkFlowObject* object, bool owned);
+  // Has grown by the time a change can be seen; never 0.
+  std::uint64_t GetChangeCount() const noexcept { return changes_.load(std::memory_order_acquire); }
   // Forgets all, the last added first, and releases the owned ones.
   void ReleaseAll();
 
@@ -34,6 +38,7 @@ class GlobalObjects {
 
   mutable std::mutex mutex_;
   std::vector<Global> globals_;
+  std::atomic<std::uint64_t> changes_ = 1;
 };
 
 }  // namespace OrvWorkFlow

@@ -4,49 +4,47 @@
 
 namespace OrvWorkFlow::OrvBase {
 
-NamedEvents::Known& NamedEvents::Find(std::string_view name) {
-  for (Known& known : known_) {
-    if (known.name == name) {
-      return known;
-    }
+NamedEvents::Event* NamedEvents::Find(std::string_view name) const noexcept {
+  Event* event = newest_.load(std::memory_order_acquire);
+  while (event != nullptr && event->name_ != name) {
+    event = event->next_known_.get();
   }
-  pending_.reserve(known_.size() + 1);
-  known_.push_back(Known{std::string(name)});
-  return known_.back();
+  return event;
 }
 
-void NamedEvents::Post(std::string_view name) noexcept {
+NamedEvents::Event* NamedEvents::FindOrAdd(std::string_view name) noexcept {
+  if (Event* const known = Find(name)) {
+    return known;
+  }
   try {
-    Known& known = Find(name);
-    ++known.posts;
-    if (!known.pending) {
-      known.pending = true;
-      pending_.push_back(static_cast<std::size_t>(&known - known_.data()));
-    }
+    auto event = std::make_unique<Event>(name);
+    event->next_known_ = std::move(known_);
+    known_ = std::move(event);
+    newest_.store(known_.get(), std::memory_order_release);
+    return known_.get();
   } catch (...) {
-    nameless_pending_ = true;
+    return nullptr;
   }
 }
 
-std::string NamedEvents::TakeFirst() {
-  if (pending_.empty()) {
-    nameless_pending_ = false;
-    return {};
-  }
-  Known& known = known_[pending_.front()];
-  std::string name = known.name;  // May throw: the event then still waits.
-  known.pending = false;
-  pending_.erase(pending_.begin());
-  return name;
+void NamedEvents::PutInLine(Event* event) noexcept {
+  event->next_in_line_ = nullptr;
+  (last_ != nullptr ? last_->next_in_line_ : first_) = event;
+  last_ = event;
 }
 
-unsigned long NamedEvents::GetPostCount(std::string_view name) const noexcept {
-  for (const Known& known : known_) {
-    if (known.name == name) {
-      return known.posts;
-    }
+const NamedEvents::Event* NamedEvents::TakeFirst() noexcept {
+  Event* const event = first_;
+  if (event == nullptr) {
+    nameless_waits_ = false;
+    return nullptr;
   }
-  return 0;
+  first_ = event->next_in_line_;
+  if (first_ == nullptr) {
+    last_ = nullptr;
+  }
+  event->waiting_.exchange(false, std::memory_order_acq_rel);
+  return event;
 }
 
 }  // namespace OrvWorkFlow::OrvBase

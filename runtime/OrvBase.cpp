@@ -3,6 +3,7 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <cstdint>
 #include <mutex>
 #include <new>
 #include <thread>
@@ -28,16 +29,56 @@ PrimitiveSource GetPrimitiveSource() {
   return state.source;
 }
 
-// A lock that fails leaves nothing to go on with: the operations are noexcept.
+// Differs from thread to thread.
+const void* ThisThread() noexcept {
+  thread_local const char place = 0;
+  return &place;
+}
+
+// A lock that fails leaves nothing to go on with: the operations are noexcept. Locking again what this thread holds
+// costs a comparison: only the owner can find itself in `owner_`.
 class RuntimeMutex final : public Mutex {
  public:
-  void Lock() noexcept override { mutex_.lock(); }
-  void Unlock() noexcept override { mutex_.unlock(); }
-  bool TryLock() noexcept override { return mutex_.try_lock(); }
+  void Lock() noexcept override {
+    if (!Reenter()) {
+      mutex_.lock();
+      Own();
+    }
+  }
+  void Unlock() noexcept override {
+    if (--depth_ == 0) {
+      owner_.store(nullptr, std::memory_order_relaxed);
+      mutex_.unlock();
+    }
+  }
+  bool TryLock() noexcept override {
+    if (Reenter()) {
+      return true;
+    }
+    if (!mutex_.try_lock()) {
+      return false;
+    }
+    Own();
+    return true;
+  }
   void Release() noexcept override { delete this; }
 
  private:
-  std::recursive_mutex mutex_;
+  bool Reenter() noexcept {
+    if (owner_.load(std::memory_order_relaxed) != ThisThread()) {
+      return false;
+    }
+    ++depth_;
+    return true;
+  }
+  void Own() noexcept {
+    owner_.store(ThisThread(), std::memory_order_relaxed);
+    depth_ = 1;
+  }
+
+  std::mutex mutex_;
+  std::atomic<const void*> owner_ = nullptr;
+  std::uint64_t depth_ = 0;  // Guarded by mutex_.
 };
 
 class RuntimeEvent final : public Event {

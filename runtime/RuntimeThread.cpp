@@ -1,6 +1,6 @@
 #include "runtime/RuntimeThread.h"
 
-#include <string>
+#include <string_view>
 #include <utility>
 
 namespace OrvWorkFlow::OrvBase {
@@ -77,17 +77,38 @@ void RuntimeThread::PostNamedEvent(const char* name) {
   if (name == nullptr) {
     return;
   }
+  NamedEvents::Event* event = events_.Find(name);
+  if (event != nullptr && !event->Post()) {
+    return;  // It waits already.
+  }
   const std::lock_guard lock(mutex_);
-  events_.Post(name);
-  posted_.notify_all();
+  if (event == nullptr) {
+    event = events_.FindOrAdd(name);
+    if (event != nullptr && !event->Post()) {
+      return;
+    }
+  }
+  if (event != nullptr) {
+    events_.PutInLine(event);
+  } else {
+    events_.PutNamelessInLine();
+  }
+  if (waits_) {
+    posted_.notify_one();
+  }
 }
 
 bool RuntimeThread::WaitForEvent(IOrvPString* name) {
-  std::string taken;
+  std::string_view taken;
   {
     std::unique_lock lock(mutex_);
-    posted_.wait(lock, [this] { return events_.HasPending(); });
-    taken = events_.TakeFirst();
+    waits_ = true;
+    posted_.wait(lock, [this] { return events_.HasWaiting(); });
+    waits_ = false;
+    const NamedEvents::Event* const event = events_.TakeFirst();
+    if (event != nullptr) {
+      taken = event->name();  // Never forgotten.
+    }
   }
   return name == nullptr || name->Assign(taken.data(), taken.size());
 }
@@ -101,8 +122,8 @@ unsigned long RuntimeThread::GetPostCount(const char* name) const {
   if (name == nullptr) {
     return 0;
   }
-  const std::lock_guard lock(mutex_);
-  return events_.GetPostCount(name);
+  const NamedEvents::Event* const event = events_.Find(name);
+  return event != nullptr ? event->posts() : 0;
 }
 
 void RuntimeThread::Release() {

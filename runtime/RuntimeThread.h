@@ -41,11 +41,12 @@ class RuntimeThread final : public Thread {
   std::mutex start_mutex_;
   std::thread system_thread_;
 
-  mutable std::mutex mutex_;  // Guards what follows; a leaf.
+  mutable std::mutex mutex_;  // Guards what follows, as far as that does not guard itself; a leaf.
   std::condition_variable posted_;
   Procedure procedure_ = nullptr;
   void* argument_ = nullptr;
   bool running_ = false;
+  bool waits_ = false;  // The procedure, for an event.
   NamedEvents events_;
 };
 

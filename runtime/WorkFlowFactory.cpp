@@ -78,6 +78,8 @@ IBaseWorkFlowObject* WorkFlowFactory::GetGlobalObj(const char* name) {
   return name != nullptr ? GlobalObjects::Get().Find(name) : nullptr;
 }
 
+std::uint64_t WorkFlowFactory::GetGlobalsChangeCount() noexcept { return GlobalObjects::Get().GetChangeCount(); }
+
 bool WorkFlowFactory::IsObjectPresent(const char* name) {
   return name != nullptr && (CreatorRegistry::Get().Find(name, CreatorRegistry::Kind::kObject) != nullptr ||
                              GlobalObjects::Get().Find(name) != nullptr);

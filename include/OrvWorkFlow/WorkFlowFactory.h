@@ -41,6 +41,10 @@ class ORV_RUNTIME_API WorkFlowFactory {
   // The global object of that name if it has been made, else null. Never makes one. Not owned by the caller.
   static IBaseWorkFlowObject* GetGlobalObj(const char* name);
 
+  // A number that changes whenever a global object comes or goes, for callers that keep what GetGlobalObj answered,
+  // null included. Never 0; costs no lock.
+  static std::uint64_t GetGlobalsChangeCount() noexcept;
+
   // True when a creator (of something else than work nodes) or a global object has that name.
   static bool IsObjectPresent(const char* name);
 
