@@ -2,10 +2,12 @@
 #pragma once
 
 #include <atomic>
+#include <cstdint>
 #include <mutex>
 #include <utility>
 
 #include "CoreObjects/FindObject.h"
+#include "OrvWorkFlow/WorkFlowFactory.h"
 
 namespace OrvWorkFlow {
 
@@ -16,11 +18,24 @@ class LazyObject {
   LazyObject(FindOrder order, const char* object_name, const char* interface_name)
       : order_(order), object_name_(object_name), interface_name_(interface_name) {}
 
-  // Null while there is none; the next call then looks again. No lock is held during the look-up; of two threads that
-  // find at once one keeps its find.
+  // Null while there is none; the next call then looks again: in the store every time, among the global objects when
+  // one has come or gone since. No lock is held during the look-up; of two threads that find at once one keeps its
+  // find.
   Interface* Get(IUtilityStore* store) noexcept {
     if (Interface* known = face_.load(std::memory_order_acquire)) return known;
-    Found<Interface> found = FindObject<Interface>(order_, store, object_name_, interface_name_);
+    const std::uint64_t globals = WorkFlowFactory::GetGlobalsChangeCount();
+    if (not_global_at_.load(std::memory_order_relaxed) == globals) {
+      return store == nullptr ? nullptr : Keep(MakeObjectFromStore<Interface>(store, object_name_, interface_name_));
+    }
+    Interface* const face = Keep(FindObject<Interface>(order_, store, object_name_, interface_name_));
+    if (face == nullptr && WorkFlowFactory::GetGlobalObj(object_name_) == nullptr) {
+      not_global_at_.store(globals, std::memory_order_relaxed);
+    }
+    return face;
+  }
+
+ private:
+  Interface* Keep(Found<Interface> found) noexcept {
     if (!found) return nullptr;
     const std::scoped_lock lock(mutex_);
     if (!held_) held_ = std::move(found);
@@ -28,11 +43,11 @@ class LazyObject {
     return held_.get();
   }
 
- private:
   const FindOrder order_;
   const char* const object_name_;
   const char* const interface_name_;
   std::atomic<Interface*> face_ = nullptr;
+  std::atomic<std::uint64_t> not_global_at_ = 0;  // the change count at which no such global object was there
   std::mutex mutex_;
   Found<Interface> held_;
 };

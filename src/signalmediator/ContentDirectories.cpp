@@ -45,35 +45,45 @@ FlowDirectories ReadFlowDirectories(IDictionary& dictionary, const std::string& 
   return flow;
 }
 
-std::shared_ptr<const FlowDirectories> ContentDirectories::Get(IDictionary& dictionary, const std::string& definition) {
-  // Taken before anything is read: a change in between makes what is kept out of date, never wrong.
-  const Source source{&dictionary, dictionary.GetChangeCount()};
-  if (Flow known = Find(by_definition_, definition, source)) return known;
+ContentDirectories::Flow ContentDirectories::Recall(IDictionary& dictionary, OfNode& kept) {
+  if (kept.has_fresh.load(std::memory_order_relaxed)) {
+    const std::scoped_lock lock(mutex_);
+    kept.known = std::move(kept.fresh);
+    kept.has_fresh.store(false, std::memory_order_relaxed);
+  }
+  const Known& known = kept.known;
+  const bool holds = known.dictionary == &dictionary && known.change_count == dictionary.GetChangeCount();
+  return holds ? known.flow : nullptr;
+}
+
+ContentDirectories::Flow ContentDirectories::Read(IDictionary& dictionary, const std::string& definition,
+                                                  OfNode& kept) {
+  // The count is taken before anything is read: a change in between makes what is kept out of date, never wrong.
+  Known known{&dictionary, dictionary.GetChangeCount(), nullptr};
   const std::string name = EntryText(dictionary, definition + WorkflowSchema::kInstanceWorkFlowName);
-  Flow flow = Find(by_workflow_, name, source);
-  if (flow == nullptr) {
-    flow = std::make_shared<const FlowDirectories>(ReadFlowDirectories(dictionary, name));
-    Keep(by_workflow_, name, flow, source);
-  }
-  Keep(by_definition_, definition, flow, source);
-  return flow;
+  known.flow = Find(name, known);
+  if (known.flow == nullptr)
+    known.flow = std::make_shared<const FlowDirectories>(ReadFlowDirectories(dictionary, name));
+  Keep(name, known, kept);
+  return known.flow;
 }
 
-ContentDirectories::Flow ContentDirectories::Find(const FlowTable& table, const std::string& key,
-                                                  const Source& source) {
+// What was kept for another state of the dictionary is forgotten.
+ContentDirectories::Flow ContentDirectories::Find(const std::string& workflow_name, const Known& state) {
   const std::scoped_lock lock(mutex_);
-  if (source_ != source) {
-    by_definition_.clear();
+  if (!state_.IsOfSameState(state)) {
     by_workflow_.clear();
-    source_ = source;
+    state_ = state;
   }
-  const auto found = table.find(key);
-  return found == table.end() ? nullptr : found->second;
+  const auto found = by_workflow_.find(workflow_name);
+  return found == by_workflow_.end() ? nullptr : found->second;
 }
 
-void ContentDirectories::Keep(FlowTable& table, const std::string& key, const Flow& flow, const Source& source) {
+void ContentDirectories::Keep(const std::string& workflow_name, const Known& state, OfNode& kept) {
   const std::scoped_lock lock(mutex_);
-  if (source_ == source) table.insert_or_assign(key, flow);
+  if (state_.IsOfSameState(state)) by_workflow_.try_emplace(workflow_name, state.flow);
+  kept.fresh = state;
+  kept.has_fresh.store(true, std::memory_order_relaxed);
 }
 
 }  // namespace OrvWorkFlow

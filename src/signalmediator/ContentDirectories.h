@@ -2,6 +2,7 @@
 // workflow that absorbed it, nearest first.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -26,28 +27,42 @@ FlowDirectories ReadFlowDirectories(IDictionary& dictionary, const std::string& 
 // dictionary is read.
 class ContentDirectories {
  public:
-  // For the node defined at that path. Never null.
-  std::shared_ptr<const FlowDirectories> Get(IDictionary& dictionary, const std::string& definition);
+  using Flow = std::shared_ptr<const FlowDirectories>;
 
  private:
-  using Flow = std::shared_ptr<const FlowDirectories>;
-  using FlowTable = std::unordered_map<std::string, Flow>;
-
-  // One state of one dictionary.
-  struct Source {
+  // What holds in one state of one dictionary.
+  struct Known {
     const IDictionary* dictionary = nullptr;
     std::uint64_t change_count = 0;
-    bool operator==(const Source&) const = default;
+    Flow flow;  // null: nothing is known
+
+    bool IsOfSameState(const Known& other) const {
+      return dictionary == other.dictionary && change_count == other.change_count;
+    }
   };
 
-  // Null when nothing is kept under that key for this source; what was kept for another is forgotten.
-  Flow Find(const FlowTable& table, const std::string& key, const Source& source);
-  void Keep(FlowTable& table, const std::string& key, const Flow& flow, const Source& source);
+ public:
+  // What is kept for one node; lives with the node.
+  class OfNode {
+    friend class ContentDirectories;
+    Known known;  // the mediator's access lock guards it
+    Known fresh;  // the leaf lock guards it: what is to become `known`
+    std::atomic<bool> has_fresh = false;
+  };
+
+  // What is known of the node in the dictionary's present state, or null. With the mediator's access lock held.
+  Flow Recall(IDictionary& dictionary, OfNode& kept);
+
+  // Reads the directories of the node defined at that path. Never null. Waits for no lock that is held while nodes run.
+  Flow Read(IDictionary& dictionary, const std::string& definition, OfNode& kept);
+
+ private:
+  Flow Find(const std::string& workflow_name, const Known& state);
+  void Keep(const std::string& workflow_name, const Known& state, OfNode& kept);
 
   std::mutex mutex_;
-  Source source_;
-  FlowTable by_definition_;
-  FlowTable by_workflow_;
+  Known state_;  // of the table; without a flow
+  std::unordered_map<std::string, Flow> by_workflow_;
 };
 
 }  // namespace OrvWorkFlow

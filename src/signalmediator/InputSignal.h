@@ -6,49 +6,108 @@
 #include <string>
 #include <unordered_map>
 #include <utility>
+#include <vector>
 
 #include "OrvWorkFlow/IHostApp.h"
+#include "signalmediator/WorkNodeList.h"
 
 namespace OrvWorkFlow {
 
+// Zero-terminated texts of whoever fires, during the call.
 struct InputSignal {
-  std::string type;
-  std::string instance;
-  std::string signal;
+  const char* type;
+  const char* instance;
+  const char* signal;
 };
 
+// Owns its texts. `place` is where the receiver stood when the signal was fired.
 class InputSignalMessage {
  public:
-  explicit InputSignalMessage(InputSignal content) : signal(std::move(content)) {}
+  void Write(const InputSignal& signal, WorkNodeList::Place place) {
+    place_ = place;
+    type_ = signal.type;
+    instance_ = signal.instance;
+    signal_ = signal.signal;
+  }
+  WorkNodeList::Place place() const { return place_; }
+  InputSignal texts() const { return {type_.c_str(), instance_.c_str(), signal_.c_str()}; }
 
-  InputSignal signal;
+ private:
+  WorkNodeList::Place place_;
+  std::string type_;
+  std::string instance_;
+  std::string signal_;
 };
 
 // The messages that no delivery has answered yet. They stay the mediator's while a host carries them, so that a host
 // which drops one leaks nothing and one which delivers twice, or late, frees nothing twice. Any thread; a leaf lock.
 class UnansweredMessages {
+  using Messages = std::unordered_map<const InputSignalMessage*, std::unique_ptr<InputSignalMessage>>;
+
  public:
-  InputSignalMessage* Add(InputSignal signal) {
-    auto message = std::make_unique<InputSignalMessage>(std::move(signal));
-    InputSignalMessage* const key = message.get();
+  InputSignalMessage* Add(const InputSignal& signal, WorkNodeList::Place place) {
+    Messages::node_type spare = TakeSpare();
+    if (spare.empty()) spare = MakeSpare();
+    InputSignalMessage* const message = spare.mapped().get();
+    message->Write(signal, place);
     const std::scoped_lock lock(mutex_);
-    messages_.emplace(key, std::move(message));
-    return key;
+    messages_.insert(std::move(spare));
+    return message;
   }
 
-  // Null when the message is not among them (any more); the pointer is not followed.
-  std::unique_ptr<InputSignalMessage> Take(const InputSignalMessage* message) noexcept {
+  // A message that was taken out, to be used again for another signal afterwards. Empty when it was not among them (any
+  // more).
+  class Taken {
+   public:
+    Taken(UnansweredMessages& owner, Messages::node_type node) : owner_(owner), node_(std::move(node)) {}
+    Taken(const Taken&) = delete;
+    Taken& operator=(const Taken&) = delete;
+    ~Taken() {
+      if (!node_.empty()) owner_.KeepSpare(std::move(node_));
+    }
+    explicit operator bool() const { return !node_.empty(); }
+    const InputSignalMessage* operator->() const { return node_.mapped().get(); }
+
+   private:
+    UnansweredMessages& owner_;
+    Messages::node_type node_;
+  };
+
+  // The pointer is not followed.
+  Taken Take(const InputSignalMessage* message) noexcept {
     const std::scoped_lock lock(mutex_);
-    const auto found = messages_.find(message);
-    if (found == messages_.end()) return nullptr;
-    std::unique_ptr<InputSignalMessage> taken = std::move(found->second);
-    messages_.erase(found);
-    return taken;
+    return Taken(*this, messages_.extract(message));
   }
 
  private:
+  static constexpr std::size_t kMostSpares = 1024;
+
+  static Messages::node_type MakeSpare() {
+    Messages table;
+    auto message = std::make_unique<InputSignalMessage>();
+    const InputSignalMessage* const key = message.get();
+    table.emplace(key, std::move(message));
+    return table.extract(table.begin());
+  }
+  Messages::node_type TakeSpare() noexcept {
+    const std::scoped_lock lock(mutex_);
+    if (spares_.empty()) return {};
+    Messages::node_type spare = std::move(spares_.back());
+    spares_.pop_back();
+    return spare;
+  }
+  void KeepSpare(Messages::node_type spare) noexcept {
+    const std::scoped_lock lock(mutex_);
+    if (spares_.size() == kMostSpares) return;
+    try {
+      spares_.push_back(std::move(spare));
+    } catch (...) {  // It goes.
+    }
+  }
+
   std::mutex mutex_;
-  std::unordered_map<const InputSignalMessage*, std::unique_ptr<InputSignalMessage>> messages_;
+  Messages messages_;
+  std::vector<Messages::node_type> spares_;
 };
 
 }  // namespace OrvWorkFlow

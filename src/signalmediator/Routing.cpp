@@ -8,6 +8,32 @@
 
 namespace OrvWorkFlow {
 
+namespace {
+
+// The delivery that this thread performs now: a node that fires from within its Signal, as most do, is known.
+struct Delivery {
+  const CSignalMediator* mediator = nullptr;
+  const WorkNodeEntry* entry = nullptr;
+};
+
+Delivery& CurrentDelivery() noexcept {
+  static constinit thread_local Delivery delivery;
+  return delivery;
+}
+
+class DeliveryScope {
+ public:
+  explicit DeliveryScope(const Delivery& delivery) : outer_(std::exchange(CurrentDelivery(), delivery)) {}
+  ~DeliveryScope() { CurrentDelivery() = outer_; }
+  DeliveryScope(const DeliveryScope&) = delete;
+  DeliveryScope& operator=(const DeliveryScope&) = delete;
+
+ private:
+  const Delivery outer_;
+};
+
+}  // namespace
+
 bool CSignalMediator::FireInputSignal(const char* type_name, const char* instance_name, const char* signal_name) {
   if (type_name == nullptr || instance_name == nullptr || signal_name == nullptr) return false;
   try {
@@ -17,24 +43,29 @@ bool CSignalMediator::FireInputSignal(const char* type_name, const char* instanc
   }
 }
 
-bool CSignalMediator::Fire(InputSignal signal) {
+bool CSignalMediator::Fire(const InputSignal& signal) {
   tracer_.Log(MediatorCategories::kFireInputSignal, MediatorLines::kBeforeFirstLock);
   const AccessLock::Hold hold(access_lock_);
   tracer_.Log(MediatorCategories::kFireInputSignal, MediatorLines::kAfterFirstLock);
-  if (!EnsureTypeIsLoaded(signal.type)) return false;
-  EnsureNodeIsMade(signal);
-  ++sent_;
-  if (IHostApp* host = Host()) return HandToHost(*host, std::move(signal));
+  WorkNodeList::Place place = nodes_.Recall(signal.type, signal.instance);
+  if (!place.found()) {
+    if (!EnsureTypeIsLoaded(signal.type)) return false;
+    place = EnsureNodeIsMade(signal);
+    nodes_.Remember(signal.type, signal.instance, place);
+  }
+  tracer_.Log(MediatorCategories::kFireInputSignal, MediatorLines::kDoneInstantiating, signal.type, signal.instance);
+  Add(sent_, 1);
+  if (IHostApp* host = Host()) return HandToHost(*host, signal, place);
   tracer_.Log(MediatorCategories::kFireInputSignal, MediatorLines::kNoHostApp);
-  Deliver(signal);
+  Deliver(signal, place);
   return true;
 }
 
-bool CSignalMediator::EnsureTypeIsLoaded(const std::string& type) {
-  if (loaded_types_.contains(type)) return true;
+bool CSignalMediator::EnsureTypeIsLoaded(const char* type) {
+  if (loaded_types_.find(std::string_view(type)) != loaded_types_.end()) return true;
   try {
     if (LoadWorknode(type, false)) return true;
-    const std::string text = Format(MediatorBoxes::kTypeNotLoaded, type.c_str());
+    const std::string text = Format(MediatorBoxes::kTypeNotLoaded, type);
     ShowMediatorText(text);
     tracer_.LogText(MediatorCategories::kFireInputSignal, text);
   } catch (...) {
@@ -44,45 +75,47 @@ bool CSignalMediator::EnsureTypeIsLoaded(const std::string& type) {
   return false;
 }
 
-void CSignalMediator::EnsureNodeIsMade(const InputSignal& signal) {
-  if (nodes_.Find(signal.type, signal.instance) == nullptr) {
+WorkNodeList::Place CSignalMediator::EnsureNodeIsMade(const InputSignal& signal) {
+  WorkNodeList::Place place = nodes_.Locate(signal.type, signal.instance);
+  if (!place.found()) {
     try {
       InstantiateWorknodeInstance(signal.type, signal.instance);
+      place = nodes_.Locate(signal.type, signal.instance);
     } catch (...) {
       ShowMediatorBox(MediatorBoxes::kInstantiateThrew, signal.type, signal.instance);
     }
   }
-  tracer_.Log(MediatorCategories::kFireInputSignal, MediatorLines::kDoneInstantiating, signal.type.c_str(),
-              signal.instance.c_str());
+  return place;
 }
 
 // A signal that the host refuses was never sent, or the next stop would wait for it without end. One that the host has
 // delivered before it refused was.
-bool CSignalMediator::HandToHost(IHostApp& host, InputSignal signal) noexcept {
+bool CSignalMediator::HandToHost(IHostApp& host, const InputSignal& signal, WorkNodeList::Place place) noexcept {
   InputSignalMessage* message = nullptr;
   bool queued = false;
   try {
-    message = messages_.Add(std::move(signal));
+    message = messages_.Add(signal, place);
     queued = host.RunOnGuiThread(this, message);
   } catch (...) {
   }
-  if (!queued && (message == nullptr || messages_.Take(message) != nullptr)) --sent_;
+  if (!queued && (message == nullptr || messages_.Take(message))) Add(sent_, -1);
   return queued;
 }
 
 void CSignalMediator::DeliverInputSignal(InputSignalMessage* message) {
-  if (const auto taken = messages_.Take(message)) Deliver(taken->signal);
+  if (const UnansweredMessages::Taken taken = messages_.Take(message)) Deliver(taken->texts(), taken->place());
 }
 
-void CSignalMediator::Deliver(const InputSignal& signal) noexcept {
+void CSignalMediator::Deliver(const InputSignal& signal, WorkNodeList::Place place) noexcept {
   bool done = false;
   try {
-    const WorkNodePointer entry = Receive(signal);
+    ContentDirectories::Flow flow;
+    const WorkNodePointer entry = Receive(signal, place, flow);
     if (entry != nullptr) {
-      done = DeliverTo(*entry, signal);
+      done = DeliverTo(*entry, signal, std::move(flow));
     } else {
-      tracer_.Log(MediatorCategories::kSignal, MediatorLines::kNoNodeToFireOn, signal.type.c_str(),
-                  signal.instance.c_str(), signal.signal.c_str());
+      tracer_.Log(MediatorCategories::kSignal, MediatorLines::kNoNodeToFireOn, signal.type, signal.instance,
+                  signal.signal);
     }
   } catch (...) {  // No memory for the text of a failure.
   }
@@ -91,20 +124,31 @@ void CSignalMediator::Deliver(const InputSignal& signal) noexcept {
 }
 
 // A stop waits for deliveries to begin, not to end: the signal counts as received before the node sees it.
-WorkNodePointer CSignalMediator::Receive(const InputSignal& signal) {
+// What is known of the node's content directories is taken along.
+WorkNodePointer CSignalMediator::Receive(const InputSignal& signal, WorkNodeList::Place place,
+                                         ContentDirectories::Flow& flow) {
+  IDictionary* const dictionary = road_dictionary_.Get();
   const AccessLock::Hold hold(access_lock_);
-  WorkNodePointer entry = nodes_.Find(signal.type, signal.instance);
-  ++received_;
+  WorkNodePointer entry = nodes_.GetAt(place, signal.type, signal.instance);
+  Add(received_, 1);
+  if (entry != nullptr && dictionary != nullptr) {
+    flow = content_directories_.Recall(*dictionary, entry->content_directories);
+  }
   return entry;
 }
 
-bool CSignalMediator::DeliverTo(const WorkNodeEntry& entry, const InputSignal& signal) {
-  const char* type = signal.type.c_str();
-  const char* instance = signal.instance.c_str();
-  const char* name = signal.signal.c_str();
+// Only whoever holds the access lock changes these counters; everybody may read them.
+void CSignalMediator::Add(std::atomic<std::uint32_t>& counter, int change) noexcept {
+  counter.store(counter.load(std::memory_order_relaxed) + static_cast<std::uint32_t>(change),
+                std::memory_order_release);
+}
+
+bool CSignalMediator::DeliverTo(WorkNodeEntry& entry, const InputSignal& signal, ContentDirectories::Flow flow) {
+  const auto [type, instance, name] = signal;
   tracer_.Log(MediatorCategories::kSignal, MediatorLines::kFiring, name, type, instance);
   try {
-    RenewContentDirectories(entry);
+    RenewContentDirectories(entry, std::move(flow));
+    const DeliveryScope scope({this, &entry});
     if (entry.node->Signal(name)) return true;
     std::string text = Format(MediatorBoxes::kSignalFalse, type, instance, name);
     tracer_.LogText(MediatorCategories::kSignal, text);
@@ -118,13 +162,12 @@ bool CSignalMediator::DeliverTo(const WorkNodeEntry& entry, const InputSignal& s
   return false;
 }
 
-void CSignalMediator::RenewContentDirectories(const WorkNodeEntry& entry) {
-  std::shared_ptr<const FlowDirectories> flow;
-  if (IDictionary* dictionary = GlobalDictionary()) {
-    flow = content_directories_.Get(*dictionary, entry.definition);
-    if (!flow->in_absorb_tree) {
-      tracer_.Log(MediatorCategories::kContentDirectories, MediatorLines::kFlowNotInTree, flow->workflow_name.c_str());
-    }
+void CSignalMediator::RenewContentDirectories(WorkNodeEntry& entry, ContentDirectories::Flow flow) {
+  if (IDictionary* const dictionary = flow == nullptr ? road_dictionary_.Get() : nullptr) {
+    flow = content_directories_.Read(*dictionary, entry.definition, entry.content_directories);
+  }
+  if (flow != nullptr && !flow->in_absorb_tree) {
+    tracer_.Log(MediatorCategories::kContentDirectories, MediatorLines::kFlowNotInTree, flow->workflow_name.c_str());
   }
   entry.node->ResetContentDirectories();
   if (flow == nullptr) return;
@@ -135,6 +178,10 @@ void CSignalMediator::RenewContentDirectories(const WorkNodeEntry& entry) {
 bool CSignalMediator::Signal(IWorkNode* node, const char* signal_name) {
   if (node == nullptr || signal_name == nullptr) return false;
   try {
+    const auto [mediator, delivering] = CurrentDelivery();
+    if (mediator == this && delivering->node == node && delivering->has_names) {
+      return ForwardFired(delivering->type, delivering->instance, signal_name);
+    }
     const WorkNodePointer entry = nodes_.FindNode(node);
     if (entry != nullptr && entry->has_names) return ForwardFired(entry->type, entry->instance, signal_name);
     std::string type;

@@ -11,8 +11,10 @@
 #include <vector>
 
 #include "CoreObjects/BaseObject.h"
+#include "CoreObjects/KnownGlobalDictionary.h"
 #include "CoreObjects/LazyObject.h"
 #include "CoreObjects/ObjectCreator.h"
+#include "CoreObjects/TextHash.h"
 #include "CoreObjects/Tracer.h"
 #include "OrvWorkFlow/IDictionary.h"
 #include "OrvWorkFlow/IFileSystem.h"
@@ -94,14 +96,15 @@ class CSignalMediator final : public BaseObject<CSignalMediator, ISignalMediator
   void KeepGlobalUtilityObject(IBaseWorkFlowObject& object) ORV_REQUIRES(access_lock_);
 
   // Routing.cpp
-  bool Fire(InputSignal signal);
-  bool EnsureTypeIsLoaded(const std::string& type) ORV_REQUIRES(access_lock_);
-  void EnsureNodeIsMade(const InputSignal& signal);
-  bool HandToHost(IHostApp& host, InputSignal signal) noexcept;
-  void Deliver(const InputSignal& signal) noexcept;
-  WorkNodePointer Receive(const InputSignal& signal);
-  bool DeliverTo(const WorkNodeEntry& entry, const InputSignal& signal);
-  void RenewContentDirectories(const WorkNodeEntry& entry);
+  bool Fire(const InputSignal& signal);
+  bool EnsureTypeIsLoaded(const char* type) ORV_REQUIRES(access_lock_);
+  WorkNodeList::Place EnsureNodeIsMade(const InputSignal& signal);
+  bool HandToHost(IHostApp& host, const InputSignal& signal, WorkNodeList::Place place) noexcept;
+  void Deliver(const InputSignal& signal, WorkNodeList::Place place) noexcept;
+  WorkNodePointer Receive(const InputSignal& signal, WorkNodeList::Place place, ContentDirectories::Flow& flow);
+  static void Add(std::atomic<std::uint32_t>& counter, int change) noexcept;
+  bool DeliverTo(WorkNodeEntry& entry, const InputSignal& signal, ContentDirectories::Flow flow);
+  void RenewContentDirectories(WorkNodeEntry& entry, ContentDirectories::Flow flow);
   bool ForwardFired(const std::string& type, const std::string& instance, const char* signal_name);
 
   // Stopping.cpp
@@ -132,14 +135,15 @@ class CSignalMediator final : public BaseObject<CSignalMediator, ISignalMediator
   WorkNodeList nodes_;
   RebootSignals reboot_signals_;
   UnansweredMessages messages_;
+  KnownGlobalDictionary road_dictionary_;
   ContentDirectories content_directories_;
-  std::atomic<std::uint32_t> sent_ = 0;
-  std::atomic<std::uint32_t> received_ = 0;
+  std::atomic<std::uint32_t> sent_ = 0;      // changed with access_lock_ held
+  std::atomic<std::uint32_t> received_ = 0;  // the same
   std::atomic<std::uint32_t> finished_ = 0;
   std::atomic<std::uint32_t> made_ = 0;
   std::atomic<std::uint32_t> failures_ = 0;
 
-  std::unordered_set<std::string> loaded_types_ ORV_GUARDED_BY(access_lock_);
+  std::unordered_set<std::string, TextHash, std::equal_to<>> loaded_types_ ORV_GUARDED_BY(access_lock_);
   std::vector<IBaseWorkFlowObject*> global_utility_objects_ ORV_GUARDED_BY(access_lock_);  // the factory's
 
   std::mutex key_mutex_;

@@ -42,27 +42,50 @@ std::size_t WorkNodeList::NameHash::operator()(const Name& name) const noexcept 
 
 void WorkNodeList::Append(const WorkNodePointer& entry) {
   const std::scoped_lock lock(mutex_);
-  entries_.reserve(entries_.size() + 1 > entries_.capacity() ? entries_.size() * 2 + 10 : entries_.capacity());
-  by_node_.emplace(entry->node, entry);
+  const std::size_t index = entries_.size();
+  entries_.push_back(entry);
   try {
-    if (entry->has_names) by_name_.try_emplace({entry->type, entry->instance}, entry);
+    by_node_.emplace(entry->node, index);
+    if (entry->has_names) by_name_.try_emplace({entry->type, entry->instance}, index);
   } catch (...) {
     by_node_.erase(entry->node);
+    entries_.pop_back();
     throw;
   }
-  entries_.push_back(entry);
+  ++changes_;
+}
+
+std::size_t WorkNodeList::IndexOf(std::string_view type, std::string_view instance) const {
+  const auto found = by_name_.find({type, instance});
+  return found == by_name_.end() ? Place::kNone : found->second;
+}
+
+std::size_t WorkNodeList::RecentSlot(const char* type, const char* instance) noexcept {
+  constexpr int kWithinABlock = 4;  // these bits of an address hardly differ
+  return ((reinterpret_cast<std::uintptr_t>(type) ^ reinterpret_cast<std::uintptr_t>(instance) * 3) >> kWithinABlock) %
+         kRecentPlaces;
+}
+
+WorkNodeList::Place WorkNodeList::Recall(const char* type, const char* instance) const {
+  const Place place = recent_[RecentSlot(type, instance)];
+  if (place.changes_ != changes_) return {};
+  const WorkNodeEntry& entry = *entries_[place.index_];
+  return entry.type == type && entry.instance == instance ? place : Place();
+}
+
+void WorkNodeList::Remember(const char* type, const char* instance, Place place) {
+  if (place.found()) recent_[RecentSlot(type, instance)] = place;
 }
 
 WorkNodePointer WorkNodeList::Find(std::string_view type, std::string_view instance) const {
   const std::scoped_lock lock(mutex_);
-  const auto found = by_name_.find({type, instance});
-  return found == by_name_.end() ? nullptr : found->second;
+  return At(IndexOf(type, instance));
 }
 
 WorkNodePointer WorkNodeList::FindNode(const IWorkNode* node) const {
   const std::scoped_lock lock(mutex_);
   const auto found = by_node_.find(node);
-  return found == by_node_.end() ? nullptr : found->second;
+  return found == by_node_.end() ? nullptr : entries_[found->second];
 }
 
 WorkNodeList::Snapshot WorkNodeList::Copy() const {
@@ -75,6 +98,7 @@ void WorkNodeList::Clear() noexcept {
   {
     const std::scoped_lock lock(mutex_);
     entries.swap(entries_);
+    ++changes_;
     by_name_.clear();
     by_node_.clear();
   }

@@ -1,6 +1,9 @@
 // The instantiated work nodes, in the order of their creation and findable by name.
 #pragma once
 
+#include <array>
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -9,6 +12,7 @@
 #include <vector>
 
 #include "OrvWorkFlow/IWorkNode.h"
+#include "signalmediator/ContentDirectories.h"
 
 namespace OrvWorkFlow {
 
@@ -29,6 +33,7 @@ struct WorkNodeEntry {
   std::string type;
   std::string instance;
   bool has_names = false;
+  ContentDirectories::OfNode content_directories;
 };
 
 using WorkNodePointer = std::shared_ptr<WorkNodeEntry>;
@@ -46,7 +51,8 @@ inline constexpr char kComponentProperty[] = "Component";
 inline constexpr char kAbsorbingType[] = "AbsorbWorkflow";
 
 // Any thread. A leaf lock guards the list; no node is called under it. Walk a snapshot: nodes may come back to the
-// mediator and change the list.
+// mediator and change the list. The list is changed with the mediator's access lock held, and so the operations marked
+// "locked", which want that held, need no lock of their own.
 class WorkNodeList {
  public:
   using Snapshot = std::vector<WorkNodePointer>;
@@ -56,8 +62,34 @@ class WorkNodeList {
   WorkNodeList(const WorkNodeList&) = delete;
   WorkNodeList& operator=(const WorkNodeList&) = delete;
 
-  // Of two entries with the same names the first appended is found. Unchanged when it throws (no memory).
+  // Where an entry of some name stands, or that there is none, as long as the list does not change.
+  class Place {
+   public:
+    bool found() const { return index_ != kNone; }
+
+    Place() = default;
+
+   private:
+    friend class WorkNodeList;
+    Place(std::size_t index, std::uint64_t changes) : index_(index), changes_(changes) {}
+    static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
+    std::size_t index_ = kNone;
+    std::uint64_t changes_ = 0;  // of the list; 0 before the first look-up
+  };
+
+  // Locked. Of two entries with the same names the first appended is found. Unchanged when it throws (no memory).
   void Append(const WorkNodePointer& entry);
+
+  // Locked. Recall finds, without a look-up, what was remembered for names at these addresses, as long as the list does
+  // not change and the texts there are the same: whoever fires a signal often passes the same texts every time.
+  Place Recall(const char* type, const char* instance) const;
+  void Remember(const char* type, const char* instance, Place place);
+
+  // Locked. GetAt answers what Find does for the names, without a look-up while the place is still good.
+  Place Locate(std::string_view type, std::string_view instance) const { return {IndexOf(type, instance), changes_}; }
+  WorkNodePointer GetAt(Place place, std::string_view type, std::string_view instance) const {
+    return At(place.changes_ == changes_ ? place.index_ : IndexOf(type, instance));
+  }
 
   // Null when there is none.
   WorkNodePointer Find(std::string_view type, std::string_view instance) const;
@@ -65,7 +97,7 @@ class WorkNodeList {
 
   Snapshot Copy() const;
 
-  // Forgets all entries and releases, in list order, the nodes that nobody uses.
+  // Locked. Forgets all entries and releases, in list order, the nodes that nobody uses.
   void Clear() noexcept;
 
  private:
@@ -78,10 +110,20 @@ class WorkNodeList {
     std::size_t operator()(const Name& name) const noexcept;
   };
 
+  static constexpr std::size_t kRecentPlaces = 256;
+  static std::size_t RecentSlot(const char* type, const char* instance) noexcept;
+
+  // Want the mutex or the access lock held.
+  std::size_t IndexOf(std::string_view type, std::string_view instance) const;
+  WorkNodePointer At(std::size_t index) const { return index != Place::kNone ? entries_[index] : nullptr; }
+
   mutable std::mutex mutex_;
+  std::uint64_t changes_ = 1;
   Snapshot entries_;
-  std::unordered_map<Name, WorkNodePointer, NameHash> by_name_;  // the names are the entries' own texts
-  std::unordered_map<const IWorkNode*, WorkNodePointer> by_node_;
+  std::unordered_map<Name, std::size_t, NameHash> by_name_;  // the names are the entries' own texts
+  std::unordered_map<const IWorkNode*, std::size_t> by_node_;
+
+  std::array<Place, kRecentPlaces> recent_;  // guarded by the access lock alone
 };
 
 }  // namespace OrvWorkFlow

@@ -5,12 +5,12 @@
 
 #include "CoreObjects/Marshalled.h"
 #include "OrvWorkFlow/WorkflowSchema.h"
-#include "workflowengine/SavedState.h"
+#include "workflowengine/Entries.h"
 
 namespace OrvWorkFlow {
 namespace {
 
-constexpr char kNodePrefix[] = "/node";  // followed by a number
+constexpr char kNodePrefix[] = "node";  // followed by a number
 
 struct TreeEntry {
   std::string path;
@@ -44,25 +44,11 @@ bool IsSameOrBelow(std::string_view path, std::string_view ancestor) {
   return path.starts_with(ancestor) && (path.size() == ancestor.size() || path[ancestor.size()] == '/');
 }
 
-// A path below `parent` that is not in the tree: the one with the lowest number.
-std::string FreePlace(const std::vector<TreeEntry>& tree, const std::string& parent) {
-  const std::string prefix = parent + kNodePrefix;
-  std::vector<bool> taken(tree.size() + 1);
-  for (const TreeEntry& entry : tree) {
-    if (!entry.path.starts_with(prefix)) continue;
-    for (std::size_t number = 0, place = prefix.size();; ++place) {
-      if (place == entry.path.size()) {
-        if (number < taken.size() && place > prefix.size()) taken[number] = true;
-        break;
-      }
-      const char digit = entry.path[place];
-      const bool leading_zero = place == prefix.size() + 1 && number == 0;
-      if (digit < '0' || digit > '9' || leading_zero || number >= taken.size()) break;
-      number = 10 * number + static_cast<std::size_t>(digit - '0');
-    }
-  }
-  const auto free = std::find(taken.begin(), taken.end(), false);
-  return prefix + std::to_string(free - taken.begin());
+// A path below `parent` that does not exist: the one with the lowest number.
+std::string FreePlace(IDictionary& dictionary, const std::string& parent) {
+  std::vector<std::string> children;
+  ListChildren(dictionary, parent, children);
+  return parent + "/" + kNodePrefix + std::to_string(LowestFreeNumber(children, kNodePrefix));
 }
 
 void MoveSubtree(IDictionary& dictionary, const std::vector<TreeEntry>& tree, const std::string& from,
@@ -94,14 +80,14 @@ TreeChange PutInAbsorbTree(IDictionary& dictionary, const std::string& workflow_
   const std::string parent = absorber != nullptr ? absorber->path : top;
   const TreeEntry* known = FindName(tree, workflow_name);
   if (known == nullptr) {
-    dictionary.SetValue(FreePlace(tree, parent).c_str(), workflow_name.c_str());
+    dictionary.SetValue(FreePlace(dictionary, parent).c_str(), workflow_name.c_str());
     return TreeChange::Added;
   }
   const std::string& place = known->path;
   if (place == top || IsSameOrBelow(parent, place) || place.substr(0, place.rfind('/')) == parent) {
     return TreeChange::None;
   }
-  MoveSubtree(dictionary, tree, place, FreePlace(tree, parent));
+  MoveSubtree(dictionary, tree, place, FreePlace(dictionary, parent));
   return TreeChange::Moved;
 }
 

@@ -5,6 +5,7 @@
 #include "OrvWorkFlow/WorkFlowFactory.h"
 #include "OrvWorkFlow/WorkflowSchema.h"
 #include "workflowengine/AbsorbTree.h"
+#include "workflowengine/Entries.h"
 #include "workflowengine/Messages.h"
 #include "workflowengine/WorkFlowEngineObject.h"
 

@@ -52,7 +52,7 @@ EngineLock EngineCore::LockUnlessInverted() const {
 }
 
 bool EngineCore::MapAndQueue(const EngineLock& lock, const SignalName& sender) {
-  IDictionary* dictionary = Collaborators::Dictionary();
+  IDictionary* dictionary = dictionary_.Get();
   if (dictionary == nullptr) return false;
   const MappedSignal& mapped = mappings_.Find(*dictionary, sender);
   const bool failed = mapped.outcome == MappedSignal::Outcome::Failed;
@@ -71,34 +71,32 @@ bool EngineCore::MapAndQueue(const EngineLock& lock, const SignalName& sender) {
 
 void EngineCore::Append(const EngineLock& /*lock*/, QueueEntry entry) {
   queue_.Append(std::move(entry));
-  load_.fetch_add(kOneWaiting);
+  AddToLoad(kOneWaiting);
 }
 
 QueueEntry EngineCore::TakeFront(const EngineLock& /*lock*/) noexcept {
-  load_.fetch_sub(kOneWaiting);
+  AddToLoad(0U - kOneWaiting);
   return queue_.TakeFront();
 }
 
 void EngineCore::ReplaceQueue(const EngineLock& /*lock*/, SignalQueue queue) noexcept {
   const auto before = static_cast<std::uint32_t>(queue_.Size());
   queue_ = std::move(queue);
-  load_.fetch_add((static_cast<std::uint32_t>(queue_.Size()) - before) * kOneWaiting);
+  AddToLoad((static_cast<std::uint32_t>(queue_.Size()) - before) * kOneWaiting);
 }
 
 void EngineCore::PutInInbox(Letter letter) {
   const std::scoped_lock lock(inbox_mutex_);
   inbox_.push_back(std::move(letter));
-  inbox_size_ = inbox_.size();
-  load_.fetch_add(kOneWaiting);
+  unmapped_.fetch_add(1);
 }
 
 bool EngineCore::TakeFromInbox(Letter& letter) {
-  if (inbox_size_.load() == 0) return false;
+  if (unmapped_.load() == 0) return false;
   const std::scoped_lock lock(inbox_mutex_);
   if (inbox_.empty()) return false;
   letter = std::move(inbox_.front());
   inbox_.pop_front();
-  inbox_size_ = inbox_.size();
   return true;
 }
 
@@ -113,7 +111,7 @@ void EngineCore::MapInbox(const EngineLock& lock) {
       }
     } catch (...) {  // The sender was answered long ago; the others still have to be mapped.
     }
-    load_.fetch_sub(kOneWaiting);
+    unmapped_.fetch_sub(1);
   }
 }
 

@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 
+#include "CoreObjects/KnownGlobalDictionary.h"
 #include "OrvWorkFlow/OrvBase.h"
 #include "workflowengine/Collaborators.h"
 #include "workflowengine/EngineLock.h"
@@ -96,10 +97,14 @@ class EngineCore {
 
   // --- What a host sees; never waits ---
 
-  // Entries and unmapped signals that wait, times 2, plus 1 while the pump is in a pass. One number, so that a host
-  // never sees an entry that has left the queue without seeing the pass that fires it.
-  std::uint32_t Load() const noexcept { return load_.load(); }
-  void SetFiring(bool firing) noexcept { firing ? load_.fetch_or(kFiring) : load_.fetch_and(~kFiring); }
+  // Entries and unmapped signals that wait, times 2, plus 1 while the pump is in a pass. A host never sees an entry
+  // that has left the queue without seeing the pass that fires it, nor misses one that goes from the inbox to the
+  // queue.
+  std::uint32_t Load() const noexcept {
+    const std::uint32_t unmapped = unmapped_.load(std::memory_order_acquire);
+    return unmapped * kOneWaiting + load_.load(std::memory_order_acquire);
+  }
+  void SetFiring(const EngineLock& /*lock*/, bool firing) noexcept { AddToLoad(firing ? kFiring : 0U - kFiring); }
   static constexpr std::uint32_t kFiring = 1;
   static constexpr std::uint32_t kOneWaiting = 2;
 
@@ -115,6 +120,9 @@ class EngineCore {
   // Does not wait for the mutex while the pump may be waiting for this thread.
   EngineLock LockUnlessInverted() const;
   void PutInInbox(Letter letter);
+  void AddToLoad(std::uint32_t change) noexcept {
+    load_.store(load_.load(std::memory_order_relaxed) + change, std::memory_order_release);
+  }
   bool TakeFromInbox(Letter& letter);
   bool MapAndQueue(const EngineLock& lock, const SignalName& sender);
   void WaitForStop();
@@ -127,9 +135,11 @@ class EngineCore {
   Collaborators others_;
   std::atomic<bool> stop_ = false;
   std::atomic<bool> running_ = false;
-  std::atomic<std::uint32_t> load_ = 0;
+  std::atomic<std::uint32_t> load_ = 0;      // of the queue and the pump; changed with the engine mutex held
+  std::atomic<std::uint32_t> unmapped_ = 0;  // in the inbox, or just being mapped
 
   // Guarded by the engine mutex.
+  KnownGlobalDictionary dictionary_;
   SignalQueue queue_;
   SignalMappings mappings_;
 
@@ -138,7 +148,6 @@ class EngineCore {
 
   std::mutex inbox_mutex_;  // leaf
   std::deque<Letter> inbox_;
-  std::atomic<std::size_t> inbox_size_ = 0;
 };
 
 template <class Prepare>

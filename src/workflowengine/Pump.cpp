@@ -9,17 +9,18 @@ namespace {
 // Tells the host, for as long as it lives, that the pump is in a pass.
 class FiringMark {
  public:
-  explicit FiringMark(EngineCore& core) : core_(core) { core_.SetFiring(true); }
+  FiringMark(EngineCore& core, const EngineLock& lock) : core_(core), lock_(lock) { core_.SetFiring(lock_, true); }
   FiringMark(const FiringMark&) = delete;
   FiringMark& operator=(const FiringMark&) = delete;
-  ~FiringMark() { core_.SetFiring(false); }
+  ~FiringMark() { core_.SetFiring(lock_, false); }
 
  private:
   EngineCore& core_;
+  const EngineLock& lock_;
 };
 
 void FireQueue(EngineCore& core, const EngineLock& lock) {
-  const FiringMark mark(core);
+  const FiringMark mark(core, lock);
   std::size_t count = core.Queue(lock).Size();
   if (count == 0) core.Log(EngineCategories::kFireAllReadySignals, EngineLines::kQueueEmpty);
   while (count >= 1 && !core.StopRequested()) {

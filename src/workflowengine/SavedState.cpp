@@ -1,10 +1,13 @@
 #include "workflowengine/SavedState.h"
 
 #include <array>
+#include <string_view>
+#include <unordered_map>
 #include <utility>
 
 #include "CoreObjects/Marshalled.h"
 #include "OrvWorkFlow/WorkflowSchema.h"
+#include "workflowengine/Entries.h"
 
 namespace OrvWorkFlow {
 namespace {
@@ -15,26 +18,55 @@ constexpr std::array<const char*, QueueEntry::kFieldCount> kFieldKeys = {
     WorkflowSchema::kReceiverTypeName, WorkflowSchema::kReceiverInstanceName, WorkflowSchema::kIncomingSignalName,
 };
 
-std::vector<std::string> ListChildren(IDictionary& dictionary, const char* path) {
-  std::vector<std::string> names;
-  const Marshalled<IOrvPStringList> list;
-  if (list && dictionary.GetEntries(path, list.get())) ReadTexts(list.get(), names);
-  return names;
-}
-
 bool WriteString(IDictionary& dictionary, const std::string& path, const char* value) {
   return dictionary.SetValue(path.c_str(), value);
 }
 
 std::string Below(const char* parent, const std::string& child) { return std::string(parent) + "/" + child; }
 
-}  // namespace
+// Reads saved entries. Those with the same texts, of which a queue usually has many, share one block of memory.
+class EntryReader {
+ public:
+  explicit EntryReader(IDictionary& dictionary) : dictionary_(dictionary) {}
 
-std::string ReadString(IDictionary& dictionary, const std::string& path) {
-  std::string value;
-  FetchText(value, [&](IOrvPString* text) { return dictionary.GetValue(path.c_str(), text); });
-  return value;
-}
+  QueueEntry Read(const std::string& child) {
+    path_.assign(WorkflowSchema::kSignalQueue).append("/").append(child);
+    const std::size_t key = path_.size();
+    texts_.clear();
+    std::array<std::size_t, QueueEntry::kFieldCount> ends{};
+    for (std::size_t field = 0; field < ends.size(); ++field) {
+      path_.resize(key);
+      path_ += kFieldKeys[field];
+      value_.clear();
+      if (text_ && dictionary_.GetValue(path_.c_str(), text_.get())) ReadText(text_.get(), value_);
+      texts_ += value_.c_str();  // as far as a zero in it, if there is one
+      texts_ += '\0';
+      ends[field] = texts_.size();
+    }
+    const auto known = known_.find(texts_);
+    return known != known_.end() ? known->second : known_.emplace(texts_, MakeEntry(ends)).first->second;
+  }
+
+ private:
+  QueueEntry MakeEntry(const std::array<std::size_t, QueueEntry::kFieldCount>& ends) const {
+    QueueEntry::Texts views;
+    std::size_t begin = 0;
+    for (std::size_t field = 0; field < ends.size(); ++field) {
+      views[field] = std::string_view(texts_).substr(begin, ends[field] - begin - 1);
+      begin = ends[field];
+    }
+    return QueueEntry(views);
+  }
+
+  IDictionary& dictionary_;
+  const Marshalled<IOrvPString> text_;
+  std::string path_;
+  std::string value_;
+  std::string texts_;  // each with a zero behind it
+  std::unordered_map<std::string, QueueEntry> known_;
+};
+
+}  // namespace
 
 FlowRecord MakeFlowRecord(std::string name, std::string file_path) {
   const std::size_t cut = file_path.find_last_of("/\\");
@@ -44,12 +76,16 @@ FlowRecord MakeFlowRecord(std::string name, std::string file_path) {
 
 bool WriteQueue(IDictionary& dictionary, const std::vector<QueueEntry>& entries) {
   dictionary.Delete(WorkflowSchema::kSignalQueue);
-  const std::string prefix = std::string(WorkflowSchema::kSignalQueue) + WorkflowSchema::kQueueEntryPrefix;
+  std::string path = std::string(WorkflowSchema::kSignalQueue) + WorkflowSchema::kQueueEntryPrefix;
+  const std::size_t prefix = path.size();
   for (std::size_t i = 0; i < entries.size(); ++i) {
-    const std::string key = prefix + std::to_string(i);
+    path.resize(prefix);
+    path += std::to_string(i);
+    const std::size_t key = path.size();
     for (std::size_t field = 0; field < kFieldKeys.size(); ++field) {
-      const char* text = entries[i].Text(static_cast<QueueEntry::Field>(field));
-      if (!WriteString(dictionary, key + kFieldKeys[field], text)) return false;
+      path.resize(key);
+      path += kFieldKeys[field];
+      if (!dictionary.SetValue(path.c_str(), entries[i].Text(static_cast<QueueEntry::Field>(field)))) return false;
     }
   }
   return true;
@@ -77,16 +113,10 @@ bool WriteFlowRecords(IDictionary& dictionary, const std::vector<FlowRecord>& re
 
 SignalQueue ReadQueue(IDictionary& dictionary) {
   SignalQueue queue;
-  std::array<std::string, QueueEntry::kFieldCount> texts;
-  for (const std::string& child : ListChildren(dictionary, WorkflowSchema::kSignalQueue)) {
-    const std::string key = Below(WorkflowSchema::kSignalQueue, child);
-    QueueEntry::Texts views;
-    for (std::size_t field = 0; field < texts.size(); ++field) {
-      texts[field] = ReadString(dictionary, key + kFieldKeys[field]);
-      views[field] = texts[field];
-    }
-    queue.Append(QueueEntry(views));
-  }
+  std::vector<std::string> children;
+  ListChildren(dictionary, WorkflowSchema::kSignalQueue, children);
+  EntryReader reader(dictionary);
+  for (const std::string& child : children) queue.Append(reader.Read(child));
   return queue;
 }
 
@@ -99,7 +129,9 @@ StartSignal ReadStartSignal(IDictionary& dictionary) {
 
 std::vector<FlowRecord> ReadFlowRecords(IDictionary& dictionary) {
   std::vector<FlowRecord> records;
-  for (const std::string& child : ListChildren(dictionary, WorkflowSchema::kWorkFlows)) {
+  std::vector<std::string> children;
+  ListChildren(dictionary, WorkflowSchema::kWorkFlows, children);
+  for (const std::string& child : children) {
     const std::string key = Below(WorkflowSchema::kWorkFlows, child);
     records.push_back(MakeFlowRecord(ReadString(dictionary, key + WorkflowSchema::kWorkFlowRecordName),
                                      ReadString(dictionary, key + WorkflowSchema::kWorkFlowRecordFilePath)));

@@ -24,9 +24,6 @@ struct FlowRecord {
 };
 FlowRecord MakeFlowRecord(std::string name, std::string file_path);
 
-// The text of a string entry, "" when there is none.
-std::string ReadString(IDictionary& dictionary, const std::string& path);
-
 // Writing replaces what stood there before. False when the dictionary refuses; what was written by then stays.
 bool WriteQueue(IDictionary& dictionary, const std::vector<QueueEntry>& entries);
 bool WriteStartSignal(IDictionary& dictionary, const StartSignal& signal);

@@ -1,10 +1,10 @@
 #include "workflowengine/SignalMappings.h"
 
-#include <array>
 #include <utility>
 
 #include "CoreObjects/Marshalled.h"
 #include "OrvWorkFlow/WorkflowSchema.h"
+#include "workflowengine/Entries.h"
 
 namespace OrvWorkFlow {
 namespace {
@@ -28,11 +28,6 @@ std::string MappingValue(const SignalName& receiver) {
   std::string value(receiver.type);
   value.append(",").append(receiver.instance).append(",").append(receiver.signal);
   return value;
-}
-
-bool ListChildren(IDictionary& dictionary, const std::string& path, std::vector<std::string>& names) {
-  const Marshalled<IOrvPStringList> list;
-  return list && dictionary.GetEntries(path.c_str(), list.get()) && ReadTexts(list.get(), names);
 }
 
 bool ReadChild(IDictionary& dictionary, const std::string& path, const std::string& child, std::string& value) {
@@ -71,12 +66,44 @@ MappedSignal ReadMappings(IDictionary& dictionary, const SignalName& sender) {
 
 }  // namespace
 
-bool AddMapping(IDictionary& dictionary, const SignalName& sender, const SignalName& receiver) {
-  const std::string prefix = MapsPath(sender) + WorkflowSchema::kMapPrefix;
-  for (std::uint64_t number = 0;; ++number) {
-    const std::string path = prefix + std::to_string(number);
-    if (!dictionary.Exists(path.c_str())) return dictionary.SetValue(path.c_str(), MappingValue(receiver).c_str());
+bool MappingAdder::Add(IDictionary& dictionary, const SignalName& sender, const SignalName& receiver) {
+  const std::string maps_path = MapsPath(sender);
+  const std::string value = MappingValue(receiver);
+  const std::scoped_lock lock(mutex_);
+  const std::uint64_t before = dictionary.GetChangeCount();
+  const std::uint64_t number = FindFree(dictionary, maps_path, before);
+  const std::string path = maps_path + WorkflowSchema::kMapPrefix + std::to_string(number);
+  if (!dictionary.SetValue(path.c_str(), value.c_str())) return false;
+  const std::uint64_t after = dictionary.GetChangeCount();
+  // One change, this one: what is remembered of other senders still holds.
+  if (dictionary_ != &dictionary || change_count_ != before || after != before + 1) next_.clear();
+  if (after == before + 1) Remember(dictionary, maps_path, number + 1, after);
+  return true;
+}
+
+void MappingAdder::Remember(const IDictionary& dictionary, const std::string& maps_path, std::uint64_t next,
+                            std::uint64_t change_count) {
+  if (next_.size() >= kMostKnownSignals) next_.clear();
+  next_[maps_path] = next;
+  dictionary_ = &dictionary;
+  change_count_ = change_count;
+}
+
+std::uint64_t MappingAdder::FindFree(IDictionary& dictionary, const std::string& maps_path,
+                                     std::uint64_t change_count) {
+  std::uint64_t number = 0;
+  if (dictionary_ == &dictionary && change_count_ == change_count) {
+    const auto known = next_.find(maps_path);
+    if (known != next_.end()) number = known->second;
   }
+  if (number == 0) {
+    std::vector<std::string> children;
+    ListChildren(dictionary, maps_path, children);
+    number = LowestFreeNumber(children, std::string_view(WorkflowSchema::kMapPrefix).substr(1));
+  }
+  const std::string prefix = maps_path + WorkflowSchema::kMapPrefix;
+  while (dictionary.Exists((prefix + std::to_string(number)).c_str())) ++number;
+  return number;
 }
 
 bool RemoveMapping(IDictionary& dictionary, const SignalName& sender, const SignalName& receiver) {
@@ -106,23 +133,47 @@ void RemoveAllMappings(IDictionary& dictionary) {
   }
 }
 
+std::size_t SignalMappings::RecentSlot(const SignalName& sender) noexcept {
+  constexpr int kWithinABlock = 3;  // these bits of an address hardly differ
+  const auto address = [](std::string_view text) { return reinterpret_cast<std::uintptr_t>(text.data()); };
+  return ((address(sender.type) ^ address(sender.instance) * 3 ^ address(sender.signal) * 5) >> kWithinABlock) %
+         kRecentSenders;
+}
+
+bool SignalMappings::IsKeyOf(std::string_view key, const SignalName& sender) noexcept {
+  const std::size_t second = sender.type.size() + 1;
+  const std::size_t third = second + sender.instance.size() + 1;
+  return key.size() == third + sender.signal.size() && key.starts_with(sender.type) &&
+         key.substr(second).starts_with(sender.instance) && key.ends_with(sender.signal) && key[second - 1] == '\0' &&
+         key[third - 1] == '\0';
+}
+
 const MappedSignal& SignalMappings::Find(IDictionary& dictionary, const SignalName& sender) {
-  key_.assign(sender.type).append(1, '\0').append(sender.instance).append(1, '\0').append(sender.signal);
   // Asked before the mappings are read: a change in between makes what is kept too old, never too new.
   const std::uint64_t change_count = dictionary.GetChangeCount();
-  const auto place = known_.find(std::string_view(key_));
-  if (place != known_.end() && place->second.dictionary == &dictionary && place->second.change_count == change_count) {
-    return place->second.mapped;
+  const auto& [key, known] = recent_[RecentSlot(sender)];
+  if (known != nullptr && known->IsCurrent(dictionary, change_count) && IsKeyOf(key, sender)) return known->mapped;
+  return FindByText(dictionary, change_count, sender);
+}
+
+const MappedSignal& SignalMappings::FindByText(IDictionary& dictionary, std::uint64_t change_count,
+                                               const SignalName& sender) {
+  key_.assign(sender.type).append(1, '\0').append(sender.instance).append(1, '\0').append(sender.signal);
+  auto place = known_.find(std::string_view(key_));
+  if (place == known_.end() || !place->second.IsCurrent(dictionary, change_count)) {
+    MappedSignal mapped = ReadMappings(dictionary, sender);
+    if (mapped.outcome == MappedSignal::Outcome::Failed) {
+      failed_ = std::move(mapped);
+      return failed_;
+    }
+    if (place == known_.end()) {
+      if (known_.size() >= kMostKnownSignals) Forget();
+      place = known_.try_emplace(key_).first;
+    }
+    place->second = {&dictionary, change_count, std::move(mapped)};
   }
-  MappedSignal mapped = ReadMappings(dictionary, sender);
-  if (mapped.outcome == MappedSignal::Outcome::Failed) {
-    failed_ = std::move(mapped);
-    return failed_;
-  }
-  if (known_.size() >= kMostKnownSignals) known_.clear();
-  Known& known = known_[key_];
-  known = {&dictionary, change_count, std::move(mapped)};
-  return known.mapped;
+  recent_[RecentSlot(sender)] = {place->first, &place->second};
+  return place->second.mapped;
 }
 
 }  // namespace OrvWorkFlow

@@ -1,13 +1,16 @@
 // Which input signals an output signal leads to. The mappings live in the dictionary below their sender.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <mutex>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
 
+#include "CoreObjects/TextHash.h"
 #include "OrvWorkFlow/IDictionary.h"
 #include "workflowengine/SignalQueue.h"
 
@@ -22,11 +25,29 @@ struct SignalName {
 
 // The operations on the mappings of the dictionary. Any thread; they may throw for lack of memory.
 
-// At the lowest free number. Answers what the dictionary answers.
-bool AddMapping(IDictionary& dictionary, const SignalName& sender, const SignalName& receiver);
 // The first that is equal; false when none is.
 bool RemoveMapping(IDictionary& dictionary, const SignalName& sender, const SignalName& receiver);
 void RemoveAllMappings(IDictionary& dictionary);
+
+// Adds mappings, each at the lowest free number of its sender. Remembers those numbers as long as nobody else changes
+// the dictionary, so that many mappings of one sender are added without looking at those that are there. Any thread;
+// adds wait for each other.
+class MappingAdder {
+ public:
+  // Answers what the dictionary answers.
+  bool Add(IDictionary& dictionary, const SignalName& sender, const SignalName& receiver);
+
+ private:
+  // The lowest free number below the sender's maps key.
+  std::uint64_t FindFree(IDictionary& dictionary, const std::string& maps_path, std::uint64_t change_count);
+  void Remember(const IDictionary& dictionary, const std::string& maps_path, std::uint64_t next,
+                std::uint64_t change_count);
+
+  std::recursive_mutex mutex_;  // before the dictionary's; a listener of the dictionary may add mappings
+  const IDictionary* dictionary_ = nullptr;
+  std::uint64_t change_count_ = 0;
+  std::unordered_map<std::string, std::uint64_t> next_;
+};
 
 // What an output signal leads to.
 struct MappedSignal {
@@ -45,20 +66,34 @@ class SignalMappings {
   // The answer is valid until the next call.
   const MappedSignal& Find(IDictionary& dictionary, const SignalName& sender);
 
-  void Forget() noexcept { known_.clear(); }
+  void Forget() noexcept {
+    recent_.fill({});
+    known_.clear();
+  }
 
  private:
   struct Known {
     const IDictionary* dictionary = nullptr;
     std::uint64_t change_count = 0;
     MappedSignal mapped;
-  };
-  struct Hash {
-    using is_transparent = void;
-    std::size_t operator()(std::string_view text) const noexcept { return std::hash<std::string_view>()(text); }
-  };
 
-  std::unordered_map<std::string, Known, Hash, std::equal_to<>> known_;
+    bool IsCurrent(const IDictionary& now, std::uint64_t count) const noexcept {
+      return dictionary == &now && change_count == count;
+    }
+  };
+  // What was found for names at these addresses: whoever fires often passes the same texts every time.
+  struct Recent {
+    std::string_view key;
+    const Known* known = nullptr;
+  };
+  static constexpr std::size_t kRecentSenders = 64;
+
+  static std::size_t RecentSlot(const SignalName& sender) noexcept;
+  static bool IsKeyOf(std::string_view key, const SignalName& sender) noexcept;
+  const MappedSignal& FindByText(IDictionary& dictionary, std::uint64_t change_count, const SignalName& sender);
+
+  std::unordered_map<std::string, Known, TextHash, std::equal_to<>> known_;
+  std::array<Recent, kRecentSenders> recent_;
   std::string key_;  // of the signal being looked for; kept for its room
   MappedSignal failed_;
 };

@@ -2,9 +2,11 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <cstddef>
-#include <memory>
+#include <cstdint>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace OrvWorkFlow {
@@ -26,12 +28,31 @@ class QueueEntry {
   QueueEntry() = default;  // six empty texts
   // A text ends at its first zero character.
   explicit QueueEntry(const Texts& texts);
+  QueueEntry(const QueueEntry& other) noexcept : block_(other.block_) {
+    if (block_ != nullptr) block_->shares.fetch_add(1, std::memory_order_relaxed);
+  }
+  QueueEntry(QueueEntry&& other) noexcept : block_(std::exchange(other.block_, nullptr)) {}
+  QueueEntry& operator=(QueueEntry other) noexcept {
+    std::swap(block_, other.block_);
+    return *this;
+  }
+  ~QueueEntry() {
+    if (block_ != nullptr && block_->shares.fetch_sub(1, std::memory_order_acq_rel) == 1) Free(block_);
+  }
 
   // Zero-terminated; valid as long as any copy of the entry.
-  const char* Text(Field field) const noexcept;
+  const char* Text(Field field) const noexcept { return block_ != nullptr ? block_->texts[field] : ""; }
 
  private:
-  std::shared_ptr<const char[]> block_;  // the texts one behind the other, each with its terminator
+  // The characters stand behind it, each text with its terminator.
+  struct Block {
+    std::atomic<std::uint32_t> shares = 1;
+    std::array<const char*, kFieldCount> texts{};
+  };
+
+  static void Free(Block* block) noexcept;
+
+  Block* block_ = nullptr;
 };
 
 // A ring of entries, with room for 10 at first, that doubles when it is full. Appending and taking cost the same
@@ -50,9 +71,14 @@ class SignalQueue {
   // The front entry, which leaves the queue. Not on an empty queue.
   QueueEntry TakeFront() noexcept;
   // Entry number `index` from the front, less than Size().
-  const QueueEntry& At(std::size_t index) const noexcept { return slots_[(head_ + index) % slots_.size()]; }
+  const QueueEntry& At(std::size_t index) const noexcept { return slots_[Place(index)]; }
 
  private:
+  std::size_t Place(std::size_t index) const noexcept {
+    const std::size_t place = head_ + index;
+    return place < slots_.size() ? place : place - slots_.size();
+  }
+
   std::vector<QueueEntry> slots_;
   std::size_t head_ = 0;
   std::size_t size_ = 0;

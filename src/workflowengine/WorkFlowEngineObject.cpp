@@ -66,8 +66,8 @@ bool CWorkFlowEngine::AddSignalMapping(const char* sender_type, const char* send
   }
   try {
     IDictionary* dictionary = Collaborators::Dictionary();
-    return dictionary != nullptr && AddMapping(*dictionary, {sender_type, sender_instance, outgoing_signal},
-                                               {receiver_type, receiver_instance, incoming_signal});
+    return dictionary != nullptr && mapping_adder_.Add(*dictionary, {sender_type, sender_instance, outgoing_signal},
+                                                       {receiver_type, receiver_instance, incoming_signal});
   } catch (...) {
     return false;
   }

@@ -82,6 +82,7 @@ class CWorkFlowEngine final : public BaseObject<CWorkFlowEngine, IWorkFlowEngine
 
   const std::shared_ptr<EngineCore> core_;
   FlowPaths flow_paths_;
+  MappingAdder mapping_adder_;
   AbsorbTurns absorb_turns_;
   std::recursive_mutex absorb_tree_mutex_;  // before the dictionary's; a listener of the dictionary may absorb
 

@@ -3,6 +3,7 @@
 #include "CoreObjects/ErrorBox.h"
 #include "OrvWorkFlow/WorkflowSchema.h"
 #include "workflowengine/AbsorbTree.h"
+#include "workflowengine/Entries.h"
 #include "workflowengine/Messages.h"
 #include "workflowengine/WorkFlowEngineObject.h"
 

@@ -7,6 +7,7 @@
 
 #include "CoreObjects/MediatorLockDepth.h"
 #include "runtime/PluginLoader.h"
+#include "tests/fakes/ForwardingDictionary.h"
 #include "tests/signalmediator/MediatorFixture.h"
 #include "tests/support/TimeLimit.h"
 
@@ -119,6 +120,74 @@ TEST_F(RoutingTest, AnInstanceThatIsNotDefinedIsLoggedAndTheSignalDropped) {
   EXPECT_EQ(statistics.received, 1u);
   EXPECT_EQ(statistics.finished, 1u);
   EXPECT_EQ(statistics.failures, 1u);
+}
+
+// Counts what is read.
+class CountingDictionary final : public ForwardingDictionary {
+ public:
+  using ForwardingDictionary::ForwardingDictionary;
+  bool GetValue(const char* path, OrvWorkFlow::IOrvPString* value) override {
+    ++reads;
+    return ForwardingDictionary::GetValue(path, value);
+  }
+  bool GetValue(const char* path, OrvWorkFlow::IOrvPStringList* value) override {
+    ++reads;
+    return ForwardingDictionary::GetValue(path, value);
+  }
+  using ForwardingDictionary::GetValue;
+  bool Exists(const char* path) override {
+    ++reads;
+    return ForwardingDictionary::Exists(path);
+  }
+  bool GetEntries(const char* path, OrvWorkFlow::IOrvPStringList* names) override {
+    ++reads;
+    return ForwardingDictionary::GetEntries(path, names);
+  }
+  bool EnumeratePaths(const char* path, OrvWorkFlow::IOrvPStringList* paths) override {
+    ++reads;
+    return ForwardingDictionary::EnumeratePaths(path, paths);
+  }
+  int reads = 0;
+};
+
+TEST_F(RoutingTest, ASignalReadsNothingOfADictionaryThatHasNotChanged) {
+  CountingDictionary counting(dictionary_);
+  RemoveGlobals();
+  Globalise("Dictionary", &counting);
+  SetText("/WorkFlowEngine/AbsorbTree/node0", "Flow");
+  for (int i = 0; i < 50; ++i) {
+    SetText("/WorkFlowEngine/AbsorbTree/node0/node" + std::to_string(i), "Flow" + std::to_string(i));
+    DefineNode("Alpha", "i" + std::to_string(i));
+  }
+  SetTexts("/WorkFlowEngine/Directories/Flow/ReadDirs", {"one"});
+  const auto fire_at_all = [&] {
+    for (int i = 0; i < 50; ++i) EXPECT_TRUE(Fire("Alpha", "i" + std::to_string(i), "go"));
+  };
+  fire_at_all();  // makes the nodes
+  fire_at_all();  // reads their directories
+  counting.reads = 0;
+  fire_at_all();
+  EXPECT_EQ(counting.reads, 0);
+  SetTexts("/WorkFlowEngine/Directories/Flow/ReadDirs", {"two"});
+  TakeJournal();
+  EXPECT_TRUE(Fire("Alpha", "i49", "go"));
+  EXPECT_THAT(TakeJournal(),
+              ElementsAre("i49.ResetContentDirectories()", "i49.AddContentDirectory(two)", "i49.Signal(go)"));
+  EXPECT_EQ(counting.reads, 5) << "the flow of the node, the tree, its first entry, that again, the directories";
+  ReleaseMediator();
+}
+
+TEST_F(RoutingTest, AReceiverIsKnownByItsTextsNotByWhereTheyStand) {
+  DefineNode("Alpha", "a2");
+  char instance[] = "a1";
+  for (const char digit : {'1', '2', '1', '3', '2'}) {
+    instance[1] = digit;
+    EXPECT_TRUE(mediator_->FireInputSignal("Alpha", instance, "go"));
+  }
+  EXPECT_EQ(GetStatistics().nodes, 2u);
+  EXPECT_EQ(GetStatistics().failures, 1u);
+  EXPECT_EQ(logger_.CountText("Firing input signal 'go' on <Alpha, a2>"), 2u);
+  EXPECT_EQ(logger_.CountText("Could not find <Alpha, a3> to fire 'go' on."), 1u);
 }
 
 TEST_F(RoutingTest, InstanceNamesThatNoPathCanHoldAreNotDefined) {

@@ -2,6 +2,7 @@
 #include <filesystem>
 
 #include "filesystem/FileSystemObject.h"
+#include "tests/fakes/RefusingFileSystem.h"
 #include "tests/support/TempDirectory.h"
 #include "tests/workflowengine/EngineFixture.h"
 
@@ -447,33 +448,16 @@ TEST_F(StateTest, TenThousandEntriesAreSavedAndLoadedInSeconds) {
 }
 
 // A file system whose RemoveFile throws once.
-class ThrowingFileSystem final : public ObjectProtocol<ThrowingFileSystem, IFileSystemA> {
+class ThrowingFileSystem final : public RefusingFileSystem<ObjectProtocol<ThrowingFileSystem, IFileSystemA>> {
  public:
-  explicit ThrowingFileSystem(IFileSystemA* inner) : ObjectProtocol("FileSystem", "IFileSystemA"), inner_(inner) {}
+  explicit ThrowingFileSystem(IFileSystemA* inner) : RefusingFileSystem("FileSystem", "IFileSystemA"), inner_(inner) {}
   bool RemoveFile(const char* path) override {
     if (++removals == 1) throw 1;
     return inner_->RemoveFile(path);
   }
   bool MakeFile(const char* path) override { return inner_->MakeFile(path); }
-  void Release() override {}
-
-  bool WorkflowPathToPlatformPath(const char*, char*, std::size_t, std::size_t*) override { return false; }
-  bool WorkflowPathToPlatformPathString(const char*, String*) override { return false; }
-  bool MakeDirectory(const char*) override { return false; }
-  bool DeleteDirectory(const char*) override { return false; }
-  bool ListFiles(const char*, StringList*) override { return false; }
-  bool ListDirectories(const char*, StringList*) override { return false; }
-  bool CopyOneFile(const char*, const char*, bool) override { return false; }
-  bool FileExists(const char*) override { return false; }
-  bool DirectoryExists(const char*) override { return false; }
-  std::uint32_t FileSize(const char*) override { return 0; }
-  bool ReadFileToString(const char*, String*) override { return false; }
-  bool ReadFileToStream(const char*, IOrvBasicStream*) override { return false; }
-  bool WriteFileBytes(const char*, const void*, std::size_t) override { return true; }
-  bool WriteFileText(const char*, const char*) override { return false; }
-  bool WriteFileString(const char*, const String*) override { return false; }
-  bool AppendFileString(const char*, const String*) override { return false; }
   bool ReplaceFileBytes(const char*, const void*, std::size_t) override { return true; }
+  void Release() override {}
 
   int removals = 0;
 

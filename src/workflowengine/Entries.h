@@ -1,0 +1,22 @@
+// Small questions that the engine asks the dictionary.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "OrvWorkFlow/IDictionary.h"
+
+namespace OrvWorkFlow {
+
+// The text of a string entry, "" when there is none.
+std::string ReadString(IDictionary& dictionary, const std::string& path);
+
+// The names of an entry's children in their order. False, with `names` untouched, when the listing fails.
+bool ListChildren(IDictionary& dictionary, const std::string& path, std::vector<std::string>& names);
+
+// The lowest number N for which no name is `prefix` + N, as it is written without leading zeros.
+std::uint64_t LowestFreeNumber(const std::vector<std::string>& names, std::string_view prefix);
+
+}  // namespace OrvWorkFlow
