@@ -9,41 +9,17 @@
 #include <thread>
 #include <vector>
 
-#include "OrvWorkFlow/WorkFlowFactory.h"
 #include "tests/fakes/MessageBoxRecorder.h"
-#include "tests/plugins/TestNode.h"
+#include "tests/workflow/Actor.h"
 #include "tests/workflow/Workbench.h"
 
 namespace {
 
+using orv_test::Actor;
 using orv_test::Host;
 using orv_test::Log;
 using orv_test::MessageBoxRecorder;
 using orv_test::Workbench;
-
-// Nodes of this type do what the test says.
-class Actor final : public orv_test::TestNode<Actor> {
- public:
-  static constexpr const char* kTypeName = "Actor";
-  using Play = std::function<bool(Actor& actor, const std::string& instance, const std::string& signal)>;
-  static Play& ThePlay() {
-    static Play play;
-    return play;
-  }
-
-  Actor() : TestNode(kTypeName) {}
-  bool Initialise(const char* instance_name) override {
-    name_ = instance_name;
-    return TestNode::Initialise(instance_name);
-  }
-  bool Signal(const char* signal_name) override { return ThePlay()(*this, name_, signal_name); }
-  bool Fire(const char* signal_name) { return handler() != nullptr && handler()->Signal(this, signal_name); }
-
- private:
-  std::string name_;
-};
-
-OrvWorkFlow::WorkFlowFactory actor_registration(new (std::nothrow) orv_test::TestNodeCreator<Actor>);
 
 // A library that exists: the type itself is registered by this program.
 constexpr char kLibrary[] = "GoodPlugin";
@@ -289,6 +265,26 @@ constexpr int kSignals = 50000;
 #else
 constexpr int kSignals = 1000000;
 #endif
+
+TEST(RoadOfOneSignalTest, TheLibraryGoesWhileThePumpRuns) {
+  std::atomic<int> played = 0;
+  {
+    Workbench bench(Host::kNone, Log::kNone);
+    bench.AddNode("Actor", "A", kLibrary);
+    bench.Map("Actor", "A", "again", "Actor,A,go");
+    Actor::ThePlay() = [&](Actor& actor, const std::string& /*instance*/, const std::string& /*signal*/) {
+      ++played;
+      return actor.Fire("again");
+    };
+    ASSERT_TRUE(bench.LoadNodes());
+    bench.engine().SetStartSignal("Actor", "A", "go");
+    ASSERT_TRUE(bench.engine().StartFlowing());
+    while (played < 1000) std::this_thread::yield();
+  }
+  const int at_the_end = played;
+  std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  EXPECT_EQ(played, at_the_end);
+}
 
 TEST(RoadOfOneSignalTest, AMillionSignalsToAndFro) { PlayPingPong(Host::kNone, kSignals); }
 

@@ -5,12 +5,15 @@
 #include <thread>
 
 #include "OrvWorkFlow/WorkFlowFactory.h"
+#include "tests/workflow/Actor.h"
 
 namespace orv_test {
 
 using OrvWorkFlow::WorkFlowFactory;
 
 namespace {
+
+WorkFlowFactory actor_registration(new (std::nothrow) TestNodeCreator<Actor>);
 
 template <class Interface>
 Interface* MakeGlobal(const char* object_name, const char* interface_name) {
@@ -25,8 +28,9 @@ Workbench::Workbench(Host host, Log log) {
   if (log == Log::kRecorded) WorkFlowFactory::AddGlobalObject("Logger", &logger_, false);
   dictionary_ = MakeGlobal<OrvWorkFlow::IDictionary>("Dictionary", "IDictionary");
   WorkFlowFactory::CreateNewGlobalObject("FileSystem");
-  engine_ = MakeGlobal<OrvWorkFlow::IWorkFlowEngine>("WorkFlowEngine", "IWorkFlowEngine");
+  // The engine last, so that it goes first: its pump uses all the others.
   mediator_ = MakeGlobal<OrvWorkFlow::ISignalMediator>("SignalMediator", "ISignalMediator");
+  engine_ = MakeGlobal<OrvWorkFlow::IWorkFlowEngine>("WorkFlowEngine", "IWorkFlowEngine");
   if (host == Host::kWithGuiThread) {
     host_app_ = OrvWorkFlow::HostApp::New();
     WorkFlowFactory::AddGlobalObject("HostApp", host_app_, false);
