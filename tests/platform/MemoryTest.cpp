@@ -27,7 +27,9 @@ TEST(SystemMemory, GivesWhatIsAskedFor) {
     EXPECT_EQ(reinterpret_cast<std::uintptr_t>(memory) % alignof(std::max_align_t), 0u) << size;
     auto* const bytes = static_cast<unsigned char*>(memory);
     for (std::size_t at = 0; at < size; at += at < 64 || size - at <= 64 ? 1 : 63) bytes[at] = 0xA5;
-    if (size > 0) EXPECT_EQ(bytes[size - 1], 0xA5) << size;
+    if (size > 0) {
+      EXPECT_EQ(bytes[size - 1], 0xA5) << size;
+    }
     SystemMemory::GiveBack(memory, size);
   }
   SystemMemory::GiveBack(nullptr, 5);
