@@ -142,9 +142,12 @@ WorkflowHost::Result WorkflowHost::Run(const Limits& limits) {
   host_app_->AllowRestart(!limits.state_file.empty());
   if (!engine_->StartFlowing()) return {End::NotStarted, GetBacklog()};
   Result result;
+  std::optional<Watchdog> watchdog;  // Until the last delivery has ended.
   // The stop has a thread of its own: while it waits for the nodes, this one goes on delivering.
   std::thread watcher([&] {
-    result = RunUntilStopped(limits);
+    result = WatchUntilEnd(limits);
+    if (result.end == End::TimedOut && limits.stuck) watchdog.emplace(kStopPatience, limits.stuck);
+    StopAtEnd(limits, result);
     host_app_->Quit();
   });
   host_app_->RunGuiThread();
@@ -153,21 +156,17 @@ WorkflowHost::Result WorkflowHost::Run(const Limits& limits) {
   return result;
 }
 
-WorkflowHost::Result WorkflowHost::RunUntilStopped(const Limits& limits) {
-  Result result = WatchUntilEnd(limits);
+void WorkflowHost::StopAtEnd(const Limits& limits, Result& result) {
   IWorkFlowEngine::QueueState queue;
   engine_->GetQueueState(&queue);
-  if (result.end == End::Restart && !queue.running) return result;  // A checkpoint has stopped everything.
+  if (result.end == End::Restart && !queue.running) return;  // A checkpoint has stopped everything.
   const bool has_state = result.end == End::Idle || result.end == End::Stopped || result.end == End::Restart;
-  if (has_state && !limits.state_file.empty()) {
-    result.saved = StopAndSave(limits.state_file);
-    if (result.saved) result.backlog = GetBacklog();
-    return result;
+  if (!has_state || limits.state_file.empty()) {
+    engine_->StopFlowing();
+    return;
   }
-  std::optional<Watchdog> watchdog;
-  if (result.end == End::TimedOut && limits.stuck) watchdog.emplace(kStopPatience, limits.stuck);
-  engine_->StopFlowing();
-  return result;
+  result.saved = StopAndSave(limits.state_file);
+  if (result.saved) result.backlog = GetBacklog();
 }
 
 WorkflowHost::Result WorkflowHost::WatchUntilEnd(const Limits& limits) {

@@ -114,7 +114,7 @@ class WorkflowHost {
   Interface* MakeGlobal(const char* object_name, const char* interface_name);
   void TakeDown() noexcept;
 
-  Result RunUntilStopped(const Limits& limits);
+  void StopAtEnd(const Limits& limits, Result& result);
   std::optional<End> FindEnd(const Limits& limits, std::chrono::steady_clock::time_point start) const;
   Result WatchUntilEnd(const Limits& limits);
   std::optional<Result> SaveCheckpoint(const Limits& limits, std::chrono::steady_clock::time_point start);

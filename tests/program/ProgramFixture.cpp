@@ -35,7 +35,8 @@ std::string ProgramFixture::WriteFlow(const std::vector<FlowNode>& nodes, const 
   const std::string engine = Text("WorkFlowName", "Test") + Element("AbsorbTree", Text("node0", "Test")) +
                              Element("Mappings", Element("StartSignal", signal)) + Element("WorkNodes", entries);
   const std::string file = File("flow.xml");
-  WriteFile(file, Element("IDictionaryRoot", Element("WorkFlowEngine", engine)));
+  const std::string counting = "<Limit __type=\"int\">0</Limit>" + Text("Log", "");  // For the nodes that count.
+  WriteFile(file, Element("IDictionaryRoot", Element("WorkFlowEngine", engine) + Element("Counting", counting)));
   return file;
 }
 

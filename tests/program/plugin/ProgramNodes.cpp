@@ -1,6 +1,8 @@
 // Work nodes that misbehave, or never end, for tests of the program.
 #include <atomic>
 #include <chrono>
+#include <cstdint>
+#include <cstdio>
 #include <new>
 #include <stdexcept>
 #include <thread>
@@ -9,6 +11,7 @@
 #include "OrvWorkFlow/WorkFlowFactory.h"
 #include "nodes/NodeCreator.h"
 #include "nodes/WorkNodeBase.h"
+#include "runtime/MarshalledHolder.h"
 
 ORV_WORKFLOW_PLUGIN();
 
@@ -83,10 +86,66 @@ class BusyNode final : public WorkNodeBase {
   std::thread worker_;
 };
 
+// An entry "/Counting/<name>" of the workflow's dictionary.
+std::int32_t ReadCounting(IDictionary& dictionary, const std::string& name) {
+  std::int32_t value = 0;
+  dictionary.GetValue(("/Counting/" + name).c_str(), &value);
+  return value;
+}
+
+// Writes a line to the file "/Counting/Log", if there is one, with one write.
+void WriteCounting(IDictionary& dictionary, char letter, std::int32_t number) {
+  const std::string file = TextFrom([&](IOrvPString* text) { return dictionary.GetValue("/Counting/Log", text); });
+  if (file.empty()) return;
+  const std::string line = letter + std::to_string(number) + "\n";
+  std::FILE* const stream = std::fopen(file.c_str(), "ab");
+  if (stream == nullptr) throw std::runtime_error("cannot write " + file);
+  std::fwrite(line.data(), 1, line.size(), stream);
+  std::fclose(stream);
+}
+
+// "go": counts one further, writes "A<count>", fires "told" and, until the limit, "out".
+class CountingNode final : public WorkNodeBase {
+ public:
+  static constexpr char kTypeName[] = "CountingNode";
+  CountingNode() : WorkNodeBase(kTypeName) {}
+
+ private:
+  bool OnSignal(std::string_view /*signal*/) override {
+    IDictionary& dictionary = WorkflowDictionary();
+    const std::int32_t count = ReadCounting(dictionary, "Count") + 1;
+    dictionary.SetValue("/Counting/Count", count);
+    WriteCounting(dictionary, 'A', count);
+    FireOutput("told");
+    const std::int32_t limit = ReadCounting(dictionary, "Limit");
+    if (limit == 0 || count < limit) FireOutput("out");
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    return true;
+  }
+};
+
+// "mark": counts one further and writes "B<count>".
+class MarkingNode final : public WorkNodeBase {
+ public:
+  static constexpr char kTypeName[] = "MarkingNode";
+  MarkingNode() : WorkNodeBase(kTypeName) {}
+
+ private:
+  bool OnSignal(std::string_view /*signal*/) override {
+    IDictionary& dictionary = WorkflowDictionary();
+    const std::int32_t marks = ReadCounting(dictionary, "Marks") + 1;
+    dictionary.SetValue("/Counting/Marks", marks);
+    WriteCounting(dictionary, 'B', marks);
+    return true;
+  }
+};
+
 WorkFlowFactory echo_node(new (std::nothrow) NodeCreator<EchoNode>);
 WorkFlowFactory sleeping_node(new (std::nothrow) NodeCreator<SleepingNode>);
 WorkFlowFactory failing_node(new (std::nothrow) NodeCreator<FailingNode>);
 WorkFlowFactory busy_node(new (std::nothrow) NodeCreator<BusyNode>);
+WorkFlowFactory counting_node(new (std::nothrow) NodeCreator<CountingNode>);
+WorkFlowFactory marking_node(new (std::nothrow) NodeCreator<MarkingNode>);
 
 }  // namespace
 }  // namespace OrvWorkFlow::Nodes
