@@ -44,10 +44,11 @@ TEST(SystemMemory, FailsForMoreThanThereIs) {
 
 TEST(MemoryBlock, HasOneOwner) {
   MemoryBlock first(100);
+  const MemoryBlock& emptied = first;
   char* const data = first.data();
   MemoryBlock second(std::move(first));
-  EXPECT_EQ(first.data(), nullptr);
-  EXPECT_EQ(first.size(), 0u);
+  EXPECT_EQ(emptied.data(), nullptr);
+  EXPECT_EQ(emptied.size(), 0u);
   EXPECT_EQ(second.data(), data);
   MemoryBlock third(50);
   third = std::move(second);
