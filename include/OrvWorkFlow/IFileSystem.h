@@ -162,7 +162,9 @@ class IFileSystemEdits : public Before {
   virtual bool DeleteFileBytes(const Char* path, std::uint32_t position, std::uint32_t count) = 0;
 
   // Replaces the file's content by the bytes so that a reader, and a crash at any moment, finds the old content or the
-  // new one, never a mixture. The file's permissions stay. False leaves the old content.
+  // new one, never a mixture: a new file takes the old one's name and permissions. Other names of the old file (hard
+  // links) keep the old content. Where the directory takes no new file, the file itself is written, and a crash may
+  // lose it. False leaves the old content.
   virtual bool ReplaceFileBytes(const Char* path, const void* data, std::size_t size) = 0;
 
  protected:

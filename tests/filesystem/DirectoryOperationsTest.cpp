@@ -280,5 +280,47 @@ TYPED_TEST(DirectoryOperations, AContentDirectoryMayBeAWorkflowPath) {
   EXPECT_EQ(this->Content("to"), "found");
 }
 
+// Takes every directory to be missing, and makes it.
+class MadeDirectories final : public DirectoriesOf<char> {
+ public:
+  Names made;
+
+  SystemResult CreateOneDirectory(const std::string& path) override {
+    made.push_back(path);
+    return SystemResult::Ok;
+  }
+  bool RemoveOneDirectory(const std::string&) override { return false; }
+  bool FindFirst(const std::string&, std::uint32_t*) override { return false; }
+  bool IsRoot(const std::string&) override { return false; }
+};
+
+TEST(NarrowMakeDirectory, BeginsBehindTheDriveOrTheShare) {
+  struct Case {
+    const char* path;
+    Names made;
+  };
+  const Case cases[] = {
+      {"\\\\server\\share\\a\\b", {"\\\\server\\share\\a", "\\\\server\\share\\a\\b"}},
+      {"//server/share/a", {"//server/share/a"}},
+      {"\\\\server\\share", {}},
+      {"\\\\server", {}},
+      {"C:\\a\\\\b/c", {"C:\\a", "C:\\a\\\\b", "C:\\a\\\\b/c"}},
+      {"C:\\", {}},
+      {"\\a\\b", {"\\a", "\\a\\b"}},
+      {"a\\b", {"a", "a\\b"}},
+  };
+  for (const Case& one : cases) {
+    MadeDirectories directories;
+    const Platform& real = SystemPlatform();
+    const PlatformOf<char> narrow{real.narrow.files, directories, real.narrow.trees, real.narrow.locations};
+    const Platform platform{narrow, real.wide, real.open_files, real.code_page};
+    CFileSystem* object = new CFileSystem(platform);
+    auto* face = static_cast<IFileSystemA*>(object->QueryInterface("IFileSystemA"));
+    EXPECT_TRUE(face->MakeDirectory(one.path)) << one.path;
+    EXPECT_EQ(directories.made, one.made) << one.path;
+    object->Release();
+  }
+}
+
 }  // namespace
 }  // namespace OrvWorkFlow

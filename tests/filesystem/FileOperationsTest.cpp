@@ -432,6 +432,17 @@ TEST(WideFace, WorksWithoutWideCalls) {
   EXPECT_EQ(face->FileSize(at("d\\a").c_str()), 11U);
   EXPECT_TRUE(face->ReadFileToStream(at("d\\a").c_str(), stream.out()));
   EXPECT_EQ(stream.bytes().size(), 11U);
+  EXPECT_TRUE(face->ReadFileRange(at("d\\a").c_str(), 1, 2, stream.out()));
+  EXPECT_EQ(stream.bytes(), "bc");
+  EXPECT_TRUE(face->PrependFileString(at("d\\a").c_str(), text.out()));
+  EXPECT_TRUE(face->DeleteFileBytes(at("d\\a").c_str(), 0, 8));
+  EXPECT_TRUE(face->WriteFileTextUnicode(at("d\\sub\\u").c_str(), u"wide"));
+  EXPECT_TRUE(face->ReadFileToWideString(at("d\\sub\\u").c_str(), text.out()));
+  EXPECT_TRUE(text.str() == u"wide");
+  EXPECT_TRUE(face->CopyDirectory(at("d\\sub").c_str(), at("copy").c_str(), false));
+  EXPECT_TRUE(face->FileExists(at("copy\\u").c_str()));
+  EXPECT_TRUE(face->DeleteDirectory(at("copy").c_str()));
+  EXPECT_TRUE(face->RemoveFile(at("d\\sub\\u").c_str()));
   EXPECT_TRUE(face->CopyOneFile(at("d\\a").c_str(), at("d\\sub\\b").c_str(), false));
   EXPECT_TRUE(face->ReplaceFileBytes(at("d\\sub\\b").c_str(), "new", 3));
   EXPECT_TRUE(face->ListFiles(at("d").c_str(), list.out()));
