@@ -39,7 +39,7 @@ std::string Maps(const std::string& signal, const std::vector<RandomFlow::Target
   std::string maps;
   for (std::size_t i = 0; i < targets.size(); ++i) {
     maps += Text("map" + std::to_string(i),
-                 "Actor," + RandomFlow::NameOf(targets[i].node) + (targets[i].end ? ",end" : ",in"));
+                 "Player," + RandomFlow::NameOf(targets[i].node) + (targets[i].end ? ",end" : ",in"));
   }
   return Element(signal, maps);
 }
@@ -52,13 +52,13 @@ std::string WorkflowText(const RandomFlow& flow, const std::string& name, int be
         RandomFlow::NameOf(i),
         Text("wfName", name) + Element("maps", Maps("out", node.out) + Maps("alt", node.alt) + Maps("res", node.res)));
   }
-  const std::string start = Text("ReceiverTypeName", "Actor") +
+  const std::string start = Text("ReceiverTypeName", "Player") +
                             Text("ReceiverInstanceName", RandomFlow::NameOf(begin)) + Text("IncomingSignalName", "in");
   const std::string engine =
       Text("WorkFlowName", name) + Element("AbsorbTree", Text("node0", name)) +
       Element("Mappings", Element("StartSignal", start)) +
-      Element("WorkNodes",
-              Element("Actor", Element("Binaries", Text("win32_bin", "GoodPlugin")) + Element("Instances", instances)));
+      Element("WorkNodes", Element("Player", Element("Binaries", Text("win32_bin", "GoodPlugin")) +
+                                                 Element("Instances", instances)));
   return Element("IDictionaryRoot", Element("WorkFlowEngine", engine));
 }
 

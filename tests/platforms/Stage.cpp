@@ -82,10 +82,10 @@ class ObservedThread final : public OrvBase::Thread {
   Thread* real_;
 };
 
-class Actor final : public TestNode<Actor> {
+class Player final : public TestNode<Player> {
  public:
-  static constexpr const char* kTypeName = "Actor";
-  Actor() : TestNode(kTypeName) {}
+  static constexpr const char* kTypeName = "Player";
+  Player() : TestNode(kTypeName) {}
 
   bool Initialise(const char* instance_name) override {
     number_ = std::atoi(instance_name + 1);
@@ -149,7 +149,7 @@ class Actor final : public TestNode<Actor> {
   std::atomic<bool> working_ = false;
 };
 
-OrvWorkFlow::WorkFlowFactory actor_registration(new (std::nothrow) TestNodeCreator<Actor>);
+OrvWorkFlow::WorkFlowFactory player_registration(new (std::nothrow) TestNodeCreator<Player>);
 
 }  // namespace
 
