@@ -25,7 +25,7 @@ TEST(PluginGuideTest, ItsCodeIsCodeThatIsBuilt) {
   const std::filesystem::path source = ORVFLOW_SOURCE_DIR;
   std::string built;
   for (const auto& entry : std::filesystem::directory_iterator(source / "nodes")) {
-    built += orv_test::ReadFile(entry.path());
+    if (entry.is_regular_file()) built += orv_test::ReadFile(entry.path());
   }
   const std::vector<std::string> blocks = CodeBlocks(orv_test::ReadFile(source / "docs" / "plugins.md"));
   ASSERT_EQ(blocks.size(), 4u);

@@ -1,0 +1,175 @@
+// The nodes that wait, work long, ask for a restart and look for components; stopped and continued.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <thread>
+
+#include "nodes/component/ComponentFinder.h"
+#include "nodes/flow/AbsorbWorkflow.h"
+#include "nodes/flow/LongCopier.h"
+#include "nodes/flow/Restarter.h"
+#include "nodes/flow/Timer.h"
+#include "runtime/HostApp.h"
+#include "runtime/MarshalledHolder.h"
+#include "tests/fakes/MessageBoxRecorder.h"
+#include "tests/nodes/NodeFixture.h"
+
+namespace OrvWorkFlow::Nodes {
+namespace {
+
+// The nodes fire on threads of their own; one is looked at once it is not busy any more.
+class FlowNodesTest : public NodeFixture {
+ protected:
+  static bool IsBusy(IWorkNode& node) {
+    return TextFrom([&](IOrvPString* text) { return node.GetProperty("Busy", text); }) == "yes";
+  }
+  static void WaitUntilIdle(IWorkNode& node) {
+    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (IsBusy(node) && std::chrono::steady_clock::now() < limit) std::this_thread::yield();
+    EXPECT_FALSE(IsBusy(node));
+  }
+  static std::string RebootSignal(IWorkNode& node) {
+    return TextFrom([&](IOrvPString* text) { return node.GetRebootSignal(text); });
+  }
+  std::int32_t NumberAt(const std::string& path) {
+    std::int32_t value = -1;
+    dictionary_->GetValue(path.c_str(), &value);
+    return value;
+  }
+  void SetParameter(const std::string& type, const std::string& name, std::int32_t value) {
+    dictionary_->SetValue(("/WorkFlowEngine/WorkNodes/" + type + "/Instances/Instance/Parameters/" + name).c_str(),
+                          value);
+  }
+  void SetParameter(const std::string& type, const std::string& name, const std::string& value) {
+    SetText(("/WorkFlowEngine/WorkNodes/" + type + "/Instances/Instance/Parameters/" + name).c_str(), value);
+  }
+};
+
+TEST_F(FlowNodesTest, ATimerTicksAsOftenAsItIsTold) {
+  SetParameter("Timer", "Milliseconds", 5);
+  SetParameter("Timer", "Times", 3);
+  const NodePointer timer = Make<Timer>();
+  EXPECT_TRUE(timer->Signal("start"));
+  WaitUntilIdle(*timer);
+  EXPECT_FALSE(timer->StopWork()) << "it has finished";
+  EXPECT_EQ(TakeFired(), (Signals{"tick", "tick", "tick", "finished"}));
+  EXPECT_FALSE(timer->Signal("stop"));
+}
+
+TEST_F(FlowNodesTest, AStoppedTimerGoesOnInAnotherObject) {
+  SetParameter("Timer", "Milliseconds", 600000);
+  {
+    const NodePointer timer = Make<Timer>();
+    EXPECT_TRUE(timer->Signal("start"));
+    EXPECT_TRUE(IsBusy(*timer));
+    EXPECT_TRUE(timer->StopWork());
+    EXPECT_FALSE(timer->StopWork()) << "told once";
+    EXPECT_FALSE(IsBusy(*timer));
+    EXPECT_EQ(RebootSignal(*timer), "resume");
+  }
+  EXPECT_EQ(NumberAt("/Timers/Instance/TicksLeft"), 1);
+  EXPECT_GT(NumberAt("/Timers/Instance/Remaining"), 0);
+  dictionary_->SetValue("/Timers/Instance/Remaining", std::int32_t{1});
+  const NodePointer next = Make<Timer>();
+  EXPECT_TRUE(next->Signal("resume"));
+  WaitUntilIdle(*next);
+  next->StopWork();
+  EXPECT_EQ(TakeFired(), (Signals{"tick", "finished"}));
+}
+
+TEST_F(FlowNodesTest, ANodeThatGoesAwayEndsItsWork) {
+  SetParameter("Timer", "Milliseconds", 600000);
+  const NodePointer timer = Make<Timer>();
+  EXPECT_TRUE(timer->Signal("start"));
+}
+
+TEST_F(FlowNodesTest, ALongCopyIsWholeHoweverOftenItIsStopped) {
+  std::string bytes;
+  for (int i = 0; i < 1000; ++i) bytes.push_back(static_cast<char>(i * 7));
+  orv_test::WriteFile(directory_.path() / "source", bytes);
+  SetParameter("LongCopier", "Source", directory_.file("source"));
+  SetParameter("LongCopier", "Target", directory_.file("target"));
+  SetParameter("LongCopier", "StepBytes", 100);
+  SetParameter("LongCopier", "PauseMilliseconds", 5);
+  const char* signal = "copy";
+  int parts = 0;
+  for (bool stopped = true; stopped && parts < 1000; ++parts) {
+    const NodePointer copier = Make<LongCopier>();
+    EXPECT_TRUE(copier->Signal(signal));
+    std::this_thread::sleep_for(std::chrono::milliseconds(parts < 3 ? 12 : 300));
+    stopped = copier->StopWork();
+    signal = "resume";
+    // As a killed run leaves it: longer than what the dictionary knows of.
+    if (stopped) {
+      const std::string longer = orv_test::ReadFile(directory_.path() / "target") + "behind";
+      orv_test::WriteFile(directory_.path() / "target", longer);
+    }
+  }
+  EXPECT_GT(parts, 1);
+  EXPECT_EQ(TakeFired(), Signals{"copied"});
+  EXPECT_EQ(orv_test::ReadFile(directory_.path() / "target"), bytes);
+  EXPECT_EQ(NumberAt("/LongCopies/Instance/Copied"), 1000);
+}
+
+TEST_F(FlowNodesTest, ACopyWithoutASourceFails) {
+  orv_test::MessageBoxRecorder boxes;
+  SetParameter("LongCopier", "Source", directory_.file("nothing"));
+  const NodePointer copier = Make<LongCopier>();
+  EXPECT_TRUE(copier->Signal("copy"));
+  WaitUntilIdle(*copier);
+  copier->StopWork();
+  EXPECT_EQ(TakeFired(), Signals{"failed"});
+  EXPECT_EQ(boxes.GetTexts().size(), 1u);
+}
+
+TEST_F(FlowNodesTest, ARestarterAsksTheHostAndGoesOnAfterwards) {
+  const NodePointer restarter = Make<Restarter>();
+  EXPECT_TRUE(restarter->Signal("restart"));
+  EXPECT_EQ(TakeFired(), Signals{"refused"}) << "there is no host";
+  EXPECT_FALSE(restarter->StopWork());
+
+  HostApp* const host = HostApp::New();
+  WorkFlowFactory::AddGlobalObject("HostApp", host, false);
+  EXPECT_TRUE(restarter->Signal("restart"));
+  EXPECT_EQ(TakeFired(), Signals{"refused"}) << "the host keeps no state";
+  host->AllowRestart(true);
+  EXPECT_TRUE(restarter->Signal("restart"));
+  EXPECT_TRUE(host->RestartRequested());
+  EXPECT_EQ(TakeFired(), Signals{});
+  EXPECT_TRUE(restarter->StopWork());
+  EXPECT_EQ(RebootSignal(*restarter), "restarted");
+  EXPECT_TRUE(restarter->Signal("restarted"));
+  EXPECT_EQ(TakeFired(), Signals{"restarted"});
+  EXPECT_FALSE(restarter->StopWork());
+  EXPECT_FALSE(restarter->Signal("reboot"));
+  WorkFlowFactory::ReleaseGlobalObjects();
+  host->Release();
+}
+
+TEST_F(FlowNodesTest, TheFinderNamesWhatNoLibraryHolds) {
+  const std::string file = directory_.file("flow.xml");
+  orv_test::WriteFile(file,
+                      "<IDictionaryRoot><WorkFlowEngine><WorkNodes><NewNode><A/></NewNode></WorkNodes><UtilityObjects>"
+                      "<Global><Dictionary><A/></Dictionary><NewObject><A/></NewObject></Global></UtilityObjects>"
+                      "</WorkFlowEngine></IDictionaryRoot>");
+  const NodePointer node = Make<ComponentFinder>("");
+  auto* const finder = static_cast<IComponentFinder*>(node->QueryInterface("IComponentFinder"));
+  ASSERT_NE(finder, nullptr);
+  EXPECT_NE(node->QueryInterface("IWorkNode"), nullptr);
+  const TextListHolder components;
+  EXPECT_TRUE(finder->FindNewComponents(file.c_str(), components.get()));
+  EXPECT_EQ(components.Texts(), (Signals{"NewNode", "NewObject"}));
+  EXPECT_FALSE(finder->FindNewComponents(directory_.file("nothing").c_str(), components.get()));
+  EXPECT_FALSE(finder->FindNewComponents(nullptr, components.get()));
+  EXPECT_FALSE(finder->FindNewComponents(file.c_str(), nullptr));
+  EXPECT_FALSE(node->Signal("find"));
+}
+
+TEST_F(FlowNodesTest, AbsorbingNeedsAnEngine) {
+  const NodePointer node = Make<AbsorbWorkflow>();
+  EXPECT_THROW(node->Signal("absorb"), std::runtime_error);
+  EXPECT_FALSE(node->Signal("take"));
+}
+
+}  // namespace
+}  // namespace OrvWorkFlow::Nodes
