@@ -21,7 +21,7 @@ int RemoveLeftovers(const std::filesystem::path& directory) {
   return removed;
 }
 
-TEST(KilledWhileSaving, AThousandTimes) {
+TEST(KilledWhileSaving, AtAnyMoment) {
   orv_test::MakeGlobalObjects();
   const orv_test::TempDirectory directory;
   const std::string file = directory.file("saved.xml");

@@ -29,7 +29,11 @@ std::unique_ptr<IDictionary, ReleaseIt> MakeDictionary() {
 }  // namespace
 
 void MakeGlobalObjects() {
-  if (WorkFlowFactory::CreateNewGlobalObject("FileSystem") == nullptr) throw std::runtime_error("no file system");
+  if (!WorkFlowFactory::LoadSharedLibrary(ORVFLOW_CORE_LIBRARY)) {
+    throw std::runtime_error(WorkFlowFactory::LastLoadError());
+  }
+  if (WorkFlowFactory::CreateNewGlobalObject("FileSystem") == nullptr)
+    throw std::runtime_error("there is no file system");
 }
 
 void SaveForEver(const std::string& file, std::int32_t first) {

@@ -7,7 +7,7 @@
 
 namespace orv_test {
 
-// Once in a process: the library's objects that a dictionary needs. Throws when they are missing.
+// Once in a process: loads the library, and makes what a dictionary needs. Throws when that fails.
 void MakeGlobalObjects();
 
 // Saves dictionaries with rising numbers, beginning with `first`, to the file, for ever.
