@@ -243,7 +243,7 @@ void MeasureLargeCopy(Table& table, IFileSystemA& files, const fs::path& parent)
               [&] {
                 Run({"cp", from, to});
               },
-              clear, 1.0},
+              clear, kSameCalls},
              {"filesystem::copy_file", [&] { fs::copy_file(from, to); }, clear, kSameCalls}});
 }
 
