@@ -15,6 +15,13 @@ std::unique_ptr<NameTable> ElementTree::MakeNames() {
 }
 
 ElementId ElementTree::FindChild(ElementId parent, std::string_view name, std::uint32_t name_hash) {
+  if (!elements_[parent].is_indexed && elements_[parent].child_count <= kWalkedChildren) {
+    const NameTable::Id name_id = names_->Find(name, name_hash);
+    if (name_id == NameTable::kNone) return kNoElement;
+    ElementId child = elements_[parent].first_child;
+    while (child != kNoElement && elements_[child].name != name_id) child = elements_[child].next;
+    return child;
+  }
   const auto is_it = [&](NameTable::Id id) { return SameText(names_->Text(id), name); };
   const ElementId child = children_.Find(parent, name_hash, is_it);
   if (child != kNoElement || elements_[parent].is_indexed) return child;
@@ -98,6 +105,7 @@ void ElementTree::Unlink(ElementId id) {
 
 // Goes down to the leaves and frees from there, so that each element is freed after its children.
 void ElementTree::Remove(ElementId id) {
+  last_parent_.Forget();
   if (id == root_) {
     Clear();
     return;
@@ -122,6 +130,7 @@ void ElementTree::Clear() {
   root_ = free_ = kNoElement;
   live_ = 0;
   children_.Clear();
+  last_parent_.Forget();
   kept_.reset();
   ReplaceTexts();
 }

@@ -16,6 +16,7 @@
 #include "dictionary/AttributeTable.h"
 #include "dictionary/ChildIndex.h"
 #include "dictionary/Element.h"
+#include "dictionary/LastParent.h"
 #include "dictionary/NameTable.h"
 #include "dictionary/StableArray.h"
 
@@ -49,7 +50,8 @@ class ElementTree {
   ElementId next_sibling(ElementId id) const { return elements_[id].next; }
   std::size_t child_count(ElementId id) const { return elements_[id].child_count; }
 
-  // The first child of that name. From the second call for an element on, as fast with many children as with few.
+  // The first child of that name. From the second call for an element on, as fast with many children as with few. Few
+  // are walked: they need no place in the index.
   ElementId FindChild(ElementId parent, std::string_view name) { return FindChild(parent, name, names_->Hash(name)); }
 
   // The tree must be empty.
@@ -74,6 +76,9 @@ class ElementTree {
   AttributeTable::Id AttributesWithType(ElementId id, ValueType type) {
     return attributes_->WithType(elements_[id].attributes, type);
   }
+
+  // For those who look paths up: forgotten when an element is removed.
+  LastParent& last_parent() { return last_parent_; }
 
   // Frees the element with its subtree; of the root, empties the tree.
   void Remove(ElementId id);
@@ -111,6 +116,7 @@ class ElementTree {
  private:
   // Every table of names begins with kRootName.
   static constexpr NameTable::Id kUsualRoot = 0;
+  static constexpr std::size_t kWalkedChildren = 8;
   static std::unique_ptr<NameTable> MakeNames();
 
   ElementId FindChild(ElementId parent, std::string_view name, std::uint32_t name_hash);
@@ -131,6 +137,7 @@ class ElementTree {
   std::size_t live_ = 0;
   bool owns_texts_ = false;  // An element has had a text of its own.
   ChildIndex children_;
+  LastParent last_parent_;
   std::shared_ptr<const void> kept_;
 };
 

@@ -33,7 +33,8 @@ class PathComponents {
 // True when each component consists of ASCII letters and digits, "_" and "-". The empty path, the root's, is valid.
 bool IsValidPath(std::string_view path);
 
-// The element that the path names; kNoElement when there is none, and always when the root has another name.
+// The element that the path names; kNoElement when there is none, and always when the root has another name. Paths that
+// share all but their last component with the one before are found from there.
 ElementId FindEntry(ElementTree& tree, std::string_view path);
 
 // The same, with every missing element made, without text and attributes. kNoElement when the root has another name.

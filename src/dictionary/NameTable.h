@@ -29,7 +29,8 @@ class NameTable {
   Id Intern(std::string_view text) { return Intern(text, Hash(text)); }
   Id Intern(std::string_view text, std::uint32_t hash);
   // kNone when the text is not there.
-  Id Find(std::string_view text) const { return slots_[FindSlot(text, Hash(text))].id; }
+  Id Find(std::string_view text) const { return Find(text, Hash(text)); }
+  Id Find(std::string_view text, std::uint32_t hash) const { return slots_[FindSlot(text, hash)].id; }
   // `id` must have come from this table. Valid as long as the table.
   std::string_view Text(Id id) const { return entries_[id].text(); }
   std::size_t size() const { return entries_.size(); }

@@ -1,6 +1,10 @@
 // Paths, entries and attributes of a dictionary.
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <utility>
+#include <vector>
+
 #include "DictionaryTesting.h"
 #include "dictionary/DictionaryObject.h"
 #include "tests/support/Marshalled.h"
@@ -257,6 +261,37 @@ TEST(Store, AnElementWithManyChildrenBehavesLikeOneWithFew) {
   EXPECT_EQ(GetEntries(dictionary, "/w"), expected);
   EXPECT_TRUE(dictionary.Delete("/w"));
   EXPECT_FALSE(dictionary.Exists(path(1).c_str()));
+}
+
+// Operations in a row on one parent find it where the last one did.
+TEST(Store, AParentThatWentIsNotFoundAgain) {
+  CDictionary dictionary;
+  const auto fill = [&] {
+    ASSERT_TRUE(dictionary.SetValue("/a/b/c", "old"));
+    ASSERT_EQ(GetString(dictionary, "/a/b/c"), "old");
+  };
+  const std::vector<std::pair<const char*, std::function<bool()>>> ways = {
+      {"deleted", [&] { return dictionary.Delete("/a/b"); }},
+      {"its parent deleted", [&] { return dictionary.Delete("/a"); }},
+      {"the root deleted", [&] { return dictionary.Delete("/"); }},
+      {"its parent cleared", [&] { return dictionary.Clear("/a"); }},
+      {"renamed", [&] { return dictionary.Rename("/a/b", "d"); }},
+      {"its parent renamed", [&] { return dictionary.Rename("/a", "d"); }},
+      {"moved", [&] { return dictionary.MoveSubtree("/a/b", "/x/y"); }},
+      {"replaced", [&] { return dictionary.SetValue("/e/f", "f") && dictionary.CopySubtree("/e", "/a"); }},
+      {"another file loaded",
+       [&] { return dictionary.LoadFromText("<IDictionaryRoot><a>1</a></IDictionaryRoot>", 43); }},
+  };
+  for (const auto& [how, way] : ways) {
+    fill();
+    ASSERT_TRUE(way()) << how;
+    EXPECT_FALSE(dictionary.Exists("/a/b/c")) << how;
+    EXPECT_FALSE(dictionary.Exists("/a/b/")) << how;
+    ASSERT_TRUE(dictionary.SetValue("/a/b/n", "new")) << how;
+    EXPECT_EQ(GetString(dictionary, "/a/b/n"), "new") << how;
+    EXPECT_EQ(GetEntries(dictionary, "/a/b"), Names{"n"}) << how;
+    ASSERT_TRUE(dictionary.Delete("/")) << how;
+  }
 }
 
 }  // namespace

@@ -125,7 +125,11 @@ TEST_F(RoutingTest, AnInstanceThatIsNotDefinedIsLoggedAndTheSignalDropped) {
 // Counts what is read.
 class CountingDictionary final : public ForwardingDictionary {
  public:
+  using ForwardingDictionary::EnumeratePaths;
+  using ForwardingDictionary::Exists;
   using ForwardingDictionary::ForwardingDictionary;
+  using ForwardingDictionary::GetEntries;
+  using ForwardingDictionary::GetValue;
   bool GetValue(const char* path, OrvWorkFlow::IOrvPString* value) override {
     ++reads;
     return ForwardingDictionary::GetValue(path, value);
@@ -134,7 +138,6 @@ class CountingDictionary final : public ForwardingDictionary {
     ++reads;
     return ForwardingDictionary::GetValue(path, value);
   }
-  using ForwardingDictionary::GetValue;
   bool Exists(const char* path) override {
     ++reads;
     return ForwardingDictionary::Exists(path);
