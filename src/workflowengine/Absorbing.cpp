@@ -51,7 +51,7 @@ bool CWorkFlowEngine::AbsorbFlow(const char* file_path, bool queue_start_signal)
     const Found<IDictionary> flow = global != nullptr ? Others().MakeDictionary(global) : Found<IDictionary>();
     if (!flow) return Fail(EngineErrors::kNoDictionary);
     flow->SetEncryptionKey(Others().Key().c_str());
-    if (!flow->LoadFile(file_path)) return Fail(EngineErrors::kNotAbsorbed);
+    if (!LoadDefinition(*flow.get(), file_path)) return Fail(EngineErrors::kNotAbsorbed);
     const FlowRecord record = MakeFlowRecord(ReadString(*flow.get(), WorkflowSchema::kWorkFlowName), file_path);
     if (record.name.empty() || !TakeIn(*flow.get(), *mediator, record)) return Fail(EngineErrors::kNotAbsorbed);
     UpdateAbsorbTree(*global, *mediator, record.name);
@@ -60,6 +60,12 @@ bool CWorkFlowEngine::AbsorbFlow(const char* file_path, bool queue_start_signal)
   } catch (...) {
     return false;
   }
+}
+
+// Files are opened without sharing: a second reader of the same file would be refused.
+bool CWorkFlowEngine::LoadDefinition(IDictionary& flow, const char* file_path) {
+  const std::scoped_lock lock(definition_mutex_);
+  return flow.LoadFile(file_path);
 }
 
 // A thread that holds the mediator's lock cannot wait for another one that absorbs the same workflow, which may need

@@ -72,6 +72,7 @@ class CWorkFlowEngine final : public BaseObject<CWorkFlowEngine, IWorkFlowEngine
   void PrepareQueue();
 
   // Absorbing.cpp. True when the workflow is one of the absorbed now.
+  bool LoadDefinition(IDictionary& flow, const char* file_path);
   bool TakeIn(IDictionary& flow, ISignalMediator& mediator, const FlowRecord& record);
   void UpdateAbsorbTree(IDictionary& dictionary, ISignalMediator& mediator, const std::string& name);
   void QueueStartSignalOf(IDictionary& flow);
@@ -85,6 +86,7 @@ class CWorkFlowEngine final : public BaseObject<CWorkFlowEngine, IWorkFlowEngine
   MappingAdder mapping_adder_;
   AbsorbTurns absorb_turns_;
   std::recursive_mutex absorb_tree_mutex_;  // before the dictionary's; a listener of the dictionary may absorb
+  std::mutex definition_mutex_;             // held while a workflow file is read; before the dictionary's
 
   std::mutex texts_mutex_;  // leaf
   StartSignal start_signal_;

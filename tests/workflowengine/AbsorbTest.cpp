@@ -251,8 +251,10 @@ class Finder final : public TestNode<Finder>, public IComponentFinder {
   }
 };
 
+// From the start, so that no absorb loads the library of the real one.
+const WorkFlowFactory finders(new TestNodeCreator<Finder>);
+
 TEST_F(AbsorbTest, TheComponentFinderSeesEachFlowOnce) {
-  const WorkFlowFactory finders(new TestNodeCreator<Finder>);
   const std::string file = WriteFlow("Sub");
   for (const bool throws : {false, true}) {
     SCOPED_TRACE(throws);
