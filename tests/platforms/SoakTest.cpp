@@ -39,7 +39,10 @@ int RunInParts(std::uint32_t seed, std::mt19937& chance, const std::filesystem::
     start = state;
     const bool right =
         part.done && trace.size() <= expected.size() && std::equal(trace.begin(), trace.end(), expected.begin());
-    EXPECT_TRUE(right) << "seed " << seed << ", run " << runs;
+    EXPECT_TRUE(right) << "seed " << seed << ", run " << runs << (part.done ? "" : " did not end as it should") << ", "
+                       << (host == Host::kNone ? "without" : "with") << " a host application, stopped after "
+                       << stop_after << "\n"
+                       << ::testing::PrintToString(trace);
     if (!right) return 0;
     if (!to_the_end) continue;
     EXPECT_EQ(trace.size(), expected.size()) << "seed " << seed;

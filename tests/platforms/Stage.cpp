@@ -151,11 +151,22 @@ class Player final : public TestNode<Player> {
 
 OrvWorkFlow::WorkFlowFactory player_registration(new (std::nothrow) TestNodeCreator<Player>);
 
+// The pauses of a stop are there for the deliveries that have begun: a node is asked to stop between two signals. They
+// are as long as that takes, and no longer.
+void PauseUntilDelivered(unsigned /*milliseconds*/, void* /*context*/) {
+  if (play == nullptr) return;
+  WaitUntil([] {
+    const auto statistics = play->bench->statistics();
+    return statistics.received == statistics.finished;
+  });
+}
+
 }  // namespace
 
 Performance Perform(const RandomFlow& flow, Host host, const std::filesystem::path& start,
                     const std::filesystem::path& end, std::size_t stop_after) {
-  const FakeClock clock;  // No pause of a stop is waited for.
+  FakeClock clock;
+  clock.SetPauseHook(&PauseUntilDelivered, nullptr);
   OrvBase::SetPrimitiveSource({&ObservedThread::New, nullptr, nullptr});
   Performance performance;
   Play the_play;
