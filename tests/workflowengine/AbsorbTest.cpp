@@ -452,17 +452,20 @@ TEST_F(AbsorbTest, AThreadThatHoldsTheMediatorsLockDoesNotWaitForThePump) {
   const std::string file = WriteFlow("Sub");
   MediatorLock lock;
   std::latch firing(1);
+  std::latch locked(1);
   std::atomic<bool> first = true;
   mediator.on_fire = [&](const std::string&, const std::string&, const std::string&) {
     if (!first.exchange(false)) return;
     firing.count_down();
+    locked.wait();
     lock.Lock();  // As the real mediator does, with the engine's mutex held.
     lock.Unlock();
   };
-  lock.Lock();
   Engine().SetStartSignal("R", "r", "go");
   ASSERT_TRUE(Engine().StartFlowing());
   firing.wait();
+  lock.Lock();
+  locked.count_down();
   EXPECT_TRUE(Absorb(file, true));
   lock.Unlock();
   ASSERT_TRUE(mediator.WaitForFired(2));

@@ -345,6 +345,7 @@ TEST_F(SignalMappingsTest, TheLowestFreeNumberIsFoundAfterAnyChange) {
 TEST_F(SignalMappingsTest, ThreadsThatAddAtOnceLoseNoMapping) {
   constexpr int kThreads = 4;
   constexpr int kEach = 50;
+  Engine();  // is made
   std::vector<std::jthread> threads;
   for (int t = 0; t < kThreads; ++t) {
     threads.emplace_back([&] {
