@@ -5,7 +5,7 @@
 //   DataStore          the mutex and the operations; Redirection, ListItems, Subtree; ListenerList, who is told
 //   XmlReader, XmlWriter, Escaping, TextBuffer
 //   ElementTree        elements, their names (NameTable), attributes (AttributeTable), texts (Element), ChildIndex
-//   EntryPath, AttributeText, ValueText, ValueTypes, Bytes: small grammars
+//   EntryPath, LastParent, AttributeText, ValueText, ValueTypes, Bytes: small grammars
 #pragma once
 
 #include <functional>
