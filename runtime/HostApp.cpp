@@ -47,7 +47,7 @@ struct HostApp::State {
   std::atomic<Clock::time_point> next_poll = Clock::now();  // Changed under the mutex, read without it too.
   bool closed = false;
   std::atomic<bool> quitting = false;  // The same.
-  unsigned loops = 0;  // that run now, nested ones included
+  unsigned loops = 0;                  // that run now, nested ones included
   std::thread::id gui_thread;
 
   std::atomic<bool> restart_allowed = false;

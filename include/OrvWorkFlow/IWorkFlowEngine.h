@@ -75,8 +75,8 @@ class IWorkFlowEngine : public IBaseWorkFlowObject {
   virtual bool GetQueueState(QueueState* state) = 0;
 
   // For a host that loads a saved state: the file that defines the workflow, from now on the answer of
-  // GetWorkFlowFilePath for the loaded workflow's name. LoadState makes it the file that was loaded. False for null, "",
-  // and before the first load.
+  // GetWorkFlowFilePath for the loaded workflow's name. LoadState makes it the file that was loaded. False for null,
+  // "", and before the first load.
   virtual bool SetWorkFlowFilePath(const char* path) = 0;
 
  protected:
