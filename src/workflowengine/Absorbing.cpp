@@ -1,4 +1,7 @@
 // Taking a further workflow into the running one.
+#include <chrono>
+#include <thread>
+
 #include "CoreObjects/Marshalled.h"
 #include "CoreObjects/MediatorLockDepth.h"
 #include "OrvWorkFlow/IComponentFinder.h"
@@ -14,6 +17,8 @@ namespace {
 
 constexpr char kFinderType[] = "FindNewComponentsFromAbsorbedFlow";
 constexpr char kFinderLibrary[] = "/workflow/bin/Component.DDR.dll";
+constexpr int kLoadAttempts = 20;
+constexpr std::chrono::milliseconds kLoadPause(10);
 
 // What it finds is not used: the node itself acts on it. Nothing that goes wrong here concerns the workflow.
 void FindNewComponentsFromAbsorbedFlow(const std::string& path) noexcept {
@@ -62,10 +67,17 @@ bool CWorkFlowEngine::AbsorbFlow(const char* file_path, bool queue_start_signal)
   }
 }
 
-// Files are opened without sharing: a second reader of the same file would be refused.
+// Files are opened without sharing: a load is refused while somebody else, such as the component finder on another
+// thread, has the file open. What could not be opened leaves the dictionary empty.
 bool CWorkFlowEngine::LoadDefinition(IDictionary& flow, const char* file_path) {
-  const std::scoped_lock lock(definition_mutex_);
-  return flow.LoadFile(file_path);
+  for (int attempt = 1;; ++attempt) {
+    {
+      const std::scoped_lock lock(definition_mutex_);
+      if (flow.LoadFile(file_path)) return true;
+    }
+    if (attempt == kLoadAttempts || flow.Exists("/")) return false;
+    std::this_thread::sleep_for(kLoadPause);
+  }
 }
 
 // A thread that holds the mediator's lock cannot wait for another one that absorbs the same workflow, which may need
