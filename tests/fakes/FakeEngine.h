@@ -1,7 +1,10 @@
-// An engine that knows where some workflows lie, and nothing else. Lives on the stack of a test.
+// An engine that writes down what it is told and answers what a test says. Any thread may fire; lives on the stack of a
+// test, so Release does nothing.
 #pragma once
 
+#include <functional>
 #include <map>
+#include <mutex>
 #include <set>
 #include <string>
 #include <vector>
@@ -15,9 +18,21 @@ class FakeEngine final : public OrvWorkFlow::ObjectProtocol<FakeEngine, OrvWorkF
  public:
   FakeEngine() : ObjectProtocol("WorkFlowEngine", "IWorkFlowEngine") {}
 
+  // Where workflows lie, and the names that are thrown at.
   std::map<std::string, std::string> paths;
   std::set<std::string> throwing;
   std::vector<std::string> asked;
+
+  // Called for each output signal, on the firing thread, in place of answering true.
+  std::function<bool()> on_output_signal;
+  int saves = 0;
+  int stores = 0;
+
+  // The output signals so far, as "type/instance/signal".
+  std::vector<std::string> GetSignals() const {
+    const std::scoped_lock lock(mutex_);
+    return signals_;
+  }
 
   bool GetWorkFlowFilePath(const char* workflow_name, OrvWorkFlow::IOrvPString* path) override {
     asked.emplace_back(workflow_name);
@@ -25,7 +40,21 @@ class FakeEngine final : public OrvWorkFlow::ObjectProtocol<FakeEngine, OrvWorkF
     const auto found = paths.find(workflow_name);
     return found != paths.end() && path->Assign(found->second.data(), found->second.size());
   }
+  bool OutputSignal(const char* type, const char* instance, const char* signal) override {
+    {
+      const std::scoped_lock lock(mutex_);
+      signals_.push_back(std::string(type) + "/" + instance + "/" + signal);
+    }
+    return !on_output_signal || on_output_signal();
+  }
+  bool SaveState(const char* /*path*/) override { return ++saves > 0; }
+  bool SetUtilityStore(OrvWorkFlow::IUtilityStore* /*store*/) override {
+    ++stores;
+    return false;
+  }
+  void Release() override {}
 
+  // The rest is asked of it by nobody.
   bool AddSignalMapping(const char*, const char*, const char*, const char*, const char*, const char*, const char*,
                         const char*) override {
     return false;
@@ -38,7 +67,6 @@ class FakeEngine final : public OrvWorkFlow::ObjectProtocol<FakeEngine, OrvWorkF
     return false;
   }
   bool RemoveAllSignalMappings() override { return false; }
-  bool OutputSignal(const char*, const char*, const char*) override { return false; }
   bool SetStartSignal(const char*, const char*, const char*) override { return false; }
   bool StartFlowing() override { return false; }
   bool StopFlowing() override { return false; }
@@ -46,7 +74,10 @@ class FakeEngine final : public OrvWorkFlow::ObjectProtocol<FakeEngine, OrvWorkF
   bool AbsorbFlow(const char*, bool) override { return false; }
   bool GetQueueState(QueueState*) override { return false; }
   bool SetWorkFlowFilePath(const char*) override { return false; }
-  void Release() override {}
+
+ private:
+  mutable std::mutex mutex_;
+  std::vector<std::string> signals_;
 };
 
 }  // namespace orv_test

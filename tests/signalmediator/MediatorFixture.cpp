@@ -21,19 +21,6 @@ const WorkFlowFactory other(ScriptedCreator::ForUtilityObjects("Other"));
 
 }  // namespace
 
-bool FakeEngine::OutputSignal(const char* type, const char* instance, const char* signal) {
-  {
-    const std::scoped_lock lock(mutex_);
-    signals_.push_back(std::string(type) + "/" + instance + "/" + signal);
-  }
-  return on_output_signal ? on_output_signal() : true;
-}
-
-std::vector<std::string> FakeEngine::GetSignals() const {
-  const std::scoped_lock lock(mutex_);
-  return signals_;
-}
-
 bool ManualHost::RunOnGuiThread(OrvWorkFlow::IHostAppGuiThreadCallback* callback,
                                 OrvWorkFlow::InputSignalMessage* message) {
   if (on_run) return on_run({callback, message});

@@ -13,12 +13,12 @@
 
 #include "CoreObjects/Marshalled.h"
 #include "OrvWorkFlow/IHostApp.h"
-#include "OrvWorkFlow/IWorkFlowEngine.h"
 #include "OrvWorkFlow/WorkFlowFactory.h"
 #include "dictionary/DictionaryObject.h"
 #include "runtime/ObjectProtocol.h"
 #include "signalmediator/SignalMediatorObject.h"
 #include "tests/fakes/FakeClock.h"
+#include "tests/fakes/FakeEngine.h"
 #include "tests/fakes/MessageBoxRecorder.h"
 #include "tests/fakes/RecordingLogger.h"
 #include "tests/fakes/ScriptedWorkNode.h"
@@ -27,51 +27,6 @@
 namespace orv_test {
 
 using OrvWorkFlow::IBaseWorkFlowObject;
-
-// Writes down the output signals that reach it. Release does nothing.
-class FakeEngine final : public OrvWorkFlow::ObjectProtocol<FakeEngine, OrvWorkFlow::IWorkFlowEngine> {
- public:
-  FakeEngine() : ObjectProtocol("WorkFlowEngine", "IWorkFlowEngine") {}
-
-  bool OutputSignal(const char* type, const char* instance, const char* signal) override;
-  std::vector<std::string> GetSignals() const;
-
-  // Called for each output signal, on the firing thread, in place of answering true.
-  std::function<bool()> on_output_signal;
-  int saves = 0;
-  int stores = 0;
-
-  bool SaveState(const char* /*path*/) override { return ++saves > 0; }
-  bool SetUtilityStore(OrvWorkFlow::IUtilityStore* /*store*/) override {
-    ++stores;
-    return false;
-  }
-  void Release() override {}
-  bool AddSignalMapping(const char*, const char*, const char*, const char*, const char*, const char*, const char*,
-                        const char*) override {
-    return false;
-  }
-  bool RemoveSignalMapping(const char*, const char*, const char*, const char*, const char*, const char*, const char*,
-                           const char*) override {
-    return false;
-  }
-  bool GetSignalMappings(const char*, const char*, const char*, OrvWorkFlow::IOrvPStringList*) override {
-    return false;
-  }
-  bool RemoveAllSignalMappings() override { return false; }
-  bool SetStartSignal(const char*, const char*, const char*) override { return false; }
-  bool StartFlowing() override { return false; }
-  bool StopFlowing() override { return false; }
-  bool DeleteTemporaryData() override { return false; }
-  bool AbsorbFlow(const char*, bool) override { return false; }
-  bool GetWorkFlowFilePath(const char*, OrvWorkFlow::IOrvPString*) override { return false; }
-  bool GetQueueState(QueueState*) override { return false; }
-  bool SetWorkFlowFilePath(const char*) override { return false; }
-
- private:
-  mutable std::mutex mutex_;
-  std::vector<std::string> signals_;
-};
 
 // Queues deliveries until a test performs them. Release does nothing.
 class ManualHost final : public OrvWorkFlow::ObjectProtocol<ManualHost, OrvWorkFlow::IHostApp> {

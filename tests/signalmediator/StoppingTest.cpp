@@ -127,6 +127,23 @@ TEST_F(StoppingTest, WaitsUntilAllThatWasSentIsReceived) {
                           "a2.Signal(two)", "a1.StopWork()", "a2.StopWork()"));
 }
 
+TEST_F(StoppingTest, ADeliveryThatBeginsWhileNodesAreStoppedWaitsForThem) {
+  const TimeLimit limit(std::chrono::seconds(60));
+  AddHost();
+  MakeNodes();
+  std::thread gui;
+  stage_.ScriptOf("b1").on_stop_work = [&](ScriptedWorkNode&) {
+    EXPECT_TRUE(Fire("Beta", "b1", "late"));
+    gui = std::thread([&] { host_.DeliverOne(); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));  // Time enough to come too early.
+    return false;
+  };
+  EXPECT_TRUE(mediator_->StopAllWorkNodes());
+  gui.join();
+  EXPECT_THAT(TakeJournal(), ElementsAre("b1.StopWork()", "a1.StopWork()", "a2.StopWork()",
+                                         "b1.ResetContentDirectories()", "b1.Signal(late)"));
+}
+
 TEST_F(StoppingTest, ARebootSignalThatThrowsIsShownAndRecordedEmpty) {
   MakeNodes();
   Answer("b1", true, "lost");

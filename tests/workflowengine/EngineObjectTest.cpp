@@ -105,6 +105,16 @@ TEST_F(EngineObjectTest, WithoutALoggerInTheStoreTheGlobalOneIsTakenAndTheStoreM
   engine.reset();
 }
 
+TEST_F(EngineObjectTest, ALoggerThatComesLateIsUsedFromThenOn) {
+  WorkFlowFactory::ReleaseGlobalObjects();
+  Engine().OutputSignal("a", "b", "c");
+  AddGlobal("Logger", &logger);
+  EXPECT_THAT(logger.GetTexts(), IsEmpty());
+  Engine().OutputSignal("a", "b", "c");
+  EXPECT_THAT(logger.GetTexts(), ElementsAre("WorkflowEngineLocked"));
+  EXPECT_EQ(logger.GetDefaultCategoryCalls(), 1u);
+}
+
 TEST_F(EngineObjectTest, GetSignalMappingsShowsABoxAndFails) {
   const PStringList mappings;
   EXPECT_FALSE(Engine().GetSignalMappings("a", "b", "c", mappings.out()));

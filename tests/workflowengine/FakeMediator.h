@@ -57,6 +57,7 @@ class FakeMediator final : public OrvWorkFlow::ObjectProtocol<FakeMediator, OrvW
     if (on_save) on_save();
     return true;
   }
+  bool LoadState(const char* /*path*/) override { return ++loads > 0; }
   bool Absorb(OrvWorkFlow::IDictionary* flow) override {
     ++absorbs;
     return !on_absorb || on_absorb(*flow);
@@ -99,6 +100,7 @@ class FakeMediator final : public OrvWorkFlow::ObjectProtocol<FakeMediator, OrvW
   std::atomic<int> reboots = 0;
   std::atomic<int> deletions = 0;
   std::atomic<int> absorbs = 0;
+  int loads = 0;
   bool delete_answer = true;
   std::vector<std::string> saved_paths;
   std::vector<std::string> keys;

@@ -2,6 +2,7 @@
 #include "workflowengine/Pump.h"
 
 #include <stdexcept>
+#include <thread>
 
 #include "tests/workflowengine/EngineFixture.h"
 
@@ -268,12 +269,33 @@ TEST_F(PumpTest, AStartWhileThePumpRunsChangesNothing) {
   EXPECT_EQ(logger.CountText("sigpump doing stuff"), 1u);
 }
 
+TEST_F(PumpTest, AStartAfterAStopThatTimedOutDoesNotKeepTheOldPumpAlive) {
+  bool second = true;
+  thread.on_wait = [&] {
+    Engine().StopFlowing();  // Waits in vain: this is the pump.
+    second = Engine().StartFlowing();
+    return true;
+  };
+  ASSERT_TRUE(Engine().StartFlowing());
+  EXPECT_EQ(thread.Run(), 0u);
+  EXPECT_FALSE(second);
+  EXPECT_EQ(logger.CountText("sigpump doing stuff"), 1u);
+  thread.on_wait = [&] { return Engine().StopFlowing(); };
+  EXPECT_TRUE(Engine().StartFlowing()) << "the old one has returned";
+  EXPECT_EQ(thread.Run(), 0u);
+}
+
 TEST_F(PumpTest, RebootSignalsComeBeforeTheStartSignal) {
   std::uint32_t waiting = 99;
-  mediator.on_reboot_signals = [&] { waiting = State().waiting; };
+  std::thread::id firing;
+  mediator.on_reboot_signals = [&] {
+    waiting = State().waiting;
+    firing = std::this_thread::get_id();
+  };
   Engine().SetStartSignal("R", "r", "go");
   thread.refuse_procedure = true;
   Engine().StartFlowing();
+  EXPECT_EQ(firing, std::this_thread::get_id());
   EXPECT_EQ(waiting, 0u);
   EXPECT_EQ(State().waiting, 1u);
 }

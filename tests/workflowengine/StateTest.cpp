@@ -1,10 +1,7 @@
 // Loading and saving the engine's state, with real dictionary files and a real file system.
 #include <filesystem>
 
-#include "filesystem/FileSystemObject.h"
-#include "tests/fakes/RefusingFileSystem.h"
-#include "tests/support/TempDirectory.h"
-#include "tests/workflowengine/EngineFixture.h"
+#include "tests/workflowengine/EngineStateFixture.h"
 
 namespace orv_test {
 namespace {
@@ -16,70 +13,7 @@ using ::testing::IsEmpty;
 constexpr char kLoad[] = "/workflow/workflowengine/loadstate";
 constexpr char kSave[] = "/workflow/workflowengine/SaveState";
 
-// A host application that remembers what it was to load.
-class LoadingHost final : public ObjectProtocol<LoadingHost, IHostApp> {
- public:
-  LoadingHost() : ObjectProtocol("HostApp", "IHostApp") {}
-  bool RunOnGuiThread(IHostAppGuiThreadCallback*, InputSignalMessage*) override { return false; }
-  bool LoadState(const char* path) override {
-    loaded.emplace_back(path);
-    if (throws) throw 1;
-    return true;
-  }
-  void Release() override {}
-
-  std::vector<std::string> loaded;
-  bool throws = false;
-};
-
-class StateTest : public EngineTest {
- protected:
-  StateTest() { AddGlobal("FileSystem", file_system.get()); }
-  ~StateTest() override { engine.reset(); }
-
-  void Set(const std::string& path, const char* value) { EXPECT_TRUE(dictionary.SetValue(path.c_str(), value)); }
-
-  // A workflow of the given name and write directory, as a file; the dictionary is empty afterwards.
-  void WriteFlow(const char* name, const std::string& its_directory) {
-    Set("/WorkFlowEngine/WorkFlowName", name);
-    Set("/WorkFlowEngine/AbsorbTree/node0", name);
-    if (!its_directory.empty()) {
-      Set(std::string("/WorkFlowEngine/Directories/") + name + "/WriteDir", its_directory.c_str());
-    }
-    WriteDictionary();
-  }
-  void WriteDictionary() {
-    ASSERT_TRUE(dictionary.SaveFile(flow.c_str()));
-    dictionary.Delete("/");
-  }
-
-  void QueueSignals(int count) {
-    AddMapping("T", "i", "done", "R", "r", "s");
-    for (int i = 0; i < count; ++i) ASSERT_TRUE(Engine().OutputSignal("T", "i", "done"));
-  }
-
-  std::string FilePath(const char* workflow) {
-    const PString path;
-    return Engine().GetWorkFlowFilePath(workflow, path.out()) ? path.str() : "(none)";
-  }
-
-  // The part of a dictionary file that holds the queue.
-  static std::string SavedQueue(const std::string& file) {
-    const std::string text = ReadFile(file);
-    const std::size_t begin = text.find("<SignalQueue>");
-    const std::size_t end = text.find("</SignalQueue>");
-    EXPECT_LT(begin, end) << text;
-    return begin < end ? text.substr(begin, end - begin) : std::string();
-  }
-
-  bool MarkerExists() const { return std::filesystem::exists(marker); }
-
-  TempDirectory directory;
-  const std::string flow = directory.file("flow.xml");
-  const std::string write_directory = directory.file("write");
-  const std::string marker = write_directory + "/WorkFlowIsRunning.txt";
-  Owned<IFileSystemA> file_system = MakeObject<CFileSystemObjectCreator, IFileSystemA>("IFileSystemA");
-};
+class StateTest : public EngineStateTest {};
 
 TEST_F(StateTest, NeedsAMediatorAndADictionary) {
   WorkFlowFactory::ReleaseGlobalObjects();
@@ -125,6 +59,7 @@ TEST_F(StateTest, LoadLogsItsSteps) {
       logger.GetTrace(),
       ElementsAre(category + "About to load signal queues.", category + "About to load state table.",
                   category + "About to load start signal.", category + "Done with workflow engine LoadState()"));
+  EXPECT_EQ(mediator.loads, 0) << "that is the host's to call";
 }
 
 TEST_F(StateTest, AWorkFlowThatIsNotInTheAbsorbTreeIsLoggedOnly) {
@@ -156,6 +91,11 @@ TEST_F(StateTest, ADictionaryWithoutAWorkFlowLoadsWithAComplaint) {
 
 TEST_F(StateTest, SaveLogsItsSteps) {
   logger.Clear();
+  mediator.on_save = [this] {
+    EXPECT_EQ(logger.GetTexts(kSave).back(), "Saving to disk");
+    EXPECT_TRUE(dictionary.Exists("/WorkFlowEngine/Mappings/StartSignal")) << "the engine writes its own part first";
+    EXPECT_FALSE(std::filesystem::exists(flow)) << "what nodes save belongs to the file";
+  };
   ASSERT_TRUE(Engine().SaveState(flow.c_str()));
   EXPECT_THAT(logger.GetTexts(kSave),
               ElementsAre("Beginning of WorkflowEngine::SaveState", "About to save the state table",
@@ -273,6 +213,21 @@ TEST_F(StateTest, TheKeyGoesToTheDictionaryBeforeLoadAndSave) {
   dictionary.key = "(untouched)";
   ASSERT_TRUE(Engine().SaveState(flow.c_str()));
   EXPECT_EQ(dictionary.key, "(untouched)");  // An empty key is not handed over.
+  Engine().SetEncryptionKey("secret");
+  Engine().SaveState(directory.file("other.xml").c_str());
+  EXPECT_EQ(dictionary.key, "secret");
+  dictionary.key = "(untouched)";
+  Engine().LoadState(flow.c_str());
+  EXPECT_EQ(dictionary.loaded_key, "secret");
+}
+
+TEST_F(StateTest, WhatNodesFireWhileTheyAreStoppedIsSaved) {
+  AddMapping("T", "i", "done", "R", "r", "s");
+  mediator.on_stop_all = [this] { EXPECT_TRUE(Engine().OutputSignal("T", "i", "done")); };
+  ASSERT_TRUE(Engine().StartFlowing());
+  ASSERT_TRUE(Engine().StopFlowing());
+  ASSERT_TRUE(Engine().SaveState(flow.c_str()));
+  EXPECT_THAT(Children("/WorkFlowEngine/SignalQueue"), ElementsAre("Mapping0"));
 }
 
 TEST_F(StateTest, AbsorbedWorkFlowsAreKept) {
@@ -325,87 +280,6 @@ TEST_F(StateTest, ASavedStateSpeaksForAFlowFileElsewhere) {
   EXPECT_EQ(FilePath("Flow"), flow);
 }
 
-TEST_F(StateTest, AMarkerStandsFromTheStartToACompletedSave) {
-  WriteFlow("Flow", write_directory);
-  ASSERT_TRUE(Engine().LoadState(flow.c_str()));
-  EXPECT_FALSE(MarkerExists());
-  ASSERT_TRUE(Engine().StartFlowing());
-  EXPECT_TRUE(MarkerExists());
-  EXPECT_TRUE(Engine().StopFlowing());
-  EXPECT_TRUE(MarkerExists());
-  ASSERT_TRUE(Engine().SaveState(nullptr));
-  EXPECT_FALSE(MarkerExists());
-  EXPECT_EQ(mediator.deletions, 0);
-}
-
-TEST_F(StateTest, AMarkerThatIsFoundAtLoadDeletesTemporaryData) {
-  WriteFlow("Flow", write_directory);
-  std::filesystem::create_directories(write_directory);
-  WriteFile(marker, "");
-  LoadingHost host;
-  AddGlobal("HostApp", &host);
-  WriteFile(write_directory + "/WorkFlow.ini", "");
-  ASSERT_TRUE(Engine().LoadState(flow.c_str()));
-  EXPECT_EQ(mediator.deletions, 1);
-  EXPECT_THAT(host.loaded, IsEmpty());
-}
-
-TEST_F(StateTest, TheHostGetsItsStateAfterACleanRun) {
-  WriteFlow("Flow", write_directory);
-  LoadingHost host;
-  AddGlobal("HostApp", &host);
-  ASSERT_TRUE(Engine().LoadState(flow.c_str()));
-  EXPECT_THAT(host.loaded, IsEmpty());
-  std::filesystem::create_directories(write_directory);
-  WriteFile(write_directory + "/WorkFlow.ini", "");
-  host.throws = true;
-  ASSERT_TRUE(Engine().LoadState(flow.c_str()));
-  EXPECT_THAT(host.loaded, ElementsAre(write_directory + "/WorkFlow.ini"));
-  EXPECT_EQ(mediator.deletions, 0);
-}
-
-TEST_F(StateTest, AWorkFlowNameThatBeginsWithADigitStandsWithAnUnderscore) {
-  Set("/WorkFlowEngine/WorkFlowName", "7Days");
-  Set("/WorkFlowEngine/Directories/_7Days/WriteDir", write_directory.c_str());
-  WriteDictionary();
-  ASSERT_TRUE(Engine().LoadState(flow.c_str()));
-  ASSERT_TRUE(Engine().StartFlowing());
-  EXPECT_TRUE(MarkerExists());
-}
-
-TEST_F(StateTest, AWorkFlowWithoutAWriteDirectoryUsesTheEnginesOwn) {
-  WriteFlow("Flow", "");
-  Engine().SetWriteDirectory(write_directory.c_str());
-  Engine().SetWriteDirectory("");
-  Engine().SetWriteDirectory(nullptr);
-  ASSERT_TRUE(Engine().LoadState(flow.c_str()));
-  ASSERT_TRUE(Engine().StartFlowing());
-  EXPECT_TRUE(MarkerExists());
-}
-
-TEST_F(StateTest, WithoutAWriteDirectoryThereIsNoMarker) {
-  WriteFlow("Flow", "");
-  ASSERT_TRUE(Engine().LoadState(flow.c_str()));
-  ASSERT_TRUE(Engine().StartFlowing());
-  EXPECT_TRUE(Engine().StopFlowing());
-  EXPECT_TRUE(Engine().SaveState(nullptr));
-  EXPECT_FALSE(std::filesystem::exists("/WorkFlowIsRunning.txt"));
-}
-
-TEST_F(StateTest, ADictionaryThatCannotBeSavedFailsTheSaveAndKeepsTheMarker) {
-  Engine().SetWriteDirectory(write_directory.c_str());
-  ASSERT_TRUE(Engine().StartFlowing());
-  ASSERT_TRUE(Engine().StopFlowing());
-  dictionary.fail_save = true;
-  EXPECT_FALSE(Engine().SaveState(flow.c_str()));
-  EXPECT_EQ(LastError(Engine()), "The workflow dictionary could not be saved.");
-  EXPECT_TRUE(MarkerExists());
-  EXPECT_THAT(boxes.GetTexts(), IsEmpty());
-  dictionary.fail_save = false;
-  EXPECT_TRUE(Engine().SaveState(flow.c_str()));
-  EXPECT_FALSE(MarkerExists());
-}
-
 TEST_F(StateTest, AStateThatCannotBeWrittenLeavesTheOldFile) {
   QueueSignals(2);
   WriteFile(flow, "old");
@@ -416,20 +290,6 @@ TEST_F(StateTest, AStateThatCannotBeWrittenLeavesTheOldFile) {
     EXPECT_EQ(LastError(Engine()), "The workflow dictionary could not be saved.");
     EXPECT_EQ(ReadFile(flow), "old");
   }
-}
-
-TEST_F(StateTest, AnExceptionDuringTheSaveIsShown) {
-  Engine().SetWriteDirectory(write_directory.c_str());
-  ASSERT_TRUE(Engine().StartFlowing());
-  ASSERT_TRUE(Engine().StopFlowing());
-  WriteFile(flow, "old");
-  mediator.on_save = [] { throw std::runtime_error("no"); };
-  EXPECT_FALSE(Engine().SaveState(flow.c_str()));
-  EXPECT_THAT(boxes.GetTexts(), ElementsAre("An exception was while trying to save state.  Press OK to continue." +
-                                            std::string(105, '.')));
-  EXPECT_EQ(LastError(Engine()), "The workflow dictionary could not be saved.");
-  EXPECT_EQ(ReadFile(flow), "old");
-  EXPECT_TRUE(MarkerExists());
 }
 
 TEST_F(StateTest, SignalsThatNodesFireWhileTheySaveAreNotInTheFile) {
@@ -445,41 +305,6 @@ TEST_F(StateTest, TenThousandEntriesAreSavedAndLoadedInSeconds) {
   ASSERT_TRUE(Engine().SaveState(flow.c_str()));
   ASSERT_TRUE(Engine().LoadState(flow.c_str()));
   EXPECT_EQ(State().waiting, 10000u);
-}
-
-// A file system whose RemoveFile throws once.
-class ThrowingFileSystem final : public RefusingFileSystem<ObjectProtocol<ThrowingFileSystem, IFileSystemA>> {
- public:
-  explicit ThrowingFileSystem(IFileSystemA* inner) : RefusingFileSystem("FileSystem", "IFileSystemA"), inner_(inner) {}
-  bool RemoveFile(const char* path) override {
-    if (++removals == 1) throw 1;
-    return inner_->RemoveFile(path);
-  }
-  bool MakeFile(const char* path) override { return inner_->MakeFile(path); }
-  bool ReplaceFileBytes(const char*, const void*, std::size_t) override { return true; }
-  void Release() override {}
-
-  int removals = 0;
-
- private:
-  IFileSystemA* inner_;
-};
-
-TEST_F(StateTest, AnExceptionWhileTheMarkerIsRemovedIsShownAndTheMarkerGoesAllTheSame) {
-  WorkFlowFactory::ReleaseGlobalObjects();
-  ThrowingFileSystem throwing(file_system.get());
-  AddGlobal("FileSystem", &throwing);
-  AddGlobal("SignalMediator", &mediator);
-  AddGlobal("Dictionary", &dictionary);
-  Engine().SetWriteDirectory(write_directory.c_str());
-  ASSERT_TRUE(Engine().StartFlowing());
-  ASSERT_TRUE(Engine().StopFlowing());
-  EXPECT_TRUE(MarkerExists());
-  EXPECT_TRUE(Engine().SaveState(flow.c_str()));
-  EXPECT_EQ(boxes.GetTexts().size(), 1u);
-  EXPECT_EQ(throwing.removals, 2);
-  EXPECT_FALSE(MarkerExists());
-  engine.reset();
 }
 
 }  // namespace

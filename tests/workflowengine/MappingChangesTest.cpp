@@ -1,0 +1,182 @@
+// Mappings live in the dictionary: what is kept beside it is dropped by every change, and by nothing else.
+#include <functional>
+
+#include "tests/workflowengine/EngineFixture.h"
+
+namespace orv_test {
+namespace {
+
+using namespace OrvWorkFlow;
+using ::testing::ElementsAre;
+
+class MappingChangesTest : public EngineTest {
+ protected:
+  const std::string key = MapsKey("T", "i", "done");
+
+  bool Output() { return Engine().OutputSignal("T", "i", "done"); }
+  std::uint32_t Waiting() { return State().waiting; }
+};
+
+TEST_F(MappingChangesTest, EveryChangeOfTheDictionaryIsSeenAtTheNextSignal) {
+  EXPECT_FALSE(Output());
+  AddMapping("T", "i", "done", "A", "a", "s");
+  EXPECT_TRUE(Output());
+  EXPECT_EQ(Waiting(), 1u);
+  AddMapping("T", "i", "done", "B", "b", "s");
+  EXPECT_TRUE(Output());
+  EXPECT_EQ(Waiting(), 3u);
+  dictionary.SetValue((key + "/map0").c_str(), "broken");
+  EXPECT_FALSE(Output());
+  EXPECT_EQ(Waiting(), 3u);
+  Engine().RemoveSignalMapping("T", "i", "done", nullptr, nullptr, "B", "b", "s");
+  dictionary.SetValue((key + "/map0").c_str(), "X,x,s");
+  EXPECT_TRUE(Output());
+  EXPECT_EQ(Waiting(), 4u);
+  Engine().RemoveAllSignalMappings();
+  EXPECT_FALSE(Output());
+  EXPECT_EQ(Waiting(), 4u);
+  Engine().StartFlowing();
+  ASSERT_TRUE(mediator.WaitForFired(4));
+  EXPECT_THAT(mediator.Fired(), ElementsAre("A,a,s", "A,a,s", "B,b,s", "X,x,s"));
+}
+
+// What changes the mappings between two signals, and the receivers afterwards. At first there are "A,a,s" and "B,b,s".
+struct MappingChange {
+  const char* what;
+  std::function<void(IWorkFlowEngine& engine, IDictionary& dictionary, const std::string& key)> change;
+  std::vector<std::string> receivers;
+};
+void PrintTo(const MappingChange& value, std::ostream* out) { *out << value.what; }
+class MappingChangeTest : public MappingChangesTest, public ::testing::WithParamInterface<MappingChange> {};
+
+TEST_P(MappingChangeTest, IsSeenByTheNextSignal) {
+  AddMapping("T", "i", "done", "A", "a", "s");
+  AddMapping("T", "i", "done", "B", "b", "s");
+  EXPECT_TRUE(Output());
+  EXPECT_TRUE(Output());
+  GetParam().change(Engine(), dictionary, key);
+  EXPECT_EQ(Output(), !GetParam().receivers.empty());
+  const std::size_t count = 4 + GetParam().receivers.size();
+  EXPECT_EQ(Waiting(), count);
+  Engine().StartFlowing();
+  ASSERT_TRUE(mediator.WaitForFired(count));
+  const std::vector<std::string> fired = mediator.Fired();
+  EXPECT_EQ(std::vector<std::string>(fired.begin() + 4, fired.end()), GetParam().receivers);
+}
+
+bool LoadText(IDictionary& dictionary, const std::string& path) {
+  const auto other = MakeObject<CDictionaryObjectCreator, IDictionary>("IDictionary");
+  const PString text;
+  return other->SetValue(path.c_str(), "L,l,s") && other->SaveToText(text.out()) &&
+         dictionary.LoadFromText(text.str().data(), text.str().size());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, MappingChangeTest,
+    ::testing::Values(
+        MappingChange{"adding",
+                      [](auto& engine, auto&, auto&) {
+                        engine.AddSignalMapping("T", "i", "done", nullptr, nullptr, "C", "c", "s");
+                      },
+                      {"A,a,s", "B,b,s", "C,c,s"}},
+        MappingChange{"removing",
+                      [](auto& engine, auto&, auto&) {
+                        engine.RemoveSignalMapping("T", "i", "done", nullptr, nullptr, "A", "a", "s");
+                      },
+                      {"B,b,s"}},
+        MappingChange{"removing all", [](auto& engine, auto&, auto&) { engine.RemoveAllSignalMappings(); }, {}},
+        MappingChange{"writing",
+                      [](auto&, auto& dictionary, auto& key) { dictionary.SetValue((key + "/map0").c_str(), "X,x,s"); },
+                      {"X,x,s", "B,b,s"}},
+        MappingChange{"writing a new one",
+                      [](auto&, auto& dictionary, auto& key) { dictionary.SetValue((key + "/map9").c_str(), "X,x,s"); },
+                      {"A,a,s", "B,b,s", "X,x,s"}},
+        MappingChange{"deleting",
+                      [](auto&, auto& dictionary, auto& key) { dictionary.Delete((key + "/map1").c_str()); },
+                      {"A,a,s"}},
+        MappingChange{
+            "deleting above", [](auto&, auto& dictionary, auto&) { dictionary.Delete("/WorkFlowEngine"); }, {}},
+        MappingChange{"loading",
+                      [](auto&, auto& dictionary, auto& key) { EXPECT_TRUE(LoadText(dictionary, key + "/map0")); },
+                      {"L,l,s"}}));
+
+TEST_F(MappingChangesTest, ASenderIsKnownByItsTextsNotByWhereTheyStand) {
+  AddMapping("T", "i", "done", "A", "a", "s");
+  AddMapping("T", "i", "gone", "B", "b", "s");
+  char signal[] = "done";
+  EXPECT_TRUE(Engine().OutputSignal("T", "i", signal));
+  signal[0] = 'g';
+  EXPECT_TRUE(Engine().OutputSignal("T", "i", signal));
+  signal[0] = 'x';
+  EXPECT_FALSE(Engine().OutputSignal("T", "i", signal));
+  Engine().StartFlowing();
+  ASSERT_TRUE(mediator.WaitForFired(2));
+  EXPECT_THAT(mediator.Fired(), ElementsAre("A,a,s", "B,b,s"));
+}
+
+TEST_F(MappingChangesTest, AddingDoesNotLookAtWhatIsThere) {
+  for (int i = 0; i < 50; ++i) {
+    AddMapping("T", "i", "done", "A", "a", "s");
+    AddMapping("T", "i", "gone", "B", "b", "s");
+  }
+  const int listings = dictionary.listings;
+  const int tests = dictionary.tests;
+  for (const char* signal : {"done", "gone", "done"}) EXPECT_TRUE(AddMapping("T", "i", signal, "C", "c", "s"));
+  EXPECT_EQ(dictionary.listings, listings);
+  EXPECT_EQ(dictionary.tests, tests + 3);
+  EXPECT_EQ(Value(MapsKey("T", "i", "gone") + "/map50"), "C,c,s");
+  EXPECT_EQ(Value(key + "/map51"), "C,c,s");
+}
+
+TEST_F(MappingChangesTest, TheLowestFreeNumberIsFoundAfterAnyChange) {
+  for (int i = 0; i < 5; ++i) AddMapping("T", "i", "done", "A", "a", "s");
+  const auto next = [&] {
+    EXPECT_TRUE(AddMapping("T", "i", "done", "N", "n", "s"));
+    return Children(key).back();
+  };
+  dictionary.Delete((key + "/map3").c_str());
+  EXPECT_EQ(next(), "map3");
+  dictionary.SetValue((key + "/map6").c_str(), "x");
+  dictionary.SetValue((key + "/map01").c_str(), "x");
+  dictionary.SetValue((key + "/map").c_str(), "x");
+  EXPECT_EQ(next(), "map5");
+  EXPECT_EQ(next(), "map7");
+  Engine().RemoveSignalMapping("T", "i", "done", nullptr, nullptr, "A", "a", "s");
+  EXPECT_EQ(next(), "map0");
+  dictionary.Delete("/WorkFlowEngine");
+  EXPECT_EQ(next(), "map0");
+}
+
+TEST_F(MappingChangesTest, AnUnchangedDictionaryIsReadOnce) {
+  AddMapping("T", "i", "done", "A", "a", "s");
+  AddMapping("T", "i", "done", "B", "b", "s");
+  Output();
+  const int listings = dictionary.listings;
+  const int reads = dictionary.reads;
+  for (int i = 0; i < 100; ++i) EXPECT_TRUE(Output());
+  EXPECT_EQ(dictionary.listings, listings);
+  EXPECT_EQ(dictionary.reads, reads);
+  EXPECT_EQ(Waiting(), 202u);
+  dictionary.SetValue("/Elsewhere", "x");
+  EXPECT_TRUE(Output());
+  EXPECT_GT(dictionary.listings, listings);
+}
+
+TEST_F(MappingChangesTest, NamesThatOnlyTogetherAreEqualAreDifferentSenders) {
+  AddMapping("T", "i", "done", "A", "a", "s");
+  EXPECT_TRUE(Output());
+  EXPECT_FALSE(Engine().OutputSignal("Ti", "", "done"));
+  EXPECT_FALSE(Engine().OutputSignal("T", "id", "one"));
+  EXPECT_TRUE(Output());
+  EXPECT_EQ(Waiting(), 2u);
+}
+
+TEST_F(MappingChangesTest, SendersWithoutNumberDoNotFillTheMemory) {
+  AddMapping("T", "i", "done", "A", "a", "s");
+  for (int i = 0; i < 10000; ++i) EXPECT_FALSE(Engine().OutputSignal("T", "i", ("x" + std::to_string(i)).c_str()));
+  EXPECT_TRUE(Output());
+  EXPECT_EQ(Waiting(), 1u);
+}
+
+}  // namespace
+}  // namespace orv_test
