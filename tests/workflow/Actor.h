@@ -18,6 +18,13 @@ class Actor final : public TestNode<Actor> {
     static Play play;
     return play;
   }
+  // What an actor does in its other operations, given by name; nothing where there is no such function. Set and emptied
+  // while no workflow runs.
+  using Aside = std::function<void(Actor& actor, const std::string& instance, const std::string& operation)>;
+  static Aside& TheAside() {
+    static Aside aside;
+    return aside;
+  }
   // Instances whose property "Component" is "yes". Set before the workflow runs.
   static std::set<std::string>& Components() {
     static std::set<std::string> components;
@@ -34,11 +41,28 @@ class Actor final : public TestNode<Actor> {
     return is_component && value->Assign("yes", 3);
   }
   bool Signal(const char* signal_name) override { return ThePlay()(*this, name_, signal_name); }
+  bool LoadState(const char* /*path*/) override { return Do("LoadState"); }
+  bool SaveState(const char* /*path*/) override { return Do("SaveState"); }
+  bool StopWork() override { return !Do("StopWork"); }
+  void SetOutgoingSignalHandler(OrvWorkFlow::IOutgoingSignalHandler* handler) override {
+    TestNode::SetOutgoingSignalHandler(handler);
+    if (handler != nullptr) Do("SetOutgoingSignalHandler");
+  }
+  void Release() override {
+    Do("Release");
+    TestNode::Release();
+  }
   bool Fire(const char* signal_name) { return handler() != nullptr && handler()->Signal(this, signal_name); }
 
   using ObjectProtocol::GetContentDirectories;
 
  private:
+  // Always true.
+  bool Do(const char* operation) {
+    if (TheAside()) TheAside()(*this, name_, operation);
+    return true;
+  }
+
   std::string name_;
 };
 

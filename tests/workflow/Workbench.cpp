@@ -68,6 +68,11 @@ void Workbench::Map(const std::string& type, const std::string& instance, const 
   dictionary_->SetValue((path + "/map" + std::to_string(number)).c_str(), receiver.c_str());
 }
 
+void Workbench::SetConfigFile(const std::string& type, const std::string& instance, const std::string& file) {
+  dictionary_->SetValue(("/WorkFlowEngine/WorkNodes/" + type + "/Instances/" + instance + "/ConfigFile").c_str(),
+                        file.c_str());
+}
+
 OrvWorkFlow::ISignalMediator::Statistics Workbench::statistics() const {
   OrvWorkFlow::ISignalMediator::Statistics statistics;
   mediator_->GetStatistics(&statistics);

@@ -29,6 +29,9 @@ class Workbench {
   void Map(const std::string& type, const std::string& instance, const std::string& signal,
            const std::string& receiver);
 
+  // What the node loads when it is made.
+  void SetConfigFile(const std::string& type, const std::string& instance, const std::string& file);
+
   // Reads the nodes; the start signal is given to the engine beforehand.
   bool LoadNodes() { return mediator_->LoadState(nullptr); }
 
@@ -42,6 +45,7 @@ class Workbench {
   OrvWorkFlow::IDictionary& dictionary() { return *dictionary_; }
   OrvWorkFlow::IWorkFlowEngine& engine() { return *engine_; }
   OrvWorkFlow::ISignalMediator& mediator() { return *mediator_; }
+  OrvWorkFlow::HostApp& host_app() { return *host_app_; }  // only with a GUI thread
   RecordingLogger& logger() { return logger_; }
   OrvWorkFlow::ISignalMediator::Statistics statistics() const;
 
