@@ -3,9 +3,9 @@
 
 #include "orvflow/EncryptionAccess.h"
 #include "orvflow/KeyFile.h"
+#include "orvflow/SecretTextList.h"
 #include "orvflow/StandardStreams.h"
 #include "orvflow/Verb.h"
-#include "runtime/MarshalledHolder.h"
 
 namespace OrvWorkFlow::Program {
 
@@ -14,8 +14,8 @@ namespace {
 constexpr std::size_t kCipherBlock = 16;
 
 // Lines end in "\n" or "\r\n"; the last one may lack its end.
-std::vector<std::string> SplitLines(std::string_view text) {
-  std::vector<std::string> lines;
+std::vector<std::string_view> SplitLines(std::string_view text) {
+  std::vector<std::string_view> lines;
   while (!text.empty()) {
     const std::size_t end = text.find('\n');
     std::string_view line = text.substr(0, end);
@@ -33,10 +33,11 @@ class CipherVerb : public Verb {
     if (key_file_.empty()) throw UsageError("no key given; name the file that holds it with --key-file");
     const KeyFile key(key_file_);
     const EncryptionAccess encryption;
-    const std::string input = ReadStandardInput();
-    const std::vector<std::string> texts = list_ ? SplitLines(input) : std::vector<std::string>{input};
+    const SecretText input = ReadSecretInput();
+    const std::string_view text = ViewOf(input);
+    const std::vector<std::string_view> texts = list_ ? SplitLines(text) : std::vector<std::string_view>{text};
     for (std::size_t i = 0; i < texts.size(); ++i) Check(encryption, texts[i], Place(i));
-    WriteStandardOutput(Convert(encryption, texts, key));
+    WriteSecretOutput(Convert(encryption, texts, key));
     return ExitCode::Done;
   }
 
@@ -49,7 +50,7 @@ class CipherVerb : public Verb {
   }
 
   // Throws ProgramError for a text that cannot be converted; `place` says which.
-  virtual void Check(const EncryptionAccess& encryption, const std::string& text, const std::string& place) const = 0;
+  virtual void Check(const EncryptionAccess& encryption, std::string_view text, const std::string& place) const = 0;
   virtual bool ConvertList(IEncryption& encryption, const IOrvPStringList* texts, const char* key,
                            IOrvPStringList* results) const = 0;
   // Does a text that is no line of a list get a line break behind it, too?
@@ -64,18 +65,18 @@ class CipherVerb : public Verb {
     return list_ ? "line " + std::to_string(index + 1) + " of standard input" : "standard input";
   }
 
-  std::string Convert(const EncryptionAccess& encryption, const std::vector<std::string>& texts,
-                      const KeyFile& key) const {
-    const TextListHolder source;
-    const TextListHolder results;
+  SecretText Convert(const EncryptionAccess& encryption, const std::vector<std::string_view>& texts,
+                     const KeyFile& key) const {
+    SecretTextList source;
+    SecretTextList results;
     bool done = true;
-    for (const std::string& text : texts) done = done && source->Add(text.data(), text.size());
-    done = done && ConvertList(*encryption.operator->(), source.get(), key.key(), results.get());
+    for (const std::string_view text : texts) done = done && source.Add(text.data(), text.size());
+    done = done && ConvertList(*encryption.operator->(), &source, key.key(), &results);
     if (!done) throw ProgramError(ExitCode::Failed, command().get_name() + ": not enough memory");
-    std::string output;
-    for (const std::string& text : results.Texts()) {
-      output += text;
-      if (list_ || EndsInLineBreak()) output += '\n';
+    SecretText output;
+    for (std::size_t i = 0; i < results.GetCount(); ++i) {
+      Append(output, {results.GetText(i), results.GetLength(i)});
+      if (list_ || EndsInLineBreak()) output.push_back('\n');
     }
     return output;
   }
@@ -95,7 +96,7 @@ class EncryptVerb final : public CipherVerb {
                    "  printf %s 'a password' | orvflow encrypt --key-file key.txt > password.txt") {}
 
  private:
-  void Check(const EncryptionAccess& /*encryption*/, const std::string& text, const std::string& place) const override {
+  void Check(const EncryptionAccess& /*encryption*/, std::string_view text, const std::string& place) const override {
     if (text.find('\0') != std::string::npos) throw InputError(place, "holds a zero byte, which no text can");
   }
   bool ConvertList(IEncryption& encryption, const IOrvPStringList* texts, const char* key,
@@ -116,8 +117,8 @@ class DecryptVerb final : public CipherVerb {
                    "  orvflow decrypt --key-file key.txt < password.txt") {}
 
  private:
-  void Check(const EncryptionAccess& encryption, const std::string& text, const std::string& place) const override {
-    const std::optional<std::string> bytes = encryption.Decode(text);
+  void Check(const EncryptionAccess& encryption, std::string_view text, const std::string& place) const override {
+    const std::optional<std::string> bytes = encryption.Decode(std::string(text));
     if (!bytes) throw InputError(place, "no enciphered text: it holds what is no base64");
     if (bytes->empty() || bytes->size() % kCipherBlock != 0) {
       throw InputError(place, "no enciphered text, or not all of it: it has " + std::to_string(bytes->size()) +

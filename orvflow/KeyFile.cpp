@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "orvflow/HostFiles.h"
+#include "orvflow/SecretMemory.h"
 #include "orvflow/Terminal.h"
 
 namespace OrvWorkFlow::Program {
@@ -63,9 +64,6 @@ KeyFile::KeyFile(const std::string& path) {
   key_[key.size()] = '\0';
 }
 
-void KeyFile::Wipe() {
-  volatile char* const bytes = key_.data();  // Else the compiler leaves out what nobody reads again.
-  for (std::size_t i = 0; i < key_.size(); ++i) bytes[i] = 0;
-}
+void KeyFile::Wipe() { WipeMemory(key_.data(), key_.size()); }
 
 }  // namespace OrvWorkFlow::Program

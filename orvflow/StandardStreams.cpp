@@ -1,19 +1,40 @@
 #include "orvflow/StandardStreams.h"
 
-#include <array>
 #include <cstdio>
 
 #include "orvflow/Terminal.h"
 
 namespace OrvWorkFlow::Program {
 
-std::string ReadStandardInput() {
+namespace {
+
+// A buffer of the stream's own would keep what was read or written.
+void Unbuffer(std::FILE* stream) { std::setvbuf(stream, nullptr, _IONBF, 0); }
+
+template <class Bytes>
+Bytes ReadAll() {
   UseBinaryStreams();
-  std::string input;
-  std::array<char, 65536> block;
-  while (const std::size_t size = std::fread(block.data(), 1, block.size(), stdin)) input.append(block.data(), size);
+  constexpr std::size_t kBlock = 65536;
+  Bytes input;
+  std::size_t size = 0;
+  std::size_t count = 0;
+  do {
+    input.resize(size + kBlock);
+    count = std::fread(input.data() + size, 1, kBlock, stdin);
+    size += count;
+  } while (count > 0);
   if (std::ferror(stdin) != 0) throw ProgramError(ExitCode::Failed, "standard input cannot be read");
+  input.resize(size);
   return input;
+}
+
+}  // namespace
+
+std::string ReadStandardInput() { return ReadAll<std::string>(); }
+
+SecretText ReadSecretInput() {
+  Unbuffer(stdin);
+  return ReadAll<SecretText>();
 }
 
 void WriteStandardOutput(std::string_view bytes) {
@@ -22,6 +43,11 @@ void WriteStandardOutput(std::string_view bytes) {
   if (!is_written || std::fflush(stdout) != 0) {
     throw ProgramError(ExitCode::Failed, "standard output cannot be written; is the disk full?");
   }
+}
+
+void WriteSecretOutput(const SecretText& bytes) {
+  Unbuffer(stdout);
+  WriteStandardOutput(ViewOf(bytes));
 }
 
 }  // namespace OrvWorkFlow::Program

@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "orvflow/SecretMemory.h"
+
 namespace OrvWorkFlow::Program {
 
 // All of standard input. Throws ProgramError when it cannot be read.
@@ -12,7 +14,11 @@ std::string ReadStandardInput();
 // Throws ProgramError when not all could be written.
 void WriteStandardOutput(std::string_view bytes);
 
-// Line ends are not translated from now on. Called by the two above.
+// The same without a copy that stays in memory. Nothing else may be read or written before.
+SecretText ReadSecretInput();
+void WriteSecretOutput(const SecretText& bytes);
+
+// Line ends are not translated from now on. Called by the others.
 void UseBinaryStreams();
 
 }  // namespace OrvWorkFlow::Program
