@@ -25,9 +25,12 @@ class TemporaryCopy {
       Overwrite();
     } catch (...) {  // Removed all the same.
     }
-    try {
-      file_system_.RemoveFile(path_.c_str());
-    } catch (...) {  // There is nobody to tell.
+    // Twice: a file that cannot be looked at for a moment counts as missing, and removing what is missing succeeds.
+    for (int attempt = 0; attempt < 2; ++attempt) {
+      try {
+        file_system_.RemoveFile(path_.c_str());
+      } catch (...) {  // There is nobody to tell.
+      }
     }
   }
 

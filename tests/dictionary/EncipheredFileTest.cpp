@@ -76,7 +76,7 @@ TEST_F(EncipheredFileTest, ALoadReadsACopyUnderTheFirstFreeName) {
   ASSERT_TRUE(dictionary_.LoadFile("f"));
   EXPECT_EQ(files_.calls,
             (Names{"exists $TEMP/tmpdic0", "exists $TEMP/tmpdic1", "exists $TEMP/tmpdic2", "copy f to $TEMP/tmpdic2",
-                   "read $TEMP/tmpdic2", "write $TEMP/tmpdic2", "remove $TEMP/tmpdic2"}));
+                   "read $TEMP/tmpdic2", "write $TEMP/tmpdic2", "remove $TEMP/tmpdic2", "remove $TEMP/tmpdic2"}));
   EXPECT_EQ(files_.files["$TEMP/tmpdic0"], "another's");
   EXPECT_FALSE(files_.files.contains("$TEMP/tmpdic2"));
 }
