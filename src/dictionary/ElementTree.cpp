@@ -103,24 +103,24 @@ void ElementTree::Unlink(ElementId id) {
   above.child_count = (above.child_count - 1) & kMostChildren;
 }
 
-// Goes down to the leaves and frees from there, so that each element is freed after its children.
+// Each element is freed after its children, which need not be unlinked from one another.
 void ElementTree::Remove(ElementId id) {
   last_parent_.Forget();
   if (id == root_) {
     Clear();
     return;
   }
-  ElementId at = id;
-  for (;;) {
-    if (elements_[at].first_child != kNoElement) {
-      at = elements_[at].first_child;
-      continue;
+  Unlink(id);
+  for (ElementId at = id;;) {
+    while (elements_[at].first_child != kNoElement) at = elements_[at].first_child;
+    for (ElementId next = kNoElement; next == kNoElement;) {
+      const ElementId above = elements_[at].parent;
+      next = elements_[at].next;
+      if (at != id && elements_[above].is_indexed) children_.Remove(above, names_->Hash(name(at)), at);
+      FreeElement(at);
+      if (at == id) return;
+      at = next != kNoElement ? next : above;
     }
-    const ElementId above = elements_[at].parent;
-    Unlink(at);
-    FreeElement(at);
-    if (at == id) return;
-    at = above;
   }
 }
 

@@ -24,6 +24,11 @@ std::pair<std::string_view, std::string_view> SplitLast(std::string_view path) {
   return {path.substr(0, cut), path.substr(cut)};
 }
 
+// Where a part of a text begins in it.
+std::size_t Offset(std::string_view whole, std::string_view part) {
+  return static_cast<std::size_t>(part.data() - whole.data());
+}
+
 }  // namespace
 
 ElementId FindEntry(ElementTree& tree, std::string_view path) {
@@ -37,16 +42,43 @@ ElementId FindEntry(ElementTree& tree, std::string_view path) {
   return parent == kNoElement || last.empty() ? parent : tree.FindChild(parent, last);
 }
 
-ElementId EnsureEntry(ElementTree& tree, std::string_view path) {
-  if (tree.root() == kNoElement) tree.CreateRoot(kRootName);
-  if (!tree.HasUsualRoot()) return kNoElement;
+EntryPlace FindPlace(ElementTree& tree, std::string_view path) {
+  if (!tree.HasUsualRoot()) return {kNoElement, kNoElement, path};
   const auto [above, last] = SplitLast(path);
   ElementId at = tree.last_parent().Find(above);
-  PathComponents components(at == kNoElement ? path : last);
-  if (at == kNoElement) at = tree.root();
+  const bool is_known = at != kNoElement;
+  PathComponents components(is_known ? last : path);
+  if (!is_known) at = tree.root();
   std::string_view component;
-  while (components.Next(component)) at = tree.EnsureChild(at, component);
+  while (components.Next(component)) {
+    if (!is_known && component.data() == last.data()) tree.last_parent().Keep(above, at);
+    const ElementId child = tree.FindChild(at, component);
+    if (child == kNoElement) return {kNoElement, at, path.substr(Offset(path, component))};
+    at = child;
+  }
+  return {at, kNoElement, {}};
+}
+
+// A parent that is made here is likely to get more children.
+ElementId MakeEntry(ElementTree& tree, std::string_view path, const EntryPlace& place) {
+  ElementId at = place.above;
+  if (at == kNoElement) {
+    if (tree.root() != kNoElement) return kNoElement;
+    at = tree.CreateRoot(kRootName);
+  }
+  const auto [above, last] = SplitLast(path);
+  PathComponents components(place.missing);
+  std::string_view component;
+  while (components.Next(component)) {
+    if (component.data() == last.data()) tree.last_parent().Keep(above, at);
+    at = tree.AppendChild(at, component);
+  }
   return at;
+}
+
+ElementId EnsureEntry(ElementTree& tree, std::string_view path) {
+  const EntryPlace place = FindPlace(tree, path);
+  return place.element != kNoElement ? place.element : MakeEntry(tree, path, place);
 }
 
 }  // namespace OrvWorkFlow

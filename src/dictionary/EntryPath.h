@@ -37,8 +37,21 @@ bool IsValidPath(std::string_view path);
 // share all but their last component with the one before are found from there.
 ElementId FindEntry(ElementTree& tree, std::string_view path);
 
-// The same, with every missing element made, without text and attributes. kNoElement when the root has another name.
-// Does not validate. Throws std::bad_alloc; what was made by then stays.
+// Where a path ends: at an element, or on the way to one.
+struct EntryPlace {
+  ElementId element = kNoElement;  // kNoElement when it is missing: then
+  ElementId above = kNoElement;  // the last one on the way that is there, kNoElement without a root of the usual name,
+  std::string_view missing;      // and the rest of the path, below it.
+};
+
+// As FindEntry. The place is valid until the tree is changed, and as long as the path.
+EntryPlace FindPlace(ElementTree& tree, std::string_view path);
+
+// Makes the elements that are missing at the place that FindPlace gave for this path, without text and attributes.
+// kNoElement when the root has another name. Does not validate. Throws std::bad_alloc; what was made by then stays.
+ElementId MakeEntry(ElementTree& tree, std::string_view path, const EntryPlace& place);
+
+// The element that the path names, made where it is missing, in the same way.
 ElementId EnsureEntry(ElementTree& tree, std::string_view path);
 
 }  // namespace OrvWorkFlow

@@ -1,6 +1,5 @@
 #include "dictionary/Redirection.h"
 
-#include "dictionary/EntryPath.h"
 #include "dictionary/ListItems.h"
 
 namespace OrvWorkFlow {
@@ -30,16 +29,18 @@ ElementId FindReadEntry(ElementTree& tree, std::string_view path, ValueType type
 }
 
 WrittenEntry FindWrittenEntry(ElementTree& tree, std::string_view path) {
-  WrittenEntry written{FindEntry(tree, path), path};
-  for (unsigned followed = 0; written.element != kNoElement && tree.IsRedirection(written.element); ++followed) {
-    ListReader targets(tree, written.element);
-    std::string_view first;
-    const bool is_list = tree.type(written.element) == ValueType::StringList;
-    if (followed == kMaxRedirections || !is_list || !targets.Next(first)) return {kNoElement, {}, true};
-    written = {FindEntry(tree, first), first};
-    std::string_view other;
-    while (written.element == kNoElement && targets.Next(other)) written = {FindEntry(tree, other), other};
-    if (written.element == kNoElement) written.path = first;
+  WrittenEntry written{FindPlace(tree, path), path};
+  unsigned followed = 0;
+  while (written.place.element != kNoElement && tree.IsRedirection(written.place.element)) {
+    ListReader targets(tree, written.place.element);
+    std::string_view target;
+    const bool is_list = tree.type(written.place.element) == ValueType::StringList;
+    if (followed++ == kMaxRedirections || !is_list || !targets.Next(target)) return {{}, {}, true, true};
+    written = {FindPlace(tree, target), target, true};
+    while (written.place.element == kNoElement && targets.Next(target)) {
+      const EntryPlace other = FindPlace(tree, target);
+      if (other.element != kNoElement) written = {other, target, true};
+    }
   }
   return written;
 }

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "dictionary/ElementTree.h"
+#include "dictionary/EntryPath.h"
 
 namespace OrvWorkFlow {
 
@@ -16,9 +17,10 @@ ElementId FindReadEntry(ElementTree& tree, std::string_view path, ValueType type
 
 // Where a write to `path` goes.
 struct WrittenEntry {
-  ElementId element = kNoElement;  // kNoElement when the entry has to be made first, at `path`,
-  std::string_view path;           // which may be a view of the tree
-  bool is_lost = false;            // Too many redirections, or one without paths: the write fails.
+  EntryPlace place;            // Without an element when the entry has to be made first,
+  std::string_view path;       // at this path, which may be a view of the tree.
+  bool is_redirected = false;  // It is not the path that was asked for.
+  bool is_lost = false;        // Too many redirections, or one without paths: the write fails.
 };
 
 // `path` itself, unless it is a redirection: then the first of its paths that exists, or else the first of them.
