@@ -61,7 +61,9 @@ bool DataStore::CopySubtree(const char* from, const char* to) {
   const bool is_below = IsPrefix(from, to);
   const bool is_above = IsPrefix(to, from);
   if (is_below && is_above) return true;
-  if (is_below || is_above) {
+  if (is_above) {
+    tree_.Raise(source, FindEntry(tree_, to));
+  } else if (is_below) {
     ElementTree copy;
     CopyAsRoot(tree_, source, copy);
     Replace(to, copy, copy.root());
@@ -79,9 +81,7 @@ bool DataStore::MoveSubtree(const char* from, const char* to) {
   const bool is_above = IsPrefix(to, from);
   if (IsPrefix(from, to)) return is_above;
   if (is_above) {
-    ElementTree copy;
-    CopyAsRoot(tree_, source, copy);
-    Replace(to, copy, copy.root());
+    tree_.Raise(source, FindEntry(tree_, to));
   } else {
     Replace(to, tree_, source);
     tree_.Remove(source);

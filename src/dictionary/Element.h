@@ -61,6 +61,16 @@ class Element {
     text_length_ = static_cast<std::uint32_t>(text.size());
   }
 
+  // The other one has none afterwards.
+  void TakeText(Element& other) {
+    ClearText();
+    text_ = other.text_;
+    text_length_ = other.text_length_;
+    text_kind_ = other.text_kind_;
+    other.text_kind_ = kView;
+    other.ClearText();
+  }
+
   void ClearText() {
     if (text_kind_ == kOwned) delete[] text_.outside;
     text_kind_ = kView;

@@ -124,6 +124,25 @@ void ElementTree::Remove(ElementId id) {
   }
 }
 
+void ElementTree::Raise(ElementId below, ElementId top) noexcept {
+  Element& source = elements_[below];
+  const ElementId first = source.first_child;
+  const std::uint32_t count = source.child_count;
+  for (ElementId child = first; child != kNoElement; child = elements_[child].next) {
+    if (source.is_indexed) children_.Remove(below, names_->Hash(name(child)), child);
+    elements_[child].parent = top;
+  }
+  source.first_child = kNoElement;
+  source.child_count = 0;
+  Element& target = elements_[top];
+  target.TakeText(source);
+  target.attributes = source.attributes;
+  while (target.first_child != kNoElement) Remove(target.first_child);
+  target.first_child = first;
+  target.child_count = count & kMostChildren;
+  target.is_indexed = 0;
+}
+
 void ElementTree::Clear() {
   FreeOwnedTexts();
   elements_.Clear();

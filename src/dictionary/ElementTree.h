@@ -82,6 +82,9 @@ class ElementTree {
 
   // Frees the element with its subtree; of the root, empties the tree.
   void Remove(ElementId id);
+  // Gives `top` the text, the attributes and the children of `below`, an element somewhere below it; all else below
+  // `top` goes.
+  void Raise(ElementId below, ElementId top) noexcept;
   void Clear();
 
   // For building by number.

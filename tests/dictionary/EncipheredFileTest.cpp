@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 
 #include "DictionaryTesting.h"
 #include "FakeFiles.h"
@@ -10,7 +11,9 @@
 #include "encryption/EncryptionObject.h"
 #include "filesystem/FileSystemObject.h"
 #include "tests/fakes/RecordingLogger.h"
+#include "tests/fakes/ScriptedWorkNode.h"
 #include "tests/support/TempDirectory.h"
+#include "tests/support/TimeLimit.h"
 #include "utilitystore/UtilityStoreObject.h"
 
 namespace OrvWorkFlow::DictionaryTesting {
@@ -155,6 +158,24 @@ TEST_F(EncipheredFileTest, AFileThatCannotBeCopiedLeavesTheDictionaryAsItWas) {
   EXPECT_EQ(GetString(dictionary_, "/a"), "old");
 }
 
+TEST_F(EncipheredFileTest, WhereEveryNameIsTakenALoadFails) {
+  const orv_test::TimeLimit limit(std::chrono::seconds(60));
+  files_.files["f"] = kEncipheredFile;
+  files_.has_every_file = true;
+  ASSERT_TRUE(dictionary_.SetValue("/a", "old"));
+  EXPECT_FALSE(dictionary_.LoadFile("f"));
+  EXPECT_EQ(GetString(dictionary_, "/a"), "old");
+  EXPECT_EQ(files_.files.size(), 1u);
+}
+
+TEST_F(EncipheredFileTest, ATextWithAZeroByteIsNotCutButRefused) {
+  files_.files["f"] = std::string("<IDictionaryRoot><a __type=\"str\">x\0y</a></IDictionaryRoot>", 58);
+  ASSERT_TRUE(dictionary_.LoadFile("f"));
+  EXPECT_EQ(GetString(dictionary_, "/a"), std::string("x\0y", 3));
+  EXPECT_FALSE(dictionary_.SaveFile("g"));
+  EXPECT_FALSE(files_.files.contains("g"));
+}
+
 TEST_F(EncipheredFileTest, WhateverIsThrownTheCopyIsRemoved) {
   const std::string copy = "$TEMP/tmpdic0";
   for (const std::string call : {"read ", "write ", "remove "}) {
@@ -203,24 +224,30 @@ TEST_F(EncipheredFileTest, WithoutAKeyThereIsNoCopy) {
   }
 }
 
+// An object of that name that is no "IEncryption" is as good as none.
 TEST(EncipheredFile, WithoutTheObjectEncryptionFilesArePlainAndThatIsTraced) {
-  orv_test::RecordingLogger logger;
-  ASSERT_TRUE(WorkFlowFactory::AddGlobalObject(ObjectNames::kLogger, &logger, false));
-  FakeFiles files;
-  FakeFileSystemCreator creator(files);
-  CUtilityStore store;
-  store.AddUtilityObjectCreator(&creator);
-  CDictionary dictionary;
-  dictionary.SetUtilityStore(&store);
-  dictionary.SetEncryptionKey(kKey);
-  ASSERT_TRUE(dictionary.SetValue("/a", "value"));
-  EXPECT_TRUE(dictionary.SaveFile("f"));
-  EXPECT_EQ(files.files["f"], kPlainFile);
-  EXPECT_TRUE(dictionary.LoadFile("f"));
-  EXPECT_EQ(files.calls, (Names{"replace f", "read f"}));
-  const std::string line = "There is a key and no object Encryption: f is a plain file";
-  EXPECT_EQ(logger.GetTexts("/workflow/dictionary"), (Names{line, line}));
-  WorkFlowFactory::ReleaseGlobalObjects();
+  orv_test::ScriptedCreator misnamed(ObjectNames::kEncryption, [] { return new CUtilityStore; });
+  for (IFactoryObjectCreator* const encryption :
+       {static_cast<IFactoryObjectCreator*>(nullptr), static_cast<IFactoryObjectCreator*>(&misnamed)}) {
+    orv_test::RecordingLogger logger;
+    ASSERT_TRUE(WorkFlowFactory::AddGlobalObject(ObjectNames::kLogger, &logger, false));
+    FakeFiles files;
+    FakeFileSystemCreator creator(files);
+    CUtilityStore store;
+    store.AddUtilityObjectCreator(&creator);
+    store.AddUtilityObjectCreator(encryption);
+    CDictionary dictionary;
+    dictionary.SetUtilityStore(&store);
+    dictionary.SetEncryptionKey(kKey);
+    ASSERT_TRUE(dictionary.SetValue("/a", "value"));
+    EXPECT_TRUE(dictionary.SaveFile("f"));
+    EXPECT_EQ(files.files["f"], kPlainFile);
+    EXPECT_TRUE(dictionary.LoadFile("f"));
+    EXPECT_EQ(files.calls, (Names{"replace f", "read f"}));
+    const std::string line = "There is a key and no object Encryption: f is a plain file";
+    EXPECT_EQ(logger.GetTexts("/workflow/dictionary"), (Names{line, line}));
+    WorkFlowFactory::ReleaseGlobalObjects();
+  }
 }
 
 TEST(EncipheredFile, WithRealFiles) {

@@ -20,7 +20,7 @@ void FakeFileSystem::Record(const std::string& call) {
 
 bool FakeFileSystem::FileExists(const char* path) {
   Record("exists " + std::string(path));
-  return files_.files.contains(path);
+  return files_.has_every_file || files_.files.contains(path);
 }
 
 bool FakeFileSystem::ReadFileToStream(const char* path, IOrvBasicStream* stream) {

@@ -66,6 +66,21 @@ TEST(Listeners, AreToldOfEveryTypedWriteOnce) {
   }
 }
 
+TEST(Listeners, AreToldOfWritesThroughPathObjectsToo) {
+  CDictionary object;
+  IDictionary& dictionary = object;
+  Recorder recorder;
+  ASSERT_TRUE(dictionary.AddListener(&recorder, "^/a/"));
+  const orv_test::PStringList strings(Names{"x"});
+  using Path = DictionaryPathWrapperSimple;
+  EXPECT_TRUE(dictionary.SetValue(Path("a//b"), 5));
+  EXPECT_TRUE(dictionary.SetValue(Path("a") / "c", strings.out()));
+  EXPECT_TRUE(dictionary.SetBinary(Path("a", "d"), "x", 1));
+  EXPECT_TRUE(dictionary.SetValue(Path("b"), 5));
+  EXPECT_FALSE(dictionary.SetValue(Path("a") / "b c", 5));
+  EXPECT_EQ(recorder.paths, (Names{"/a/b", "/a/c", "/a/d"}));
+}
+
 TEST(Listeners, AreNotToldOfOtherOperations) {
   CDictionary dictionary;
   ASSERT_TRUE(dictionary.SetValue("/a/b", "x"));

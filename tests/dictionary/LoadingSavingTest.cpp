@@ -6,6 +6,7 @@
 #include "OrvWorkFlow/WorkFlowFactory.h"
 #include "dictionary/DictionaryObject.h"
 #include "filesystem/FileSystemObject.h"
+#include "tests/fakes/ScriptedWorkNode.h"
 #include "tests/support/TempDirectory.h"
 #include "utilitystore/UtilityStoreObject.h"
 
@@ -159,6 +160,8 @@ TEST_F(FilesTest, AFileThatCannotBeReadLeavesTheDictionaryAsItWas) {
   EXPECT_FALSE(dictionary_.LoadFile("missing"));
   EXPECT_FALSE(dictionary_.LoadFile(""));
   EXPECT_FALSE(dictionary_.LoadFile(nullptr));
+  EXPECT_FALSE(dictionary_.LoadState(nullptr));
+  EXPECT_FALSE(dictionary_.SaveState(nullptr));
   EXPECT_EQ(GetString(dictionary_, "/a"), "old");
   files_.throws = true;
   EXPECT_FALSE(dictionary_.LoadFile("f"));
@@ -194,8 +197,33 @@ TEST(Files, WithoutAFileSystemLoadingAndSavingFail) {
   CUtilityStore store;
   dictionary.SetUtilityStore(&store);
   EXPECT_FALSE(dictionary.LoadFile("f"));
+  ASSERT_TRUE(dictionary.SetValue("/IDictionaryNameValPairs/x", "1"));
   EXPECT_FALSE(dictionary.SaveFile("f"));
+  EXPECT_FALSE(dictionary.Exists("/IDictionaryNameValPairs/x"));
   EXPECT_EQ(GetString(dictionary, "/a"), "x");
+}
+
+TEST(Files, AnObjectThatIsNoFileSystemIsAsGoodAsNone) {
+  orv_test::ScriptedCreator creator(ObjectNames::kFileSystem, [] { return new CUtilityStore; });
+  CUtilityStore store;
+  store.AddUtilityObjectCreator(&creator);
+  CDictionary dictionary;
+  dictionary.SetUtilityStore(&store);
+  EXPECT_FALSE(dictionary.LoadFile("f"));
+  EXPECT_FALSE(dictionary.SaveFile("f"));
+}
+
+TEST(Files, ASecondUtilityStoreTakesThePlaceOfTheFirst) {
+  CDictionary dictionary;
+  for (int i = 0; i < 2; ++i) {
+    FakeFiles files;
+    FakeFileSystemCreator creator(files);
+    CUtilityStore store;
+    store.AddUtilityObjectCreator(&creator);
+    EXPECT_TRUE(dictionary.SetUtilityStore(&store));
+    EXPECT_TRUE(dictionary.SaveFile("f"));
+    EXPECT_EQ(files.calls, Names{"replace f"});
+  }
 }
 
 TEST(Files, TheStoresFileSystemComesBeforeTheGlobalOne) {

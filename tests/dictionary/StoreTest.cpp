@@ -208,6 +208,33 @@ TEST(ChangeCount, ChangesWithEveryChange) {
   EXPECT_FALSE(changed());
 }
 
+TEST(ChangeCount, ChangesWithTheOperationsOnSubtreesToo) {
+  CDictionary dictionary;
+  const orv_test::PStringList targets(Names{"/a"});
+  const orv_test::Stream stream;
+  ASSERT_TRUE(dictionary.SetValue("/a/b", "x"));
+  ASSERT_TRUE(dictionary.SetAttribute("/a", "k", "v"));
+  ASSERT_TRUE(dictionary.SaveSubtreeToStream("/a", stream.out()));
+  const std::vector<std::pair<const char*, std::function<bool()>>> changes = {
+      {"binary", [&] { return dictionary.SetBinary("/y", "x", 1); }},
+      {"attribute removed", [&] { return dictionary.RemoveAttribute("/a", "k"); }},
+      {"redirection", [&] { return dictionary.SetRedirection("/r", targets.out()); }},
+      {"redirected", [&] { return dictionary.SetValue("/r", "x"); }},
+      {"no redirection", [&] { return dictionary.RemoveRedirection("/r"); }},
+      {"copied", [&] { return dictionary.CopySubtree("/a", "/c"); }},
+      {"moved", [&] { return dictionary.MoveSubtree("/c", "/d"); }},
+      {"merged", [&] { return dictionary.MergeSubtree(&dictionary, "/d", "/e"); }},
+      {"renamed", [&] { return dictionary.Rename("/e", "f"); }},
+      {"cleared", [&] { return dictionary.Clear("/f"); }},
+      {"loaded below", [&] { return dictionary.LoadSubtreeFromStream("/f", stream.out()); }},
+  };
+  for (const auto& [what, change] : changes) {
+    const std::uint64_t before = dictionary.GetChangeCount();
+    EXPECT_TRUE(change()) << what;
+    EXPECT_NE(dictionary.GetChangeCount(), before) << what;
+  }
+}
+
 TEST(Store, NullArgumentsFail) {
   CDictionary dictionary;
   ASSERT_TRUE(dictionary.SetValue("/a", "x"));
@@ -292,6 +319,19 @@ TEST(Store, AParentThatWentIsNotFoundAgain) {
     EXPECT_EQ(GetEntries(dictionary, "/a/b"), Names{"n"}) << how;
     ASSERT_TRUE(dictionary.Delete("/")) << how;
   }
+}
+
+// Setting a list makes the holder of its items anew.
+TEST(Store, ItemsOfAListThatIsSetAgainAreNotFoundAgain) {
+  CDictionary dictionary;
+  ASSERT_TRUE(SetStrings(dictionary, "/l", {"a", "b"}));
+  ASSERT_TRUE(dictionary.SetValue("/l/__ListEntries/__item0/below", "x"));
+  EXPECT_TRUE(dictionary.Exists("/l/__ListEntries/__item1"));
+  ASSERT_TRUE(SetStrings(dictionary, "/l", {"c"}));
+  EXPECT_FALSE(dictionary.Exists("/l/__ListEntries/__item1"));
+  EXPECT_FALSE(dictionary.Exists("/l/__ListEntries/__item0/below"));
+  ASSERT_TRUE(dictionary.SetAttribute("/l/__ListEntries/__item1", "k", "v"));
+  EXPECT_EQ(GetStrings(dictionary, "/l"), (Names{"c", ""}));
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include "dictionary/DictionaryObject.h"
 #include "dictionary/Subtree.h"
 #include "tests/fakes/ForwardingDictionary.h"
+#include "tests/fakes/ScriptedWorkNode.h"
 #include "tests/support/Marshalled.h"
 #include "utilitystore/UtilityStoreObject.h"
 
@@ -89,6 +90,24 @@ TEST(Subtrees, Move) {
   };
   Check(cases,
         [](IDictionary& dictionary, const char* from, const char* to) { return dictionary.MoveSubtree(from, to); });
+}
+
+// Elements of many children are found through a table, which has to follow.
+TEST(Subtrees, MovedUpWithManyChildren) {
+  CDictionary dictionary;
+  const auto path = [](const std::string& parent, int i) { return parent + "/n" + std::to_string(i); };
+  for (const std::string parent : {"/a", "/a/n5"}) {
+    for (int i = 0; i < 30; ++i) ASSERT_TRUE(dictionary.SetValue(path(parent, i).c_str(), parent.c_str()));
+  }
+  ASSERT_TRUE(dictionary.MoveSubtree("/a/n5", "/a"));
+  ASSERT_TRUE(dictionary.SetValue("/a/n30", "new"));
+  ASSERT_TRUE(dictionary.Delete("/a/n7"));
+  for (int i = 0; i < 30; ++i) {
+    EXPECT_EQ(GetString(dictionary, path("/a", i).c_str()), i == 7 ? kFailed : "/a/n5") << i;
+  }
+  EXPECT_EQ(GetEntries(dictionary, "/a").size(), 30u);
+  EXPECT_EQ(GetString(dictionary, "/a"), "/a");
+  EXPECT_FALSE(dictionary.Exists("/a/n5/n1"));
 }
 
 TEST(Subtrees, Merge) {
@@ -284,31 +303,17 @@ TEST_F(NewDictionaries, AreEmptyOrACopyOfASubtree) {
   EXPECT_EQ(dictionary_.CopyToNewDictionary(nullptr), nullptr);
 }
 
-// Makes something that is no "IDictionary3", or throws.
-class OtherCreator final : public IFactoryObjectCreator {
- public:
-  explicit OtherCreator(bool throws) : throws_(throws) {}
-  bool GetObjectName(IOrvPString* name) override { return AssignText(name, ObjectNames::kDictionary); }
-  bool GetVersion(IOrvPString* version) override { return AssignText(version, kVersionKey); }
-  IBaseWorkFlowObject* Create() override {
-    if (throws_) throw 1;
-    return new CUtilityStore;
-  }
-  bool CreatesWorkNodes() override { return false; }
-  IFactoryObjectCreator* Clone() override { return nullptr; }
-  void Destroy() override { delete this; }
-
- private:
-  const bool throws_;
-};
-
 TEST(NewDictionariesWithoutTheirCreator, AreNull) {
   CDictionary dictionary;
   ASSERT_TRUE(dictionary.SetValue("/a", 1));
   EXPECT_EQ(dictionary.MakeDictionary(), nullptr);
   EXPECT_EQ(dictionary.CopyToNewDictionary("/a"), nullptr);
   for (const bool throws : {false, true}) {
-    const WorkFlowFactory registration(new OtherCreator(throws));
+    const auto make = [throws]() -> IBaseWorkFlowObject* {
+      if (throws) throw 1;
+      return new CUtilityStore;
+    };
+    const WorkFlowFactory registration(new orv_test::ScriptedCreator(ObjectNames::kDictionary, make));
     EXPECT_EQ(dictionary.MakeDictionary(), nullptr);
     EXPECT_EQ(dictionary.CopyToNewDictionary("/a"), nullptr);
   }

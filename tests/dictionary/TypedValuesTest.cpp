@@ -154,6 +154,24 @@ TEST(TypedValues, AnOlderTagStaysUntilTheValueIsSetAgain) {
   EXPECT_EQ(GetAttribute(dictionary, "/a", "__type"), "str");
 }
 
+TEST(TypedValues, EveryOlderTagIsRead) {
+  CDictionary dictionary;
+  const std::string list = "><__ListEntries><__item0>5</__item0></__ListEntries>";
+  const std::string text = "<IDictionaryRoot><i __type=\"Int\">5</i><d __type=\"Dbl\">5</d><s __type=\"StrLst\"" +
+                           list + "</s><l __type=\"IntLst\"" + list + "</l><n __type=\"DblLst\"" + list +
+                           "</n></IDictionaryRoot>";
+  ASSERT_TRUE(LoadText(dictionary, text));
+  std::int32_t integer = 0;
+  double number = 0;
+  const IntList integers;
+  const DoubleList numbers;
+  EXPECT_TRUE(dictionary.GetValue("/i", &integer) && integer == 5);
+  EXPECT_TRUE(dictionary.GetValue("/d", &number) && number == 5);
+  EXPECT_EQ(GetStrings(dictionary, "/s"), Names{"5"});
+  EXPECT_TRUE(dictionary.GetValue("/l", integers.out()) && integers.vec() == std::vector<std::int32_t>{5});
+  EXPECT_TRUE(dictionary.GetValue("/n", numbers.out()) && numbers.vec() == std::vector<double>{5});
+}
+
 TEST(TypedValues, ASetWritesTheAttributesAnewAndKeepsTheirOrder) {
   CDictionary dictionary;
   ASSERT_TRUE(LoadText(dictionary,
@@ -205,6 +223,23 @@ TEST(Lists, OfAllTypesAreReadBack) {
   EXPECT_EQ(dictionary.GetValueType("/i"), ValueType::IntegerList);
   EXPECT_EQ(dictionary.GetValueType("/n"), ValueType::DoubleList);
   EXPECT_EQ(dictionary.GetValueType("/f"), ValueType::BooleanList);
+}
+
+TEST(Lists, ItemsAreStoredByTheirTextsWithoutAttributes) {
+  CDictionary dictionary;
+  const auto set = [&](const auto& list) {
+    const auto* value = list.out();
+    EXPECT_TRUE(dictionary.SetValue("/l", value));
+    return Saved(dictionary, "l") + "|" + GetAttribute(dictionary, "/l/__ListEntries/__item0", "__type");
+  };
+  const auto expected = [](const std::string& tag, const std::string& text) {
+    return "<l __type=\"" + tag + "\"><__ListEntries>\r\n\t\t\t<__item0>" + text + "|" + kFailed;
+  };
+  EXPECT_EQ(set(PStringList(Names{"a"})), expected("strlist", "a"));
+  EXPECT_EQ(set(WStringList(WideNames{u"ä"})), expected("UStrLst", "\xC3\xA4"));
+  EXPECT_EQ(set(IntList({-5})), expected("intlist", "-5"));
+  EXPECT_EQ(set(DoubleList({0.1})), expected("doublelist", "0.100000"));
+  EXPECT_EQ(set(BoolList({true})), expected("BoolLst", "1"));
 }
 
 TEST(Lists, AShorterListLeavesNothingOfTheLonger) {
@@ -314,36 +349,38 @@ TEST(TypedValues, NullArgumentsFailAndChangeNothing) {
   EXPECT_TRUE(flag);
 }
 
-// A list of a host that throws at its third item, or refuses a third.
-class ThrowingList final : public IOrvIntList {
+// A list of a host that throws at its third item, or refuses it.
+class FaultyList final : public IOrvIntList {
  public:
+  explicit FaultyList(bool throws) : throws_(throws) {}
   std::size_t GetCount() const override { return 5; }
   bool Get(std::size_t index, std::int32_t* value) const override {
-    if (index == 2) throw std::runtime_error("the host's list");
     *value = 1;
-    return true;
+    return index != 2 || Refuse();
   }
-  bool Add(std::int32_t /*value*/) override {
-    if (++added_ == 3) throw std::runtime_error("the host's list");
-    return true;
-  }
+  bool Add(std::int32_t /*value*/) override { return ++added_ != 3 || Refuse(); }
   void Clear() override { added_ = 0; }
   void Release() override {}
   int added() const { return added_; }
 
  private:
+  bool Refuse() const { return throws_ ? throw std::runtime_error("the host's list") : false; }
+
+  const bool throws_;
   int added_ = 0;
 };
 
-TEST(Lists, AListThatThrowsMakesTheOperationFail) {
-  CDictionary dictionary;
-  ThrowingList list;
-  EXPECT_FALSE(dictionary.SetValue("/l", static_cast<const IOrvIntList*>(&list)));
-  EXPECT_FALSE(dictionary.Exists("/l"));
-  const IntList integers({1, 2, 3, 4});
-  ASSERT_TRUE(dictionary.SetValue("/l", static_cast<const IOrvIntList*>(integers.out())));
-  EXPECT_FALSE(dictionary.GetValue("/l", static_cast<IOrvIntList*>(&list)));
-  EXPECT_EQ(list.added(), 0);
+TEST(Lists, AListThatThrowsOrRefusesMakesTheOperationFail) {
+  for (const bool throws : {false, true}) {
+    CDictionary dictionary;
+    FaultyList list(throws);
+    EXPECT_FALSE(dictionary.SetValue("/l", static_cast<const IOrvIntList*>(&list)));
+    EXPECT_FALSE(dictionary.Exists("/l"));
+    const IntList integers({1, 2, 3, 4});
+    ASSERT_TRUE(dictionary.SetValue("/l", static_cast<const IOrvIntList*>(integers.out())));
+    EXPECT_FALSE(dictionary.GetValue("/l", static_cast<IOrvIntList*>(&list)));
+    EXPECT_EQ(list.added(), 0);
+  }
 }
 
 class ThrowingText final : public IOrvPString {

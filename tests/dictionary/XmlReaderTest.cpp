@@ -53,6 +53,8 @@ TEST(XmlReader, AnEmptyElementNeedsNoEndTag) {
          {"<a/x y=\"1\">", "a"},
          {"<a /x>1</a>", "a[/x]'1'"},
          {"<a k=\"/>\">1</a>", "a[k=\"/>\"]'1'"},
+         {"<a k='/>'>1</a>", "a[k=']"},
+         {"<a k=1/2/>1</a>", "a[k=1/2]"},
          {"<r><a/><b/></r>", "r(a b)"},
          {"<a/", "failed: "},
          {"<a /", "failed: "}});

@@ -1,46 +1,16 @@
-// What is allocated, and what happens when there is no memory. This program's operator new counts, and fails when told
-// to.
+// What is allocated, and what happens when there is no memory.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <limits>
-#include <new>
 #include <string>
 
 #include "regexp/Pattern.h"
-
-namespace {
-
-thread_local std::size_t allocation_count = 0;
-thread_local std::size_t allocations_allowed = std::numeric_limits<std::size_t>::max();
-
-}  // namespace
-
-// Not inlined: the compiler would take the two halves for a mismatch.
-[[gnu::noinline]] void* operator new(std::size_t size) {
-  if (allocations_allowed == 0) throw std::bad_alloc();
-  --allocations_allowed;
-  ++allocation_count;
-  if (void* memory = std::malloc(size != 0 ? size : 1)) return memory;
-  throw std::bad_alloc();
-}
-void* operator new[](std::size_t size) { return operator new(size); }
-[[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
-[[gnu::noinline]] void operator delete(void* memory, std::size_t /*size*/) noexcept { std::free(memory); }
-[[gnu::noinline]] void operator delete[](void* memory) noexcept { std::free(memory); }
-[[gnu::noinline]] void operator delete[](void* memory, std::size_t /*size*/) noexcept { std::free(memory); }
+#include "tests/support/FailingMemory.h"
 
 namespace OrvWorkFlow::Patterns {
 namespace {
 
-// Lets so many allocations of this thread succeed while it lives.
-class AllocationLimit {
- public:
-  explicit AllocationLimit(std::size_t limit) { allocations_allowed = limit; }
-  ~AllocationLimit() { allocations_allowed = std::numeric_limits<std::size_t>::max(); }
-  AllocationLimit(const AllocationLimit&) = delete;
-  AllocationLimit& operator=(const AllocationLimit&) = delete;
-};
+using orv_test::allocation_count;
+using orv_test::AllocationLimit;
 
 TEST(PatternMemoryTest, ShortPatternsAllocateNothing) {
   const std::string path = "/WorkFlowEngine/SignalMappings/maps/Receiver";

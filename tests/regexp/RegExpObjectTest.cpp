@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "OrvWorkFlow/WinUtils.h"
+#include "tests/support/Marshalled.h"
 
 namespace OrvWorkFlow {
 namespace {
@@ -34,6 +35,13 @@ TEST_F(RegExpObjectTest, NullIsNotFound) {
 TEST_F(RegExpObjectTest, RefusedPatternIsNotFound) {
   EXPECT_FALSE(object_->MatchNarrow("a", "(a*)*"));
   EXPECT_FALSE(object_->MatchWide(u"a", u"(a"));
+}
+
+TEST_F(RegExpObjectTest, KeepsNoErrorOfThePattern) {
+  EXPECT_FALSE(object_->MatchNarrow("a", "(a*)*"));
+  const orv_test::PString text("old");
+  EXPECT_TRUE(object_->GetLastErrorText(text.out()));
+  EXPECT_EQ(text.str(), "");
 }
 
 TEST_F(RegExpObjectTest, AnswersToItsInterfaceOnly) {

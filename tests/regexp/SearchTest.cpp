@@ -168,6 +168,13 @@ TEST(SearchTextTest, PositionsStayWhenNothingIsFound) {
   EXPECT_EQ(positions.begin, (std::array<std::size_t, 10>{7, 7, 7, 7, 7, 7, 7, 7, 7, 7}));
 }
 
+// The longest row of pieces that a program holds.
+TEST(SearchTextTest, TenThousandPieces) {
+  const std::string pieces(10'000, '.');
+  EXPECT_TRUE(PatternMatch(("^" + pieces + "$").c_str(), std::string(10'000, 'x').c_str()));
+  EXPECT_FALSE(PatternMatch(("^" + pieces + "$").c_str(), std::string(9'999, 'x').c_str()));
+}
+
 TEST(SearchTextTest, ManyPiecesAndAlternatives) {
   std::string pieces = "^";
   std::string alternatives = "^(x";
