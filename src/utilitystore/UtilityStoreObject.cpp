@@ -107,7 +107,10 @@ void CUtilityStore::MakeGlobalNeedsPresent(IBaseWorkFlowObject& object) {
   if (!needs || !object.GetNeededGlobalUtilityObjects(needs.get()) || !ReadTexts(needs.get(), names)) return;
   for (const std::string& name : names) {
     if (IsUtilityObjectHeld(name.c_str()) || !WorkFlowFactory::IsObjectPresent(name.c_str())) continue;
-    AddUtilityObject(WorkFlowFactory::CreateNewGlobalObject(name.c_str()));
+    try {
+      AddUtilityObject(WorkFlowFactory::CreateNewGlobalObject(name.c_str()));
+    } catch (...) {  // One that cannot be made does not keep the others from being made.
+    }
   }
 }
 

@@ -102,6 +102,25 @@ TEST(ObjectCreatorTest, MakesAndClones) {
   EXPECT_EQ(samples, 0);
 }
 
+class ThrowingText final : public IOrvPString {
+ public:
+  bool Assign(const char* /*text*/, std::size_t /*length*/) override { throw std::runtime_error("no"); }
+  const char* GetText() const override { return ""; }
+  std::size_t GetLength() const override { return 0; }
+  void Release() override {}
+};
+
+TEST(ObjectCreatorTest, WhatAnOutputThrowsIsAFailure) {
+  SampleCreator creator;
+  Sample sample;
+  ThrowingText text;
+  EXPECT_FALSE(creator.GetObjectName(&text));
+  EXPECT_FALSE(creator.GetVersion(&text));
+  EXPECT_FALSE(sample.GetVersion(&text));
+  EXPECT_FALSE(sample.GetTypeName(&text));
+  EXPECT_FALSE(sample.GetLastErrorText(&text));
+}
+
 TEST(ObjectCreatorTest, AConstructorThatThrowsMakesNothing) {
   SampleCreator creator;
   sample_throws = true;

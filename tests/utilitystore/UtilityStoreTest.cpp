@@ -123,6 +123,17 @@ TEST_F(UtilityStoreTest, TheFirstOfTwoCreatorsWithOneNameWins) {
   EXPECT_THAT(Names(), ElementsAre("Twin", "Twin"));
 }
 
+TEST_F(UtilityStoreTest, KeepsEveryCreatorInTheOrderOfAdding) {
+  std::vector<std::string> expected;
+  for (int i = 0; i < 45; ++i) {
+    expected.push_back("Name" + std::to_string(i));
+    AddCreator(expected.back().c_str());
+  }
+  EXPECT_TRUE(store_->AddUtilityObjectCreator(creators_.front().get()));
+  expected.push_back("Name0");
+  EXPECT_EQ(Names(), expected);
+}
+
 TEST_F(UtilityStoreTest, MakesANewObjectForEachRequest) {
   AddCreator("Encryption");
   IBaseWorkFlowObject* first = Get("Encryption");
@@ -169,6 +180,33 @@ TEST_F(UtilityStoreTest, AnObjectThatDoesNotTellItsNameIsStillHeldOnce) {
     EXPECT_FALSE(store_->IsUtilityObjectHeld(operation));
     EXPECT_FALSE(store_->IsUtilityObjectHeld(""));
   }
+}
+
+// A creator that counts how often it is asked for its name.
+class CountedCreator final : public IFactoryObjectCreator {
+ public:
+  bool GetObjectName(IOrvPString* name) override {
+    ++asked;
+    return name->Assign("Counted", 7);
+  }
+  bool GetVersion(IOrvPString* /*version*/) override { return false; }
+  IBaseWorkFlowObject* Create() override { return nullptr; }
+  bool CreatesWorkNodes() override { return false; }
+  IFactoryObjectCreator* Clone() override { return nullptr; }
+  void Destroy() override {}
+
+  int asked = 0;
+};
+
+TEST_F(UtilityStoreTest, AsksACreatorForItsNameOnce) {
+  CountedCreator creator;
+  store_->AddUtilityObjectCreator(&creator);
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_TRUE(store_->IsUtilityObjectPresent("Counted"));
+    EXPECT_FALSE(store_->IsUtilityObjectPresent("Other"));
+    EXPECT_EQ(Get("Counted"), nullptr);
+  }
+  EXPECT_EQ(creator.asked, 1);
 }
 
 // A creator whose name cannot be had.
@@ -255,6 +293,20 @@ TEST_F(UtilityStoreTest, MakesGlobalNeedsThatTheFactoryKnowsInListOrder) {
               ElementsAre("Object.GetNeededGlobalUtilityObjects()", "Object.GetNeededLocalUtilityObjects()"));
   WorkFlowFactory::ReleaseGlobalObjects();
   EXPECT_THAT(stage_.GetJournal("Release"), ElementsAre("NeedA.Release()", "NeedB.Release()"));
+}
+
+// What the factory knows and cannot make does not keep the next one from being made.
+TEST_F(UtilityStoreTest, AGlobalNeedThatCannotBeMadeIsPassedOver) {
+  const WorkFlowFactory null(new ScriptedCreator("Null", nullptr));
+  const WorkFlowFactory throwing(
+      new ScriptedCreator("Throws", []() -> IBaseWorkFlowObject* { throw ScriptedFailure(); }));
+  const WorkFlowFactory good(ScriptedCreator::ForUtilityObjects("Good"));
+  AddCreator("Object");
+  Stage::Get().ScriptOf("Object").needed_global = {"Null", "Throws", "Good"};
+  EXPECT_NE(Get("Object"), nullptr);
+  EXPECT_FALSE(store_->IsUtilityObjectHeld("Null"));
+  EXPECT_FALSE(store_->IsUtilityObjectHeld("Throws"));
+  EXPECT_TRUE(store_->IsUtilityObjectHeld("Good"));
 }
 
 TEST_F(UtilityStoreTest, TakesTheGlobalObjectThatIsThere) {
