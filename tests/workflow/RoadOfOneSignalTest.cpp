@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <mutex>
@@ -10,6 +11,7 @@
 #include <vector>
 
 #include "tests/fakes/MessageBoxRecorder.h"
+#include "tests/support/TimeLimit.h"
 #include "tests/workflow/Actor.h"
 #include "tests/workflow/Workbench.h"
 
@@ -267,6 +269,7 @@ constexpr int kSignals = 1000000;
 #endif
 
 TEST(RoadOfOneSignalTest, TheLibraryGoesWhileThePumpRuns) {
+  const orv_test::TimeLimit limit(std::chrono::seconds(120));
   std::atomic<int> played = 0;
   {
     Workbench bench(Host::kNone, Log::kNone);
