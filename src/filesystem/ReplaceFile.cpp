@@ -16,6 +16,25 @@ std::basic_string<Char> NameBeside(const std::basic_string<Char>& target, int nu
   return target + std::basic_string<Char>(ending.begin(), ending.end());
 }
 
+// The file that is to take the target's place, removed in the end when it has not: also when memory runs out.
+template <class Char>
+struct Beside {
+  explicit Beside(const SystemCalls<Char>& system_calls) : calls(system_calls) {}
+  Beside(const Beside&) = delete;
+  Beside& operator=(const Beside&) = delete;
+  ~Beside() {
+    if (!exists) return;
+    try {
+      calls.RemoveOneFile(name);
+    } catch (...) {  // There is nobody to tell.
+    }
+  }
+
+  const SystemCalls<Char>& calls;
+  std::basic_string<Char> name;
+  bool exists = false;
+};
+
 }  // namespace
 
 template <class Char>
@@ -53,22 +72,23 @@ bool FileContent<Char>::WriteOver(const Text& path, std::string_view content) co
 template <class Char>
 SystemResult FileContent<Char>::WriteBeside(const Text& target, bool exists, std::string_view content) const {
   const Creation creation = exists ? Creation::CreateNewPrivate : Creation::CreateNew;
+  Beside<Char> beside(calls_);
   OpenedFile file(open_files());
-  Text beside;
   SystemResult opened = SystemResult::Exists;
   for (int number = 0; opened == SystemResult::Exists && number < kMostNames; ++number) {
-    beside = NameBeside(target, number);
-    opened = calls_.Open(beside, Access::Write, creation, file.Slot());
+    beside.name = NameBeside(target, number);
+    opened = calls_.Open(beside.name, Access::Write, creation, file.Slot());
   }
   if (opened != SystemResult::Ok) return opened;
 
+  beside.exists = true;
   std::size_t done = 0;
   bool replaced =
       open_files().Write(file.handle(), content.data(), content.size(), &done) && open_files().Flush(file.handle());
   replaced = file.Close() && replaced;
-  if (replaced && exists) replaced = calls_.CopyPermissions(target, beside);
-  replaced = replaced && calls_.RenameOver(beside, target);
-  if (!replaced) calls_.RemoveOneFile(beside);
+  if (replaced && exists) replaced = calls_.CopyPermissions(target, beside.name);
+  replaced = replaced && calls_.RenameOver(beside.name, target);
+  beside.exists = !replaced;
   return replaced ? SystemResult::Ok : SystemResult::Failed;
 }
 

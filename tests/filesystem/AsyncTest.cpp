@@ -267,6 +267,21 @@ TYPED_TEST(Asynchronous, AFalseAnswerStopsTheWalk) {
   EXPECT_EQ(directories.Told(), (Names{"directory " + root + "\\b", "false"}));
 }
 
+// Its entries stand behind one backslash; the first is enough, for the drive may hold a whole system.
+TYPED_TEST(Asynchronous, EntriesOfABareDrive) {
+  EXPECT_TRUE(this->face_->MakeDirectory(this->T("C:\\orvbare").c_str()));
+  Listener<TypeParam> listener;
+  listener.on_found = [] { return false; };
+  EXPECT_TRUE(this->face_->ListDirectoriesAsync(this->T("C:").c_str(), &listener));
+  listener.Wait();
+  const Names told = listener.Told();
+  ASSERT_EQ(told.size(), 2U);
+  EXPECT_EQ(told[0].substr(0, 13), "directory C:\\");
+  EXPECT_EQ(told[0].find('\\', 13), std::string::npos) << told[0];
+  EXPECT_GT(told[0].size(), 13U);
+  EXPECT_TRUE(this->face_->DeleteDirectory(this->T("C:\\orvbare").c_str()));
+}
+
 TYPED_TEST(Asynchronous, WhatNotificationsThrowStaysInside) {
   Listener<TypeParam> listener;
   listener.on_found = []() -> bool { throw 1; };

@@ -55,6 +55,7 @@ TYPED_TEST(DirectoryOperations, DirectoryExists) {
   EXPECT_TRUE(this->face_->DirectoryExists(this->At("d\\*").c_str())) << "the first match is the directory itself";
   EXPECT_FALSE(this->face_->DirectoryExists(this->At("d\\sub\\f*").c_str()));
   EXPECT_FALSE(this->face_->DirectoryExists((this->At("d") + this->T("\\\\")).c_str())) << "only one backslash goes";
+  EXPECT_TRUE(this->face_->DirectoryExists(this->At("nope\\..").c_str()));
 }
 
 TYPED_TEST(DirectoryOperations, ListingsAreOrderedDirectoryByDirectory) {
@@ -92,7 +93,22 @@ TYPED_TEST(DirectoryOperations, ListingsOfWorkflowPathsAreWorkflowPaths) {
             (Names{"$Flow/t/b", "$Flow/t/f", "$Flow/t/b/d", "$Flow/t/b/empty"}));
   EXPECT_EQ(this->Directories(this->T("$Flow")),
             (Names{"$Flow/t", "$Flow/t/b", "$Flow/t/f", "$Flow/t/b/d", "$Flow/t/b/empty"}));
-  EXPECT_EQ(this->Files(this->T("$Flow/t/")), Names{"failed"}) << "the separator at the end stays";
+}
+
+// Unlike a platform path's the separator at the end stays, and behind it nothing is found.
+TYPED_TEST(DirectoryOperations, AWorkflowPathThatEndsInASlashNamesNoDirectory) {
+  FakeEngine engine;
+  const GlobalEngine global(engine);
+  engine.paths["Flow"] = orv_test::PlatformPath(this->directory_.path()) + "\\flow.xml";
+  this->MakeTree("t");
+  const auto path = this->T("$Flow/t/");
+  EXPECT_FALSE(this->face_->DirectoryExists(path.c_str()));
+  EXPECT_EQ(this->Files(path), Names{"failed"});
+  EXPECT_EQ(this->Directories(path), Names{"failed"});
+  EXPECT_FALSE(this->face_->CopyDirectory(path.c_str(), this->At("u").c_str(), true));
+  EXPECT_EQ(this->face_->FileSize(path.c_str()), 0U);
+  EXPECT_TRUE(this->face_->DeleteDirectory(path.c_str())) << "there is nothing to delete";
+  EXPECT_EQ(this->Files(this->At("t")).size(), 4U);
 }
 
 TYPED_TEST(DirectoryOperations, OnlyTheRootAtTheStartIsReplaced) {

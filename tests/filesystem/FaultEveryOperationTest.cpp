@@ -1,5 +1,5 @@
-// Every operation of both faces, with each of its system calls failing once. An operation is one line of the table
-// below.
+// Every operation of both faces, with each of its system calls failing once, and with each of its allocations. An
+// operation is one line of the table below.
 #include <condition_variable>
 #include <map>
 #include <mutex>
@@ -7,6 +7,7 @@
 
 #include "tests/filesystem/FileSystemTesting.h"
 #include "tests/filesystem/OpenDescriptors.h"
+#include "tests/support/FailingMemory.h"
 
 namespace OrvWorkFlow {
 namespace {
@@ -131,6 +132,41 @@ class FaultInEveryOperation : public orv_test::FileSystemTest<Char> {
     EXPECT_TRUE(operation.tolerant || retries_ || failures > 0) << "no fault was noticed";
   }
 
+  // Fails the first allocation, the second and so on until the operation needs none any more.
+  void FailEachAllocation(const Operation& operation) {
+    SCOPED_TRACE(operation.name);
+    Prepare();
+    const State before = Now();
+    this->fault_.FailCall(0);
+    ASSERT_TRUE(operation.run()) << "when nothing fails";
+    const State after = Now();
+    const int descriptors = orv_test::OpenDescriptors();
+    State now = after;
+    // The wide face runs through the same code, with more allocations: there every third is enough.
+    constexpr std::size_t kStep = sizeof(Char) > 1 ? 3 : 1;
+    std::size_t n = 1;
+    for (bool fired = true; fired && !this->HasFailure(); n += kStep) {
+      SCOPED_TRACE("allocation " + std::to_string(n));
+      if (now != before) Prepare();
+      bool done = false;
+      {
+        const orv_test::FailedAllocation failure(n);
+        done = operation.run();
+        fired = failure.fired();
+      }
+      EXPECT_EQ(this->fault_.open_handles(), 0);
+      EXPECT_EQ(orv_test::OpenDescriptors(), descriptors);
+      now = Now();
+      if (done) {
+        EXPECT_EQ(now, after);
+      } else {
+        EXPECT_TRUE(fired) << "it failed without a reason";
+        ExpectAllowed(operation.leaves, before, now, after);
+      }
+    }
+    EXPECT_GT(n, 1 + kStep) << "no allocation at all";
+  }
+
   bool retries_ = false;  // The wide face makes most calls once more.
 };
 TYPED_TEST_SUITE(FaultInEveryOperation, orv_test::Widths);
@@ -150,6 +186,7 @@ struct Arguments {
   std::basic_string<Char> target = tree + T("/copied/a");
   std::basic_string<Char> sub = tree + T("\\sub");
   std::basic_string<Char> taken = tree + T("\\taken\\sub");
+  std::basic_string<Char> windows = T("$WINDIR/a");
   std::basic_string<Char> longer = T("a text that is longer than the file");
   typename orv_test::MarshalledOf<Char>::String text{T("text")};
   typename orv_test::MarshalledOf<Char>::String output;
@@ -158,15 +195,16 @@ struct Arguments {
   Waiter<Char> waiter;
 };
 
-template <class Test, class Face, class Char>
-void FailAll(Test& test, Face* f, Arguments<Char>& x) {
-  using Operation = typename Test::Operation;
+// The table: visits each operation.
+template <class Operation, class Face, class Char, class Visit>
+void ForEachOperation(Face* f, Arguments<Char>& x, const Visit& visit) {
   const auto tree = x.tree.c_str();
   const auto file = x.file.c_str();
   const auto fresh = x.fresh.c_str();
   const auto target = x.target.c_str();
   const auto sub = x.sub.c_str();
   const auto taken = x.taken.c_str();
+  const auto windows = x.windows.c_str();
   const auto wait = [&x](bool accepted) { return x.waiter.Result(accepted); };
   constexpr Leaves kOld = Leaves::Old;
   constexpr Leaves kPart = Leaves::Part;
@@ -176,8 +214,8 @@ void FailAll(Test& test, Face* f, Arguments<Char>& x) {
   constexpr Leaves kWrite = Leaves::PartAndFile;
   // clang-format off
   std::vector<Operation> operations = {
-      {"WorkflowPathToPlatformPath", kOld, [&] { Char buffer[300]; return f->WorkflowPathToPlatformPath(x.T("$WINDIR/a").c_str(), buffer, 300, nullptr); }, kTolerant},
-      {"WorkflowPathToPlatformPathString", kOld, [&] { return f->WorkflowPathToPlatformPathString(x.T("$WINDIR/a").c_str(), x.output.out()); }, kTolerant},
+      {"WorkflowPathToPlatformPath", kOld, [&] { Char buffer[300]; return f->WorkflowPathToPlatformPath(windows, buffer, 300, nullptr); }, kTolerant},
+      {"WorkflowPathToPlatformPathString", kOld, [&] { return f->WorkflowPathToPlatformPathString(windows, x.output.out()); }, kTolerant},
       {"MakeDirectory", kPart, [&] { return f->MakeDirectory(fresh); }},
       {"DeleteDirectoryAsync", kGone, [&] { return wait(f->DeleteDirectoryAsync(tree, &x.waiter)); }},
       {"DeleteDirectory", kGone, [&] { return f->DeleteDirectory(tree); }},
@@ -216,19 +254,26 @@ void FailAll(Test& test, Face* f, Arguments<Char>& x) {
     operations.push_back({"WriteFileTextUnicode", kWrite, [&] { return f->WriteFileTextUnicode(file, x.longer.c_str()); }});
   }
   // clang-format on
-  for (const Operation& operation : operations) test.FailEachCall(operation);
+  for (const Operation& operation : operations) visit(operation);
 }
 
 TYPED_TEST(FaultInEveryOperation, LeavesNothingOpenAndNothingHalfDone) {
   Arguments<TypeParam> arguments(this->At("t"));
   this->retries_ = sizeof(TypeParam) > 1;
-  FailAll(*this, this->face_, arguments);
+  ForEachOperation<typename TestFixture::Operation>(this->face_, arguments,
+                                                    [this](const auto& one) { this->FailEachCall(one); });
+}
+
+TYPED_TEST(FaultInEveryOperation, NorDoesALackOfMemory) {
+  Arguments<TypeParam> arguments(this->At("t"));
+  ForEachOperation<typename TestFixture::Operation>(this->face_, arguments,
+                                                    [this](const auto& one) { this->FailEachAllocation(one); });
 }
 
 TEST_F(FaultWithoutWideCalls, LeavesNothingOpenAndNothingHalfDone) {
   Arguments<char16_t> arguments(At("t"));
   fault_.FailWideCalls(true);
-  FailAll(*this, face_, arguments);
+  ForEachOperation<Operation>(face_, arguments, [this](const auto& one) { FailEachCall(one); });
 }
 
 }  // namespace

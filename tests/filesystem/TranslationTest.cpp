@@ -238,6 +238,20 @@ TYPED_TEST(Translation, WithoutAnEngine) {
   EXPECT_EQ(this->hook_.Take(), Names{kNoEngine});
 }
 
+// A global object of that name that is no engine is as good as none, and is asked again.
+TYPED_TEST(Translation, WithAnEngineThatIsNone) {
+  CFileSystem* other = new CFileSystem;
+  EXPECT_TRUE(WorkFlowFactory::AddGlobalObject("WorkFlowEngine", static_cast<IFileSystemA*>(other), false));
+  EXPECT_EQ(this->Of("$Flow/x"), "failed");
+  EXPECT_EQ(this->hook_.Take(), Names{kNoEngine});
+  WorkFlowFactory::ReleaseGlobalObjects();
+  other->Release();
+  FakeEngine engine;
+  const GlobalEngine global(engine);
+  engine.paths = {{"Flow", "C:\\Flows\\f.xml"}};
+  EXPECT_EQ(this->Of("$Flow/x"), "C:\\Flows\\x");
+}
+
 TYPED_TEST(Translation, BesideAWorkflow) {
   FakeEngine engine;
   const GlobalEngine global(engine);

@@ -260,6 +260,17 @@ TEST_F(HostFiles, Links) {
   EXPECT_EQ(ReadFile(Host("d/f")), "content");
 }
 
+// Whoever puts a link where a new file is to be made gets nothing written to where it points.
+TEST_F(HostFiles, ANewFileFollowsNoLink) {
+  WriteFile(Host("a"), "secret");
+  std::filesystem::create_symlink("nowhere", Host("dangling"));
+  for (const Creation creation : {Creation::CreateNew, Creation::CreateNewPrivate}) {
+    EXPECT_EQ(TryOpen("dangling", Access::Write, creation), SystemResult::Exists);
+  }
+  EXPECT_FALSE(files().CopyOver(At("a"), At("dangling"), true));
+  EXPECT_FALSE(std::filesystem::exists(Host("nowhere")));
+}
+
 TEST_F(HostFiles, ALinkUpwardsCountsFromWhereItReallyLies) {
   std::filesystem::create_directories(Host("real/deep"));
   WriteFile(Host("real/file"), "content");

@@ -12,9 +12,15 @@ namespace orv_test {
 inline thread_local std::size_t allocation_count = 0;
 inline thread_local std::size_t allocations_allowed = std::numeric_limits<std::size_t>::max();
 
+inline thread_local std::size_t failures_left = std::numeric_limits<std::size_t>::max();  // Behind those allowed.
+
 inline void* AllocateOrFail(std::size_t size) noexcept {
-  if (allocations_allowed == 0) return nullptr;
-  --allocations_allowed;
+  if (allocations_allowed > 0) {
+    --allocations_allowed;
+  } else if (failures_left > 0) {
+    --failures_left;
+    return nullptr;
+  }
   ++allocation_count;
   return std::malloc(size != 0 ? size : 1);
 }
@@ -26,6 +32,20 @@ class AllocationLimit {
   ~AllocationLimit() { allocations_allowed = std::numeric_limits<std::size_t>::max(); }
   AllocationLimit(const AllocationLimit&) = delete;
   AllocationLimit& operator=(const AllocationLimit&) = delete;
+};
+
+// While it lives the n-th allocation of this thread fails, counted from 1, and no other.
+class FailedAllocation {
+ public:
+  explicit FailedAllocation(std::size_t n) : limit_(n - 1) { failures_left = 1; }
+  ~FailedAllocation() { failures_left = std::numeric_limits<std::size_t>::max(); }
+  FailedAllocation(const FailedAllocation&) = delete;
+  FailedAllocation& operator=(const FailedAllocation&) = delete;
+
+  bool fired() const { return failures_left == 0; }
+
+ private:
+  AllocationLimit limit_;
 };
 
 }  // namespace orv_test

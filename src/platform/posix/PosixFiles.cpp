@@ -19,11 +19,15 @@ bool IsPlainOrMissing(const std::string& path) {
   return ::stat(path.c_str(), &status) != 0 || S_ISREG(status.st_mode);
 }
 
-bool FlushFolderOf(const std::string& path) {
+std::string FolderOf(const std::string& path) {
   const std::size_t slash = path.rfind('/');
-  const Descriptor folder =
-      OpenHost(AT_FDCWD, slash == 0 ? "/" : path.substr(0, slash).c_str(), O_RDONLY | O_DIRECTORY, 0);
-  return folder && ::fsync(folder.get()) == 0;
+  return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+// A disk that cannot flush a folder changes nothing in what it holds.
+void FlushFolder(const std::string& path) noexcept {
+  const Descriptor folder = OpenHost(AT_FDCWD, path.c_str(), O_RDONLY | O_DIRECTORY, 0);
+  if (folder) ::fsync(folder.get());
 }
 
 int FlagsOf(Access access, Creation creation) {
@@ -114,9 +118,9 @@ class PosixFiles final : public FilesOf<Char> {
     if (::lstat(new_name.path.c_str(), &status) == 0 && !S_ISLNK(status.st_mode) && IsMarkedReadOnly(status)) {
       return false;
     }
+    const std::string folder = FolderOf(new_name.path);  // Behind the renaming nothing may fail any more.
     if (::rename(old_name.path.c_str(), new_name.path.c_str()) != 0) return false;
-    FlushFolderOf(
-        new_name.path);  // The new name holds already; a disk that cannot flush a folder changes nothing in that.
+    FlushFolder(folder);
     return true;
   }
 
