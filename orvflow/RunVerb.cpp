@@ -336,11 +336,8 @@ ExitCode RunVerb::ReportFinished(const StateFile& state, unsigned failures) cons
 ExitCode RunVerb::ReportStopped(const WorkflowHost::Result& result, IDictionary& dictionary,
                                 const StateFile& state) const {
   const bool restart = result.end == WorkflowHost::End::Restart;
-  const bool interrupted = RequestedStop() == StopRequest::Interrupt;
-  std::string line = flow_ + ": stopped by " +
-                     (restart       ? "a node's wish to restart"
-                      : interrupted ? "Ctrl-C"
-                                    : "SIGTERM");
+  const StopRequest request = RequestedStop();
+  const std::string line = flow_ + ": stopped by " + (restart ? "a node's wish to restart" : NameOf(request));
   if (result.saved) {
     const std::size_t nodes = NamesBelow(dictionary, WorkflowSchema::kRebootSignals).size();
     PrintErrorLine(line + ", saved in " + state.shown_name() + " (" + Count(result.backlog.waiting, "signal") +
@@ -349,7 +346,7 @@ ExitCode RunVerb::ReportStopped(const WorkflowHost::Result& result, IDictionary&
   }
   PrintErrorLine(line + ", not saved (" + Describe(result.backlog) + ")");
   if (restart) return ExitCode::Failed;
-  return interrupted ? ExitCode::Interrupted : ExitCode::Terminated;
+  return request == StopRequest::Interrupt ? ExitCode::Interrupted : ExitCode::Terminated;
 }
 
 }  // namespace

@@ -12,4 +12,7 @@ void WatchForStopRequests();
 // What was asked for since then. Any thread.
 StopRequest RequestedStop();
 
+// What the user calls it on this system.
+const char* NameOf(StopRequest request);
+
 }  // namespace OrvWorkFlow::Program

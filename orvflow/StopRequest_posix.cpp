@@ -28,4 +28,6 @@ void WatchForStopRequests() {
 
 StopRequest RequestedStop() { return requested.load(); }
 
+const char* NameOf(StopRequest request) { return request == StopRequest::Interrupt ? "Ctrl-C" : "SIGTERM"; }
+
 }  // namespace OrvWorkFlow::Program

@@ -1,5 +1,7 @@
 #define WIN32_LEAN_AND_MEAN
+#ifndef NOMINMAX
 #define NOMINMAX
+#endif
 #define NOGDI
 #include <windows.h>
 
@@ -35,5 +37,9 @@ BOOL WINAPI RememberStop(DWORD event) {
 void WatchForStopRequests() { SetConsoleCtrlHandler(&RememberStop, TRUE); }
 
 StopRequest RequestedStop() { return requested.load(); }
+
+const char* NameOf(StopRequest request) {
+  return request == StopRequest::Interrupt ? "Ctrl-C" : "the closing of the console";
+}
 
 }  // namespace OrvWorkFlow::Program

@@ -27,10 +27,16 @@ class ChildProcess {
   ChildProcess(const ChildProcess&) = delete;
   ChildProcess& operator=(const ChildProcess&) = delete;
 
-  // As Ctrl-C does. False when the system has no way to do it here.
+  // As Ctrl-C does. False when that failed.
   bool Interrupt();
-  // As the command `kill` does. False on Windows, where there is no such thing.
-  bool Terminate();
+
+  // A way in which a user or the system asks a program to end, and the words in which orvflow speaks of it.
+  struct Ending {
+    const char* words;
+    bool (ChildProcess::*send)();
+  };
+  // All that this system has.
+  static std::vector<Ending> Endings();
 
   // What was written to standard error so far.
   std::string ErrorSoFar() const;
@@ -42,6 +48,9 @@ class ChildProcess {
   ProcessResult Wait();
 
  private:
+  bool Terminate();  // As the command `kill` does, or the closing of the console.
+  bool Break();      // As Ctrl-Break does, where there is one.
+
   struct System;  // What the platform knows of the process.
 
   TempDirectory directory_;

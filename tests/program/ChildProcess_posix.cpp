@@ -65,6 +65,10 @@ bool ChildProcess::Interrupt() { return kill(system_->process, SIGINT) == 0; }
 
 bool ChildProcess::Terminate() { return kill(system_->process, SIGTERM) == 0; }
 
+std::vector<ChildProcess::Ending> ChildProcess::Endings() {
+  return {{"Ctrl-C", &ChildProcess::Interrupt}, {"SIGTERM", &ChildProcess::Terminate}};
+}
+
 ProcessResult ChildProcess::Wait() {
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(1);
   int status = 0;

@@ -1,5 +1,7 @@
 #define WIN32_LEAN_AND_MEAN
+#ifndef NOMINMAX
 #define NOMINMAX
+#endif
 #define NOGDI
 #include <windows.h>
 
@@ -33,17 +35,16 @@ class InheritedFile {
   HANDLE handle_;
 };
 
-BOOL WINAPI IgnoreEvent(DWORD /*event*/) { return TRUE; }
-
-// Console events go to all processes of a console, so the tests and their children need one that nobody else has. A
-// test that writes to a console itself would lose it: then there is none. True when there is.
-bool HasConsoleOfItsOwn() {
-  static const bool made = [] {
-    if (GetFileType(GetStdHandle(STD_OUTPUT_HANDLE)) == FILE_TYPE_CHAR) return false;
-    FreeConsole();
-    return AllocConsole() != 0 && SetConsoleCtrlHandler(&IgnoreEvent, TRUE) != 0;
-  }();
-  return made;
+// Lets the system's own routine for console events run in the process, as the console does: so the event comes to that
+// process alone, which needs no console. False where the system does not tell where its routine is.
+bool SendConsoleEvent(HANDLE process, DWORD event) {
+  void* const routine = reinterpret_cast<void*>(GetProcAddress(GetModuleHandleA("kernelbase.dll"), "CtrlRoutine"));
+  if (routine == nullptr) return false;
+  const HANDLE thread = CreateRemoteThread(process, nullptr, 0, reinterpret_cast<LPTHREAD_START_ROUTINE>(routine),
+                                           reinterpret_cast<void*>(static_cast<ULONG_PTR>(event)), 0, nullptr);
+  if (thread == nullptr) return false;
+  CloseHandle(thread);
+  return true;
 }
 
 // In quotes; backslashes before a quote are doubled, as the C library of the child undoes.
@@ -71,7 +72,6 @@ std::wstring Widen(const std::string& utf8) {
 ChildProcess::ChildProcess(const std::string& program, const std::vector<std::string>& arguments,
                            std::string_view input)
     : system_(std::make_unique<System>()) {
-  HasConsoleOfItsOwn();
   std::string file = program;
   std::replace(file.begin(), file.end(), '/', '\\');
   std::string command = Quoted(file);
@@ -100,9 +100,17 @@ ChildProcess::~ChildProcess() {
   CloseHandle(system_->process.hProcess);
 }
 
-bool ChildProcess::Interrupt() { return HasConsoleOfItsOwn() && GenerateConsoleCtrlEvent(CTRL_C_EVENT, 0) != 0; }
+bool ChildProcess::Interrupt() { return SendConsoleEvent(system_->process.hProcess, CTRL_C_EVENT); }
 
-bool ChildProcess::Terminate() { return false; }
+bool ChildProcess::Break() { return SendConsoleEvent(system_->process.hProcess, CTRL_BREAK_EVENT); }
+
+bool ChildProcess::Terminate() { return SendConsoleEvent(system_->process.hProcess, CTRL_CLOSE_EVENT); }
+
+std::vector<ChildProcess::Ending> ChildProcess::Endings() {
+  return {{"Ctrl-C", &ChildProcess::Interrupt},
+          {"Ctrl-C", &ChildProcess::Break},
+          {"the closing of the console", &ChildProcess::Terminate}};
+}
 
 ProcessResult ChildProcess::Wait() {
   static constexpr DWORD kMinute = 60000;

@@ -27,23 +27,20 @@ class StopTest : public ProgramFixture {
   std::string flow_;
 };
 
-TEST_F(StopTest, CtrlCStopsInOrder) {
-  const std::unique_ptr<ChildProcess> process = StartEndless();
-  if (!process->Interrupt()) GTEST_SKIP() << "the tests have no console of their own for a Ctrl-C";
-  ExpectStopped(process->Wait(), "Ctrl-C");
-}
-
-TEST_F(StopTest, TerminateStopsInOrder) {
-  const std::unique_ptr<ChildProcess> process = StartEndless();
-  if (!process->Terminate()) GTEST_SKIP() << "Windows has no SIGTERM; closing a console cannot be done by a program";
-  ExpectStopped(process->Wait(), "SIGTERM");
+TEST_F(StopTest, EveryWishOfTheUserOrTheSystemStopsInOrder) {
+  for (const ChildProcess::Ending& ending : ChildProcess::Endings()) {
+    SCOPED_TRACE(ending.words);
+    const std::unique_ptr<ChildProcess> process = StartEndless();
+    ASSERT_TRUE((process.get()->*ending.send)());
+    ExpectStopped(process->Wait(), ending.words);
+  }
 }
 
 TEST_F(StopTest, ASecondCtrlCEndsARunWhoseNodeDoesNotReturn) {
   flow_ = WriteFlow({{"SleepingNode", "A"}}, "SleepingNode,A,go");
   ChildProcess process(ORVFLOW_PROGRAM, {"run", flow_, "--trace=/workflow/signalmediator"});
   ASSERT_TRUE(process.WaitForError("Firing input signal")) << process.ErrorSoFar();
-  if (!process.Interrupt()) GTEST_SKIP() << "the tests have no console of their own for a Ctrl-C";
+  ASSERT_TRUE(process.Interrupt());
   ASSERT_TRUE(process.WaitForError("In stop thread")) << process.ErrorSoFar();
   ASSERT_TRUE(process.Interrupt());
   const ProcessResult result = process.Wait();
