@@ -230,6 +230,26 @@ TEST_P(FaultEveryCall, WhenItIsDeniedToo) {
   for (const Operation& operation : Operations()) FailEachCall(operation, SystemResult::Denied);
 }
 
+TEST_P(FaultEveryCall, AFullDiskLeavesTheOldOne) {
+  for (const Operation& operation : Operations()) {
+    if (operation.direction == kLoad) continue;
+    SCOPED_TRACE(operation.name);
+    Outcome before;
+    Outcome after;
+    RunUndisturbed(operation, &before, &after);
+    int rounds = 0;
+    for (bool done = false; !done && !HasFailure(); ++rounds) {
+      CDictionary dictionary;
+      Prepare(dictionary);
+      fault_->SetDiskSpace(static_cast<std::uint64_t>(rounds) * 50);
+      done = operation.run(dictionary);
+      EXPECT_EQ(NowOnDisk(), (done ? after : before).files);
+      EXPECT_EQ(fault_->open_handles(), 0);
+    }
+    EXPECT_GT(rounds, 2);
+  }
+}
+
 TEST_P(FaultEveryCall, ADeathLeavesTheOldOrTheNewOne) {
   for (const Operation& operation : Operations()) DieAtEachCall(operation);
 }
