@@ -35,10 +35,9 @@ bool DataStore::IsWritable(const char* path) { return path != nullptr && IsValid
 
 ElementId DataStore::WriteEntry(std::string_view path, ValueType type, std::string_view text) {
   const WrittenEntry written = FindWrittenEntry(tree_, path);
-  if (written.is_lost) return kNoElement;
+  if (written.is_lost || (written.is_redirected && !IsValidPath(written.path))) return kNoElement;
   ElementId entry = written.place.element;
   if (entry == kNoElement) {
-    if (written.is_redirected && !IsValidPath(written.path)) return kNoElement;
     entry = MakeEntry(tree_, written.path, written.place);
     if (entry == kNoElement) return kNoElement;
   }

@@ -53,6 +53,18 @@ TEST(Redirection, AWriteToATargetThatIsNoValidPathFails) {
   EXPECT_FALSE(dictionary.Exists("/a b"));
 }
 
+// An entry of a file may have a name that no path may be written by.
+TEST(Redirection, ATargetWithAnOddNameIsReadAndNotWritten) {
+  CDictionary dictionary;
+  ASSERT_TRUE(LoadText(dictionary, "<IDictionaryRoot><a.b __type=\"str\">old</a.b></IDictionaryRoot>"));
+  Redirect(dictionary, "/r", {"/a.b", "/c"});
+  EXPECT_EQ(GetString(dictionary, "/r"), "old");
+  EXPECT_FALSE(dictionary.SetValue("/r", "new"));
+  EXPECT_FALSE(SetStrings(dictionary, "/r", {"new"}));
+  EXPECT_EQ(GetString(dictionary, "/a.b"), "old");
+  EXPECT_FALSE(dictionary.Exists("/c"));
+}
+
 TEST(Redirection, WithoutTargetsNothingIsReadOrWritten) {
   CDictionary dictionary;
   Redirect(dictionary, "/r", {});

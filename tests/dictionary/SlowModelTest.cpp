@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <random>
 
+#include "ComparedStore.h"
 #include "DictionaryTesting.h"
 #include "SlowModel.h"
 #include "dictionary/DictionaryObject.h"
@@ -20,6 +21,7 @@ class Chance {
   auto& Of(const Choices& choices) {
     return choices[Below(std::size(choices))];
   }
+  char Of(std::string_view letters) { return letters[Below(letters.size())]; }
 
  private:
   std::mt19937 engine_;
@@ -29,7 +31,7 @@ const char* const kComponents[] = {"a",       "b",      "A", "x1", "y_", "-", "I
                                    "__item0", "__item1"};
 const char* const kTexts[] = {"", " ", "x", "  a  ", "5", "-5", "a<b&c>", "\"'", "&amp;", "\x01\r\n", "&#65;"};
 const char* const kOddPaths[] = {"", "/", "//", "a b", "/a.b", "/a/b c/d", "a//b/", "//a", "\xC3\xA4"};
-const char* const kAttributeNames[] = {"k", "l", "__type", "IDictionaryFileVersion"};
+const char* const kAttributeNames[] = {"k", "l", "__type", "IDictionaryFileVersion", "_isRedirection"};
 const char* const kAttributeValues[] = {"", "1", "int", "Str", "a'b", "a\"b", "<&>", "0"};
 
 std::string RandomPath(Chance& chance) {
@@ -40,135 +42,60 @@ std::string RandomPath(Chance& chance) {
   return path;
 }
 
-Names RandomStrings(Chance& chance) {
-  Names strings(chance.Below(5));
-  for (std::string& string : strings) string = chance.Of(kTexts);
-  return strings;
+const char* const kFiles[] = {
+    "<IDictionaryRoot><a.b __type=\"str\">x</a.b><b __type=\"Str\" __type=\"int\" k='1'> y <a/> </b></IDictionaryRoot>",
+    "<IDictionaryRoot><a __type=\"strlist\" _isRedirection=\" 2x\"><__ListEntries><__item0>/A</__item0><__item1>/a.b"
+    "</__item1><__item3>/b</__item3></__ListEntries></a><a.b/><A __type=\"Binary\">eA==</A></IDictionaryRoot>",
+    "<other><a __type=\"str\">x</a></other>"};
+
+// One line of ComparedStore.
+std::string RandomLine(Chance& chance) {
+  if (chance.Below(50) == 0) return std::string("<") + chance.Of(kFiles);
+  const char operation = chance.Of("ssiibyulllaaAAttTddeccmmggnnffFrr");
+  std::string line = operation + RandomPath(chance);
+  const auto add = [&](const std::string& argument) { line += "\t" + argument; };
+  switch (operation) {
+    case 's':
+    case 'u':
+    case 'y':
+      add(chance.Of(kTexts));
+      break;
+    case 'i':
+      add(std::to_string(static_cast<int>(chance.Below(2000)) - 1000));
+      break;
+    case 'b':
+      add(chance.Of(kAttributeValues));
+      break;
+    case 'l':
+      for (std::size_t i = chance.Below(5); i > 0; --i) add(chance.Of(kTexts));
+      break;
+    case 't':
+      for (std::size_t i = chance.Below(4); i > 0; --i) add(RandomPath(chance));
+      break;
+    case 'a':
+      add(chance.Of(kAttributeNames));
+      add(chance.Of(kAttributeValues));
+      break;
+    case 'n':
+      add(chance.Below(4) == 0 ? "a b" : chance.Of(kComponents));
+      break;
+    default:
+      add(chance.Below(2) == 0 ? RandomPath(chance) : chance.Of(kAttributeNames));
+  }
+  return line;
 }
-
-// One step on both stores, with the results compared.
-class Pair {
- public:
-  explicit Pair(Chance& chance) : chance_(chance) {}
-
-  void Write() {
-    const std::string path = RandomPath(chance_);
-    const char* const p = path.c_str();
-    switch (chance_.Below(12)) {
-      case 0: {
-        const std::string text = chance_.Of(kTexts);
-        EXPECT_EQ(real_.SetValue(p, text.c_str()), model_.SetText(path, "str", text)) << path;
-        break;
-      }
-      case 1: {
-        const auto value = static_cast<std::int32_t>(chance_.Below(2000)) - 1000;
-        EXPECT_EQ(real_.SetValue(p, value), model_.SetText(path, "int", std::to_string(value))) << path;
-        break;
-      }
-      case 2: {
-        const bool value = chance_.Below(2) == 1;
-        EXPECT_EQ(real_.SetValue(p, value), model_.SetText(path, "Bool", value ? "1" : "0")) << path;
-        break;
-      }
-      case 3:
-      case 4: {
-        const Names items = RandomStrings(chance_);
-        EXPECT_EQ(SetStrings(real_, p, items), model_.SetList(path, "strlist", items)) << path;
-        break;
-      }
-      case 5: {
-        const std::string name = chance_.Of(kAttributeNames);
-        const std::string value = chance_.Of(kAttributeValues);
-        EXPECT_EQ(real_.SetAttribute(p, name.c_str(), value.c_str()), model_.SetAttribute(path, name, value)) << path;
-        break;
-      }
-      case 6:
-      case 7:
-        EXPECT_EQ(real_.Delete(p), model_.Delete(path)) << path;
-        break;
-      default:
-        WriteSubtree(path);
-    }
-  }
-
-  void WriteSubtree(const std::string& path) {
-    const char* const p = path.c_str();
-    const std::string other = RandomPath(chance_);
-    const char* const o = other.c_str();
-    SCOPED_TRACE(path + " and " + other);
-    switch (chance_.Below(6)) {
-      case 0:
-        EXPECT_EQ(real_.CopySubtree(p, o), model_.CopySubtree(path, other));
-        break;
-      case 1:
-        EXPECT_EQ(real_.MoveSubtree(p, o), model_.MoveSubtree(path, other));
-        break;
-      case 2:
-      case 3:
-        EXPECT_EQ(real_.MergeSubtree(&real_, p, o), model_.MergeSubtree(path, other));
-        break;
-      case 4: {
-        const std::string name = chance_.Below(4) == 0 ? "a b" : chance_.Of(kComponents);
-        EXPECT_EQ(real_.Rename(p, name.c_str()), model_.Rename(path, name));
-        break;
-      }
-      default:
-        EXPECT_EQ(real_.Clear(p), model_.Clear(path));
-    }
-  }
-
-  void Read() {
-    const std::string path = RandomPath(chance_);
-    const char* const p = path.c_str();
-    EXPECT_EQ(real_.Exists(p), model_.Exists(path)) << path;
-    EXPECT_EQ(real_.GetValueType(p), model_.GetType(path)) << path;
-    std::string text = kFailed;
-    model_.GetText(path, ValueType::String, text);
-    EXPECT_EQ(GetString(real_, p), text) << path;
-    Names names = {kFailed};
-    model_.GetEntries(path, names);
-    EXPECT_EQ(GetEntries(real_, p), names) << path;
-    Names items = {kFailed};
-    model_.GetList(path, ValueType::StringList, items);
-    EXPECT_EQ(GetStrings(real_, p), items) << path;
-    Names paths;
-    if (!model_.EnumeratePaths(path, paths)) paths = {kFailed};
-    EXPECT_EQ(GetPaths(real_, p), paths) << path;
-    const std::string other = RandomPath(chance_);
-    Names differences = {kFailed};
-    model_.CompareSubtrees(path, other, differences);
-    EXPECT_EQ(GetDifferences(real_, p, other.c_str()), differences) << path << " and " << other;
-    const std::string name = chance_.Of(kAttributeNames);
-    std::string value = kFailed;
-    EXPECT_EQ(real_.HasAttribute(p, name.c_str()), model_.GetAttribute(path, name, value)) << path;
-    EXPECT_EQ(GetAttribute(real_, p, name.c_str()), value) << path;
-  }
-
-  void SaveAndLoad() {
-    const std::string saved = SaveText(real_);
-    EXPECT_EQ(saved, model_.Save());
-    if (chance_.Below(2) == 0) {
-      EXPECT_EQ(LoadText(real_, saved), model_.Load(saved)) << saved;
-    }
-  }
-
- private:
-  Chance& chance_;
-  CDictionary real_;
-  SlowModel model_;
-};
 
 TEST(SlowModel, AgreesOnRandomOperations) {
   Chance chance(1);
   for (int round = 0; round < 150 && !HasFailure(); ++round) {
-    SCOPED_TRACE(round);
-    Pair pair(chance);
+    ComparedStore store;
+    std::string lines;
     for (int step = 0; step < 80 && !HasFailure(); ++step) {
-      pair.Write();
-      pair.Read();
-      if (chance.Below(20) == 0) pair.SaveAndLoad();
+      const std::string line = RandomLine(chance);
+      lines += line + "\n";
+      EXPECT_NO_THROW(store.Execute(line)) << lines;
     }
-    pair.SaveAndLoad();
+    EXPECT_NO_THROW(store.SaveAndLoad(true)) << lines;
   }
 }
 

@@ -8,8 +8,6 @@ namespace {
 
 constexpr char kHolder[] = "__ListEntries";
 
-bool IsList(ValueType type) { return type >= ValueType::StringList && type <= ValueType::BooleanList; }
-
 bool StartsWith(const SlowModel::Strings& path, const SlowModel::Strings& start) {
   return path.size() >= start.size() && std::equal(start.begin(), start.end(), path.begin());
 }
@@ -32,16 +30,8 @@ SlowModel::Element SlowModel::Clone(const Element& element) {
 // The file version is the root's alone.
 SlowModel::Element SlowModel::CloneAt(const Strings& components) const {
   Element clone = Clone(*Find(components));
-  if (components.size() == 1) clone.attributes = RootAttributes(clone.attributes);
+  if (components.size() == 1) clone.attributes = DropAttribute(clone.attributes, "IDictionaryFileVersion");
   return clone;
-}
-
-std::string SlowModel::RootAttributes(const std::string& attributes) {
-  Pairs pairs = ParseAttributes(attributes);
-  const auto version =
-      std::find_if(pairs.begin(), pairs.end(), [](const auto& pair) { return pair.first == "IDictionaryFileVersion"; });
-  if (version != pairs.end()) pairs.erase(version);
-  return JoinAttributes(pairs);
 }
 
 bool SlowModel::Replace(const Strings& components, Element content) {
