@@ -1,12 +1,14 @@
 #include "orvflow/DictionaryText.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <cmath>
+#include <memory>
+#include <new>
 
 #include "orvflow/Suggestion.h"
 #include "orvflow/WideText.h"
+#include "orvflow/WorkflowHost.h"
 #include "runtime/MarshalledHolder.h"
 
 namespace OrvWorkFlow::Program {
@@ -39,8 +41,8 @@ constexpr Tag kTags[] = {
     {"Nil", ValueType::Nil},
 };
 
-// How the values of one type are marshalled and written. Each has: the class of a list of them, its name, and the ways
-// from and to the text; Parse answers nothing for a text that is none of its type.
+// How the values of one type are marshalled and read from the command line. Each has: the class of a list of them, its
+// name, and the way from the text; Parse answers nothing for a text that is none of its type.
 struct NarrowText {
   using List = IOrvPStringList;
   static constexpr char kList[] = "IOrvPStringList";
@@ -52,20 +54,6 @@ struct NarrowText {
     });
     return is_plain ? std::optional(text) : std::nullopt;
   }
-  static std::string Format(const std::string& value) { return value; }
-};
-
-struct Base64Text {
-  static constexpr char kWhat[] = "base64 text";
-  static std::optional<std::string> Parse(const std::string& text) {
-    const std::size_t padding = text.ends_with("==") ? 2 : text.ends_with('=') ? 1 : 0;
-    const bool is_base64 =
-        text.size() % 4 == 0 &&
-        std::all_of(text.begin(), text.end() - static_cast<std::ptrdiff_t>(padding), [](char c) {
-          return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '+' || c == '/';
-        });
-    return is_base64 ? std::optional(text) : std::nullopt;
-  }
 };
 
 struct WideText {
@@ -75,7 +63,27 @@ struct WideText {
   static std::optional<std::u16string> Parse(const std::string& text) {
     return NarrowText::Parse(text) ? ToWide(text) : std::nullopt;
   }
-  static std::string Format(std::u16string_view value) { return ToUtf8(value).value_or(""); }
+};
+
+// The library knows base64: a dictionary of its own takes the text, as if it stood in a file, and gives the bytes. It
+// also takes what is no more than readable; that makes another text of the bytes.
+struct Base64Text {
+  static constexpr char kWhat[] = "base64 text";
+  std::optional<std::string> Parse(const std::string& text) const {
+    const std::unique_ptr<IDictionary, ObjectReleaser> scratch(dictionary.MakeDictionary());
+    const StreamHolder bytes;
+    const TextListHolder again;
+    if (scratch == nullptr) throw std::bad_alloc();
+    const bool is_readable = scratch->SetValue("", text.c_str()) && scratch->SetAttribute("", "__type", "Binary") &&
+                             scratch->GetBinary("", bytes.get());
+    if (!is_readable) return std::nullopt;
+    const std::string value(static_cast<const char*>(bytes->GetData()), bytes->GetSize());
+    const bool is_written =
+        scratch->SetBinary("", value.data(), value.size()) && scratch->GetValueTexts("", again.get());
+    return is_written && again.Texts().front() == text ? std::optional(value) : std::nullopt;
+  }
+
+  IDictionary& dictionary;
 };
 
 template <class Number>
@@ -92,7 +100,6 @@ struct WholeNumber {
   static constexpr char kList[] = "IOrvIntList";
   static constexpr char kWhat[] = "whole number of 32 bits";
   static std::optional<std::int32_t> Parse(const std::string& text) { return ParseNumber<std::int32_t>(text); }
-  static std::string Format(std::int32_t value) { return std::to_string(value); }
 };
 
 struct RealNumber {
@@ -102,11 +109,6 @@ struct RealNumber {
   static std::optional<double> Parse(const std::string& text) {
     const std::optional<double> number = ParseNumber<double>(text);
     return number && std::isfinite(*number) ? number : std::nullopt;
-  }
-  static std::string Format(double value) {
-    std::array<char, 400> buffer;
-    const auto result = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value, std::chars_format::fixed, 6);
-    return {buffer.data(), result.ptr};
   }
 };
 
@@ -119,7 +121,6 @@ struct TruthValue {
     if (text == "0" || text == "false") return false;
     return std::nullopt;
   }
-  static std::string Format(bool value) { return value ? "1" : "0"; }
 };
 
 template <class Char>
@@ -131,45 +132,6 @@ bool AddTo(IOrvListOf<Item>& list, Item value) {
   return list.Add(value);
 }
 
-template <class Char>
-std::basic_string<Char> ItemOf(const IOrvStringListOf<Char>& list, std::size_t index) {
-  return {list.GetText(index), list.GetLength(index)};
-}
-template <class Item>
-Item ItemOf(const IOrvListOf<Item>& list, std::size_t index) {
-  Item item{};
-  list.Get(index, &item);
-  return item;
-}
-
-template <class Form>
-std::optional<std::string> ReadList(IDictionary& dictionary, const std::string& path) {
-  const MarshalledHolder<typename Form::List> list(Form::kList);
-  if (!dictionary.GetValue(path.c_str(), list.get())) return std::nullopt;
-  std::string lines;
-  for (std::size_t i = 0; i < list->GetCount(); ++i) lines += Form::Format(ItemOf(*list.get(), i)) + '\n';
-  return lines;
-}
-
-template <class Form, class Value>
-std::optional<std::string> ReadScalar(IDictionary& dictionary, const std::string& path) {
-  Value value{};
-  if (!dictionary.GetValue(path.c_str(), &value)) return std::nullopt;
-  return Form::Format(value) + '\n';
-}
-
-std::optional<std::string> ReadNarrow(IDictionary& dictionary, const std::string& path) {
-  const TextHolder text;
-  if (!dictionary.GetValue(path.c_str(), text.get())) return std::nullopt;
-  return text.Text() + '\n';
-}
-
-std::optional<std::string> ReadWide(IDictionary& dictionary, const std::string& path) {
-  const MarshalledHolder<IOrvString> text("IOrvString");
-  if (!dictionary.GetValue(path.c_str(), text.get())) return std::nullopt;
-  return WideText::Format({text->GetText(), text->GetLength()}) + '\n';
-}
-
 // What is wrong with a text that was to be a value.
 template <class Form>
 std::string Refusal(const std::string& text) {
@@ -177,9 +139,9 @@ std::string Refusal(const std::string& text) {
 }
 
 template <class Form, class Set>
-std::string WriteScalar(const std::vector<std::string>& texts, bool& is_set, const Set& set) {
+std::string WriteScalar(const Form& form, const std::vector<std::string>& texts, bool& is_set, const Set& set) {
   if (texts.size() != 1) return "one value is needed, not " + std::to_string(texts.size());
-  const auto value = Form::Parse(texts.front());
+  const auto value = form.Parse(texts.front());
   if (!value) return Refusal<Form>(texts.front());
   is_set = set(*value);
   return {};
@@ -209,18 +171,6 @@ std::vector<std::string> TagTexts() {
   return texts;
 }
 
-// Binary values are texts with a tag of their own.
-bool MarkAs(IDictionary& dictionary, const std::string& path, const char* tag) {
-  return dictionary.SetAttribute(path.c_str(), "__type", tag);
-}
-
-std::optional<std::string> ReadBinary(IDictionary& dictionary, const std::string& path) {
-  if (!MarkAs(dictionary, path, "str")) return std::nullopt;
-  const std::optional<std::string> text = ReadNarrow(dictionary, path);
-  MarkAs(dictionary, path, "Binary");
-  return text;
-}
-
 }  // namespace
 
 const char* TagOfType(ValueType type) {
@@ -229,33 +179,11 @@ const char* TagOfType(ValueType type) {
 }
 
 std::optional<std::string> ReadValue(IDictionary& dictionary, const std::string& path) {
-  switch (dictionary.GetValueType(path.c_str())) {
-    case ValueType::String:
-      return ReadNarrow(dictionary, path);
-    case ValueType::WideString:
-      return ReadWide(dictionary, path);
-    case ValueType::Integer:
-      return ReadScalar<WholeNumber, std::int32_t>(dictionary, path);
-    case ValueType::Double:
-      return ReadScalar<RealNumber, double>(dictionary, path);
-    case ValueType::Boolean:
-      return ReadScalar<TruthValue, bool>(dictionary, path);
-    case ValueType::StringList:
-      return ReadList<NarrowText>(dictionary, path);
-    case ValueType::WideStringList:
-      return ReadList<WideText>(dictionary, path);
-    case ValueType::IntegerList:
-      return ReadList<WholeNumber>(dictionary, path);
-    case ValueType::DoubleList:
-      return ReadList<RealNumber>(dictionary, path);
-    case ValueType::BooleanList:
-      return ReadList<TruthValue>(dictionary, path);
-    case ValueType::Binary:
-      return ReadBinary(dictionary, path);
-    case ValueType::Nil:
-      break;
-  }
-  return std::nullopt;
+  const TextListHolder texts;
+  if (!dictionary.GetValueTexts(path.c_str(), texts.get())) return std::nullopt;
+  std::string lines;
+  for (const std::string& text : texts.Texts()) lines += text + '\n';
+  return lines;
 }
 
 std::string WriteValue(IDictionary& dictionary, const std::string& path, const std::string& tag,
@@ -264,21 +192,21 @@ std::string WriteValue(IDictionary& dictionary, const std::string& path, const s
   const auto set_wide = [&](const std::u16string& value) { return dictionary.SetValue(path.c_str(), value.c_str()); };
   const auto set_value = [&](auto value) { return dictionary.SetValue(path.c_str(), value); };
   const auto set_binary = [&](const std::string& value) {
-    return set_text(value) && MarkAs(dictionary, path, "Binary");
+    return dictionary.SetBinary(path.c_str(), value.data(), value.size());
   };
   const Tag* const known = FindTag(tag);
   if (known == nullptr) return "no type " + tag + Suggest(tag, TagTexts());
   switch (known->type) {
     case ValueType::String:
-      return WriteScalar<NarrowText>(texts, is_set, set_text);
+      return WriteScalar(NarrowText(), texts, is_set, set_text);
     case ValueType::WideString:
-      return WriteScalar<WideText>(texts, is_set, set_wide);
+      return WriteScalar(WideText(), texts, is_set, set_wide);
     case ValueType::Integer:
-      return WriteScalar<WholeNumber>(texts, is_set, set_value);
+      return WriteScalar(WholeNumber(), texts, is_set, set_value);
     case ValueType::Double:
-      return WriteScalar<RealNumber>(texts, is_set, set_value);
+      return WriteScalar(RealNumber(), texts, is_set, set_value);
     case ValueType::Boolean:
-      return WriteScalar<TruthValue>(texts, is_set, set_value);
+      return WriteScalar(TruthValue(), texts, is_set, set_value);
     case ValueType::StringList:
       return WriteList<NarrowText>(dictionary, path, texts, is_set);
     case ValueType::WideStringList:
@@ -290,7 +218,7 @@ std::string WriteValue(IDictionary& dictionary, const std::string& path, const s
     case ValueType::BooleanList:
       return WriteList<TruthValue>(dictionary, path, texts, is_set);
     case ValueType::Binary:
-      return WriteScalar<Base64Text>(texts, is_set, set_binary);
+      return WriteScalar(Base64Text{dictionary}, texts, is_set, set_binary);
     case ValueType::Nil:
       break;
   }

@@ -12,8 +12,8 @@ namespace OrvWorkFlow::Program {
 // The tag of a type as files hold it: "str", "UStr", "int", ..., "Nil".
 const char* TagOfType(ValueType type);
 
-// The text form of the value there; a list is one line an item, each with its line end. Wide text is UTF-8. Nothing
-// where there is no value.
+// The text form of the value there, as the file holds it; a list is one line an item, each with its line end. Wide text
+// is UTF-8. Nothing where there is no value.
 std::optional<std::string> ReadValue(IDictionary& dictionary, const std::string& path);
 
 // Gives the entry a value of the tag's type (older spellings of tags count). Answers what is wrong with the arguments,
