@@ -87,7 +87,7 @@ std::string RandomLine(Chance& chance) {
 
 TEST(SlowModel, AgreesOnRandomOperations) {
   Chance chance(1);
-  for (int round = 0; round < 150 && !HasFailure(); ++round) {
+  for (int round = 0; round < 80 && !HasFailure(); ++round) {
     ComparedStore store;
     std::string lines;
     for (int step = 0; step < 80 && !HasFailure(); ++step) {
