@@ -28,6 +28,10 @@ class FakeEngine final : public OrvWorkFlow::ObjectProtocol<FakeEngine, OrvWorkF
   int saves = 0;
   int stores = 0;
 
+  // The files that were to be absorbed, with ", start" where they were to be started; and the answer.
+  std::vector<std::string> absorbed;
+  bool absorbs = true;
+
   // The output signals so far, as "type/instance/signal".
   std::vector<std::string> GetSignals() const {
     const std::scoped_lock lock(mutex_);
@@ -52,6 +56,11 @@ class FakeEngine final : public OrvWorkFlow::ObjectProtocol<FakeEngine, OrvWorkF
     ++stores;
     return false;
   }
+  bool AbsorbFlow(const char* file_path, bool queue_start_signal) override {
+    absorbed.push_back(std::string(file_path) + (queue_start_signal ? ", start" : ""));
+    if (!absorbs) SetLastError("The engine's reason.");
+    return absorbs;
+  }
   void Release() override {}
 
   // The rest is asked of it by nobody.
@@ -71,7 +80,6 @@ class FakeEngine final : public OrvWorkFlow::ObjectProtocol<FakeEngine, OrvWorkF
   bool StartFlowing() override { return false; }
   bool StopFlowing() override { return false; }
   bool DeleteTemporaryData() override { return false; }
-  bool AbsorbFlow(const char*, bool) override { return false; }
   bool GetQueueState(QueueState*) override { return false; }
   bool SetWorkFlowFilePath(const char*) override { return false; }
 

@@ -11,6 +11,7 @@
 #include "nodes/flow/Timer.h"
 #include "runtime/HostApp.h"
 #include "runtime/MarshalledHolder.h"
+#include "tests/fakes/FakeEngine.h"
 #include "tests/fakes/MessageBoxRecorder.h"
 #include "tests/nodes/NodeFixture.h"
 
@@ -163,6 +164,25 @@ TEST_F(FlowNodesTest, TheFinderNamesWhatNoLibraryHolds) {
   EXPECT_FALSE(finder->FindNewComponents(nullptr, components.get()));
   EXPECT_FALSE(finder->FindNewComponents(file.c_str(), nullptr));
   EXPECT_FALSE(node->Signal("find"));
+}
+
+TEST_F(FlowNodesTest, AbsorbingSaysHowItEnded) {
+  const orv_test::MessageBoxRecorder boxes;
+  orv_test::FakeEngine engine;
+  WorkFlowFactory::AddGlobalObject("WorkFlowEngine", &engine, false);
+  const NodePointer node = Make<AbsorbWorkflow>();
+  SetParameter("AbsorbWorkflow", "File", "$Flow/sub.xml");
+  EXPECT_TRUE(node->Signal("absorb"));
+  EXPECT_EQ(TakeFired(), Signals{"absorbed"});
+  dictionary_->SetValue("/WorkFlowEngine/WorkNodes/AbsorbWorkflow/Instances/Instance/Parameters/Start", false);
+  engine.absorbs = false;
+  EXPECT_TRUE(node->Signal("absorb"));
+  EXPECT_EQ(TakeFired(), Signals{"failed"});
+  EXPECT_EQ(engine.absorbed, (Signals{"$Flow/sub.xml, start", "$Flow/sub.xml"}));
+  ASSERT_EQ(boxes.GetTexts().size(), 1u);
+  EXPECT_NE(boxes.GetTexts()[0].find("cannot absorb \"$Flow/sub.xml\": The engine's reason."), std::string::npos)
+      << boxes.GetTexts()[0];
+  WorkFlowFactory::ReleaseGlobalObjects();
 }
 
 TEST_F(FlowNodesTest, AbsorbingNeedsAnEngine) {
