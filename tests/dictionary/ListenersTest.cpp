@@ -84,9 +84,12 @@ TEST(Listeners, AreToldOfWritesThroughPathObjectsToo) {
 TEST(Listeners, AreNotToldOfOtherOperations) {
   CDictionary dictionary;
   ASSERT_TRUE(dictionary.SetValue("/a/b", "x"));
+  ASSERT_TRUE(dictionary.SetValue("/IDictionaryNameValPairs/x", "x"));
   Recorder recorder;
   ASSERT_TRUE(dictionary.AddListener(&recorder, ""));
   const orv_test::PStringList targets(Names{"/a"});
+  EXPECT_FALSE(dictionary.SaveFile(nullptr));
+  EXPECT_FALSE(dictionary.Exists("/IDictionaryNameValPairs/x")) << "a save takes them away";
   EXPECT_TRUE(dictionary.SetAttribute("/a", "k", "v"));
   EXPECT_TRUE(dictionary.RemoveAttribute("/a", "k"));
   EXPECT_TRUE(dictionary.CopySubtree("/a", "/c"));
