@@ -62,6 +62,7 @@ bool CWorkFlowEngine::Load(IDictionary& dictionary, const std::string& path) {
     core_->ReplaceQueue(lock, std::move(queue));
     core_->ForgetMappings(lock);
   }
+  if (core_->Running()) core_->Post(kSignalReceivedEvent);  // A pump that has nothing else to do would not look.
   core_->Log(EngineCategories::kLoadState, EngineLines::kLoadStateTable);
   core_->Log(EngineCategories::kLoadState, EngineLines::kLoadStartSignal);
   StartSignal start_signal = ReadStartSignal(dictionary);

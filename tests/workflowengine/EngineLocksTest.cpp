@@ -95,6 +95,18 @@ TEST_F(EngineLocksTest, OnlyTheQueueWaitsForThePump) {
   EXPECT_TRUE(all);
 }
 
+TEST_F(EngineLocksTest, APumpThatWaitsFiresAQueueThatIsLoaded) {
+  for (int i = 0; i < 3; ++i) ASSERT_TRUE(Engine().OutputSignal("T", "i", "done"));
+  ASSERT_TRUE(Engine().SaveState(flow.c_str()));
+  ASSERT_TRUE(Engine().StartFlowing());
+  ASSERT_TRUE(mediator.WaitForFired(3));
+  while (State().firing) std::this_thread::sleep_for(1ms);
+  std::this_thread::sleep_for(5ms);  // For the pump to wait.
+  ASSERT_TRUE(Engine().LoadState(flow.c_str()));
+  EXPECT_TRUE(mediator.WaitForFired(6));
+  EXPECT_TRUE(Engine().StopFlowing());
+}
+
 TEST_F(EngineLocksTest, StatesAreSavedAndLoadedWhileThePumpRuns) {
   constexpr std::size_t kRounds = 20;
   for (int i = 0; i < 3; ++i) ASSERT_TRUE(Engine().OutputSignal("T", "i", "done"));
@@ -111,7 +123,10 @@ TEST_F(EngineLocksTest, StatesAreSavedAndLoadedWhileThePumpRuns) {
     }
   });
   std::thread asker([&] {
-    while (loading) FilePath("Flow");
+    while (loading) {
+      FilePath("Flow");
+      std::this_thread::sleep_for(50us);
+    }
   });
   for (std::size_t i = 0; i < kRounds; ++i) {
     EXPECT_TRUE(Engine().LoadState(flow.c_str()));
