@@ -42,6 +42,12 @@ std::string SaveText(IDictionary& dictionary) {
   return GetText([&](IOrvPString* text) { return dictionary.SaveToText(text); });
 }
 
+std::string Saved(IDictionary& dictionary, const std::string& name) {
+  const std::string text = SaveText(dictionary);
+  const std::size_t begin = text.find("<" + name + " ");
+  return begin == std::string::npos ? kFailed : text.substr(begin, text.find("</", begin) - begin);
+}
+
 std::string GetString(IDictionary& dictionary, const char* path) {
   return GetText([&](IOrvPString* text) { return dictionary.GetValue(path, text); });
 }

@@ -15,6 +15,8 @@ using Names = std::vector<std::string>;
 
 bool LoadText(IDictionary& dictionary, std::string_view text);
 std::string SaveText(IDictionary& dictionary);
+// The element with attributes as it stands in a saved file, up to the first end tag.
+std::string Saved(IDictionary& dictionary, const std::string& name);
 
 // A text that no entry holds stands for a failure of the getters below.
 inline constexpr char kFailed[] = "<failed>";

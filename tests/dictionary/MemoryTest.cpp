@@ -16,7 +16,8 @@ namespace {
 // Names and values that are too long to be held without memory of their own; one element of many children.
 std::string MakeFile() {
   std::string file =
-      "<IDictionaryRoot><source a-long-attribute=\"of the source, and long\"><an-entry-of-a-long-name __type=\"str\">a long text"
+      "<IDictionaryRoot><source a-long-attribute=\"of the source, and long\"><an-entry-of-a-long-name __type=\"str\">a "
+      "long text"
       "</an-entry-of-a-long-name><list __type=\"strlist\"><__ListEntries><__item0>the first of the items</__item0>"
       "</__ListEntries></list></source><target><old>another long text</old></target><wide>";
   for (int i = 0; i < 20; ++i) file += "<child-" + std::to_string(i) + "/>";

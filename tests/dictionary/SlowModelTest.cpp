@@ -44,8 +44,8 @@ std::string RandomPath(Chance& chance) {
 
 const char* const kFiles[] = {
     "<IDictionaryRoot><a.b __type=\"str\">x</a.b><b __type=\"Str\" __type=\"int\" k='1'> y <a/> </b></IDictionaryRoot>",
-    "<IDictionaryRoot><a __type=\"strlist\" _isRedirection=\" 2x\"><__ListEntries><__item0>/A</__item0><__item1>/a.b"
-    "</__item1><__item3>/b</__item3></__ListEntries></a><a.b/><A __type=\"Binary\">eA==</A></IDictionaryRoot>",
+    ("<IDictionaryRoot><a __type=\"strlist\" _isRedirection=\" 2x\"><__ListEntries><__item0>/A</__item0><__item1>/a.b"
+     "</__item1><__item3>/b</__item3></__ListEntries></a><a.b/><A __type=\"Binary\">eA==</A></IDictionaryRoot>"),
     "<other><a __type=\"str\">x</a></other>"};
 
 // One line of ComparedStore.

@@ -12,8 +12,8 @@
 
 #include "CoreObjects/Marshalled.h"
 #include "OrvWorkFlow/WorkFlowFactory.h"
-#include "tests/fakes/ScriptedWorkNode.h"
 #include "tests/support/TimeLimit.h"
+#include "tests/utilitystore/UtilityStoreFixture.h"
 #include "utilitystore/UtilityStoreObject.h"
 
 namespace OrvWorkFlow {
@@ -25,43 +25,6 @@ using orv_test::ScriptedUtilityObject;
 using orv_test::Stage;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-
-class UtilityStoreTest : public ::testing::Test {
- protected:
-  ~UtilityStoreTest() override {
-    for (IBaseWorkFlowObject* object : made_) object->Release();
-    store_->Release();
-    WorkFlowFactory::ReleaseGlobalObjects();
-  }
-
-  // Adds a creator of scripted objects with that type name.
-  void AddCreator(const char* name) {
-    AddCreator(name, [name] { return new ScriptedUtilityObject(name); });
-  }
-  void AddCreator(const char* name, ScriptedCreator::Make make) {
-    creators_.push_back(std::make_unique<ScriptedCreator>(name, std::move(make)));
-    EXPECT_TRUE(store_->AddUtilityObjectCreator(creators_.back().get()));
-  }
-
-  IBaseWorkFlowObject* Get(const char* name) {
-    IBaseWorkFlowObject* object = store_->GetUtilityObject(name);
-    if (object != nullptr) made_.push_back(object);
-    return object;
-  }
-
-  std::vector<std::string> Names() {
-    const Marshalled<IOrvPStringList> list;
-    std::vector<std::string> names;
-    EXPECT_TRUE(store_->GetUtilityObjectNames(list.get()));
-    EXPECT_TRUE(ReadTexts(list.get(), names));
-    return names;
-  }
-
-  Stage stage_;
-  CUtilityStore* const store_ = new CUtilityStore;
-  std::vector<std::unique_ptr<ScriptedCreator>> creators_;
-  std::vector<IBaseWorkFlowObject*> made_;
-};
 
 TEST_F(UtilityStoreTest, AnswersTheBaseProtocol) {
   EXPECT_EQ(store_->QueryInterface("IUtilityStore"), static_cast<IUtilityStore*>(store_));
@@ -253,94 +216,6 @@ TEST_F(UtilityStoreTest, ACreatorThatMakesNothingOrThrowsGivesNullAndNothingStay
     EXPECT_EQ(Get("Throws"), nullptr);
   }
   EXPECT_EQ(attempts, 4);
-}
-
-TEST_F(UtilityStoreTest, GivesTheStoreLast) {
-  AddCreator("Object");
-  Stage::Get().ScriptOf("Object").on_set_utility_store = [this](IUtilityStore* store) { EXPECT_EQ(store, store_); };
-  ASSERT_NE(Get("Object"), nullptr);
-  EXPECT_THAT(stage_.GetJournal(),
-              ElementsAre("Object.GetNeededGlobalUtilityObjects()", "Object.GetNeededLocalUtilityObjects()",
-                          "Object.SetUtilityStore(store)"));
-}
-
-TEST_F(UtilityStoreTest, HandsOutAnObjectThatThrowsOrRefusesWhileItIsConfigured) {
-  AddCreator("Throws");
-  Stage::Get().ScriptOf("Throws").throws_in = {"GetNeededGlobalUtilityObjects", "GetNeededLocalUtilityObjects",
-                                               "SetUtilityStore"};
-  AddCreator("Refuses");
-  Stage::Get().ScriptOf("Refuses").fails_in = {"GetNeededGlobalUtilityObjects", "GetNeededLocalUtilityObjects",
-                                               "SetUtilityStore"};
-  EXPECT_NE(Get("Throws"), nullptr);
-  EXPECT_NE(Get("Refuses"), nullptr);
-  EXPECT_EQ(stage_.GetJournal("SetUtilityStore").size(), 2u);
-}
-
-TEST_F(UtilityStoreTest, MakesGlobalNeedsThatTheFactoryKnowsInListOrder) {
-  const WorkFlowFactory first(ScriptedCreator::ForUtilityObjects("NeedA"));
-  const WorkFlowFactory second(ScriptedCreator::ForUtilityObjects("NeedB"));
-  AddCreator("Object");
-  Stage::Get().ScriptOf("Object").needed_global = {"NeedB", "Unknown", "NeedA"};
-  ASSERT_NE(Get("Object"), nullptr);
-  EXPECT_NE(WorkFlowFactory::GetGlobalObj("NeedA"), nullptr);
-  EXPECT_NE(WorkFlowFactory::GetGlobalObj("NeedB"), nullptr);
-  EXPECT_EQ(WorkFlowFactory::GetGlobalObj("Unknown"), nullptr);
-  EXPECT_TRUE(store_->IsUtilityObjectHeld("NeedA"));
-  EXPECT_TRUE(store_->IsUtilityObjectHeld("NeedB"));
-  EXPECT_FALSE(store_->IsUtilityObjectHeld("Unknown"));
-  // A global object is the host's to configure.
-  EXPECT_THAT(stage_.GetJournal("Need"),
-              ElementsAre("Object.GetNeededGlobalUtilityObjects()", "Object.GetNeededLocalUtilityObjects()"));
-  WorkFlowFactory::ReleaseGlobalObjects();
-  EXPECT_THAT(stage_.GetJournal("Release"), ElementsAre("NeedA.Release()", "NeedB.Release()"));
-}
-
-// What the factory knows and cannot make does not keep the next one from being made.
-TEST_F(UtilityStoreTest, AGlobalNeedThatCannotBeMadeIsPassedOver) {
-  const WorkFlowFactory null(new ScriptedCreator("Null", nullptr));
-  const WorkFlowFactory throwing(
-      new ScriptedCreator("Throws", []() -> IBaseWorkFlowObject* { throw ScriptedFailure(); }));
-  const WorkFlowFactory good(ScriptedCreator::ForUtilityObjects("Good"));
-  AddCreator("Object");
-  Stage::Get().ScriptOf("Object").needed_global = {"Null", "Throws", "Good"};
-  EXPECT_NE(Get("Object"), nullptr);
-  EXPECT_FALSE(store_->IsUtilityObjectHeld("Null"));
-  EXPECT_FALSE(store_->IsUtilityObjectHeld("Throws"));
-  EXPECT_TRUE(store_->IsUtilityObjectHeld("Good"));
-}
-
-TEST_F(UtilityStoreTest, TakesTheGlobalObjectThatIsThere) {
-  const WorkFlowFactory registration(ScriptedCreator::ForUtilityObjects("Need"));
-  IBaseWorkFlowObject* const there = WorkFlowFactory::CreateNewGlobalObject("Need");
-  AddCreator("Object");
-  Stage::Get().ScriptOf("Object").needed_global = {"Need"};
-  ASSERT_NE(Get("Object"), nullptr);
-  EXPECT_EQ(WorkFlowFactory::GetGlobalObj("Need"), there);
-  EXPECT_FALSE(store_->AddUtilityObject(there)) << "it is registered already";
-  WorkFlowFactory::ReleaseGlobalObjects();
-}
-
-TEST_F(UtilityStoreTest, LeavesNeedsThatItHoldsAlone) {
-  const WorkFlowFactory first(ScriptedCreator::ForUtilityObjects("ByCreator"));
-  const WorkFlowFactory second(ScriptedCreator::ForUtilityObjects("ByObject"));
-  AddCreator("ByCreator");
-  auto* held = new ScriptedUtilityObject("ByObject");
-  made_.push_back(held);
-  ASSERT_TRUE(store_->AddUtilityObject(held));
-  AddCreator("Object");
-  Stage::Get().ScriptOf("Object").needed_global = {"ByCreator", "ByObject"};
-  ASSERT_NE(Get("Object"), nullptr);
-  EXPECT_EQ(WorkFlowFactory::GetGlobalObj("ByCreator"), nullptr);
-  EXPECT_EQ(WorkFlowFactory::GetGlobalObj("ByObject"), nullptr);
-}
-
-TEST_F(UtilityStoreTest, NeverMakesAGlobalObjectForALocalNeed) {
-  const WorkFlowFactory registration(ScriptedCreator::ForUtilityObjects("Local"));
-  AddCreator("Object");
-  Stage::Get().ScriptOf("Object").needed_local = {"Local"};
-  ASSERT_NE(Get("Object"), nullptr);
-  EXPECT_EQ(WorkFlowFactory::GetGlobalObj("Local"), nullptr);
-  EXPECT_FALSE(store_->IsUtilityObjectHeld("Local"));
 }
 
 TEST_F(UtilityStoreTest, ACycleOfNeedsEndsWithNullForTheInnerRequest) {
