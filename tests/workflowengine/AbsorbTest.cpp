@@ -1,6 +1,6 @@
 // Absorbing further workflows, with real dictionary files and a mediator that only remembers.
 #include <chrono>
-#include <latch>
+#include <future>
 #include <mutex>
 #include <optional>
 #include <thread>
@@ -353,17 +353,17 @@ class MediatorLock {
 TEST_F(AbsorbTest, AThreadThatHoldsTheMediatorsLockDoesNotWaitForAnotherAbsorb) {
   const std::string file = WriteFlow("Sub");
   MediatorLock lock;
-  std::latch begun(1);
+  std::promise<void> begun;
   std::atomic<bool> first = true;
   mediator.on_absorb = [&](IDictionary&) {
-    if (first.exchange(false)) begun.count_down();
+    if (first.exchange(false)) begun.set_value();
     lock.Lock();
     lock.Unlock();
     return true;
   };
   lock.Lock();
   std::jthread other([&] { EXPECT_TRUE(Absorb(file)); });
-  begun.wait();
+  begun.get_future().wait();
   EXPECT_TRUE(Absorb(file));
   lock.Unlock();
   other.join();
@@ -373,21 +373,21 @@ TEST_F(AbsorbTest, AThreadThatHoldsTheMediatorsLockDoesNotWaitForAnotherAbsorb) 
 TEST_F(AbsorbTest, AThreadThatHoldsTheMediatorsLockDoesNotWaitForThePump) {
   const std::string file = WriteFlow("Sub");
   MediatorLock lock;
-  std::latch firing(1);
-  std::latch locked(1);
+  std::promise<void> firing;
+  std::promise<void> locked;
   std::atomic<bool> first = true;
   mediator.on_fire = [&](const std::string&, const std::string&, const std::string&) {
     if (!first.exchange(false)) return;
-    firing.count_down();
-    locked.wait();
+    firing.set_value();
+    locked.get_future().wait();
     lock.Lock();  // As the real mediator does, with the engine's mutex held.
     lock.Unlock();
   };
   Engine().SetStartSignal("R", "r", "go");
   ASSERT_TRUE(Engine().StartFlowing());
-  firing.wait();
+  firing.get_future().wait();
   lock.Lock();
-  locked.count_down();
+  locked.set_value();
   EXPECT_TRUE(Absorb(file, true));
   lock.Unlock();
   ASSERT_TRUE(mediator.WaitForFired(2));
