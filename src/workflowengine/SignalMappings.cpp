@@ -1,5 +1,6 @@
 #include "workflowengine/SignalMappings.h"
 
+#include <mutex>
 #include <utility>
 
 #include "CoreObjects/Marshalled.h"

@@ -4,12 +4,12 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
 
+#include "CoreObjects/RecursiveMutex.h"
 #include "CoreObjects/TextHash.h"
 #include "OrvWorkFlow/IDictionary.h"
 #include "workflowengine/SignalQueue.h"
@@ -43,7 +43,7 @@ class MappingAdder {
   void Remember(const IDictionary& dictionary, const std::string& maps_path, std::uint64_t next,
                 std::uint64_t change_count);
 
-  std::recursive_mutex mutex_;  // before the dictionary's; a listener of the dictionary may add mappings
+  RecursiveMutex mutex_;  // before the dictionary's; a listener of the dictionary may add mappings
   const IDictionary* dictionary_ = nullptr;
   std::uint64_t change_count_ = 0;
   std::unordered_map<std::string, std::uint64_t> next_;

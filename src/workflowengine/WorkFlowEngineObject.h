@@ -10,6 +10,7 @@
 
 #include "CoreObjects/BaseObject.h"
 #include "CoreObjects/ObjectCreator.h"
+#include "CoreObjects/RecursiveMutex.h"
 #include "OrvWorkFlow/IWorkFlowEngine.h"
 #include "workflowengine/AbsorbTurns.h"
 #include "workflowengine/EngineCore.h"
@@ -85,7 +86,7 @@ class CWorkFlowEngine final : public BaseObject<CWorkFlowEngine, IWorkFlowEngine
   FlowPaths flow_paths_;
   MappingAdder mapping_adder_;
   AbsorbTurns absorb_turns_;
-  std::recursive_mutex absorb_tree_mutex_;  // before the dictionary's; a listener of the dictionary may absorb
+  RecursiveMutex absorb_tree_mutex_;  // before the dictionary's; a listener of the dictionary may absorb
   std::mutex definition_mutex_;             // held while a workflow file is read; before the dictionary's
 
   std::mutex texts_mutex_;  // leaf
