@@ -87,7 +87,7 @@ class CWorkFlowEngine final : public BaseObject<CWorkFlowEngine, IWorkFlowEngine
   MappingAdder mapping_adder_;
   AbsorbTurns absorb_turns_;
   RecursiveMutex absorb_tree_mutex_;  // before the dictionary's; a listener of the dictionary may absorb
-  std::mutex definition_mutex_;             // held while a workflow file is read; before the dictionary's
+  std::mutex definition_mutex_;       // held while a workflow file is read; before the dictionary's
 
   std::mutex texts_mutex_;  // leaf
   StartSignal start_signal_;
