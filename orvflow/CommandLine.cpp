@@ -62,6 +62,7 @@ void CheckProgram(const CLI::App& program, const std::vector<std::unique_ptr<Ver
   if (!words.empty()) {
     if (IsOption(words.front())) RefuseUnknownOption("", program, words.front());
     std::vector<std::string> names;
+    names.reserve(verbs.size());
     for (const auto& verb : verbs) names.push_back(verb->command().get_name());
     throw ProgramError(ExitCode::Usage, "unknown verb " + words.front() + Suggest(words.front(), names));
   }

@@ -39,7 +39,10 @@ std::vector<std::string> AbsorbingWorkFlows(IDictionary& dictionary, ISignalMedi
   std::vector<std::string> definitions;
   const Marshalled<IOrvPStringList> list;
   if (list && mediator.GetInstantiatedWorknodesThatCallAbsorb(list.get())) ReadTexts(list.get(), definitions);
-  for (std::string& text : definitions) text = ReadString(dictionary, text + WorkflowSchema::kInstanceWorkFlowName);
+  for (std::string& text : definitions) {
+    text += WorkflowSchema::kInstanceWorkFlowName;
+    text = ReadString(dictionary, text);
+  }
   return definitions;
 }
 

@@ -10,6 +10,13 @@
 
 namespace OrvWorkFlow {
 
+// The path of an entry's child.
+inline std::string Below(std::string_view parent, std::string_view child) {
+  std::string path;
+  path.reserve(parent.size() + 1 + child.size());
+  return path.append(parent).append(1, '/').append(child);
+}
+
 // The text of a string entry, "" when there is none.
 std::string ReadString(IDictionary& dictionary, const std::string& path);
 

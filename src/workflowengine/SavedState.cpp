@@ -22,8 +22,6 @@ bool WriteString(IDictionary& dictionary, const std::string& path, const char* v
   return dictionary.SetValue(path.c_str(), value);
 }
 
-std::string Below(const char* parent, const std::string& child) { return std::string(parent) + "/" + child; }
-
 // Reads saved entries. Those with the same texts, of which a queue usually has many, share one block of memory.
 class EntryReader {
  public:

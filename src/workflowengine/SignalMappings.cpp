@@ -115,7 +115,7 @@ bool RemoveMapping(IDictionary& dictionary, const SignalName& sender, const Sign
   std::string value;
   for (const std::string& child : children) {
     if (ReadChild(dictionary, path, child, value) && value == wanted) {
-      return dictionary.Delete((path + "/" + child).c_str());
+      return dictionary.Delete(Below(path, child).c_str());
     }
   }
   return false;
@@ -129,7 +129,7 @@ void RemoveAllMappings(IDictionary& dictionary) {
     std::vector<std::string> instances;
     ListChildren(dictionary, path, instances);
     for (const std::string& instance : instances) {
-      dictionary.Delete((path + "/" + instance + WorkflowSchema::kMaps).c_str());
+      dictionary.Delete((Below(path, instance) + WorkflowSchema::kMaps).c_str());
     }
   }
 }

@@ -51,10 +51,10 @@ int FolderChain::Enter(std::string_view path) {
 
 FolderChain::Place FolderChain::Find(std::string_view path) {
   const std::size_t separator = path.rfind('\\');
-  const std::string_view name = separator == path.npos ? path : path.substr(separator + 1);
+  const std::string_view name = separator == std::string_view::npos ? path : path.substr(separator + 1);
   errno = ENOENT;
   if (!IsEntryName(name)) return {};
-  const int folder = Enter(separator == path.npos ? std::string_view() : path.substr(0, separator));
+  const int folder = Enter(separator == std::string_view::npos ? std::string_view() : path.substr(0, separator));
   if (folder < 0) return {};
   name_ = ignores_case_ ? NameInLast(name) : std::string(name);
   return {name_.empty() ? -1 : folder, name_.c_str()};

@@ -16,7 +16,7 @@
 namespace OrvWorkFlow::Posix {
 namespace {
 
-constexpr std::size_t kBufferBytes = 64 * 1024;
+constexpr std::size_t kBufferBytes = std::size_t{64} * 1024;
 
 bool IsFolder(int parent, const char* name, int flags) {
   struct stat status;
