@@ -16,7 +16,7 @@ namespace OrvWorkFlow {
 // are plain data: a new one is what its default constructor makes, and nothing is destroyed.
 template <class T, unsigned kBlockBits>
 class StableArray {
-  static_assert(std::is_trivially_destructible_v<T> && alignof(T) <= alignof(std::max_align_t));
+  static_assert(std::is_trivially_destructible_v<T> && alignof(T) <= SystemMemory::kAlignment);
 
  public:
   T& operator[](std::uint32_t at) { return blocks_[at >> kBlockBits][at & (kBlockSize - 1)]; }

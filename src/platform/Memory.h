@@ -13,8 +13,10 @@ namespace SystemMemory {
 // From this size on memory lies in large pages.
 inline constexpr std::size_t kLarge = std::size_t{3} << 19;
 inline constexpr std::size_t kLargePage = std::size_t{1} << 21;
+// What the heaps of all platforms give.
+inline constexpr std::size_t kAlignment = 8;
 
-// At least `size` bytes, of whose content nothing is said, aligned for any fundamental type; null for lack of memory.
+// At least `size` bytes, of whose content nothing is said, aligned to kAlignment; null for lack of memory.
 // Where the system has large pages to give, first touches and random reads are much cheaper in them. What is never
 // touched costs address space only. Any thread.
 void* Take(std::size_t size) noexcept;
@@ -51,6 +53,7 @@ class MemoryBlock {
 // For standard containers.
 template <class T>
 struct LargeAllocator {
+  static_assert(alignof(T) <= SystemMemory::kAlignment);
   using value_type = T;
 
   LargeAllocator() = default;

@@ -24,7 +24,7 @@ TEST(SystemMemory, GivesWhatIsAskedFor) {
   for (const std::size_t size : kSizes) {
     void* const memory = SystemMemory::Take(size);
     ASSERT_NE(memory, nullptr) << size;
-    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(memory) % alignof(std::max_align_t), 0u) << size;
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(memory) % SystemMemory::kAlignment, 0u) << size;
     auto* const bytes = static_cast<unsigned char*>(memory);
     for (std::size_t at = 0; at < size; at += at < 64 || size - at <= 64 ? 1 : 63) bytes[at] = 0xA5;
     if (size > 0) {
