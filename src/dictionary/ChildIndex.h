@@ -23,14 +23,14 @@ class ChildIndex {
  public:
   static constexpr std::uint32_t kNone = 0xFFFFFFFF;
 
-  // The child of that parent and name hash whose name `is_it` says yes to; kNone when there is none.
+  // The child of that parent and name hash that `is_it` says yes to; kNone when there is none.
   template <class IsIt>
   std::uint32_t Find(std::uint32_t parent, std::uint32_t name_hash, IsIt&& is_it) const {
     if (slots_.empty()) return kNone;
     for (std::size_t at = Home(parent, name_hash);; at = Next(at)) {
       const IndexedChild& child = slots_[at];
       if (child.element == kNone) return kNone;
-      if (child.name_hash == name_hash && child.parent == parent && is_it(child.name)) return child.element;
+      if (child.name_hash == name_hash && child.parent == parent && is_it(child)) return child.element;
     }
   }
 

@@ -34,13 +34,15 @@ ElementId NextPath(const ElementTree& tree, ElementId top, ElementId at, std::st
 bool DataStore::IsWritable(const char* path) { return path != nullptr && IsValidPath(path); }
 
 ElementId DataStore::WriteEntry(std::string_view path, ValueType type, std::string_view text) {
-  const WrittenEntry written = FindWrittenEntry(tree_, path);
-  if (written.is_lost || (written.is_redirected && !IsValidPath(written.path))) return kNoElement;
-  ElementId entry = written.place.element;
-  if (entry == kNoElement) {
-    entry = MakeEntry(tree_, written.path, written.place);
-    if (entry == kNoElement) return kNoElement;
+  EntryPlace place = FindPlace(tree_, path);
+  if (place.element != kNoElement && tree_.IsRedirection(place.element)) {
+    const auto redirected = FollowToWrite(tree_, place.element);
+    if (!redirected) return kNoElement;
+    path = redirected->path;
+    place = redirected->place;
   }
+  const ElementId entry = place.element != kNoElement ? place.element : MakeEntry(tree_, path, place);
+  if (entry == kNoElement) return kNoElement;
   const AttributeTable::Id attributes = tree_.AttributesWithType(entry, type);
   tree_.SetText(entry, text);
   tree_.SetAttributes(entry, attributes);

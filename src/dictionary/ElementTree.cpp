@@ -22,7 +22,11 @@ ElementId ElementTree::FindChild(ElementId parent, std::string_view name, std::u
     while (child != kNoElement && elements_[child].name != name_id) child = elements_[child].next;
     return child;
   }
-  const auto is_it = [&](NameTable::Id id) { return SameText(names_->Text(id), name); };
+  // The element comes while the name is compared: neither is likely to be in a cache.
+  const auto is_it = [&](const IndexedChild& child) {
+    __builtin_prefetch(&elements_[child.element]);
+    return SameText(names_->Text(child.name), name);
+  };
   const ElementId child = children_.Find(parent, name_hash, is_it);
   if (child != kNoElement || elements_[parent].is_indexed) return child;
   IndexChildren(parent);

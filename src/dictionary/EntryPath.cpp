@@ -29,6 +29,20 @@ std::size_t Offset(std::string_view whole, std::string_view part) {
   return static_cast<std::size_t>(part.data() - whole.data());
 }
 
+EntryPlace WalkToPlace(ElementTree& tree, std::string_view path) {
+  const auto [above, last] = SplitLast(path);
+  ElementId at = tree.root();
+  PathComponents components(path);
+  std::string_view component;
+  while (components.Next(component)) {
+    if (component.data() == last.data()) tree.last_parent().Keep(above, at);
+    const ElementId child = tree.FindChild(at, component);
+    if (child == kNoElement) return {kNoElement, at, path.substr(Offset(path, component))};
+    at = child;
+  }
+  return {at, kNoElement, {}};
+}
+
 }  // namespace
 
 ElementId FindEntry(ElementTree& tree, std::string_view path) {
@@ -45,18 +59,11 @@ ElementId FindEntry(ElementTree& tree, std::string_view path) {
 EntryPlace FindPlace(ElementTree& tree, std::string_view path) {
   if (!tree.HasUsualRoot()) return {kNoElement, kNoElement, path};
   const auto [above, last] = SplitLast(path);
-  ElementId at = tree.last_parent().Find(above);
-  const bool is_known = at != kNoElement;
-  PathComponents components(is_known ? last : path);
-  if (!is_known) at = tree.root();
-  std::string_view component;
-  while (components.Next(component)) {
-    if (!is_known && component.data() == last.data()) tree.last_parent().Keep(above, at);
-    const ElementId child = tree.FindChild(at, component);
-    if (child == kNoElement) return {kNoElement, at, path.substr(Offset(path, component))};
-    at = child;
-  }
-  return {at, kNoElement, {}};
+  const ElementId parent = tree.last_parent().Find(above);
+  if (parent == kNoElement) return WalkToPlace(tree, path);
+  const ElementId child = last.empty() ? parent : tree.FindChild(parent, last);
+  if (child == kNoElement) return {kNoElement, parent, last};
+  return {child, kNoElement, {}};
 }
 
 // A parent that is made here is likely to get more children.

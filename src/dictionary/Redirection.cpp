@@ -28,21 +28,22 @@ ElementId FindReadEntry(ElementTree& tree, std::string_view path, ValueType type
   return entry == kNoElement ? kNoElement : FollowToRead(tree, entry, type, followed);
 }
 
-WrittenEntry FindWrittenEntry(ElementTree& tree, std::string_view path) {
-  WrittenEntry written{FindPlace(tree, path), path};
-  unsigned followed = 0;
-  while (written.place.element != kNoElement && tree.IsRedirection(written.place.element)) {
-    ListReader targets(tree, written.place.element);
+std::optional<RedirectedWrite> FollowToWrite(ElementTree& tree, ElementId redirection) {
+  for (unsigned followed = 0; followed < kMaxRedirections; ++followed) {
+    ListReader targets(tree, redirection);
     std::string_view target;
-    const bool is_list = tree.type(written.place.element) == ValueType::StringList;
-    if (followed++ == kMaxRedirections || !is_list || !targets.Next(target)) return {{}, {}, true, true};
-    written = {FindPlace(tree, target), target, true};
+    if (tree.type(redirection) != ValueType::StringList || !targets.Next(target)) return std::nullopt;
+    RedirectedWrite written = {target, FindPlace(tree, target)};
     while (written.place.element == kNoElement && targets.Next(target)) {
       const EntryPlace other = FindPlace(tree, target);
-      if (other.element != kNoElement) written = {other, target, true};
+      if (other.element != kNoElement) written = {target, other};
     }
+    redirection = written.place.element;
+    if (redirection != kNoElement && tree.IsRedirection(redirection)) continue;
+    if (!IsValidPath(written.path)) return std::nullopt;
+    return written;
   }
-  return written;
+  return std::nullopt;
 }
 
 }  // namespace OrvWorkFlow

@@ -1,6 +1,7 @@
 // Entries that stand for others: the attribute "_isRedirection" is not zero, and the value is a list of paths.
 #pragma once
 
+#include <optional>
 #include <string_view>
 
 #include "dictionary/ElementTree.h"
@@ -15,15 +16,15 @@ inline constexpr unsigned kMaxRedirections = 16;
 // paths, in list order, that leads to such an entry. kNoElement when there is none.
 ElementId FindReadEntry(ElementTree& tree, std::string_view path, ValueType type);
 
-// Where a write to `path` goes.
-struct WrittenEntry {
-  EntryPlace place;            // Without an element when the entry has to be made first,
-  std::string_view path;       // at this path, which may be a view of the tree.
-  bool is_redirected = false;  // It is not the path that was asked for.
-  bool is_lost = false;        // Too many redirections, or one without paths: the write fails.
+// Where a write to a redirection goes.
+struct RedirectedWrite {
+  std::string_view path;  // May be a view of the tree.
+  EntryPlace place;       // What FindPlace gives for it.
 };
 
-// `path` itself, unless it is a redirection: then the first of its paths that exists, or else the first of them.
-WrittenEntry FindWrittenEntry(ElementTree& tree, std::string_view path);
+// To the first of the redirection's paths that exists, or else to the first of them; from there on where that is a
+// redirection too. None when there are too many of them, when one has no paths, and when a path with that name must not
+// be written.
+std::optional<RedirectedWrite> FollowToWrite(ElementTree& tree, ElementId redirection);
 
 }  // namespace OrvWorkFlow

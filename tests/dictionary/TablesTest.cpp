@@ -73,7 +73,8 @@ TEST(ChildIndex, HoldsWhatAMapHolds) {
     const std::uint32_t parent = static_cast<std::uint32_t>(random() % 6);
     const std::uint32_t name = static_cast<std::uint32_t>(random() % 40);
     const auto at = model.find({parent, name});
-    const std::uint32_t found = index.Find(parent, hash_of(name), [&](std::uint32_t other) { return other == name; });
+    const std::uint32_t found =
+        index.Find(parent, hash_of(name), [&](const IndexedChild& other) { return other.name == name; });
     ASSERT_EQ(found, at == model.end() ? ChildIndex::kNone : at->second) << step;
     if (at == model.end()) {
       index.Reserve(1);
