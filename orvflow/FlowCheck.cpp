@@ -2,6 +2,7 @@
 
 #include "OrvWorkFlow/WorkFlowFactory.h"
 #include "OrvWorkFlow/WorkflowSchema.h"
+#include "orvflow/DictionaryReading.h"
 #include "orvflow/HostFiles.h"
 #include "orvflow/Suggestion.h"
 #include "orvflow/Terminal.h"
@@ -10,15 +11,6 @@
 namespace OrvWorkFlow::Program {
 
 namespace {
-
-std::vector<std::string> EntriesOf(IDictionary& dictionary, const std::string& path) {
-  const TextListHolder names;
-  return dictionary.GetEntries(path.c_str(), names.get()) ? names.Texts() : std::vector<std::string>();
-}
-
-std::string TextAt(IDictionary& dictionary, const std::string& path) {
-  return TextFrom([&](IOrvPString* text) { return dictionary.GetValue(path.c_str(), text); });
-}
 
 std::string LibraryEntry(const std::string& entry) { return entry + WorkflowSchema::kWin32Binary; }
 
@@ -39,7 +31,7 @@ void CheckLibrary(const std::string& shown_name, const std::string& entry, const
 
 void CheckNodeType(IDictionary& dictionary, const std::string& shown_name, const std::string& type_name) {
   const std::string entry = std::string(WorkflowSchema::kWorkNodes) + "/" + type_name;
-  if (EntriesOf(dictionary, entry + WorkflowSchema::kInstances).empty()) return;
+  if (NamesBelow(dictionary, entry + WorkflowSchema::kInstances).empty()) return;
   const std::string library = TextAt(dictionary, LibraryEntry(entry));
   if (library.empty()) {
     throw FileError(ExitCode::PluginBroken, shown_name, LibraryEntry(entry),
@@ -55,7 +47,7 @@ void CheckNodeType(IDictionary& dictionary, const std::string& shown_name, const
 }
 
 void CheckUtilityObjects(IDictionary& dictionary, const std::string& shown_name, const char* parent, bool global) {
-  for (const std::string& name : EntriesOf(dictionary, parent)) {
+  for (const std::string& name : NamesBelow(dictionary, parent)) {
     const std::string entry = std::string(parent) + "/" + name;
     const std::string library = TextAt(dictionary, LibraryEntry(entry));
     if (!library.empty()) CheckLibrary(shown_name, entry, library);
@@ -87,14 +79,14 @@ void ReadFlow(IDictionary& dictionary, const std::string& file, const std::strin
 }
 
 void CheckWorkflow(IDictionary& dictionary, const std::string& shown_name) {
-  if (EntriesOf(dictionary, WorkflowSchema::kWorkNodes).empty()) {
+  if (NamesBelow(dictionary, WorkflowSchema::kWorkNodes).empty()) {
     throw FileError(ExitCode::DictionaryDamaged, shown_name, WorkflowSchema::kWorkNodes,
                     "a dictionary, but no workflow: it has no work nodes");
   }
   const std::string start = WorkflowSchema::kStartSignal;
   if (TextAt(dictionary, start + WorkflowSchema::kReceiverTypeName).empty() &&
-      EntriesOf(dictionary, WorkflowSchema::kSignalQueue).empty() &&
-      EntriesOf(dictionary, WorkflowSchema::kRebootSignals).empty()) {
+      NamesBelow(dictionary, WorkflowSchema::kSignalQueue).empty() &&
+      NamesBelow(dictionary, WorkflowSchema::kRebootSignals).empty()) {
     throw FileError(ExitCode::DictionaryDamaged, shown_name, start,
                     "no signal to begin with; set ReceiverTypeName, ReceiverInstanceName and IncomingSignalName");
   }
@@ -103,7 +95,7 @@ void CheckWorkflow(IDictionary& dictionary, const std::string& shown_name) {
 void CheckPlugins(IDictionary& dictionary, const std::string& shown_name) {
   CheckUtilityObjects(dictionary, shown_name, WorkflowSchema::kGlobalUtilityObjects, true);
   CheckUtilityObjects(dictionary, shown_name, WorkflowSchema::kLocalUtilityObjects, false);
-  for (const std::string& type_name : EntriesOf(dictionary, WorkflowSchema::kWorkNodes)) {
+  for (const std::string& type_name : NamesBelow(dictionary, WorkflowSchema::kWorkNodes)) {
     CheckNodeType(dictionary, shown_name, type_name);
   }
 }

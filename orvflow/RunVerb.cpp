@@ -9,6 +9,7 @@
 
 #include "OrvWorkFlow/WorkflowSchema.h"
 #include "orvflow/BoxPrinter.h"
+#include "orvflow/DictionaryReading.h"
 #include "orvflow/FlowCheck.h"
 #include "orvflow/HostFiles.h"
 #include "orvflow/KeyFile.h"
@@ -18,17 +19,13 @@
 #include "orvflow/Tracing.h"
 #include "orvflow/Verb.h"
 #include "orvflow/WorkflowHost.h"
-#include "runtime/MarshalledHolder.h"
+#include "orvflow/WriteDirectories.h"
 
 namespace OrvWorkFlow::Program {
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-std::string TextAt(IDictionary& dictionary, const std::string& path) {
-  return TextFrom([&](IOrvPString* text) { return dictionary.GetValue(path.c_str(), text); });
-}
 
 // "1 signal", "2 signals".
 std::string Count(std::uint64_t number, const std::string& thing) {
@@ -44,11 +41,6 @@ std::string Seconds(Clock::duration time) {
 std::string Describe(const WorkflowHost::Backlog& backlog) {
   return Count(backlog.waiting, "signal") + " waiting, " + std::to_string(backlog.undelivered) + " undelivered, " +
          Count(backlog.busy, "node") + " busy";
-}
-
-std::vector<std::string> NamesBelow(IDictionary& dictionary, const char* path) {
-  const TextListHolder names;
-  return dictionary.GetEntries(path, names.get()) ? names.Texts() : std::vector<std::string>();
 }
 
 // The workflows that a saved state has absorbed, by name.
@@ -227,6 +219,12 @@ RunVerb::Plan RunVerb::MakePlan(const WorkflowHost& host, const StateFile& state
   if (plan.name.empty()) plan.name = flow_;
   if (!state.CanBeWritten() && (!checkpoint_.empty() || !state_file_.empty() || plan.continued)) {
     throw FileError(ExitCode::Failed, state.shown_name(), "", "the state cannot be saved there; check the folder");
+  }
+  const std::string emptied = WriteDirectoryOver(*dictionary, plan.flow, state.path());
+  if (state.CanBeWritten() && !emptied.empty()) {
+    throw FileError(ExitCode::Failed, state.shown_name(), "",
+                    "the state would lie in the workflow's write directory " + emptied +
+                        ", which is emptied when a killed run is continued; choose another place with --state");
   }
   return plan;
 }

@@ -6,9 +6,9 @@
 #include <iterator>
 
 #include "OrvWorkFlow/WorkflowSchema.h"
+#include "orvflow/DictionaryReading.h"
 #include "orvflow/HostFiles.h"
 #include "orvflow/Terminal.h"
-#include "runtime/MarshalledHolder.h"
 
 namespace OrvWorkFlow::Program {
 
@@ -23,10 +23,6 @@ std::string NameBeside(const std::string& flow) {
   const std::size_t dot = flow.rfind('.');
   const bool has_extension = dot != std::string::npos && dot > name;
   return flow.substr(0, has_extension ? dot : std::string::npos) + kExtension;
-}
-
-std::string TextAt(IDictionary& dictionary, const char* path) {
-  return TextFrom([&](IOrvPString* text) { return dictionary.GetValue(path, text); });
 }
 
 }  // namespace
