@@ -150,12 +150,14 @@ void RunLongTexts(Report& report, std::size_t key_length) {
   for (std::size_t i = 0; i < key_length; ++i) key[i] = static_cast<char>('a' + i % 26);
   std::string text(kTextSize, 't');
   const auto figure = [](double seconds) { return Megabytes(kTextSize, seconds); };
+  const OrvWorkFlow::Md5::Chain& serial = OrvWorkFlow::Md5::SupportedChains().end[-1];
   const std::string title = "16 MiB, key of " + std::to_string(key_length) + " bytes, ";
   report.Run(title + "enciphered",
              {{"OpenSSL MD5, key prefix kept", [&] { OpenSslKeptPrefix(text, key, false); }},
               {"OpenSSL MD5", [&] { OpenSslWholeMessages(text, key, false); }},
               {"OpenSSL EVP", [&] { OpenSslEvp(text, key, false); }},
-              {"own", [&] { OrvWorkFlow::Encipher(text.data(), text.size(), key); }, 1.15}},
+              {"own", [&] { OrvWorkFlow::Encipher(text.data(), text.size(), key); }, 1.15},
+              {"own, serial", [&] { OrvWorkFlow::EncipherWith(serial, text.data(), text.size(), key); }}},
              figure);
   std::vector<Case> cases = {{"OpenSSL MD5, key prefix kept", [&] { OpenSslKeptPrefix(text, key, true); }},
                              {"OpenSSL EVP", [&] { OpenSslEvp(text, key, true); }}};

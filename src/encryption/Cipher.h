@@ -26,7 +26,9 @@ constexpr std::size_t CipherSize(std::size_t size) {
 bool Encipher(void* data, std::size_t size, std::string_view key, std::string_view initial = {}) noexcept;
 bool Decipher(void* data, std::size_t size, std::string_view key, std::string_view initial = {}) noexcept;
 
-// The same in chosen lanes.
+// The same in a chosen way.
+bool EncipherWith(const Md5::Chain& chain, void* data, std::size_t size, std::string_view key,
+                  std::string_view initial = {}) noexcept;
 bool DecipherWith(const Md5::Lanes& lanes, void* data, std::size_t size, std::string_view key,
                   std::string_view initial = {}) noexcept;
 

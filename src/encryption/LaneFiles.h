@@ -1,4 +1,5 @@
-// The functions of the files Lanes*.cpp, each compiled for the processor in its name.
+// What the files Lanes*.cpp and Chain*.cpp offer, each compiled for the processor in its name; and, for few blocks, the
+// serial ways.
 #pragma once
 
 #include "encryption/Lanes.h"
@@ -16,5 +17,8 @@ extern const Lanes kPortableLanes;
 extern const Lanes kSse2Lanes;
 extern const Lanes kAvx2Lanes;
 extern const Lanes kAvx512Lanes;
+extern const Lanes kSerialLanes;
+extern const Chain kAvx512Chain;
+extern const Chain kSerialChain;
 
 }  // namespace OrvWorkFlow::Md5

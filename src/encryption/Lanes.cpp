@@ -7,18 +7,20 @@
 namespace OrvWorkFlow::Md5 {
 namespace {
 
+// At most four of them.
+template <class Way>
 struct Supported {
-  std::array<Lanes, 4> lanes{};
+  std::array<Way, 4> ways{};
   std::size_t count = 0;
 
-  void AddIf(bool supported, const Lanes& added) {
-    if (supported) lanes[count++] = added;
+  void AddIf(bool supported, const Way& added) {
+    if (supported) ways[count++] = added;
   }
 };
 
 // The processor's word counts only where the operating system saves its wide registers, which these look at too.
-Supported FindSupported() {
-  Supported result;
+Supported<Lanes> FindLanes() {
+  Supported<Lanes> result;
 #if defined(__x86_64__) || defined(__i386__)
   __builtin_cpu_init();
   result.AddIf(__builtin_cpu_supports("avx512f"), kAvx512Lanes);
@@ -29,11 +31,26 @@ Supported FindSupported() {
   return result;
 }
 
+Supported<Chain> FindChains() {
+  Supported<Chain> result;
+#if defined(__x86_64__) || defined(__i386__)
+  __builtin_cpu_init();
+  result.AddIf(__builtin_cpu_supports("avx512vl"), kAvx512Chain);
+#endif
+  result.AddIf(true, kSerialChain);
+  return result;
+}
+
 }  // namespace
 
 LanesList SupportedLanes() {
-  static const Supported supported = FindSupported();
-  return {supported.lanes.data(), supported.lanes.data() + supported.count};
+  static const Supported<Lanes> supported = FindLanes();
+  return {supported.ways.data(), supported.ways.data() + supported.count};
+}
+
+ChainsList SupportedChains() {
+  static const Supported<Chain> supported = FindChains();
+  return {supported.ways.data(), supported.ways.data() + supported.count};
 }
 
 }  // namespace OrvWorkFlow::Md5

@@ -106,6 +106,39 @@ TEST_F(LanesTest, AllWaysDecipherEveryNumberOfBlocks) {
   }
 }
 
+// The model, and every chain this processor has.
+TEST(ChainsTest, AllEncipherAsTheModelWithEveryKeyLength) {
+  std::mt19937 random(5);
+  const Md5::ChainsList chains = Md5::SupportedChains();
+  ASSERT_NE(chains.begin, chains.end);
+  EXPECT_STREQ(chains.end[-1].name, "serial");
+  for (std::size_t length = 0; length <= kLongestKey; ++length) {
+    const std::string key = RandomBytes(random, length);
+    const std::string plain = RandomBytes(random, 16 * (random() % 12));
+    const std::string expected = SlowEncipher(plain, key, "", SlowMd5);
+    for (const Md5::Chain* chain = chains.begin; chain != chains.end; ++chain) {
+      // One byte off, so that none may count on an aligned text.
+      std::string data = "x" + plain + "y";
+      ASSERT_TRUE(EncipherWith(*chain, data.data() + 1, plain.size(), key));
+      ASSERT_EQ(Hex(data), Hex("x" + expected + "y")) << chain->name << ", key " << length;
+    }
+  }
+}
+
+// Long enough for the way that long texts take.
+TEST(ChainsTest, LongTextsAreEncipheredAsTheModelDoes) {
+  std::mt19937 random(6);
+  for (const std::size_t key_length : {8U, 39U, 40U, 51U, 240U}) {
+    for (const std::size_t blocks : {63U, 64U, 65U, 66U, 200U}) {
+      const std::string key = RandomBytes(random, key_length);
+      const std::string plain = RandomBytes(random, 16 * blocks);
+      std::string data = plain;
+      ASSERT_TRUE(Encipher(data.data(), data.size(), key));
+      ASSERT_TRUE(data == SlowEncipher(plain, key, "", SlowMd5)) << key_length << ", " << blocks;
+    }
+  }
+}
+
 TEST(CipherTest, RefusesAKeyThatIsTooLong) {
   const std::string longest(kLongestKey, 'k');
   const std::string too_long(kLongestKey + 1, 'k');
