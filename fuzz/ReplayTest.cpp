@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "fuzz/Targets.h"
+#include "tests/support/SourceFolder.h"
 #include "tests/support/TempDirectory.h"
 
 namespace OrvWorkFlow::Fuzz {
@@ -15,7 +16,7 @@ namespace {
 
 std::vector<std::string> ReadCorpus(const std::string& name) {
   std::vector<std::filesystem::path> files;
-  const std::filesystem::path folder = std::filesystem::path(ORVFLOW_SOURCE_DIR) / "fuzz" / "corpus" / name;
+  const std::filesystem::path folder = orv_test::SourceFolder() / "fuzz" / "corpus" / name;
   for (const auto& entry : std::filesystem::directory_iterator(folder)) files.push_back(entry.path());
   std::sort(files.begin(), files.end());
   std::vector<std::string> inputs;

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/SourceFolder.h"
 #include "tests/support/TempDirectory.h"
 
 namespace {
@@ -22,7 +23,7 @@ std::vector<std::string> CodeBlocks(const std::string& text) {
 }
 
 TEST(PluginGuideTest, ItsCodeIsCodeThatIsBuilt) {
-  const std::filesystem::path source = ORVFLOW_SOURCE_DIR;
+  const std::filesystem::path source = orv_test::SourceFolder();
   std::string built;
   for (const auto& entry : std::filesystem::directory_iterator(source / "nodes")) {
     if (entry.is_regular_file()) built += orv_test::ReadFile(entry.path());

@@ -9,6 +9,7 @@
 #include <cstdlib>
 
 #include "tests/platforms/Stage.h"
+#include "tests/support/SourceFolder.h"
 #include "tests/support/TempDirectory.h"
 
 namespace orv_test {
@@ -16,7 +17,7 @@ namespace {
 
 constexpr std::uint32_t kSeed = 4;
 
-std::filesystem::path Folder() { return std::filesystem::path(ORVFLOW_SOURCE_DIR) / "tests/platforms/states"; }
+std::filesystem::path Folder() { return SourceFolder() / "tests/platforms/states"; }
 
 bool IsKept(std::size_t point) { return point == 0 || point == 12 || point == 40; }
 std::filesystem::path KeptFile(std::size_t point) { return Folder() / ("after-" + std::to_string(point) + ".xml"); }

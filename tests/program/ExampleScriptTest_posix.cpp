@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "tests/program/ProgramFixture.h"
+#include "tests/support/SourceFolder.h"
 
 namespace orv_test {
 namespace {
@@ -12,7 +13,7 @@ class ExampleScriptTest : public ProgramFixture {
  protected:
   // Runs the script of an example in the test's directory.
   ProcessResult RunExample(const std::string& name) {
-    const std::filesystem::path example = std::filesystem::path(ORVFLOW_SOURCE_DIR) / "examples" / name;
+    const std::filesystem::path example = SourceFolder() / "examples" / name;
     for (const char* file : {"flow.xml", "guest.xml", "run.sh"}) {
       if (!std::filesystem::exists(example / file)) continue;
       std::filesystem::copy_file(example / file, directory_.path() / file);

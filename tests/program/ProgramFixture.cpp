@@ -1,5 +1,7 @@
 #include "tests/program/ProgramFixture.h"
 
+#include "tests/support/SourceFolder.h"
+
 namespace orv_test {
 
 namespace {
@@ -42,7 +44,7 @@ std::string ProgramFixture::WriteFlow(const std::vector<FlowNode>& nodes, const 
 
 std::string ProgramFixture::CopyExample() const {
   const std::string file = File("flow.xml");
-  WriteFile(file, ReadFile(std::string(ORVFLOW_SOURCE_DIR) + "/examples/01_backup/flow.xml"));
+  WriteFile(file, ReadFile(SourceFolder() / "examples/01_backup/flow.xml"));
   return file;
 }
 
