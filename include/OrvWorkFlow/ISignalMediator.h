@@ -6,6 +6,7 @@
 namespace OrvWorkFlow {
 
 class IDictionary;
+class IRunObserver;
 
 // "SignalMediator", one global object a process. Any thread, unless an operation says otherwise. What fails in front of
 // the user is shown in a message box with the caption "Workflowengine".
@@ -67,6 +68,9 @@ class ISignalMediator : public IBaseWorkFlowObject {
     std::uint32_t busy = 0;
   };
   virtual bool GetStatistics(Statistics* statistics) = 0;
+
+  // As IWorkFlowEngine::SetRunObserver, for what the mediator tells.
+  virtual bool SetRunObserver(IRunObserver* observer) = 0;
 
  protected:
   ~ISignalMediator() = default;

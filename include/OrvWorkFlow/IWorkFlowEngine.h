@@ -5,6 +5,8 @@
 
 namespace OrvWorkFlow {
 
+class IRunObserver;
+
 // "WorkFlowEngine", one global object a process. Any thread, unless an operation says otherwise.
 //
 // Base operations: LoadState(file) loads the workflow's dictionary file into the global dictionary and restores queue
@@ -78,6 +80,12 @@ class IWorkFlowEngine : public IBaseWorkFlowObject {
   // GetWorkFlowFilePath for the loaded workflow's name. LoadState makes it the file that was loaded. False for null,
   // "", and before the first load.
   virtual bool SetWorkFlowFilePath(const char* path) = 0;
+
+  // Registers the object that is told what happens in the run (see IRunObserver.h); it replaces the one before, and
+  // null removes that. Not owned. True. What is registered while signals are on their way hears of them from some point
+  // on. An observer may go once it was removed and no call on this object or the mediator, on any thread, has begun
+  // before its removal and still runs: the workflow is stopped then and the host has delivered what it queued.
+  virtual bool SetRunObserver(IRunObserver* observer) = 0;
 
  protected:
   ~IWorkFlowEngine() = default;

@@ -1,6 +1,7 @@
 // Input signals on their way to a node, and the messages in which a host application carries them.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -8,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "CoreObjects/SignalsOfThread.h"
 #include "OrvWorkFlow/IHostApp.h"
 #include "signalmediator/WorkNodeList.h"
 
@@ -20,20 +22,34 @@ struct InputSignal {
   const char* signal;
 };
 
-// Owns its texts. `place` is where the receiver stood when the signal was fired.
+// Owns its texts. `source` says where the signal comes from, and `place` where the receiver stood when it was fired.
 class InputSignalMessage {
  public:
-  void Write(const InputSignal& signal, WorkNodeList::Place place) {
+  void Write(const InputSignal& signal, const SignalSource& source, WorkNodeList::Place place) {
     place_ = place;
     type_ = signal.type;
     instance_ = signal.instance;
     signal_ = signal.signal;
+    number_ = source.number;
+    const bool had_sender = std::exchange(has_sender_, source.sender.type[0] != '\0');
+    if (!has_sender_ && !had_sender) return;
+    sender_type_ = source.sender.type;
+    sender_instance_ = source.sender.instance;
+    outgoing_signal_ = source.sender.signal;
+  }
+  SignalSource source() const {
+    return {number_, {sender_type_.c_str(), sender_instance_.c_str(), outgoing_signal_.c_str()}};
   }
   WorkNodeList::Place place() const { return place_; }
   InputSignal texts() const { return {type_.c_str(), instance_.c_str(), signal_.c_str()}; }
 
  private:
   WorkNodeList::Place place_;
+  std::uint64_t number_ = 0;
+  bool has_sender_ = false;
+  std::string sender_type_;
+  std::string sender_instance_;
+  std::string outgoing_signal_;
   std::string type_;
   std::string instance_;
   std::string signal_;
@@ -45,11 +61,11 @@ class UnansweredMessages {
   using Messages = std::unordered_map<const InputSignalMessage*, std::unique_ptr<InputSignalMessage>>;
 
  public:
-  InputSignalMessage* Add(const InputSignal& signal, WorkNodeList::Place place) {
+  InputSignalMessage* Add(const InputSignal& signal, const SignalSource& source, WorkNodeList::Place place) {
     Messages::node_type spare = TakeSpare();
     if (spare.empty()) spare = MakeSpare();
     InputSignalMessage* const message = spare.mapped().get();
-    message->Write(signal, place);
+    message->Write(signal, source, place);
     const std::scoped_lock lock(mutex_);
     messages_.insert(std::move(spare));
     return message;

@@ -163,6 +163,7 @@ bool CSignalMediator::MakeNode(IDictionary& dictionary, const std::string& type,
   entry->RememberNames();
   nodes_.Append(entry);
   ++made_;
+  observer_.Tell(&IRunObserver::NodeMade, type.c_str(), instance.c_str());
   tracer_.Log(MediatorCategories::kLoadWorkNodes, MediatorLines::kNodeCreated, type.c_str(), instance.c_str());
   return true;
 }

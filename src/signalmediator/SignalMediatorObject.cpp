@@ -61,6 +61,11 @@ IDictionary* CSignalMediator::GlobalDictionary(const char* operation) noexcept {
   return dictionary;
 }
 
+bool CSignalMediator::SetRunObserver(IRunObserver* observer) {
+  observer_.Set(observer);
+  return true;
+}
+
 bool CSignalMediator::GetStatistics(Statistics* statistics) {
   if (statistics == nullptr) return false;
   // In this order no number is ahead of the one that it follows.

@@ -14,6 +14,8 @@
 #include "CoreObjects/KnownGlobalDictionary.h"
 #include "CoreObjects/LazyObject.h"
 #include "CoreObjects/ObjectCreator.h"
+#include "CoreObjects/RunObserverSlot.h"
+#include "CoreObjects/SignalsOfThread.h"
 #include "CoreObjects/TextHash.h"
 #include "CoreObjects/Tracer.h"
 #include "OrvWorkFlow/IDictionary.h"
@@ -67,6 +69,7 @@ class CSignalMediator final : public BaseObject<CSignalMediator, ISignalMediator
   bool Absorb(IDictionary* dictionary) override;
   bool GetInstantiatedWorknodesThatCallAbsorb(IOrvPStringList* definition_paths) override;
   bool GetStatistics(Statistics* statistics) override;
+  bool SetRunObserver(IRunObserver* observer) override;
 
   // The faces for the nodes and for the host's GUI thread.
   bool Signal(IWorkNode* node, const char* signal_name) override;
@@ -96,16 +99,29 @@ class CSignalMediator final : public BaseObject<CSignalMediator, ISignalMediator
   void KeepGlobalUtilityObject(IBaseWorkFlowObject& object) ORV_REQUIRES(access_lock_);
 
   // Routing.cpp
-  bool Fire(const InputSignal& signal);
+  bool Fire(const InputSignal& signal, SignalSource& source) noexcept;
+  bool HandOver(const InputSignal& signal, SignalSource& source);
+  std::uint64_t NextNumberPastQueue() noexcept ORV_REQUIRES(access_lock_) {
+    return IRunObserver::kPastQueue + ++past_queue_;
+  }
   bool EnsureTypeIsLoaded(const char* type) ORV_REQUIRES(access_lock_);
   WorkNodeList::Place EnsureNodeIsMade(const InputSignal& signal);
-  bool HandToHost(IHostApp& host, const InputSignal& signal, WorkNodeList::Place place) noexcept;
-  void Deliver(const InputSignal& signal, WorkNodeList::Place place) noexcept;
-  WorkNodePointer Receive(const InputSignal& signal, WorkNodeList::Place place, ContentDirectories::Flow& flow);
-  static void Add(std::atomic<std::uint32_t>& counter, int change) noexcept;
-  bool DeliverTo(WorkNodeEntry& entry, const InputSignal& signal, ContentDirectories::Flow flow);
-  void RenewContentDirectories(WorkNodeEntry& entry, ContentDirectories::Flow flow);
+  bool HandToHost(IHostApp& host, const InputSignal& signal, const SignalSource& source,
+                  WorkNodeList::Place place) noexcept;
   bool ForwardFired(const std::string& type, const std::string& instance, const char* signal_name);
+
+  // Delivering.cpp
+  void TellEnd(const InputSignal& signal, const SignalSource& source, IRunObserver::Outcome outcome,
+               const char* text = "") const noexcept;
+  void Deliver(const InputSignal& signal, const SignalSource& source, WorkNodeList::Place place) noexcept;
+  WorkNodePointer Receive(const InputSignal& signal, const SignalSource& source, WorkNodeList::Place place,
+                          ContentDirectories::Flow& flow);
+  static void Add(std::atomic<std::uint32_t>& counter, int change) noexcept;
+  bool DeliverTo(WorkNodeEntry& entry, const InputSignal& signal, const SignalSource& source,
+                 ContentDirectories::Flow flow);
+  bool CallNode(WorkNodeEntry& entry, const char* signal_name, std::uint64_t number, ContentDirectories::Flow flow);
+  void ShowThatItThrew(const InputSignal& signal);
+  void RenewContentDirectories(WorkNodeEntry& entry, ContentDirectories::Flow flow);
 
   // Stopping.cpp
   void WaitUntilAllIsReceived();
@@ -127,6 +143,7 @@ class CSignalMediator final : public BaseObject<CSignalMediator, ISignalMediator
   // Synchronised by themselves.
   AccessLock access_lock_;
   Tracer tracer_;
+  RunObserverSlot observer_;
   LazyObject<ILogger> logger_{FindOrder::GlobalFirst, ObjectNames::kLogger, InterfaceNames::kLogger};
   LazyObject<IHostApp> host_{FindOrder::GlobalFirst, ObjectNames::kHostApp, InterfaceNames::kHostApp};
   LazyObject<IWorkFlowEngine> engine_{FindOrder::GlobalFirst, ObjectNames::kWorkFlowEngine,
@@ -143,6 +160,7 @@ class CSignalMediator final : public BaseObject<CSignalMediator, ISignalMediator
   std::atomic<std::uint32_t> made_ = 0;
   std::atomic<std::uint32_t> failures_ = 0;
 
+  std::uint64_t past_queue_ ORV_GUARDED_BY(access_lock_) = 0;  // signals that had no number
   std::unordered_set<std::string, TextHash, std::equal_to<>> loaded_types_ ORV_GUARDED_BY(access_lock_);
   std::vector<IBaseWorkFlowObject*> global_utility_objects_ ORV_GUARDED_BY(access_lock_);  // the factory's
 

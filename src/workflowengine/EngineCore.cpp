@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "CoreObjects/MediatorLockDepth.h"
+#include "CoreObjects/SignalsOfThread.h"
 #include "workflowengine/Messages.h"
 
 namespace OrvWorkFlow {
@@ -23,55 +24,110 @@ EngineCore::EngineCore()
       stopped_(OrvBase::Event::GetNewEvent()) {}
 
 bool EngineCore::OutputSignal(const SignalName& sender) {
+  const std::uint64_t cause = CauseOfThisThread();
   EngineLock lock = LockUnlessInverted();
   if (!lock) {
-    PutInInbox({std::string(sender.type), std::string(sender.instance), std::string(sender.signal), std::nullopt});
+    try {
+      PutInInbox(
+          {std::string(sender.type), std::string(sender.instance), std::string(sender.signal), std::nullopt, cause});
+    } catch (...) {
+      events_.Lost(cause, sender, EngineEvents::Reason::NoMemory);
+      throw;
+    }
     Post(kSignalReceivedEvent);
     return true;
   }
   Log(EngineCategories::kSignal, EngineLines::kLocked);
   MapInbox(lock);
-  if (!MapAndQueue(lock, sender)) return false;
+  if (!MapAndQueue(lock, sender, cause)) return false;
   lock.Unlock();
   Log(EngineCategories::kSignal, EngineLines::kUnlocked);
   return true;
 }
 
-void EngineCore::Queue(QueueEntry entry) {
+void EngineCore::Queue(const QueueEntry& entry) {
+  const std::uint64_t cause = CauseOfThisThread();
   if (const EngineLock lock = LockUnlessInverted()) {
     MapInbox(lock);
-    Append(lock, std::move(entry));
+    AppendOrTell(lock, entry, cause);
   } else {
-    PutInInbox({{}, {}, {}, std::move(entry)});
+    try {
+      PutInInbox({{}, {}, {}, entry, cause});
+    } catch (...) {
+      events_.Lost(cause, entry);
+      throw;
+    }
   }
   Post(kSignalReceivedEvent);
+}
+
+// Asked for only when somebody wants to know.
+std::uint64_t EngineCore::CauseOfThisThread() const noexcept {
+  return events_ ? ThisThreadsSignals().delivery.number : 0;
 }
 
 EngineLock EngineCore::LockUnlessInverted() const {
   return MediatorLockDepth() > 0 ? EngineLock::Try(mutex_.get()) : Lock();
 }
 
-bool EngineCore::MapAndQueue(const EngineLock& lock, const SignalName& sender) {
-  IDictionary* dictionary = dictionary_.Get();
-  if (dictionary == nullptr) return false;
-  const MappedSignal& mapped = mappings_.Find(*dictionary, sender);
-  const bool failed = mapped.outcome == MappedSignal::Outcome::Failed;
-  if (mapped.receivers.empty() && !failed) {
+bool EngineCore::MapAndQueue(const EngineLock& lock, const SignalName& sender, std::uint64_t cause) {
+  const MappedSignal* const mapped = Map(lock, sender, cause);
+  if (mapped == nullptr) return false;
+  const bool failed = mapped->outcome == MappedSignal::Outcome::Failed;
+  if (mapped->receivers.empty() && !failed) {
     Log(EngineCategories::kIgnoredSignals, EngineLines::kIgnored, sender.type.data(), sender.instance.data(),
         sender.signal.data());
-    return mapped.outcome == MappedSignal::Outcome::Mapped;
+    events_.Ignored(cause, sender, *mapped);
+    return mapped->outcome == MappedSignal::Outcome::Mapped;
   }
-  for (const QueueEntry& receiver : mapped.receivers) {
-    Log(EngineCategories::kSignal, EngineLines::kAdded);
-    Append(lock, receiver);
-    Post(kSignalReceivedEvent);
+  std::size_t queued = 0;
+  try {
+    for (const QueueEntry& receiver : mapped->receivers) {
+      Log(EngineCategories::kSignal, EngineLines::kAdded);
+      Append(lock, receiver, cause);
+      ++queued;
+      Post(kSignalReceivedEvent);
+    }
+  } catch (...) {
+    for (std::size_t i = queued; i < mapped->receivers.size(); ++i) events_.Lost(cause, mapped->receivers[i]);
+    throw;
   }
+  if (failed) events_.NotRead(cause, sender, *mapped);
   return !failed;
 }
 
-void EngineCore::Append(const EngineLock& /*lock*/, QueueEntry entry) {
+const MappedSignal* EngineCore::Map(const EngineLock& /*lock*/, const SignalName& sender, std::uint64_t cause) {
+  IDictionary* dictionary = dictionary_.Get();
+  if (dictionary == nullptr) {
+    events_.Lost(cause, sender, EngineEvents::Reason::NoDictionary);
+    return nullptr;
+  }
+  try {
+    return &mappings_.Find(*dictionary, sender);
+  } catch (...) {
+    events_.Lost(cause, sender, EngineEvents::Reason::NoMemory);
+    throw;
+  }
+}
+
+void EngineCore::Append(const EngineLock& lock, QueueEntry entry) {
+  Append(lock, std::move(entry), CauseOfThisThread());
+}
+
+void EngineCore::AppendOrTell(const EngineLock& lock, const QueueEntry& entry, std::uint64_t cause) {
+  try {
+    Append(lock, entry, cause);
+  } catch (...) {
+    events_.Lost(cause, entry);
+    throw;
+  }
+}
+
+void EngineCore::Append(const EngineLock& /*lock*/, QueueEntry entry, std::uint64_t cause) {
   queue_.Append(std::move(entry));
   AddToLoad(kOneWaiting);
+  ++last_number_;
+  if (events_) events_.Queued(last_number_, cause, queue_.At(queue_.Size() - 1), false);
 }
 
 QueueEntry EngineCore::TakeFront(const EngineLock& /*lock*/) noexcept {
@@ -79,10 +135,14 @@ QueueEntry EngineCore::TakeFront(const EngineLock& /*lock*/) noexcept {
   return queue_.TakeFront();
 }
 
-void EngineCore::ReplaceQueue(const EngineLock& /*lock*/, SignalQueue queue) noexcept {
+void EngineCore::ReplaceQueue(const EngineLock& lock, SignalQueue queue) noexcept {
   const auto before = static_cast<std::uint32_t>(queue_.Size());
+  events_.Dropped(FrontNumber(lock), before);
   queue_ = std::move(queue);
   AddToLoad((static_cast<std::uint32_t>(queue_.Size()) - before) * kOneWaiting);
+  last_number_ += queue_.Size();
+  if (!events_) return;
+  for (std::size_t i = 0; i < queue_.Size(); ++i) events_.Queued(FrontNumber(lock) + i, 0, queue_.At(i), true);
 }
 
 void EngineCore::PutInInbox(Letter letter) {
@@ -105,9 +165,9 @@ void EngineCore::MapInbox(const EngineLock& lock) {
   while (TakeFromInbox(letter)) {
     try {
       if (letter.entry) {
-        Append(lock, *std::move(letter.entry));
+        AppendOrTell(lock, *letter.entry, letter.cause);
       } else {
-        MapAndQueue(lock, {letter.type, letter.instance, letter.signal});
+        MapAndQueue(lock, {letter.type, letter.instance, letter.signal}, letter.cause);
       }
     } catch (...) {  // The sender was answered long ago; the others still have to be mapped.
     }

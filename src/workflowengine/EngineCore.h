@@ -12,6 +12,7 @@
 #include "CoreObjects/KnownGlobalDictionary.h"
 #include "OrvWorkFlow/OrvBase.h"
 #include "workflowengine/Collaborators.h"
+#include "workflowengine/EngineEvents.h"
 #include "workflowengine/EngineLock.h"
 #include "workflowengine/SignalMappings.h"
 #include "workflowengine/SignalQueue.h"
@@ -40,6 +41,7 @@ class EngineCore {
   EngineCore& operator=(const EngineCore&) = delete;
 
   Collaborators& Others() noexcept { return others_; }
+  EngineEvents& Events() noexcept { return events_; }
   template <class... Values>
   void Log(const char* category, const char* format, Values... values) const noexcept {
     others_.Log(category, format, values...);
@@ -53,7 +55,7 @@ class EngineCore {
   bool OutputSignal(const SignalName& sender);
 
   // Queues an entry that is no answer to an output signal, on the same terms, and wakes the pump.
-  void Queue(QueueEntry entry);
+  void Queue(const QueueEntry& entry);
 
   // Waits for the engine mutex.
   EngineLock Lock() const { return EngineLock(mutex_.get()); }
@@ -62,8 +64,11 @@ class EngineCore {
   // queue.
   void MapInbox(const EngineLock& lock);
 
+  // The entry is caused by the delivery that this thread performs, if it does.
   void Append(const EngineLock& lock, QueueEntry entry);
   QueueEntry TakeFront(const EngineLock& lock) noexcept;
+  // The number of the front entry. Numbers stand in the queue without a gap, since entries leave it at the front alone.
+  std::uint64_t FrontNumber(const EngineLock& /*lock*/) const noexcept { return last_number_ - queue_.Size() + 1; }
   const SignalQueue& Queue(const EngineLock& /*lock*/) const noexcept { return queue_; }
   void ReplaceQueue(const EngineLock& lock, SignalQueue queue) noexcept;
   void ForgetMappings(const EngineLock& /*lock*/) noexcept { mappings_.Forget(); }
@@ -115,6 +120,7 @@ class EngineCore {
     std::string instance;
     std::string signal;
     std::optional<QueueEntry> entry;
+    std::uint64_t cause = 0;
   };
 
   // Does not wait for the mutex while the pump may be waiting for this thread.
@@ -124,7 +130,13 @@ class EngineCore {
     load_.store(load_.load(std::memory_order_relaxed) + change, std::memory_order_release);
   }
   bool TakeFromInbox(Letter& letter);
-  bool MapAndQueue(const EngineLock& lock, const SignalName& sender);
+  std::uint64_t CauseOfThisThread() const noexcept;
+  // These throw for lack of memory, after the observer was told what is lost.
+  bool MapAndQueue(const EngineLock& lock, const SignalName& sender, std::uint64_t cause);
+  const MappedSignal* Map(const EngineLock& lock, const SignalName& sender, std::uint64_t cause);
+  void AppendOrTell(const EngineLock& lock, const QueueEntry& entry, std::uint64_t cause);
+  // Throws for lack of memory; nothing has changed then, and nobody was told.
+  void Append(const EngineLock& lock, QueueEntry entry, std::uint64_t cause);
   void WaitForStop();
   void WaitUntilReturned() const;
 
@@ -133,6 +145,7 @@ class EngineCore {
   const std::unique_ptr<OrvBase::Mutex, ReleasePrimitive> mutex_;
   const std::unique_ptr<OrvBase::Event, ReleasePrimitive> stopped_;
   Collaborators others_;
+  EngineEvents events_;
   std::atomic<bool> stop_ = false;
   std::atomic<bool> running_ = false;
   std::atomic<std::uint32_t> load_ = 0;      // of the queue and the pump; changed with the engine mutex held
@@ -141,6 +154,7 @@ class EngineCore {
   // Guarded by the engine mutex.
   KnownGlobalDictionary dictionary_;
   SignalQueue queue_;
+  std::uint64_t last_number_ = 0;  // of the entry at the back, or that was there last
   SignalMappings mappings_;
 
   std::mutex start_mutex_;                    // one start at a time; taken with no other lock held

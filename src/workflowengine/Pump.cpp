@@ -1,6 +1,7 @@
 #include "workflowengine/Pump.h"
 
 #include "CoreObjects/ErrorBox.h"
+#include "CoreObjects/SignalsOfThread.h"
 #include "workflowengine/Messages.h"
 
 namespace OrvWorkFlow {
@@ -19,14 +20,34 @@ class FiringMark {
   const EngineLock& lock_;
 };
 
+// What the mediator is told beside the signal, for as long as a pass lives.
+class SourceMark {
+ public:
+  explicit SourceMark(SignalSource& source) : source_(source), to_fire_(ThisThreadsSignals().to_fire) {}
+  SourceMark(const SourceMark&) = delete;
+  SourceMark& operator=(const SourceMark&) = delete;
+  ~SourceMark() { to_fire_ = nullptr; }
+
+  void Set() noexcept { to_fire_ = &source_; }
+
+ private:
+  SignalSource& source_;
+  SignalSource*& to_fire_;
+};
+
 void FireQueue(EngineCore& core, const EngineLock& lock) {
   const FiringMark mark(core, lock);
+  SignalSource source;
+  SourceMark source_mark(source);
   std::size_t count = core.Queue(lock).Size();
   if (count == 0) core.Log(EngineCategories::kFireAllReadySignals, EngineLines::kQueueEmpty);
   while (count >= 1 && !core.StopRequested()) {
     ISignalMediator* mediator = core.Others().Mediator();
     if (mediator == nullptr) break;
+    source.number = core.FrontNumber(lock);
     const QueueEntry entry = core.TakeFront(lock);
+    source.sender = SenderOf(entry);
+    source_mark.Set();
     count = core.Queue(lock).Size();
     mediator->FireInputSignal(entry.Text(QueueEntry::ReceiverType), entry.Text(QueueEntry::ReceiverInstance),
                               entry.Text(QueueEntry::IncomingSignal));

@@ -57,7 +57,12 @@ MappedSignal ReadMappings(IDictionary& dictionary, const SignalName& sender) {
   std::string value;
   for (const std::string& child : children) {
     SignalName receiver;
-    if (!ReadChild(dictionary, path, child, value) || !SplitMapping(value, receiver)) return mapped;
+    const bool is_text = ReadChild(dictionary, path, child, value);
+    if (!is_text || !SplitMapping(value, receiver)) {
+      mapped.unread_child = child;
+      if (is_text) mapped.unread_text = std::move(value);
+      return mapped;
+    }
     mapped.receivers.emplace_back(QueueEntry::Texts{sender.type, sender.instance, sender.signal, receiver.type,
                                                     receiver.instance, receiver.signal});
   }
@@ -66,6 +71,10 @@ MappedSignal ReadMappings(IDictionary& dictionary, const SignalName& sender) {
 }
 
 }  // namespace
+
+std::string MappingPath(const SignalName& sender, const std::string& child) {
+  return child.empty() ? MapsPath(sender) : Below(MapsPath(sender), child);
+}
 
 bool MappingAdder::Add(IDictionary& dictionary, const SignalName& sender, const SignalName& receiver) {
   const std::string maps_path = MapsPath(sender);

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -58,7 +59,14 @@ struct MappedSignal {
   };
   Outcome outcome = Outcome::Failed;
   std::vector<QueueEntry> receivers;  // ready for the queue, in the dictionary's order
+
+  // After a failure: the child that could not be read, "" when they could not be listed, and its text if it has one.
+  std::string unread_child;
+  std::optional<std::string> unread_text;
 };
+
+// The dictionary path of a mapping, or with "" of all mappings of the sender's signal.
+std::string MappingPath(const SignalName& sender, const std::string& child);
 
 // Reads mappings, and keeps what it read as long as the dictionary does not change. One thread at a time.
 class SignalMappings {

@@ -192,6 +192,11 @@ bool CWorkFlowEngine::SetWorkFlowFilePath(const char* path) {
   }
 }
 
+bool CWorkFlowEngine::SetRunObserver(IRunObserver* observer) {
+  core_->Events().SetObserver(observer);
+  return true;
+}
+
 bool CWorkFlowEngine::GetQueueState(QueueState* state) {
   if (state == nullptr) return false;
   const std::uint32_t load = core_->Load();

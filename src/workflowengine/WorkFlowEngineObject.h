@@ -61,6 +61,7 @@ class CWorkFlowEngine final : public BaseObject<CWorkFlowEngine, IWorkFlowEngine
   bool GetWorkFlowFilePath(const char* workflow_name, IOrvPString* path) override;
   bool GetQueueState(QueueState* state) override;
   bool SetWorkFlowFilePath(const char* path) override;
+  bool SetRunObserver(IRunObserver* observer) override;
 
  private:
   Collaborators& Others() noexcept { return core_->Others(); }

@@ -82,6 +82,7 @@ class FakeEngine final : public OrvWorkFlow::ObjectProtocol<FakeEngine, OrvWorkF
   bool DeleteTemporaryData() override { return false; }
   bool GetQueueState(QueueState*) override { return false; }
   bool SetWorkFlowFilePath(const char*) override { return false; }
+  bool SetRunObserver(OrvWorkFlow::IRunObserver*) override { return false; }
 
  private:
   mutable std::mutex mutex_;

@@ -1,0 +1,10 @@
+#include "CoreObjects/SignalsOfThread.h"
+
+namespace OrvWorkFlow {
+
+SignalsOfThread& ThisThreadsSignals() noexcept {
+  static constinit thread_local SignalsOfThread signals;
+  return signals;
+}
+
+}  // namespace OrvWorkFlow

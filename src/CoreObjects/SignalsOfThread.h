@@ -1,0 +1,34 @@
+// What engine and mediator know of the signals that this thread carries.
+#pragma once
+
+#include <cstdint>
+
+#include "OrvWorkFlow/IRunObserver.h"
+
+namespace OrvWorkFlow {
+
+class CSignalMediator;
+struct WorkNodeEntry;
+
+// Where a signal comes from: its number (see IRunObserver.h; 0 before it has one) and who fired it.
+struct SignalSource {
+  std::uint64_t number = 0;
+  IRunObserver::Sender sender;
+};
+
+// The delivery that a thread performs now.
+struct CurrentDelivery {
+  const CSignalMediator* mediator = nullptr;
+  const WorkNodeEntry* entry = nullptr;
+  std::uint64_t number = 0;
+};
+
+struct SignalsOfThread {
+  // Set by the pump before it fires an input signal and taken by the mediator: an operation of its public face has no
+  // place for it.
+  SignalSource* to_fire = nullptr;
+  CurrentDelivery delivery;
+};
+SignalsOfThread& ThisThreadsSignals() noexcept;
+
+}  // namespace OrvWorkFlow

@@ -1,0 +1,63 @@
+#include "workflowengine/EngineEvents.h"
+
+#include <string>
+
+namespace OrvWorkFlow {
+namespace {
+
+IRunObserver::Sender SenderOf(const SignalName& sender) noexcept {
+  return {sender.type.data(), sender.instance.data(), sender.signal.data()};
+}
+
+IRunObserver::Receiver ReceiverOf(const QueueEntry& entry) noexcept {
+  return {entry.Text(QueueEntry::ReceiverType), entry.Text(QueueEntry::ReceiverInstance),
+          entry.Text(QueueEntry::IncomingSignal)};
+}
+
+}  // namespace
+
+IRunObserver::Sender SenderOf(const QueueEntry& entry) noexcept {
+  return {entry.Text(QueueEntry::SenderType), entry.Text(QueueEntry::SenderInstance),
+          entry.Text(QueueEntry::OutgoingSignal)};
+}
+
+void EngineEvents::Queued(std::uint64_t number, std::uint64_t cause, const QueueEntry& entry,
+                          bool restored) const noexcept {
+  if (!observer_) return;
+  const IRunObserver::QueuedSignal signal{number, cause, SenderOf(entry), ReceiverOf(entry), restored};
+  observer_.Tell(&IRunObserver::SignalQueued, signal);
+}
+
+void EngineEvents::Dropped(std::uint64_t first, std::uint64_t count) const noexcept {
+  if (count > 0) observer_.Tell(&IRunObserver::SignalsDropped, first, count);
+}
+
+void EngineEvents::Ignored(std::uint64_t cause, const SignalName& sender, const MappedSignal& mapped) const noexcept {
+  if (!observer_) return;
+  const IRunObserver::IgnoredSignal signal{cause, SenderOf(sender), mapped.outcome == MappedSignal::Outcome::Mapped};
+  observer_.Tell(&IRunObserver::SignalIgnored, signal);
+}
+
+void EngineEvents::NotRead(std::uint64_t cause, const SignalName& sender, const MappedSignal& mapped) const noexcept {
+  if (!observer_) return;
+  std::string path;
+  IRunObserver::UnreadMapping mapping{cause, SenderOf(sender)};
+  try {
+    path = MappingPath(sender, mapped.unread_child);
+    mapping.path = path.c_str();
+  } catch (...) {  // Told without its path.
+  }
+  if (mapped.unread_text) mapping.text = mapped.unread_text->c_str();
+  observer_.Tell(&IRunObserver::MappingNotRead, mapping);
+}
+
+void EngineEvents::Lost(std::uint64_t cause, const SignalName& sender, Reason reason) const noexcept {
+  observer_.Tell(&IRunObserver::SignalLost, IRunObserver::LostSignal{cause, SenderOf(sender), {}, reason});
+}
+
+void EngineEvents::Lost(std::uint64_t cause, const QueueEntry& entry) const noexcept {
+  observer_.Tell(&IRunObserver::SignalLost,
+                 IRunObserver::LostSignal{cause, SenderOf(entry), ReceiverOf(entry), Reason::NoMemory});
+}
+
+}  // namespace OrvWorkFlow

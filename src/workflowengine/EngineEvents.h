@@ -1,0 +1,33 @@
+// What the engine tells the observer of a run.
+#pragma once
+
+#include <cstdint>
+
+#include "CoreObjects/RunObserverSlot.h"
+#include "workflowengine/SignalMappings.h"
+#include "workflowengine/SignalQueue.h"
+
+namespace OrvWorkFlow {
+
+// Any thread. Without an observer nothing is done. `cause` is a delivery's number, 0 for none.
+class EngineEvents {
+ public:
+  void SetObserver(IRunObserver* observer) noexcept { observer_.Set(observer); }
+  explicit operator bool() const noexcept { return static_cast<bool>(observer_); }
+
+  void Queued(std::uint64_t number, std::uint64_t cause, const QueueEntry& entry, bool restored) const noexcept;
+  void Dropped(std::uint64_t first, std::uint64_t count) const noexcept;
+  void Ignored(std::uint64_t cause, const SignalName& sender, const MappedSignal& mapped) const noexcept;
+  void NotRead(std::uint64_t cause, const SignalName& sender, const MappedSignal& mapped) const noexcept;
+
+  using Reason = IRunObserver::LossReason;
+  void Lost(std::uint64_t cause, const SignalName& sender, Reason reason) const noexcept;
+  void Lost(std::uint64_t cause, const QueueEntry& entry) const noexcept;  // for lack of memory
+
+ private:
+  RunObserverSlot observer_;
+};
+
+IRunObserver::Sender SenderOf(const QueueEntry& entry) noexcept;
+
+}  // namespace OrvWorkFlow
