@@ -27,7 +27,7 @@ TEST_F(ObserverTest, ALoadDropsWhatIsThereAndRestoresWithNewNumbers) {
   Set("/WorkFlowEngine/WorkFlowName", "Flow");
   QueueSignals(2);
   ASSERT_TRUE(Engine().SaveState(flow.c_str()));
-  QueueSignals(1);
+  ASSERT_TRUE(Engine().OutputSignal("T", "i", "done"));
   observer.Clear();
   ASSERT_TRUE(Engine().LoadState(flow.c_str()));
   ASSERT_TRUE(Engine().OutputSignal("T", "i", "done"));
