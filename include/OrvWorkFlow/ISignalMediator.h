@@ -7,6 +7,7 @@ namespace OrvWorkFlow {
 
 class IDictionary;
 class IRunObserver;
+class IRunReport;
 
 // "SignalMediator", one global object a process. Any thread, unless an operation says otherwise. What fails in front of
 // the user is shown in a message box with the caption "Workflowengine".
@@ -69,8 +70,12 @@ class ISignalMediator : public IBaseWorkFlowObject {
   };
   virtual bool GetStatistics(Statistics* statistics) = 0;
 
-  // As IWorkFlowEngine::SetRunObserver, for what the mediator tells.
+  // As IWorkFlowEngine::SetRunObserver, for what the mediator tells; waits for nothing.
   virtual bool SetRunObserver(IRunObserver* observer) = 0;
+
+  // Shows `report` the deliveries at work, then the nodes. Never waits for a node that works; any thread. Deliveries
+  // that began without an observer are not known.
+  virtual bool Report(IRunReport* report) = 0;
 
  protected:
   ~ISignalMediator() = default;

@@ -6,6 +6,7 @@
 namespace OrvWorkFlow {
 
 class IRunObserver;
+class IRunReport;
 
 // "WorkFlowEngine", one global object a process. Any thread, unless an operation says otherwise.
 //
@@ -82,10 +83,22 @@ class IWorkFlowEngine : public IBaseWorkFlowObject {
   virtual bool SetWorkFlowFilePath(const char* path) = 0;
 
   // Registers the object that is told what happens in the run (see IRunObserver.h); it replaces the one before, and
-  // null removes that. Not owned. True. What is registered while signals are on their way hears of them from some point
-  // on. An observer may go once it was removed and no call on this object or the mediator, on any thread, has begun
-  // before its removal and still runs: the workflow is stopped then and the host has delivered what it queued.
+  // null removes that. Not owned. Waits for a node that runs on the pump's thread; not from within a node or the
+  // observer. An observer may go once it was removed and no call on this object or the mediator, on any thread, has
+  // begun before its removal and still runs: the workflow is stopped then and the host has delivered what it queued.
   virtual bool SetRunObserver(IRunObserver* observer) = 0;
+
+  // The pump hands no further signal over while the host application has so many of this queue's whose delivery has
+  // not ended; 0, as at first, is no limit. So a stop waits for that many deliveries at most, and what was not handed
+  // over is in the queue and saved with it. The pump does not wait in a pass: it ends the pass, and the end of a
+  // delivery wakes it, or a stop. Signals fired past the queue and what was handed over without a limit do not count; a
+  // signal that the host application drops counts for ever. Any thread, any time. True.
+  virtual bool SetHandOverLimit(std::uint32_t limit) = 0;
+
+  // Shows the first `most` entries of the queue to `report`. What waits in front of the queue, because another thread
+  // had it, is not shown. Never waits for a node; any thread. False without an observer: only for one is a list kept
+  // that can be looked at any time.
+  virtual bool ReportQueue(IRunReport* report, std::uint32_t most) = 0;
 
  protected:
   ~IWorkFlowEngine() = default;

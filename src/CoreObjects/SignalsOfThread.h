@@ -2,7 +2,9 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
+#include "CoreObjects/HandOvers.h"
 #include "OrvWorkFlow/IRunObserver.h"
 
 namespace OrvWorkFlow {
@@ -10,10 +12,12 @@ namespace OrvWorkFlow {
 class CSignalMediator;
 struct WorkNodeEntry;
 
-// Where a signal comes from: its number (see IRunObserver.h; 0 before it has one) and who fired it.
+// Where a signal comes from: its number (see IRunObserver.h; 0 before it has one), who fired it, and what counts it
+// while a host application carries it (null: nothing does).
 struct SignalSource {
   std::uint64_t number = 0;
   IRunObserver::Sender sender;
+  const std::shared_ptr<HandOvers>* hand_overs = nullptr;
 };
 
 // The delivery that a thread performs now.

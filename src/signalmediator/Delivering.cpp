@@ -90,6 +90,7 @@ bool CSignalMediator::DeliverTo(WorkNodeEntry& entry, const InputSignal& signal,
                                 ContentDirectories::Flow flow) {
   const auto [type, instance, name] = signal;
   tracer_.Log(MediatorCategories::kSignal, MediatorLines::kFiring, name, type, instance);
+  const DeliveriesAtWork::Entry at_work(observer_ ? &at_work_ : nullptr, MakeDelivery(signal, source), entry);
   bool told = false;
   const auto tell_end = [&](IRunObserver::Outcome outcome, const char* text) {
     if (!std::exchange(told, true)) TellEnd(signal, source, outcome, text);

@@ -31,6 +31,7 @@ class InputSignalMessage {
     instance_ = signal.instance;
     signal_ = signal.signal;
     number_ = source.number;
+    if (source.hand_overs != nullptr) hand_over_ = HandOver(*source.hand_overs);
     const bool had_sender = std::exchange(has_sender_, source.sender.type[0] != '\0');
     if (!has_sender_ && !had_sender) return;
     sender_type_ = source.sender.type;
@@ -41,11 +42,14 @@ class InputSignalMessage {
     return {number_, {sender_type_.c_str(), sender_instance_.c_str(), outgoing_signal_.c_str()}};
   }
   WorkNodeList::Place place() const { return place_; }
+  // No host application carries it any more.
+  void EndHandOver() noexcept { hand_over_.End(); }
   InputSignal texts() const { return {type_.c_str(), instance_.c_str(), signal_.c_str()}; }
 
  private:
   WorkNodeList::Place place_;
   std::uint64_t number_ = 0;
+  HandOver hand_over_;
   bool has_sender_ = false;
   std::string sender_type_;
   std::string sender_instance_;
@@ -71,15 +75,17 @@ class UnansweredMessages {
     return message;
   }
 
-  // A message that was taken out, to be used again for another signal afterwards. Empty when it was not among them (any
-  // more).
+  // A message that was taken out; its delivery ends with this object, and it is used again for another signal. Empty
+  // when it was not among them (any more).
   class Taken {
    public:
     Taken(UnansweredMessages& owner, Messages::node_type node) : owner_(owner), node_(std::move(node)) {}
     Taken(const Taken&) = delete;
     Taken& operator=(const Taken&) = delete;
     ~Taken() {
-      if (!node_.empty()) owner_.KeepSpare(std::move(node_));
+      if (node_.empty()) return;
+      node_.mapped()->EndHandOver();
+      owner_.KeepSpare(std::move(node_));
     }
     explicit operator bool() const { return !node_.empty(); }
     const InputSignalMessage* operator->() const { return node_.mapped().get(); }

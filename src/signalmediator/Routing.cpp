@@ -81,7 +81,8 @@ bool CSignalMediator::HandToHost(IHostApp& host, const InputSignal& signal, cons
   InputSignalMessage* message = nullptr;
   bool queued = false;
   try {
-    message = messages_.Add(signal, {source.number, observer_ ? source.sender : IRunObserver::Sender()}, place);
+    const IRunObserver::Sender sender = observer_ ? source.sender : IRunObserver::Sender();
+    message = messages_.Add(signal, {source.number, sender, source.hand_overs}, place);
     queued = host.RunOnGuiThread(this, message);
   } catch (...) {
   }

@@ -78,18 +78,6 @@ bool CSignalMediator::GetStatistics(Statistics* statistics) {
   return true;
 }
 
-// Asks without the access lock: a delivery may hold that for as long as a node works.
-std::uint32_t CSignalMediator::CountBusyNodes() noexcept {
-  std::uint32_t busy = 0;
-  try {
-    for (const WorkNodePointer& entry : nodes_.Copy()) {
-      if (HasProperty(*entry->node, kBusyProperty)) ++busy;
-    }
-  } catch (...) {  // Without memory nobody can be asked.
-  }
-  return busy;
-}
-
 bool CSignalMediator::GetInstantiatedWorknodesThatCallAbsorb(IOrvPStringList* definition_paths) {
   tracer_.Log(MediatorCategories::kCallAbsorb, MediatorLines::kBeginCallAbsorb);
   try {

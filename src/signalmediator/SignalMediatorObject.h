@@ -27,6 +27,7 @@
 #include "OrvWorkFlow/IWorkNode.h"
 #include "signalmediator/AccessLock.h"
 #include "signalmediator/ContentDirectories.h"
+#include "signalmediator/DeliveriesAtWork.h"
 #include "signalmediator/InputSignal.h"
 #include "signalmediator/RebootSignals.h"
 #include "signalmediator/WorkNodeList.h"
@@ -70,6 +71,7 @@ class CSignalMediator final : public BaseObject<CSignalMediator, ISignalMediator
   bool GetInstantiatedWorknodesThatCallAbsorb(IOrvPStringList* definition_paths) override;
   bool GetStatistics(Statistics* statistics) override;
   bool SetRunObserver(IRunObserver* observer) override;
+  bool Report(IRunReport* report) override;
 
   // The faces for the nodes and for the host's GUI thread.
   bool Signal(IWorkNode* node, const char* signal_name) override;
@@ -84,7 +86,6 @@ class CSignalMediator final : public BaseObject<CSignalMediator, ISignalMediator
   static IDictionary* GlobalDictionary() noexcept;
   static IDictionary* GlobalDictionary(const char* operation) noexcept;
   IHostApp* Host() noexcept { return host_.Get(utility_store()); }
-  std::uint32_t CountBusyNodes() noexcept;
 
   // Loading.cpp
   void LoadUtilityObjects() ORV_REQUIRES(access_lock_);
@@ -123,6 +124,9 @@ class CSignalMediator final : public BaseObject<CSignalMediator, ISignalMediator
   void ShowThatItThrew(const InputSignal& signal);
   void RenewContentDirectories(WorkNodeEntry& entry, ContentDirectories::Flow flow);
 
+  // Report.cpp
+  std::uint32_t CountBusyNodes() noexcept;
+
   // Stopping.cpp
   void WaitUntilAllIsReceived();
   void StopNode(const WorkNodeEntry& entry);
@@ -150,6 +154,7 @@ class CSignalMediator final : public BaseObject<CSignalMediator, ISignalMediator
                                       InterfaceNames::kWorkFlowEngine};
   LazyObject<IFileSystemA> file_system_{FindOrder::GlobalFirst, ObjectNames::kFileSystem, InterfaceNames::kFileSystemA};
   WorkNodeList nodes_;
+  DeliveriesAtWork at_work_;
   RebootSignals reboot_signals_;
   UnansweredMessages messages_;
   KnownGlobalDictionary road_dictionary_;

@@ -1,5 +1,6 @@
 #include "workflowengine/EngineCore.h"
 
+#include <algorithm>
 #include <chrono>
 #include <thread>
 #include <utility>
@@ -21,7 +22,8 @@ constexpr std::chrono::seconds kReturnTime(1);
 EngineCore::EngineCore()
     : thread_(OrvBase::Thread::GetNewThread()),
       mutex_(OrvBase::Mutex::GetNewMutex()),
-      stopped_(OrvBase::Event::GetNewEvent()) {}
+      stopped_(OrvBase::Event::GetNewEvent()),
+      hand_overs_(std::make_shared<HandOvers>([this] { Post(kSignalReceivedEvent); })) {}
 
 bool EngineCore::OutputSignal(const SignalName& sender) {
   const std::uint64_t cause = CauseOfThisThread();
@@ -34,7 +36,7 @@ bool EngineCore::OutputSignal(const SignalName& sender) {
       events_.Lost(cause, sender, EngineEvents::Reason::NoMemory);
       throw;
     }
-    Post(kSignalReceivedEvent);
+    PostQueued();
     return true;
   }
   Log(EngineCategories::kSignal, EngineLines::kLocked);
@@ -58,7 +60,7 @@ void EngineCore::Queue(const QueueEntry& entry) {
       throw;
     }
   }
-  Post(kSignalReceivedEvent);
+  PostQueued();
 }
 
 // Asked for only when somebody wants to know.
@@ -86,7 +88,7 @@ bool EngineCore::MapAndQueue(const EngineLock& lock, const SignalName& sender, s
       Log(EngineCategories::kSignal, EngineLines::kAdded);
       Append(lock, receiver, cause);
       ++queued;
-      Post(kSignalReceivedEvent);
+      PostQueued();
     }
   } catch (...) {
     for (std::size_t i = queued; i < mapped->receivers.size(); ++i) events_.Lost(cause, mapped->receivers[i]);
@@ -123,26 +125,59 @@ void EngineCore::AppendOrTell(const EngineLock& lock, const QueueEntry& entry, s
   }
 }
 
-void EngineCore::Append(const EngineLock& /*lock*/, QueueEntry entry, std::uint64_t cause) {
-  queue_.Append(std::move(entry));
+void EngineCore::Append(const EngineLock& lock, QueueEntry entry, std::uint64_t cause) {
+  {
+    const std::unique_lock listing = LockListing(lock);
+    queue_.Append(std::move(entry));
+    ++last_number_;
+  }
   AddToLoad(kOneWaiting);
-  ++last_number_;
   if (events_) events_.Queued(last_number_, cause, queue_.At(queue_.Size() - 1), false);
 }
 
-QueueEntry EngineCore::TakeFront(const EngineLock& /*lock*/) noexcept {
+QueueEntry EngineCore::TakeFront(const EngineLock& lock) noexcept {
   AddToLoad(0U - kOneWaiting);
+  const std::unique_lock listing = LockListing(lock);
   return queue_.TakeFront();
 }
 
 void EngineCore::ReplaceQueue(const EngineLock& lock, SignalQueue queue) noexcept {
   const auto before = static_cast<std::uint32_t>(queue_.Size());
   events_.Dropped(FrontNumber(lock), before);
-  queue_ = std::move(queue);
+  {
+    const std::unique_lock listing = LockListing(lock);
+    std::swap(queue_, queue);
+    last_number_ += queue_.Size();
+  }
   AddToLoad((static_cast<std::uint32_t>(queue_.Size()) - before) * kOneWaiting);
-  last_number_ += queue_.Size();
   if (!events_) return;
   for (std::size_t i = 0; i < queue_.Size(); ++i) events_.Queued(FrontNumber(lock) + i, 0, queue_.At(i), true);
+}
+
+void EngineCore::SetObserver(const EngineLock& /*lock*/, IRunObserver* observer) {
+  const std::scoped_lock listing(listing_mutex_);
+  listed_ = observer != nullptr;
+  events_.SetObserver(observer);
+}
+
+bool EngineCore::Report(IRunReport& report, std::uint32_t most) const {
+  std::vector<QueueEntry> entries;
+  std::uint64_t number = 0;
+  {
+    const std::scoped_lock listing(listing_mutex_);
+    if (!listed_) return false;
+    const std::size_t count = std::min<std::size_t>(queue_.Size(), most);
+    entries.reserve(count);
+    for (std::size_t i = 0; i < count; ++i) entries.push_back(queue_.At(i));
+    number = last_number_ - queue_.Size() + 1;
+  }
+  for (const QueueEntry& entry : entries) {
+    const IRunObserver::Receiver receiver{entry.Text(QueueEntry::ReceiverType),
+                                          entry.Text(QueueEntry::ReceiverInstance),
+                                          entry.Text(QueueEntry::IncomingSignal)};
+    report.SignalWaiting({number++, SenderOf(entry), receiver});
+  }
+  return true;
 }
 
 void EngineCore::PutInInbox(Letter letter) {

@@ -9,7 +9,9 @@
 #include <optional>
 #include <string>
 
+#include "CoreObjects/HandOvers.h"
 #include "CoreObjects/KnownGlobalDictionary.h"
+#include "OrvWorkFlow/IRunReport.h"
 #include "OrvWorkFlow/OrvBase.h"
 #include "workflowengine/Collaborators.h"
 #include "workflowengine/EngineEvents.h"
@@ -37,11 +39,11 @@ struct ReleasePrimitive {
 class EngineCore {
  public:
   EngineCore();
+  ~EngineCore() { hand_overs_->Detach(); }
   EngineCore(const EngineCore&) = delete;
   EngineCore& operator=(const EngineCore&) = delete;
 
   Collaborators& Others() noexcept { return others_; }
-  EngineEvents& Events() noexcept { return events_; }
   template <class... Values>
   void Log(const char* category, const char* format, Values... values) const noexcept {
     others_.Log(category, format, values...);
@@ -71,9 +73,16 @@ class EngineCore {
   std::uint64_t FrontNumber(const EngineLock& /*lock*/) const noexcept { return last_number_ - queue_.Size() + 1; }
   const SignalQueue& Queue(const EngineLock& /*lock*/) const noexcept { return queue_; }
   void ReplaceQueue(const EngineLock& lock, SignalQueue queue) noexcept;
+  void SetObserver(const EngineLock& lock, IRunObserver* observer);
   void ForgetMappings(const EngineLock& /*lock*/) noexcept { mappings_.Forget(); }
 
-  // Wakes the pump.
+  // The signals that the host application carries.
+  const std::shared_ptr<HandOvers>& OfHost() const noexcept { return hand_overs_; }
+
+  // Wakes the pump for what was queued just now.
+  void PostQueued() {
+    if (!hand_overs_->IsFull()) Post(kSignalReceivedEvent);
+  }
   void Post(const char* event) {
     if (thread_ != nullptr) thread_->PostNamedEvent(event);
   }
@@ -102,6 +111,9 @@ class EngineCore {
 
   // --- What a host sees; never waits ---
 
+  // See IWorkFlowEngine::ReportQueue.
+  bool Report(IRunReport& report, std::uint32_t most) const;
+
   // Entries and unmapped signals that wait, times 2, plus 1 while the pump is in a pass. A host never sees an entry
   // that has left the queue without seeing the pass that fires it, nor misses one that goes from the inbox to the
   // queue.
@@ -122,6 +134,11 @@ class EngineCore {
     std::optional<QueueEntry> entry;
     std::uint64_t cause = 0;
   };
+
+  // Taken by whoever changes the queue, which may be listed meanwhile.
+  std::unique_lock<std::mutex> LockListing(const EngineLock& /*lock*/) const {
+    return listed_ ? std::unique_lock(listing_mutex_) : std::unique_lock<std::mutex>();
+  }
 
   // Does not wait for the mutex while the pump may be waiting for this thread.
   EngineLock LockUnlessInverted() const;
@@ -144,6 +161,7 @@ class EngineCore {
   const std::unique_ptr<OrvBase::Thread, ReleasePrimitive> thread_;
   const std::unique_ptr<OrvBase::Mutex, ReleasePrimitive> mutex_;
   const std::unique_ptr<OrvBase::Event, ReleasePrimitive> stopped_;
+  const std::shared_ptr<HandOvers> hand_overs_;
   Collaborators others_;
   EngineEvents events_;
   std::atomic<bool> stop_ = false;
@@ -156,6 +174,9 @@ class EngineCore {
   SignalQueue queue_;
   std::uint64_t last_number_ = 0;  // of the entry at the back, or that was there last
   SignalMappings mappings_;
+  // Held as well by whoever changes the queue while there is an observer, and enough to read it then. Leaf.
+  mutable std::mutex listing_mutex_;
+  bool listed_ = false;  // read with either mutex, written with both
 
   std::mutex start_mutex_;                    // one start at a time; taken with no other lock held
   std::shared_ptr<EngineCore> for_the_pump_;  // from a start until the pump has begun

@@ -43,10 +43,11 @@ void FireQueue(EngineCore& core, const EngineLock& lock) {
   if (count == 0) core.Log(EngineCategories::kFireAllReadySignals, EngineLines::kQueueEmpty);
   while (count >= 1 && !core.StopRequested()) {
     ISignalMediator* mediator = core.Others().Mediator();
-    if (mediator == nullptr) break;
+    if (mediator == nullptr || core.OfHost()->IsFull()) break;
     source.number = core.FrontNumber(lock);
     const QueueEntry entry = core.TakeFront(lock);
     source.sender = SenderOf(entry);
+    source.hand_overs = core.OfHost()->HasLimit() ? &core.OfHost() : nullptr;
     source_mark.Set();
     count = core.Queue(lock).Size();
     mediator->FireInputSignal(entry.Text(QueueEntry::ReceiverType), entry.Text(QueueEntry::ReceiverInstance),

@@ -11,8 +11,8 @@ unsigned MainWorkFlowProc(void* argument) noexcept;
 
 // One pass, on any thread: fires from the front of the queue, each entry's input signal on its receiver, until the
 // queue is empty or a stop is asked for. The engine mutex is held all the time. Entries that come in while the last one
-// is being fired are left to the next pass, for which their event stands ready; without a mediator all stay. Throws
-// what the mediator throws.
+// is being fired are left to the next pass, for which their event stands ready; without a mediator all stay, and while
+// the host application has as many as it may have, the rest. Throws what the mediator throws.
 void FireAllReadySignals(EngineCore& core);
 
 }  // namespace OrvWorkFlow

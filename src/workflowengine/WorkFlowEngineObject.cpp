@@ -193,8 +193,31 @@ bool CWorkFlowEngine::SetWorkFlowFilePath(const char* path) {
 }
 
 bool CWorkFlowEngine::SetRunObserver(IRunObserver* observer) {
-  core_->Events().SetObserver(observer);
+  try {
+    const EngineLock lock = core_->Lock();
+    core_->SetObserver(lock, observer);
+    return true;
+  } catch (...) {  // The host's mutex failed.
+    return false;
+  }
+}
+
+bool CWorkFlowEngine::SetHandOverLimit(std::uint32_t limit) {
+  core_->OfHost()->SetLimit(limit);
+  try {
+    core_->Post(kSignalReceivedEvent);  // A pump that waits for room may have it now.
+  } catch (...) {                       // The end of a delivery wakes it.
+  }
   return true;
+}
+
+bool CWorkFlowEngine::ReportQueue(IRunReport* report, std::uint32_t most) {
+  if (report == nullptr) return false;
+  try {
+    return core_->Report(*report, most);
+  } catch (...) {
+    return false;
+  }
 }
 
 bool CWorkFlowEngine::GetQueueState(QueueState* state) {

@@ -62,6 +62,8 @@ class CWorkFlowEngine final : public BaseObject<CWorkFlowEngine, IWorkFlowEngine
   bool GetQueueState(QueueState* state) override;
   bool SetWorkFlowFilePath(const char* path) override;
   bool SetRunObserver(IRunObserver* observer) override;
+  bool SetHandOverLimit(std::uint32_t limit) override;
+  bool ReportQueue(IRunReport* report, std::uint32_t most) override;
 
  private:
   Collaborators& Others() noexcept { return core_->Others(); }

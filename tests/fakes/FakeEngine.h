@@ -83,6 +83,8 @@ class FakeEngine final : public OrvWorkFlow::ObjectProtocol<FakeEngine, OrvWorkF
   bool GetQueueState(QueueState*) override { return false; }
   bool SetWorkFlowFilePath(const char*) override { return false; }
   bool SetRunObserver(OrvWorkFlow::IRunObserver*) override { return false; }
+  bool SetHandOverLimit(std::uint32_t) override { return false; }
+  bool ReportQueue(OrvWorkFlow::IRunReport*, std::uint32_t) override { return false; }
 
  private:
   mutable std::mutex mutex_;

@@ -82,6 +82,7 @@ class FakeMediator final : public OrvWorkFlow::ObjectProtocol<FakeMediator, OrvW
   bool LoadWorkNodesNow(bool) override { return false; }
   bool GetStatistics(Statistics*) override { return false; }
   bool SetRunObserver(OrvWorkFlow::IRunObserver*) override { return false; }
+  bool Report(OrvWorkFlow::IRunReport*) override { return false; }
 
   // "type,instance,signal" of each input signal, in order.
   std::vector<std::string> Fired() const {
