@@ -4,7 +4,12 @@
 // $WINDIR, $WINSYSDIR, $PROGRAMFILES, $WINTEMP) or "$FlowName/data/list.txt" (beside that workflow's definition file).
 // A workflow path that ends in "/" keeps its separator and names no directory. Any other string is a platform path.
 // Platform paths have Windows shape on every platform; on Linux "C:" is a private prefix directory, "Z:" is "/", and a
-// path that begins with "/" is the host's own.
+// path that begins with "/" is the host's own. A relative path starts at the process's current directory, which other
+// threads may change: hand in whole paths. A bare "Z:" names nothing on Linux. Names of devices ("NUL", "COM1.txt")
+// name no files on Windows.
+//
+// Wildcards: only DirectoryExists and what asks it (a listing, CopyDirectory, DeleteDirectory look at the first match
+// of the last component, "*" and "?") know them; nothing else does, and there is no listing by pattern.
 #pragma once
 
 #include "OrvWorkFlow/IBaseWorkFlowObject.h"
@@ -29,9 +34,17 @@ struct MarshalledTypes<char16_t> {
 // The operations of both widths, in table order: the wide face has two more, so they come in three pieces, each of
 // which continues the table of the one before. What holds of all of them:
 //
-// Any thread. False means failure; there is no last error. Outputs are replaced on success and untouched on failure. No
-// operation leaves a handle open. A wide operation that the system refuses is tried once more in narrow characters, if
-// the path loses nothing by that. Positions and counts are in bytes, from 0.
+// Any thread. False means failure; GetLastFailure tells why. Outputs are replaced on success and untouched on failure.
+// No operation leaves a handle open. A wide operation that the system refuses is tried once more in narrow characters,
+// if the path loses nothing by that. Positions and counts are in bytes, from 0.
+//
+// Open files. While an operation reads, writes or copies a file, it has it open without sharing: every other operation
+// that needs the file fails meanwhile ("in use"), in this process and in others that use this library, two readers
+// among them. So does a file that anybody else holds open on Windows. Nothing waits for a reader or writer; whoever
+// expects company tries again.
+//
+// Edits (prepend, insert, overwrite, delete bytes) hold the file from their reading to its replacement: of two edits,
+// or an edit and an append, at once, one may fail, but what answered true is in the file.
 //
 // An operation whose name ends in "Async" copies its arguments, returns at once and does the work of the operation of
 // that name on the object's one worker thread; the result goes to the notification (see IFileSystemNotification.h).
@@ -82,7 +95,10 @@ class IFileSystemStart : public virtual IBaseWorkFlowObject {
   virtual bool DeleteDirectory(const Char* path) = 0;
 
   // Every file (every directory) below the directory, with full paths, in the caller's form: workflow paths for a
-  // workflow path. A directory's own entries come first, then each subdirectory in turn. Links are listed, not entered.
+  // workflow path. A directory's own entries come first, then each subdirectory in turn. Links are listed, not entered;
+  // one to nothing is a file. Left out are names that no path can hold (on Linux those with "\" or ":", and those that
+  // are not UTF-8; on the narrow face on Windows those that the code page lacks), with all that is below them, and what
+  // is in directories that cannot be read. The answer is true then, and GetLastFailure names the first.
   virtual bool ListFilesAsync(const Char* path, Notification* notification) = 0;
   virtual bool ListFiles(const Char* path, StringList* files) = 0;
   virtual bool ListDirectoriesAsync(const Char* path, Notification* notification) = 0;
@@ -90,14 +106,18 @@ class IFileSystemStart : public virtual IBaseWorkFlowObject {
 
   // Copies one file. A source that does not exist is looked for in the content directories. The directory of a
   // destination that holds a "/" is made. The copy is never read-only. Without `overwrite` an existing destination
-  // fails.
+  // fails. With it the copy is made beside the destination and then takes its name, its permissions kept: a failure
+  // leaves the old file. Where the directory takes no new file, the destination itself is written, and a failure
+  // removes it. A failure leaves no new file. The copy may still be in the system's memory: see FlushWrites.
   virtual bool CopyOneFileAsync(const Char* source, const Char* destination, bool overwrite,
                                 Notification* notification) = 0;
   virtual bool CopyOneFile(const Char* source, const Char* destination, bool overwrite) = 0;
 
   // Copies every file below the source to the same place below the destination, making the directories on the way;
   // directories without files are not made. The files are those that are there when the copying begins. Goes on after
-  // a failure, and is false then; also when a directory could not be searched.
+  // a failure, and is false then; also when something was left out: what a listing leaves out, links to directories,
+  // and of several names that are one at the destination ("readme" and "README" on a drive without regard to case) all
+  // but the first. GetLastFailure names the first such entry. What was copied before a failure stays.
   virtual bool CopyDirectoryAsync(const Char* source, const Char* destination, bool overwrite,
                                   Notification* notification) = 0;
   virtual bool CopyDirectory(const Char* source, const Char* destination, bool overwrite) = 0;
@@ -105,7 +125,8 @@ class IFileSystemStart : public virtual IBaseWorkFlowObject {
   virtual bool FileExists(const Char* path) = 0;
   virtual bool DirectoryExists(const Char* path) = 0;
 
-  // Deletes one file, also a read-only one. A file that does not exist is success.
+  // Deletes one file, also a read-only one, or a link to a file. A file that does not exist is success, and so is a
+  // directory: it stays. A failure leaves the file's read-only mark as it was.
   virtual bool RemoveFile(const Char* path) = 0;
 
   // In bytes, the low 32 bits; the sum over all files for a directory; 0 on failure.
@@ -164,8 +185,24 @@ class IFileSystemEdits : public Before {
   // Replaces the file's content by the bytes so that a reader, and a crash at any moment, finds the old content or the
   // new one, never a mixture: a new file takes the old one's name and permissions. Other names of the old file (hard
   // links) keep the old content. Where the directory takes no new file, the file itself is written, and a crash may
-  // lose it. False leaves the old content.
+  // lose it. False leaves the old content. Of several at once each waits for its turn, and the last one stays; one that
+  // waits for longer than two seconds fails.
   virtual bool ReplaceFileBytes(const Char* path, const void* data, std::size_t size) = 0;
+
+  // Why the calling thread's last call of this object that failed did so, through either face: the operation's name
+  // (an asynchronous call's is that of the operation that it does; it fails on the thread that calls `Completed`), the
+  // path at fault, which for a tree is the first entry's, and the reason in words, one of those in FileReasons.h where
+  // the system gave it. Each may be null. Looking for something that is not there counts ("no such file"), and so does
+  // a listing that left something out, although it answers true; a complete listing forgets what was before it. False
+  // when there was no such call, or the outputs do not take the texts. Threads beyond the last 64 that failed are
+  // forgotten.
+  virtual bool GetLastFailure(String* operation, String* path, String* reason) = 0;
+
+  // Returns when all that file systems of this process have written is on the disk: files, copies and the names of
+  // both, as far as their calls had returned before. A replacement is on the disk when it answers true; appends, writes
+  // and copies are not, so that many of them cost one flush: call this before something is recorded as done. May take
+  // as long as other programs' writing to the same disks takes. False when a disk refused; what it lost is unknown.
+  virtual bool FlushWrites() = 0;
 
  protected:
   ~IFileSystemEdits() = default;

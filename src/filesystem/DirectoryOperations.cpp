@@ -35,14 +35,14 @@ bool Operations<Char>::MakeDirectory(const Char* path) {
 template <class Char>
 bool Operations<Char>::DirectoryExists(const Char* path) {
   Text platform_path;
-  return Resolve(path, &platform_path) && IsDirectory(calls_, platform_path);
+  return Resolve(path, &platform_path) && (IsDirectory(calls_, platform_path) || parts_.hook.Note());
 }
 
 template <class Char>
 WalkResult Operations<Char>::CollectTree(Tree<Char>& tree, std::vector<Listing<Char>>* listings) {
   return WalkTree<Char>(tree, [&](Listing<Char>&& listing) {
     listings->push_back(std::move(listing));
-    return !parts_.stopping;
+    return !parts_.stopping || parts_.hook.Note(Reason::Stopped);
   });
 }
 
@@ -51,7 +51,7 @@ bool Operations<Char>::DeleteDirectory(const Char* path) {
   Text root;
   std::uint32_t attributes = 0;
   if (!Resolve(path, &root)) return false;
-  if (calls_.IsRoot(root)) return Fail(Failures::kCannotDeleteDirectory);
+  if (calls_.IsRoot(root)) return parts_.hook.ReportAt(Failures::kCannotDeleteDirectory, Reason::Root, root);
   if (!FirstMatch(calls_, root, &attributes) || (attributes & FileAttribute::kDirectory) == 0) return true;
   if ((attributes & FileAttribute::kLink) != 0) return RemoveDirectoryItself(root, true);
   Tree<Char> tree(calls_);
@@ -60,7 +60,7 @@ bool Operations<Char>::DeleteDirectory(const Char* path) {
   bool deleted = CollectTree(tree, &listings) != WalkResult::Broken;
   for (const Listing<Char>& listing : listings) {
     for (std::size_t i = 0; i < listing.entries.size(); ++i) {
-      if (parts_.stopping) return false;
+      if (parts_.stopping) return parts_.hook.Note(Reason::Stopped);
       if (!listing.entries.IsDirectory(i)) deleted = RemoveFileOf(tree, listing.PathOf(i)) && deleted;
     }
   }
@@ -86,13 +86,14 @@ template <class Char>
 bool Operations<Char>::RemoveFileOf(Tree<Char>& tree, const Text& path) {
   tree.SetAttributes(path, FileAttribute::kNormal);
   const SystemResult removed = tree.RemoveFile(path);
-  return removed == SystemResult::Ok || removed == SystemResult::NotFound || Fail(Failures::kCannotDeleteFile);
+  return removed == SystemResult::Ok || removed == SystemResult::NotFound ||
+         FailAt(Failures::kCannotDeleteFile, tree.PathOf(path));
 }
 
 template <class Char>
 bool Operations<Char>::RemoveDirectoryOf(Tree<Char>& tree, const Text& path, bool is_link) {
   if (!is_link) tree.SetAttributes(path, FileAttribute::kNormal);
-  return tree.RemoveDirectory(path) || Fail(Failures::kCannotDeleteDirectory);
+  return tree.RemoveDirectory(path) || FailAt(Failures::kCannotDeleteDirectory, tree.PathOf(path));
 }
 
 template <class Char>
@@ -146,8 +147,9 @@ bool Operations<Char>::NotifyOfTree(const Char* path, const Failure& no_director
   ListedPath<Char> listed;
   const auto visit = [&](const Listing<Char>& listing) {
     for (std::size_t i = 0; i < listing.entries.size(); ++i) {
-      if (parts_.stopping) return false;
-      if (listing.entries.IsDirectory(i) != files && !notify(listed.Of(listing, i).c_str())) return false;
+      if (parts_.stopping) return parts_.hook.Note(Reason::Stopped);
+      if (listing.entries.IsDirectory(i) == files) continue;
+      if (!notify(listed.Of(listing, i).c_str())) return parts_.hook.Note(Reason::Stopped);
     }
     return true;
   };
@@ -182,11 +184,11 @@ bool Operations<Char>::CopyDirectory(const Char* source, const Char* destination
   if (target.Open(to, TreeUse::Fill) != SystemResult::Ok) return Fail(Failures::kCannotCreateDirectory);
   for (const Listing<Char>& listing : listings) {
     if (!MakeDirectories(target, listing.start)) {
-      copied = Fail(Failures::kCannotCreateDirectory);
+      copied = FailAt(Failures::kCannotCreateDirectory, target.PathOf(listing.start));
       continue;
     }
     for (std::size_t i = 0; i < listing.entries.size(); ++i) {
-      if (parts_.stopping) return false;
+      if (parts_.stopping) return parts_.hook.Note(Reason::Stopped);
       if (!listing.entries.IsDirectory(i)) copied = CopyFileOf(tree, target, listing.PathOf(i), overwrite) && copied;
     }
   }
@@ -198,10 +200,13 @@ template <class Char>
 bool Operations<Char>::CopyFileOf(Tree<Char>& from, Tree<Char>& to, const Text& path, bool overwrite) {
   SystemResult copied = from.CopyTo(to, path, true);
   if (copied == SystemResult::Exists) {
-    to.SetAttributes(path, FileAttribute::kNormal);
+    {
+      const KeptReason kept(parts_.platform.reasons);
+      to.SetAttributes(path, FileAttribute::kNormal);
+    }
     if (overwrite) copied = from.CopyTo(to, path, false);
   }
-  return copied == SystemResult::Ok || Fail(Failures::kCopyFailed);
+  return copied == SystemResult::Ok || FailCopy(from.PathOf(path), to.PathOf(path));
 }
 
 template bool Operations<char>::MakeDirectory(const char*);

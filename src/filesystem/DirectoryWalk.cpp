@@ -38,7 +38,10 @@ bool FirstMatch(const SystemCalls<Char>& calls, const std::basic_string<Char>& p
 template <class Char>
 bool IsDirectory(const SystemCalls<Char>& calls, const std::basic_string<Char>& path) {
   std::uint32_t attributes = 0;
-  return FirstMatch(calls, path, &attributes) && (attributes & FileAttribute::kDirectory) != 0;
+  if (!FirstMatch(calls, path, &attributes)) return false;
+  if ((attributes & FileAttribute::kDirectory) != 0) return true;
+  calls.platform().reasons.SetLastCode(RefusalCode(Reason::NotFound));
+  return false;
 }
 
 template <class Char>
@@ -46,7 +49,9 @@ SystemResult Tree<Char>::Open(const Text& root, TreeUse use) {
   root_ = root;
   use_ = use;
   opened_ = own_.Open(root_, use_);
-  if (opened_ != SystemResult::Ok && OpenNarrow()) opened_ = SystemResult::Ok;
+  if (opened_ == SystemResult::Ok) return opened_;
+  const KeptReason kept(calls_.platform().reasons);
+  if (OpenNarrow()) opened_ = SystemResult::Ok;
   return opened_;
 }
 
@@ -69,8 +74,10 @@ auto Tree<Char>::Try(const Call& call, const Text& path) {
   if constexpr (std::is_same_v<Result, SystemResult>) result = SystemResult::Failed;
   if (own_.IsOpen()) result = call(own_, path);
   if constexpr (sizeof(Char) > 1) {
+    if (IsDone(result)) return result;
+    const KeptReason kept(calls_.platform().reasons);
     std::string narrow;
-    if (!IsDone(result) && calls_.NarrowExactly(path, &narrow) && OpenNarrow()) result = call(narrow_, narrow);
+    if (calls_.NarrowExactly(path, &narrow) && OpenNarrow()) result = call(narrow_, narrow);
   }
   return result;
 }

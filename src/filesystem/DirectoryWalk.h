@@ -52,6 +52,9 @@ class Tree {
   // Once, before anything else; the other calls fail when this does, List with its result.
   SystemResult Open(const Text& root, TreeUse use);
 
+  // The platform path of an entry.
+  Text PathOf(const Text& path) const { return Text(root_).append(1, Char{'\\'}).append(path); }
+
   SystemResult List(const Text& directory, EntryList<Char>* entries);
   bool SetAttributes(const Text& path, std::uint32_t attributes);
   SystemResult RemoveFile(const Text& path);

@@ -53,7 +53,9 @@ bool Operations<Char>::Edit(const Char* path, const std::function<bool(std::stri
   if (!Resolve(path, &platform_path) || !content_.Read(platform_path, &content)) return false;
   if (!change(content)) return Fail(Failures::kInvalidParameter);
   // A larger file could not be read again.
-  if (content.size() > std::numeric_limits<std::uint32_t>::max()) return Fail(Failures::kCannotWriteFile);
+  if (content.size() > std::numeric_limits<std::uint32_t>::max()) {
+    return parts_.hook.ReportAt(Failures::kCannotWriteFile, Reason::TooLarge, platform_path);
+  }
   return content_.Replace(platform_path, content);
 }
 

@@ -25,7 +25,10 @@ std::size_t FirstName(const std::basic_string<Char>& path) {
 template <class Char>
 bool FileContent<Char>::Exists(const Text& path) const {
   std::uint32_t attributes = 0;
-  return calls_.GetAttributes(path, &attributes) && (attributes & FileAttribute::kDirectory) == 0;
+  if (!calls_.GetAttributes(path, &attributes)) return false;
+  if ((attributes & FileAttribute::kDirectory) == 0) return true;
+  reasons().SetLastCode(RefusalCode(Reason::IsFolder));
+  return false;
 }
 
 template <class Char>
@@ -37,10 +40,19 @@ bool FileContent<Char>::MakeDirectory(const Text& path) const {
     const Text prefix = path.substr(0, end);
     if (IsBareDrive<Char>(prefix) || IsDirectory(calls_, prefix)) continue;
     if (calls_.CreateOneDirectory(prefix) == SystemResult::Ok) continue;
+    const KeptReason kept(reasons());
     // Somebody else may have made it in between.
-    if (!IsDirectory(calls_, prefix)) return hook_.Report(Failures::kCannotCreateDirectory);
+    if (IsDirectory(calls_, prefix)) continue;
+    kept.Restore();
+    return hook_.Report(Failures::kCannotCreateDirectory);
   }
   return true;
+}
+
+template <class Char>
+bool FileContent<Char>::FailFor(const Failure& failure, Reason reason) const {
+  reasons().SetLastCode(RefusalCode(reason));
+  return hook_.Report(failure);
 }
 
 template <class Char>
@@ -85,12 +97,12 @@ bool FileContent<Char>::OpenForReading(const Text& path, OpenedFile& file, std::
 template <class Char>
 bool FileContent<Char>::OpenWhole(const Text& path, OpenedFile& file, std::uint64_t* size) const {
   if (!OpenForReading(path, file, size)) return false;
-  return *size <= std::numeric_limits<std::uint32_t>::max() || hook_.Report(Failures::kCannotReadFile);
+  return *size <= std::numeric_limits<std::uint32_t>::max() || FailFor(Failures::kCannotReadFile, Reason::TooLarge);
 }
 
 template <class Char>
 bool FileContent<Char>::ReadHere(FileHandle handle, std::uint64_t count, IOrvBasicStream* content) const {
-  if (!std::in_range<std::size_t>(count)) return hook_.Report(Failures::kCannotReadFile);
+  if (!std::in_range<std::size_t>(count)) return FailFor(Failures::kCannotReadFile, Reason::TooLarge);
   const auto size = static_cast<std::size_t>(count);
   void* const room = content->GetSize() == 0 && size > 0 ? content->Room(size) : nullptr;
   std::string copy(room == nullptr ? size : 0, '\0');
@@ -153,12 +165,16 @@ bool FileContent<Char>::WriteAt(Position position, const Text& path, std::string
       files.GetSize(handle, &old_size) && (position == Position::Start || files.MoveTo(handle, old_size));
   if (!placed) return hook_.Report(Failures::kCannotWriteFile);
   if (!files.Write(handle, content.data(), content.size(), &done)) {
+    const KeptReason kept(reasons());
     if (files.MoveTo(handle, old_size)) files.SetEnd(handle);
+    kept.Restore();
     return hook_.Report(Failures::kCannotWriteFile);
   }
   const bool ended = position == Position::End || files.SetEnd(handle);
   if (ended && file.Close()) return true;
+  const KeptReason kept(reasons());
   if (position == Position::End) CutBack(path, old_size);
+  kept.Restore();
   return hook_.Report(Failures::kCannotWriteFile);
 }
 

@@ -57,6 +57,9 @@ class FileContent {
   bool MakeParent(const Text& path) const;
   SystemResult WriteBeside(const Text& target, bool exists, std::string_view content) const;
 
+  bool FailFor(const Failure& failure, Reason reason) const;
+
+  Reasons& reasons() const { return calls_.platform().reasons; }
   OpenFiles& open_files() const { return calls_.platform().open_files; }
 
   const SystemCalls<Char>& calls_;

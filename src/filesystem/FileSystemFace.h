@@ -3,6 +3,7 @@
 
 #include <initializer_list>
 #include <memory>
+#include <new>
 #include <string>
 #include <type_traits>
 
@@ -25,109 +26,118 @@ class FileSystemFace : public FileSystemInterface<Char> {
   using Notification = IFileSystemNotificationOf<Char>;
 
   bool WorkflowPathToPlatformPath(const Char* path, Char* buffer, std::size_t capacity, std::size_t* length) override {
-    return Guarded([&] { return Files().WorkflowPathToPlatformPath(path, buffer, capacity, length); });
+    return Told("WorkflowPathToPlatformPath", path,
+                [&] { return Files().WorkflowPathToPlatformPath(path, buffer, capacity, length); });
   }
   bool WorkflowPathToPlatformPathString(const Char* path, String* platform_path) override {
-    return Guarded([&] { return Files().WorkflowPathToPlatformPathString(path, platform_path); });
+    return Told("WorkflowPathToPlatformPathString", path,
+                [&] { return Files().WorkflowPathToPlatformPathString(path, platform_path); });
   }
   bool MakeDirectory(const Char* path) override {
-    return Guarded([&] { return Files().MakeDirectory(path); });
+    return Told("MakeDirectory", path, [&] { return Files().MakeDirectory(path); });
   }
   bool DeleteDirectoryAsync(const Char* path, Notification* notification) override {
     return Begin(
-        notification, [](auto& files, const Text& one) { return files.DeleteDirectory(one.c_str()); }, path);
+        "DeleteDirectory", RunningCall::End::Succeeded, notification,
+        [](auto& files, const Text& one) { return files.DeleteDirectory(one.c_str()); }, path);
   }
   bool DeleteDirectory(const Char* path) override {
-    return Guarded([&] { return Files().DeleteDirectory(path); });
+    return Told("DeleteDirectory", path, [&] { return Files().DeleteDirectory(path); });
   }
   bool ListFilesAsync(const Char* path, Notification* notification) override {
     const auto list = [notification](auto& files, const Text& one) {
       return files.NotifyFiles(one.c_str(), *notification);
     };
-    return Begin(notification, list, path);
+    return Begin("ListFiles", RunningCall::End::Complete, notification, list, path);
   }
   bool ListFiles(const Char* path, StringList* files) override {
-    return Guarded([&] { return Files().ListFiles(path, files); });
+    return Listed("ListFiles", path, [&] { return Files().ListFiles(path, files); });
   }
   bool ListDirectoriesAsync(const Char* path, Notification* notification) override {
     const auto list = [notification](auto& files, const Text& one) {
       return files.NotifyDirectories(one.c_str(), *notification);
     };
-    return Begin(notification, list, path);
+    return Begin("ListDirectories", RunningCall::End::Complete, notification, list, path);
   }
   bool ListDirectories(const Char* path, StringList* directories) override {
-    return Guarded([&] { return Files().ListDirectories(path, directories); });
+    return Listed("ListDirectories", path, [&] { return Files().ListDirectories(path, directories); });
   }
   bool CopyOneFileAsync(const Char* source, const Char* destination, bool overwrite,
                         Notification* notification) override {
     const auto copy = [overwrite](auto& files, const Text& from, const Text& to) {
       return files.CopyOneFile(from.c_str(), to.c_str(), overwrite);
     };
-    return Begin(notification, copy, source, destination);
+    return Begin("CopyOneFile", RunningCall::End::Succeeded, notification, copy, source, destination);
   }
   bool CopyOneFile(const Char* source, const Char* destination, bool overwrite) override {
-    return Guarded([&] { return Files().CopyOneFile(source, destination, overwrite); });
+    return Told("CopyOneFile", source, [&] { return Files().CopyOneFile(source, destination, overwrite); });
   }
   bool CopyDirectoryAsync(const Char* source, const Char* destination, bool overwrite,
                           Notification* notification) override {
     const auto copy = [overwrite](auto& files, const Text& from, const Text& to) {
       return files.CopyDirectory(from.c_str(), to.c_str(), overwrite);
     };
-    return Begin(notification, copy, source, destination);
+    return Begin("CopyDirectory", RunningCall::End::Succeeded, notification, copy, source, destination);
   }
   bool CopyDirectory(const Char* source, const Char* destination, bool overwrite) override {
-    return Guarded([&] { return Files().CopyDirectory(source, destination, overwrite); });
+    return Told("CopyDirectory", source, [&] { return Files().CopyDirectory(source, destination, overwrite); });
   }
   bool FileExists(const Char* path) override {
-    return Guarded([&] { return Files().FileExists(path); });
+    return Told("FileExists", path, [&] { return Files().FileExists(path); });
   }
   bool DirectoryExists(const Char* path) override {
-    return Guarded([&] { return Files().DirectoryExists(path); });
+    return Told("DirectoryExists", path, [&] { return Files().DirectoryExists(path); });
   }
   bool RemoveFile(const Char* path) override {
-    return Guarded([&] { return Files().RemoveFile(path); });
+    return Told("RemoveFile", path, [&] { return Files().RemoveFile(path); });
   }
   std::uint32_t FileSize(const Char* path) override {
-    return Guarded([&] { return Files().FileSize(path); });
+    return Told("FileSize", path, [&] { return Files().FileSize(path); });
   }
   bool MakeFile(const Char* path) override {
-    return Guarded([&] { return Files().MakeFile(path); });
+    return Told("MakeFile", path, [&] { return Files().MakeFile(path); });
   }
   bool ReadFileRange(const Char* path, std::uint32_t first, std::uint32_t last, IOrvBasicStream* stream) override {
-    return Guarded([&] { return Files().ReadFileRange(path, first, last, stream); });
+    return Told("ReadFileRange", path, [&] { return Files().ReadFileRange(path, first, last, stream); });
   }
   bool ReadFileToString(const Char* path, String* text) override {
-    return Guarded([&] { return Files().ReadFileToString(path, text); });
+    return Told("ReadFileToString", path, [&] { return Files().ReadFileToString(path, text); });
   }
   bool ReadFileToStream(const Char* path, IOrvBasicStream* stream) override {
-    return Guarded([&] { return Files().ReadFileToStream(path, stream); });
+    return Told("ReadFileToStream", path, [&] { return Files().ReadFileToStream(path, stream); });
   }
   bool WriteFileBytes(const Char* path, const void* data, std::size_t size) override {
-    return Guarded([&] { return Files().WriteFileBytes(path, data, size); });
+    return Told("WriteFileBytes", path, [&] { return Files().WriteFileBytes(path, data, size); });
   }
   bool WriteFileText(const Char* path, const Char* text) override {
-    return Guarded([&] { return Files().WriteFileText(path, text); });
+    return Told("WriteFileText", path, [&] { return Files().WriteFileText(path, text); });
   }
   bool WriteFileString(const Char* path, const String* text) override {
-    return Guarded([&] { return Files().WriteFileString(path, text); });
+    return Told("WriteFileString", path, [&] { return Files().WriteFileString(path, text); });
   }
   bool AppendFileString(const Char* path, const String* text) override {
-    return Guarded([&] { return Files().AppendFileString(path, text); });
+    return Told("AppendFileString", path, [&] { return Files().AppendFileString(path, text); });
   }
   bool PrependFileString(const Char* path, const String* text) override {
-    return Guarded([&] { return Files().PrependFileString(path, text); });
+    return Told("PrependFileString", path, [&] { return Files().PrependFileString(path, text); });
   }
   bool InsertFileString(const Char* path, std::uint32_t position, const String* text) override {
-    return Guarded([&] { return Files().InsertFileString(path, position, text); });
+    return Told("InsertFileString", path, [&] { return Files().InsertFileString(path, position, text); });
   }
   bool OverwriteFileString(const Char* path, std::uint32_t position, const String* text) override {
-    return Guarded([&] { return Files().OverwriteFileString(path, position, text); });
+    return Told("OverwriteFileString", path, [&] { return Files().OverwriteFileString(path, position, text); });
   }
   bool DeleteFileBytes(const Char* path, std::uint32_t position, std::uint32_t count) override {
-    return Guarded([&] { return Files().DeleteFileBytes(path, position, count); });
+    return Told("DeleteFileBytes", path, [&] { return Files().DeleteFileBytes(path, position, count); });
   }
   bool ReplaceFileBytes(const Char* path, const void* data, std::size_t size) override {
-    return Guarded([&] { return Files().ReplaceFileBytes(path, data, size); });
+    return Told("ReplaceFileBytes", path, [&] { return Files().ReplaceFileBytes(path, data, size); });
+  }
+  bool GetLastFailure(String* operation, String* path, String* reason) override {
+    return Guarded([&] { return Files().GetLastFailure(operation, path, reason); });
+  }
+  bool FlushWrites() override {
+    return Told("FlushWrites", static_cast<const Char*>(nullptr), [&] { return Files().FlushWrites(); });
   }
 
  protected:
@@ -147,18 +157,53 @@ class FileSystemFace : public FileSystemInterface<Char> {
     }
   }
 
+  // Makes the call as `operation`, and keeps why it failed.
+  template <class Call>
+  auto Told(const char* operation, const Char* path, const Call& call) noexcept -> decltype(call()) {
+    return Told(core_->parts.hook, operation, path, RunningCall::End::Succeeded, call);
+  }
+  // The same for a listing, which may succeed and leave something out.
+  template <class Call>
+  bool Listed(const char* operation, const Char* path, const Call& call) noexcept {
+    return Told(core_->parts.hook, operation, path, RunningCall::End::Complete, call);
+  }
+  template <class Call>
+  static auto Told(FailureRecorder& recorder, const char* operation, const Char* path, RunningCall::End success,
+                   const Call& call) noexcept -> decltype(call()) {
+    RunningCall running(recorder, operation, path);
+    decltype(call()) result{};
+    try {
+      result = call();
+    } catch (const std::bad_alloc&) {
+      recorder.Note(Reason::NoMemory);
+    } catch (...) {
+      recorder.Note(Reason::NotHandedOver);
+    }
+    running.Finish(Succeeded(running, result) ? success : RunningCall::End::Failed);
+    return result;
+  }
+  static bool Succeeded(const RunningCall& /*call*/, bool result) { return result; }
+  // A size of 0 is a failure when one was reported.
+  static bool Succeeded(const RunningCall& call, std::uint32_t result) { return result != 0 || !call.HasReason(); }
+
   std::shared_ptr<FileSystemCore> core_;
 
  private:
   // Has `work(operations, paths...)` done on the worker, with copies of the paths.
   template <class Work, class... Paths>
-  bool Begin(Notification* notification, const Work& work, Paths... paths) {
-    const auto is_missing = [](const Char* path) { return path == nullptr || *path == 0; };
-    if (notification == nullptr || (is_missing(paths) || ...)) return Refuse(Failures::kInvalidParameter);
-    return Guarded([&] {
+  bool Begin(const char* operation, RunningCall::End success, Notification* notification, const Work& work,
+             const Char* path, Paths... paths) {
+    const auto is_missing = [](const Char* one) { return one == nullptr || *one == 0; };
+    return Told(operation, path, [&] {
+      if (notification == nullptr || is_missing(path) || (is_missing(paths) || ...)) {
+        return Refuse(Failures::kInvalidParameter);
+      }
       FileSystemCore* core = core_.get();  // The worker's thread keeps it.
-      const auto run = [core, work, ... copies = Text(paths)] {
-        return !core->parts.stopping && work(core->template For<Char>(), copies...);
+      const auto run = [core, operation, success, work, first = Text(path), ... copies = Text(paths)] {
+        return Told(core->parts.hook, operation, first.c_str(), success, [&] {
+          if (core->parts.stopping) return core->parts.hook.Note(Reason::Stopped);
+          return work(core->template For<Char>(), first, copies...);
+        });
       };
       const auto completed = [notification](bool succeeded) { notification->Completed(succeeded); };
       switch (core->worker.Start(core_, {run, completed})) {
@@ -179,10 +224,10 @@ class FileSystemFace : public FileSystemInterface<Char> {
 class WideFace : public FileSystemFace<char16_t> {
  public:
   bool ReadFileToWideString(const char16_t* path, IOrvString* text) override {
-    return Guarded([&] { return Files().ReadFileToWideString(path, text); });
+    return Told("ReadFileToWideString", path, [&] { return Files().ReadFileToWideString(path, text); });
   }
   bool WriteFileTextUnicode(const char16_t* path, const char16_t* text) override {
-    return Guarded([&] { return Files().WriteFileTextUnicode(path, text); });
+    return Told("WriteFileTextUnicode", path, [&] { return Files().WriteFileTextUnicode(path, text); });
   }
 
  protected:

@@ -11,8 +11,8 @@
 
 namespace OrvWorkFlow {
 
-// Answers to "IFileSystemA" and "IFileSystemW". Any thread. It keeps no last error: a failure is told by the result
-// alone.
+// Answers to "IFileSystemA" and "IFileSystemW". Any thread. The base protocol's last error stays empty: why a call
+// failed is told by GetLastFailure.
 class CFileSystem final : public BaseObject<CFileSystem, FileSystemFace<char>, WideFace> {
  public:
   static constexpr const char* kTypeName = ObjectNames::kFileSystem;

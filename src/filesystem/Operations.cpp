@@ -46,7 +46,7 @@ bool Operations<Char>::WorkflowPathToPlatformPathString(const Char* path, String
 template <class Char>
 bool Operations<Char>::FileExists(const Char* path) {
   Text platform_path;
-  return Resolve(path, &platform_path) && content_.Exists(platform_path);
+  return Resolve(path, &platform_path) && (content_.Exists(platform_path) || parts_.hook.Note());
 }
 
 template <class Char>
@@ -63,7 +63,10 @@ std::uint32_t Operations<Char>::FileSize(const Char* path) {
   if (content_.Exists(platform_path)) {
     return content_.GetSize(platform_path, &size) ? static_cast<std::uint32_t>(size) : 0;
   }
-  if (!IsDirectory(calls_, platform_path)) return 0;
+  if (!IsDirectory(calls_, platform_path)) {
+    parts_.hook.Note();
+    return 0;
+  }
   Tree<Char> tree(calls_);
   tree.Open(platform_path, TreeUse::Read);
   ListedPath<Char> listed(platform_path, Char{'\\'});
@@ -161,9 +164,19 @@ bool Operations<Char>::FindSource(const Char* source, Text* found) {
     candidate += source;
     if (!FileExists(candidate.c_str())) continue;
     *found = std::move(candidate);
+    parts_.hook.TakeBack();
     return true;
   }
   return Fail(Failures::kSourceMissing);
+}
+
+template <class Char>
+bool Operations<Char>::FailCopy(const Text& source, const Text& destination) {
+  OpenedFile file(parts_.platform.open_files);
+  const KeptReason kept(parts_.platform.reasons);
+  const bool readable = calls_.Open(source, Access::Read, Creation::OpenExisting, file.Slot()) == SystemResult::Ok;
+  kept.Restore();
+  return FailAt(Failures::kCopyFailed, readable ? destination : source);
 }
 
 template <class Char>
@@ -185,9 +198,39 @@ bool Operations<Char>::CopyOneFile(const Char* source, const Char* destination, 
   }
   if (!Resolve(found.c_str(), &from) || !Resolve(destination, &to)) return false;
   calls_.SetAttributes(to, FileAttribute::kNormal);
-  if (!calls_.CopyOver(from, to, !overwrite)) return Fail(Failures::kCopyFailed);
+  if (!calls_.CopyOver(from, to, !overwrite)) return FailCopy(from, to);
   calls_.SetAttributes(to, FileAttribute::kNormal);
   return true;
+}
+
+template <class Char>
+typename Operations<Char>::Text Operations<Char>::InOwnWidth(const FailedPath& path) {
+  if (const Text* own = std::get_if<Text>(&path)) return *own;
+  Text text;
+  if constexpr (sizeof(Char) == 1) {
+    parts_.platform.code_page.Narrow(std::get<std::u16string>(path), &text, nullptr);
+  } else {
+    parts_.platform.code_page.Widen(std::get<std::string>(path), &text);
+  }
+  return text;
+}
+
+template <class Char>
+bool Operations<Char>::Tell(String* output, std::string_view ascii) {
+  return output == nullptr || AssignText(output, std::basic_string_view<Char>(Text(ascii.begin(), ascii.end())));
+}
+
+template <class Char>
+bool Operations<Char>::GetLastFailure(String* operation, String* path, String* reason) {
+  FailureRecorder::Record record;
+  if (!parts_.hook.Find(&record)) return false;
+  if (path != nullptr && !AssignText(path, std::basic_string_view<Char>(InOwnWidth(record.path)))) return false;
+  return Tell(operation, record.operation) && Tell(reason, WordsFor(record));
+}
+
+template <class Char>
+bool Operations<Char>::FlushWrites() {
+  return parts_.platform.written.FlushAll() || parts_.hook.Note();
 }
 
 template class Operations<char>;

@@ -9,6 +9,7 @@
 #include "OrvWorkFlow/IFileSystem.h"
 #include "filesystem/DirectoryWalk.h"
 #include "filesystem/ErrorHook.h"
+#include "filesystem/FailureRecorder.h"
 #include "filesystem/FileContent.h"
 #include "filesystem/PathTranslator.h"
 #include "filesystem/SearchDirectories.h"
@@ -19,10 +20,10 @@ namespace OrvWorkFlow {
 // What both widths of one file system share.
 struct FileSystemParts {
   FileSystemParts(const Platform& the_platform, ErrorHook& the_hook)
-      : platform(the_platform), hook(the_hook), translator(the_platform, the_hook) {}
+      : platform(the_platform), hook(the_platform.reasons, the_hook), translator(the_platform, hook) {}
 
   const Platform& platform;
-  ErrorHook& hook;
+  FailureRecorder hook;
   PathTranslator translator;
   SearchDirectories content_directories;
   std::atomic<bool> stopping = false;  // The object goes: a walk in progress ends at its next entry.
@@ -71,9 +72,17 @@ class Operations {
   bool OverwriteFileString(const Char* path, std::uint32_t position, const String* text);
   bool DeleteFileBytes(const Char* path, std::uint32_t position, std::uint32_t count);
   bool ReplaceFileBytes(const Char* path, const void* data, std::size_t size);
+  bool GetLastFailure(String* operation, String* path, String* reason);
+  bool FlushWrites();
 
  private:
   bool Fail(const Failure& failure) { return parts_.hook.Report(failure); }
+  bool FailAt(const Failure& failure, const Text& place) { return parts_.hook.ReportAt(failure, place); }
+  // Names the destination if the source can be read.
+  bool FailCopy(const Text& source, const Text& destination);
+  // The output may be null.
+  static bool Tell(String* output, std::string_view ascii);
+  Text InOwnWidth(const FailedPath& path);
 
   // The platform path for an argument: never empty, and nothing lost in the code page.
   bool Resolve(const Char* path, Text* platform_path);

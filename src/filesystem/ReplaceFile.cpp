@@ -24,6 +24,7 @@ struct Beside {
   Beside& operator=(const Beside&) = delete;
   ~Beside() {
     if (!exists) return;
+    const KeptReason kept(calls.platform().reasons);
     try {
       calls.RemoveOneFile(name);
     } catch (...) {  // There is nobody to tell.

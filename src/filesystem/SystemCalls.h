@@ -64,6 +64,7 @@ class SystemCalls {
       return result;
     } else {
       if (Succeeded(result)) return result;
+      const KeptReason kept(platform_.reasons);
       std::tuple narrow{Narrowed(paths)...};
       return std::apply(
           [&](const auto&... one) { return (one.exact && ...) ? call(platform_.narrow, one.text...) : result; },

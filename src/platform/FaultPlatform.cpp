@@ -12,13 +12,15 @@ constexpr std::uint64_t kUnlimited = std::numeric_limits<std::uint64_t>::max();
 // The switches and the counters.
 class FaultState {
  public:
+  explicit FaultState(Reasons& reasons) : reasons_(reasons) {}
+
   // Counts a call; false when it is to fail. `wide` tells that it is one in wide characters.
   bool Passes(PlatformCall call, bool wide = false) {
     std::function<void()> killed;
     bool passes = true;
     {
       const std::scoped_lock lock(mutex_);
-      if (dead_) return false;
+      if (dead_) return Refuse();
       ++calls_;
       dead_ = calls_ == kill_at_;
       if (dead_) killed.swap(killed_);
@@ -27,7 +29,7 @@ class FaultState {
       passes = !dead_ && !chosen && !(wide && fail_wide_);
     }
     if (killed) killed();
-    return passes;
+    return passes || Refuse();
   }
 
   template <class Change>
@@ -45,6 +47,11 @@ class FaultState {
     const auto taken = static_cast<std::size_t>(std::min<std::uint64_t>(wanted, space_));
     space_ -= taken;
     return taken;
+  }
+
+  bool RefuseSpace() {
+    reasons_.SetLastCode(RefusalCode(Reason::NoSpace));
+    return false;
   }
 
   SystemResult failure() const {
@@ -75,6 +82,15 @@ class FaultState {
   std::uint64_t space_ = kUnlimited;
 
  private:
+  // The mutex may be held or not: `failure_` is set while nobody calls.
+  bool Refuse() {
+    const bool denied = failure_ == SystemResult::Denied;
+    const bool in_use = failure_ == SystemResult::InUse;
+    reasons_.SetLastCode(RefusalCode(denied ? Reason::Denied : in_use ? Reason::InUse : Reason::Unknown));
+    return false;
+  }
+
+  Reasons& reasons_;
   mutable std::mutex mutex_;
   bool dead_ = false;
   std::uint64_t calls_ = 0;
@@ -235,7 +251,8 @@ class FaultOpenFiles final : public OpenFiles {
     *done = 0;
     if (!state_.Passes(PlatformCall::Write)) return false;
     const std::size_t fits = state_.TakeSpace(size);
-    return real_.Write(handle, data, fits, done) && fits == size;
+    const bool written = real_.Write(handle, data, fits, done);
+    return written && (fits == size || state_.RefuseSpace());
   }
   bool GetSize(FileHandle handle, std::uint64_t* size) override {
     return state_.Passes(PlatformCall::GetSize) && real_.GetSize(handle, size);
@@ -275,6 +292,17 @@ class FaultCodePage final : public CodePage {
   CodePage& real_;
 };
 
+class FaultWrittenFiles final : public WrittenFiles {
+ public:
+  FaultWrittenFiles(FaultState& state, WrittenFiles& real) : state_(state), real_(real) {}
+
+  bool FlushAll() override { return state_.Passes(PlatformCall::FlushAll) && real_.FlushAll(); }
+
+ private:
+  FaultState& state_;
+  WrittenFiles& real_;
+};
+
 template <class Char>
 struct FaultWidth {
   FaultWidth(FaultState& state, const PlatformOf<Char>& real)
@@ -294,17 +322,20 @@ struct FaultWidth {
 
 struct FaultPlatform::Parts {
   explicit Parts(const Platform& real)
-      : narrow(state, real.narrow),
+      : state(real.reasons),
+        narrow(state, real.narrow),
         wide(state, real.wide),
         open_files(state, real.open_files),
         code_page(state, real.code_page),
-        platform{narrow.Of(), wide.Of(), open_files, code_page} {}
+        written(state, real.written),
+        platform{narrow.Of(), wide.Of(), open_files, code_page, real.reasons, written} {}
 
   FaultState state;
   FaultWidth<char> narrow;
   FaultWidth<char16_t> wide;
   FaultOpenFiles open_files;
   FaultCodePage code_page;
+  FaultWrittenFiles written;
   Platform platform;
 };
 

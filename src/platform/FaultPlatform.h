@@ -40,6 +40,7 @@ enum class PlatformCall {
   Location,  // Any of the queries.
   Widen,
   Narrow,
+  FlushAll,
 };
 
 // A call that fails does not reach the system, except that a handle is closed all the same. Calls are counted from 1,

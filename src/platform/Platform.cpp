@@ -10,7 +10,9 @@ Platform& SystemPlatform() {
                            {SystemParts::Files<char16_t>(), SystemParts::Directories<char16_t>(),
                             SystemParts::Trees<char16_t>(), SystemParts::Locations<char16_t>()},
                            SystemParts::Handles(),
-                           SystemParts::TheCodePage()};
+                           SystemParts::TheCodePage(),
+                           SystemParts::TheReasons(),
+                           SystemParts::Written()};
   return platform;
 }
 

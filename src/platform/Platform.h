@@ -12,7 +12,9 @@
 #include "platform/Directories.h"
 #include "platform/Files.h"
 #include "platform/Locations.h"
+#include "platform/Reasons.h"
 #include "platform/Trees.h"
+#include "platform/WrittenFiles.h"
 
 namespace OrvWorkFlow {
 
@@ -31,6 +33,8 @@ struct Platform {
   PlatformOf<char16_t> wide;
   OpenFiles& open_files;
   CodePage& code_page;
+  Reasons& reasons;
+  WrittenFiles& written;
 
   template <class Char>
   const PlatformOf<Char>& For() const {

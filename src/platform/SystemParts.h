@@ -16,6 +16,8 @@ template <class Char>
 LocationsOf<Char>& Locations();
 OpenFiles& Handles();
 CodePage& TheCodePage();
+Reasons& TheReasons();
+WrittenFiles& Written();
 
 // The halves instantiate them.
 extern template FilesOf<char>& Files<char>();

@@ -45,6 +45,8 @@ class RefusingFileSystem : public Protocol {
   bool OverwriteFileString(const char*, std::uint32_t, const String*) override { return Refuse(); }
   bool DeleteFileBytes(const char*, std::uint32_t, std::uint32_t) override { return Refuse(); }
   bool ReplaceFileBytes(const char*, const void*, std::size_t) override { return Refuse(); }
+  bool GetLastFailure(String*, String*, String*) override { return Refuse(); }
+  bool FlushWrites() override { return Refuse(); }
 
  protected:
   ~RefusingFileSystem() = default;

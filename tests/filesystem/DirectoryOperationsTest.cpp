@@ -329,7 +329,7 @@ TEST(NarrowMakeDirectory, BeginsBehindTheDriveOrTheShare) {
     MadeDirectories directories;
     const Platform& real = SystemPlatform();
     const PlatformOf<char> narrow{real.narrow.files, directories, real.narrow.trees, real.narrow.locations};
-    const Platform platform{narrow, real.wide, real.open_files, real.code_page};
+    const Platform platform{narrow, real.wide, real.open_files, real.code_page, real.reasons, real.written};
     CFileSystem* object = new CFileSystem(platform);
     auto* face = static_cast<IFileSystemA*>(object->QueryInterface("IFileSystemA"));
     EXPECT_TRUE(face->MakeDirectory(one.path)) << one.path;

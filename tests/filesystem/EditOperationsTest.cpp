@@ -257,7 +257,8 @@ TEST(NarrowEditInPlace, AFailureLosesNothing) {
   FaultPlatform fault;
   Platform platform = fault.platform();
   BreakingWrites writes(platform.open_files);
-  const Platform breaking{platform.narrow, platform.wide, writes, platform.code_page};
+  const Platform breaking{platform.narrow,    platform.wide,    writes,
+                          platform.code_page, platform.reasons, platform.written};
   CFileSystem* object = new CFileSystem(breaking);
   auto* face = static_cast<IFileSystemA*>(object->QueryInterface("IFileSystemA"));
   const std::string path = orv_test::PlatformPath(directory.path()) + "\\a";

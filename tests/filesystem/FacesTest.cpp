@@ -152,7 +152,8 @@ TEST(WideFace, ANameThatWouldChangeIsNotNarrowed) {
   orv_test::WriteFile(directory.path() / "a", "precious");
   LossyCodePage lossy;
   Platform platform = SystemPlatform();
-  const Platform with_lossy{platform.narrow, platform.wide, platform.open_files, lossy};
+  const Platform with_lossy{platform.narrow, platform.wide,    platform.open_files,
+                            lossy,           platform.reasons, platform.written};
   CFileSystem* object = new CFileSystem(with_lossy);
   auto* face = static_cast<IFileSystemW*>(object->QueryInterface("IFileSystemW"));
   const auto path = orv_test::Text<char16_t>(orv_test::PlatformPath(directory.path()) + "\\") + u"\u0101";
@@ -184,7 +185,8 @@ TEST(NarrowFace, AnOperationDoesNotActOnAPathThatLostSomething) {
     LossyCodePage lossy_;
   } code_page;
   Platform platform = SystemPlatform();
-  const Platform with_lossy{platform.narrow, platform.wide, platform.open_files, code_page};
+  const Platform with_lossy{platform.narrow, platform.wide,    platform.open_files,
+                            code_page,       platform.reasons, platform.written};
   CFileSystem* object = new CFileSystem(with_lossy);
   auto* face = static_cast<IFileSystemA*>(object->QueryInterface("IFileSystemA"));
   const std::string path = orv_test::PlatformPath(directory.path()) + "\\#";

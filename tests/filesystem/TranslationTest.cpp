@@ -63,7 +63,9 @@ class Translation : public orv_test::FileSystemTest<Char> {
                    narrow_},
                   {SystemPlatform().wide.files, SystemPlatform().wide.directories, SystemPlatform().wide.trees, wide_},
                   SystemPlatform().open_files,
-                  SystemPlatform().code_page} {
+                  SystemPlatform().code_page,
+                  SystemPlatform().reasons,
+                  SystemPlatform().written} {
     this->object_->Release();
     this->object_ = new CFileSystem(platform_, this->hook_);
     const char* name = sizeof(Char) == 1 ? "IFileSystemA" : "IFileSystemW";

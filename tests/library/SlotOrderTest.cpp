@@ -141,7 +141,7 @@ void ExpectFileSystemOrder() {
   slots (&I::WriteFileString) (&I::AppendFileString) (&I::PrependFileString) (&I::InsertFileString) (
       &I::OverwriteFileString)(&I::DeleteFileBytes);
   EXPECT_EQ(slots.Count(), kBaseOperations + (kWide ? 31 : 29));
-  slots(&I::ReplaceFileBytes).ExpectConsecutiveFrom(0);
+  slots (&I::ReplaceFileBytes) (&I::GetLastFailure)(&I::FlushWrites).ExpectConsecutiveFrom(0);
 }
 
 TEST(SlotOrderTest, FileSystemInBothWidths) {

@@ -7,6 +7,8 @@
 #include <cerrno>
 
 #include "platform/posix/HostFile.h"
+#include "platform/posix/PosixReasons.h"
+#include "platform/posix/WrittenDisks.h"
 
 namespace OrvWorkFlow::Posix {
 namespace {
@@ -20,9 +22,13 @@ bool LeadsToFolder(EntryName entry) {
   return StatusOf(entry, 0, &target) && S_ISDIR(target.st_mode);
 }
 
+bool IsPlain(const struct stat& status) {
+  return S_ISREG(status.st_mode) || Refuse(S_ISDIR(status.st_mode) ? Reason::IsFolder : Reason::NotPlainFile);
+}
+
 bool IsPlainOrMissing(EntryName entry) {
   struct stat status;
-  return !StatusOf(entry, 0, &status) || S_ISREG(status.st_mode);
+  return !StatusOf(entry, 0, &status) || IsPlain(status);
 }
 
 // A path that leads to the entry.
@@ -80,9 +86,11 @@ SystemResult OpenDestination(EntryName entry, const struct stat& source, bool fa
   if (!result->file) return LastResult();
   if (!result->existed) return SystemResult::Ok;
   struct stat status;
-  if (::fstat(result->file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return SystemResult::Denied;
+  if (::fstat(result->file.get(), &status) != 0 || !IsPlain(status)) return SystemResult::Denied;
   const bool same = source.st_dev == status.st_dev && source.st_ino == status.st_ino;
-  return same || IsMarkedReadOnly(status) ? SystemResult::Denied : SystemResult::Ok;
+  if (!same && !IsMarkedReadOnly(status)) return SystemResult::Ok;
+  Refuse(same ? Reason::SameFile : Reason::MarkedReadOnly);
+  return SystemResult::Denied;
 }
 
 bool CopyInto(const Descriptor& from, const struct stat& source, Destination destination, CopiedMark mark) {
@@ -92,6 +100,8 @@ bool CopyInto(const Descriptor& from, const struct stat& source, Destination des
     struct stat status;
     copied = ::fstat(to, &status) == 0 && ::fchmod(to, status.st_mode & 07777 & ~mode_t{0222}) == 0;
   }
+  NoteWritten(to);
+  const KeptErrno kept;
   return ::close(destination.file.Give()) == 0 && copied;
 }
 
@@ -114,11 +124,12 @@ bool SetAttributes(EntryName entry, std::uint32_t attributes) {
 
 bool RemoveFile(EntryName entry) {
   struct stat status;
-  if (!StatusOf(entry, AT_SYMLINK_NOFOLLOW, &status) || S_ISDIR(status.st_mode)) return false;
+  if (!StatusOf(entry, AT_SYMLINK_NOFOLLOW, &status)) return false;
+  if (S_ISDIR(status.st_mode)) return Refuse(Reason::IsFolder);
   if (S_ISLNK(status.st_mode)) {
-    if (LeadsToFolder(entry)) return false;
+    if (LeadsToFolder(entry)) return Refuse(Reason::IsFolder);
   } else if (IsMarkedReadOnly(status)) {
-    return false;
+    return Refuse(Reason::MarkedReadOnly);
   } else if (S_ISREG(status.st_mode)) {
     const Descriptor file = OpenHost(entry.folder, entry.name, O_RDONLY | O_NOFOLLOW, 0);
     if (file && !LockFile(file.get(), false)) return false;
@@ -130,7 +141,8 @@ bool RemoveFolder(EntryName entry) {
   struct stat status;
   if (!StatusOf(entry, AT_SYMLINK_NOFOLLOW, &status)) return false;
   if (S_ISLNK(status.st_mode)) return LeadsToFolder(entry) && ::unlinkat(entry.folder, entry.name, 0) == 0;
-  return !IsMarkedReadOnly(status) && ::unlinkat(entry.folder, entry.name, AT_REMOVEDIR) == 0;
+  if (IsMarkedReadOnly(status)) return Refuse(Reason::MarkedReadOnly);
+  return ::unlinkat(entry.folder, entry.name, AT_REMOVEDIR) == 0;
 }
 
 SystemResult CreateFolder(EntryName entry) {
@@ -142,13 +154,14 @@ SystemResult CopyFile(EntryName source_name, EntryName destination_name, bool fa
   const Descriptor from = OpenHost(source_name.folder, source_name.name, O_RDONLY, 0);
   if (!from) return LastResult();
   struct stat source;
-  if (::fstat(from.get(), &source) != 0 || !S_ISREG(source.st_mode)) return SystemResult::Denied;
+  if (::fstat(from.get(), &source) != 0 || !IsPlain(source)) return SystemResult::Denied;
   if (!LockFile(from.get(), true)) return SystemResult::InUse;
   Destination destination;
   const SystemResult opened = OpenDestination(destination_name, source, fail_if_exists, &destination);
   if (opened != SystemResult::Ok) return opened;
   if (!LockFile(destination.file.get(), false)) return SystemResult::InUse;
   if (CopyInto(from, source, std::move(destination), mark)) return SystemResult::Ok;
+  const KeptErrno kept;
   const std::string partial = FollowHostLink(PathOf(destination_name));
   if (!partial.empty()) ::unlink(partial.c_str());
   return SystemResult::Failed;

@@ -5,6 +5,8 @@
 #include <cerrno>
 #include <climits>
 
+#include "platform/posix/PosixReasons.h"
+
 namespace OrvWorkFlow::Posix {
 
 SystemResult LastResult() {
@@ -39,7 +41,8 @@ bool WriteAll(int fd, const void* data, std::size_t size, std::size_t* done) {
   while (*done < size) {
     const ssize_t written = ::write(fd, bytes + *done, size - *done);
     if (written < 0 && errno == EINTR) continue;
-    if (written <= 0) return false;
+    if (written < 0) return false;
+    if (written == 0) return Refuse(Reason::NoSpace);
     *done += static_cast<std::size_t>(written);
   }
   return true;

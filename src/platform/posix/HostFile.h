@@ -79,8 +79,8 @@ bool HostAttributes(const std::string& path, std::uint32_t* attributes);
 
 inline bool IsMarkedReadOnly(const struct stat& status) { return (status.st_mode & S_IWUSR) == 0; }
 
-// Locks an open file against this library's other handles; false when one of them forbids it. File systems that know no
-// locks let everything pass.
+// Locks an open file against this library's other handles; false, with the reason, when one of them forbids it. File
+// systems that know no locks let everything pass.
 bool LockFile(int fd, bool shared);
 
 // What a link leads to in the end, as a host path; the path itself when it is no link. Empty for an endless chain and

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "platform/posix/HostFile.h"
+#include "platform/posix/PosixReasons.h"
 #include "platform/posix/Utf8.h"
 
 namespace OrvWorkFlow::Posix {
@@ -51,19 +52,19 @@ struct Parsed {
 };
 
 bool Parse(std::string_view path, Parsed* parsed) {
-  if (path.empty() || path.find('\0') != std::string_view::npos || !IsUtf8(path)) return false;
+  if (path.empty() || path.find('\0') != std::string_view::npos || !IsUtf8(path)) return Refuse(Reason::InvalidName);
   parsed->names = path;
   if (path.size() >= 2 && path[1] == ':' && IsDriveLetter(path[0])) {
     const char drive = static_cast<char>(path[0] & ~0x20);
-    if (drive != 'C' && drive != 'Z') return false;
+    if (drive != 'C' && drive != 'Z') return Refuse(Reason::NotFound);
     parsed->on_drive_c = drive == 'C';
     parsed->names.remove_prefix(2);
   } else if (path.size() >= 2 && path[0] == '\\' && path[1] == '\\') {
-    return false;
+    return Refuse(Reason::NotFound);
   }
   const bool rooted = !parsed->names.empty() && IsSeparator(parsed->names.front());
   parsed->relative = !rooted && !parsed->on_drive_c;
-  return parsed->names.find(':') == std::string_view::npos;
+  return parsed->names.find(':') == std::string_view::npos || Refuse(Reason::InvalidName);
 }
 
 // Appends the names of a path to those before it, folding "." and "..".
@@ -78,7 +79,7 @@ bool AppendNames(std::string_view path, bool drop_tails, std::vector<std::string
       continue;
     }
     if (drop_tails) name = WithoutTail(name);
-    if (name.empty()) return false;
+    if (name.empty()) return Refuse(Reason::InvalidName);
     names->push_back(name);
   }
   return true;
@@ -143,7 +144,7 @@ bool ToHostPath(std::string_view platform_path, HostPath* host) {
   Parsed parsed;
   if (!Parse(platform_path, &parsed)) return false;
   const std::string root = parsed.on_drive_c ? DriveCRoot() : std::string();
-  if (parsed.on_drive_c && root.empty()) return false;
+  if (parsed.on_drive_c && root.empty()) return Refuse(Reason::NotFound);
   const std::string current = parsed.relative ? CurrentDirectory() : std::string();
   if (parsed.relative && (current.empty() || current.front() != '/')) return false;
   std::vector<std::string_view> names;
@@ -162,7 +163,8 @@ bool ToHostPath(std::string_view platform_path, HostPath* host) {
 
 bool ToHostPath(std::u16string_view platform_path, HostPath* host) {
   std::string narrow;
-  return Utf16ToUtf8(platform_path, &narrow) && ToHostPath(narrow, host);
+  if (!Utf16ToUtf8(platform_path, &narrow)) return Refuse(Reason::InvalidName);
+  return ToHostPath(narrow, host);
 }
 
 std::string ToDriveZPath(std::string_view host_path) {

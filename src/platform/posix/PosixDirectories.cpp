@@ -5,6 +5,7 @@
 #include "platform/posix/EntryCalls.h"
 #include "platform/posix/FolderReader.h"
 #include "platform/posix/HostFile.h"
+#include "platform/posix/PosixReasons.h"
 #include "platform/posix/Utf8.h"
 
 namespace OrvWorkFlow {
@@ -51,7 +52,8 @@ bool SplitPattern(const std::string& pattern, Pattern* parts) {
   }
   parts->folder = start == 0 ? "." : pattern.substr(0, start);
   parts->last = pattern.substr(start);
-  return !parts->last.empty() && parts->last.find(':') == std::string::npos;
+  if (parts->last.empty()) return Refuse(Reason::NotFound);
+  return parts->last.find(':') == std::string::npos || Refuse(Reason::InvalidName);
 }
 
 bool FirstInFolder(const HostPath& folder, const std::u16string& pattern, std::uint32_t* attributes) {
@@ -67,7 +69,7 @@ bool FirstInFolder(const HostPath& folder, const std::u16string& pattern, std::u
       return HostAttributes(PathIn(folder.path, reader.name(i)), attributes);
     }
   }
-  return false;
+  return Refuse(Reason::NotFound);
 }
 
 bool First(const std::string& pattern, std::uint32_t* attributes) {
@@ -100,7 +102,8 @@ class PosixDirectories final : public DirectoriesOf<Char> {
 
   bool RemoveOneDirectory(const Text& path) override {
     HostPath host;
-    return ToHostPath(path, &host) && !host.is_root && RemoveFolder({AT_FDCWD, host.path.c_str()});
+    if (!ToHostPath(path, &host)) return false;
+    return host.is_root ? Refuse(Reason::Root) : RemoveFolder({AT_FDCWD, host.path.c_str()});
   }
 
   bool FindFirst(const Text& pattern, std::uint32_t* attributes) override {

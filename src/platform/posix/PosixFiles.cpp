@@ -8,15 +8,21 @@
 #include "platform/SystemParts.h"
 #include "platform/posix/EntryCalls.h"
 #include "platform/posix/HostFile.h"
+#include "platform/posix/PosixReasons.h"
 #include "platform/posix/Utf8.h"
+#include "platform/posix/WrittenDisks.h"
 
 namespace OrvWorkFlow {
 namespace Posix {
 namespace {
 
+bool IsPlain(const struct stat& status) {
+  return S_ISREG(status.st_mode) || Refuse(S_ISDIR(status.st_mode) ? Reason::IsFolder : Reason::NotPlainFile);
+}
+
 bool IsPlainOrMissing(const std::string& path) {
   struct stat status;
-  return ::stat(path.c_str(), &status) != 0 || S_ISREG(status.st_mode);
+  return ::stat(path.c_str(), &status) != 0 || IsPlain(status);
 }
 
 std::string FolderOf(const std::string& path) {
@@ -45,7 +51,14 @@ int FlagsOf(Access access, Creation creation) {
 }
 
 SystemResult OpenHostFile(const HostPath& host, Access access, Creation creation, FileHandle* handle) {
-  if (host.is_root || host.trailing_separator) return SystemResult::Failed;
+  const auto denied = [](Reason reason) {
+    Refuse(reason);
+    return SystemResult::Denied;
+  };
+  if (host.is_root || host.trailing_separator) {
+    Refuse(Reason::IsFolder);
+    return SystemResult::Failed;
+  }
   const bool creates = creation == Creation::CreateNew || creation == Creation::CreateNewPrivate;
   if (!creates && !IsPlainOrMissing(host.path)) return SystemResult::Denied;
   if (creation != Creation::OpenExisting) EnsureDriveRoot(host);
@@ -54,9 +67,9 @@ SystemResult OpenHostFile(const HostPath& host, Access access, Creation creation
   if (!file) return LastResult();
   struct stat status;
   if (::fstat(file.get(), &status) != 0) return SystemResult::Failed;
-  if (!S_ISREG(status.st_mode)) return SystemResult::Denied;
+  if (!S_ISREG(status.st_mode)) return denied(Reason::NotPlainFile);
   // The superuser passes every mode; the mark counts all the same.
-  if (access == Access::Write && !creates && IsMarkedReadOnly(status)) return SystemResult::Denied;
+  if (access == Access::Write && !creates && IsMarkedReadOnly(status)) return denied(Reason::MarkedReadOnly);
   if (!LockFile(file.get(), false)) return SystemResult::InUse;
   *handle = FileHandle{file.Give()};
   return SystemResult::Ok;
@@ -71,7 +84,7 @@ class PosixFiles final : public FilesOf<Char> {
     HostPath host;
     std::uint32_t result;
     if (!ToHostPath(path, &host) || !HostAttributes(host.path, &result)) return false;
-    if (host.trailing_separator && (result & FileAttribute::kDirectory) == 0) return false;
+    if (host.trailing_separator && (result & FileAttribute::kDirectory) == 0) return Refuse(Reason::NotFound);
     *attributes = result;
     return true;
   }
@@ -84,9 +97,10 @@ class PosixFiles final : public FilesOf<Char> {
   bool IsWritableFile(const Text& path) override {
     HostPath host;
     struct stat status;
-    return ToHostPath(path, &host) && !host.trailing_separator && ::stat(host.path.c_str(), &status) == 0 &&
-           S_ISREG(status.st_mode) && !IsMarkedReadOnly(status) &&
-           ::faccessat(AT_FDCWD, host.path.c_str(), W_OK, AT_EACCESS) == 0;
+    if (!ToHostPath(path, &host) || ::stat(host.path.c_str(), &status) != 0 || !IsPlain(status)) return false;
+    if (host.trailing_separator) return Refuse(Reason::NotFound);
+    if (IsMarkedReadOnly(status)) return Refuse(Reason::MarkedReadOnly);
+    return ::faccessat(AT_FDCWD, host.path.c_str(), W_OK, AT_EACCESS) == 0;
   }
 
   SystemResult Open(const Text& path, Access access, Creation creation, FileHandle* handle) override {
@@ -98,7 +112,7 @@ class PosixFiles final : public FilesOf<Char> {
     HostPath from;
     HostPath to;
     if (!ToHostPath(source, &from) || !ToHostPath(destination, &to)) return false;
-    if (from.trailing_separator || to.trailing_separator) return false;
+    if (from.trailing_separator || to.trailing_separator) return Refuse(Reason::NotFound);
     EnsureDriveRoot(to);
     return CopyFile({AT_FDCWD, from.path.c_str()}, {AT_FDCWD, to.path.c_str()}, fail_if_exists, CopiedMark::Kept) ==
            SystemResult::Ok;
@@ -106,8 +120,9 @@ class PosixFiles final : public FilesOf<Char> {
 
   bool RemoveOneFile(const Text& path) override {
     HostPath host;
-    return ToHostPath(path, &host) && !host.is_root && !host.trailing_separator &&
-           RemoveFile({AT_FDCWD, host.path.c_str()});
+    if (!ToHostPath(path, &host)) return false;
+    if (host.is_root || host.trailing_separator) return Refuse(Reason::IsFolder);
+    return RemoveFile({AT_FDCWD, host.path.c_str()});
   }
 
   bool RenameOver(const Text& from, const Text& to) override {
@@ -116,7 +131,7 @@ class PosixFiles final : public FilesOf<Char> {
     struct stat status;
     if (!ToHostPath(from, &old_name) || !ToHostPath(to, &new_name)) return false;
     if (::lstat(new_name.path.c_str(), &status) == 0 && !S_ISLNK(status.st_mode) && IsMarkedReadOnly(status)) {
-      return false;
+      return Refuse(Reason::MarkedReadOnly);
     }
     const std::string folder = FolderOf(new_name.path);  // Behind the renaming nothing may fail any more.
     if (::rename(old_name.path.c_str(), new_name.path.c_str()) != 0) return false;
@@ -147,7 +162,7 @@ class PosixFiles final : public FilesOf<Char> {
       return true;
     }
     const std::string result = ToDriveZPath(followed);
-    if (result.empty()) return false;
+    if (result.empty()) return Refuse(followed.empty() ? Reason::NotFound : Reason::InvalidName);
     if constexpr (sizeof(Char) == 1) {
       *target = result;
       return true;
@@ -165,7 +180,9 @@ class PosixOpenFiles final : public OpenFiles {
     return ReadAll(FdOf(handle), data, size, done);
   }
   bool Write(FileHandle handle, const void* data, std::size_t size, std::size_t* done) override {
-    return WriteAll(FdOf(handle), data, size, done);
+    const bool written = WriteAll(FdOf(handle), data, size, done);
+    NoteWritten(FdOf(handle));
+    return written;
   }
   bool GetSize(FileHandle handle, std::uint64_t* size) override {
     struct stat status;
@@ -174,7 +191,7 @@ class PosixOpenFiles final : public OpenFiles {
     return true;
   }
   bool MoveTo(FileHandle handle, std::uint64_t position) override {
-    if (position > static_cast<std::uint64_t>(std::numeric_limits<off_t>::max())) return false;
+    if (position > static_cast<std::uint64_t>(std::numeric_limits<off_t>::max())) return Refuse(Reason::TooLarge);
     return ::lseek(FdOf(handle), static_cast<off_t>(position), SEEK_SET) >= 0;
   }
   bool SetEnd(FileHandle handle) override {

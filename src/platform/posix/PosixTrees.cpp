@@ -9,6 +9,7 @@
 #include "platform/posix/FolderChain.h"
 #include "platform/posix/FolderReader.h"
 #include "platform/posix/HostFile.h"
+#include "platform/posix/PosixReasons.h"
 #include "platform/posix/Utf8.h"
 
 namespace OrvWorkFlow {
@@ -90,6 +91,7 @@ class PosixTrees final : public TreesOf<Char> {
     if (!place) return LastResult();
     const EntryName entry{place.folder, place.name};
     if (RemoveFile(entry)) return SystemResult::Ok;
+    const KeptErrno kept;
     return IsThere(entry) ? SystemResult::Failed : SystemResult::NotFound;
   }
   bool RemoveDirectoryIn(TreeHandle tree, const Text& path) override {

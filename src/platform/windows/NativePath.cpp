@@ -2,17 +2,19 @@
 
 #include "platform/Platform.h"
 #include "platform/SystemParts.h"
+#include "platform/windows/WindowsReasons.h"
 
 namespace OrvWorkFlow::Windows {
 namespace {
 
 template <class View>
 bool IsNameableIn(View path) {
-  if (path.empty()) return false;
+  if (path.empty()) return Refuse(Reason::InvalidName);
   std::size_t drive = 1;
   if (path.size() > 5 && path[0] == '\\' && path[1] == '\\' && path[2] == '?' && path[3] == '\\') drive = 5;
   const std::size_t colon = path.find(':');
-  return colon == View::npos || (colon == drive && path.find(':', colon + 1) == View::npos);
+  const bool nameable = colon == View::npos || (colon == drive && path.find(':', colon + 1) == View::npos);
+  return nameable || Refuse(Reason::InvalidName);
 }
 
 DWORD NativeAttributes(const char* path) { return GetFileAttributesA(path); }
@@ -73,14 +75,30 @@ SystemResult LastResult() {
 bool IsNameable(std::string_view path) { return IsNameableIn(path); }
 bool IsNameable(std::u16string_view path) { return IsNameableIn(path); }
 
-std::u16string LongForm(const std::u16string& path) {
-  if (path.size() < kLongPath || path.starts_with(u"\\\\?\\")) return path;
+std::u16string WholeForm(const std::u16string& path) {
+  if (path.starts_with(u"\\\\?\\")) return path;
   const DWORD needed = GetFullPathNameW(Native(path.c_str()), 0, nullptr, nullptr);
   std::u16string whole(needed, u'\0');
   const DWORD length = GetFullPathNameW(Native(path.c_str()), needed, Native(whole.data()), nullptr);
   if (length == 0 || length >= needed) return path;
   whole.resize(length);
   return whole.starts_with(u"\\\\") ? u"\\\\?\\UNC\\" + whole.substr(2) : u"\\\\?\\" + whole;
+}
+
+std::u16string WholeForm(const std::string& path) {
+  std::u16string wide;
+  return SystemParts::TheCodePage().Widen(path, &wide) ? WholeForm(wide) : std::u16string();
+}
+
+std::u16string LongForm(const std::u16string& path) { return path.size() < kLongPath ? path : WholeForm(path); }
+
+std::u16string FinalPath(HANDLE file) {
+  const DWORD needed = GetFinalPathNameByHandleW(file, nullptr, 0, FILE_NAME_NORMALIZED);
+  std::u16string name(needed, u'\0');
+  const DWORD length = GetFinalPathNameByHandleW(file, Native(name.data()), needed, FILE_NAME_NORMALIZED);
+  if (length == 0 || length >= needed) return {};
+  name.resize(length);
+  return name;
 }
 
 std::u16string WideLongForm(const std::string& path) {

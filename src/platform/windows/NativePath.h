@@ -38,6 +38,12 @@ std::u16string LongForm(const std::u16string& path);
 // The same for a narrow path; empty when it cannot be widened.
 std::u16string WideLongForm(const std::string& path);
 
+// The whole path, from the drive or share on, in long form whatever its length.
+std::u16string WholeForm(const std::u16string& path);
+std::u16string WholeForm(const std::string& path);
+// What an open file is called in the end, in long form; empty when the system does not tell.
+std::u16string FinalPath(HANDLE file);
+
 // Makes `call(pointers...)` with the wide paths in long form.
 template <class Call>
 auto WithPaths(const Call& call, const std::u16string& path) {

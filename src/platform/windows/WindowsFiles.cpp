@@ -4,6 +4,8 @@
 
 #include "platform/SystemParts.h"
 #include "platform/windows/NativePath.h"
+#include "platform/windows/WindowsReasons.h"
+#include "platform/windows/WindowsWrittenFiles.h"
 
 namespace OrvWorkFlow {
 namespace Windows {
@@ -56,10 +58,13 @@ DWORD CreationOf(Creation creation) {
   return CREATE_NEW;
 }
 
+// With the reason, if it is.
 template <class Text>
 bool IsMarkedReadOnly(const Text& path) {
   std::uint32_t attributes = 0;
-  return AttributesOf(path, &attributes) && (attributes & FileAttribute::kReadOnly) != 0;
+  if (!AttributesOf(path, &attributes) || (attributes & FileAttribute::kReadOnly) == 0) return false;
+  Refuse(Reason::MarkedReadOnly);
+  return true;
 }
 
 // The access list goes along where the file system has one.
@@ -75,13 +80,9 @@ void CopyAccessList(const Text& from, const Text& to) {
   }
 }
 
-// What an open file is called in the end, without the mark of the long form.
+// Without the mark of the long form.
 std::u16string FinalName(HANDLE file) {
-  const DWORD needed = GetFinalPathNameByHandleW(file, nullptr, 0, FILE_NAME_NORMALIZED);
-  std::u16string name(needed, u'\0');
-  const DWORD length = GetFinalPathNameByHandleW(file, Native(name.data()), needed, FILE_NAME_NORMALIZED);
-  if (length == 0 || length >= needed) return {};
-  name.resize(length);
+  std::u16string name = FinalPath(file);
   if (name.starts_with(u"\\\\?\\UNC\\")) return u"\\\\" + name.substr(8);
   return name.starts_with(u"\\\\?\\") ? name.substr(4) : name;
 }
@@ -115,7 +116,9 @@ class WindowsFiles final : public FilesOf<Char> {
     constexpr DWORD kRefused = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_DEVICE;
     if (!IsNameable(path)) return false;
     const DWORD attributes = WithPaths([](const auto* p) { return NativeGetAttributes(p); }, path);
-    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & kRefused) == 0;
+    if (attributes == INVALID_FILE_ATTRIBUTES) return false;
+    if ((attributes & FILE_ATTRIBUTE_READONLY) != 0) return Refuse(Reason::MarkedReadOnly);
+    return (attributes & kRefused) == 0 || Refuse(Reason::IsFolder);
   }
 
   SystemResult Open(const Text& path, Access access, Creation creation, FileHandle* handle) override {
@@ -129,6 +132,7 @@ class WindowsFiles final : public FilesOf<Char> {
         [=](const auto* p) { return NativeOpen(p, native_access, 0, native_creation, FILE_ATTRIBUTE_NORMAL); }, path);
     if (file == INVALID_HANDLE_VALUE) {
       const SystemResult result = LastResult();
+      const KeptReason kept(SystemParts::TheReasons());
       std::uint32_t attributes;
       // A directory of that name is reported as a lack of permission.
       return result == SystemResult::Denied && !existing && AttributesOf(path, &attributes) ? SystemResult::Exists
@@ -136,6 +140,7 @@ class WindowsFiles final : public FilesOf<Char> {
     }
     if (GetFileType(file) != FILE_TYPE_DISK) {
       CloseHandle(file);
+      Refuse(Reason::NotPlainFile);
       return SystemResult::Denied;
     }
     *handle = static_cast<FileHandle>(reinterpret_cast<std::intptr_t>(file));
@@ -145,8 +150,11 @@ class WindowsFiles final : public FilesOf<Char> {
   bool CopyOver(const Text& source, const Text& destination, bool fail_if_exists) override {
     if (!IsNameable(source) || !IsNameable(destination) || IsMarkedReadOnly(destination)) return false;
     const BOOL fail = fail_if_exists ? TRUE : FALSE;
-    return WithPaths([=](const auto* from, const auto* to) { return NativeCopy(from, to, fail); }, source,
-                     destination) != FALSE;
+    if (!WithPaths([=](const auto* from, const auto* to) { return NativeCopy(from, to, fail); }, source, destination)) {
+      return false;
+    }
+    NoteWritten(WholeForm(destination));
+    return true;
   }
 
   bool RemoveOneFile(const Text& path) override {
@@ -214,6 +222,7 @@ class WindowsOpenFiles final : public OpenFiles {
       if (!WriteFile(NativeHandle(handle), rest, Part(size - *done), &count, nullptr) || count == 0) return false;
       *done += count;
     }
+    NoteWritten(FinalPath(NativeHandle(handle)));
     return true;
   }
   bool GetSize(FileHandle handle, std::uint64_t* size) override {

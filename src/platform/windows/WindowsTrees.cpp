@@ -109,6 +109,7 @@ class WindowsTrees final : public TreesOf<Char> {
   SystemResult RemoveFileIn(TreeHandle tree, const Text& path) override {
     const Text whole = PathIn(tree, path);
     if (SystemParts::Files<Char>().RemoveOneFile(whole)) return SystemResult::Ok;
+    const KeptReason kept(SystemParts::TheReasons());
     std::uint32_t attributes = 0;
     return AttributesOf(whole, &attributes) ? SystemResult::Failed : SystemResult::NotFound;
   }
@@ -123,6 +124,7 @@ class WindowsTrees final : public TreesOf<Char> {
     FilesOf<Char>& files = SystemParts::Files<Char>();
     const Text target = PathIn(to, path);
     if (!files.CopyOver(PathIn(from, path), target, fail_if_exists)) {
+      const KeptReason kept(SystemParts::TheReasons());
       std::uint32_t attributes = 0;
       return fail_if_exists && AttributesOf(target, &attributes) ? SystemResult::Exists : SystemResult::Failed;
     }

@@ -1,0 +1,81 @@
+#include "platform/windows/WindowsWrittenFiles.h"
+
+#include <mutex>
+#include <vector>
+
+#include "platform/SystemParts.h"
+#include "platform/windows/NativePath.h"
+
+namespace OrvWorkFlow {
+namespace Windows {
+namespace {
+
+// More files than this are flushed as they come.
+constexpr std::size_t kMostFiles = 4096;
+
+// A file that is gone needs no flush.
+bool FlushFile(const std::u16string& path) {
+  constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+  const HANDLE file = CreateFileW(Native(path.c_str()), GENERIC_WRITE, kShareAll, nullptr, OPEN_EXISTING,
+                                  FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (file == INVALID_HANDLE_VALUE) {
+    const DWORD error = GetLastError();
+    return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
+  }
+  const bool flushed = FlushFileBuffers(file) != FALSE;
+  CloseHandle(file);
+  return flushed;
+}
+
+class WindowsWrittenFiles final : public WrittenFiles {
+ public:
+  void Note(std::u16string path) {
+    const KeptReason kept(SystemParts::TheReasons());
+    bool full = false;
+    {
+      const std::scoped_lock lock(mutex_);
+      if (path.empty() || (!files_.empty() && files_.back() == path)) return;
+      files_.push_back(std::move(path));
+      full = files_.size() >= kMostFiles;
+    }
+    if (full) FlushAll();
+  }
+
+  bool FlushAll() override {
+    std::vector<std::u16string> files;
+    {
+      const std::scoped_lock lock(mutex_);
+      files.swap(files_);
+    }
+    bool flushed = true;
+    for (std::u16string& file : files) {
+      if (FlushFile(file)) continue;
+      flushed = false;
+      const std::scoped_lock lock(mutex_);
+      files_.push_back(std::move(file));
+    }
+    return flushed;
+  }
+
+ private:
+  std::mutex mutex_;  // Guards the files; a leaf.
+  std::vector<std::u16string> files_;
+};
+
+WindowsWrittenFiles& TheFiles() {
+  static WindowsWrittenFiles files;
+  return files;
+}
+
+}  // namespace
+
+void NoteWritten(std::u16string path) { TheFiles().Note(std::move(path)); }
+
+}  // namespace Windows
+
+namespace SystemParts {
+
+WrittenFiles& Written() { return Windows::TheFiles(); }
+
+}  // namespace SystemParts
+}  // namespace OrvWorkFlow
