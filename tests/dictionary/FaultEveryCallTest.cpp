@@ -52,7 +52,9 @@ struct RelocatedPlatform {
   const Platform platform{{real.narrow.files, real.narrow.directories, real.narrow.trees, narrow},
                           {real.wide.files, real.wide.directories, real.wide.trees, wide},
                           real.open_files,
-                          real.code_page};
+                          real.code_page,
+                          real.reasons,
+                          real.written};
 };
 
 // Makes file systems over the platform that fails now; belongs to the test.
