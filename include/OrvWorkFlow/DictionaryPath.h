@@ -32,7 +32,7 @@ class DictionaryPathWrapper {
 // A null piece, and a lack of memory, make the path that of no entry for good. One thread at a time.
 class DictionaryPathWrapperSimple final : public DictionaryPathWrapper {
  public:
-  // "/", the root.
+  // "", the root: paths that are formed below it begin with one "/".
   DictionaryPathWrapperSimple() noexcept = default;
   template <class... Pieces>
   explicit DictionaryPathWrapperSimple(const char* first, const Pieces&... more) noexcept {
@@ -51,7 +51,7 @@ class DictionaryPathWrapperSimple final : public DictionaryPathWrapper {
 
   const char* GetPath() const noexcept override {
     if (!is_path_) return nullptr;
-    return size_ == 0 ? "/" : text_;
+    return size_ == 0 ? "" : text_;
   }
 
   DictionaryPathWrapperSimple& Append(const char* piece) noexcept {

@@ -32,6 +32,32 @@ enum class ValueType : std::int32_t {
   Nil = 11,
 };
 
+// Why a file could not be loaded or saved. Only what `Damaged` and `NotDeciphered` speak of was read and is wrong;
+// after all other failures of a load the file may be whole.
+enum class FileFailure : std::int32_t {
+  None = 0,           // it succeeded, or there was none yet
+  NotStarted = 1,     // no name, no such entry, or no object "FileSystem"
+  CannotOpen = 2,     // no such file, no permission, no handle left
+  InUse = 3,          // another has the file open without sharing; worth another try
+  CannotRead = 4,     // it was opened, and reading failed
+  NoMemory = 5,       //
+  TooLarge = 6,       // a text that no dictionary takes, or content that nests too deep for a file (see SaveFile)
+  Damaged = 7,        // no dictionary, or cut off
+  NotDeciphered = 8,  // enciphered; and there is no key, another key, or no object "Encryption"
+  NotEnciphered = 9,  // there is a key; and no object "Encryption", or the key or the text is not to its taste
+  CannotWrite = 10,   // the old file stands
+};
+
+// How the load or the save that ended last has ended. What a dictionary does not know is 0.
+struct FileReport {
+  FileFailure failure = FileFailure::None;
+  std::int32_t system_error =
+      0;                   // the platform's number of what failed, for CannotOpen, InUse, CannotRead, CannotWrite
+  std::uint32_t line = 0;  // where a damaged file goes wrong, in its plain text; both from 1, the column in bytes
+  std::uint32_t column = 0;
+  bool plain_under_key = false;  // a key is set, and the file that was loaded is plain text
+};
+
 // What SetValue can read through a pointer.
 template <class T>
 inline constexpr bool kIsDictionaryValue =
@@ -108,11 +134,15 @@ class IDictionary : public IBaseWorkFlowObject {
 
   // Loading empties the dictionary and builds it from the file's content; a load that fails half way leaves what was
   // complete by then. A file that cannot be read leaves the dictionary as it was. A bare name (no "/", "\" or ":") is
-  // looked for in the search directories first.
+  // looked for in the search directories first. GetLoadReport tells why it failed. With an encryption key a plain file
+  // is loaded as it is; GetLoadReport tells that too.
   virtual bool LoadFile(const char* file_name) = 0;
 
   // Saving empties "/IDictionaryNameValPairs" (in memory too) and replaces the file as a whole: on failure the old file
-  // stands. A bare name goes to the search directory in which the last file was found.
+  // stands. A bare name goes to the search directory in which the last file was found. While an encryption key is set
+  // nothing is written but enciphered text: without the object "Encryption" saving fails. It fails, too, for
+  // a text of 4 GiB, and for content of which the indentation deeper than 1,000 levels would take more than 64 MiB (a
+  // chain of some 8,000 entries). GetSaveReport tells why.
   virtual bool SaveFile(const char* file_name) = 0;
 
   // The same from and to memory, by the text alone: no name/value pairs are touched. False for an empty text.
@@ -224,8 +254,8 @@ class IDictionary : public IBaseWorkFlowObject {
   // A new dictionary, made by the host's factory and given this one's utility store; the caller ends it with Release().
   // Null when the factory makes none that answers to "IDictionary3".
   virtual IDictionary* MakeDictionary() = 0;
-  // The same with a copy of the entry as its root. Null also when the entry does not exist, and when the factory's
-  // dictionaries are made by another library.
+  // The same with a copy of the entry as its root, and this one's encryption key, if it has one. Null also when the
+  // entry does not exist, and when the factory's dictionaries are made by another library.
   virtual IDictionary* CopyToNewDictionary(const char* path) = 0;
 
   // The operations above with the path as an object.
@@ -266,12 +296,48 @@ class IDictionary : public IBaseWorkFlowObject {
   virtual bool GetValue(const char* path, IOrvBoolList* value) = 0;
   virtual bool GetValue(const DictionaryPathWrapper& path, IOrvBoolList* value) = 0;
 
-  // A number that changes with every change of the content, for callers that keep what they read.
+  // A number that changes with every change of the content, for callers that keep what they read. Calls that fail
+  // before they change anything, and values set to what they are, leave it.
   virtual std::uint64_t GetChangeCount() = 0;
 
   // For dictionaries of one library among themselves: the object as that library knows it when `library` is the mark of
   // the library that made it, else null. What passes calls on to another dictionary passes this one on, too.
   virtual void* GetObjectOf(const void* library) = 0;
+
+  // How the last LoadFile, LoadFileKeepingPairs, LoadFromText, LoadSubtree, LoadSubtreeFromStream or LoadPairs ended;
+  // of several at once, the one that ended last, whichever thread it ran on. `text` (may be null) becomes what is
+  // wrong, in English and without the file's name, such as "cut off: <a>, opened in line 3, has no end tag" or
+  // "permission denied"; "" after a success. False for a null report, and when the text cannot be assigned.
+  virtual bool GetLoadReport(FileReport* report, IOrvPString* text) = 0;
+  // The same for SaveFile, SaveFileWithPairs, SaveSubtree and SavePairs.
+  virtual bool GetSaveReport(FileReport* report, IOrvPString* text) = 0;
+
+  // What is doubtful about the text that was loaded last, whether its loading succeeded or not: each "line L, column C:
+  // what", in their order, at most 100. Such are what makes a load fail, end tags of another name, siblings with one
+  // name, character data sections, another encoding than UTF-8, what a file cannot hold, and what follows the root.
+  // `remarks` (may be null) becomes the number of comments and processing instructions, which a save leaves out, and
+  // `first_line` (may be null) the line of the first of them. Reads the whole text. False, with nothing assigned, when
+  // the text is gone: nothing was loaded yet, or the content was loaded or deleted as a whole since.
+  virtual bool GetLoadProblems(IOrvPStringList* problems, std::uint32_t* remarks, std::uint32_t* first_line) = 0;
+
+  // The counterpart of GetValueTexts: stores a value of any type by its text form, one text for a scalar, any number
+  // for a list, as they stand. False, with nothing changed, for a text that is none of the type (a number with
+  // something behind it or out of range, wide text that is no UTF-8, no base64), another number of texts, Nil, and what
+  // SetValue refuses. Does not follow redirections; listeners are told of a success.
+  virtual bool SetValueTexts(const char* path, ValueType type, const IOrvPStringList* texts) = 0;
+
+  // SetValueTexts, if the entry's type is `expected_type` and its texts (as GetValueTexts gives them) are `expected`,
+  // byte by byte; Nil, with `expected` not looked at, stands for an entry without a value and for a missing one. No
+  // other change comes between the comparison and the writing. `matches` (may be null) tells whether the entry was as
+  // expected; false without a change otherwise, and in the cases of SetValueTexts, which are found first: then
+  // `matches` is false.
+  virtual bool CompareAndSetTexts(const char* path, ValueType expected_type, const IOrvPStringList* expected,
+                                  ValueType type, const IOrvPStringList* texts, bool* matches) = 0;
+
+  // Makes `to` the same as the entry `from` of the dictionary `source` (which may be this one), as CopySubtree does.
+  // The entry is taken as it is at one moment and put here at another; the two are never locked together. False also
+  // for a `source` that another library made.
+  virtual bool CopySubtreeFrom(IDictionary* source, const char* from, const char* to) = 0;
 
   // Further operations with paths as objects; they take no place in the table.
   bool GetAttributeNames(const DictionaryPathWrapper& path, IOrvPStringList* names) {
@@ -316,6 +382,16 @@ class IDictionary : public IBaseWorkFlowObject {
   }
   bool GetValueTexts(const DictionaryPathWrapper& path, IOrvPStringList* texts) {
     return GetValueTexts(path.GetPath(), texts);
+  }
+  bool SetValueTexts(const DictionaryPathWrapper& path, ValueType type, const IOrvPStringList* texts) {
+    return SetValueTexts(path.GetPath(), type, texts);
+  }
+  bool CompareAndSetTexts(const DictionaryPathWrapper& path, ValueType expected_type, const IOrvPStringList* expected,
+                          ValueType type, const IOrvPStringList* texts, bool* matches) {
+    return CompareAndSetTexts(path.GetPath(), expected_type, expected, type, texts, matches);
+  }
+  bool CopySubtreeFrom(IDictionary* source, const DictionaryPathWrapper& from, const DictionaryPathWrapper& to) {
+    return CopySubtreeFrom(source, from.GetPath(), to.GetPath());
   }
   IDictionary* CopyToNewDictionary(const DictionaryPathWrapper& path) { return CopyToNewDictionary(path.GetPath()); }
 

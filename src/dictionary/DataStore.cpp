@@ -2,6 +2,7 @@
 
 #include "OrvWorkFlow/WorkflowSchema.h"
 #include "dictionary/AttributeText.h"
+#include "dictionary/Bytes.h"
 #include "dictionary/EntryPath.h"
 #include "dictionary/Subtree.h"
 #include "dictionary/ValueTypes.h"
@@ -33,17 +34,32 @@ ElementId NextPath(const ElementTree& tree, ElementId top, ElementId at, std::st
 
 bool DataStore::IsWritable(const char* path) { return path != nullptr && IsValidPath(path); }
 
-ElementId DataStore::WriteEntry(std::string_view path, ValueType type, std::string_view text) {
+ElementId DataStore::WriteEntry(std::string_view path, ValueType type, std::string_view text, WriteScope& scope) {
   EntryPlace place = FindPlace(tree_, path);
   if (place.element != kNoElement && tree_.IsRedirection(place.element)) {
     const auto redirected = FollowToWrite(tree_, place.element);
-    if (!redirected) return kNoElement;
+    if (!redirected) {
+      scope.ChangeNothing();
+      return kNoElement;
+    }
     path = redirected->path;
     place = redirected->place;
   }
+  return WriteAt(path, place, type, text, scope);
+}
+
+ElementId DataStore::WriteAt(std::string_view path, const EntryPlace& place, ValueType type, std::string_view text,
+                             WriteScope& scope) {
   const ElementId entry = place.element != kNoElement ? place.element : MakeEntry(tree_, path, place);
-  if (entry == kNoElement) return kNoElement;
+  if (entry == kNoElement) {
+    scope.ChangeNothing();
+    return kNoElement;
+  }
   const AttributeTable::Id attributes = tree_.AttributesWithType(entry, type);
+  if (place.element != kNoElement && tree_.attributes_id(entry) == attributes && SameText(tree_.text(entry), text)) {
+    scope.ChangeNothing();
+    return entry;
+  }
   tree_.SetText(entry, text);
   tree_.SetAttributes(entry, attributes);
   return entry;
@@ -52,8 +68,8 @@ ElementId DataStore::WriteEntry(std::string_view path, ValueType type, std::stri
 bool DataStore::SetText(const char* path, ValueType type, std::string_view text) {
   if (!IsWritable(path)) return false;
   {
-    const WriteScope scope(*this);
-    if (WriteEntry(path, type, text) == kNoElement) return false;
+    WriteScope scope(*this);
+    if (WriteEntry(path, type, text, scope) == kNoElement) return false;
   }
   Tell(path);
   return true;
@@ -73,20 +89,52 @@ bool DataStore::GetText(const char* path, ValueType type, std::string& text) {
   return entry != kNoElement;
 }
 
+bool DataStore::TextsOf(ElementId entry, Texts& texts) {
+  texts.type = entry == kNoElement ? ValueType::Nil : tree_.type(entry);
+  texts.texts.clear();
+  if (texts.type == ValueType::Nil) return false;
+  if (IsListType(texts.type)) {
+    ListReader items(tree_, entry);
+    std::string_view text;
+    while (items.Next(text)) texts.texts.emplace_back(text);
+  } else {
+    texts.texts.emplace_back(tree_.text(entry));
+  }
+  return true;
+}
+
 bool DataStore::GetTexts(const char* path, std::vector<std::string>& texts) {
   if (path == nullptr) return false;
   const std::scoped_lock lock(mutex_);
-  const ElementId entry = FindEntry(tree_, path);
-  if (entry == kNoElement || tree_.type(entry) == ValueType::Nil) return false;
-  std::vector<std::string> result;
-  if (IsListType(tree_.type(entry))) {
-    ListReader items(tree_, entry);
-    std::string_view text;
-    while (items.Next(text)) result.emplace_back(text);
-  } else {
-    result.emplace_back(tree_.text(entry));
+  Texts result;
+  if (!TextsOf(FindEntry(tree_, path), result)) return false;
+  texts = std::move(result.texts);
+  return true;
+}
+
+bool DataStore::SetTexts(const char* path, const Texts& value, const Texts* expected, bool* matches) {
+  const bool is_list = IsListType(value.type);
+  if (!IsWritable(path) || value.type == ValueType::Nil || (!is_list && value.texts.size() != 1)) return false;
+  {
+    WriteScope scope(*this);
+    const EntryPlace place = FindPlace(tree_, path);
+    if (expected != nullptr) {
+      Texts present;
+      TextsOf(place.element, present);
+      *matches = present.type == expected->type && present.texts == expected->texts;
+      if (!*matches) return scope.Refuse();
+    }
+    const std::string_view text = is_list ? std::string_view() : std::string_view(value.texts.front());
+    const ElementId entry = WriteAt(path, place, value.type, text, scope);
+    if (entry == kNoElement) return false;
+    const auto same = [](const std::string& item) { return std::string_view(item); };
+    if (is_list && !HasItems(tree_, entry, value.texts, same)) {
+      scope.Change();
+      ListWriter items(tree_, entry);
+      for (const std::string& item : value.texts) items.Add(item);
+    }
   }
-  texts = std::move(result);
+  Tell(path);
   return true;
 }
 
@@ -116,18 +164,24 @@ bool DataStore::GetAttribute(const char* path, const char* name, std::string& va
 
 bool DataStore::SetAttribute(const char* path, const char* name, const char* value) {
   if (!IsWritable(path) || name == nullptr || value == nullptr || !IsAttributeName(name)) return false;
-  const WriteScope scope(*this);
-  const ElementId entry = EnsureEntry(tree_, path);
-  if (entry == kNoElement) return false;
-  tree_.SetAttributes(entry, WithAttribute(tree_.attributes(entry), name, value));
+  WriteScope scope(*this);
+  const EntryPlace place = FindPlace(tree_, path);
+  const ElementId entry = place.element != kNoElement ? place.element : MakeEntry(tree_, path, place);
+  if (entry == kNoElement) return scope.Refuse();
+  const std::string attributes = WithAttribute(tree_.attributes(entry), name, value);
+  if (place.element != kNoElement && tree_.attributes(entry) == attributes) {
+    scope.ChangeNothing();
+  } else {
+    tree_.SetAttributes(entry, attributes);
+  }
   return true;
 }
 
 bool DataStore::RemoveAttribute(const char* path, const char* name) {
   if (!IsWritable(path) || name == nullptr) return false;
-  const WriteScope scope(*this);
+  WriteScope scope(*this);
   const ElementId entry = FindEntry(tree_, path);
-  if (entry == kNoElement || !FindAttribute(tree_.attributes(entry), name)) return false;
+  if (entry == kNoElement || !FindAttribute(tree_.attributes(entry), name)) return scope.Refuse();
   tree_.SetAttributes(entry, WithoutAttribute(tree_.attributes(entry), name));
   return true;
 }
@@ -148,9 +202,9 @@ bool DataStore::GetAttributeNames(const char* path, std::vector<std::string>& na
 
 bool DataStore::SetRedirection(const char* path, const std::vector<std::string>& targets) {
   if (!IsWritable(path)) return false;
-  const WriteScope scope(*this);
+  WriteScope scope(*this);
   const ElementId entry = EnsureEntry(tree_, path);
-  if (entry == kNoElement) return false;
+  if (entry == kNoElement) return scope.Refuse();
   tree_.SetText(entry, {});
   tree_.SetAttributes(entry, tree_.AttributesWithType(entry, ValueType::StringList));
   ListWriter items(tree_, entry);
@@ -168,9 +222,9 @@ bool DataStore::IsRedirection(const char* path) {
 
 bool DataStore::RemoveRedirection(const char* path) {
   if (!IsWritable(path)) return false;
-  const WriteScope scope(*this);
+  WriteScope scope(*this);
   const ElementId entry = FindEntry(tree_, path);
-  if (entry == kNoElement || !tree_.IsRedirection(entry)) return false;
+  if (entry == kNoElement || !tree_.IsRedirection(entry)) return scope.Refuse();
   tree_.SetAttributes(entry, WithoutAttribute(tree_.attributes(entry), kRedirectionAttribute));
   return true;
 }
@@ -183,19 +237,23 @@ bool DataStore::Exists(const char* path) {
 
 bool DataStore::Delete(const char* path) {
   if (!IsWritable(path)) return false;
-  const WriteScope scope(*this);
+  WriteScope scope(*this);
   const ElementId entry = FindEntry(tree_, path);
-  if (entry == kNoElement) return false;
+  if (entry == kNoElement) return scope.Refuse();
   tree_.Remove(entry);
   return true;
 }
 
 bool DataStore::Clear(const char* path) {
   if (!IsWritable(path)) return false;
-  const WriteScope scope(*this);
+  WriteScope scope(*this);
   const ElementId entry = FindEntry(tree_, path);
-  if (entry != kNoElement) ClearEntry(tree_, entry);
-  return entry != kNoElement;
+  if (entry == kNoElement) return scope.Refuse();
+  const bool is_empty =
+      tree_.first_child(entry) == kNoElement && tree_.text(entry).empty() && tree_.attributes(entry).empty();
+  if (is_empty) scope.ChangeNothing();
+  ClearEntry(tree_, entry);
+  return true;
 }
 
 bool DataStore::GetEntries(const char* path, std::vector<std::string>& names) {
@@ -253,7 +311,7 @@ bool DataStore::EnumeratePaths(const char* path, const Patterns::Pattern* patter
 
 bool DataStore::Load(std::string_view text, std::shared_ptr<const void> owner, Pairs pairs) {
   if (text.size() > kMaxTextSize) return false;
-  const WriteScope scope(*this);
+  WriteScope scope(*this);
   ElementTree kept;
   const ElementId old = pairs == Pairs::Kept ? FindEntry(tree_, WorkflowSchema::kNameValuePairs) : kNoElement;
   if (old != kNoElement) CopyEntry(tree_, old, kept, kept.CreateRoot(kRootName));
@@ -271,11 +329,15 @@ bool DataStore::Load(std::string_view text, std::shared_ptr<const void> owner, P
 }
 
 void DataStore::Save(Pairs pairs, TextBuffer& output) {
-  const WriteScope scope(*this);
-  if (pairs == Pairs::Emptied) ReplaceNameValuePairs();
+  WriteScope scope(*this);
+  scope.ChangeNothing();
+  if (pairs == Pairs::Emptied) ReplaceNameValuePairs(scope);
+  if (tree_.root() == kNoElement) scope.Change();
   const ElementId root = EnsureEntry(tree_, "");
   if (root != kNoElement) {
-    tree_.SetAttributes(root, WithAttribute(tree_.attributes(root), kFileVersionAttribute, kFileVersion));
+    const std::string attributes = WithAttribute(tree_.attributes(root), kFileVersionAttribute, kFileVersion);
+    if (tree_.attributes(root) != attributes) scope.Change();
+    tree_.SetAttributes(root, attributes);
   }
   output.Reserve(text_size_ + text_size_ / 8);
   const std::size_t before = output.view().size();
@@ -284,12 +346,19 @@ void DataStore::Save(Pairs pairs, TextBuffer& output) {
 }
 
 void DataStore::EmptyNameValuePairs() {
-  const WriteScope scope(*this);
-  ReplaceNameValuePairs();
+  WriteScope scope(*this);
+  scope.ChangeNothing();
+  ReplaceNameValuePairs(scope);
 }
 
-void DataStore::ReplaceNameValuePairs() {
+void DataStore::ReplaceNameValuePairs(WriteScope& scope) {
   const ElementId old = FindEntry(tree_, WorkflowSchema::kNameValuePairs);
+  const bool is_in_place = old != kNoElement && tree_.next_sibling(old) == kNoElement &&
+                           tree_.first_child(old) == kNoElement && tree_.text(old).empty() &&
+                           tree_.attributes(old).empty();
+  if (is_in_place) return;
+  if (old == kNoElement && tree_.root() != kNoElement && !tree_.HasUsualRoot()) return;
+  scope.Change();
   if (old != kNoElement) tree_.Remove(old);
   EnsureEntry(tree_, WorkflowSchema::kNameValuePairs);
 }

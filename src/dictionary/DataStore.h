@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "dictionary/ElementTree.h"
+#include "dictionary/EntryPath.h"
 #include "dictionary/ListItems.h"
 #include "dictionary/ListenerList.h"
 #include "dictionary/Redirection.h"
@@ -40,12 +41,16 @@ class DataStore {
   bool SetList(const char* path, const std::vector<T>& values) {
     if (!IsWritable(path)) return false;
     {
-      const WriteScope scope(*this);
-      const ElementId entry = WriteEntry(path, ValueForm<T>::kList, {});
+      WriteScope scope(*this);
+      const ElementId entry = WriteEntry(path, ValueForm<T>::kList, {}, scope);
       if (entry == kNoElement) return false;
-      ListWriter items(tree_, entry);
       NumberBuffer buffer;
-      for (const auto& value : values) items.Add(ValueForm<T>::Format(value, buffer));
+      const auto format = [&](const auto& value) { return ValueForm<T>::Format(value, buffer); };
+      if (!HasItems(tree_, entry, values, format)) {
+        scope.Change();
+        ListWriter items(tree_, entry);
+        for (const auto& value : values) items.Add(format(value));
+      }
     }
     Tell(path);
     return true;
@@ -82,6 +87,13 @@ class DataStore {
   bool GetText(const char* path, ValueType type, std::string& text);
   // The text forms of a value of any type, a list's item by item; false for no value.
   bool GetTexts(const char* path, std::vector<std::string>& texts);
+  // A value of any type by its text forms, which are not looked at: one for a scalar. With `expected`, only if that is
+  // what the entry has; `*matches` (never null then) tells.
+  struct Texts {
+    ValueType type = ValueType::Nil;
+    std::vector<std::string> texts;  // Of Nil nothing.
+  };
+  bool SetTexts(const char* path, const Texts& texts, const Texts* expected, bool* matches);
 
   ValueType GetType(const char* path);
   bool HasAttribute(const char* path, const char* name);
@@ -112,6 +124,7 @@ class DataStore {
   bool MoveSubtree(const char* from, const char* to);
   bool CompareSubtrees(const char* path, DataStore& other, const char* other_path, std::vector<std::string>& paths);
   bool MergeSubtree(DataStore& source, const char* from, const char* to);
+  bool CopySubtreeFrom(DataStore& source, const char* from, const char* to);
   // Makes `copy`, which is empty, a tree with the entry as its root.
   bool TakeSubtree(const char* path, ElementTree& copy);
   // Replaces the entry by the root of the tree.
@@ -135,19 +148,29 @@ class DataStore {
   std::uint64_t change_count() const { return changes_.load(std::memory_order_acquire); }
 
  private:
-  // Holds the mutex for a change and counts it.
+  // Holds the mutex for a change and counts it in the end, unless nothing came of it.
   class WriteScope {
    public:
-    explicit WriteScope(DataStore& store) : store_(store), lock_(store.mutex_) {
-      store.changes_.fetch_add(1, std::memory_order_release);
+    explicit WriteScope(DataStore& store) : store_(store), lock_(store.mutex_) {}
+    ~WriteScope() {
+      store_.tree_.ShedUnusedTexts();
+      if (has_changed_) store_.changes_.fetch_add(1, std::memory_order_release);
     }
-    ~WriteScope() { store_.tree_.ShedUnusedTexts(); }
+    // Nothing has changed, as far as the operation has got. What is thrown counts as a change.
+    void ChangeNothing() { has_changed_ = false; }
+    void Change() { has_changed_ = true; }
+    // For `return scope.Refuse();`.
+    bool Refuse() {
+      has_changed_ = false;
+      return false;
+    }
     WriteScope(const WriteScope&) = delete;
     WriteScope& operator=(const WriteScope&) = delete;
 
    private:
     DataStore& store_;
     const std::scoped_lock<std::mutex> lock_;
+    bool has_changed_ = true;
   };
 
   static bool IsWritable(const char* path);
@@ -156,8 +179,13 @@ class DataStore {
   }
   void TellListeners(const char* path) noexcept;
   // These want the mutex held.
-  ElementId WriteEntry(std::string_view path, ValueType type, std::string_view text);
-  void ReplaceNameValuePairs();
+  // kNoElement, with nothing changed, where nothing can be written.
+  ElementId WriteEntry(std::string_view path, ValueType type, std::string_view text, WriteScope& scope);
+  ElementId WriteAt(std::string_view path, const EntryPlace& place, ValueType type, std::string_view text,
+                    WriteScope& scope);
+  void ReplaceNameValuePairs(WriteScope& scope);
+  // False for no value: then there are no texts.
+  bool TextsOf(ElementId entry, Texts& texts);
   void Replace(const char* path, const ElementTree& source, ElementId from);
 
   const std::shared_ptr<ListenerList> listeners_ = std::make_shared<ListenerList>();

@@ -37,11 +37,14 @@ void DataStore::Replace(const char* path, const ElementTree& source, ElementId f
 
 bool DataStore::Rename(const char* path, const char* new_name) {
   if (!IsWritable(path) || new_name == nullptr || !IsComponent(new_name)) return false;
-  const WriteScope scope(*this);
+  WriteScope scope(*this);
   const ElementId entry = FindEntry(tree_, path);
-  if (entry == kNoElement || entry == tree_.root()) return false;
+  if (entry == kNoElement || entry == tree_.root()) return scope.Refuse();
   const ElementId sibling = tree_.FindChild(tree_.parent(entry), new_name);
-  if (sibling != kNoElement) return sibling == entry;
+  if (sibling != kNoElement) {
+    scope.ChangeNothing();
+    return sibling == entry;
+  }
   const ElementId renamed = tree_.AppendChild(tree_.parent(entry), new_name);
   try {
     CopyEntry(tree_, entry, tree_, renamed);
@@ -55,12 +58,15 @@ bool DataStore::Rename(const char* path, const char* new_name) {
 
 bool DataStore::CopySubtree(const char* from, const char* to) {
   if (from == nullptr || !IsWritable(to)) return false;
-  const WriteScope scope(*this);
+  WriteScope scope(*this);
   const ElementId source = FindEntry(tree_, from);
-  if (source == kNoElement) return false;
+  if (source == kNoElement) return scope.Refuse();
   const bool is_below = IsPrefix(from, to);
   const bool is_above = IsPrefix(to, from);
-  if (is_below && is_above) return true;
+  if (is_below && is_above) {
+    scope.ChangeNothing();
+    return true;
+  }
   if (is_above) {
     tree_.Raise(source, FindEntry(tree_, to));
   } else if (is_below) {
@@ -75,11 +81,14 @@ bool DataStore::CopySubtree(const char* from, const char* to) {
 
 bool DataStore::MoveSubtree(const char* from, const char* to) {
   if (!IsWritable(from) || !IsWritable(to)) return false;
-  const WriteScope scope(*this);
+  WriteScope scope(*this);
   const ElementId source = FindEntry(tree_, from);
-  if (source == kNoElement) return false;
+  if (source == kNoElement) return scope.Refuse();
   const bool is_above = IsPrefix(to, from);
-  if (IsPrefix(from, to)) return is_above;
+  if (IsPrefix(from, to)) {
+    scope.ChangeNothing();
+    return is_above;
+  }
   if (is_above) {
     tree_.Raise(source, FindEntry(tree_, to));
   } else {
@@ -108,12 +117,19 @@ bool DataStore::MergeSubtree(DataStore& source, const char* from, const char* to
   ElementTree copy;
   const bool is_copied = &source != this || IsPrefix(from, to) || IsPrefix(to, from);
   if (is_copied && !source.TakeSubtree(from, copy)) return false;
-  const WriteScope scope(*this);
+  WriteScope scope(*this);
   const ElementId entry = is_copied ? copy.root() : FindEntry(tree_, from);
-  if (entry == kNoElement) return false;
+  if (entry == kNoElement) return scope.Refuse();
   const ElementId target = EnsureEntry(tree_, to);
-  if (target != kNoElement) MergeEntry(is_copied ? copy : tree_, entry, tree_, target);
-  return target != kNoElement;
+  if (target == kNoElement) return scope.Refuse();
+  MergeEntry(is_copied ? copy : tree_, entry, tree_, target);
+  return true;
+}
+
+bool DataStore::CopySubtreeFrom(DataStore& source, const char* from, const char* to) {
+  if (&source == this) return CopySubtree(from, to);
+  ElementTree copy;
+  return IsWritable(to) && source.TakeSubtree(from, copy) && PutSubtree(to, copy);
 }
 
 bool DataStore::TakeSubtree(const char* path, ElementTree& copy) {
@@ -126,8 +142,8 @@ bool DataStore::TakeSubtree(const char* path, ElementTree& copy) {
 
 bool DataStore::PutSubtree(const char* path, const ElementTree& tree) {
   if (!IsWritable(path) || tree.root() == kNoElement) return false;
-  const WriteScope scope(*this);
-  if (EnsureEntry(tree_, path) == kNoElement) return false;
+  WriteScope scope(*this);
+  if (EnsureEntry(tree_, path) == kNoElement) return scope.Refuse();
   Replace(path, tree, tree.root());
   return true;
 }

@@ -1,5 +1,6 @@
 #include "dictionary/DictionaryObject.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <vector>
@@ -7,6 +8,7 @@
 #include "CoreObjects/Base64.h"
 #include "dictionary/Guarded.h"
 #include "dictionary/MarshalledLists.h"
+#include "dictionary/ValueTypes.h"
 #include "dictionary/XmlWriter.h"
 
 namespace OrvWorkFlow {
@@ -39,6 +41,14 @@ bool GetText(DataStore& store, const char* path, String* value) noexcept {
     std::basic_string<Char> text;
     return value != nullptr && store.Get(path, text) && AssignText(value, std::basic_string_view<Char>(text));
   });
+}
+
+// False for texts that are none of the type.
+bool ReadTextForms(ValueType type, const IOrvPStringList* texts, DataStore::Texts& value) {
+  value.type = type;
+  const ValueType item_type = ItemType(type);
+  return ReadTexts(texts, value.texts) && std::all_of(value.texts.begin(), value.texts.end(),
+                                                      [&](const auto& text) { return IsTextForm(item_type, text); });
 }
 
 }  // namespace
@@ -241,6 +251,28 @@ bool CDictionary::AddListener(IDictionaryListener* listener, const char* pattern
 bool CDictionary::RemoveListener(IDictionaryListener* listener) {
   if (listener != nullptr) store_.listeners().Remove(listener);
   return true;
+}
+
+bool CDictionary::SetValueTexts(const char* path, ValueType type, const IOrvPStringList* texts) {
+  return Guarded([&] {
+    DataStore::Texts value;
+    return ReadTextForms(type, texts, value) && store_.SetTexts(path, value, nullptr, nullptr);
+  });
+}
+
+bool CDictionary::CompareAndSetTexts(const char* path, ValueType expected_type, const IOrvPStringList* expected,
+                                     ValueType type, const IOrvPStringList* texts, bool* matches) {
+  bool is_as_expected = false;
+  const bool done = Guarded([&] {
+    DataStore::Texts value;
+    DataStore::Texts before;
+    before.type = expected_type;
+    return ReadTextForms(type, texts, value) &&
+           (expected_type == ValueType::Nil || ReadTexts(expected, before.texts)) &&
+           store_.SetTexts(path, value, &before, &is_as_expected);
+  });
+  if (matches != nullptr) *matches = is_as_expected;
+  return done;
 }
 
 bool CDictionary::GetValueTexts(const char* path, IOrvPStringList* texts) {

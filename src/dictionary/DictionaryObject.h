@@ -1,9 +1,9 @@
 // This folder holds the dictionary: element tree, typed values, file format, and the object that joins them.
 //
 //   DictionaryObject   the interface; PathForms, its operations with paths as objects; DictionaryFile finds its
-//                      files, EncipheredFile reads and writes them under a key
+//                      files, EncipheredFile reads and writes them under a key, FileRecord knows how that ended
 //   DataStore          the mutex and the operations; Redirection, ListItems, Subtree; ListenerList, who is told
-//   XmlReader, XmlWriter, Escaping, TextBuffer
+//   XmlReader, XmlWriter, Escaping, TextBuffer; XmlProblems says where a text is wrong
 //   ElementTree        elements, their names (NameTable), attributes (AttributeTable), texts (Element), ChildIndex
 //   EntryPath, LastParent, AttributeText, ValueText, ValueTypes, Bytes: small grammars
 #pragma once
@@ -18,6 +18,7 @@
 #include "dictionary/DataStore.h"
 #include "dictionary/DictionaryFile.h"
 #include "dictionary/EncipheredFile.h"
+#include "dictionary/FileRecord.h"
 #include "dictionary/PathForms.h"
 
 namespace OrvWorkFlow {
@@ -26,7 +27,8 @@ namespace OrvWorkFlow {
 //
 // Files are read and written through the object "FileSystem": one made by the utility store, else the global one;
 // without either, loading and saving fail. While an encryption key is set, files are enciphered by the object
-// "Encryption", found the same way (EncipheredFile.h); without it they are plain, and that is traced.
+// "Encryption", found the same way (EncipheredFile.h); without it only plain ones are loaded and none is saved, and
+// that is traced.
 class CDictionary final : public BaseObject<CDictionary, PathForms> {
  public:
   static constexpr const char* kTypeName = ObjectNames::kDictionary;
@@ -127,23 +129,35 @@ class CDictionary final : public BaseObject<CDictionary, PathForms> {
   IDictionary* CopyToNewDictionary(const char* path) override;
   std::uint64_t GetChangeCount() override { return store_.change_count(); }
   void* GetObjectOf(const void* library) override;
+  bool GetLoadReport(FileReport* report, IOrvPString* text) override { return last_load_.Get(report, text); }
+  bool GetSaveReport(FileReport* report, IOrvPString* text) override { return last_save_.Get(report, text); }
+  bool GetLoadProblems(IOrvPStringList* problems, std::uint32_t* remarks, std::uint32_t* first_line) override;
+  bool SetValueTexts(const char* path, ValueType type, const IOrvPStringList* texts) override;
+  bool CompareAndSetTexts(const char* path, ValueType expected_type, const IOrvPStringList* expected, ValueType type,
+                          const IOrvPStringList* texts, bool* matches) override;
+  bool CopySubtreeFrom(IDictionary* source, const char* from, const char* to) override;
 
  private:
   // The store of a dictionary of this class; null for null and for others.
   static DataStore* StoreOf(IDictionary* dictionary);
   bool Load(const char* file_name, DataStore::Pairs pairs);
+  bool LoadText(FileText content, DataStore::Pairs pairs, FileOutcome& outcome);
+  bool Save(const char* file_name, const std::function<bool(TextBuffer&)>& write);
 
   Found<IFileSystemA> FindFileSystem();
-  // Traces that the file is a plain one when there is none.
-  Found<IEncryption> FindEncryption(const char* path);
+  // Traces it when there is none; `consequence` follows the file's name.
+  Found<IEncryption> FindEncryption(const char* path, const char* consequence);
   // False for no name and for a file that cannot be read or written; `write` appends what the file is to hold, and is
-  // not called for no name and without a file system. These throw what `write` and the other objects throw.
-  bool ReadFile(const char* file_name, FileText& content);
-  bool WriteFile(const char* file_name, const std::function<bool(TextBuffer&)>& write);
+  // not called for no name and without a file system. The outcome says why. These throw what `write` and the other
+  // objects throw.
+  bool ReadFile(const char* file_name, FileText& content, FileOutcome& outcome);
+  bool WriteFile(const char* file_name, const std::function<bool(TextBuffer&)>& write, FileOutcome& outcome);
 
   DataStore store_;
   DictionaryFile file_;
   EncryptionKey key_;
+  FileRecord last_load_;
+  FileRecord last_save_;
 };
 
 using CDictionaryObjectCreator = ObjectCreator<CDictionary, ObjectNames::kDictionary>;

@@ -52,6 +52,13 @@ bool CDictionary::MergeSubtree(IDictionary* source, const char* from, const char
   });
 }
 
+bool CDictionary::CopySubtreeFrom(IDictionary* source, const char* from, const char* to) {
+  return Guarded([&] {
+    DataStore* const source_store = StoreOf(source);
+    return source_store != nullptr && store_.CopySubtreeFrom(*source_store, from, to);
+  });
+}
+
 IDictionary* CDictionary::MakeDictionary() {
   IDictionary* made = nullptr;
   Guarded([&] {
@@ -72,10 +79,12 @@ IDictionary* CDictionary::CopyToNewDictionary(const char* path) {
   IDictionary* made = nullptr;
   Guarded([&] {
     ElementTree tree;
-    if (!store_.TakeSubtree(path, tree)) return false;
+    SecretText key;
+    if (!key_.Copy(key) || !store_.TakeSubtree(path, tree)) return false;
     std::unique_ptr<IDictionary, Releaser> copy(MakeDictionary());
     DataStore* const store = StoreOf(copy.get());
     if (store == nullptr || !store->PutSubtree("", tree)) return false;
+    if (!key.empty()) copy->SetEncryptionKey(key.c_str());
     made = copy.release();
     return true;
   });

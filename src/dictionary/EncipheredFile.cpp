@@ -7,6 +7,7 @@
 #include "CoreObjects/Base64.h"
 #include "CoreObjects/Marshalled.h"
 #include "dictionary/FileBytes.h"
+#include "platform/SystemError.h"
 
 namespace OrvWorkFlow {
 namespace {
@@ -88,12 +89,25 @@ class PlainText final : public IOrvPString {
   SecretText text_;
 };
 
+// As ReadPlainFile. False also when there was no copy to read.
+bool ReadCopy(IFileSystemA& file_system, const char* path, FileText& content) {
+  TemporaryCopy copy(file_system);
+  FileOutcome unused;
+  return copy.Make(path) && ReadPlainFile(file_system, copy.path().c_str(), content, unused);
+}
+
+}  // namespace
+
 bool IsEnciphered(std::string_view content) {
   const std::optional<std::size_t> size = CleanBase64Size(content);
   return size.has_value() && *size > 0 && *size % kCipherBlock == 0;
 }
 
-}  // namespace
+bool IsBrokenEnciphered(std::string_view content) {
+  constexpr std::string_view kAlphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/=\r\n";
+  const std::string_view beginning = content.substr(0, 2 * kCipherBlock);
+  return beginning.size() == 2 * kCipherBlock && beginning.find_first_not_of(kAlphabet) == std::string_view::npos;
+}
 
 void EncryptionKey::Set(const char* key) noexcept {
   const std::scoped_lock lock(mutex_);
@@ -111,18 +125,23 @@ bool EncryptionKey::Copy(SecretText& key) {
   return !is_lost_;
 }
 
-bool ReadPlainFile(IFileSystemA& file_system, const char* path, FileText& content) {
+bool ReadPlainFile(IFileSystemA& file_system, const char* path, FileText& content, FileOutcome& outcome) {
   const auto bytes = std::make_shared<FileBytes>();
-  if (!file_system.ReadFileToStream(path, bytes.get())) return false;
+  SystemError::Forget();
+  if (!file_system.ReadFileToStream(path, bytes.get())) {
+    const std::int32_t error = SystemError::Last();
+    if (bytes->lacks_memory()) return outcome.Fail(FileFailure::NoMemory);
+    return outcome.FailFor(bytes->is_opened() ? FileFailure::CannotRead : FileFailure::CannotOpen, error);
+  }
   content = {bytes, bytes->view()};
   return true;
 }
 
 bool ReadEncipheredFile(IFileSystemA& file_system, IEncryption& encryption, const char* path, const SecretText& key,
-                        FileText& content) {
-  TemporaryCopy copy(file_system);
-  if (!copy.Make(path) || !ReadPlainFile(file_system, copy.path().c_str(), content)) return false;
-  if (!IsEnciphered(content.text)) return true;
+                        FileText& content, FileOutcome& outcome) {
+  if (!ReadCopy(file_system, path, content) && !ReadPlainFile(file_system, path, content, outcome)) return false;
+  outcome.report.plain_under_key = !IsEnciphered(content.text);
+  if (outcome.report.plain_under_key) return true;
   const auto plain = std::make_shared<PlainText>();
   const std::string enciphered(content.text);  // With a terminator.
   if (encryption.DecryptString(enciphered.c_str(), key.c_str(), plain.get())) {
@@ -131,13 +150,25 @@ bool ReadEncipheredFile(IFileSystemA& file_system, IEncryption& encryption, cons
   return true;
 }
 
+bool ReplaceFile(IFileSystemA& file_system, const char* path, std::string_view bytes, FileOutcome& outcome) {
+  SystemError::Forget();
+  if (file_system.ReplaceFileBytes(path, bytes.data(), bytes.size())) return true;
+  return outcome.FailFor(FileFailure::CannotWrite, SystemError::Last());
+}
+
 bool WriteEncipheredFile(IFileSystemA& file_system, IEncryption& encryption, const char* path, const SecretText& key,
-                         SecretBuffer& text) {
+                         SecretBuffer& text, FileOutcome& outcome) {
   const Marshalled<IOrvPString> enciphered;
-  if (!enciphered || (*text).view().find('\0') != std::string_view::npos) return false;
+  if (!enciphered) return outcome.Fail(FileFailure::NoMemory);
+  if ((*text).view().find('\0') != std::string_view::npos) {
+    return outcome.Fail(FileFailure::NotEnciphered, "a text with a zero byte cannot be enciphered");
+  }
   (*text).Append('\0', 1);
-  return encryption.EncryptString((*text).view().data(), key.c_str(), enciphered.get()) &&
-         file_system.ReplaceFileBytes(path, enciphered.get()->GetText(), enciphered.get()->GetLength());
+  if (!encryption.EncryptString((*text).view().data(), key.c_str(), enciphered.get())) {
+    return outcome.Fail(FileFailure::NotEnciphered,
+                        key.view().size() > kMaxKeyLength ? "the key is too long" : std::string_view());
+  }
+  return ReplaceFile(file_system, path, {enciphered.get()->GetText(), enciphered.get()->GetLength()}, outcome);
 }
 
 }  // namespace OrvWorkFlow

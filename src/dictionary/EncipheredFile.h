@@ -9,6 +9,7 @@
 #include "CoreObjects/Secret.h"
 #include "OrvWorkFlow/IEncryption.h"
 #include "OrvWorkFlow/IFileSystem.h"
+#include "dictionary/FileRecord.h"
 #include "dictionary/TextBuffer.h"
 
 namespace OrvWorkFlow {
@@ -49,19 +50,29 @@ class SecretBuffer {
   TextBuffer text_;
 };
 
-// Reads a file as it is. False when it cannot be read. Throws std::bad_alloc and what the file system throws.
-bool ReadPlainFile(IFileSystemA& file_system, const char* path, FileText& content);
+// Reads a file as it is. False when it cannot be read; the outcome says why. Throws std::bad_alloc and what the file
+// system throws.
+bool ReadPlainFile(IFileSystemA& file_system, const char* path, FileText& content, FileOutcome& outcome);
 
-// Reads a file through a copy of its own, "$TEMP/tmpdicN" with the first number that is free, and deciphers it. A file
-// that is no enciphered text is taken as it is, so a plain dictionary loads although a key is set. What the copy holds
-// is overwritten, and the copy removed, in any case. The plain text is in memory only. False when no copy could be made
-// or read. Throws std::bad_alloc and what the objects throw.
+// Whether a file's content is the text form of something enciphered.
+bool IsEnciphered(std::string_view content);
+// The same for one that was cut off, or has something in it that does not belong there.
+bool IsBrokenEnciphered(std::string_view content);
+
+// Reads a file through a copy of its own, "$TEMP/tmpdicN" with the first number that is free, and deciphers it. Where
+// no copy can be made or read, the file itself is read. A file that is no enciphered text is taken as it is, so a plain
+// dictionary loads although a key is set; the outcome says so. What the copy holds is overwritten, and the copy
+// removed, in any case. The plain text is in memory only. False when the file cannot be read; the outcome says why.
+// Throws std::bad_alloc and what the objects throw.
 bool ReadEncipheredFile(IFileSystemA& file_system, IEncryption& encryption, const char* path, const SecretText& key,
-                        FileText& content);
+                        FileText& content, FileOutcome& outcome);
+
+// Replaces the file's content by the bytes. False, and the old file stands, when that fails; the outcome says why.
+bool ReplaceFile(IFileSystemA& file_system, const char* path, std::string_view bytes, FileOutcome& outcome);
 
 // Replaces the file's content by the enciphered text. False, and the old file stands, when the text cannot be
 // enciphered or written: a key that is too long, or a zero in the text. `text` is zero-terminated.
 bool WriteEncipheredFile(IFileSystemA& file_system, IEncryption& encryption, const char* path, const SecretText& key,
-                         SecretBuffer& text);
+                         SecretBuffer& text, FileOutcome& outcome);
 
 }  // namespace OrvWorkFlow

@@ -29,11 +29,13 @@ class FileBytes final : public IOrvBasicStream {
   void Release() noexcept override {}
 
   void* Room(std::size_t size) noexcept override {
+    is_opened_ = true;
     try {
       room_ = bytes_.Room(size);
       room_size_ = size;
       return room_;
     } catch (...) {
+      lacks_memory_ = true;
       return nullptr;
     }
   }
@@ -45,11 +47,16 @@ class FileBytes final : public IOrvBasicStream {
   }
 
   std::string_view view() const { return bytes_.view(); }
+  // Whether the file got as far as being read, and whether there was memory for it.
+  bool is_opened() const { return is_opened_; }
+  bool lacks_memory() const { return lacks_memory_; }
 
  private:
   TextBuffer bytes_;
   char* room_ = nullptr;
   std::size_t room_size_ = 0;
+  bool is_opened_ = false;
+  bool lacks_memory_ = false;
 };
 
 }  // namespace OrvWorkFlow

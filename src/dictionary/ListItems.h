@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <string_view>
 
+#include "dictionary/Bytes.h"
 #include "dictionary/ElementTree.h"
 
 namespace OrvWorkFlow {
@@ -38,5 +39,25 @@ class ListWriter {
   ElementId holder_;
   std::size_t number_ = 0;
 };
+
+// Whether the entry's items are these values (of which `format` makes texts), just as a ListWriter would write them: in
+// order, nothing else among them, behind the entry's other children.
+template <class Values, class Format>
+bool HasItems(ElementTree& tree, ElementId entry, const Values& values, Format format) {
+  const ElementId holder = tree.FindChild(entry, kListEntriesName);
+  if (holder == kNoElement || tree.next_sibling(holder) != kNoElement || tree.child_count(holder) != values.size()) {
+    return false;
+  }
+  ListReader items(tree, entry);
+  ElementId item = tree.first_child(holder);
+  for (const auto& value : values) {
+    std::string_view text;
+    if (!items.Next(text) || !SameText(text, format(value))) return false;
+    const bool is_plain = tree.attributes_id(item) == AttributeTable::kEmpty && tree.first_child(item) == kNoElement;
+    if (!is_plain || tree.text(item).data() != text.data()) return false;
+    item = tree.next_sibling(item);
+  }
+  return true;
+}
 
 }  // namespace OrvWorkFlow

@@ -59,7 +59,7 @@ void CopyContent(const ElementTree& source, ElementId from, ElementTree& target,
   CopyAttributes(source, from, target, to);
 }
 
-// Those but the type, which an entry with a value keeps.
+// Those but the type, which an entry with a value keeps. Of equal names the first counts, as in reading.
 void MergeAttributes(const ElementTree& source, ElementId from, ElementTree& target, ElementId to) {
   if (target.attributes(to).empty()) return CopyAttributes(source, from, target, to);
   if (target.attributes(to) == source.attributes(from)) return;
@@ -70,7 +70,8 @@ void MergeAttributes(const ElementTree& source, ElementId from, ElementTree& tar
   std::string_view name;
   std::string_view value;
   while (reader.Next(name, value)) {
-    if (name != kTypeAttribute || !has_value) merged = WithAttribute(merged, name, value);
+    const bool is_first = FindAttribute(added, name)->data() == value.data();
+    if (is_first && (name != kTypeAttribute || !has_value)) merged = WithAttribute(merged, name, value);
   }
   target.SetAttributes(to, merged);
 }

@@ -54,7 +54,8 @@ class TextBuffer {
 
  private:
   void Grow(std::size_t size) {
-    if (size > kMaxTextSize || size_ > kMaxTextSize - size) throw std::length_error("size of a dictionary's text");
+    if (size > kMaxTextSize || size_ > kMaxTextSize - size)
+      throw std::length_error("larger than a dictionary's text may be (4 GiB)");
     MemoryBlock larger(std::max({size_ + size, std::min(size_ * 2, kMaxTextSize), std::size_t{1024}}));
     if (size_ > 0) std::memcpy(larger.data(), block_.data(), size_);
     if (is_secret_) Wipe();

@@ -4,6 +4,7 @@
 #include <charconv>
 #include <limits>
 
+#include "CoreObjects/Base64.h"
 #include "dictionary/Bytes.h"
 
 namespace OrvWorkFlow {
@@ -84,6 +85,29 @@ char32_t TakeUtf8(std::string_view& text) {
   return length == 0 ? kReplacement : code;
 }
 
+// As ParseInteger reads it, with nothing behind it.
+bool IsWholeNumber(std::string_view text, bool in_range) {
+  text = SkipBlanks(text);
+  const bool minus = TakeSign(text);
+  if (text.empty() || !std::all_of(text.begin(), text.end(), IsDigit)) return false;
+  if (!in_range) return true;
+  std::int64_t value = 0;
+  const std::int64_t limit = std::int64_t{std::numeric_limits<std::int32_t>::max()} + (minus ? 1 : 0);
+  for (const char c : text) value = std::min(limit + 1, value * 10 + (c - '0'));
+  return value <= limit;
+}
+
+// As ParseDouble reads it, with nothing behind it.
+bool IsRealNumber(std::string_view text) {
+  text = SkipBlanks(text);
+  TakeSign(text);
+  if (text.empty() || (!IsDigit(text.front()) && text.front() != '.')) return false;
+  double value = 0;
+  const char* const end = text.data() + text.size();
+  const std::from_chars_result result = std::from_chars(text.data(), end, value);
+  return result.ec == std::errc() && result.ptr == end;
+}
+
 }  // namespace
 
 std::string_view FormatInteger(std::int32_t value, NumberBuffer& buffer) {
@@ -151,6 +175,39 @@ std::u16string FromUtf8(std::string_view text) {
     }
   }
   return result;
+}
+
+std::size_t Utf8Prefix(std::string_view text) {
+  std::string_view rest = text;
+  while (!rest.empty()) {
+    if (static_cast<unsigned char>(rest.front()) < 0x80) {
+      rest.remove_prefix(1);
+      continue;
+    }
+    const std::size_t at = text.size() - rest.size();
+    const bool is_replacement = rest.starts_with("\xEF\xBF\xBD");
+    if (TakeUtf8(rest) == kReplacement && !is_replacement) return at;
+  }
+  return text.size();
+}
+
+bool IsTextForm(ValueType type, std::string_view text) {
+  switch (type) {
+    case ValueType::String:
+      return true;
+    case ValueType::WideString:
+      return IsUtf8(text);
+    case ValueType::Integer:
+      return IsWholeNumber(text, true);
+    case ValueType::Boolean:
+      return IsWholeNumber(text, false);
+    case ValueType::Double:
+      return IsRealNumber(text);
+    case ValueType::Binary:
+      return CleanBase64Size(text).has_value();
+    default:
+      return false;
+  }
 }
 
 }  // namespace OrvWorkFlow

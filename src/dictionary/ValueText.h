@@ -30,6 +30,14 @@ inline bool ParseBoolean(std::string_view text) { return ParseInteger(text) > 0;
 // Half a surrogate pair, or a byte sequence that is no UTF-8, becomes U+FFFD.
 std::string ToUtf8(std::u16string_view text);
 std::u16string FromUtf8(std::string_view text);
+// How long the text is up to its first byte that is no UTF-8.
+std::size_t Utf8Prefix(std::string_view text);
+inline bool IsUtf8(std::string_view text) { return Utf8Prefix(text) == text.size(); }
+
+// Whether the text is what a value of this scalar type has for its text form, as a whole: for numbers a number in
+// range, blanks before it allowed, for wide strings UTF-8, for binary data base64, for strings any. False for other
+// types.
+bool IsTextForm(ValueType type, std::string_view text);
 
 // How values of one C++ type are held: the types of their entries, and the way to the text and back.
 template <class T>

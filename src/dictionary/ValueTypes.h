@@ -1,6 +1,7 @@
 // The tags by which an element's "__type" attribute names the type of its value.
 #pragma once
 
+#include <cstdint>
 #include <string_view>
 
 #include "OrvWorkFlow/IDictionary.h"
@@ -17,5 +18,10 @@ std::string_view TagOf(ValueType type);
 ValueType TypeOfTag(std::string_view tag);
 
 constexpr bool IsListType(ValueType type) { return type >= ValueType::StringList && type <= ValueType::BooleanList; }
+// The type of a list's items; of a scalar its own.
+constexpr ValueType ItemType(ValueType type) {
+  if (!IsListType(type)) return type;
+  return static_cast<ValueType>(static_cast<std::int32_t>(type) - static_cast<std::int32_t>(ValueType::StringList));
+}
 
 }  // namespace OrvWorkFlow

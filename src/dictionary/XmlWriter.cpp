@@ -1,6 +1,7 @@
 #include "dictionary/XmlWriter.h"
 
 #include <cstring>
+#include <stdexcept>
 #include <vector>
 
 #include "dictionary/ByteScan.h"
@@ -118,6 +119,7 @@ class XmlWriter {
   }
 
   void BreakLine(std::size_t tabs) {
+    if (tabs > kDeep) CountDeep(tabs);
     char* at = output_.Room(tabs + 2);
     *at++ = '\r';
     *at++ = '\n';
@@ -125,8 +127,17 @@ class XmlWriter {
     output_.Commit(at);
   }
 
+  // Indentation grows with the square of the depth: thirty thousand levels would be a gigabyte of it.
+  void CountDeep(std::size_t tabs) {
+    deep_tabs_ += tabs;
+    if (deep_tabs_ > kMostDeepTabs) throw std::length_error("entries nest too deep to be written to a file");
+  }
+  static constexpr std::size_t kDeep = 1000;
+  static constexpr std::size_t kMostDeepTabs = std::size_t{64} << 20;
+
   const ElementTree& tree_;
   TextBuffer& output_;
+  std::size_t deep_tabs_ = 0;
   std::vector<Content> attributes_;
 };
 

@@ -154,17 +154,26 @@ TEST_F(EncipheredFileTest, WhatDeciphersToNoDictionaryFailsAndEmptiesTheDictiona
 TEST_F(EncipheredFileTest, AFileThatCannotBeCopiedLeavesTheDictionaryAsItWas) {
   ASSERT_TRUE(dictionary_.SetValue("/a", "old"));
   EXPECT_FALSE(dictionary_.LoadFile("f"));
-  EXPECT_EQ(files_.calls, (Names{"exists $TEMP/tmpdic0", "copy f to $TEMP/tmpdic0", "exists $TEMP/tmpdic0"}));
+  EXPECT_EQ(files_.calls, (Names{"exists $TEMP/tmpdic0", "copy f to $TEMP/tmpdic0", "exists $TEMP/tmpdic0", "read f"}));
   EXPECT_EQ(GetString(dictionary_, "/a"), "old");
 }
 
-TEST_F(EncipheredFileTest, WhereEveryNameIsTakenALoadFails) {
+// As on a full disk, or where $TEMP may not be written.
+TEST_F(EncipheredFileTest, WhereNoCopyCanBeMadeTheFileItselfIsRead) {
+  files_.files["f"] = kEncipheredFile;
+  files_.refuses_to_copy = true;
+  ASSERT_TRUE(dictionary_.LoadFile("f"));
+  EXPECT_EQ(GetString(dictionary_, "/a"), "value");
+  EXPECT_EQ(files_.files.size(), 1u);
+  EXPECT_EQ(files_.files["f"], kEncipheredFile);
+}
+
+TEST_F(EncipheredFileTest, WhereEveryNameIsTakenTheFileItselfIsRead) {
   const orv_test::TimeLimit limit(std::chrono::seconds(60));
   files_.files["f"] = kEncipheredFile;
   files_.has_every_file = true;
-  ASSERT_TRUE(dictionary_.SetValue("/a", "old"));
-  EXPECT_FALSE(dictionary_.LoadFile("f"));
-  EXPECT_EQ(GetString(dictionary_, "/a"), "old");
+  ASSERT_TRUE(dictionary_.LoadFile("f"));
+  EXPECT_EQ(GetString(dictionary_, "/a"), "value");
   EXPECT_EQ(files_.files.size(), 1u);
 }
 
@@ -225,7 +234,7 @@ TEST_F(EncipheredFileTest, WithoutAKeyThereIsNoCopy) {
 }
 
 // An object of that name that is no "IEncryption" is as good as none.
-TEST(EncipheredFile, WithoutTheObjectEncryptionFilesArePlainAndThatIsTraced) {
+TEST(EncipheredFile, WithoutTheObjectEncryptionOnlyPlainFilesAreReadAndNoneIsWrittenAndThatIsTraced) {
   orv_test::ScriptedCreator misnamed(ObjectNames::kEncryption, [] { return new CUtilityStore; });
   for (IFactoryObjectCreator* const encryption :
        {static_cast<IFactoryObjectCreator*>(nullptr), static_cast<IFactoryObjectCreator*>(&misnamed)}) {
@@ -240,12 +249,16 @@ TEST(EncipheredFile, WithoutTheObjectEncryptionFilesArePlainAndThatIsTraced) {
     dictionary.SetUtilityStore(&store);
     dictionary.SetEncryptionKey(kKey);
     ASSERT_TRUE(dictionary.SetValue("/a", "value"));
-    EXPECT_TRUE(dictionary.SaveFile("f"));
-    EXPECT_EQ(files.files["f"], kPlainFile);
+    EXPECT_FALSE(dictionary.SaveFile("f"));
+    EXPECT_TRUE(files.files.empty());
+    files.files["f"] = kPlainFile;
     EXPECT_TRUE(dictionary.LoadFile("f"));
-    EXPECT_EQ(files.calls, (Names{"replace f", "read f"}));
-    const std::string line = "There is a key and no object Encryption: f is a plain file";
-    EXPECT_EQ(logger.GetTexts("/workflow/dictionary"), (Names{line, line}));
+    files.files["f"] = kEncipheredFile;
+    EXPECT_FALSE(dictionary.LoadFile("f"));
+    EXPECT_EQ(files.calls, (Names{"read f", "read f"}));
+    const std::string line = "There is a key and no object Encryption: f is ";
+    EXPECT_EQ(logger.GetTexts("/workflow/dictionary"),
+              (Names{line + "not written", line + "a plain file", line + "a plain file"}));
     WorkFlowFactory::ReleaseGlobalObjects();
   }
 }

@@ -31,6 +31,7 @@ bool FakeFileSystem::ReadFileToStream(const char* path, IOrvBasicStream* stream)
 
 bool FakeFileSystem::CopyOneFile(const char* source, const char* destination, bool overwrite) {
   Record("copy " + std::string(source) + " to " + destination);
+  if (files_.refuses_to_copy) return false;
   const auto file = files_.files.find(source);
   const bool is_taken = files_.files.contains(destination) || files_.directories.contains(destination);
   if (file == files_.files.end() || (is_taken && !overwrite)) return false;

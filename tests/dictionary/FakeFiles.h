@@ -21,6 +21,7 @@ struct FakeFiles {
   std::string throws_at;                           // The call that throws.
   std::function<void(const std::string&)> before;  // Is told of every call.
   bool refuses_to_write = false;
+  bool refuses_to_copy = false;
   bool has_every_file = false;  // Says so of any name; there are none but `files` all the same.
   bool throws = false;
   int objects = 0;

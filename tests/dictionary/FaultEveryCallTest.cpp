@@ -182,7 +182,9 @@ class FaultEveryCall : public ::testing::TestWithParam<bool> {
       failures += done ? 0 : 1;
     }
     EXPECT_GT(n, after.calls) << "each call of the undisturbed operation failed once";
-    EXPECT_GT(failures, 0) << "no fault was noticed";
+    // A load under a key that finds no way through its copy reads the file itself, and the other way round.
+    const bool has_two_ways = operation.direction == kLoad && GetParam();
+    if (!has_two_ways) EXPECT_GT(failures, 0) << "no fault was noticed";
   }
 
   void DieAtEachCall(const Operation& operation) {

@@ -147,9 +147,9 @@ TYPED_TEST(PathForms, RedirectionsAndSubtrees) {
 
 TEST(DictionaryPath, IsBuiltOfPieces) {
   const std::pair<Path, const char*> cases[] = {
-      {Path(), "/"},
-      {Path(""), "/"},
-      {Path("/"), "/"},
+      {Path(), ""},
+      {Path(""), ""},
+      {Path("/"), ""},
       {Path("a"), "/a"},
       {Path("/a//b/"), "/a/b"},
       {Path("a", "b/c", "/d/", "", "e"), "/a/b/c/d/e"},
@@ -162,6 +162,16 @@ TEST(DictionaryPath, IsBuiltOfPieces) {
     const std::string text = expected != nullptr ? expected : "/" + std::string(1000, 'x') + "/y";
     EXPECT_EQ(std::string(path.GetPath()), text);
   }
+}
+
+TEST(DictionaryPath, OfTheRootGivesPathsThatAreFormedBelowIt) {
+  CDictionary dictionary;
+  const orv_test::PStringList paths;
+  ASSERT_TRUE(dictionary.SetValue("/a", 1));
+  ASSERT_TRUE(dictionary.EnumeratePaths(DictionaryPathWrapperSimple(), paths.out()));
+  EXPECT_EQ(paths.vec(), (Names{"", "/a"}));
+  ASSERT_TRUE(dictionary.FindPaths(DictionaryPathWrapperSimple(), "^/a$", paths.out()));
+  EXPECT_EQ(paths.vec(), Names{"/a"});
 }
 
 TEST(DictionaryPath, IsAValue) {

@@ -208,6 +208,55 @@ TEST(ChangeCount, ChangesWithEveryChange) {
   EXPECT_FALSE(changed());
 }
 
+TEST(ChangeCount, IsLeftByWhatFailsOrChangesNothing) {
+  CDictionary dictionary;
+  const orv_test::PStringList items(Names{"x", "y"});
+  const orv_test::PString output;
+  ASSERT_TRUE(dictionary.SetValue("/a", "x"));
+  ASSERT_TRUE(dictionary.SetValue("/b", items.out()));
+  ASSERT_TRUE(dictionary.SetAttribute("/a", "k", "v"));
+  ASSERT_TRUE(dictionary.SetAttribute("/empty", "k", "v"));
+  ASSERT_TRUE(dictionary.RemoveAttribute("/empty", "k"));
+  ASSERT_TRUE(dictionary.SaveToText(output.out()));
+  const std::uint64_t before = dictionary.GetChangeCount();
+  const std::vector<std::pair<const char*, std::function<bool()>>> nothings = {
+      {"same text", [&] { return dictionary.SetValue("/a", "x"); }},
+      {"same list", [&] { return dictionary.SetValue("/b", items.out()); }},
+      {"same attribute", [&] { return dictionary.SetAttribute("/a", "k", "v"); }},
+      {"same name", [&] { return dictionary.Rename("/a", "a"); }},
+      {"onto itself", [&] { return dictionary.CopySubtree("/a", "/a"); }},
+      {"moved onto itself", [&] { return dictionary.MoveSubtree("/a", "/a"); }},
+      {"cleared", [&] { return dictionary.Clear("/empty"); }},
+      {"saved", [&] { return dictionary.SaveToText(output.out()); }},
+  };
+  for (const auto& [what, nothing] : nothings) {
+    EXPECT_TRUE(nothing()) << what;
+    EXPECT_EQ(dictionary.GetChangeCount(), before) << what;
+  }
+  const std::vector<std::pair<const char*, std::function<bool()>>> failures = {
+      {"set", [&] { return dictionary.SetValue("/a b", "y"); }},
+      {"deleted", [&] { return dictionary.Delete("/missing"); }},
+      {"cleared", [&] { return dictionary.Clear("/missing"); }},
+      {"renamed", [&] { return dictionary.Rename("/missing", "x"); }},
+      {"renamed to a sibling", [&] { return dictionary.Rename("/a", "b"); }},
+      {"attribute", [&] { return dictionary.RemoveAttribute("/a", "x"); }},
+      {"redirection", [&] { return dictionary.RemoveRedirection("/a"); }},
+      {"copied", [&] { return dictionary.CopySubtree("/missing", "/x"); }},
+      {"moved", [&] { return dictionary.MoveSubtree("/missing", "/x"); }},
+      {"merged", [&] { return dictionary.MergeSubtree(&dictionary, "/missing", "/x"); }},
+      {"loaded", [&] { return dictionary.LoadSubtree("/a", "no file system"); }},
+  };
+  for (const auto& [what, failure] : failures) {
+    EXPECT_FALSE(failure()) << what;
+    EXPECT_EQ(dictionary.GetChangeCount(), before) << what;
+  }
+  // The same items in other places are another content.
+  ASSERT_TRUE(dictionary.SetValue("/b/c", "x"));
+  const std::uint64_t changed = dictionary.GetChangeCount();
+  ASSERT_TRUE(dictionary.SetValue("/b", items.out()));
+  EXPECT_NE(dictionary.GetChangeCount(), changed);
+}
+
 TEST(ChangeCount, ChangesWithTheOperationsOnSubtreesToo) {
   CDictionary dictionary;
   const orv_test::PStringList targets(Names{"/a"});

@@ -4,9 +4,11 @@
 #include <memory>
 
 #include "DictionaryTesting.h"
+#include "FakeFiles.h"
 #include "OrvWorkFlow/WorkFlowFactory.h"
 #include "dictionary/DictionaryObject.h"
 #include "dictionary/Subtree.h"
+#include "encryption/EncryptionObject.h"
 #include "tests/fakes/ForwardingDictionary.h"
 #include "tests/fakes/ScriptedWorkNode.h"
 #include "tests/support/Marshalled.h"
@@ -29,6 +31,35 @@ std::string DumpOf(IDictionary& dictionary) {
 }
 
 std::string Loaded(const std::string& content) { return "<IDictionaryRoot>" + content + "</IDictionaryRoot>"; }
+
+TEST(Subtrees, OfTwoEqualAttributesTheFirstIsMergedAsItIsRead) {
+  CDictionary dictionary;
+  ASSERT_TRUE(LoadText(dictionary, Loaded("<a k=\"1\" k=\"2\"/><b x=\"0\"/>")));
+  EXPECT_EQ(GetAttribute(dictionary, "/a", "k"), "1");
+  ASSERT_TRUE(dictionary.MergeSubtree(&dictionary, "/a", "/b"));
+  EXPECT_EQ(GetAttribute(dictionary, "/b", "k"), "1");
+  EXPECT_EQ(GetAttribute(dictionary, "/b", "x"), "0");
+}
+
+TEST(Subtrees, AreCopiedFromAnotherDictionary) {
+  CDictionary source;
+  CDictionary dictionary;
+  ASSERT_TRUE(LoadText(source, Loaded("<a k=\"v\">t<b/></a>")));
+  ASSERT_TRUE(LoadText(dictionary, Loaded("<x>1<y/></x><z/>")));
+  EXPECT_TRUE(dictionary.CopySubtreeFrom(&source, "/a", "/x"));
+  EXPECT_EQ(DumpOf(dictionary), "IDictionaryRoot(x[k=\"v\"]'t'(b) z)");
+  EXPECT_EQ(DumpOf(source), "IDictionaryRoot(a[k=\"v\"]'t'(b))");
+  EXPECT_TRUE(dictionary.CopySubtreeFrom(&dictionary, "/x/b", "/z"));
+  const std::string before = DumpOf(dictionary);
+  const std::uint64_t changes = dictionary.GetChangeCount();
+  EXPECT_FALSE(dictionary.CopySubtreeFrom(&source, "/missing", "/x"));
+  EXPECT_FALSE(dictionary.CopySubtreeFrom(&source, "/a", "/x y"));
+  EXPECT_FALSE(dictionary.CopySubtreeFrom(&source, nullptr, "/x"));
+  EXPECT_FALSE(dictionary.CopySubtreeFrom(&source, "/a", nullptr));
+  EXPECT_FALSE(dictionary.CopySubtreeFrom(nullptr, "/a", "/x"));
+  EXPECT_EQ(dictionary.GetChangeCount(), changes);
+  EXPECT_EQ(DumpOf(dictionary), before);
+}
 
 struct Case {
   const char* content;
@@ -285,6 +316,26 @@ class NewDictionaries : public ::testing::Test {
   WorkFlowFactory registration_{new CDictionaryObjectCreator};
   CDictionary dictionary_;
 };
+
+TEST_F(NewDictionaries, HaveTheKeyOfTheOneTheyAreCopiedFrom) {
+  FakeFiles files;
+  FakeFileSystemCreator files_creator(files);
+  CEncryptionObjectCreator encryption_creator;
+  CUtilityStore store;
+  store.AddUtilityObjectCreator(&files_creator);
+  store.AddUtilityObjectCreator(&encryption_creator);
+  dictionary_.SetUtilityStore(&store);
+  ASSERT_TRUE(dictionary_.SetValue("/a/b", "value"));
+  const OwnedDictionary plain(dictionary_.CopyToNewDictionary("/a"));
+  ASSERT_TRUE(plain->SaveFile("plain"));
+  dictionary_.SetEncryptionKey("a key");
+  const OwnedDictionary copy(dictionary_.CopyToNewDictionary("/a"));
+  ASSERT_TRUE(copy->SaveFile("copy"));
+  EXPECT_NE(files.files["plain"].find("value"), std::string::npos);
+  EXPECT_EQ(files.files["copy"].find('<'), std::string::npos);
+  ASSERT_TRUE(dictionary_.LoadFile("copy"));
+  EXPECT_EQ(GetString(dictionary_, "/b"), "value");
+}
 
 TEST_F(NewDictionaries, AreEmptyOrACopyOfASubtree) {
   CUtilityStore store;

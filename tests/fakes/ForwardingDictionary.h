@@ -116,6 +116,21 @@ class ForwardingDictionary : public PathForms {
   bool GetValue(const char* a, IOrvBoolList* b) override { return inner_->GetValue(a, b); }
   std::uint64_t GetChangeCount() override { return inner_->GetChangeCount(); }
   void* GetObjectOf(const void* a) override { return inner_->GetObjectOf(a); }
+  bool GetLoadReport(FileReport* a, IOrvPString* b) override { return inner_->GetLoadReport(a, b); }
+  bool GetSaveReport(FileReport* a, IOrvPString* b) override { return inner_->GetSaveReport(a, b); }
+  bool GetLoadProblems(IOrvPStringList* a, std::uint32_t* b, std::uint32_t* c) override {
+    return inner_->GetLoadProblems(a, b, c);
+  }
+  bool SetValueTexts(const char* a, ValueType b, const IOrvPStringList* c) override {
+    return inner_->SetValueTexts(a, b, c);
+  }
+  bool CompareAndSetTexts(const char* a, ValueType b, const IOrvPStringList* c, ValueType d, const IOrvPStringList* e,
+                          bool* f) override {
+    return inner_->CompareAndSetTexts(a, b, c, d, e, f);
+  }
+  bool CopySubtreeFrom(IDictionary* a, const char* b, const char* c) override {
+    return inner_->CopySubtreeFrom(a, b, c);
+  }
 
  protected:
   ~ForwardingDictionary() = default;

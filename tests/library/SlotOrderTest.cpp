@@ -117,7 +117,9 @@ TEST(SlotOrderTest, Dictionary) {
       OverloadOf<Path>(&I::EnumeratePaths))(OverloadOf<Path>(&I::Clear))(OverloadOf<Path>(&I::Rename))(
       OverloadOf<Path>(&I::FindPaths))(OverloadOf<Path>(&I::CountSubtree))(OverloadOf<Path>(&I::HasAttribute))(
       OverloadOf<Path>(&I::GetAttribute))(OverloadOf<Path>(&I::SetAttribute));
-  slots(GetterOf<Text, IOrvBoolList>())(GetterOf<Path, IOrvBoolList>()) (&I::GetChangeCount)(&I::GetObjectOf);
+  slots(GetterOf<Text, IOrvBoolList>())(GetterOf<Path, IOrvBoolList>()) (&I::GetChangeCount) (&I::GetObjectOf) (
+      &I::GetLoadReport) (&I::GetSaveReport) (&I::GetLoadProblems)(OverloadOf<Text>(&I::SetValueTexts))(
+      OverloadOf<Text>(&I::CompareAndSetTexts))(OverloadOf<IDictionary*, bool, Text, Text>(&I::CopySubtreeFrom));
   slots.ExpectConsecutiveFrom(kBaseOperations);
 }
 
