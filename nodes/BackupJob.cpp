@@ -55,6 +55,15 @@ BackupJob::File BackupJob::ReadFile(std::int32_t number) const {
           ReadText(FileEntry(number, kChecksum)), ReadText(FileEntry(number, kProblem))};
 }
 
+std::string BackupJob::FirstProblem() const {
+  const std::int32_t count = FileCount();
+  for (std::int32_t number = 0; number < count; ++number) {
+    const File file = ReadFile(number);
+    if (!file.problem.empty()) return file.path + ": " + file.problem;
+  }
+  return {};
+}
+
 std::optional<std::int32_t> BackupJob::TakeNext() {
   const std::int32_t number = ReadNumber(kNext);
   if (number >= FileCount()) return std::nullopt;

@@ -53,6 +53,8 @@ class BackupJob {
   void AddFile(std::string_view path);
   std::int32_t FileCount() const;
   File ReadFile(std::int32_t number) const;
+  // Of the first file that has one, "a.txt: why"; "" when there is none.
+  std::string FirstProblem() const;
 
   // Makes the next file the current one and answers its number; nothing when all were taken.
   std::optional<std::int32_t> TakeNext();

@@ -6,11 +6,15 @@
 
 namespace OrvWorkFlow::Nodes {
 
+// Stands in the table of each of them.
+inline constexpr NodeParameter kJobParameter =
+    TextParameterRow("Job", "Default", "the record of the job below /Jobs in the workflow's dictionary");
+
 class BackupNode : public WorkNodeBase {
  protected:
   using WorkNodeBase::WorkNodeBase;
 
-  BackupJob Job() const { return BackupJob(WorkflowDictionary(), TextParameter("Job", "Default")); }
+  BackupJob Job() const { return BackupJob(WorkflowDictionary(), TextParameter("Job")); }
 };
 
 }  // namespace OrvWorkFlow::Nodes

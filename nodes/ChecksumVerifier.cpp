@@ -1,11 +1,25 @@
 #include "nodes/ChecksumVerifier.h"
 
+#include <algorithm>
+
 #include "nodes/Crc32.h"
+#include "nodes/FilePieces.h"
 #include "runtime/MarshalledHolder.h"
 
 namespace OrvWorkFlow::Nodes {
 
 namespace {
+
+constexpr NodeInput kInputs[] = {
+    {"verify", "compares them"},
+};
+constexpr NodeOutput kOutputs[] = {
+    {"verified", true, "both are the same; the checksum is in the job"},
+    {"failed", true, "they differ, or one cannot be read; the problem is in the job"},
+};
+constexpr NodeParameter kParameters[] = {
+    kJobParameter,
+};
 
 std::string HexDigits(std::uint32_t number) {
   static constexpr std::string_view kDigits = "0123456789ABCDEF";
@@ -14,17 +28,31 @@ std::string HexDigits(std::uint32_t number) {
   return text;
 }
 
-// Nothing when the file cannot be read.
-std::optional<std::uint32_t> ChecksumOf(IFileSystemA& file_system, const std::string& file) {
-  const StreamHolder content;
-  if (!file_system.ReadFileToStream(file.c_str(), content.get())) return std::nullopt;
-  return Crc32(content->GetData(), content->GetSize());
+std::uint32_t ChecksumOf(IFileSystemA& file_system, const std::string& file) {
+  const std::uint32_t size = SizeOfFile(file_system, file);
+  const StreamHolder piece;
+  std::uint32_t checksum = Crc32(nullptr, 0);
+  for (std::uint32_t done = 0; done < size;) {
+    const std::uint32_t count = std::min(kPieceBytes, size - done);
+    ReadPiece(file_system, file, done, count, piece);
+    checksum = Crc32(piece->GetData(), piece->GetSize(), checksum);
+    done += count;
+  }
+  return checksum;
 }
 
 }  // namespace
 
-bool ChecksumVerifier::OnSignal(std::string_view signal) {
-  if (signal != "verify") return false;
+constinit const NodeDescription ChecksumVerifier::kDescription = {
+    .sentence = "Compares the current file's source and copy by their checksums",
+    .inputs = kInputs,
+    .outputs = kOutputs,
+    .parameters = kParameters,
+    .state_in_dictionary = true,
+    .acts_outside = false,
+};
+
+bool ChecksumVerifier::OnSignal(std::string_view /*signal*/) {
   VerifyCurrent();
   return true;
 }
@@ -33,18 +61,17 @@ void ChecksumVerifier::VerifyCurrent() {
   BackupJob job = Job();
   const std::int32_t number = job.Current();
   const std::string path = job.ReadFile(number).path;
-  const std::optional<std::uint32_t> source = ChecksumOf(FileSystem(), job.SourceOf(path));
-  const std::optional<std::uint32_t> copy = ChecksumOf(FileSystem(), job.CopyOf(path));
-  if (source && source == copy) {
-    job.SetChecksum(number, HexDigits(*copy).c_str());
+  try {
+    const std::uint32_t source = ChecksumOf(FileSystem(), job.SourceOf(path));
+    const std::uint32_t copy = ChecksumOf(FileSystem(), job.CopyOf(path));
+    if (source != copy) throw FileProblem("the copy differs from its source");
+    job.SetChecksum(number, HexDigits(copy).c_str());
     job.SetState(number, BackupJob::kVerified);
-    return FireOutput("verified");
+  } catch (const FileProblem& problem) {
+    job.SetProblem(number, problem.what());
+    return FireOutput("failed");
   }
-  const char* problem = "the copy differs from its source";
-  if (!copy) problem = "the copy cannot be read";
-  if (!source) problem = "the source cannot be read";
-  job.SetProblem(number, problem);
-  FireOutput("failed");
+  FireOutput("verified");
 }
 
 }  // namespace OrvWorkFlow::Nodes

@@ -1,8 +1,4 @@
 // Reads the current file's source and copy back and compares their checksums.
-//
-//   in   "verify"
-//   out  "verified"  both are the same; the checksum is in the job
-//        "failed"    they differ, or one cannot be read; the problem is in the job
 #pragma once
 
 #include "nodes/BackupNode.h"
@@ -12,7 +8,8 @@ namespace OrvWorkFlow::Nodes {
 class ChecksumVerifier final : public BackupNode {
  public:
   static constexpr char kTypeName[] = "ChecksumVerifier";
-  ChecksumVerifier() : BackupNode(kTypeName) {}
+  static const NodeDescription kDescription;
+  ChecksumVerifier() : BackupNode(kTypeName, kDescription) {}
 
  private:
   bool OnSignal(std::string_view signal) override;

@@ -1,8 +1,5 @@
 // Takes the files that failed out of the work: the current file becomes "failed" in the job, with a problem in any
 // case.
-//
-//   in   "record"
-//   out  "recorded"
 #pragma once
 
 #include "nodes/BackupNode.h"
@@ -12,7 +9,8 @@ namespace OrvWorkFlow::Nodes {
 class FailureCollector final : public BackupNode {
  public:
   static constexpr char kTypeName[] = "FailureCollector";
-  FailureCollector() : BackupNode(kTypeName) {}
+  static const NodeDescription kDescription;
+  FailureCollector() : BackupNode(kTypeName, kDescription) {}
 
  private:
   bool OnSignal(std::string_view signal) override;

@@ -4,6 +4,19 @@ namespace OrvWorkFlow::Nodes {
 
 namespace {
 
+constexpr NodeInput kInputs[] = {
+    {"next", "copies the next file"},
+};
+constexpr NodeOutput kOutputs[] = {
+    {"copied", true, "the current file's copy is there"},
+    {"failed", true, "the current file could not be copied; its problem is in the job"},
+    {"finished", false, "there is no further file"},
+};
+constexpr NodeParameter kParameters[] = {
+    kJobParameter,
+    BooleanParameterRow("Overwrite", true, "whether a file that is already at the target is replaced"),
+};
+
 // Why a copy failed, as far as it can be told afterwards.
 const char* FindProblem(IFileSystemA& file_system, const std::string& source, const std::string& copy, bool overwrite) {
   if (!file_system.FileExists(source.c_str())) return "the source file does not exist";
@@ -14,8 +27,16 @@ const char* FindProblem(IFileSystemA& file_system, const std::string& source, co
 
 }  // namespace
 
-bool FileCopier::OnSignal(std::string_view signal) {
-  if (signal != "next") return false;
+constinit const NodeDescription FileCopier::kDescription = {
+    .sentence = "Copies the job's files, one for each signal",
+    .inputs = kInputs,
+    .outputs = kOutputs,
+    .parameters = kParameters,
+    .state_in_dictionary = true,
+    .acts_outside = true,
+};
+
+bool FileCopier::OnSignal(std::string_view /*signal*/) {
   CopyNext();
   return true;
 }
@@ -28,7 +49,7 @@ void FileCopier::CopyNext() {
   const std::string path = job.ReadFile(*number).path;
   const std::string source = job.SourceOf(path);
   const std::string copy = job.CopyOf(path);
-  const bool overwrite = BooleanParameter("Overwrite", true);
+  const bool overwrite = BooleanParameter("Overwrite");
   if (FileSystem().CopyOneFile(source.c_str(), copy.c_str(), overwrite)) {
     job.SetState(*number, BackupJob::kCopied);
     FireOutput("copied");

@@ -8,6 +8,16 @@ namespace OrvWorkFlow::Nodes {
 
 namespace {
 
+constexpr NodeInput kInputs[] = {
+    {"collect", "lists the files; those of an earlier run are forgotten"},
+};
+constexpr NodeOutput kOutputs[] = {
+    {"collected", true, "the job's files are known, none of them copied yet"},
+};
+constexpr NodeParameter kParameters[] = {
+    kJobParameter,
+};
+
 // A listed file's path below the folder, with "/" between its components.
 std::string RelativePath(const std::string& file, const std::string& folder) {
   std::string path = file.substr(std::min(file.find_first_not_of("/\\", folder.size()), file.size()));
@@ -17,8 +27,16 @@ std::string RelativePath(const std::string& file, const std::string& folder) {
 
 }  // namespace
 
-bool FolderCollector::OnSignal(std::string_view signal) {
-  if (signal != "collect") return false;
+constinit const NodeDescription FolderCollector::kDescription = {
+    .sentence = "Lists the files of a job's source folder, sub-folders included",
+    .inputs = kInputs,
+    .outputs = kOutputs,
+    .parameters = kParameters,
+    .state_in_dictionary = true,
+    .acts_outside = false,
+};
+
+bool FolderCollector::OnSignal(std::string_view /*signal*/) {
   Collect();
   return true;
 }

@@ -1,8 +1,5 @@
 // Lists the files of a job's source folder, sub-folders included, in the order of their names.
 //
-//   in   "collect"
-//   out  "collected"  the job's files are known, none of them copied yet
-//
 // A folder that is not there or cannot be listed is told to the user, and nothing is fired: without files there is no
 // job.
 #pragma once
@@ -14,7 +11,8 @@ namespace OrvWorkFlow::Nodes {
 class FolderCollector final : public BackupNode {
  public:
   static constexpr char kTypeName[] = "FolderCollector";
-  FolderCollector() : BackupNode(kTypeName) {}
+  static const NodeDescription kDescription;
+  FolderCollector() : BackupNode(kTypeName, kDescription) {}
 
  private:
   bool OnSignal(std::string_view signal) override;

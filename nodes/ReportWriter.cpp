@@ -1,10 +1,27 @@
 #include "nodes/ReportWriter.h"
 
 #include <algorithm>
+#include <stdexcept>
+
+#include "runtime/MarshalledHolder.h"
 
 namespace OrvWorkFlow::Nodes {
 
 namespace {
+
+constexpr NodeInput kInputs[] = {
+    {"write", "writes the report"},
+};
+constexpr NodeOutput kOutputs[] = {
+    {"written", false, "the report is there"},
+};
+constexpr NodeParameter kParameters[] = {
+    kJobParameter,
+};
+
+// Where a workflow says how it ended; what begins with "done" is success.
+constexpr char kOutcome[] = "/Orvflow/Outcome";
+constexpr char kDone[] = "done";
 
 // "verified  0E8A6F1B  GPL-3" or "failed    --------  GPL-3: why".
 std::string LineOf(const BackupJob::File& file) {
@@ -19,25 +36,51 @@ std::string LineOf(const BackupJob::File& file) {
 
 }  // namespace
 
-std::string ReportWriter::ReportOf(const BackupJob& job) {
-  const std::int32_t count = job.FileCount();
-  std::int32_t verified = 0;
-  std::int32_t failed = 0;
-  std::string report = "Backup of " + job.SourceFolder() + " to " + job.TargetFolder() + "\n";
-  for (std::int32_t number = 0; number < count; ++number) {
-    const BackupJob::File file = job.ReadFile(number);
-    if (file.state == BackupJob::kVerified) ++verified;
-    if (file.state == BackupJob::kFailed) ++failed;
-    report += LineOf(file);
+constinit const NodeDescription ReportWriter::kDescription = {
+    .sentence = "Writes what became of each file of the job to the report file",
+    .inputs = kInputs,
+    .outputs = kOutputs,
+    .parameters = kParameters,
+    .state_in_dictionary = true,
+    .acts_outside = true,
+};
+
+ReportWriter::Tally ReportWriter::Count(const BackupJob& job) {
+  Tally tally;
+  tally.files = job.FileCount();
+  for (std::int32_t number = 0; number < tally.files; ++number) {
+    const std::string state = job.ReadFile(number).state;
+    if (state == BackupJob::kVerified) ++tally.verified;
+    if (state == BackupJob::kFailed) ++tally.failed;
+    if (state == BackupJob::kCollected) ++tally.left_out;
   }
-  report += std::to_string(count) + " files: " + std::to_string(verified) + " copied and verified, " +
-            std::to_string(failed) + " failed\n";
+  return tally;
+}
+
+std::string ReportWriter::ReportOf(const BackupJob& job) {
+  const Tally tally = Count(job);
+  std::string report = "Backup of " + job.SourceFolder() + " to " + job.TargetFolder() + "\n";
+  for (std::int32_t number = 0; number < tally.files; ++number) report += LineOf(job.ReadFile(number));
+  report += std::to_string(tally.files) + " files: " + std::to_string(tally.verified) + " copied and verified, " +
+            std::to_string(tally.failed) + " failed\n";
   return report;
 }
 
-bool ReportWriter::OnSignal(std::string_view signal) {
-  if (signal != "write") return false;
+std::string ReportWriter::OutcomeOf(const BackupJob& job) {
+  const Tally tally = Count(job);
+  const std::string of_all = " of " + std::to_string(tally.files) + " files";
+  if (tally.failed == 0 && tally.left_out == 0) {
+    return "done: " + std::to_string(tally.verified) + of_all + " copied and verified";
+  }
+  std::string outcome = std::to_string(tally.failed) + of_all + " failed";
+  const std::string problem = job.FirstProblem();
+  if (tally.left_out != 0) outcome += ", " + std::to_string(tally.left_out) + " were not copied";
+  return outcome + (problem.empty() ? "" : " (" + problem + ")") + "; " + job.ReportFile() + " lists them";
+}
+
+bool ReportWriter::OnSignal(std::string_view /*signal*/) {
   const BackupJob job = Job();
+  WriteOutcome(OutcomeOf(job));
   const std::string file = job.ReportFile();
   if (!FileSystem().WriteFileText(file.c_str(), ReportOf(job).c_str())) {
     TellUser("the report \"" + file + "\" cannot be written");
@@ -45,6 +88,16 @@ bool ReportWriter::OnSignal(std::string_view signal) {
   }
   FireOutput("written");
   return true;
+}
+
+// What another job did not do stays said.
+void ReportWriter::WriteOutcome(const std::string& outcome) {
+  IDictionary& dictionary = WorkflowDictionary();
+  const std::string before = TextFrom([&](IOrvPString* text) { return dictionary.GetValue(kOutcome, text); });
+  const bool is_done = before.empty() || before.starts_with(kDone);
+  if (!is_done && outcome.starts_with(kDone)) return;
+  const std::string text = is_done || before == outcome ? outcome : before + "; " + outcome;
+  if (!dictionary.SetValue(kOutcome, text.c_str())) throw std::runtime_error("cannot write " + std::string(kOutcome));
 }
 
 }  // namespace OrvWorkFlow::Nodes

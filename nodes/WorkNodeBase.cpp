@@ -1,5 +1,6 @@
 #include "nodes/WorkNodeBase.h"
 
+#include <algorithm>
 #include <stdexcept>
 
 #include "OrvWorkFlow/MessageBoxes.h"
@@ -29,7 +30,23 @@ ParameterPlaces PlacesOf(std::string_view type_name, std::string_view instance_n
   return places;
 }
 
+Parameters::Entry FallbackOf(const NodeParameter& parameter) {
+  return Parameters::EntryOf(ValueType::String, parameter.fallback);
+}
+
+// Whether a table of signals has that name.
+template <class Row>
+bool Has(const NodeTable<Row>& signals, std::string_view name) {
+  return std::any_of(signals.begin(), signals.end(), [&](const Row& row) { return name == row.name; });
+}
+
 }  // namespace
+
+void* WorkNodeBase::QueryInterface(const char* interface_name) {
+  const bool asks_for_description = interface_name != nullptr && std::string_view(interface_name) == "INodeDescription";
+  if (!asks_for_description) return ObjectProtocol::QueryInterface(interface_name);
+  return description_ == nullptr ? nullptr : static_cast<INodeDescription*>(this);
+}
 
 bool WorkNodeBase::LoadState(const char* path) {
   if (path == nullptr || *path == '\0') return false;
@@ -55,7 +72,10 @@ WorkNodeBase::DictionaryPointer WorkNodeBase::ReadDictionary(const char* path) c
 
 bool WorkNodeBase::GetInstanceName(IOrvPString* name) { return AssignText(name, instance_name_.c_str()); }
 
-bool WorkNodeBase::Signal(const char* signal_name) { return signal_name != nullptr && OnSignal(signal_name); }
+bool WorkNodeBase::Signal(const char* signal_name) {
+  if (signal_name == nullptr || (description_ != nullptr && !Has(description_->inputs, signal_name))) return false;
+  return OnSignal(signal_name);
+}
 
 bool WorkNodeBase::Initialise(const char* instance_name) {
   if (instance_name == nullptr) return false;
@@ -64,6 +84,9 @@ bool WorkNodeBase::Initialise(const char* instance_name) {
 }
 
 void WorkNodeBase::FireOutput(const char* signal_name) {
+  if (description_ != nullptr && !Has(description_->outputs, signal_name)) {
+    throw std::logic_error(std::string(type_name_) + " fires a signal that it does not declare: " + signal_name);
+  }
   if (handler_ != nullptr) handler_->Signal(this, signal_name);
 }
 
@@ -79,28 +102,41 @@ IFileSystemA& WorkNodeBase::FileSystem() {
   return *file_system;
 }
 
-std::string WorkNodeBase::TextParameter(std::string_view name, std::string_view fallback) const {
-  const ParameterPlaces places = PlacesOf(type_name_, instance_name_, name);
-  const TextHolder value;
-  if (WorkflowDictionary().GetValue(places.in_workflow.c_str(), value.get())) return value.Text();
-  if (configuration_ && configuration_->GetValue(places.in_file.c_str(), value.get())) return value.Text();
-  return std::string(fallback);
+const NodeParameter& WorkNodeBase::Declared(std::string_view name, ParameterType type) const {
+  if (description_ != nullptr) {
+    for (const NodeParameter& parameter : description_->parameters) {
+      if (name == parameter.name && type == parameter.type) return parameter;
+    }
+  }
+  throw std::logic_error(std::string(type_name_) + " reads a parameter that it does not declare: " + std::string(name));
 }
 
-bool WorkNodeBase::BooleanParameter(std::string_view name, bool fallback) const {
-  const ParameterPlaces places = PlacesOf(type_name_, instance_name_, name);
-  bool value = fallback;
-  if (WorkflowDictionary().GetValue(places.in_workflow.c_str(), &value)) return value;
-  if (configuration_ && configuration_->GetValue(places.in_file.c_str(), &value)) return value;
-  return fallback;
+// The value in the first place that has one. One that does not fit is thrown, never passed over.
+Parameters::Entry WorkNodeBase::FindParameter(const NodeParameter& parameter) const {
+  const ParameterPlaces places = PlacesOf(type_name_, instance_name_, parameter.name);
+  const std::string* place = &places.in_workflow;
+  Parameters::Entry entry = Parameters::ReadEntry(WorkflowDictionary(), *place, parameter.type);
+  if (entry.state == Parameters::Entry::State::Missing && configuration_ != nullptr) {
+    place = &places.in_file;
+    entry = Parameters::ReadEntry(*configuration_, *place, parameter.type);
+  }
+  if (entry.state == Parameters::Entry::State::Missing) return FallbackOf(parameter);
+  if (Parameters::Fits(entry, parameter.type)) return entry;
+  throw std::runtime_error("the parameter " + *place + " is " + Parameters::WhatItIs(entry) + "; it takes " +
+                           Parameters::WhatItTakes(parameter.type));
 }
 
-std::int32_t WorkNodeBase::NumberParameter(std::string_view name, std::int32_t fallback) const {
-  const ParameterPlaces places = PlacesOf(type_name_, instance_name_, name);
-  std::int32_t value = fallback;
-  if (WorkflowDictionary().GetValue(places.in_workflow.c_str(), &value)) return value;
-  if (configuration_ && configuration_->GetValue(places.in_file.c_str(), &value)) return value;
-  return fallback;
+std::string WorkNodeBase::TextParameter(std::string_view name) const {
+  return *Parameters::ToText(FindParameter(Declared(name, ParameterType::Text)));
+}
+
+bool WorkNodeBase::BooleanParameter(std::string_view name) const {
+  return *Parameters::ToBoolean(FindParameter(Declared(name, ParameterType::Boolean)));
+}
+
+std::int32_t WorkNodeBase::NumberParameter(std::string_view name) const {
+  const NodeParameter& parameter = Declared(name, ParameterType::Number);
+  return std::clamp(*Parameters::ToNumber(FindParameter(parameter)), parameter.minimum, parameter.maximum);
 }
 
 void WorkNodeBase::TellUser(const std::string& problem) const {

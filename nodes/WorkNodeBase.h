@@ -1,5 +1,5 @@
 // The base class for authors of work nodes: answers everything that a node is asked, finds the workflow's dictionary
-// and file system, reads parameters and fires output signals. A node supplies OnSignal.
+// and file system, reads parameters and fires output signals. A node supplies OnSignal and a description of itself.
 #pragma once
 
 #include <cstdint>
@@ -9,8 +9,10 @@
 
 #include "OrvWorkFlow/IDictionary.h"
 #include "OrvWorkFlow/IFileSystem.h"
+#include "OrvWorkFlow/INodeDescription.h"
 #include "OrvWorkFlow/IWorkNode.h"
 #include "runtime/ObjectProtocol.h"
+#include "runtime/ParameterValue.h"
 
 namespace OrvWorkFlow::Nodes {
 
@@ -20,15 +22,24 @@ namespace OrvWorkFlow::Nodes {
 // - "<instance entry>/Parameters/<name>" in the workflow's dictionary, that is
 //   "/WorkFlowEngine/WorkNodes/<type>/Instances/<instance>/Parameters/<name>";
 // - "/Parameters/<name>" in the dictionary file that the instance's "ConfigFile" names.
-class WorkNodeBase : public ObjectProtocol<WorkNodeBase, IWorkNode> {
+// One that has not the declared type is converted where that loses nothing (a text "no" for a Boolean), and fails the
+// signal otherwise.
+//
+// The node's description is the only list of its signals and parameters: what it does not declare it can neither
+// receive, fire nor read.
+class WorkNodeBase : public ObjectProtocol<WorkNodeBase, IWorkNode>, public INodeDescription {
  public:
+  // "IWorkNode", and "INodeDescription" for a node that has one.
+  void* QueryInterface(const char* interface_name) override;
+  const NodeDescription* Describe() override { return description_; }
+
   // Reads the configuration file, a dictionary; false when it is none.
   bool LoadState(const char* path) override;
   // A node that keeps its state in the workflow's dictionary has nothing of its own to save.
   bool SaveState(const char* /*path*/) override { return true; }
 
   bool GetInstanceName(IOrvPString* name) override;
-  // False for a null signal, else what OnSignal answers.
+  // False for a null signal and one that is not declared, else what OnSignal answers.
   bool Signal(const char* signal_name) override;
   // Nothing is left half done between two signals, so there is nothing to stop.
   bool StopWork() override { return false; }
@@ -38,14 +49,18 @@ class WorkNodeBase : public ObjectProtocol<WorkNodeBase, IWorkNode> {
   bool Initialise(const char* instance_name) override;
 
  protected:
-  // `type_name` is a literal with static storage.
+  // Both have static storage.
+  WorkNodeBase(const char* type_name, const NodeDescription& description)
+      : ObjectProtocol(type_name, "IWorkNode"), type_name_(type_name), description_(&description) {}
+  // A node that says nothing about itself: it gets and fires any signal, and has no parameters.
   explicit WorkNodeBase(const char* type_name) : ObjectProtocol(type_name, "IWorkNode"), type_name_(type_name) {}
   virtual ~WorkNodeBase() = default;
 
-  // An input signal. False means a failure that no output signal tells; the user is shown it. An unknown signal is one.
+  // A declared input signal. False means a failure that no output signal tells; the user is shown it.
   virtual bool OnSignal(std::string_view signal) = 0;
 
-  // Queues an output signal; the receivers get it after this node has returned from its own signal.
+  // Queues an output signal; the receivers get it after this node has returned from its own signal. Throws
+  // std::logic_error for one that is not declared.
   void FireOutput(const char* signal_name);
 
   // The workflow's dictionary and the host's file system; they throw std::runtime_error when the host has none. The
@@ -53,9 +68,11 @@ class WorkNodeBase : public ObjectProtocol<WorkNodeBase, IWorkNode> {
   static IDictionary& WorkflowDictionary();
   static IFileSystemA& FileSystem();
 
-  std::string TextParameter(std::string_view name, std::string_view fallback) const;
-  bool BooleanParameter(std::string_view name, bool fallback) const;
-  std::int32_t NumberParameter(std::string_view name, std::int32_t fallback) const;
+  // A declared parameter, or its fallback where the workflow does not say. Throw std::runtime_error, with the entry and
+  // what it takes, for a value that does not fit, and std::logic_error for a parameter that is not declared so.
+  std::string TextParameter(std::string_view name) const;
+  bool BooleanParameter(std::string_view name) const;
+  std::int32_t NumberParameter(std::string_view name) const;
 
   const std::string& InstanceName() const { return instance_name_; }
 
@@ -72,7 +89,11 @@ class WorkNodeBase : public ObjectProtocol<WorkNodeBase, IWorkNode> {
  private:
   friend class ObjectProtocol<WorkNodeBase, IWorkNode>;
 
+  const NodeParameter& Declared(std::string_view name, ParameterType type) const;
+  Parameters::Entry FindParameter(const NodeParameter& parameter) const;
+
   const char* type_name_;
+  const NodeDescription* description_ = nullptr;
   std::string instance_name_;
   DictionaryPointer configuration_;  // Null when the instance names no file.
   IOutgoingSignalHandler* handler_ = nullptr;

@@ -22,6 +22,12 @@ void AddMissing(IDictionary& flow, const char* parent, IsPresent&& is_present, I
 
 }  // namespace
 
+constinit const NodeDescription ComponentFinder::kDescription = {
+    .sentence = "Tells the engine which components of an absorbed workflow are new; it gets no signals",
+    .state_in_dictionary = true,
+    .acts_outside = false,
+};
+
 void* ComponentFinder::QueryInterface(const char* interface_name) {
   const bool is_finder = interface_name != nullptr && std::string_view(interface_name) == "IComponentFinder";
   return is_finder ? static_cast<IComponentFinder*>(this) : WorkNodeBase::QueryInterface(interface_name);

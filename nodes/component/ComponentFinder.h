@@ -10,7 +10,8 @@ namespace OrvWorkFlow::Nodes {
 class ComponentFinder final : public WorkNodeBase, public IComponentFinder {
  public:
   static constexpr char kTypeName[] = "FindNewComponentsFromAbsorbedFlow";
-  ComponentFinder() : WorkNodeBase(kTypeName) {}
+  static const NodeDescription kDescription;
+  ComponentFinder() : WorkNodeBase(kTypeName, kDescription) {}
 
   // Also "IComponentFinder".
   void* QueryInterface(const char* interface_name) override;

@@ -8,12 +8,36 @@
 
 namespace OrvWorkFlow::Nodes {
 
-bool AbsorbWorkflow::OnSignal(std::string_view signal) {
-  if (signal != "absorb") return false;
+namespace {
+
+constexpr NodeInput kInputs[] = {
+    {"absorb", "takes it in"},
+};
+constexpr NodeOutput kOutputs[] = {
+    {"absorbed", false, "behind the start signal of the absorbed workflow"},
+    {"failed", false, "the user was told why"},
+};
+constexpr NodeParameter kParameters[] = {
+    TextParameterRow("File", "", "the other workflow's file"),
+    BooleanParameterRow("Start", true, "whether its start signal is queued"),
+};
+
+}  // namespace
+
+constinit const NodeDescription AbsorbWorkflow::kDescription = {
+    .sentence = "Takes another workflow into the running one",
+    .inputs = kInputs,
+    .outputs = kOutputs,
+    .parameters = kParameters,
+    .state_in_dictionary = true,
+    .acts_outside = false,
+};
+
+bool AbsorbWorkflow::OnSignal(std::string_view /*signal*/) {
   auto* engine = FindGlobal<IWorkFlowEngine>("WorkFlowEngine", "IWorkFlowEngine");
   if (engine == nullptr) throw std::runtime_error("the host has no global workflow engine");
-  const std::string file = TextParameter("File", "");
-  if (engine->AbsorbFlow(file.c_str(), BooleanParameter("Start", true))) {
+  const std::string file = TextParameter("File");
+  if (engine->AbsorbFlow(file.c_str(), BooleanParameter("Start"))) {
     FireOutput("absorbed");
   } else {
     TellUser("cannot absorb \"" + file +

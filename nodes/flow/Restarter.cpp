@@ -5,6 +5,27 @@
 
 namespace OrvWorkFlow::Nodes {
 
+namespace {
+
+constexpr NodeInput kInputs[] = {
+    {"restart", "asks for it"},
+    {"restarted", "its reboot signal: the workflow goes on"},
+};
+constexpr NodeOutput kOutputs[] = {
+    {"restarted", false, "the workflow goes on"},
+    {"refused", false, "the host cannot save the workflow; nothing has happened"},
+};
+
+}  // namespace
+
+constinit const NodeDescription Restarter::kDescription = {
+    .sentence = "Asks the host to save the workflow and end, and goes on in the next run",
+    .inputs = kInputs,
+    .outputs = kOutputs,
+    .state_in_dictionary = true,
+    .acts_outside = true,
+};
+
 bool Restarter::OnSignal(std::string_view signal) {
   if (signal == "restarted") {
     asked_ = false;

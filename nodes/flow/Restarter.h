@@ -1,10 +1,5 @@
 // Asks the host to save the workflow and end, for example because the machine has to be restarted, and goes on in the
 // run after that.
-//
-//   in   "restart"    asks for it
-//        "restarted"  its reboot signal: the workflow goes on
-//   out  "restarted"  goes on
-//        "refused"    the host cannot save the workflow; nothing has happened
 #pragma once
 
 #include <atomic>
@@ -16,7 +11,8 @@ namespace OrvWorkFlow::Nodes {
 class Restarter final : public WorkNodeBase {
  public:
   static constexpr char kTypeName[] = "Restarter";
-  Restarter() : WorkNodeBase(kTypeName) {}
+  static const NodeDescription kDescription;
+  Restarter() : WorkNodeBase(kTypeName, kDescription) {}
 
   // True from the request to the restart.
   bool StopWork() override { return asked_; }

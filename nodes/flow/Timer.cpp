@@ -8,16 +8,38 @@ namespace OrvWorkFlow::Nodes {
 
 namespace {
 
+constexpr NodeInput kInputs[] = {
+    {"start", "begins; a timer that runs already begins anew"},
+    {"resume", "goes on after a stop: the time that had passed before it counts"},
+};
+constexpr NodeOutput kOutputs[] = {
+    {"tick", false, "the time is over"},
+    {"finished", false, "right after the last tick"},
+};
+constexpr NodeParameter kParameters[] = {
+    NumberParameterRow("Milliseconds", "1000", 0, "the time of each tick"),
+    NumberParameterRow("Times", "1", 0, "how many ticks"),
+};
+
 constexpr char kTicksLeft[] = "/TicksLeft";
 constexpr char kRemaining[] = "/Remaining";
 
 }  // namespace
 
+constinit const NodeDescription Timer::kDescription = {
+    .sentence = "Fires a signal after a time, once or several times",
+    .inputs = kInputs,
+    .outputs = kOutputs,
+    .parameters = kParameters,
+    .state_in_dictionary = true,
+    .acts_outside = false,
+};
+
 bool Timer::OnSignal(std::string_view signal) {
   if (signal == "start") {
     StopWork();
-    Write(kTicksLeft, NumberParameter("Times", 1));
-    Write(kRemaining, NumberParameter("Milliseconds", 1000));
+    Write(kTicksLeft, NumberParameter("Times"));
+    Write(kRemaining, NumberParameter("Milliseconds"));
   } else if (signal != "resume") {
     return false;
   }
@@ -36,7 +58,7 @@ WorkerNode::Outcome Timer::Work() {
       return Outcome::Stopped;
     }
     Write(kTicksLeft, Read(kTicksLeft) - 1);
-    Write(kRemaining, NumberParameter("Milliseconds", 1000));
+    Write(kRemaining, NumberParameter("Milliseconds"));
     FireOutput("tick");
   }
   FireOutput("finished");

@@ -6,6 +6,7 @@
 #include "nodes/FileCopier.h"
 #include "nodes/FolderCollector.h"
 #include "nodes/ReportWriter.h"
+#include "runtime/MarshalledHolder.h"
 #include "tests/fakes/MessageBoxRecorder.h"
 #include "tests/nodes/NodeFixture.h"
 
@@ -165,10 +166,10 @@ TEST_F(BackupNodesTest, ACopyOrASourceThatWentAwayFailsTheVerification) {
   Make<FileCopier>()->Signal("next");
   std::filesystem::remove(directory_.path() / "target" / "a.txt");
   EXPECT_TRUE(Make<ChecksumVerifier>()->Signal("verify"));
-  EXPECT_EQ(Job().ReadFile(0).problem, "the copy cannot be read");
+  EXPECT_EQ(Job().ReadFile(0).problem, "cannot read " + directory_.file("target") + "/a.txt: no such file");
   std::filesystem::remove(directory_.path() / "source" / "a.txt");
   EXPECT_TRUE(Make<ChecksumVerifier>()->Signal("verify"));
-  EXPECT_EQ(Job().ReadFile(0).problem, "the source cannot be read");
+  EXPECT_EQ(Job().ReadFile(0).problem, "cannot read " + directory_.file("source") + "/a.txt: no such file");
   EXPECT_EQ(TakeFired(), (Signals{"copied", "failed", "failed"}));
 }
 
@@ -214,6 +215,30 @@ TEST_F(BackupNodesTest, ReportsEveryFileAndCounts) {
             "failed    --------  b.txt: a folder is in the way\n"
             "collected --------  c.txt\n"
             "3 files: 1 copied and verified, 1 failed\n");
+}
+
+TEST_F(BackupNodesTest, TheOutcomeSaysWhetherAllWasDone) {
+  BackupJob job = Job();
+  const auto outcome = [&] {
+    return TextFrom([&](IOrvPString* t) { return dictionary_->GetValue("/Orvflow/Outcome", t); });
+  };
+  const auto end_with = [&](const char* state, const char* problem) {
+    job.RemoveFiles();
+    job.AddFile("a.txt");
+    job.SetState(0, state);
+    if (*problem != 0) job.SetProblem(0, problem);
+    EXPECT_TRUE(Make<ReportWriter>()->Signal("write"));
+  };
+  end_with(BackupJob::kVerified, "");
+  EXPECT_EQ(outcome(), "done: 1 of 1 files copied and verified");
+  end_with(BackupJob::kFailed, "it rained");
+  const std::string failed = "1 of 1 files failed (a.txt: it rained); " + directory_.file("report.txt") + " lists them";
+  EXPECT_EQ(outcome(), failed);
+  end_with(BackupJob::kVerified, "");
+  EXPECT_EQ(outcome(), failed) << "what an earlier job did not do stays said";
+  end_with(BackupJob::kCollected, "");
+  EXPECT_EQ(outcome(),
+            failed + "; 0 of 1 files failed, 1 were not copied; " + directory_.file("report.txt") + " lists them");
 }
 
 TEST_F(BackupNodesTest, AReportThatCannotBeWrittenIsToldToTheUser) {

@@ -9,12 +9,23 @@
 namespace OrvWorkFlow::Nodes {
 namespace {
 
+constexpr NodeInput kInputs[] = {{"known", "is answered with true"}, {"refused", "is answered with false"}};
+constexpr NodeOutput kOutputs[] = {{"done", true, "it is done"}};
+constexpr NodeParameter kParameters[] = {
+    TextParameterRow("Color", "none", "the color"),
+    BooleanParameterRow("Fast", true, "whether it is fast"),
+    NumberParameterRow("Count", "7", 1, "how many", 100),
+};
+constexpr NodeDescription kDescription = {
+    .sentence = "Shows what a node inherits", .inputs = kInputs, .outputs = kOutputs, .parameters = kParameters};
+
 // Makes what a node inherits visible.
 class ProbeNode final : public WorkNodeBase {
  public:
-  ProbeNode() : WorkNodeBase("Probe") {}
+  ProbeNode() : WorkNodeBase("Probe", kDescription) {}
   using WorkNodeBase::BooleanParameter;
   using WorkNodeBase::FireOutput;
+  using WorkNodeBase::NumberParameter;
   using WorkNodeBase::TellUser;
   using WorkNodeBase::TextParameter;
 
@@ -63,10 +74,78 @@ TEST_F(WorkNodeBaseTest, RefusesToBeWithoutAName) { EXPECT_FALSE(node_->Initiali
 
 TEST_F(WorkNodeBaseTest, PassesSignalsOnAndTheirAnswerBack) {
   EXPECT_TRUE(node_->Signal("known"));
-  EXPECT_FALSE(node_->Signal("unknown"));
+  EXPECT_FALSE(node_->Signal("refused"));
+  EXPECT_FALSE(node_->Signal("undeclared")) << "the node never sees it";
   EXPECT_FALSE(node_->Signal(nullptr));
-  EXPECT_EQ(probe_->signals, (Signals{"known", "unknown"}));
+  EXPECT_EQ(probe_->signals, (Signals{"known", "refused"}));
 }
+
+TEST_F(WorkNodeBaseTest, DescribesItself) {
+  auto* const description = static_cast<INodeDescription*>(node_->QueryInterface("INodeDescription"));
+  ASSERT_NE(description, nullptr);
+  EXPECT_EQ(description->Describe(), &kDescription);
+  EXPECT_STREQ(description->Describe()->parameters.first[2].fallback, "7");
+}
+
+TEST_F(WorkNodeBaseTest, WhatIsNotDeclaredCanNeitherBeReadNorFired) {
+  EXPECT_THROW(probe_->TextParameter("Colour"), std::logic_error);
+  EXPECT_THROW(probe_->TextParameter("Fast"), std::logic_error) << "it is declared as a Boolean";
+  EXPECT_THROW(probe_->FireOutput("finished"), std::logic_error);
+  EXPECT_EQ(TakeFired(), Signals{});
+}
+
+// A value as the dictionary file has it, and what the node reads; "!" where it must refuse.
+struct Conversion {
+  const char* parameter;
+  const char* element;
+  const char* read;
+};
+
+class ParameterConversionTest : public WorkNodeBaseTest, public ::testing::WithParamInterface<Conversion> {
+ protected:
+  std::string ReadParameter(const std::string& name) const {
+    try {
+      if (name == "Fast") return probe_->BooleanParameter(name) ? "yes" : "no";
+      return name == "Count" ? std::to_string(probe_->NumberParameter(name)) : probe_->TextParameter(name);
+    } catch (const std::runtime_error& error) {
+      message_ = error.what();
+      return "!";
+    }
+  }
+  mutable std::string message_;
+};
+
+TEST_P(ParameterConversionTest, LosesNothingOrIsRefused) {
+  const auto [parameter, element, read] = GetParam();
+  const std::string attributes(element);
+  ASSERT_TRUE(
+      node_->LoadState(WriteConfiguration("<" + std::string(parameter) + attributes + "</" + parameter + ">").c_str()));
+  EXPECT_EQ(ReadParameter(parameter), read) << attributes;
+  const std::string begin = "the parameter /Parameters/" + std::string(parameter) + " is ";
+  EXPECT_EQ(message_.substr(0, begin.size()), std::string(read) == "!" ? begin : "") << message_;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Parameters, ParameterConversionTest,
+    ::testing::Values(
+        Conversion{"Fast", " __type=\"Bool\">0", "no"}, Conversion{"Fast", " __type=\"Bool\">1", "yes"},
+        Conversion{"Fast", " __type=\"str\">no", "no"}, Conversion{"Fast", " __type=\"str\">yes", "yes"},
+        Conversion{"Fast", " __type=\"str\">False", "no"}, Conversion{"Fast", " __type=\"str\">TRUE", "yes"},
+        Conversion{"Fast", " __type=\"str\">0", "no"}, Conversion{"Fast", " __type=\"UStr\">no", "no"},
+        Conversion{"Fast", " __type=\"int\">0", "no"}, Conversion{"Fast", " __type=\"int\">1", "yes"},
+        Conversion{"Fast", " __type=\"dbl\">0.000000", "no"}, Conversion{"Fast", ">0", "yes"},
+        Conversion{"Fast", " __type=\"int\">2", "!"}, Conversion{"Fast", " __type=\"str\">", "!"},
+        Conversion{"Fast", " __type=\"str\">nope", "!"}, Conversion{"Fast", " __type=\"str\"> no", "!"},
+        Conversion{"Fast", " __type=\"bool\">0", "!"}, Conversion{"Fast", " __type=\"dbl\">0.500000", "!"},
+        Conversion{"Count", " __type=\"int\">12", "12"}, Conversion{"Count", " __type=\"str\">12", "12"},
+        Conversion{"Count", " __type=\"dbl\">12.000000", "12"}, Conversion{"Count", " __type=\"int\">0", "1"},
+        Conversion{"Count", " __type=\"int\">1000", "100"}, Conversion{"Count", " __type=\"str\">1e1", "!"},
+        Conversion{"Count", " __type=\"str\">12 ", "!"}, Conversion{"Count", " __type=\"str\">0x1", "!"},
+        Conversion{"Count", " __type=\"str\">4294967296", "!"}, Conversion{"Count", " __type=\"dbl\">1.500000", "!"},
+        Conversion{"Count", " __type=\"Bool\">1", "!"}, Conversion{"Color", " __type=\"str\">red", "red"},
+        Conversion{"Color", " __type=\"UStr\">red", "red"}, Conversion{"Color", " __type=\"UStr\">r\u00f6t", "!"},
+        Conversion{"Color", " __type=\"int\">-3", "-3"}, Conversion{"Color", " __type=\"Bool\">1", "!"},
+        Conversion{"Color", " __type=\"dbl\">1.000000", "!"}, Conversion{"Color", ">", "none"}));
 
 TEST_F(WorkNodeBaseTest, FiresThroughItsHandlerAndNowhereWithoutOne) {
   probe_->FireOutput("done");
@@ -85,21 +164,21 @@ TEST_F(WorkNodeBaseTest, HasNothingToStopAndNothingToSave) {
 }
 
 TEST_F(WorkNodeBaseTest, ParametersOfTheInstanceWinOverTheFileAndTheFileOverTheDefault) {
-  EXPECT_EQ(probe_->TextParameter("Color", "none"), "none");
-  EXPECT_TRUE(probe_->BooleanParameter("Fast", true));
+  EXPECT_EQ(probe_->TextParameter("Color"), "none");
+  EXPECT_TRUE(probe_->BooleanParameter("Fast"));
   const std::string file = WriteConfiguration("<Color __type=\"str\">red</Color><Fast __type=\"Bool\">0</Fast>");
   ASSERT_TRUE(node_->LoadState(file.c_str()));
-  EXPECT_EQ(probe_->TextParameter("Color", "none"), "red");
-  EXPECT_FALSE(probe_->BooleanParameter("Fast", true));
+  EXPECT_EQ(probe_->TextParameter("Color"), "red");
+  EXPECT_FALSE(probe_->BooleanParameter("Fast"));
   SetText("/WorkFlowEngine/WorkNodes/Probe/Instances/First/Parameters/Color", "blue");
   ASSERT_TRUE(dictionary_->SetValue("/WorkFlowEngine/WorkNodes/Probe/Instances/First/Parameters/Fast", true));
-  EXPECT_EQ(probe_->TextParameter("Color", "none"), "blue");
-  EXPECT_TRUE(probe_->BooleanParameter("Fast", false));
+  EXPECT_EQ(probe_->TextParameter("Color"), "blue");
+  EXPECT_TRUE(probe_->BooleanParameter("Fast"));
 }
 
 TEST_F(WorkNodeBaseTest, ParametersOfAnotherInstanceAreNotItsOwn) {
   SetText("/WorkFlowEngine/WorkNodes/Probe/Instances/Second/Parameters/Color", "blue");
-  EXPECT_EQ(probe_->TextParameter("Color", "none"), "none");
+  EXPECT_EQ(probe_->TextParameter("Color"), "none");
 }
 
 TEST_F(WorkNodeBaseTest, FindsABareConfigurationFileInItsContentDirectories) {
@@ -107,7 +186,7 @@ TEST_F(WorkNodeBaseTest, FindsABareConfigurationFileInItsContentDirectories) {
   EXPECT_FALSE(node_->LoadState("node.xml"));
   node_->AddContentDirectory(directory_.path().string().c_str());
   ASSERT_TRUE(node_->LoadState("node.xml"));
-  EXPECT_EQ(probe_->TextParameter("Color", "none"), "red");
+  EXPECT_EQ(probe_->TextParameter("Color"), "red");
 }
 
 TEST_F(WorkNodeBaseTest, AConfigurationThatCannotBeReadLeavesTheOneBefore) {
@@ -116,7 +195,7 @@ TEST_F(WorkNodeBaseTest, AConfigurationThatCannotBeReadLeavesTheOneBefore) {
   EXPECT_FALSE(node_->LoadState(directory_.file("missing.xml").c_str()));
   EXPECT_FALSE(node_->LoadState(nullptr));
   EXPECT_FALSE(node_->LoadState(""));
-  EXPECT_EQ(probe_->TextParameter("Color", "none"), "red");
+  EXPECT_EQ(probe_->TextParameter("Color"), "red");
 }
 
 TEST_F(WorkNodeBaseTest, TellsTheUserUnderItsName) {
@@ -129,7 +208,7 @@ TEST_F(WorkNodeBaseTest, TellsTheUserUnderItsName) {
 
 TEST_F(WorkNodeBaseTest, ThrowsWithoutTheWorkflowsDictionary) {
   WorkFlowFactory::ReleaseGlobalObjects();
-  EXPECT_THROW(probe_->TextParameter("Color", "none"), std::runtime_error);
+  EXPECT_THROW(probe_->TextParameter("Color"), std::runtime_error);
 }
 
 }  // namespace
