@@ -1,18 +1,17 @@
 #include "orvflow/FlowCheck.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "OrvWorkFlow/WorkFlowFactory.h"
 #include "OrvWorkFlow/WorkflowSchema.h"
-#include "orvflow/DictionaryReading.h"
+#include "flow/Check.h"
 #include "orvflow/HostFiles.h"
-#include "orvflow/Suggestion.h"
 #include "orvflow/Terminal.h"
-#include "runtime/MarshalledHolder.h"
 
 namespace OrvWorkFlow::Program {
 
 namespace {
-
-std::string LibraryEntry(const std::string& entry) { return entry + WorkflowSchema::kWin32Binary; }
 
 // As the mediator loads a library: by its name as it stands, then from the plug-in directories. The reason is that of
 // the first attempt.
@@ -22,38 +21,32 @@ bool LoadLibrary(const std::string& library, std::string& reason) {
   return WorkFlowFactory::LoadSharedLibrary((WorkflowSchema::kPluginPrefix + library).c_str());
 }
 
-void CheckLibrary(const std::string& shown_name, const std::string& entry, const std::string& library) {
-  std::string reason;
-  if (LoadLibrary(library, reason)) return;
-  throw FileError(ExitCode::PluginBroken, shown_name, LibraryEntry(entry),
-                  reason + "; put the library there, or name its folder with --plugin-path");
+constexpr std::size_t kMostLines = 100;
+
+std::string TextOf(const Flow::Finding& finding) {
+  const std::string begin = finding.severity == Flow::Severity::Warning ? "warning: " : "";
+  return begin + finding.what + (finding.remedy.empty() ? "" : "; " + finding.remedy);
 }
 
-void CheckNodeType(IDictionary& dictionary, const std::string& shown_name, const std::string& type_name) {
-  const std::string entry = std::string(WorkflowSchema::kWorkNodes) + "/" + type_name;
-  if (NamesBelow(dictionary, entry + WorkflowSchema::kInstances).empty()) return;
-  const std::string library = TextAt(dictionary, LibraryEntry(entry));
-  if (library.empty()) {
-    throw FileError(ExitCode::PluginBroken, shown_name, LibraryEntry(entry),
-                    "no library is named; set it to the plug-in that holds " + type_name);
+ExitCode CodeOf(const Flow::Findings& errors) {
+  const bool is_plugin = std::any_of(errors.begin(), errors.end(),
+                                     [](const Flow::Finding& error) { return error.area == Flow::Area::Plugins; });
+  return is_plugin ? ExitCode::PluginBroken : ExitCode::DictionaryDamaged;
+}
+
+Flow::Findings Of(const Flow::Findings& findings, Flow::Severity severity) {
+  Flow::Findings some;
+  std::copy_if(findings.begin(), findings.end(), std::back_inserter(some),
+               [&](const Flow::Finding& finding) { return finding.severity == severity; });
+  return some;
+}
+
+void PrintFindings(const Flow::Findings& findings, const std::string& shown_name) {
+  for (std::size_t i = 0; i < std::min(findings.size(), kMostLines); ++i) {
+    PrintErrorLine(FileError(ExitCode::Failed, shown_name, findings[i].path, TextOf(findings[i])).what());
   }
-  CheckLibrary(shown_name, entry, library);
-  if (WorkFlowFactory::IsWorkNodePresent(type_name.c_str())) return;
-  const TextListHolder known;
-  WorkFlowFactory::GetObjectTypeNames(known.get());
-  throw FileError(ExitCode::PluginBroken, shown_name, entry,
-                  library + " has no node type " + type_name + Suggest(type_name, known.Texts()) +
-                      " (orvflow inspect lists what it has)");
-}
-
-void CheckUtilityObjects(IDictionary& dictionary, const std::string& shown_name, const char* parent, bool global) {
-  for (const std::string& name : NamesBelow(dictionary, parent)) {
-    const std::string entry = std::string(parent) + "/" + name;
-    const std::string library = TextAt(dictionary, LibraryEntry(entry));
-    if (!library.empty()) CheckLibrary(shown_name, entry, library);
-    if (!global || WorkFlowFactory::IsObjectPresent(name.c_str())) continue;
-    throw FileError(ExitCode::PluginBroken, shown_name, entry,
-                    "no library holds this utility object; name one in Binaries/win32_bin");
+  if (findings.size() > kMostLines) {
+    PrintErrorLine(shown_name + ": and " + std::to_string(findings.size() - kMostLines) + " more of these");
   }
 }
 
@@ -78,26 +71,19 @@ void ReadFlow(IDictionary& dictionary, const std::string& file, const std::strin
   }
 }
 
-void CheckWorkflow(IDictionary& dictionary, const std::string& shown_name) {
-  if (NamesBelow(dictionary, WorkflowSchema::kWorkNodes).empty()) {
-    throw FileError(ExitCode::DictionaryDamaged, shown_name, WorkflowSchema::kWorkNodes,
-                    "a dictionary, but no workflow: it has no work nodes");
-  }
-  const std::string start = WorkflowSchema::kStartSignal;
-  if (TextAt(dictionary, start + WorkflowSchema::kReceiverTypeName).empty() &&
-      NamesBelow(dictionary, WorkflowSchema::kSignalQueue).empty() &&
-      NamesBelow(dictionary, WorkflowSchema::kRebootSignals).empty()) {
-    throw FileError(ExitCode::DictionaryDamaged, shown_name, start,
-                    "no signal to begin with; set ReceiverTypeName, ReceiverInstanceName and IncomingSignalName");
-  }
-}
-
-void CheckPlugins(IDictionary& dictionary, const std::string& shown_name) {
-  CheckUtilityObjects(dictionary, shown_name, WorkflowSchema::kGlobalUtilityObjects, true);
-  CheckUtilityObjects(dictionary, shown_name, WorkflowSchema::kLocalUtilityObjects, false);
-  for (const std::string& type_name : NamesBelow(dictionary, WorkflowSchema::kWorkNodes)) {
-    CheckNodeType(dictionary, shown_name, type_name);
-  }
+void CheckFlow(IDictionary& dictionary, const std::string& shown_name, const FlowUse& use) {
+  Flow::CheckOptions options;
+  options.load_library = LoadLibrary;
+  options.takes_in_others = use.takes_in_others;
+  options.is_guest = use.is_guest;
+  options.is_continued = use.is_continued;
+  const Flow::Findings findings = Flow::Check(dictionary, options);
+  PrintFindings(Of(findings, Flow::Severity::Warning), shown_name);
+  const Flow::Findings errors = Of(findings, Flow::Severity::Error);
+  if (errors.empty()) return;
+  if (errors.size() == 1) throw FileError(CodeOf(errors), shown_name, errors[0].path, TextOf(errors[0]));
+  PrintFindings(errors, shown_name);
+  throw FileError(CodeOf(errors), shown_name, "", "not started: " + std::to_string(errors.size()) + " errors");
 }
 
 }  // namespace OrvWorkFlow::Program

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
 #include "OrvWorkFlow/IDictionary.h"
 
@@ -12,12 +11,16 @@ namespace OrvWorkFlow::Program {
 // missing, a folder, unreadable, or no dictionary. `shown_name` is how messages call the file.
 void ReadFlow(IDictionary& dictionary, const std::string& file, const std::string& shown_name);
 
-// Throws ProgramError when the dictionary holds no workflow that could do anything: no work nodes, or no signal to
-// begin with.
-void CheckWorkflow(IDictionary& dictionary, const std::string& shown_name);
+// What is known about the run for which a workflow is looked at.
+struct FlowUse {
+  bool takes_in_others = false;  // other workflows join it before it starts
+  bool is_guest = false;         // it joins another workflow
+  bool is_continued = false;     // the dictionary is that of a saved state
+};
 
-// Loads the plug-in libraries of all work-node types that have instances, and of the utility objects. Throws
-// ProgramError when one cannot be loaded or lacks its type.
-void CheckPlugins(IDictionary& dictionary, const std::string& shown_name);
+// Looks for all that can be known to be wrong (flow/Check.h), and loads the plug-in libraries. Prints each warning as a
+// line. Throws ProgramError when there are errors: with the error itself when it is the only one, else it prints them
+// and counts. `shown_name` is how messages call the file.
+void CheckFlow(IDictionary& dictionary, const std::string& shown_name, const FlowUse& use);
 
 }  // namespace OrvWorkFlow::Program

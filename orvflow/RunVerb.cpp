@@ -13,6 +13,7 @@
 #include "orvflow/FlowCheck.h"
 #include "orvflow/HostFiles.h"
 #include "orvflow/KeyFile.h"
+#include "orvflow/Outcome.h"
 #include "orvflow/Setting.h"
 #include "orvflow/StateFile.h"
 #include "orvflow/StopRequest.h"
@@ -213,8 +214,7 @@ RunVerb::Plan RunVerb::MakePlan(const WorkflowHost& host, const StateFile& state
   if (plan.continued) PlanContinuation(plan, *dictionary, state);
   const std::string& source = plan.continued ? state.shown_name() : flow_;
   for (const Setting& setting : plan.settings) ApplySetting(*dictionary, setting, source);
-  if (!plan.continued) CheckWorkflow(*dictionary, flow_);
-  CheckPlugins(*dictionary, source);
+  CheckFlow(*dictionary, source, {.takes_in_others = !absorbs_.empty(), .is_continued = plan.continued});
   PlanAbsorbs(plan, host, *dictionary);
   if (plan.name.empty()) plan.name = flow_;
   if (!state.CanBeWritten() && (!checkpoint_.empty() || !state_file_.empty() || plan.continued)) {
@@ -254,7 +254,7 @@ void RunVerb::PlanAbsorbs(Plan& plan, const WorkflowHost& host, IDictionary& dic
       throw FileError(ExitCode::DictionaryDamaged, shown_name, WorkflowSchema::kWorkFlowName,
                       "only a workflow with a name can be absorbed; give it one");
     }
-    CheckPlugins(*flow, shown_name);
+    CheckFlow(*flow, shown_name, {.is_guest = true});
     if (std::find(known.begin(), known.end(), name) == known.end()) plan.absorbs.push_back(file);
   }
 }
@@ -304,8 +304,11 @@ ExitCode RunVerb::Report(const WorkflowHost::Result& result, const WorkflowHost&
                          unsigned failures) const {
   const std::string backlog = Describe(result.backlog);
   switch (result.end) {
-    case WorkflowHost::End::Idle:
-      return ReportFinished(state, failures);
+    case WorkflowHost::End::Idle: {
+      const bool is_done = ReportOutcome(host.dictionary(), flow_);
+      const ExitCode code = ReportFinished(state, failures);
+      return is_done || code != ExitCode::Done ? code : ExitCode::Failed;
+    }
     case WorkflowHost::End::Stopped:
     case WorkflowHost::End::Restart:
       return ReportStopped(result, host.dictionary(), state);

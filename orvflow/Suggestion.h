@@ -1,14 +1,11 @@
-// "Did you mean": the known name that is closest to a misspelt one.
+// "Did you mean": the program asks what the checks of a workflow ask.
 #pragma once
 
-#include <string>
-#include <string_view>
-#include <vector>
+#include "flow/Suggestion.h"
 
 namespace OrvWorkFlow::Program {
 
-// "; did you mean NAME?" for the closest of the known names, or "" when none is close: at most a third of the letters,
-// and not more than three, may differ. Of equally close names the first.
-std::string Suggest(std::string_view wrong, const std::vector<std::string>& known);
+using Flow::EditDistance;
+using Flow::Suggest;
 
 }  // namespace OrvWorkFlow::Program

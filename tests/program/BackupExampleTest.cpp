@@ -69,7 +69,10 @@ TEST_F(BackupExampleTest, RunsAgainOverItsOwnResult) {
 TEST_F(BackupExampleTest, AFileThatFailsTakesItsRouteAndTheOthersAreCopied) {
   std::filesystem::create_directories(CopyOf("numbers"));
   const ProcessResult result = RunBackup({"--trace=/workflow/signalmediator/Signal"});
-  EXPECT_EQ(result.exit_code, 0);
+  EXPECT_EQ(result.exit_code, 1);
+  EXPECT_NE(result.error.find("orvflow: " + flow_ + ": /Orvflow/Outcome: 1 of 4 files failed (numbers: "),
+            std::string::npos)
+      << result.error;
   EXPECT_NE(result.error.find("<FileCopier, Copier> fired output signal 'failed'"), std::string::npos);
   EXPECT_NE(result.error.find("Firing input signal 'record' on <FailureCollector, Failures>"), std::string::npos);
   EXPECT_NE(result.output.find(" 5 nodes made, 0 failures"), std::string::npos) << result.output;
@@ -84,9 +87,33 @@ TEST_F(BackupExampleTest, ParametersOfANodeCanBeSet) {
   EXPECT_EQ(RunBackup().exit_code, 0);
   const ProcessResult result =
       RunBackup({"--set", "/WorkFlowEngine/WorkNodes/FileCopier/Instances/Copier/Parameters/Overwrite=false"});
-  EXPECT_EQ(result.exit_code, 0);
+  EXPECT_EQ(result.exit_code, 1);
   EXPECT_NE(Report().find("\nfailed    --------  a.txt: the copy is already there\n"), std::string::npos) << Report();
   EXPECT_NE(Report().find("\n4 files: 0 copied and verified, 4 failed\n"), std::string::npos) << Report();
+}
+
+// "no" once meant yes, and the copies were replaced.
+TEST_F(BackupExampleTest, AParameterOfAnotherTypeCountsOrIsRefused) {
+  EXPECT_EQ(RunBackup().exit_code, 0);
+  const std::string text = ReadFile(flow_);
+  const std::string parameter = "<Overwrite __type=\"Bool\">1<";
+  const auto change = [&](const std::string& to) {
+    std::string changed = text;
+    WriteFile(flow_, changed.replace(changed.find(parameter), parameter.size(), to));
+  };
+  for (const char* no : {"<Overwrite __type=\"str\">no<", "<Overwrite __type=\"int\">0<"}) {
+    change(no);
+    WriteFile(CopyOf("a.txt"), "mine");
+    EXPECT_EQ(RunBackup().exit_code, 1) << no;
+    EXPECT_EQ(ReadFile(CopyOf("a.txt")), "mine") << no;
+  }
+  change("<Overwrite __type=\"str\">nope<");
+  const ProcessResult result = RunBackup();
+  EXPECT_EQ(result.exit_code, 5);
+  EXPECT_EQ(result.error, "orvflow: " + flow_ +
+                              ": /WorkFlowEngine/WorkNodes/FileCopier/Instances/Copier/Parameters/Overwrite: is "
+                              "\"nope\"; it takes yes or no (__type=\"Bool\" with 1 or 0)\n");
+  EXPECT_EQ(ReadFile(CopyOf("a.txt")), "mine");
 }
 
 TEST_F(BackupExampleTest, AMissingSourceFolderFailsTheRun) {

@@ -154,6 +154,42 @@ TEST_F(BadFlowTest, ATypeWithoutALibrary) {
                 "that holds EchoNode");
 }
 
+TEST_F(BadFlowTest, AllMistakesAreToldAndCounted) {
+  const std::string file = ChangedExample(">ReportWriter,Report,write<", ">ReportWriter,Report<");
+  std::string text = ReadFile(file);
+  text.replace(text.find("FileCopier,Copier,next"), 22, "FileCopier,Copyer,next");
+  WriteFile(file, text);
+  const ProcessResult result = Run({"run", file});
+  EXPECT_EQ(result.exit_code, 5);
+  EXPECT_EQ(result.output, "");
+  const std::string nodes = "orvflow: " + file + ": /WorkFlowEngine/WorkNodes/";
+  EXPECT_EQ(result.error,
+            nodes +
+                "FolderCollector/Instances/Source/maps/collected/map0: FileCopier has no instance "
+                "\"Copyer\"; did you mean Copier?\n" +
+                nodes +
+                "FileCopier/Instances/Copier/maps/finished/map0: \"ReportWriter,Report\" does not split in "
+                "three; write \"type,instance,signal\"\n" +
+                "orvflow: " + file + ": not started: 2 errors\n");
+}
+
+TEST_F(BadFlowTest, AWarningIsToldAndTheWorkflowRuns) {
+  const std::string file = ChangedExample("<Job __type=\"str\">Backup</Job>",
+                                          "<Job __type=\"str\">Backup</Job><Color __type=\"str\">red</Color>");
+  std::string text = ReadFile(file);
+  text.replace(text.find("<Color"), std::string("<Color __type=\"str\">red</Color>").size(), "");
+  WriteFile(file, text);
+  std::filesystem::create_directories(directory_.path() / "source");
+  const ProcessResult result = Run({"run", file, "--set", "/Jobs/Backup/SourceFolder=" + File("source")});
+  EXPECT_EQ(result.exit_code, 0);
+  EXPECT_EQ(std::count(result.error.begin(), result.error.end(), '\n'), 4) << result.error;
+  EXPECT_NE(
+      result.error.find("/FileCopier/Instances/Copier/Parameters/Color: warning: FileCopier reads no such parameter; "
+                        "it reads Job and Overwrite\n"),
+      std::string::npos)
+      << result.error;
+}
+
 TEST_F(BadFlowTest, ASettingOfNothing) {
   const std::string file = CopyExample();
   const ProcessResult result = Run({"run", file, "--set", "/Jobs/Backup/SorceFolder=/tmp"});

@@ -1,0 +1,29 @@
+// The parts of a check. Each adds what it finds.
+#pragma once
+
+#include <map>
+#include <string>
+
+#include "flow/Check.h"
+#include "flow/NodeKind.h"
+#include "flow/Workflow.h"
+
+namespace OrvWorkFlow::Flow {
+
+// What the node types that have instances say about themselves; null for those that say nothing.
+using NodeKinds = std::map<std::string, const NodeDescription*>;
+
+// Names that are nearly those of the schema, and values of another type.
+void CheckSchema(IDictionary& dictionary, const Workflow& workflow, Findings& findings);
+
+// Libraries that cannot be loaded, or lack what they should hold.
+void CheckPlugins(IDictionary& dictionary, const Workflow& workflow, const CheckOptions& options, Findings& findings);
+
+// The start signal, mappings and their receivers, output signals that nobody takes.
+void CheckWiring(IDictionary& dictionary, const Workflow& workflow, const NodeKinds& kinds, const CheckOptions& options,
+                 Findings& findings);
+
+// Parameters of nodes that say which ones they read.
+void CheckParameters(IDictionary& dictionary, const Workflow& workflow, const NodeKinds& kinds, Findings& findings);
+
+}  // namespace OrvWorkFlow::Flow

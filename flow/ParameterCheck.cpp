@@ -1,0 +1,97 @@
+// Parameters that no node reads, or whose value is none that the node takes.
+#include <algorithm>
+
+#include "flow/Checks.h"
+#include "flow/DictionaryReading.h"
+#include "flow/Suggestion.h"
+#include "runtime/ParameterValue.h"
+
+namespace OrvWorkFlow::Flow {
+
+namespace {
+
+constexpr char kFolder[] = "Parameters";
+
+class ParameterCheck {
+ public:
+  ParameterCheck(IDictionary& dictionary, Findings& findings) : dictionary_(dictionary), findings_(findings) {}
+
+  void CheckInstance(const std::string& type, const NodeDescription& kind, const Instance& instance) {
+    CheckFolder(kind, instance);
+    for (const std::string& name : instance.parameters) {
+      const std::string path = instance.path + "/" + kFolder + "/" + name;
+      if (const NodeParameter* const parameter = FindRow(kind.parameters, name)) {
+        CheckValue(path, *parameter);
+      } else {
+        CheckUnknown(path, type, kind, instance, name);
+      }
+    }
+  }
+
+ private:
+  // Parameters in a folder of nearly the right name are those of nobody.
+  void CheckFolder(const NodeDescription& kind, const Instance& instance) {
+    if (kind.parameters.count == 0 || !instance.parameters.empty()) return;
+    for (const std::string& name : NamesBelow(dictionary_, instance.path)) {
+      if (name == kFolder || NearestName(name, {kFolder}).empty()) continue;
+      if (NamesBelow(dictionary_, instance.path + "/" + name).empty()) continue;
+      Add(Severity::Error, instance.path + "/" + name, "is read by nobody",
+          "did you mean " + std::string(kFolder) + "?");
+    }
+  }
+
+  // One that is hardly meant as another one that the instance does not set is an error: the node would do what it was
+  // told not to do.
+  void CheckUnknown(const std::string& path, const std::string& type, const NodeDescription& kind,
+                    const Instance& instance, const std::string& name) {
+    const std::vector<std::string> known = RowNames(kind.parameters);
+    const std::string nearest = NearestName(name, known);
+    const auto& set = instance.parameters;
+    const bool misspelt = !nearest.empty() && std::find(set.begin(), set.end(), nearest) == set.end();
+    const std::string remedy = misspelt        ? "did you mean " + nearest + "?"
+                               : known.empty() ? "it has no parameters"
+                                               : "it reads " + Enumerate(known);
+    Add(misspelt ? Severity::Error : Severity::Warning, path, type + " reads no such parameter", remedy);
+  }
+
+  void CheckValue(const std::string& path, const NodeParameter& parameter) {
+    const Parameters::Entry entry = Parameters::ReadEntry(dictionary_, path, parameter.type);
+    if (entry.state == Parameters::Entry::State::Missing) {
+      Add(Severity::Warning, path, "has no value, so \"" + std::string(parameter.fallback) + "\" counts",
+          std::string("set it to ") + Parameters::WhatItTakes(parameter.type));
+    } else if (!Parameters::Fits(entry, parameter.type)) {
+      Add(Severity::Error, path, "is " + Parameters::WhatItIs(entry),
+          std::string("it takes ") + Parameters::WhatItTakes(parameter.type));
+    } else if (parameter.type == ParameterType::Number) {
+      CheckRange(path, parameter, *Parameters::ToNumber(entry));
+    }
+  }
+
+  void CheckRange(const std::string& path, const NodeParameter& parameter, std::int32_t number) {
+    if (number >= parameter.minimum && number <= parameter.maximum) return;
+    const bool is_low = number < parameter.minimum;
+    Add(Severity::Warning, path, "is " + std::to_string(number),
+        "it counts as " + std::to_string(is_low ? parameter.minimum : parameter.maximum) + ", the " +
+            (is_low ? "least" : "most") + " that it can be");
+  }
+
+  void Add(Severity severity, const std::string& path, std::string what, std::string remedy) {
+    findings_.push_back({severity, Area::Wiring, path, std::move(what), std::move(remedy)});
+  }
+
+  IDictionary& dictionary_;
+  Findings& findings_;
+};
+
+}  // namespace
+
+void CheckParameters(IDictionary& dictionary, const Workflow& workflow, const NodeKinds& kinds, Findings& findings) {
+  ParameterCheck check(dictionary, findings);
+  for (const NodeType& type : workflow.types) {
+    const auto kind = kinds.find(type.name);
+    if (kind == kinds.end() || kind->second == nullptr) continue;
+    for (const Instance& instance : type.instances) check.CheckInstance(type.name, *kind->second, instance);
+  }
+}
+
+}  // namespace OrvWorkFlow::Flow

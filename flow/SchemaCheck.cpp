@@ -1,0 +1,180 @@
+// Names that are nearly those of the schema, and values of another type.
+// The engine and the mediator read neither, and say nothing.
+#include <algorithm>
+#include <set>
+
+#include "OrvWorkFlow/WorkflowSchema.h"
+#include "flow/Checks.h"
+#include "flow/DictionaryReading.h"
+#include "flow/Suggestion.h"
+#include "runtime/ParameterValue.h"
+
+namespace OrvWorkFlow::Flow {
+
+namespace {
+
+// What an entry of the schema holds; an entry of nearly its name that holds something else is not meant as it.
+enum class Shape { Text, TextList, Entries, Mappings };
+
+struct KnownEntry {
+  const char* name;
+  Shape shape;
+  Severity misspelt;
+};
+
+// The least that must be right for anything to be delivered is an error, the rest a warning.
+constexpr KnownEntry kOfRoot[] = {{"WorkFlowEngine", Shape::Entries, Severity::Error}};
+constexpr KnownEntry kOfEngine[] = {
+    {"WorkNodes", Shape::Entries, Severity::Error},        {"Mappings", Shape::Entries, Severity::Error},
+    {"UtilityObjects", Shape::Entries, Severity::Warning}, {"Directories", Shape::Entries, Severity::Warning},
+    {"RebootSignals", Shape::Entries, Severity::Warning},  {"AbsorbTree", Shape::Entries, Severity::Warning},
+    {"SignalQueue", Shape::Entries, Severity::Warning},    {"WorkFlows", Shape::Entries, Severity::Warning},
+    {"WorkFlowName", Shape::Text, Severity::Warning},
+};
+constexpr KnownEntry kOfMappings[] = {{"StartSignal", Shape::Entries, Severity::Error}};
+constexpr KnownEntry kOfStartSignal[] = {
+    {"ReceiverTypeName", Shape::Text, Severity::Error},
+    {"ReceiverInstanceName", Shape::Text, Severity::Error},
+    {"IncomingSignalName", Shape::Text, Severity::Error},
+};
+constexpr KnownEntry kOfUtilityObjects[] = {{"Global", Shape::Entries, Severity::Warning},
+                                            {"Local", Shape::Entries, Severity::Warning}};
+constexpr KnownEntry kOfType[] = {{"Instances", Shape::Entries, Severity::Error},
+                                  {"Binaries", Shape::Entries, Severity::Error}};
+constexpr KnownEntry kOfBinaries[] = {{"win32_bin", Shape::Text, Severity::Error},
+                                      {"mac_bin", Shape::Text, Severity::Warning}};
+constexpr KnownEntry kOfInstance[] = {
+    {"maps", Shape::Mappings, Severity::Error},       {"wfName", Shape::Text, Severity::Warning},
+    {"ConfigFile", Shape::Text, Severity::Warning},   {"WriteDir", Shape::Text, Severity::Warning},
+    {"ReadDirs", Shape::TextList, Severity::Warning},
+};
+constexpr KnownEntry kOfDirectories[] = {
+    {"WriteDir", Shape::Text, Severity::Warning},
+    {"ReadDirs", Shape::TextList, Severity::Warning},
+    {"ObfuscationKey", Shape::Text, Severity::Warning},
+};
+
+class SchemaCheck {
+ public:
+  SchemaCheck(IDictionary& dictionary, Findings& findings) : dictionary_(dictionary), findings_(findings) {}
+
+  void CheckWorkflow(const Workflow& workflow) {
+    CheckNames("", kOfRoot);
+    CheckNames(WorkflowSchema::kRoot, kOfEngine);
+    CheckNames("/WorkFlowEngine/Mappings", kOfMappings);
+    CheckNames(WorkflowSchema::kStartSignal, kOfStartSignal);
+    CheckNames("/WorkFlowEngine/UtilityObjects", kOfUtilityObjects);
+    for (const std::string& name : NamesBelow(dictionary_, WorkflowSchema::kDirectories)) {
+      CheckNames(std::string(WorkflowSchema::kDirectories) + "/" + name, kOfDirectories);
+    }
+    for (const NodeType& type : workflow.types) CheckType(type, workflow);
+  }
+
+ private:
+  void CheckType(const NodeType& type, const Workflow& workflow) {
+    CheckNames(type.path, kOfType);
+    CheckNames(type.path + "/Binaries", kOfBinaries);
+    for (const Instance& instance : type.instances) {
+      CheckNames(instance.path, kOfInstance);
+      CheckWorkflowName(instance, workflow);
+    }
+  }
+
+  // The directories and the key of an instance are those of the workflow that it names.
+  void CheckWorkflowName(const Instance& instance, const Workflow& workflow) {
+    const std::string path = instance.path + WorkflowSchema::kInstanceWorkFlowName;
+    const std::string name = TextAt(dictionary_, path);
+    if (name.empty() || workflow.name.empty() || name == workflow.name) return;
+    if (!tree_read_) ReadTree(workflow.name);
+    if (std::find(tree_.begin(), tree_.end(), name) != tree_.end()) return;
+    const std::string nearest = NearestName(name, tree_);
+    Add(Severity::Warning, path, "names a workflow that is not this one: " + name,
+        nearest.empty() ? "this one is called " + workflow.name : "did you mean " + nearest + "?");
+  }
+
+  void ReadTree(const std::string& workflow_name) {
+    tree_read_ = true;
+    tree_.push_back(workflow_name);
+    const TextListHolder paths;
+    if (!dictionary_.EnumeratePaths(WorkflowSchema::kAbsorbTree, paths.get())) return;
+    for (const std::string& path : paths.Texts()) tree_.push_back(TextAt(dictionary_, path));
+  }
+
+  template <std::size_t kCount>
+  void CheckNames(const std::string& parent, const KnownEntry (&known)[kCount]) {
+    const std::vector<std::string> names = NamesBelow(dictionary_, parent.empty() ? "/" : parent);
+    const std::set<std::string> present(names.begin(), names.end());
+    std::vector<std::string> known_names;
+    for (const KnownEntry& entry : known) {
+      known_names.emplace_back(entry.name);
+      if (present.count(entry.name) != 0) CheckType(parent + "/" + entry.name, entry.shape);
+    }
+    for (const std::string& name : present) {
+      if (std::find(known_names.begin(), known_names.end(), name) != known_names.end()) continue;
+      const std::string nearest = NearestName(name, known_names);
+      const auto* const meant =
+          std::find_if(std::begin(known), std::end(known), [&](const KnownEntry& e) { return nearest == e.name; });
+      if (meant == std::end(known) || !HasShape(parent + "/" + name, meant->shape)) continue;
+      const bool beside = present.count(nearest) != 0;
+      Add(beside ? Severity::Warning : meant->misspelt, parent + "/" + name, "is read by nobody",
+          "did you mean " + nearest + "?" + (beside ? " There is one already" : ""));
+    }
+  }
+
+  // An entry of the right name that holds a value of another type counts as missing.
+  void CheckType(const std::string& path, Shape shape) {
+    if (shape != Shape::Text && shape != Shape::TextList) return;
+    const ValueType wanted = shape == Shape::Text ? ValueType::String : ValueType::StringList;
+    const ValueType type = dictionary_.GetValueType(path.c_str());
+    if (type == wanted || dictionary_.IsRedirection(path.c_str())) return;
+    const TextHolder attribute;
+    const bool is_typed = dictionary_.GetAttribute(path.c_str(), "__type", attribute.get());
+    if (!is_typed && !HasText(path)) return;
+    Add(Severity::Warning, path,
+        is_typed ? "is not read: its type is " + attribute.Text() : "is not read: it has no type",
+        shape == Shape::Text ? "write __type=\"str\"" : "write a list, __type=\"strlist\"");
+  }
+
+  // A value without a type cannot be asked for; an entry with sub-entries is meant as a folder of them.
+  bool HasText(const std::string& path) { return NamesBelow(dictionary_, path).empty(); }
+
+  bool HasShape(const std::string& path, Shape shape) {
+    const bool has_value = dictionary_.GetValueType(path.c_str()) != ValueType::Nil;
+    switch (shape) {
+      case Shape::Text:
+      case Shape::TextList:
+        return has_value;
+      case Shape::Entries:
+        return !has_value && !NamesBelow(dictionary_, path).empty();
+      case Shape::Mappings:
+        return !has_value && HoldsMappings(path);
+    }
+    return false;
+  }
+
+  bool HoldsMappings(const std::string& path) {
+    for (const std::string& signal : NamesBelow(dictionary_, path)) {
+      for (const std::string& entry : NamesBelow(dictionary_, path + "/" + signal)) {
+        if (TextAt(dictionary_, path + "/" + signal + "/" + entry).find(',') != std::string::npos) return true;
+      }
+    }
+    return false;
+  }
+
+  void Add(Severity severity, const std::string& path, std::string what, std::string remedy) {
+    findings_.push_back({severity, Area::Wiring, path, std::move(what), std::move(remedy)});
+  }
+
+  IDictionary& dictionary_;
+  Findings& findings_;
+  std::vector<std::string> tree_;  // the names in the absorb tree, and this workflow's own
+  bool tree_read_ = false;
+};
+
+}  // namespace
+
+void CheckSchema(IDictionary& dictionary, const Workflow& workflow, Findings& findings) {
+  SchemaCheck(dictionary, findings).CheckWorkflow(workflow);
+}
+
+}  // namespace OrvWorkFlow::Flow

@@ -1,0 +1,86 @@
+#include "flow/Workflow.h"
+
+#include <utility>
+
+#include "OrvWorkFlow/WorkflowSchema.h"
+#include "flow/DictionaryReading.h"
+#include "runtime/MarshalledHolder.h"
+
+namespace OrvWorkFlow::Flow {
+
+namespace {
+
+constexpr char kParameters[] = "/Parameters";
+
+// As the engine splits it: every comma counts, and blanks belong to the names.
+std::optional<Address> SplitMapping(const std::string& text) {
+  const std::size_t first = text.find(',');
+  if (first == std::string::npos) return std::nullopt;
+  const std::size_t second = text.find(',', first + 1);
+  if (second == std::string::npos || text.find(',', second + 1) != std::string::npos) return std::nullopt;
+  return Address{text.substr(0, first), text.substr(first + 1, second - first - 1), text.substr(second + 1)};
+}
+
+class Reader {
+ public:
+  explicit Reader(IDictionary& dictionary) : dictionary_(dictionary) {}
+
+  Workflow Read() {
+    workflow_.name = TextAt(dictionary_, WorkflowSchema::kWorkFlowName);
+    const std::string start = WorkflowSchema::kStartSignal;
+    workflow_.start = {TextAt(dictionary_, start + WorkflowSchema::kReceiverTypeName),
+                       TextAt(dictionary_, start + WorkflowSchema::kReceiverInstanceName),
+                       TextAt(dictionary_, start + WorkflowSchema::kIncomingSignalName)};
+    workflow_.has_waiting_signals = !NamesBelow(dictionary_, WorkflowSchema::kSignalQueue).empty() ||
+                                    !NamesBelow(dictionary_, WorkflowSchema::kRebootSignals).empty();
+    workflow_.has_absorbed = !NamesBelow(dictionary_, WorkflowSchema::kWorkFlows).empty();
+    for (const std::string& name : NamesBelow(dictionary_, WorkflowSchema::kWorkNodes))
+      workflow_.types.push_back(ReadType(name));
+    return std::move(workflow_);
+  }
+
+ private:
+  NodeType ReadType(const std::string& name) {
+    NodeType type;
+    type.name = name;
+    type.path = std::string(WorkflowSchema::kWorkNodes) + "/" + name;
+    type.library = TextAt(dictionary_, type.path + WorkflowSchema::kWin32Binary);
+    const std::string instances = type.path + WorkflowSchema::kInstances;
+    for (const std::string& instance : NamesBelow(dictionary_, instances)) {
+      type.instances.push_back(ReadInstance(instance, instances + "/" + instance));
+    }
+    return type;
+  }
+
+  Instance ReadInstance(const std::string& name, const std::string& path) {
+    Instance instance{name, path, {}, NamesBelow(dictionary_, path + kParameters)};
+    const std::string maps = path + WorkflowSchema::kMaps;
+    for (const std::string& signal : NamesBelow(dictionary_, maps)) {
+      OutputSignal output{signal, maps + "/" + signal, {}};
+      for (const std::string& entry : NamesBelow(dictionary_, output.path)) {
+        output.mappings.push_back(ReadMapping(entry, output.path + "/" + entry));
+      }
+      instance.outputs.push_back(std::move(output));
+    }
+    return instance;
+  }
+
+  Mapping ReadMapping(const std::string& name, const std::string& path) {
+    Mapping mapping{name, path, dictionary_.GetValueType(path.c_str()), {}, std::nullopt};
+    const TextHolder text;
+    if (!dictionary_.GetValue(path.c_str(), text.get())) return mapping;
+    mapping.value_type = ValueType::String;  // Through a redirection, too.
+    mapping.text = text.Text();
+    mapping.receiver = SplitMapping(mapping.text);
+    return mapping;
+  }
+
+  IDictionary& dictionary_;
+  Workflow workflow_;
+};
+
+}  // namespace
+
+Workflow ReadWorkflow(IDictionary& dictionary) { return Reader(dictionary).Read(); }
+
+}  // namespace OrvWorkFlow::Flow
