@@ -42,12 +42,15 @@ std::string NearestName(std::string_view wrong, const std::vector<std::string>& 
   std::size_t best_distance = std::clamp<std::size_t>(wrong.size() / 3, 1, 3) + 1;
   const std::string* best = nullptr;
   for (const std::string& name : known) {
-    const std::size_t distance = Parameters::EqualIgnoringCase(wrong, name) ? 0 : EditDistance(wrong, name);
+    const std::size_t distance = EditDistance(wrong, name);
     if (distance >= best_distance) continue;
     best_distance = distance;
     best = &name;
   }
-  return best == nullptr ? std::string() : *best;
+  if (best != nullptr) return *best;
+  const auto same = std::find_if(known.begin(), known.end(),
+                                 [&](const std::string& name) { return Parameters::EqualIgnoringCase(wrong, name); });
+  return same == known.end() ? std::string() : *same;
 }
 
 std::string Suggest(std::string_view wrong, const std::vector<std::string>& known) {

@@ -12,7 +12,8 @@ namespace OrvWorkFlow::Flow {
 std::size_t EditDistance(std::string_view from, std::string_view to);
 
 // The closest of the known names, or "" when none is close: at most a third of the letters, and not more than three,
-// may differ, or their cases and the blanks around them. Of equally close names the first.
+// may differ, the blanks around them apart; else one that differs in nothing but capitals. Of equally close names the
+// first.
 std::string NearestName(std::string_view wrong, const std::vector<std::string>& known);
 
 // "; did you mean NAME?" for that name, "" when there is none.
