@@ -18,17 +18,17 @@ class PluginCheck {
 
   void CheckType(const NodeType& type) {
     if (type.instances.empty()) return;
-    if (type.library.empty()) {
+    if (type.plugin.empty()) {
       Add(type.path + WorkflowSchema::kWin32Binary, "no library is named",
           "set it to the plug-in that holds " + type.name);
       return;
     }
-    if (!Load(type.path, type.library) || WorkFlowFactory::IsWorkNodePresent(type.name.c_str())) return;
+    if (!Load(type.path, type.plugin) || WorkFlowFactory::IsWorkNodePresent(type.name.c_str())) return;
     const TextListHolder known;
     WorkFlowFactory::GetObjectTypeNames(known.get());
     const std::string nearest = NearestName(type.name, known.Texts());
     const std::string hint = nearest.empty() ? std::string() : "; did you mean " + nearest + "?";
-    Add(type.path, type.library + " has no node type " + type.name + hint + " (orvflow inspect lists what it has)", "");
+    Add(type.path, type.plugin + " has no node type " + type.name + hint + " (orvflow inspect lists what it has)", "");
   }
 
   void CheckUtilityObjects(const std::string& parent, bool global) {

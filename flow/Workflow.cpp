@@ -44,7 +44,7 @@ class Reader {
     NodeType type;
     type.name = name;
     type.path = std::string(WorkflowSchema::kWorkNodes) + "/" + name;
-    type.library = TextAt(dictionary_, type.path + WorkflowSchema::kWin32Binary);
+    type.plugin = TextAt(dictionary_, type.path + WorkflowSchema::kWin32Binary);
     const std::string instances = type.path + WorkflowSchema::kInstances;
     for (const std::string& instance : NamesBelow(dictionary_, instances)) {
       type.instances.push_back(ReadInstance(instance, instances + "/" + instance));

@@ -41,7 +41,7 @@ struct Instance {
 struct NodeType {
   std::string name;
   std::string path;
-  std::string library;  // "" where none is named by a text
+  std::string plugin;  // "" where none is named by a text
   std::vector<Instance> instances;
 };
 
