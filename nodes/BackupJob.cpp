@@ -48,6 +48,13 @@ void BackupJob::AddFile(std::string_view path) {
   WriteNumber(kFileCount, number + 1);
 }
 
+void BackupJob::AddFailed(std::string_view path, const std::string& problem) {
+  const std::int32_t number = FileCount();
+  AddFile(path);
+  SetState(number, kFailed);
+  SetProblem(number, problem.c_str());
+}
+
 std::int32_t BackupJob::FileCount() const { return ReadNumber(kFileCount); }
 
 BackupJob::File BackupJob::ReadFile(std::int32_t number) const {
@@ -65,8 +72,10 @@ std::string BackupJob::FirstProblem() const {
 }
 
 std::optional<std::int32_t> BackupJob::TakeNext() {
-  const std::int32_t number = ReadNumber(kNext);
-  if (number >= FileCount()) return std::nullopt;
+  std::int32_t number = ReadNumber(kNext);
+  const std::int32_t count = FileCount();
+  while (number < count && ReadText(FileEntry(number, kState)) == kFailed) ++number;
+  if (number >= count) return std::nullopt;
   WriteNumber(kNext, number + 1);
   WriteNumber(kCurrent, number);
   return number;

@@ -51,6 +51,8 @@ class BackupJob {
   // Forgets the files of an earlier run.
   void RemoveFiles();
   void AddFile(std::string_view path);
+  // A file that can be no part of the work.
+  void AddFailed(std::string_view path, const std::string& problem);
   std::int32_t FileCount() const;
   File ReadFile(std::int32_t number) const;
   // Of the first file that has one, "a.txt: why"; "" when there is none.

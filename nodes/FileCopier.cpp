@@ -1,5 +1,7 @@
 #include "nodes/FileCopier.h"
 
+#include "nodes/FileReason.h"
+
 namespace OrvWorkFlow::Nodes {
 
 namespace {
@@ -17,12 +19,15 @@ constexpr NodeParameter kParameters[] = {
     BooleanParameterRow("Overwrite", true, "whether a file that is already at the target is replaced"),
 };
 
-// Why a copy failed, as far as it can be told afterwards.
-const char* FindProblem(IFileSystemA& file_system, const std::string& source, const std::string& copy, bool overwrite) {
-  if (!file_system.FileExists(source.c_str())) return "the source file does not exist";
+// Why a copy failed: right after it.
+std::string FindProblem(IFileSystemA& file_system, const BackupJob& job, const std::string& path, bool overwrite) {
+  const std::string problem = WithReason(file_system, "could not be copied");
+  const std::string copy = job.CopyOf(path);
+  if (!file_system.FileExists(job.SourceOf(path).c_str())) return "the source file does not exist";
   if (file_system.DirectoryExists(copy.c_str())) return "a folder is in the way";
   if (!overwrite && file_system.FileExists(copy.c_str())) return "the copy is already there";
-  return "the file could not be copied";
+  if (file_system.FileExists(job.TargetFolder().c_str())) return "the target folder is a file";
+  return problem;
 }
 
 }  // namespace
@@ -41,20 +46,23 @@ bool FileCopier::OnSignal(std::string_view /*signal*/) {
   return true;
 }
 
+// The state that is being saved says what was copied.
+bool FileCopier::SaveState(const char* /*path*/) { return FileSystem().FlushWrites(); }
+
 void FileCopier::CopyNext() {
   BackupJob job = Job();
+  const bool overwrite = BooleanParameter("Overwrite");  // Before a file is taken: it may throw.
   const std::optional<std::int32_t> number = job.TakeNext();
   if (!number) return FireOutput("finished");
 
   const std::string path = job.ReadFile(*number).path;
   const std::string source = job.SourceOf(path);
   const std::string copy = job.CopyOf(path);
-  const bool overwrite = BooleanParameter("Overwrite");
   if (FileSystem().CopyOneFile(source.c_str(), copy.c_str(), overwrite)) {
     job.SetState(*number, BackupJob::kCopied);
     FireOutput("copied");
   } else {
-    job.SetProblem(*number, FindProblem(FileSystem(), source, copy, overwrite));
+    job.SetProblem(*number, FindProblem(FileSystem(), job, path, overwrite).c_str());
     FireOutput("failed");
   }
 }

@@ -11,6 +11,8 @@ class FileCopier final : public BackupNode {
   static const NodeDescription kDescription;
   FileCopier() : BackupNode(kTypeName, kDescription) {}
 
+  bool SaveState(const char* path) override;
+
  private:
   bool OnSignal(std::string_view signal) override;
   void CopyNext();

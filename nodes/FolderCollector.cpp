@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "nodes/FileReason.h"
 #include "runtime/MarshalledHolder.h"
 
 namespace OrvWorkFlow::Nodes {
@@ -25,6 +26,56 @@ std::string RelativePath(const std::string& file, const std::string& folder) {
   return path;
 }
 
+// The same for a path that may have another form than the folder's: it then stays as it is.
+std::string ShownPath(std::string path, std::string folder) {
+  std::replace(path.begin(), path.end(), '\\', '/');
+  std::replace(folder.begin(), folder.end(), '\\', '/');
+  return path.starts_with(folder + "/") ? RelativePath(path, folder) : path;
+}
+
+// What a listing that answered true left out: the first of it is known.
+struct Omission {
+  std::string path;
+  std::string reason;
+};
+
+std::optional<Omission> FindOmission(IFileSystemA& file_system) {
+  const TextHolder operation;
+  const TextHolder path;
+  const TextHolder reason;
+  if (!file_system.GetLastFailure(operation.get(), path.get(), reason.get())) return std::nullopt;
+  if (operation.Text() != "ListFiles") return std::nullopt;
+  return Omission{path.Text(), reason.Text()};
+}
+
+bool HasEntries(IFileSystemA& file_system, const std::string& folder) {
+  const TextListHolder entries;
+  if (file_system.ListFiles(folder.c_str(), entries.get()) && entries->GetCount() > 0) return true;
+  return file_system.ListDirectories(folder.c_str(), entries.get()) && entries->GetCount() > 0;
+}
+
+// Links to folders are listed as folders and not entered: one that holds something, of which nothing was listed, is
+// such a link.
+std::vector<std::string> FindLinks(IFileSystemA& file_system, const std::string& folder,
+                                   const std::vector<std::string>& files) {
+  std::vector<std::string> links;
+  const TextListHolder listed;
+  if (!file_system.ListDirectories(folder.c_str(), listed.get())) return links;
+  std::vector<std::string> folders = listed.Texts();
+  std::sort(folders.begin(), folders.end());
+  const auto holds_listed = [](const std::vector<std::string>& paths, const std::string& beginning) {
+    const auto next = std::lower_bound(paths.begin(), paths.end(), beginning);
+    return next != paths.end() && next->starts_with(beginning);
+  };
+  for (const std::string& path : folders) {
+    const std::string relative = RelativePath(path, folder);
+    if (holds_listed(files, relative + "/") || holds_listed(folders, path + "/") || holds_listed(folders, path + "\\"))
+      continue;
+    if (HasEntries(file_system, path)) links.push_back(relative);
+  }
+  return links;
+}
+
 }  // namespace
 
 constinit const NodeDescription FolderCollector::kDescription = {
@@ -45,17 +96,22 @@ void FolderCollector::Collect() {
   BackupJob job = Job();
   job.RemoveFiles();
   const std::string folder = job.SourceFolder();
-  const TextListHolder listed;
   if (folder.empty() || !FileSystem().DirectoryExists(folder.c_str())) {
     return TellUser("the source folder \"" + folder + "\" does not exist");
   }
+  const TextListHolder listed;
   if (!FileSystem().ListFiles(folder.c_str(), listed.get())) {
-    return TellUser("the source folder \"" + folder + "\" cannot be listed");
+    return TellUser(WithReason(FileSystem(), "the source folder \"" + folder + "\" cannot be listed"));
   }
+  const std::optional<Omission> omission = FindOmission(FileSystem());
   std::vector<std::string> files = listed.Texts();
   for (std::string& file : files) file = RelativePath(file, folder);
   std::sort(files.begin(), files.end());
   for (const std::string& file : files) job.AddFile(file);
+  if (omission) job.AddFailed(ShownPath(omission->path, folder), "left out, perhaps with others: " + omission->reason);
+  for (const std::string& link : FindLinks(FileSystem(), folder, files)) {
+    job.AddFailed(link, "a link to a folder, which is not followed");
+  }
   FireOutput("collected");
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <stdexcept>
 
+#include "nodes/FileReason.h"
 #include "runtime/MarshalledHolder.h"
 
 namespace OrvWorkFlow::Nodes {
@@ -80,10 +81,11 @@ std::string ReportWriter::OutcomeOf(const BackupJob& job) {
 
 bool ReportWriter::OnSignal(std::string_view /*signal*/) {
   const BackupJob job = Job();
-  WriteOutcome(OutcomeOf(job));
+  const bool is_flushed = FileSystem().FlushWrites();
+  WriteOutcome(is_flushed ? OutcomeOf(job) : WithReason(FileSystem(), "the copies are not all on the disk"));
   const std::string file = job.ReportFile();
   if (!FileSystem().WriteFileText(file.c_str(), ReportOf(job).c_str())) {
-    TellUser("the report \"" + file + "\" cannot be written");
+    TellUser(WithReason(FileSystem(), "the report \"" + file + "\" cannot be written"));
     return true;
   }
   FireOutput("written");

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "nodes/FilePieces.h"
+#include "nodes/FileReason.h"
 #include "runtime/MarshalledHolder.h"
 
 namespace OrvWorkFlow::Nodes {
@@ -54,7 +55,13 @@ class LongCopier::Copy {
   }
 
   void EmptyTarget() const {
-    if (!file_system_.WriteFileBytes(target_.c_str(), nullptr, 0)) throw FileProblem("cannot write " + target_);
+    if (!file_system_.WriteFileBytes(target_.c_str(), nullptr, 0))
+      throw FileProblem(WithReason(file_system_, "cannot write " + target_));
+  }
+
+  // What was written is on the disk then.
+  void Flush() const {
+    if (!file_system_.FlushWrites()) throw FileProblem(WithReason(file_system_, "cannot write " + target_));
   }
 
   // Appends these bytes of the source to the target.
@@ -63,7 +70,7 @@ class LongCopier::Copy {
     const TextHolder text;
     if (!text->Assign(static_cast<const char*>(piece_->GetData()), piece_->GetSize()) ||
         !file_system_.AppendFileString(target_.c_str(), text.get())) {
-      throw FileProblem("cannot write " + target_);
+      throw FileProblem(WithReason(file_system_, "cannot write " + target_));
     }
   }
 
@@ -95,6 +102,9 @@ bool LongCopier::OnSignal(std::string_view signal) {
   return true;
 }
 
+// The state that is being saved says what was copied.
+bool LongCopier::SaveState(const char* /*path*/) { return FileSystem().FlushWrites(); }
+
 WorkerNode::Outcome LongCopier::Work() {
   const std::string source = TextParameter("Source");
   const std::string target = TextParameter("Target");
@@ -110,6 +120,7 @@ WorkerNode::Outcome LongCopier::Work() {
       copy.AppendPiece(copied, count);
       copied += count;
       in_step = (in_step + count) % step;
+      if (copied == copy.size()) copy.Flush();  // Nothing that could be lost is called done.
       SetCopied(copied);
     }
   } catch (const FileProblem& problem) {

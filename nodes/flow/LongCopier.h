@@ -17,6 +17,8 @@ class LongCopier final : public WorkerNode {
   static const NodeDescription kDescription;
   LongCopier() : WorkerNode(kTypeName, kDescription) {}
 
+  bool SaveState(const char* path) override;
+
  private:
   bool OnSignal(std::string_view signal) override;
   Outcome Work() override;

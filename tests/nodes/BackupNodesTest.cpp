@@ -246,7 +246,7 @@ TEST_F(BackupNodesTest, AReportThatCannotBeWrittenIsToldToTheUser) {
   Job().RemoveFiles();
   SetText("/Jobs/Default/ReportFile", "");
   EXPECT_TRUE(Make<ReportWriter>()->Signal("write"));
-  EXPECT_EQ(boxes.GetTexts(), Signals{"the report \"\" cannot be written"});
+  EXPECT_EQ(boxes.GetTexts(), Signals{"the report \"\" cannot be written: Invalid parameter."});
   EXPECT_EQ(TakeFired(), Signals{});
 }
 

@@ -92,6 +92,16 @@ TEST_F(BackupExampleTest, ParametersOfANodeCanBeSet) {
   EXPECT_NE(Report().find("\n4 files: 0 copied and verified, 4 failed\n"), std::string::npos) << Report();
 }
 
+TEST_F(BackupExampleTest, ATargetThatTakesNoFilesFailsTheRun) {
+  WriteFile(File("backup"), "a file, no folder");
+  const ProcessResult result = RunBackup();
+  EXPECT_EQ(result.exit_code, 1);
+  EXPECT_EQ(result.error, "orvflow: " + flow_ +
+                              ": /Orvflow/Outcome: 4 of 4 files failed (a.txt: the target folder is a file); "
+                              "$Backup/report.txt lists them\n");
+  EXPECT_NE(Report().find("\n4 files: 0 copied and verified, 4 failed\n"), std::string::npos) << Report();
+}
+
 // "no" once meant yes, and the copies were replaced.
 TEST_F(BackupExampleTest, AParameterOfAnotherTypeCountsOrIsRefused) {
   EXPECT_EQ(RunBackup().exit_code, 0);
