@@ -48,7 +48,9 @@ class PluginCheck {
     std::string reason;
     if (options_.load_library(library, reason)) return true;
     broken_.insert(library);
-    Add(entry + WorkflowSchema::kWin32Binary, reason, "put the library there, or name its folder with --plugin-path");
+    const bool says_what_to_do = reason.find("; ") != std::string::npos;
+    Add(entry + WorkflowSchema::kWin32Binary, reason,
+        says_what_to_do ? "" : "put the library there, or name its folder with --plugin-path");
     return false;
   }
 

@@ -7,6 +7,7 @@
 #include "OrvWorkFlow/WorkflowSchema.h"
 #include "flow/Check.h"
 #include "orvflow/HostFiles.h"
+#include "orvflow/PluginTrial.h"
 #include "orvflow/Terminal.h"
 
 namespace OrvWorkFlow::Program {
@@ -73,7 +74,11 @@ void ReadFlow(IDictionary& dictionary, const std::string& file, const std::strin
 
 void CheckFlow(IDictionary& dictionary, const std::string& shown_name, const FlowUse& use) {
   Flow::CheckOptions options;
-  options.load_library = LoadLibrary;
+  const PluginTrial trial(dictionary);
+  options.load_library = [&trial](const std::string& library, std::string& reason) {
+    reason = trial.FaultOf(library);
+    return reason.empty() && LoadLibrary(library, reason);
+  };
   options.takes_in_others = use.takes_in_others;
   options.is_guest = use.is_guest;
   options.is_continued = use.is_continued;

@@ -1,12 +1,14 @@
 // orvflow inspect LIBRARY...: what a library registers.
 #include <algorithm>
-#include <cstdio>
 #include <vector>
 
 #include "OrvWorkFlow/WorkFlowFactory.h"
 #include "orvflow/HostFiles.h"
+#include "orvflow/LibraryTrial.h"
+#include "orvflow/StandardStreams.h"
 #include "orvflow/Verb.h"
 #include "runtime/MarshalledHolder.h"
+#include "runtime/PluginLoader.h"
 
 namespace OrvWorkFlow::Program {
 
@@ -59,17 +61,25 @@ std::vector<std::string> RegisteredNames() {
   return names.Texts();
 }
 
-void PrintTypes(const std::vector<TypeDescription>& types) {
+std::string TypesAsText(const std::vector<TypeDescription>& types) {
   std::size_t name_width = 0;
   std::size_t version_width = 0;
   for (const TypeDescription& type : types) {
     name_width = std::max(name_width, type.name.size());
     version_width = std::max(version_width, type.version.size());
   }
+  std::string text;
+  const auto append = [&text](const std::string& column, std::size_t width) {
+    text.append("  ").append(column).append(width - std::min(width, column.size()), ' ');
+  };
   for (const TypeDescription& type : types) {
-    std::printf("  %-6s  %-*s  %-*s  %s\n", type.kind.c_str(), static_cast<int>(name_width), type.name.c_str(),
-                static_cast<int>(version_width), type.version.c_str(), type.interfaces.c_str());
+    append(type.kind, 6);
+    append(type.name, name_width);
+    append(type.version, version_width);
+    append(type.interfaces, 0);
+    text.push_back('\n');
   }
+  return text;
 }
 
 class InspectVerb final : public Verb {
@@ -103,15 +113,20 @@ class InspectVerb final : public Verb {
 bool InspectVerb::Inspect(const std::string& library) {
   const bool is_file = FindFileKind(library) == FileKind::Readable;
   const std::string path = is_file ? MakeAbsolutePath(library) : library;
+  const TextHolder file;
+  if (PluginLoader::Find(path.c_str(), file.get())) {
+    for (const auto& [name, fault] : TryLibraries({file.Text()}, TrialDepth::Make)) {
+      PrintErrorLine(name + ": " + fault);
+      return false;
+    }
+  }
   if (!WorkFlowFactory::LoadSharedLibrary(path.c_str())) {
     PrintErrorLine(WorkFlowFactory::LastLoadError());
     return false;
   }
   std::vector<TypeDescription> types;
   for (const std::string& name : RegisteredNames()) types.push_back(DescribeType(name));
-  std::printf("%s\n", library.c_str());
-  PrintTypes(types);
-  std::fflush(stdout);
+  WriteStandardOutput(library + '\n' + TypesAsText(types));
   WorkFlowFactory::UnloadSharedLibraries();
   if (types.empty()) PrintErrorLine(library + ": registers nothing");
   return !types.empty();

@@ -22,7 +22,11 @@ Bytes ReadAll() {
     input.resize(size + kBlock);
     count = std::fread(input.data() + size, 1, kBlock, stdin);
     size += count;
-  } while (count > 0);
+  } while (count > 0 && size <= kMaxInput);
+  if (size > kMaxInput) {
+    throw ProgramError(ExitCode::Failed,
+                       std::string("standard input is longer than ") + kMaxInputText + "; give it in parts");
+  }
   if (std::ferror(stdin) != 0) throw ProgramError(ExitCode::Failed, "standard input cannot be read");
   input.resize(size);
   return input;
@@ -41,9 +45,11 @@ void WriteStandardOutput(std::string_view bytes) {
   UseBinaryStreams();
   const bool is_written = std::fwrite(bytes.data(), 1, bytes.size(), stdout) == bytes.size();
   if (!is_written || std::fflush(stdout) != 0) {
-    throw ProgramError(ExitCode::Failed, "standard output cannot be written; is the disk full?");
+    throw ProgramError(ExitCode::Failed, kOutputLost);
   }
 }
+
+bool IsStandardOutputWritten() { return std::fflush(stdout) == 0 && std::ferror(stdout) == 0; }
 
 void WriteSecretOutput(const SecretText& bytes) {
   Unbuffer(stdout);

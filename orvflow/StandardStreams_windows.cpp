@@ -7,6 +7,9 @@
 
 namespace OrvWorkFlow::Program {
 
+// Handles have no numbers that could be given anew, and pipes no signal.
+void SecureStandardStreams() {}
+
 void UseBinaryStreams() {
   _setmode(_fileno(stdin), _O_BINARY);
   _setmode(_fileno(stdout), _O_BINARY);

@@ -1,21 +1,41 @@
 // The program `orvflow`.
 #include <exception>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "orvflow/Arguments.h"
 #include "orvflow/CommandLine.h"
+#include "orvflow/LibraryTrial.h"
+#include "orvflow/StandardStreams.h"
 #include "orvflow/Terminal.h"
 
-using OrvWorkFlow::Program::ExitCode;
+namespace OrvWorkFlow::Program {
+
+namespace {
+
+ExitCode Execute(int argument_count, char** arguments) {
+  try {
+    SecureStandardStreams();
+    std::vector<std::string> words = ArgumentsInUtf8(argument_count, arguments);
+    if (words.size() == 1 && words.front() == kTrialArgument) return ServeTrial();
+    const ExitCode code = ExecuteCommandLine(std::move(words));
+    if (IsStandardOutputWritten()) return code;
+    PrintErrorLine(kOutputLost);
+    return code == ExitCode::Done ? ExitCode::Failed : code;
+  } catch (const ProgramError& error) {
+    PrintErrorLine(error.what());
+    return error.code();
+  } catch (const std::exception& error) {
+    PrintErrorLine(error.what());
+    return ExitCode::Failed;
+  }
+}
+
+}  // namespace
+
+}  // namespace OrvWorkFlow::Program
 
 int main(int argument_count, char** arguments) {
-  try {
-    return static_cast<int>(
-        OrvWorkFlow::Program::ExecuteCommandLine(OrvWorkFlow::Program::ArgumentsInUtf8(argument_count, arguments)));
-  } catch (const OrvWorkFlow::Program::ProgramError& error) {
-    OrvWorkFlow::Program::PrintErrorLine(error.what());
-    return static_cast<int>(error.code());
-  } catch (const std::exception& error) {
-    OrvWorkFlow::Program::PrintErrorLine(error.what());
-    return static_cast<int>(ExitCode::Failed);
-  }
+  return static_cast<int>(OrvWorkFlow::Program::Execute(argument_count, arguments));
 }

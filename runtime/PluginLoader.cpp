@@ -9,6 +9,7 @@
 
 #include "OrvWorkFlow/Plugin.h"
 #include "runtime/CreatorRegistry.h"
+#include "runtime/LibraryFile.h"
 #include "runtime/NeverDestroyed.h"
 #include "runtime/SharedLibrary.h"
 
@@ -175,6 +176,9 @@ void Keep(std::unique_ptr<SharedLibrary> library) {
 bool LoadFile(const std::string& file) {
   const std::lock_guard lock(GetState().libraries_mutex);
   std::string reason;
+  if (!CheckLibraryFile(file, &reason)) {
+    return Fail(file, reason);
+  }
   RegistrationScope scope;
   std::unique_ptr<SharedLibrary> library = SharedLibrary::Open(file, &reason);
   if (library == nullptr) {
@@ -209,6 +213,38 @@ void AddPluginDirectory(const char* directory) {
     state.directories_set = true;
   }
   AddDirectory(&state.directories, directory != nullptr ? directory : "");
+}
+
+bool GetDirectories(IOrvPStringList* directories) noexcept {
+  try {
+    directories->Clear();
+    for (const std::string& directory : GetPluginDirectories()) {
+      if (!directories->Add(directory.data(), directory.size())) {
+        return false;
+      }
+    }
+    return true;
+  } catch (...) {
+    return false;
+  }
+}
+
+bool Find(const char* path, IOrvPString* file) noexcept {
+  try {
+    std::string found;
+    std::string reason;
+    if (!Resolve(path != nullptr ? path : "", &found)) {
+      return false;
+    }
+    if (!CheckLibraryFile(found, &reason)) {
+      return Fail(found, reason);
+    }
+    SetLastError("");
+    return file->Assign(found.data(), found.size());
+  } catch (...) {
+    SetLastError("out of memory");
+    return false;
+  }
 }
 
 bool Load(const char* path) noexcept {

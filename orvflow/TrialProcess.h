@@ -1,0 +1,31 @@
+// This program started once more, to do what might end it.
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace OrvWorkFlow::Program {
+
+struct TrialEnd {
+  std::string output;  // what it reported
+  // How it ended, in words that follow the name of who did it: "ends the process with exit code 3".
+  std::string manner;
+};
+
+// Starts this program with one argument, gives it `input`, and returns when it has ended or, ended by force, when the
+// time is over. It hears neither Ctrl-C nor what else this program's console says, and what it prints is lost, except
+// for what it reports. `gives_up`, asked now and then, ends it too. Nothing when no process can be started.
+std::optional<TrialEnd> RunTrialProcess(const char* argument, std::string_view input, std::chrono::milliseconds limit,
+                                        const std::function<bool()>& gives_up);
+
+// In the process that was started: from now on standard input is empty and what is printed is lost; a fault ends the
+// process without a question to the user and without a file that holds its memory. The returned function reports.
+std::function<void(std::string_view)> BeginTrial(std::string& input);
+
+// Ends this process at once: nothing that was registered for its end runs.
+[[noreturn]] void EndTrial();
+
+}  // namespace OrvWorkFlow::Program

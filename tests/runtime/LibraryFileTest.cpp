@@ -1,0 +1,92 @@
+// Files that a plug-in's name may lead to, and that the system's loader should not see.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <random>
+#include <string>
+
+#include "OrvWorkFlow/WorkFlowFactory.h"
+#include "runtime/PluginLoader.h"
+#include "tests/support/Marshalled.h"
+#include "tests/support/TempDirectory.h"
+
+namespace {
+
+using namespace OrvWorkFlow;
+using namespace orv_test;
+
+class LibraryFileTest : public ::testing::Test {
+ protected:
+  LibraryFileTest() {
+    for (const std::string name : {"libGoodPlugin.so", "GoodPlugin.dll"}) {
+      const std::filesystem::path file = std::filesystem::absolute(name);
+      if (std::filesystem::exists(file)) whole_ = ReadFile(file);
+    }
+  }
+
+  bool IsLoaded(const std::string& bytes) const {
+    const std::string file = directory_.file("plugin.dll");
+    WriteFile(file, bytes);
+    const bool is_loaded = WorkFlowFactory::LoadSharedLibrary(file.c_str());
+    WorkFlowFactory::UnloadSharedLibraries();
+    return is_loaded;
+  }
+
+  std::string whole_;
+  TempDirectory directory_;
+};
+
+TEST_F(LibraryFileTest, AWholeOneIsLoaded) {
+  ASSERT_FALSE(whole_.empty());
+  EXPECT_TRUE(IsLoaded(whole_)) << WorkFlowFactory::LastLoadError();
+}
+
+TEST_F(LibraryFileTest, NoBeginningOfALibraryIsLoaded) {
+  const std::size_t step = whole_.size() / 100 + 1;
+  for (std::size_t size = 0; size < whole_.size(); size += size < 200 ? 7 : step) {
+    ASSERT_FALSE(IsLoaded(whole_.substr(0, size))) << size << " of " << whole_.size() << " bytes";
+  }
+}
+
+TEST_F(LibraryFileTest, ALibraryOfAnotherMachineIsNamedAsSuch) {
+  const bool is_elf = whole_.starts_with("\177ELF");
+  const std::size_t header = is_elf ? 0 : static_cast<unsigned char>(whole_[0x3C]);
+  const std::size_t machine = header + (is_elf ? 18 : 4);
+  ASSERT_LT(machine, whole_.size());
+  std::string other = whole_;
+  other[machine] = static_cast<char>(other[machine] ^ 0x55);
+  EXPECT_FALSE(IsLoaded(other));
+  EXPECT_NE(std::string(WorkFlowFactory::LastLoadError()).find("another kind of machine"), std::string::npos)
+      << WorkFlowFactory::LastLoadError();
+}
+
+// What the numbers in a header say is not believed: only the answer is looked at, nothing is loaded.
+TEST_F(LibraryFileTest, RandomNumbersInTheHeadersLeadNowhere) {
+  std::mt19937 random(2026);
+  const std::string file = directory_.file("plugin.dll");
+  int refused = 0;
+  for (int round = 0; round < 500; ++round) {
+    std::string bytes = whole_.substr(0, 4096);
+    for (int change = 0; change < 8; ++change) bytes[16 + random() % 700] = static_cast<char>(random());
+    WriteFile(file, bytes);
+    const PString found;
+    if (!PluginLoader::Find(file.c_str(), found.out())) {
+      ++refused;
+      EXPECT_STRNE(WorkFlowFactory::LastLoadError(), "");
+    }
+  }
+  EXPECT_GT(refused, 450);
+}
+
+TEST_F(LibraryFileTest, IsFoundWithoutBeingLoaded) {
+  const std::string file = directory_.file("plugin.dll");
+  WriteFile(file, whole_);
+  const PString found;
+  EXPECT_TRUE(PluginLoader::Find(file.c_str(), found.out()));
+  EXPECT_TRUE(std::filesystem::equivalent(found.str(), file)) << found.str();
+  EXPECT_FALSE(WorkFlowFactory::IsWorkNodePresent("TestEcho"));
+  EXPECT_FALSE(PluginLoader::Find(directory_.file("nothing").c_str(), found.out()));
+  EXPECT_STRNE(WorkFlowFactory::LastLoadError(), "");
+}
+
+}  // namespace
