@@ -29,14 +29,17 @@ class IEncryption : public IBaseWorkFlowObject {
   // The text up to its first zero character. Bytes behind the last whole block are deciphered too. What was enciphered
   // with another key gives some text, no failure.
   virtual bool DecryptStream(const IOrvBasicStream* stream, const char* key, IOrvPString* text) = 0;
-  // Characters that are not base64 are skipped.
+  // Characters that are not base64 are skipped. A text of no characters, or of none that is base64, holds no block and
+  // gives the empty text: true, and not the failure that a caller may expect.
   virtual bool DecryptString(const char* enciphered, const char* key, IOrvPString* text) = 0;
 
   // False, without a look at the arguments.
   virtual bool Reserved5(const void* first, const void* second) = 0;
 
   // EncryptString and DecryptString for every text of a list, in order. All or nothing: when an output list breaks off
-  // while it is filled, it is left empty.
+  // while it is filled, it is left empty. An item is taken up to its first zero character, since what enciphers it
+  // takes a zero-terminated text: what stands behind the zero is lost without a failure. EncryptToStream takes all of a
+  // text.
   virtual bool EncryptList(const IOrvPStringList* texts, const char* key, IOrvPStringList* enciphered) = 0;
 
   // False, without a look at the arguments.

@@ -15,6 +15,7 @@ class CRegExp final : public BaseObject<CRegExp, IRegExp> {
   static constexpr const char* kTypeName = InterfaceNames::kRegExp;
 
   void* QueryInterface(const char* interface_name) override;
+  bool GetLastErrorText(IOrvPString* text) override;
   bool LoadState(const char* /*path*/) override { return true; }
   bool SaveState(const char* /*path*/) override { return true; }
 

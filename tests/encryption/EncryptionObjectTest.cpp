@@ -274,6 +274,41 @@ TEST_F(EncryptionTest, AMissingArgumentOrALongKeyFailsAndLeavesTheOutput) {
   EXPECT_EQ(error.str(), "");
 }
 
+// In numbers of its own: files enciphered with such a key are read by other builds.
+TEST_F(EncryptionTest, AKeyHas240BytesAtMost) {
+  static_assert(kMaxKeyLength == 240);
+  PStringList list({"text"});
+  for (const std::size_t length : {std::size_t{240}, std::size_t{241}}) {
+    const std::string key(length, 'k');
+    const bool is_taken = length == 240;
+    PString text;
+    PStringList output;
+    Stream stream;
+    EXPECT_EQ(object_.EncryptString("text", key.c_str(), text.out()), is_taken);
+    EXPECT_EQ(object_.DecryptString("PG4LipwVIkqCKLmpjKFTHQ=", key.c_str(), text.out()), is_taken);
+    EXPECT_EQ(object_.EncryptToStream(PString("text").out(), key.c_str(), stream.out()), is_taken);
+    EXPECT_EQ(object_.DecryptStream(stream.out(), key.c_str(), text.out()), is_taken);
+    EXPECT_EQ(object_.EncryptList(list.out(), key.c_str(), output.out()), is_taken);
+    EXPECT_EQ(object_.DecryptList(list.out(), key.c_str(), output.out()), is_taken);
+    EXPECT_EQ(object_.EncryptList(PStringList().out(), key.c_str(), output.out()), is_taken) << "of no text at all";
+  }
+}
+
+TEST_F(EncryptionTest, AFormOfNoBlockGivesTheEmptyText) {
+  for (const char* form : {"", "=", " \n", "!?"}) {
+    const PString text("old");
+    EXPECT_TRUE(object_.DecryptString(form, kKey, text.out())) << form;
+    EXPECT_EQ(text.str(), "") << form;
+  }
+}
+
+TEST_F(EncryptionTest, AnItemOfAListEndsAtItsFirstZero) {
+  const PStringList texts({std::string("be\0fore", 7), std::string("\0", 1)});
+  const PStringList forms;
+  ASSERT_TRUE(object_.EncryptList(texts.out(), kKey, forms.out()));
+  EXPECT_EQ(forms.vec(), (Texts{Encrypt("be"), Encrypt("")}));
+}
+
 TEST_F(EncryptionTest, TheLongestKeyIsTaken) {
   const std::string longest = kTooLong.substr(1);
   EXPECT_EQ(Decrypt(Encrypt("text", longest), longest), "text");

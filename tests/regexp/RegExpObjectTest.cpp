@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+#include <thread>
+
 #include "OrvWorkFlow/WinUtils.h"
 #include "tests/support/Marshalled.h"
 
@@ -12,6 +15,12 @@ namespace {
 class RegExpObjectTest : public testing::Test {
  protected:
   ~RegExpObjectTest() override { object_->Release(); }
+
+  std::string LastError() const {
+    const orv_test::PString text("old");
+    EXPECT_TRUE(object_->GetLastErrorText(text.out()));
+    return text.str();
+  }
 
   IRegExp* const object_ = new CRegExp;
 };
@@ -37,11 +46,36 @@ TEST_F(RegExpObjectTest, RefusedPatternIsNotFound) {
   EXPECT_FALSE(object_->MatchWide(u"a", u"(a"));
 }
 
-TEST_F(RegExpObjectTest, KeepsNoErrorOfThePattern) {
+TEST_F(RegExpObjectTest, TellsABadPatternFromNoMatch) {
   EXPECT_FALSE(object_->MatchNarrow("a", "(a*)*"));
-  const orv_test::PString text("old");
-  EXPECT_TRUE(object_->GetLastErrorText(text.out()));
-  EXPECT_EQ(text.str(), "");
+  EXPECT_EQ(LastError(), "*+ operand could be empty");
+  EXPECT_FALSE(object_->MatchWide(u"a", u"(a"));
+  EXPECT_EQ(LastError(), "unmatched ()");
+  EXPECT_FALSE(object_->MatchNarrow("a", "b"));
+  EXPECT_EQ(LastError(), "") << "what is not found is no error";
+  EXPECT_FALSE(object_->MatchNarrow("a", "b\\"));
+  EXPECT_EQ(LastError(), "trailing \\");
+  EXPECT_TRUE(object_->MatchWide(u"a", u"a"));
+  EXPECT_EQ(LastError(), "");
+}
+
+TEST_F(RegExpObjectTest, NullHasAnError) {
+  EXPECT_FALSE(object_->MatchNarrow("a", nullptr));
+  EXPECT_EQ(LastError(), "NULL argument");
+  EXPECT_FALSE(object_->MatchWide(nullptr, u"a"));
+  EXPECT_EQ(LastError(), "NULL parameter");
+  EXPECT_FALSE(object_->GetLastErrorText(nullptr));
+}
+
+TEST_F(RegExpObjectTest, TheLastErrorIsTheThreadsOwn) {
+  EXPECT_FALSE(object_->MatchNarrow("a", "(a"));
+  std::string of_another = "untouched";
+  std::thread([&] {
+    EXPECT_FALSE(object_->MatchNarrow("a", "[a"));
+    of_another = LastError();
+  }).join();
+  EXPECT_EQ(of_another, "unmatched []");
+  EXPECT_EQ(LastError(), "unmatched ()");
 }
 
 TEST_F(RegExpObjectTest, AnswersToItsInterfaceOnly) {
