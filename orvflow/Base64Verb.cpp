@@ -13,6 +13,7 @@ class Base64Verb final : public Verb {
   explicit Base64Verb(CLI::App& program) : Verb(program, "base64", "Encodes and decodes standard input") {
     command().add_option("encode|decode", direction_, "Bytes to a line of base64, or back")->type_name("");
     command().footer(
+        "Standard input is at most 64 MiB.\n"
         "White space in base64 does not count, and the \"=\" at its end may be missing.\n"
         "\n"
         "Example:\n"

@@ -2,11 +2,15 @@
 
 #include <algorithm>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "CLI/Config.hpp"
 #include "CLI/Formatter.hpp"
+#include "orvflow/HelpText.h"
+#include "orvflow/HostFiles.h"
+#include "orvflow/StandardStreams.h"
 #include "orvflow/Suggestion.h"
 #include "orvflow/Verb.h"
 
@@ -57,6 +61,14 @@ void RefuseUnknownOption(const std::string& where, const CLI::App& app, const st
   throw ProgramError(ExitCode::Usage, where + "unknown option " + name + Suggest(name, OptionNames(app)));
 }
 
+// Who gives a file where a verb belongs wants it run.
+std::string SuggestVerb(const std::string& word, const std::vector<std::string>& verbs) {
+  const std::string suggestion = Suggest(word, verbs);
+  const bool is_flow = word.ends_with(".xml") || word.ends_with(".XML");
+  if (!suggestion.empty() || (!is_flow && FindFileKind(word) != FileKind::Readable)) return suggestion;
+  return "; to run a workflow: orvflow run " + word;
+}
+
 void CheckProgram(const CLI::App& program, const std::vector<std::unique_ptr<Verb>>& verbs) {
   const std::vector<std::string> words = program.remaining();
   if (!words.empty()) {
@@ -64,7 +76,7 @@ void CheckProgram(const CLI::App& program, const std::vector<std::unique_ptr<Ver
     std::vector<std::string> names;
     names.reserve(verbs.size());
     for (const auto& verb : verbs) names.push_back(verb->command().get_name());
-    throw ProgramError(ExitCode::Usage, "unknown verb " + words.front() + Suggest(words.front(), names));
+    throw ProgramError(ExitCode::Usage, "unknown verb " + words.front() + SuggestVerb(words.front(), names));
   }
   if (program.get_subcommands().empty()) throw ProgramError(ExitCode::Usage, "no verb given (see orvflow --help)");
 }
@@ -109,7 +121,10 @@ ExitCode ExecuteCommandLine(std::vector<std::string> words) {
     std::reverse(words.begin(), words.end());
     program.parse(std::move(words));
   } catch (const CLI::Success& help) {
-    return static_cast<ExitCode>(program.exit(help));
+    std::ostringstream output;
+    const int code = program.exit(help, output, output);
+    WriteStandardOutput(FitHelp(output.str()));
+    return static_cast<ExitCode>(code);
   } catch (const CLI::ParseError& error) {
     throw ProgramError(ExitCode::Usage, std::string(error.what()) + " (see orvflow --help)");
   }

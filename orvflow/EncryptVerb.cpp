@@ -90,6 +90,7 @@ class EncryptVerb final : public CipherVerb {
   explicit EncryptVerb(CLI::App& program)
       : CipherVerb(program, "encrypt", "Enciphers standard input",
                    "The text is taken byte for byte, a line break at its end too, and printed as one line of base64.\n"
+                   "It is at most 64 MiB long.\n"
                    "The cipher hides a text from a glance; it is no protection against an attacker.\n"
                    "\n"
                    "Example:\n"
@@ -112,6 +113,7 @@ class DecryptVerb final : public CipherVerb {
       : CipherVerb(program, "decrypt", "Deciphers standard input",
                    "Reads what encrypt has printed, and enciphered dictionary files. With --list each text is printed\n"
                    "on a line of its own. A wrong key is not noticed: it gives some other text.\n"
+                   "Standard input is at most 64 MiB.\n"
                    "\n"
                    "Example:\n"
                    "  orvflow decrypt --key-file key.txt < password.txt") {}

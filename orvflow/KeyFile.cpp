@@ -34,7 +34,8 @@ void AddKeyFileOption(CLI::App& command, std::string& path) {
   command
       .add_option("--key-file", path,
                   "Takes the key from a file: its content without one final line break, at most " +
-                      std::to_string(kMaxKeyLength) + " bytes")
+                      std::to_string(kMaxKeyLength) +
+                      " bytes. The cipher hides texts from a glance, and does not protect them")
       ->type_name("F");
 }
 

@@ -12,16 +12,18 @@ class MatchVerb final : public Verb {
  public:
   explicit MatchVerb(CLI::App& program) : Verb(program, "match", "Tells whether a pattern is found in a text") {
     command().add_option("PATTERN", pattern_, "See below")->type_name("");
-    text_option_ = command().add_option("TEXT", text_, "Without it all of standard input, as one text")->type_name("");
+    text_option_ = command()
+                       .add_option("TEXT", text_, "Without it all of standard input, as one text of at most 64 MiB")
+                       ->type_name("");
     command().footer(
-        "Exit codes: 0 found, 1 not found, 2 no pattern.\n"
+        "Exit codes: 0 found, 1 not found, 2 no pattern, or no text that could be read.\n"
         "A pattern is found anywhere in the text. ^ and $ are the text's beginning and its very end, . is any\n"
         "character, [a-z_] one of a set, [^a-z_] one outside of it, (a|b) one of several; *, + and ? repeat what\n"
         "stands before them; a backslash takes the next character as it is. Of standard input one final line\n"
         "break does not count. Characters are those of UTF-8, or bytes where a text is no UTF-8.\n"
         "\n"
         "Example:\n"
-        "  orvflow match '^/WorkFlowEngine/[^/]*$' /WorkFlowEngine/WorkFlowName && echo found");
+        "  orvflow match '^/Jobs/[^/]*$' /Jobs/Backup && echo found");
   }
 
   ExitCode Execute() override {
@@ -38,7 +40,12 @@ class MatchVerb final : public Verb {
 
  private:
   static std::string ReadText() {
-    std::string text = ReadStandardInput();
+    std::string text;
+    try {
+      text = ReadStandardInput();
+    } catch (const ProgramError& error) {
+      throw ProgramError(ExitCode::Usage, std::string("match: ") + error.what());  // 1 would say "not found".
+    }
     if (text.find('\0') != std::string::npos) {
       throw ProgramError(ExitCode::Usage, "match: standard input holds a zero byte, which no text can");
     }
