@@ -43,7 +43,7 @@ SecretText ReadSecretInput() {
 
 void WriteStandardOutput(std::string_view bytes) {
   UseBinaryStreams();
-  const bool is_written = std::fwrite(bytes.data(), 1, bytes.size(), stdout) == bytes.size();
+  const bool is_written = bytes.empty() || std::fwrite(bytes.data(), 1, bytes.size(), stdout) == bytes.size();
   if (!is_written || std::fflush(stdout) != 0) {
     throw ProgramError(ExitCode::Failed, kOutputLost);
   }

@@ -54,6 +54,15 @@ TEST_F(EncryptTest, AListIsConvertedLineByLine) {
   EXPECT_EQ(RunWithKey("encrypt", "one", {"--list"}).raw_output, RunWithKey("encrypt", "one").raw_output);
 }
 
+TEST_F(EncryptTest, AListOfNoTextIsAList) {
+  for (const char* verb : {"encrypt", "decrypt"}) {
+    const ProcessResult result = RunWithKey(verb, "", {"--list"});
+    EXPECT_EQ(result.exit_code, 0) << result.error;
+    EXPECT_EQ(result.error, "");
+    EXPECT_EQ(result.raw_output, "");
+  }
+}
+
 TEST_F(EncryptTest, WhatIsNoEncipheredTextIsRefused) {
   const std::string form = "UwBuipwVIkqCKLmpjKFTHQ=";
   ExpectFailure(RunWithKey("decrypt", "<xml>"), 1,
