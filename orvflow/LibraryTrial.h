@@ -18,10 +18,10 @@ enum class TrialDepth {
 // By file: what is wrong with it, one line without the file's name.
 using TrialFaults = std::map<std::string, std::string>;
 
-// Tries the libraries of these files, absolute paths in the characters of the host's file calls, all in one process and,
-// when that fails, each in its own; returns those that have a fault. A file that was found good is not tried again by
-// this process while its size, time and identity stay the same. Throws ProgramError when the user asks the program to
-// stop meanwhile. Where no process can be started nothing is tried, and no fault is found.
+// Tries the libraries of these files, absolute paths in the characters of the host's file calls, all in one process
+// and, when that fails, each in its own; returns those that have a fault. A file that was found good is not tried again
+// by this process while its size, time and identity stay the same. Throws ProgramError when the user asks the program
+// to stop meanwhile. Where no process can be started nothing is tried, and no fault is found.
 TrialFaults TryLibraries(const std::vector<std::string>& files, TrialDepth depth);
 
 // The first argument of a program that is such a process.

@@ -13,7 +13,8 @@ class PluginTrial {
   // Tries the libraries that the workflow of the dictionary would load. Throws what TryLibraries throws.
   explicit PluginTrial(IDictionary& dictionary);
 
-  // Why the library of that name, as the dictionary has it, is not to be loaded: its file and what it does, in one line;
+  // Why the library of that name, as the dictionary has it, is not to be loaded: its file and what it does, in one
+  // line;
   // "" when nothing is known against it.
   std::string FaultOf(const std::string& library) const;
 
