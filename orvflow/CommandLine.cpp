@@ -102,7 +102,7 @@ ExitCode ExecuteCommandLine(std::vector<std::string> words) {
   program.footer(
       "Exit codes: 0 done, 1 failed or not found, 2 usage, 4 a plug-in is missing or broken,\n"
       "5 a file is no workflow or a saved state is damaged, 6 stopped with its state saved,\n"
-      "130 and 143 stopped without.");
+      "7 a file is in use by another process, 130 and 143 stopped without.");
   std::vector<std::unique_ptr<Verb>> verbs;
   verbs.push_back(MakeRunVerb(program));
   verbs.push_back(MakeInspectVerb(program));

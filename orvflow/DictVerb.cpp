@@ -1,7 +1,10 @@
 // orvflow dict: reads and edits a dictionary file.
+#include <algorithm>
+#include <new>
 #include <vector>
 
 #include "OrvWorkFlow/IDictionary.h"
+#include "orvflow/DictionaryLoading.h"
 #include "orvflow/DictionaryText.h"
 #include "orvflow/HostFiles.h"
 #include "orvflow/KeyFile.h"
@@ -16,6 +19,18 @@ namespace OrvWorkFlow::Program {
 namespace {
 
 constexpr char kPairs[] = "/IDictionaryNameValPairs";
+
+std::string FolderOf(const std::string& path) {
+  const std::size_t separator = path.find_last_of("/\\");
+  return separator == std::string::npos ? "." : path.substr(0, separator + 1);
+}
+
+bool IsPath(const std::string& path) {
+  return std::all_of(path.begin(), path.end(), [](char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' || c == '-' ||
+           c == '/';
+  });
+}
 
 std::string Lines(const std::vector<std::string>& texts) {
   std::string lines;
@@ -35,14 +50,19 @@ class DictVerb final : public Verb {
     Operation operation;
     std::size_t most_arguments;  // behind the file; no limit for kAnyNumber
     bool makes_file;
+    bool saves;  // writes the dictionary as a whole, to the file or to standard output
   };
   static constexpr std::size_t kAnyNumber = static_cast<std::size_t>(-1);
   static const Action kActions[];
 
   const Action& FindAction() const;
-  void Load(bool makes_file);
+  // False for a file that is to be made.
+  bool Load(bool makes_file);
   void Save();
   std::string Path() const;
+  std::string ShownName() const;
+  void TellWhatASaveChanges(bool is_allowed) const;
+  std::string FindBadName() const;
   ProgramError Error(ExitCode code, const std::string& text) const;
 
   void Get();
@@ -55,21 +75,23 @@ class DictVerb final : public Verb {
 
   std::vector<std::string> words_;
   std::string key_file_;
+  bool force_ = false;
   std::string file_;                    // as the user named it; "-" for the standard streams
   std::vector<std::string> arguments_;  // behind the file
   IDictionary* dictionary_ = nullptr;   // while the host is there
 };
 
 const DictVerb::Action DictVerb::kActions[] = {
-    {"get", &DictVerb::Get, 1, false},         {"type", &DictVerb::Type, 1, false},
-    {"set", &DictVerb::Set, kAnyNumber, true}, {"list", &DictVerb::List, 1, false},
-    {"paths", &DictVerb::Paths, 1, false},     {"remove", &DictVerb::Remove, 1, false},
-    {"format", &DictVerb::Format, 0, false},
+    {"get", &DictVerb::Get, 1, false, false},        {"type", &DictVerb::Type, 1, false, false},
+    {"set", &DictVerb::Set, kAnyNumber, true, true}, {"list", &DictVerb::List, 1, false, false},
+    {"paths", &DictVerb::Paths, 1, false, false},    {"remove", &DictVerb::Remove, 1, false, true},
+    {"format", &DictVerb::Format, 0, false, true},
 };
 
 DictVerb::DictVerb(CLI::App& program) : Verb(program, "dict", "Reads and edits a dictionary file") {
   command().add_option("ACTION", words_, "One of those below, with its arguments")->type_name("FILE [PATH] ...");
   AddKeyFileOption(command(), key_file_);
+  command().add_flag("--force", force_, "Drops comments when saving; removes all that is in the file");
   command().footer(
       "Actions:\n"
       "  get FILE [PATH]                  the value; a list one item a line. Exit 1 where there is none\n"
@@ -84,7 +106,8 @@ DictVerb::DictVerb(CLI::App& program) : Verb(program, "dict", "Reads and edits a
       "Tags: str, UStr (UTF-8), int, dbl, Bool (1, 0, true, false), Binary (base64), and the lists strlist,\n"
       "UStrLst, intlist, doublelist, BoolLst. FILE may be - for standard input; set and remove then write\n"
       "to standard output. -- ends the options. Saving a file empties its /IDictionaryNameValPairs; format\n"
-      "and the standard streams leave them.\n"
+      "and the standard streams leave them. Comments are not kept: set and remove refuse a file that\n"
+      "has some, and the root's removal, without --force.\n"
       "\n"
       "Example:\n"
       "  orvflow dict set flow.xml /WorkFlowEngine/Retries int -1\n"
@@ -114,8 +137,13 @@ ExitCode DictVerb::Execute() {
   const WorkflowHost::OwnedDictionary dictionary = host->MakeDictionary();
   dictionary_ = dictionary.get();
   if (!key_file_.empty()) dictionary->SetEncryptionKey(KeyFile(key_file_).key());
-  Load(action.makes_file);
-  (this->*action.operation)();
+  try {
+    const bool to_output = file_ == "-" || action.operation == &DictVerb::Format;
+    if (Load(action.makes_file) && action.saves) TellWhatASaveChanges(to_output || force_);
+    (this->*action.operation)();
+  } catch (const std::bad_alloc&) {
+    throw FileError(ExitCode::Failed, ShownName(), "", "not enough memory; the file is as it was");
+  }
   return ExitCode::Done;
 }
 
@@ -128,39 +156,41 @@ std::string DictVerb::Path() const {
 
 ProgramError DictVerb::Error(ExitCode code, const std::string& text) const {
   const std::string path = arguments_.empty() ? "/" : arguments_.front();
-  return FileError(code, file_ == "-" ? "standard input" : file_, path, text);
+  return FileError(code, ShownName(), path, text);
 }
 
-void DictVerb::Load(bool makes_file) {
-  const auto fail = [&](ExitCode code, const char* text) {
-    throw FileError(code, file_ == "-" ? "standard input" : file_, "", text);
-  };
-  constexpr char kNoDictionary[] = "no dictionary; it is damaged, of another kind, or needs a key (--key-file)";
+std::string DictVerb::ShownName() const { return file_ == "-" ? "standard input" : file_; }
+
+bool DictVerb::Load(bool makes_file) {
   if (file_ == "-") {
-    const std::string input = ReadStandardInput();
-    if (!dictionary_->LoadFromText(input.data(), input.size())) fail(ExitCode::DictionaryDamaged, kNoDictionary);
-    return;
+    LoadDictionaryText(*dictionary_, ReadStandardInput(), ShownName());
+    return true;
   }
-  switch (FindFileKind(file_)) {
-    case FileKind::Missing:
-      if (!makes_file) fail(ExitCode::Failed, "no such file");
-      return;
-    case FileKind::Folder:
-      fail(ExitCode::Failed, "a folder, not a file");
-      return;
-    case FileKind::Unreadable:
-      fail(ExitCode::Failed, "cannot be read");
-      return;
-    case FileKind::Readable:
-      break;
+  if (makes_file && FindFileKind(file_) == FileKind::Missing) {
+    const std::string folder = FolderOf(MakeAbsolutePath(file_));
+    if (FindFileKind(folder) == FileKind::Folder) return false;
+    throw FileError(ExitCode::Failed, file_, "", "there is no such folder; make it first");
   }
-  if (!dictionary_->LoadFile(MakeAbsolutePath(file_).c_str())) fail(ExitCode::DictionaryDamaged, kNoDictionary);
+  LoadDictionary(*dictionary_, MakeAbsolutePath(file_), file_);
+  return true;
+}
+
+// A save writes what the dictionary holds and nothing else: what that leaves out of the file is said before.
+void DictVerb::TellWhatASaveChanges(bool is_allowed) const {
+  const LoadedText text = LookAtLoadedText(*dictionary_);
+  for (const std::string& problem : text.problems) PrintErrorLine(ShownName() + ": " + problem);
+  if (text.remarks == 0) return;
+  const std::string what = std::to_string(text.remarks) +
+                           (text.remarks == 1 ? " comment or instruction" : " comments or instructions") +
+                           ", the first in line " + std::to_string(text.first_remark_line);
+  if (!is_allowed)
+    throw FileError(ExitCode::Failed, ShownName(), "", "a save would drop " + what + "; --force drops them");
+  PrintErrorLine(ShownName() + ": what is written leaves out " + what);
 }
 
 void DictVerb::Save() {
   if (file_ == "-") return Format();
-  if (dictionary_->SaveFile(MakeAbsolutePath(file_).c_str())) return;
-  throw FileError(ExitCode::Failed, file_, "", "cannot be saved; the file is as it was");
+  SaveDictionary(*dictionary_, MakeAbsolutePath(file_), file_);
 }
 
 void DictVerb::Get() {
@@ -176,12 +206,30 @@ void DictVerb::Set() {
   if (file_ != "-" && (Path() + '/').starts_with(std::string(kPairs) + '/')) {
     throw Error(ExitCode::Usage, "is emptied whenever a file is saved; nothing can be kept there");
   }
+  const std::string name = FindBadName();
+  if (!name.empty()) {
+    throw Error(ExitCode::Usage, "\"" + name + "\" cannot name an entry in a file; names begin with a letter or _");
+  }
   bool is_set = false;
   const std::string wrong =
       WriteValue(*dictionary_, Path(), arguments_[1], {arguments_.begin() + 2, arguments_.end()}, is_set);
   if (!wrong.empty()) throw Error(ExitCode::Usage, wrong);
+  if (!is_set && IsPath(Path())) throw Error(ExitCode::Failed, "cannot be set; not enough memory?");
   if (!is_set) throw Error(ExitCode::Usage, "no path; its parts hold letters, digits, _ and - only");
   Save();
+}
+
+// XML has no names that begin with a digit or "-". What has such a name already may be changed.
+std::string DictVerb::FindBadName() const {
+  const std::string path = Path();
+  if (dictionary_->Exists(path.c_str())) return {};
+  for (std::size_t begin = 0; begin < path.size();) {
+    const std::size_t end = std::min(path.find('/', begin), path.size());
+    const bool is_bad = end > begin && (path[begin] == '-' || (path[begin] >= '0' && path[begin] <= '9'));
+    if (is_bad && !dictionary_->Exists(path.substr(0, end).c_str())) return path.substr(begin, end - begin);
+    begin = end + 1;
+  }
+  return {};
 }
 
 void DictVerb::List() {
@@ -200,13 +248,16 @@ void DictVerb::Paths() {
 
 void DictVerb::Remove() {
   if (arguments_.empty()) throw UsageError("remove: no path given");
+  if (Path().empty() && !force_) throw Error(ExitCode::Usage, "removes all that is in the file; --force does it");
   if (!dictionary_->Delete(Path().c_str())) throw Error(ExitCode::Failed, "no such entry");
   Save();
 }
 
 void DictVerb::Format() {
   const TextHolder text;
-  if (!dictionary_->SaveToText(text.get())) throw FileError(ExitCode::Failed, file_, "", "cannot be formatted");
+  if (!dictionary_->SaveToText(text.get())) {
+    throw FileError(ExitCode::Failed, ShownName(), "", "cannot be formatted: it nests too deep, or memory is short");
+  }
   WriteStandardOutput({text.get()->GetText(), text.get()->GetLength()});
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstring>
 #include <memory>
 #include <new>
 
@@ -46,12 +47,15 @@ constexpr Tag kTags[] = {
 struct NarrowText {
   using List = IOrvPStringList;
   static constexpr char kList[] = "IOrvPStringList";
-  static constexpr char kWhat[] = "text without control characters";
+  static constexpr char kWhat[] = "UTF-8 text without control characters";
   static std::optional<std::string> Parse(const std::string& text) {
-    // A file holds a "?" in a control character's place, unless it is a tab or a line end.
-    const bool is_plain = std::none_of(text.begin(), text.end(), [](char c) {
-      return static_cast<unsigned char>(c) < 0x20 && c != '\t' && c != '\n' && c != '\r';
-    });
+    // A file holds a "?" in a control character's place, unless it is a tab or a line end. No XML reader takes other
+    // encodings in a file that says UTF-8, nor the two numbers that are no characters.
+    const std::optional<std::u16string> wide = ToWide(text);
+    const bool is_text = wide && wide->find_first_of(u"\xFFFE\xFFFF") == std::u16string::npos;
+    const bool is_plain = is_text && std::none_of(text.begin(), text.end(), [](char c) {
+                            return static_cast<unsigned char>(c) < 0x20 && c != '\t' && c != '\n' && c != '\r';
+                          });
     return is_plain ? std::optional(text) : std::nullopt;
   }
 };
@@ -138,6 +142,12 @@ std::string Refusal(const std::string& text) {
   return "\"" + text + "\" is no " + Form::kWhat;
 }
 
+bool HasOuterBlanks(const std::string& text) {
+  static constexpr char kBlanks[] = " \t\n\v\f\r";
+  return !text.empty() &&
+         (std::strchr(kBlanks, text.front()) != nullptr || std::strchr(kBlanks, text.back()) != nullptr);
+}
+
 template <class Form, class Set>
 std::string WriteScalar(const Form& form, const std::vector<std::string>& texts, bool& is_set, const Set& set) {
   if (texts.size() != 1) return "one value is needed, not " + std::to_string(texts.size());
@@ -154,6 +164,7 @@ std::string WriteList(IDictionary& dictionary, const std::string& path, const st
   for (const std::string& text : texts) {
     const auto value = Form::Parse(text);
     if (!value) return Refusal<Form>(text);
+    if (HasOuterBlanks(text)) return "\"" + text + "\" has blanks at its ends, which a list in a file does not keep";
     if (!AddTo(*list.get(), *value)) throw std::bad_alloc();
   }
   is_set = dictionary.SetValue(path.c_str(), list.get());

@@ -6,6 +6,7 @@
 #include "OrvWorkFlow/WorkFlowFactory.h"
 #include "OrvWorkFlow/WorkflowSchema.h"
 #include "flow/Check.h"
+#include "orvflow/DictionaryLoading.h"
 #include "orvflow/HostFiles.h"
 #include "orvflow/PluginTrial.h"
 #include "orvflow/Terminal.h"
@@ -51,25 +52,27 @@ void PrintFindings(const Flow::Findings& findings, const std::string& shown_name
   }
 }
 
+// What is accepted and was hardly meant so.
+void TellProblems(IDictionary& dictionary, const std::string& shown_name) {
+  const std::vector<std::string> problems = LookAtLoadedText(dictionary).problems;
+  for (std::size_t i = 0; i < std::min(problems.size(), kMostLines); ++i)
+    PrintErrorLine(shown_name + ": " + problems[i]);
+  if (problems.size() > kMostLines) {
+    PrintErrorLine(shown_name + ": and " + std::to_string(problems.size() - kMostLines) + " more of these");
+  }
+}
+
 }  // namespace
 
 void ReadFlow(IDictionary& dictionary, const std::string& file, const std::string& shown_name) {
-  switch (FindFileKind(file)) {
-    case FileKind::Missing:
-      throw FileError(ExitCode::Failed, shown_name, "", "no such file");
-    case FileKind::Folder:
-      throw FileError(ExitCode::Failed, shown_name, "", "is a folder; name the workflow's file in it");
-    case FileKind::Unreadable:
-      throw FileError(ExitCode::Failed, shown_name, "", "cannot be read; check its permissions");
-    case FileKind::Readable:
-      break;
+  if (FindFileKind(file) == FileKind::Folder) {
+    throw FileError(ExitCode::Failed, shown_name, "", "is a folder; name the workflow's file in it");
   }
-  if (!dictionary.LoadFile(file.c_str())) {
-    throw FileError(ExitCode::DictionaryDamaged, shown_name, "", "is no dictionary, or was cut off");
-  }
+  LoadDictionary(dictionary, file, shown_name);
   if (!dictionary.Exists("/")) {
     throw FileError(ExitCode::DictionaryDamaged, shown_name, "", "is no dictionary: its root is not IDictionaryRoot");
   }
+  TellProblems(dictionary, shown_name);
 }
 
 void CheckFlow(IDictionary& dictionary, const std::string& shown_name, const FlowUse& use) {

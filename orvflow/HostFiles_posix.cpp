@@ -10,7 +10,9 @@ namespace OrvWorkFlow::Program {
 
 FileKind FindFileKind(const std::string& path) {
   struct stat status = {};
-  if (stat(path.c_str(), &status) != 0) return errno == EACCES ? FileKind::Unreadable : FileKind::Missing;
+  if (stat(path.c_str(), &status) != 0) {
+    return errno == ENOENT || errno == ENOTDIR ? FileKind::Missing : FileKind::Unreadable;
+  }
   if (S_ISDIR(status.st_mode)) return FileKind::Folder;
   return access(path.c_str(), R_OK) == 0 ? FileKind::Readable : FileKind::Unreadable;
 }

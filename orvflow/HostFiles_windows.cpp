@@ -47,7 +47,10 @@ FileKind FindFileKind(const std::string& path) {
   const std::wstring wide = Widen(path);
   const DWORD attributes = GetFileAttributesW(wide.c_str());
   if (attributes == INVALID_FILE_ATTRIBUTES) {
-    return GetLastError() == ERROR_ACCESS_DENIED ? FileKind::Unreadable : FileKind::Missing;
+    const DWORD error = GetLastError();
+    const bool is_missing = error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND ||
+                            error == ERROR_INVALID_NAME || error == ERROR_BAD_NETPATH || error == ERROR_INVALID_DRIVE;
+    return is_missing ? FileKind::Missing : FileKind::Unreadable;
   }
   if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return FileKind::Folder;
   const HANDLE file = CreateFileW(wide.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,

@@ -1,8 +1,10 @@
 #include "orvflow/Setting.h"
 
+#include <algorithm>
 #include <charconv>
 #include <system_error>
 
+#include "orvflow/DictionaryText.h"
 #include "orvflow/Suggestion.h"
 #include "orvflow/Terminal.h"
 #include "runtime/MarshalledHolder.h"
@@ -36,6 +38,13 @@ std::string SuggestSibling(IDictionary& dictionary, const std::string& path) {
   return Suggest(path.substr(parent.size() + 1), names.Texts());
 }
 
+void AddSetting(IDictionary& dictionary, const Setting& setting, const std::string& shown_name) {
+  bool is_set = false;
+  const std::string wrong = WriteValue(dictionary, setting.path, setting.tag, {setting.value}, is_set);
+  if (!wrong.empty()) Refuse(setting, shown_name, wrong);
+  if (!is_set) Refuse(setting, shown_name, "no path; its parts hold letters, digits, _ and - only");
+}
+
 }  // namespace
 
 Setting ParseSetting(const std::string& text) {
@@ -43,10 +52,13 @@ Setting ParseSetting(const std::string& text) {
   if (equals == std::string::npos || text.front() != '/') {
     throw ProgramError(ExitCode::Usage, "run: --set " + text + ": not of the form /Dictionary/Path=VALUE");
   }
-  return {text.substr(0, equals), text.substr(equals + 1)};
+  const std::size_t colon = std::min(text.find(':'), equals);
+  const std::string tag = colon == equals ? "" : text.substr(colon + 1, equals - colon - 1);
+  return {text.substr(0, colon), tag, text.substr(equals + 1)};
 }
 
 void ApplySetting(IDictionary& dictionary, const Setting& setting, const std::string& shown_name) {
+  if (!setting.tag.empty()) return AddSetting(dictionary, setting, shown_name);
   switch (dictionary.GetValueType(setting.path.c_str())) {
     case ValueType::String:
       if (dictionary.SetValue(setting.path.c_str(), setting.value.c_str())) return;
@@ -60,8 +72,11 @@ void ApplySetting(IDictionary& dictionary, const Setting& setting, const std::st
     case ValueType::Boolean:
       if (SetBoolean(dictionary, setting)) return;
       Refuse(setting, shown_name, "\"" + setting.value + "\" is neither true nor false");
-    case ValueType::Nil:
-      Refuse(setting, shown_name, "no value to set there" + SuggestSibling(dictionary, setting.path));
+    case ValueType::Nil: {
+      const std::string suggestion = SuggestSibling(dictionary, setting.path);
+      const std::string advice = "; " + setting.path + ":str=VALUE (or int, dbl, Bool) adds one";
+      Refuse(setting, shown_name, "no value to set there" + (suggestion.empty() ? advice : suggestion));
+    }
     default:
       Refuse(setting, shown_name, "only texts, numbers and Booleans can be set");
   }

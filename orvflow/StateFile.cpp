@@ -6,6 +6,7 @@
 #include <iterator>
 
 #include "OrvWorkFlow/WorkflowSchema.h"
+#include "orvflow/DictionaryLoading.h"
 #include "orvflow/DictionaryReading.h"
 #include "orvflow/HostFiles.h"
 #include "orvflow/Terminal.h"
@@ -48,13 +49,9 @@ bool StateFile::Exists() const { return FindFileKind(path_) != FileKind::Missing
 
 void StateFile::Read(IDictionary& dictionary, const std::string& workflow_name) const {
   static constexpr char kAdvice[] = "; put a whole one there, or begin anew with --fresh";
-  if (FindFileKind(path_) != FileKind::Readable) {
-    throw FileError(ExitCode::DictionaryDamaged, shown_name_, "",
-                    "the saved state cannot be read; check its permissions");
-  }
-  if (!dictionary.LoadFile(path_.c_str()) || !dictionary.Exists(WorkflowSchema::kWorkNodes)) {
-    throw FileError(ExitCode::DictionaryDamaged, shown_name_, "",
-                    std::string("the saved state is damaged, or the key is another") + kAdvice);
+  LoadDictionary(dictionary, path_, shown_name_, kAdvice);
+  if (!dictionary.Exists(WorkflowSchema::kWorkNodes)) {
+    throw FileError(ExitCode::DictionaryDamaged, shown_name_, "", std::string("is no saved state") + kAdvice);
   }
   const std::string name = TextAt(dictionary, WorkflowSchema::kWorkFlowName);
   if (name != workflow_name) {

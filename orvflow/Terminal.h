@@ -15,6 +15,7 @@ enum class ExitCode : int {
   PluginBroken = 4,       // a plug-in library is missing, cannot be loaded or lacks a type
   DictionaryDamaged = 5,  // a file is no dictionary, no workflow or no state, or another process uses the state
   Resumable = 6,          // stopped, with the state saved
+  InUse = 7,              // another process has the file
   Interrupted = 130,      // Ctrl-C
   Terminated = 143,       // SIGTERM, or the console was closed
 };

@@ -185,6 +185,7 @@ bool CDictionary::LoadFromText(const char* text, std::size_t length) {
   return last_load_.Record([&](FileOutcome& outcome) {
     if (text == nullptr) return outcome.Fail(FileFailure::NotStarted, "no text");
     if (length == 0) return FailForText({}, false, outcome);
+    if (length > kMaxTextSize) return outcome.Fail(FileFailure::TooLarge);
     const auto kept = std::make_shared<const std::string>(text, length);
     return LoadText({kept, *kept}, DataStore::Pairs::Taken, outcome);
   });

@@ -7,7 +7,6 @@
 #include "CoreObjects/Base64.h"
 #include "CoreObjects/Marshalled.h"
 #include "dictionary/FileBytes.h"
-#include "platform/SystemError.h"
 
 namespace OrvWorkFlow {
 namespace {
@@ -127,11 +126,9 @@ bool EncryptionKey::Copy(SecretText& key) {
 
 bool ReadPlainFile(IFileSystemA& file_system, const char* path, FileText& content, FileOutcome& outcome) {
   const auto bytes = std::make_shared<FileBytes>();
-  SystemError::Forget();
   if (!file_system.ReadFileToStream(path, bytes.get())) {
-    const std::int32_t error = SystemError::Last();
     if (bytes->lacks_memory()) return outcome.Fail(FileFailure::NoMemory);
-    return outcome.FailFor(bytes->is_opened() ? FileFailure::CannotRead : FileFailure::CannotOpen, error);
+    return outcome.FailFor(bytes->is_opened() ? FileFailure::CannotRead : FileFailure::CannotOpen, file_system);
   }
   content = {bytes, bytes->view()};
   return true;
@@ -151,9 +148,8 @@ bool ReadEncipheredFile(IFileSystemA& file_system, IEncryption& encryption, cons
 }
 
 bool ReplaceFile(IFileSystemA& file_system, const char* path, std::string_view bytes, FileOutcome& outcome) {
-  SystemError::Forget();
   if (file_system.ReplaceFileBytes(path, bytes.data(), bytes.size())) return true;
-  return outcome.FailFor(FileFailure::CannotWrite, SystemError::Last());
+  return outcome.FailFor(FileFailure::CannotWrite, file_system);
 }
 
 bool WriteEncipheredFile(IFileSystemA& file_system, IEncryption& encryption, const char* path, const SecretText& key,

@@ -3,8 +3,8 @@
 #include <utility>
 
 #include "CoreObjects/Marshalled.h"
+#include "OrvWorkFlow/FileReasons.h"
 #include "dictionary/Guarded.h"
-#include "platform/SystemError.h"
 
 namespace OrvWorkFlow {
 namespace {
@@ -43,11 +43,17 @@ void FileOutcome::SetText(std::string_view why) noexcept {
   Guarded([&] { return text = why, true; });
 }
 
-bool FileOutcome::FailFor(FileFailure failure, std::int32_t error) {
-  const SystemErrorKind kind = SystemError::KindOf(error);
-  if (kind == SystemErrorKind::InUse) failure = FileFailure::InUse;
-  if (kind == SystemErrorKind::NoMemory) failure = FileFailure::NoMemory;
-  return Fail(failure, SystemError::Describe(error));
+bool FileOutcome::FailFor(FileFailure failure, IFileSystemA& file_system) {
+  const Marshalled<IOrvPString> words;
+  std::string reason;
+  const bool is_known = Guarded([&] {
+    return words && file_system.GetLastFailure(nullptr, nullptr, words.get()) && ReadText(words.get(), reason);
+  });
+  if (!is_known) return Fail(failure);
+  if (reason == FileReasons::kInUse) return Fail(FileFailure::InUse, reason);
+  if (reason == FileReasons::kNoMemory) return Fail(FileFailure::NoMemory, reason);
+  if (reason == FileReasons::kTooLarge) return Fail(FileFailure::TooLarge, reason);
+  return Fail(failure, reason);
 }
 
 void FileRecord::Remember(FileOutcome&& outcome, bool done) noexcept {

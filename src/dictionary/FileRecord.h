@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "OrvWorkFlow/IDictionary.h"
+#include "OrvWorkFlow/IFileSystem.h"
 
 namespace OrvWorkFlow {
 
@@ -29,8 +30,9 @@ struct FileOutcome {
     SetText(why);
     return false;
   }
-  // The same for a system call that failed, of which `failure` says what it was for; `error` may say more.
-  bool FailFor(FileFailure failure, std::int32_t error);
+  // The same for a call of the file system that failed: its last one on this thread. `failure` says what it was for,
+  // unless its reason (FileReasons.h) says more.
+  bool FailFor(FileFailure failure, IFileSystemA& file_system);
 };
 
 // Any thread.

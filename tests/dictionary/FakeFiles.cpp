@@ -58,6 +58,10 @@ bool FakeFileSystem::ReplaceFileBytes(const char* path, const void* data, std::s
   return true;
 }
 
+bool FakeFileSystem::GetLastFailure(IOrvPString* /*operation*/, IOrvPString* /*path*/, IOrvPString* reason) {
+  return !files_.reason.empty() && AssignText(reason, files_.reason);
+}
+
 bool FakeFileSystem::Refuse() {
   ADD_FAILURE() << "the dictionary asked the file system for something else";
   return false;

@@ -18,6 +18,7 @@ struct FakeFiles {
   std::set<std::string> directories;
   // "exists NAME", "read NAME", "replace NAME", "copy NAME to NAME", "write NAME", "remove NAME".
   std::vector<std::string> calls;
+  std::string reason;                              // Of all that fails; "" for none that is known.
   std::string throws_at;                           // The call that throws.
   std::function<void(const std::string&)> before;  // Is told of every call.
   bool refuses_to_write = false;
@@ -44,6 +45,7 @@ class FakeFileSystem final : public orv_test::RefusingFileSystem<BaseObject<Fake
   bool RemoveFile(const char* path) override;
   bool ReadFileToStream(const char* path, IOrvBasicStream* stream) override;
   bool ReplaceFileBytes(const char* path, const void* data, std::size_t size) override;
+  bool GetLastFailure(IOrvPString* operation, IOrvPString* path, IOrvPString* reason) override;
 
  private:
   // Nothing else is asked of it.

@@ -1,6 +1,8 @@
 // Why a load or a save failed, and that nothing plain is written under a key.
 #include <gtest/gtest.h>
 
+#include <stdexcept>
+
 #include "DictionaryTesting.h"
 #include "FakeFiles.h"
 #include "dictionary/DictionaryObject.h"
@@ -139,6 +141,55 @@ TEST_F(FileReportTest, AFileThatCannotBeWrittenIsNotEnciphersFault) {
   FileReport report;
   ASSERT_TRUE(dictionary_.GetSaveReport(&report, nullptr));
   EXPECT_EQ(report.failure, FileFailure::CannotWrite);
+}
+
+TEST_F(FileReportTest, TheFileSystemsReasonIsPassedOn) {
+  const std::pair<std::string, FileFailure> reasons[] = {
+      {"permission denied", FileFailure::CannotOpen},  {"too many open files", FileFailure::CannotOpen},
+      {"input/output error", FileFailure::CannotOpen}, {"in use", FileFailure::InUse},
+      {"out of memory", FileFailure::NoMemory},        {"file too large", FileFailure::TooLarge}};
+  files_.refuses_to_write = true;
+  for (const char* key : {"", "a key"}) {
+    dictionary_.SetEncryptionKey(key);
+    for (const auto& [reason, failure] : reasons) {
+      files_.reason = reason;
+      EXPECT_FALSE(dictionary_.LoadFile("missing"));
+      ExpectLoad(failure, reason);
+      EXPECT_FALSE(dictionary_.SaveFile("f"));
+      ExpectSave(failure == FileFailure::CannotOpen ? FileFailure::CannotWrite : failure, reason);
+    }
+    files_.reason.clear();
+    EXPECT_FALSE(dictionary_.LoadFile("missing"));
+    ExpectLoad(FileFailure::CannotOpen, "cannot be opened");
+  }
+}
+
+// Says that it holds more than a dictionary takes, and has next to nothing to show for it.
+class BoastfulStream final : public IOrvBasicStream {
+ public:
+  bool Assign(const void*, std::size_t) noexcept override { return false; }
+  bool Append(const void*, std::size_t) noexcept override { return false; }
+  const void* GetData() const noexcept override { return "<IDictionaryRoot/>"; }
+  std::size_t GetSize() const noexcept override { return kMaxTextSize + 1; }
+  void Release() noexcept override {}
+  virtual ~BoastfulStream() = default;
+};
+
+TEST_F(FileReportTest, ATextThatIsTooLargeIsNotLookedAt) {
+  ASSERT_TRUE(dictionary_.SetValue("/a", "old"));
+  EXPECT_FALSE(dictionary_.LoadFromText("<IDictionaryRoot/>", kMaxTextSize + 1));
+  ExpectLoad(FileFailure::TooLarge, "too large, or nested too deep");
+  const BoastfulStream stream;
+  EXPECT_FALSE(dictionary_.LoadSubtreeFromStream("/a", &stream));
+  ExpectLoad(FileFailure::TooLarge, "too large, or nested too deep");
+  EXPECT_EQ(GetString(dictionary_, "/a"), "old");
+  DataStore store;
+  ASSERT_TRUE(store.Set("/a", std::int32_t{1}));
+  EXPECT_FALSE(store.Load({"<IDictionaryRoot/>", kMaxTextSize + 1}, nullptr, DataStore::Pairs::Taken));
+  EXPECT_TRUE(store.Exists("/a"));
+  TextBuffer buffer;
+  buffer.Append("x");
+  EXPECT_THROW(buffer.Room(kMaxTextSize), std::length_error);
 }
 
 // Thirty thousand levels would be a file of 900 MB, of which all but some 400 KB are tabs.

@@ -2,13 +2,18 @@
 // the operation does its work when it is tried again.
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <functional>
 #include <string>
 
 #include "DictionaryTesting.h"
 #include "dictionary/DictionaryObject.h"
+#include "encryption/EncryptionObject.h"
+#include "filesystem/FileSystemObject.h"
 #include "tests/support/FailingMemory.h"
 #include "tests/support/Marshalled.h"
+#include "tests/support/TempDirectory.h"
+#include "utilitystore/UtilityStoreObject.h"
 
 namespace OrvWorkFlow::DictionaryTesting {
 namespace {
@@ -86,6 +91,15 @@ TEST_F(DictionaryMemory, Writing) {
       {"binary", [&](IDictionary& d) { return d.SetBinary(path, long_text_.data(), long_text_.size()); }},
       {"attribute", [&](IDictionary& d) { return d.SetAttribute(path, "name-of-an-attribute", long_text_.c_str()); }},
       {"redirection", [&](IDictionary& d) { return d.SetRedirection(path, targets_.out()); }},
+      {"text forms", [&](IDictionary& d) { return d.SetValueTexts(path, ValueType::StringList, strings_.out()); }},
+      {"compared",
+       [&](IDictionary& d) {
+         // Tried again it finds what it has done, as far as it has come.
+         const orv_test::PStringList now;
+         const bool has_value = d.GetValueTexts(path, now.out());
+         return d.CompareAndSetTexts(path, has_value ? ValueType::StringList : ValueType::Nil, now.out(),
+                                     ValueType::StringList, strings_.out(), nullptr);
+       }},
       {"many children", [&](IDictionary& d) { return d.SetValue("/wide/child-that-is-the-next", true); }},
       {"path object", [&](IDictionary& d) { return d.SetValue(DictionaryPathWrapperSimple(path), true); }},
   };
@@ -151,6 +165,83 @@ TEST_F(DictionaryMemory, LoadingAndSaving) {
       {"save", [&](IDictionary& d) { return d.SaveToText(text.out()); }},
   };
   for (const Operation& operation : operations) FailEachAllocation(operation);
+}
+
+// Files in the test's folder; what a load under a key copies goes to $TEMP.
+class FilesMemory : public ::testing::TestWithParam<const char*> {
+ protected:
+  FilesMemory() {
+    store_.AddUtilityObjectCreator(&files_creator_);
+    store_.AddUtilityObjectCreator(&encryption_creator_);
+  }
+
+  void Join(CDictionary& dictionary) {
+    dictionary.SetUtilityStore(&store_);
+    dictionary.SetEncryptionKey(GetParam());
+  }
+  bool HasCopy() {
+    CFileSystem file_system;
+    return static_cast<IFileSystemA*>(file_system.QueryInterface(InterfaceNames::kFileSystemA))
+        ->FileExists("$TEMP/tmpdic0");
+  }
+  std::vector<std::string> FilesThere() const {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(directory_.path())) {
+      names.push_back(entry.path().filename().string());
+    }
+    return names;
+  }
+
+  orv_test::TempDirectory directory_;
+  const std::string file_ = directory_.file("f");
+  CFileSystemObjectCreator files_creator_;
+  CEncryptionObjectCreator encryption_creator_;
+  CUtilityStore store_;
+};
+INSTANTIATE_TEST_SUITE_P(Keys, FilesMemory, ::testing::Values("", "a key"));
+
+// Each allocation fails once. The file is the old or the new one, nothing lies beside it, and what did not succeed says
+// so.
+TEST_P(FilesMemory, NothingIsLostOrLeftBehind) {
+  ASSERT_FALSE(HasCopy()) << "somebody else's; remove it";
+  std::string contents[2];
+  for (int i = 0; i < 2; ++i) {
+    CDictionary dictionary;
+    Join(dictionary);
+    ASSERT_TRUE(dictionary.SetValue("/an-entry-of-a-long-name", i == 0 ? "the old one" : "the new one, and long"));
+    ASSERT_TRUE(dictionary.SaveFile(file_.c_str()));
+    contents[i] = orv_test::ReadFile(file_);
+  }
+  bool has_failed = true;
+  int failures = 0;
+  for (std::size_t n = 1; has_failed && n < 5000; ++n) {
+    SCOPED_TRACE(n);
+    orv_test::WriteFile(file_, contents[0]);
+    CDictionary dictionary;
+    Join(dictionary);
+    bool is_loaded = false;
+    bool is_saved = false;
+    {
+      const orv_test::FailedAllocation failed(n);
+      is_loaded = dictionary.LoadFile(file_.c_str());
+      const bool is_set = is_loaded && dictionary.SetValue("/an-entry-of-a-long-name", "the new one, and long");
+      is_saved = is_set && dictionary.SaveFile(file_.c_str());
+      has_failed = orv_test::failures_left == 0;
+    }
+    FileReport report;
+    ASSERT_TRUE(dictionary.GetLoadReport(&report, nullptr));
+    EXPECT_EQ(report.failure == FileFailure::None, is_loaded);
+    EXPECT_NE(report.failure, FileFailure::Damaged);
+    EXPECT_NE(report.failure, FileFailure::NotDeciphered);
+    ASSERT_TRUE(dictionary.GetSaveReport(&report, nullptr));
+    EXPECT_FALSE(is_saved && report.failure != FileFailure::None);
+    ASSERT_EQ(orv_test::ReadFile(file_), contents[is_saved ? 1 : 0]);
+    ASSERT_EQ(FilesThere(), std::vector<std::string>{"f"});
+    ASSERT_FALSE(HasCopy());
+    failures += is_saved ? 0 : 1;
+  }
+  EXPECT_FALSE(has_failed) << "each allocation has failed once";
+  EXPECT_GT(failures, 20);
 }
 
 class Counter final : public IDictionaryListener {

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <clocale>
 #include <cstdint>
+#include <functional>
 #include <locale>
 #include <string>
 #include <thread>
@@ -11,6 +12,7 @@
 
 #include "DictionaryTesting.h"
 #include "dictionary/DictionaryObject.h"
+#include "tests/support/Marshalled.h"
 #include "tests/support/TimeLimit.h"
 
 namespace OrvWorkFlow::DictionaryTesting {
@@ -74,6 +76,59 @@ TEST(Threads, OperationsDoNotMix) {
       }
     }
   });
+}
+
+// Each way to read, beside a thread that makes and takes away what is read: with the thread sanitizer one that does not
+// hold the mutex is found.
+TEST(Threads, EveryReadHoldsTheMutex) {
+  const orv_test::TimeLimit limit(std::chrono::seconds(60));
+  using Read = std::function<void(CDictionary&)>;
+  const Read reads[] = {
+      [](CDictionary& d) { d.GetValueType("/a/b"); },
+      [](CDictionary& d) { d.Exists("/a/b/c"); },
+      [](CDictionary& d) { GetString(d, "/a/b"); },
+      [](CDictionary& d) { GetStrings(d, "/a/l"); },
+      [](CDictionary& d) { GetAttribute(d, "/a/b", "k"); },
+      [](CDictionary& d) { d.HasAttribute("/a/b", "k"); },
+      [](CDictionary& d) { d.IsRedirection("/a/b"); },
+      [](CDictionary& d) { GetEntries(d, "/a"); },
+      [](CDictionary& d) { GetPaths(d, "/a"); },
+      [](CDictionary& d) { d.EnumeratePaths("/a", orv_test::PStringList().out()); },
+      [](CDictionary& d) { d.FindPaths("/a", "b$", orv_test::PStringList().out()); },
+      [](CDictionary& d) { d.GetValueTexts("/a/l", orv_test::PStringList().out()); },
+      [](CDictionary& d) { d.GetAttributeNames("/a/b", orv_test::PStringList().out()); },
+      [](CDictionary& d) { d.GetBinary("/a/x", orv_test::Stream().out()); },
+      [](CDictionary& d) {
+        std::size_t count = 0;
+        d.CountEntries("/a", &count);
+      },
+      [](CDictionary& d) {
+        std::size_t count = 0;
+        d.CountSubtree("/a", &count);
+      },
+      [](CDictionary& d) { d.CompareSubtrees("/a", &d, "/c", orv_test::PStringList().out()); },
+      [](CDictionary& d) { CDictionary().CopySubtreeFrom(&d, "/a", "/"); },
+      [](CDictionary& d) { CDictionary().MergeSubtree(&d, "/a", "/"); },
+      [](CDictionary& d) { d.SaveSubtreeToStream("/a", orv_test::Stream().out()); },
+  };
+  for (std::size_t i = 0; i < std::size(reads); ++i) {
+    SCOPED_TRACE(i);
+    CDictionary dictionary;
+    std::atomic<bool> is_over = false;
+    std::thread writer([&] {
+      for (int round = 0; !is_over; ++round) {
+        dictionary.SetValue("/a/b", std::string(static_cast<std::size_t>(round % 40), 'x').c_str());
+        dictionary.SetAttribute("/a/b", "k", round % 2 == 0 ? "v" : "another value");
+        dictionary.SetBinary("/a/x", "bytes", static_cast<std::size_t>(round % 5));
+        SetStrings(dictionary, "/a/l", Names(static_cast<std::size_t>(round % 12), "an item"));
+        dictionary.SetValue(("/a/n" + std::to_string(round % 20)).c_str(), round);
+        if (round % 8 == 0) dictionary.Delete("/a");
+      }
+    });
+    for (int round = 0; round < 100; ++round) reads[i](dictionary);
+    is_over = true;
+    writer.join();
+  }
 }
 
 // Who reads the count before the value, and finds the count unchanged, still has the newest value.

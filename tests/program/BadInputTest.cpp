@@ -92,15 +92,20 @@ TEST_F(BadFlowTest, Folder) {
   ExpectRefused(directory_.path().string(), 1, "is a folder; name the workflow's file in it");
 }
 
-TEST_F(BadFlowTest, Empty) { ExpectRefused(WriteText(""), 5, "is no dictionary, or was cut off"); }
+TEST_F(BadFlowTest, Empty) { ExpectRefused(WriteText(""), 5, "line 1, column 1: empty"); }
 
 TEST_F(BadFlowTest, NoXml) {
-  ExpectRefused(WriteText("A workflow, to be written."), 5, "is no dictionary, or was cut off");
+  ExpectRefused(WriteText("A workflow, to be written."), 5, "line 1, column 1: no XML: there is no tag in it");
 }
 
 TEST_F(BadFlowTest, CutOff) {
   const std::string whole = ReadFile(CopyExample());
-  ExpectRefused(WriteText(whole.substr(0, whole.size() / 2)), 5, "is no dictionary, or was cut off");
+  const std::string half = whole.substr(0, whole.find("SourceFolder") - 1);
+  const auto lines = 1 + std::count(half.begin(), half.end(), '\n');
+  const std::string place =
+      "line " + std::to_string(lines) + ", column " + std::to_string(half.size() - half.rfind('\n'));
+  ExpectRefused(WriteText(half), 5,
+                place + ": cut off: <Backup>, opened in line " + std::to_string(lines - 1) + ", has no end tag");
 }
 
 TEST_F(BadFlowTest, AnotherRoot) {

@@ -1,7 +1,10 @@
 // orvflow dict: reading and editing dictionary files.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <filesystem>
+#include <thread>
+#include <vector>
 
 #include "tests/program/ProgramFixture.h"
 
@@ -162,7 +165,8 @@ TEST_F(DictTest, FilesThatCannotBeRead) {
   for (const char* action : {"get", "format", "remove"}) {
     const ProcessResult result = Dict(action, action == std::string("remove") ? Arguments{"/a"} : Arguments{});
     EXPECT_EQ(result.exit_code, 5) << action;
-    EXPECT_EQ(result.error.find("orvflow: " + file_ + ": no dictionary"), 0U) << result.error;
+    EXPECT_EQ(result.error,
+              "orvflow: " + file_ + ": line 1, column 21: cut off: <a>, opened in line 1, has no end tag\n");
   }
   EXPECT_EQ(ReadFile(file_), "<IDictionaryRoot><a>");
 }
@@ -180,8 +184,12 @@ TEST_F(DictTest, WrongValuesChangeNothing) {
       {{"/a", "dbl", "1,5"}, "\"1,5\" is no number"},
       {{"/a", "Bool", "yes"}, "\"yes\" is no truth value (1, 0, true, false)"},
       {{"/a", "Binary", "AP8"}, "\"AP8\" is no base64 text"},
-      {{"/a", "str", "\x01"}, "\"\x01\" is no text without control characters"},
+      {{"/a", "str", "\x01"}, "\"\x01\" is no UTF-8 text without control characters"},
+      {{"/a", "str", "\xEF\xBF\xBF"}, "\"\xEF\xBF\xBF\" is no UTF-8 text without control characters"},
+      {{"/1a", "int", "1"}, "\"1a\" cannot name an entry in a file; names begin with a letter or _"},
+      {{"/b/-c", "int", "1"}, "\"-c\" cannot name an entry in a file; names begin with a letter or _"},
       {{"/a", "intlist", "1", "b"}, "\"b\" is no whole number of 32 bits"},
+      {{"/a", "strlist", "b", " c"}, "\" c\" has blanks at its ends, which a list in a file does not keep"},
       {{"/a", "strlst", "1"}, "no type strlst; did you mean strlist?"},
       {{"/a", "Nil"}, "nothing can be set to Nil; remove the entry instead"},
       {{"/a b", "int", "1"}, "no path; its parts hold letters, digits, _ and - only"},
@@ -193,6 +201,92 @@ TEST_F(DictTest, WrongValuesChangeNothing) {
     EXPECT_EQ(result.error, "orvflow: " + file_ + ": " + arguments.front() + ": " + text + "\n");
     EXPECT_EQ(ReadFile(file_), content) << text;
   }
+}
+
+// Where a name stands already it may stay.
+TEST_F(DictTest, ANameThatXmlDoesNotKnowIsKeptButNotMade) {
+  WriteFile(file_, "<IDictionaryRoot><1 __type=\"int\">1</1></IDictionaryRoot>");
+  EXPECT_EQ(Dict("set", {"/1", "int", "2"}).exit_code, 0);
+  EXPECT_EQ(Get("/1"), "2\n");
+  EXPECT_EQ(Dict("set", {"/1/2", "int", "2"}).exit_code, 2);
+}
+
+TEST_F(DictTest, CommentsAreNotDroppedWithoutAWord) {
+  const std::string content = "<IDictionaryRoot>\n<!-- why -->\n<a __type=\"int\">1</a></IDictionaryRoot>";
+  WriteFile(file_, content);
+  const std::string what = "1 comment or instruction, the first in line 2";
+  for (const auto& [action, arguments] :
+       {std::pair<std::string, Arguments>("set", {"/a", "int", "2"}), {"remove", {"/a"}}}) {
+    const ProcessResult refused = Dict(action, arguments);
+    EXPECT_EQ(refused.exit_code, 1);
+    EXPECT_EQ(refused.error, "orvflow: " + file_ + ": a save would drop " + what + "; --force drops them\n");
+    EXPECT_EQ(ReadFile(file_), content);
+  }
+  const ProcessResult format = Dict("format");
+  EXPECT_EQ(format.exit_code, 0);
+  EXPECT_EQ(format.error, "orvflow: " + file_ + ": what is written leaves out " + what + "\n");
+  EXPECT_EQ(Get("/a"), "1\n");
+  EXPECT_EQ(Dict("set", {"/a", "int", "2", "--force"}).exit_code, 0);
+  EXPECT_EQ(Get("/a"), "2\n");
+}
+
+TEST_F(DictTest, WhatIsDoubtfulIsSaidBeforeItIsSaved) {
+  WriteFile(file_, "<IDictionaryRoot><a>\n</b></IDictionaryRoot>");
+  const ProcessResult set = Dict("set", {"/c", "int", "1"});
+  EXPECT_EQ(set.exit_code, 0);
+  EXPECT_EQ(set.error, "orvflow: " + file_ + ": line 2, column 1: the end tag </b> closes <a>, opened in line 1\n");
+  EXPECT_EQ(Dict("set", {"/c", "int", "2"}).error, "");
+}
+
+TEST_F(DictTest, TheRootIsRemovedByForceOnly) {
+  Dict("set", {"/a", "int", "1"});
+  const std::string content = ReadFile(file_);
+  for (const char* root : {"/", "", "//"}) {
+    const ProcessResult refused = Dict("remove", {root});
+    EXPECT_EQ(refused.exit_code, 2) << root;
+    EXPECT_NE(refused.error.find("--force"), std::string::npos) << refused.error;
+    EXPECT_EQ(ReadFile(file_), content);
+  }
+  EXPECT_EQ(Dict("remove", {"/", "--force"}).exit_code, 0);
+  EXPECT_EQ(Dict("paths").output, "/\n/IDictionaryNameValPairs\n");
+}
+
+TEST_F(DictTest, FoldersAreNotMade) {
+  const ProcessResult result = Run({"dict", "set", File("nodir/x.xml"), "/a", "int", "1"});
+  EXPECT_EQ(result.exit_code, 1);
+  EXPECT_EQ(result.error, "orvflow: " + File("nodir/x.xml") + ": there is no such folder; make it first\n");
+  EXPECT_FALSE(std::filesystem::exists(File("nodir")));
+}
+
+// An open file excludes other readers; they wait for their turn.
+TEST_F(DictTest, ManyReadersAtOnceAllReadTheFile) {
+  Dict("set", {"/a", "int", "1"});
+  std::vector<std::thread> threads;
+  std::atomic<int> read = 0;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([&] {
+      for (int n = 0; n < 10; ++n) read += Get("/a") == "1\n" ? 1 : 0;
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(read, 40);
+}
+
+TEST_F(DictTest, APlainFileUnderAKeyIsSaid) {
+  Dict("set", {"/a", "int", "1"});
+  WriteFile(File("key"), "secret");
+  const ProcessResult plain = Dict("get", {"/a", "--key-file", File("key")});
+  EXPECT_EQ(plain.output, "1\n");
+  EXPECT_EQ(plain.error,
+            "orvflow: " + file_ + ": is plain text, not enciphered, although a key is given; it is read as it is\n");
+  EXPECT_EQ(Dict("set", {"/a", "int", "2", "--key-file", File("key")}).exit_code, 0);
+  EXPECT_EQ(ReadFile(file_).find('<'), std::string::npos);
+  const ProcessResult enciphered = Dict("get", {"/a", "--key-file", File("key")});
+  EXPECT_EQ(enciphered.output, "2\n");
+  EXPECT_EQ(enciphered.error, "");
+  const ProcessResult without = Dict("get", {"/a"});
+  EXPECT_EQ(without.exit_code, 5);
+  EXPECT_EQ(without.error, "orvflow: " + file_ + ": enciphered, and no key is given; check --key-file\n");
 }
 
 TEST_F(DictTest, UsageErrors) {
