@@ -1,4 +1,6 @@
 // The operations on directories and trees.
+#include <algorithm>
+
 #include "CoreObjects/Marshalled.h"
 #include "filesystem/Operations.h"
 #include "filesystem/PathText.h"
@@ -39,11 +41,18 @@ bool Operations<Char>::DirectoryExists(const Char* path) {
 }
 
 template <class Char>
+GapVisitor<Char> Operations<Char>::NoteGaps(const Tree<Char>& tree) {
+  return {[&](const Text& directory) { parts_.hook.NoteAt(tree.PathOf(directory)); },
+          [&](const Text& path) { parts_.hook.NoteAt(Reason::InvalidName, tree.PathOf(path)); }};
+}
+
+template <class Char>
 WalkResult Operations<Char>::CollectTree(Tree<Char>& tree, std::vector<Listing<Char>>* listings) {
-  return WalkTree<Char>(tree, [&](Listing<Char>&& listing) {
+  const auto visit = [&](Listing<Char>&& listing) {
     listings->push_back(std::move(listing));
     return !parts_.stopping || parts_.hook.Note(Reason::Stopped);
-  });
+  };
+  return WalkTree<Char>(tree, visit, NoteGaps(tree));
 }
 
 template <class Char>
@@ -53,46 +62,45 @@ bool Operations<Char>::DeleteDirectory(const Char* path) {
   if (!Resolve(path, &root)) return false;
   if (calls_.IsRoot(root)) return parts_.hook.ReportAt(Failures::kCannotDeleteDirectory, Reason::Root, root);
   if (!FirstMatch(calls_, root, &attributes) || (attributes & FileAttribute::kDirectory) == 0) return true;
-  if ((attributes & FileAttribute::kLink) != 0) return RemoveDirectoryItself(root, true);
-  Tree<Char> tree(calls_);
-  tree.Open(root, TreeUse::Remove);
-  std::vector<Listing<Char>> listings;
-  bool deleted = CollectTree(tree, &listings) != WalkResult::Broken;
-  for (const Listing<Char>& listing : listings) {
-    for (std::size_t i = 0; i < listing.entries.size(); ++i) {
-      if (parts_.stopping) return parts_.hook.Note(Reason::Stopped);
-      if (!listing.entries.IsDirectory(i)) deleted = RemoveFileOf(tree, listing.PathOf(i)) && deleted;
+  if ((attributes & FileAttribute::kLink) != 0) return RemoveDirectoryItself(root);
+  bool deleted = false;
+  {  // The tree is closed before its root goes.
+    Tree<Char> tree(calls_);
+    tree.Open(root, TreeUse::Remove);
+    std::vector<Listing<Char>> listings;
+    deleted = CollectTree(tree, &listings) != WalkResult::Broken;
+    for (const Listing<Char>& listing : listings) {
+      for (std::size_t i = 0; i < listing.entries.size(); ++i) {
+        if (parts_.stopping) return parts_.hook.Note(Reason::Stopped);
+        if (!listing.entries.IsDirectory(i)) deleted = RemoveFileOf(tree, listing.PathOf(i)) && deleted;
+      }
+    }
+    // From the end, so that a directory comes after the directories in it.
+    for (auto listing = listings.rbegin(); listing != listings.rend(); ++listing) {
+      for (std::size_t i = listing->entries.size(); i-- > 0;) {
+        if (!listing->entries.IsDirectory(i)) continue;
+        deleted = RemoveDirectoryOf(tree, listing->PathOf(i)) && deleted;
+      }
     }
   }
-  // From the end, so that a directory comes after the directories in it.
-  for (auto listing = listings.rbegin(); listing != listings.rend(); ++listing) {
-    for (std::size_t i = listing->entries.size(); i-- > 0;) {
-      if (!listing->entries.IsDirectory(i)) continue;
-      deleted = RemoveDirectoryOf(tree, listing->PathOf(i), listing->entries.IsLink(i)) && deleted;
-    }
-  }
-  return RemoveDirectoryItself(root, false) && deleted;
+  return RemoveDirectoryItself(root) && deleted;
 }
 
 template <class Char>
-bool Operations<Char>::RemoveDirectoryItself(const Text& path, bool is_link) {
-  // The mark of a link would be the mark of what it points to.
-  if (!is_link) calls_.SetAttributes(path, FileAttribute::kNormal);
+bool Operations<Char>::RemoveDirectoryItself(const Text& path) {
   return calls_.RemoveOneDirectory(path) || Fail(Failures::kCannotDeleteDirectory);
 }
 
 // A file that is gone already is no failure.
 template <class Char>
 bool Operations<Char>::RemoveFileOf(Tree<Char>& tree, const Text& path) {
-  tree.SetAttributes(path, FileAttribute::kNormal);
   const SystemResult removed = tree.RemoveFile(path);
   return removed == SystemResult::Ok || removed == SystemResult::NotFound ||
          FailAt(Failures::kCannotDeleteFile, tree.PathOf(path));
 }
 
 template <class Char>
-bool Operations<Char>::RemoveDirectoryOf(Tree<Char>& tree, const Text& path, bool is_link) {
-  if (!is_link) tree.SetAttributes(path, FileAttribute::kNormal);
+bool Operations<Char>::RemoveDirectoryOf(Tree<Char>& tree, const Text& path) {
   return tree.RemoveDirectory(path) || FailAt(Failures::kCannotDeleteDirectory, tree.PathOf(path));
 }
 
@@ -105,7 +113,8 @@ bool Operations<Char>::OpenListed(const Char* path, const Failure& no_directory,
   if (!Resolve(trimmed.c_str(), &root)) return false;
   if (!IsBareDrive<Char>(root) && !IsDirectory(calls_, root)) return Fail(no_directory);
   // A drive that is not there holds nothing; neither does what cannot be entered.
-  tree->Open(root, TreeUse::Read);
+  const bool refused = tree->Open(root, TreeUse::Read) == SystemResult::Denied && IsBareDrive<Char>(root);
+  if (refused) return Fail(no_directory);
   *listed = IsWorkflowPath<Char>(trimmed) ? ListedPath<Char>(trimmed, Char{'/'}) : ListedPath<Char>(root, Char{'\\'});
   return true;
 }
@@ -120,6 +129,7 @@ bool Operations<Char>::ListTree(const Char* path, const Failure& no_directory, S
   if (!OpenListed(path, no_directory, &tree, &listed) || CollectTree(tree, &listings) == WalkResult::Broken) {
     return false;
   }
+  parts_.hook.NoteLeftOut();
   return FillTexts(output, [&](const auto& add) {
     for (const Listing<Char>& listing : listings) {
       for (std::size_t i = 0; i < listing.entries.size(); ++i) {
@@ -153,7 +163,12 @@ bool Operations<Char>::NotifyOfTree(const Char* path, const Failure& no_director
     }
     return true;
   };
-  return OpenListed(path, no_directory, &tree, &listed) && WalkTree<Char>(tree, visit) != WalkResult::Broken;
+  if (!OpenListed(path, no_directory, &tree, &listed) ||
+      WalkTree<Char>(tree, visit, NoteGaps(tree)) == WalkResult::Broken) {
+    return false;
+  }
+  parts_.hook.NoteLeftOut();
+  return true;
 }
 
 template <class Char>
@@ -177,19 +192,64 @@ bool Operations<Char>::CopyDirectory(const Char* source, const Char* destination
   // All is known before the first file is copied: the destination may lie in the source.
   std::vector<Listing<Char>> listings;
   bool copied = CollectTree(tree, &listings) == WalkResult::Whole || Fail(Failures::kCopyFailed);
-  std::erase_if(listings, [](const auto& listing) { return !HasFiles(listing); });
-  if (listings.empty()) return copied;
+  copied = FailLinksToFolders(tree, listings) && copied;
+  if (std::none_of(listings.begin(), listings.end(), HasFiles<Char>)) return copied;
   Tree<Char> target(calls_);
   if (!content_.MakeDirectory(to)) return false;
-  if (target.Open(to, TreeUse::Fill) != SystemResult::Ok) return Fail(Failures::kCannotCreateDirectory);
+  if (target.Open(to, TreeUse::Fill) != SystemResult::Ok) return FailAt(Failures::kCannotCreateDirectory, to);
+  return CopyListings(tree, target, listings, overwrite) && copied;
+}
+
+// Those below are not copied.
+template <class Char>
+bool Operations<Char>::FailLinksToFolders(const Tree<Char>& tree, const std::vector<Listing<Char>>& listings) {
+  bool none = true;
   for (const Listing<Char>& listing : listings) {
-    if (!MakeDirectories(target, listing.start)) {
-      copied = FailAt(Failures::kCannotCreateDirectory, target.PathOf(listing.start));
-      continue;
-    }
     for (std::size_t i = 0; i < listing.entries.size(); ++i) {
-      if (parts_.stopping) return parts_.hook.Note(Reason::Stopped);
-      if (!listing.entries.IsDirectory(i)) copied = CopyFileOf(tree, target, listing.PathOf(i), overwrite) && copied;
+      if (!listing.entries.IsDirectory(i) || !listing.entries.IsLink(i)) continue;
+      none = parts_.hook.ReportAt(Failures::kCopyFailed, Reason::LinkToFolder, tree.PathOf(listing.PathOf(i)));
+    }
+  }
+  return none;
+}
+
+template <class Char>
+bool Operations<Char>::CopyListings(Tree<Char>& from, Tree<Char>& to, const std::vector<Listing<Char>>& listings,
+                                    bool overwrite) {
+  bool copied = true;
+  std::vector<Text> merged;  // Directories that would become one with another: with a separator behind.
+  for (const Listing<Char>& listing : listings) {
+    const std::vector<bool> doubles = to.FindDoubles(listing.entries);
+    for (std::size_t i = 0; i < doubles.size(); ++i) {
+      if (doubles[i] && listing.entries.IsDirectory(i)) merged.push_back(listing.PathOf(i).append(1, Char{'\\'}));
+    }
+    if (!HasFiles(listing)) continue;
+    if (parts_.stopping) return parts_.hook.Note(Reason::Stopped);
+    const bool is_merged =
+        std::any_of(merged.begin(), merged.end(), [&](const Text& start) { return listing.start.starts_with(start); });
+    if (is_merged) {
+      copied = parts_.hook.ReportAt(Failures::kCopyFailed, Reason::SameName, from.PathOf(listing.start));
+    } else if (!MakeDirectories(to, listing.start)) {
+      copied = FailAt(Failures::kCannotCreateDirectory, to.PathOf(listing.start));
+    } else {
+      copied = CopyListing(from, to, listing, doubles, overwrite) && copied;
+    }
+  }
+  return copied;
+}
+
+template <class Char>
+bool Operations<Char>::CopyListing(Tree<Char>& from, Tree<Char>& to, const Listing<Char>& listing,
+                                   const std::vector<bool>& doubles, bool overwrite) {
+  bool copied = true;
+  for (std::size_t i = 0; i < listing.entries.size(); ++i) {
+    if (parts_.stopping) return parts_.hook.Note(Reason::Stopped);
+    if (listing.entries.IsDirectory(i)) continue;
+    const Text path = listing.PathOf(i);
+    if (doubles[i]) {
+      copied = parts_.hook.ReportAt(Failures::kCopyFailed, Reason::SameName, from.PathOf(path));
+    } else {
+      copied = CopyFileOf(from, to, path, overwrite) && copied;
     }
   }
   return copied;

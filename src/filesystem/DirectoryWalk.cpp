@@ -25,6 +25,8 @@ SystemResult ListIn(const SystemCalls<char16_t>& calls, const OpenedTree<char>& 
     if (!calls.platform().code_page.Widen(narrow.name(i), &name)) return SystemResult::Failed;
     entries->Add(name, narrow.attributes(i));
   }
+  std::u16string left_out;
+  if (calls.platform().code_page.Widen(narrow.first_left_out(), &left_out)) entries->LeaveOut(left_out);
   return SystemResult::Ok;
 }
 
@@ -96,17 +98,26 @@ bool Tree<Char>::SetAttributes(const Text& path, std::uint32_t attributes) {
 
 template <class Char>
 SystemResult Tree<Char>::RemoveFile(const Text& path) {
-  return Try([](auto& tree, const auto& p) { return tree.trees().RemoveFileIn(tree.handle(), p); }, path);
+  return Try([](auto& tree, const auto& p) { return tree.trees().RemoveFileIn(tree.handle(), p, Mark::Ignored); },
+             path);
 }
 
 template <class Char>
 bool Tree<Char>::RemoveDirectory(const Text& path) {
-  return Try([](auto& tree, const auto& p) { return tree.trees().RemoveDirectoryIn(tree.handle(), p); }, path);
+  return Try([](auto& tree, const auto& p) { return tree.trees().RemoveDirectoryIn(tree.handle(), p, Mark::Ignored); },
+             path);
 }
 
 template <class Char>
 SystemResult Tree<Char>::CreateDirectory(const Text& path) {
   return Try([](auto& tree, const auto& p) { return tree.trees().CreateDirectoryIn(tree.handle(), p); }, path);
+}
+
+template <class Char>
+std::vector<bool> Tree<Char>::FindDoubles(const EntryList<Char>& entries) {
+  std::vector<bool> doubles(entries.size());
+  if (own_.IsOpen()) own_.trees().FindDoubles(own_.handle(), entries, &doubles);
+  return doubles;
 }
 
 template <class Char>
@@ -124,7 +135,7 @@ SystemResult Tree<Char>::CopyTo(Tree& other, const Text& path, bool fail_if_exis
 }
 
 template <class Char>
-WalkResult WalkTree(Tree<Char>& tree, const TreeVisitor<Char>& visitor) {
+WalkResult WalkTree(Tree<Char>& tree, const TreeVisitor<Char>& visitor, const GapVisitor<Char>& gaps) {
   WalkResult result = WalkResult::Whole;
   std::vector<std::basic_string<Char>> waiting(1);  // The root; of the others the next one last.
   while (!waiting.empty()) {
@@ -132,11 +143,16 @@ WalkResult WalkTree(Tree<Char>& tree, const TreeVisitor<Char>& visitor) {
     waiting.pop_back();
     const SystemResult listed = tree.List(listing.start, &listing.entries);
     if (listed != SystemResult::Ok) {
+      gaps.closed(listing.start);
       const bool closed = listed == SystemResult::NotFound || listed == SystemResult::Denied;
       if (!closed || result == WalkResult::Whole) result = closed ? WalkResult::Skipped : WalkResult::Broken;
       continue;
     }
     if (!listing.start.empty()) listing.start += Char{'\\'};
+    if (!listing.entries.first_left_out().empty()) {
+      gaps.unnameable(std::basic_string<Char>(listing.start).append(listing.entries.first_left_out()));
+      if (result == WalkResult::Whole) result = WalkResult::Skipped;
+    }
     for (std::size_t i = listing.entries.size(); i-- > 0;) {
       if (listing.entries.IsDirectory(i) && !listing.entries.IsLink(i)) waiting.push_back(listing.PathOf(i));
     }
@@ -151,7 +167,7 @@ template bool FirstMatch(const SystemCalls<char>&, const std::string&, std::uint
 template bool FirstMatch(const SystemCalls<char16_t>&, const std::u16string&, std::uint32_t*);
 template bool IsDirectory(const SystemCalls<char>&, const std::string&);
 template bool IsDirectory(const SystemCalls<char16_t>&, const std::u16string&);
-template WalkResult WalkTree(Tree<char>&, const TreeVisitor<char>&);
-template WalkResult WalkTree(Tree<char16_t>&, const TreeVisitor<char16_t>&);
+template WalkResult WalkTree(Tree<char>&, const TreeVisitor<char>&, const GapVisitor<char>&);
+template WalkResult WalkTree(Tree<char16_t>&, const TreeVisitor<char16_t>&, const GapVisitor<char16_t>&);
 
 }  // namespace OrvWorkFlow

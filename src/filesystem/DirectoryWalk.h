@@ -57,9 +57,12 @@ class Tree {
 
   SystemResult List(const Text& directory, EntryList<Char>* entries);
   bool SetAttributes(const Text& path, std::uint32_t attributes);
+  // Whatever their marks.
   SystemResult RemoveFile(const Text& path);
   bool RemoveDirectory(const Text& path);
   SystemResult CreateDirectory(const Text& path);
+  // See TreesOf::FindDoubles.
+  std::vector<bool> FindDoubles(const EntryList<Char>& entries);
   SystemResult CopyTo(Tree& other, const Text& path, bool fail_if_exists);
 
  private:
@@ -115,15 +118,23 @@ class ListedPath {
 template <class Char>
 using TreeVisitor = std::function<bool(Listing<Char>&& listing)>;
 
+// Is told of each directory that counts as empty since it cannot be entered or read, while the reason is fresh, and of
+// each entry that no path can hold, by the path that it would have.
+template <class Char>
+struct GapVisitor {
+  std::function<void(const std::basic_string<Char>& directory)> closed;
+  std::function<void(const std::basic_string<Char>& path)> unnameable;
+};
+
 enum class WalkResult {
   Whole,
-  Skipped,  // A directory could not be entered; it counts as empty.
+  Skipped,  // A directory could not be entered, or a name was left out.
   Broken,   // A directory could not be read to its end, and counts as empty; or the visitor said stop.
 };
 
 // A directory comes before its subdirectories, with all that is below one before the next. Links are met, what is
 // behind them is not.
 template <class Char>
-WalkResult WalkTree(Tree<Char>& tree, const TreeVisitor<Char>& visitor);
+WalkResult WalkTree(Tree<Char>& tree, const TreeVisitor<Char>& visitor, const GapVisitor<Char>& gaps);
 
 }  // namespace OrvWorkFlow

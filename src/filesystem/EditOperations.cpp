@@ -1,6 +1,5 @@
 // The operations on parts of a file, and those on wide text.
 #include <algorithm>
-#include <limits>
 
 #include "CoreObjects/Marshalled.h"
 #include "filesystem/FileBytes.h"
@@ -49,14 +48,7 @@ bool Operations<Char>::WriteFileTextUnicode(const Char* path, const Char* text) 
 template <class Char>
 bool Operations<Char>::Edit(const Char* path, const std::function<bool(std::string&)>& change) {
   Text platform_path;
-  std::string content;
-  if (!Resolve(path, &platform_path) || !content_.Read(platform_path, &content)) return false;
-  if (!change(content)) return Fail(Failures::kInvalidParameter);
-  // A larger file could not be read again.
-  if (content.size() > std::numeric_limits<std::uint32_t>::max()) {
-    return parts_.hook.ReportAt(Failures::kCannotWriteFile, Reason::TooLarge, platform_path);
-  }
-  return content_.Replace(platform_path, content);
+  return Resolve(path, &platform_path) && content_.Edit(platform_path, change);
 }
 
 template <class Char>

@@ -134,12 +134,16 @@ bool FailureRecorder::NoteCode(std::uint32_t code) noexcept {
   return false;
 }
 
-void FailureRecorder::NoteLeftOut(Reason reason, FailedPath place) noexcept {
+void FailureRecorder::NoteCodeAt(std::uint32_t code, FailedPath place) noexcept {
   RunningCall* const call = Own();
   if (call == nullptr || call->has_reason_) return;
-  Note(reason);
+  NoteCode(code);
   call->place_ = std::move(place);
-  call->left_out_ = true;
+}
+
+void FailureRecorder::NoteLeftOut() noexcept {
+  RunningCall* const call = Own();
+  if (call != nullptr && call->has_reason_) call->left_out_ = true;
 }
 
 void FailureRecorder::TakeBack() noexcept {

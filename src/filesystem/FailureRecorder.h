@@ -77,8 +77,11 @@ class FailureRecorder final : public ErrorHook {
   // What is no failure by itself, but is the reason if the call answers false.
   bool Note() noexcept { return NoteCode(reasons_.LastCode()); }
   bool Note(Reason reason) noexcept { return NoteCode(RefusalCode(reason)); }
-  // What a call that succeeds has left out.
-  void NoteLeftOut(Reason reason, FailedPath place) noexcept;
+  // The same about another path.
+  void NoteAt(FailedPath place) noexcept { NoteCodeAt(reasons_.LastCode(), std::move(place)); }
+  void NoteAt(Reason reason, FailedPath place) noexcept { NoteCodeAt(RefusalCode(reason), std::move(place)); }
+  // What was noted is something left out by a call that may succeed.
+  void NoteLeftOut() noexcept;
   // Forgets what the running call has reported so far, since it came to nothing.
   void TakeBack() noexcept;
 
@@ -90,6 +93,7 @@ class FailureRecorder final : public ErrorHook {
 
   RunningCall* Own() const noexcept;
   bool NoteCode(std::uint32_t code) noexcept;
+  void NoteCodeAt(std::uint32_t code, FailedPath place) noexcept;
   void Keep(RunningCall& call) noexcept;
   void Forget() noexcept;
 

@@ -80,9 +80,7 @@ bool FileContent<Char>::GetSize(const Text& path, std::uint64_t* size) const {
 
 template <class Char>
 bool FileContent<Char>::Remove(const Text& path) const {
-  if (!Exists(path)) return true;
-  calls_.SetAttributes(path, FileAttribute::kNormal);
-  return calls_.RemoveOneFile(path) || hook_.Report(Failures::kCannotDeleteFile);
+  return !Exists(path) || calls_.RemoveOneFile(path) || hook_.Report(Failures::kCannotDeleteFile);
 }
 
 template <class Char>
@@ -118,11 +116,15 @@ bool FileContent<Char>::Read(const Text& path, std::string* content) const {
   OpenedFile file(open_files());
   std::uint64_t size = 0;
   if (!OpenWhole(path, file, &size)) return false;
+  return ReadWhole(file.handle(), size, content);
+}
+
+template <class Char>
+bool FileContent<Char>::ReadWhole(FileHandle handle, std::uint64_t size, std::string* content) const {
+  if (size > std::numeric_limits<std::uint32_t>::max()) return FailFor(Failures::kCannotReadFile, Reason::TooLarge);
   std::string bytes(static_cast<std::size_t>(size), '\0');
   std::size_t done = 0;
-  if (!open_files().Read(file.handle(), bytes.data(), bytes.size(), &done)) {
-    return hook_.Report(Failures::kCannotReadFile);
-  }
+  if (!open_files().Read(handle, bytes.data(), bytes.size(), &done)) return hook_.Report(Failures::kCannotReadFile);
   bytes.resize(done);
   *content = std::move(bytes);
   return true;

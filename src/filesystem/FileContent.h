@@ -1,6 +1,7 @@
 // Whole files: making, reading, writing, replacing. Platform paths.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -42,6 +43,9 @@ class FileContent {
   // which then takes its name. Only where the directory takes no new files, the file is written itself, and a failure
   // puts the old content back.
   bool Replace(const Text& path, std::string_view content) const;
+  // Gives a file what `change` makes of its content, as Replace does; `change` answers false when that cannot be.
+  // Nobody else changes the file meanwhile.
+  bool Edit(const Text& path, const std::function<bool(std::string&)>& change) const;
 
  private:
   enum class Position { Start, End };
@@ -54,8 +58,10 @@ class FileContent {
   void CutBack(const Text& path, std::uint64_t size) const;
   bool WriteAt(Position position, const Text& path, std::string_view content) const;
   bool WriteOver(const Text& path, std::string_view content) const;
+  bool ReadWhole(FileHandle handle, std::uint64_t size, std::string* content) const;
+  bool WriteHeld(FileHandle handle, std::string_view content) const;
   bool MakeParent(const Text& path) const;
-  SystemResult WriteBeside(const Text& target, bool exists, std::string_view content) const;
+  SystemResult WriteBeside(const Text& target, bool exists, std::string_view content, FileHandle held) const;
 
   bool FailFor(const Failure& failure, Reason reason) const;
 

@@ -78,7 +78,7 @@ std::uint32_t Operations<Char>::FileSize(const Char* path) {
     }
     return true;
   };
-  return WalkTree<Char>(tree, add) == WalkResult::Broken ? 0 : sum;
+  return WalkTree<Char>(tree, add, NoteGaps(tree)) == WalkResult::Broken ? 0 : sum;
 }
 
 template <class Char>

@@ -87,13 +87,20 @@ class Operations {
   // The platform path for an argument: never empty, and nothing lost in the code page.
   bool Resolve(const Char* path, Text* platform_path);
 
-  bool RemoveDirectoryItself(const Text& path, bool is_link);
+  bool RemoveDirectoryItself(const Text& path);
   bool RemoveFileOf(Tree<Char>& tree, const Text& path);
-  bool RemoveDirectoryOf(Tree<Char>& tree, const Text& path, bool is_link);
+  bool RemoveDirectoryOf(Tree<Char>& tree, const Text& path);
   // Opens the directory to be listed, which must exist; `*listed` writes the paths of its entries in the caller's form.
   bool OpenListed(const Char* path, const Failure& no_directory, Tree<Char>* tree, ListedPath<Char>* listed);
   // All listings of a tree, before the first of its entries is touched; Broken also when the object goes.
   WalkResult CollectTree(Tree<Char>& tree, std::vector<Listing<Char>>* listings);
+  // Notes what a walk does not reach.
+  GapVisitor<Char> NoteGaps(const Tree<Char>& tree);
+  bool FailLinksToFolders(const Tree<Char>& tree, const std::vector<Listing<Char>>& listings);
+  // Copies what the listings hold, and says what cannot be copied.
+  bool CopyListings(Tree<Char>& from, Tree<Char>& to, const std::vector<Listing<Char>>& listings, bool overwrite);
+  bool CopyListing(Tree<Char>& from, Tree<Char>& to, const Listing<Char>& listing, const std::vector<bool>& doubles,
+                   bool overwrite);
   bool ListTree(const Char* path, const Failure& no_directory, StringList* output, bool files);
   bool NotifyOfTree(const Char* path, const Failure& no_directory, bool files,
                     const std::function<bool(const Char*)>& notify);

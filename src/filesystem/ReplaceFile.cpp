@@ -1,19 +1,20 @@
 // The safe way to give a file new content.
+#include <limits>
 #include <string>
 
 #include "filesystem/DirectoryWalk.h"
 #include "filesystem/FileContent.h"
+#include "filesystem/PathText.h"
+#include "platform/BesideName.h"
 
 namespace OrvWorkFlow {
 namespace {
 
-// Files that a crash left behind occupy names; more of them than this are no accident.
-constexpr int kMostNames = 1000;
-
 template <class Char>
-std::basic_string<Char> NameBeside(const std::basic_string<Char>& target, int number) {
-  const std::string ending = ".tmp" + std::to_string(number);
-  return target + std::basic_string<Char>(ending.begin(), ending.end());
+std::basic_string<Char> PathBeside(const std::basic_string<Char>& target, int attempt) {
+  const std::size_t separator = LastSeparator<Char>(target);
+  const std::size_t name = separator == target.npos ? 0 : separator + 1;
+  return target.substr(0, name) + BesideName(std::basic_string_view<Char>(target).substr(name), attempt);
 }
 
 // The file that is to take the target's place, removed in the end when it has not: also when memory runs out.
@@ -48,14 +49,61 @@ bool FileContent<Char>::Replace(const Text& path, std::string_view content) cons
   // A new file would get past what protects this one.
   if (exists && !calls_.IsWritableFile(target)) return hook_.Report(Failures::kCannotOpenFile);
   if (!exists && !MakeParent(target)) return false;
-  switch (WriteBeside(target, exists, content)) {
+  OpenedFile turn(open_files());
+  if (exists && calls_.TakeTurn(target, turn.Slot()) == SystemResult::InUse) {
+    return hook_.Report(Failures::kCannotOpenFile);
+  }
+  switch (WriteBeside(target, exists, content, FileHandle::None)) {
     case SystemResult::Ok:
       return true;
     case SystemResult::Denied:
+      turn.Close();  // Who writes takes it.
       return WriteOver(target, content);
     default:
       return hook_.Report(Failures::kCannotWriteFile);
   }
+}
+
+template <class Char>
+bool FileContent<Char>::Edit(const Text& path, const std::function<bool(std::string&)>& change) const {
+  Text target;
+  OpenedFile held(open_files());
+  std::uint64_t size = 0;
+  std::string content;
+  if (!Exists(path)) return hook_.Report(Failures::kSourceMissing);
+  // As with Replace.
+  if (!calls_.FollowLink(path, &target) ||
+      calls_.Open(target, Access::Edit, Creation::OpenExisting, held.Slot()) != SystemResult::Ok) {
+    return hook_.Report(Failures::kCannotOpenFile);
+  }
+  if (!open_files().GetSize(held.handle(), &size)) return hook_.Report(Failures::kCannotReadFile);
+  if (!ReadWhole(held.handle(), size, &content)) return false;
+  const std::string old = content;
+  if (!change(content)) return hook_.Report(Failures::kInvalidParameter);
+  // A larger file could not be read again.
+  if (content.size() > std::numeric_limits<std::uint32_t>::max()) {
+    return FailFor(Failures::kCannotWriteFile, Reason::TooLarge);
+  }
+  switch (WriteBeside(target, true, content, held.handle())) {
+    case SystemResult::Ok:
+      return true;
+    case SystemResult::Denied:
+      if (WriteHeld(held.handle(), content) && held.Close()) return true;
+      break;
+    default:
+      return hook_.Report(Failures::kCannotWriteFile);
+  }
+  hook_.Report(Failures::kCannotWriteFile);
+  if (held.handle() != FileHandle::None) return WriteHeld(held.handle(), old) && false;
+  return false;
+}
+
+// A crash in here can lose the old content.
+template <class Char>
+bool FileContent<Char>::WriteHeld(FileHandle handle, std::string_view content) const {
+  std::size_t done = 0;
+  return open_files().MoveTo(handle, 0) && open_files().Write(handle, content.data(), content.size(), &done) &&
+         open_files().SetEnd(handle);
 }
 
 // A crash in here can lose the old content; a failure does not, for it takes no more room than it had.
@@ -69,15 +117,16 @@ bool FileContent<Char>::WriteOver(const Text& path, std::string_view content) co
   return false;
 }
 
-// Denied: the directory takes no new file, and nothing has happened.
+// Denied: the directory takes no new file, and nothing has happened. `held` is the file if it is being edited.
 template <class Char>
-SystemResult FileContent<Char>::WriteBeside(const Text& target, bool exists, std::string_view content) const {
+SystemResult FileContent<Char>::WriteBeside(const Text& target, bool exists, std::string_view content,
+                                            FileHandle held) const {
   const Creation creation = exists ? Creation::CreateNewPrivate : Creation::CreateNew;
   Beside<Char> beside(calls_);
   OpenedFile file(open_files());
   SystemResult opened = SystemResult::Exists;
-  for (int number = 0; opened == SystemResult::Exists && number < kMostNames; ++number) {
-    beside.name = NameBeside(target, number);
+  for (int number = 0; opened == SystemResult::Exists && number < kMostNamesBeside; ++number) {
+    beside.name = PathBeside(target, number);
     opened = calls_.Open(beside.name, Access::Write, creation, file.Slot());
   }
   if (opened != SystemResult::Ok) return opened;
@@ -88,11 +137,14 @@ SystemResult FileContent<Char>::WriteBeside(const Text& target, bool exists, std
       open_files().Write(file.handle(), content.data(), content.size(), &done) && open_files().Flush(file.handle());
   replaced = file.Close() && replaced;
   if (replaced && exists) replaced = calls_.CopyPermissions(target, beside.name);
+  if (held != FileHandle::None) open_files().LetReplace(held);
   replaced = replaced && calls_.RenameOver(beside.name, target);
   beside.exists = !replaced;
   return replaced ? SystemResult::Ok : SystemResult::Failed;
 }
 
+template bool FileContent<char>::Edit(const Text&, const std::function<bool(std::string&)>&) const;
+template bool FileContent<char16_t>::Edit(const Text&, const std::function<bool(std::string&)>&) const;
 template bool FileContent<char>::Replace(const Text&, std::string_view) const;
 template bool FileContent<char16_t>::Replace(const Text&, std::string_view) const;
 

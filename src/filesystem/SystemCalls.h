@@ -36,8 +36,12 @@ class SystemCalls {
     return Try([&](auto& part, const auto& s, const auto& d) { return part.files.CopyOver(s, d, fail_if_exists); },
                source, destination);
   }
+  SystemResult TakeTurn(const Text& path, FileHandle* handle) const {
+    return Try([=](auto& part, const auto& p) { return part.files.TakeTurn(p, handle); }, path);
+  }
+  // Whatever its marks.
   bool RemoveOneFile(const Text& path) const {
-    return Try([](auto& part, const auto& p) { return part.files.RemoveOneFile(p); }, path);
+    return Try([](auto& part, const auto& p) { return part.files.RemoveOneFile(p, Mark::Ignored); }, path);
   }
   bool RenameOver(const Text& from, const Text& to) const {
     return Try([](auto& part, const auto& f, const auto& t) { return part.files.RenameOver(f, t); }, from, to);
@@ -52,7 +56,7 @@ class SystemCalls {
     return Try([](auto& part, const auto& p) { return part.directories.CreateOneDirectory(p); }, path);
   }
   bool RemoveOneDirectory(const Text& path) const {
-    return Try([](auto& part, const auto& p) { return part.directories.RemoveOneDirectory(p); }, path);
+    return Try([](auto& part, const auto& p) { return part.directories.RemoveOneDirectory(p, Mark::Ignored); }, path);
   }
   bool IsRoot(const Text& path) const { return platform_.For<Char>().directories.IsRoot(path); }
 

@@ -16,7 +16,7 @@ class DirectoriesOf {
   // The parent must exist. `Exists` when anything has that name.
   virtual SystemResult CreateOneDirectory(const Text& path) = 0;
   // Removes an empty directory, or a link to a directory (the link only).
-  virtual bool RemoveOneDirectory(const Text& path) = 0;
+  virtual bool RemoveOneDirectory(const Text& path, Mark mark = Mark::Counts) = 0;
   // The attributes of the first entry that the last component matches, in which "*" stands for any run and "?" for any
   // one character, letter case aside; "." is the first of all, unless the directory is a root. False when nothing
   // matches, for a root and for a path that ends in a separator; `*attributes` is untouched then.

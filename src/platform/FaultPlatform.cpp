@@ -120,11 +120,17 @@ class FaultFiles final : public FilesOf<Char> {
     if (result == SystemResult::Ok) state_.AddHandles(1);
     return result;
   }
+  SystemResult TakeTurn(const Text& path, FileHandle* handle) override {
+    if (!Passes(PlatformCall::TakeTurn)) return state_.failure();
+    const SystemResult result = real_.TakeTurn(path, handle);
+    if (result == SystemResult::Ok) state_.AddHandles(1);
+    return result;
+  }
   bool CopyOver(const Text& source, const Text& destination, bool fail_if_exists) override {
     return Passes(PlatformCall::CopyOver) && real_.CopyOver(source, destination, fail_if_exists);
   }
-  bool RemoveOneFile(const Text& path) override {
-    return Passes(PlatformCall::RemoveOneFile) && real_.RemoveOneFile(path);
+  bool RemoveOneFile(const Text& path, Mark mark) override {
+    return Passes(PlatformCall::RemoveOneFile) && real_.RemoveOneFile(path, mark);
   }
   bool RenameOver(const Text& from, const Text& to) override {
     return Passes(PlatformCall::RenameOver) && real_.RenameOver(from, to);
@@ -153,8 +159,8 @@ class FaultDirectories final : public DirectoriesOf<Char> {
   SystemResult CreateOneDirectory(const Text& path) override {
     return Passes(PlatformCall::CreateOneDirectory) ? real_.CreateOneDirectory(path) : state_.failure();
   }
-  bool RemoveOneDirectory(const Text& path) override {
-    return Passes(PlatformCall::RemoveOneDirectory) && real_.RemoveOneDirectory(path);
+  bool RemoveOneDirectory(const Text& path, Mark mark) override {
+    return Passes(PlatformCall::RemoveOneDirectory) && real_.RemoveOneDirectory(path, mark);
   }
   bool FindFirst(const Text& pattern, std::uint32_t* attributes) override {
     return Passes(PlatformCall::FindFirst) && real_.FindFirst(pattern, attributes);
@@ -188,14 +194,17 @@ class FaultTrees final : public TreesOf<Char> {
   SystemResult List(TreeHandle tree, const Text& directory, EntryList<Char>* entries) override {
     return Passes(PlatformCall::List) ? real_.List(tree, directory, entries) : state_.failure();
   }
+  void FindDoubles(TreeHandle tree, const EntryList<Char>& entries, std::vector<bool>* doubles) override {
+    real_.FindDoubles(tree, entries, doubles);
+  }
   bool SetAttributesIn(TreeHandle tree, const Text& path, std::uint32_t attributes) override {
     return Passes(PlatformCall::SetAttributesIn) && real_.SetAttributesIn(tree, path, attributes);
   }
-  SystemResult RemoveFileIn(TreeHandle tree, const Text& path) override {
-    return Passes(PlatformCall::RemoveFileIn) ? real_.RemoveFileIn(tree, path) : state_.failure();
+  SystemResult RemoveFileIn(TreeHandle tree, const Text& path, Mark mark) override {
+    return Passes(PlatformCall::RemoveFileIn) ? real_.RemoveFileIn(tree, path, mark) : state_.failure();
   }
-  bool RemoveDirectoryIn(TreeHandle tree, const Text& path) override {
-    return Passes(PlatformCall::RemoveDirectoryIn) && real_.RemoveDirectoryIn(tree, path);
+  bool RemoveDirectoryIn(TreeHandle tree, const Text& path, Mark mark) override {
+    return Passes(PlatformCall::RemoveDirectoryIn) && real_.RemoveDirectoryIn(tree, path, mark);
   }
   SystemResult CreateDirectoryIn(TreeHandle tree, const Text& path) override {
     return Passes(PlatformCall::CreateDirectoryIn) ? real_.CreateDirectoryIn(tree, path) : state_.failure();
@@ -262,6 +271,7 @@ class FaultOpenFiles final : public OpenFiles {
   }
   bool SetEnd(FileHandle handle) override { return state_.Passes(PlatformCall::SetEnd) && real_.SetEnd(handle); }
   bool Flush(FileHandle handle) override { return state_.Passes(PlatformCall::Flush) && real_.Flush(handle); }
+  void LetReplace(FileHandle handle) override { real_.LetReplace(handle); }
   bool Close(FileHandle handle) override {
     const bool passes = state_.Passes(PlatformCall::Close);
     state_.AddHandles(-1);

@@ -41,6 +41,7 @@ enum class PlatformCall {
   Widen,
   Narrow,
   FlushAll,
+  TakeTurn,
 };
 
 // A call that fails does not reach the system, except that a handle is closed all the same. Calls are counted from 1,

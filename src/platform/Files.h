@@ -30,7 +30,13 @@ enum class SystemResult {
   Failed,
 };
 
-enum class Access { Read, Write };
+enum class Access {
+  Read,
+  Write,
+  Edit,  // Reads a file that is then written or replaced.
+};
+// Whether a read-only mark protects from removal.
+enum class Mark { Counts, Ignored };
 enum class Creation {
   OpenExisting,
   OpenAlways,
@@ -55,13 +61,19 @@ class FilesOf {
   virtual bool IsWritableFile(const Text& path) = 0;
   // Opens without sharing: as long as the handle is open, this library opens, copies and removes that file nowhere
   // else. A directory and what is not a plain file are refused; so is writing to a file with the read-only mark. The
-  // position is the start. `*handle` is set on Ok only.
+  // position is the start. `*handle` is set on Ok only. Who writes or edits has the file's turn (see TakeTurn).
   virtual SystemResult Open(const Text& path, Access access, Creation creation, FileHandle* handle) = 0;
-  // The destination has the source's read-only mark. False leaves no half-written destination. A file is never copied
-  // onto itself, nor onto one with the read-only mark.
+  // Of those who change or replace a file one has the turn at a time, in all processes, as far as the system's locks
+  // reach: waits for it, for two seconds at most, then InUse. The handle can be closed and nothing else. Other results
+  // than Ok and InUse: it cannot be had (nothing is there, or nobody may write to it).
+  virtual SystemResult TakeTurn(const Text& path, FileHandle* handle) = 0;
+  // The destination has the source's read-only mark. One that exists is replaced by a whole copy, which is on the disk
+  // then; a failure leaves it, unless its directory takes no new file. A failure leaves nothing new. A file is never
+  // copied onto itself, nor onto one with the read-only mark.
   virtual bool CopyOver(const Text& source, const Text& destination, bool fail_if_exists) = 0;
-  // Removes a file, or a link to one. Refuses a file with the read-only mark or with an open handle.
-  virtual bool RemoveOneFile(const Text& path) = 0;
+  // Removes a file, or a link to one. Refuses a file with an open handle, and one with the read-only mark when that
+  // counts; a refusal leaves the mark.
+  virtual bool RemoveOneFile(const Text& path, Mark mark = Mark::Counts) = 0;
   // Gives the file `from` the name `to` in the same folder, in place of a file that has it, at once and durably.
   virtual bool RenameOver(const Text& from, const Text& to) = 0;
   // Gives `to` the permissions (owner, mode, access list, attributes) of `from`, as far as the system lets it; false
@@ -88,6 +100,8 @@ class OpenFiles {
   virtual bool SetEnd(FileHandle handle) = 0;
   // Returns when the content is on the disk.
   virtual bool Flush(FileHandle handle) = 0;
+  // A file that is being edited may be replaced from now on; the turn stays, reading and writing end.
+  virtual void LetReplace(FileHandle handle) = 0;
   // The handle is gone also when the answer is false, which means that content may be lost.
   virtual bool Close(FileHandle handle) = 0;
 

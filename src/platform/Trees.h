@@ -27,9 +27,16 @@ class EntryList {
     places_.push_back({text_.size(), static_cast<std::uint32_t>(name.size()), attributes});
     text_.append(name);
   }
+  // An entry whose name no path can hold, as it is shown: only the first is kept.
+  void LeaveOut(View shown) {
+    if (first_left_out_.empty()) first_left_out_ = shown;
+  }
+  // Empty when nothing was left out.
+  View first_left_out() const { return first_left_out_; }
   void Clear() {
     text_.clear();
     places_.clear();
+    first_left_out_.clear();
   }
   void Reserve(std::size_t entries, std::size_t characters) {
     places_.reserve(entries);
@@ -44,6 +51,7 @@ class EntryList {
   };
   std::basic_string<Char> text_;
   std::vector<Place> places_;
+  std::basic_string<Char> first_left_out_;
 };
 
 enum class TreeHandle : std::intptr_t { None = -1 };
@@ -68,15 +76,19 @@ class TreesOf {
   virtual void CloseTree(TreeHandle tree) = 0;
 
   // Replaces `*entries` by what is in a directory, without "." and "..", in the system's order, on Linux sorted without
-  // regard to case. Names that no path can hold are left out. Of the attributes only kDirectory and kLink count.
-  // NotFound and Denied: the directory could not be entered; on failure `*entries` is unspecified.
+  // regard to case. Names that no path can hold are left out, which the list says. Of the attributes only kDirectory
+  // and kLink count. NotFound and Denied: the directory could not be entered; on failure `*entries` is unspecified.
   virtual SystemResult List(TreeHandle tree, const Text& directory, EntryList<Char>* entries) = 0;
+
+  // Tells which entries of a listing would get the same name, in a tree that is being filled, as one before them.
+  virtual void FindDoubles(TreeHandle tree, const EntryList<Char>& entries, std::vector<bool>* doubles) = 0;
 
   // As FilesOf::SetAttributes, FilesOf::RemoveOneFile and DirectoriesOf::RemoveOneDirectory. NotFound: there is nothing
   // that could be removed.
   virtual bool SetAttributesIn(TreeHandle tree, const Text& path, std::uint32_t attributes) = 0;
-  virtual SystemResult RemoveFileIn(TreeHandle tree, const Text& path) = 0;
-  virtual bool RemoveDirectoryIn(TreeHandle tree, const Text& path) = 0;
+  virtual SystemResult RemoveFileIn(TreeHandle tree, const Text& path, Mark mark = Mark::Counts) = 0;
+  // A link is removed whatever it leads to by now.
+  virtual bool RemoveDirectoryIn(TreeHandle tree, const Text& path, Mark mark = Mark::Counts) = 0;
   // As DirectoriesOf::CreateOneDirectory.
   virtual SystemResult CreateDirectoryIn(TreeHandle tree, const Text& path) = 0;
   // Copies a file to the same path of another tree. `Exists`, and nothing has happened, when `fail_if_exists` and

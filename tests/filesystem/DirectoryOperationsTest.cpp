@@ -305,7 +305,7 @@ class MadeDirectories final : public DirectoriesOf<char> {
     made.push_back(path);
     return SystemResult::Ok;
   }
-  bool RemoveOneDirectory(const std::string&) override { return false; }
+  bool RemoveOneDirectory(const std::string&, Mark) override { return false; }
   bool FindFirst(const std::string&, std::uint32_t*) override { return false; }
   bool IsRoot(const std::string&) override { return false; }
 };

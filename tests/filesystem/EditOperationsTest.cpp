@@ -245,6 +245,7 @@ class BreakingWrites final : public OpenFiles {
   bool MoveTo(FileHandle handle, std::uint64_t position) override { return real_.MoveTo(handle, position); }
   bool SetEnd(FileHandle handle) override { return real_.SetEnd(handle); }
   bool Flush(FileHandle handle) override { return real_.Flush(handle); }
+  void LetReplace(FileHandle handle) override { real_.LetReplace(handle); }
   bool Close(FileHandle handle) override { return real_.Close(handle); }
 
  private:

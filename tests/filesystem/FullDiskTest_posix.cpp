@@ -87,6 +87,11 @@ std::string FullDisk<Char>::Complaints() {
   Expect(!face->CopyDirectory(this->At("d").c_str(), this->At("e").c_str(), false), "copying the directory worked");
   Expect(!this->Exists("e/file"), "half a copy was left in the directory");
   Expect(this->Content("e/small") == "small", "a small file was not copied");
+  Expect(!face->CopyOneFile(file.c_str(), this->At("d\\small").c_str(), true), "copying over a file worked");
+  Expect(this->Content("d/small") == "small", "a copy that failed took the old file");
+  typename orv_test::MarshalledOf<Char>::String reason;
+  Expect(face->GetLastFailure(nullptr, nullptr, reason.out()) && reason.str() == this->T("no space left on device"),
+         "the reason was another one");
   // In place a part may be lost, but the file gets no longer.
   Expect(!face->WriteFileBytes(file.c_str(), (old + large).data(), 300'000), "writing worked");
   Expect(this->Content("d/file").size() <= old.size(), "a failed write made the file longer");

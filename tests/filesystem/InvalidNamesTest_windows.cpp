@@ -54,5 +54,19 @@ TYPED_TEST(InvalidNames, DevicesAreNotRead) {
   EXPECT_EQ(stream.bytes(), "untouched");
 }
 
+TYPED_TEST(InvalidNames, DevicesAreNotWritten) {
+  this->MakeFile("a", "content");
+  for (const char* name : {"NUL", "aux", "COM1", "lpt9.txt", "CON.a.b", "d\\nul", "PRN ", "CONOUT$"}) {
+    for (const auto& path : {this->At(name), this->T(name)}) {
+      EXPECT_FALSE(this->face_->CopyOneFile(this->At("a").c_str(), path.c_str(), true)) << name;
+      EXPECT_FALSE(this->face_->WriteFileBytes(path.c_str(), "x", 1)) << name;
+      EXPECT_FALSE(this->face_->FileExists(path.c_str())) << name;
+    }
+  }
+  for (const char* name : {"NULL", "COM", "COM10", "auxiliary", "COM1 x"}) {
+    EXPECT_TRUE(this->face_->CopyOneFile(this->At("a").c_str(), this->At(name).c_str(), true)) << name;
+  }
+}
+
 }  // namespace
 }  // namespace OrvWorkFlow

@@ -91,7 +91,7 @@ TEST(HostPath, Mapping) {
       {"\\\\?\\C:\\x", "none"},
       {"x\\y", current + "/x/y"},
       {"Z:x", current + "/x"},
-      {"Z:", current},
+      {"Z:", "none"},
       {".", current},
       {"D:\\x", "none"},
       {"1:\\x", "none"},

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "platform/Files.h"
+#include "platform/posix/HostFile.h"
 
 namespace OrvWorkFlow::Posix {
 
@@ -19,14 +20,19 @@ bool IsThere(EntryName entry);
 
 // The contracts are those of the calls of the same name in Files.h and Directories.h.
 bool SetAttributes(EntryName entry, std::uint32_t attributes);
-bool RemoveFile(EntryName entry);
-bool RemoveFolder(EntryName entry);
+bool RemoveFile(EntryName entry, Mark mark);
+// What lists a folder sees links to folders go when the folder goes first.
+enum class DanglingLinks { Refused, Removed };
+bool RemoveFolder(EntryName entry, Mark mark, DanglingLinks links);
 SystemResult CreateFolder(EntryName entry);
 
-enum class CopiedMark { Kept, Dropped };
+// A path that leads to the entry.
+std::string PathOf(EntryName entry);
 
-// `Exists`, and nothing has happened, when `fail_if_exists` and something has that name. `Kept`: the copy has the
-// source's read-only mark.
-SystemResult CopyFile(EntryName source, EntryName destination, bool fail_if_exists, CopiedMark mark);
+// Opens a plain file for a change: locked against the library's other handles, and with its turn (see TakeTurn). The
+// file is the one that has that name, also after others were waited for.
+SystemResult OpenToChange(EntryName entry, int flags, Descriptor* file, struct stat* status);
+// Whether the name still stands for the open file.
+bool IsStillNamed(int file, EntryName entry);
 
 }  // namespace OrvWorkFlow::Posix

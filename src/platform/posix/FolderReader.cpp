@@ -86,6 +86,7 @@ bool FolderReader::Read(int folder, bool on_drive_c) {
   names_.clear();
   entries_.clear();
   order_.clear();
+  left_out_.clear();
   if (::lseek(folder, 0, SEEK_SET) < 0) return false;
   for (;;) {
     char* const records = reinterpret_cast<char*>(buffer_.data());
@@ -119,7 +120,9 @@ bool FolderReader::Take(int folder, const char* name, unsigned char type) {
 void FolderReader::DropUnnameable(bool on_drive_c) {
   std::erase_if(entries_, [=, this](const Entry& entry) {
     const std::string_view name = Name(entry);
-    return !IsNameable(name) || (on_drive_c && WithoutTail(name).size() != name.size());
+    if (IsNameable(name) && !(on_drive_c && WithoutTail(name).size() != name.size())) return false;
+    if (left_out_.empty() || name < left_out_) left_out_ = name;
+    return true;
   });
 }
 

@@ -22,6 +22,8 @@ class FolderReader {
   std::string_view name(std::size_t i) const { return Name(entries_[order_[i].entry]); }
   // FileAttribute::kDirectory and kLink; not asked of the system for each, where the folder itself tells them.
   std::uint32_t attributes(std::size_t i) const { return entries_[order_[i].entry].attributes; }
+  // A name that no path can hold, if there is one: the first in byte order.
+  const std::string& left_out() const { return left_out_; }
   // Of all names together.
   std::size_t characters() const { return names_.size(); }
 
@@ -46,6 +48,7 @@ class FolderReader {
 
   std::vector<std::uint64_t> buffer_;  // Aligned for the records that the system writes.
   std::string names_;
+  std::string left_out_;
   std::vector<Entry> entries_;
   std::vector<Ordered> order_;
 };

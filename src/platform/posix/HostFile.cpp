@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <climits>
+#include <ctime>
 
 #include "platform/posix/PosixReasons.h"
 
@@ -75,6 +76,31 @@ bool HostAttributes(const std::string& path, std::uint32_t* attributes) {
   }
   *attributes = result == 0 ? FileAttribute::kNormal : result;
   return true;
+}
+
+bool IsPlain(const struct stat& status) {
+  return S_ISREG(status.st_mode) || Refuse(S_ISDIR(status.st_mode) ? Reason::IsFolder : Reason::NotPlainFile);
+}
+
+bool TakeTurn(int fd) {
+  constexpr int kMostWaits = 2000;
+  constexpr timespec kWait{0, 1'000'000};
+  struct flock whole {};
+  whole.l_type = F_WRLCK;
+  whole.l_whence = SEEK_SET;
+  for (int waits = 0; ::fcntl(fd, F_OFD_SETLK, &whole) != 0;) {
+    if (errno == EINTR) continue;
+    if (errno != EAGAIN && errno != EACCES) return true;
+    if (++waits > kMostWaits) return Refuse(Reason::InUse);
+    ::nanosleep(&kWait, nullptr);
+  }
+  return true;
+}
+
+void FlushFolder(int folder, const std::string& path) noexcept {
+  const KeptErrno kept;
+  const Descriptor opened = OpenHost(folder, path.empty() ? "." : path.c_str(), O_RDONLY | O_DIRECTORY, 0);
+  if (opened) ::fsync(opened.get());
 }
 
 bool LockFile(int fd, bool shared) {

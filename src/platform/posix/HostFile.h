@@ -79,6 +79,17 @@ bool HostAttributes(const std::string& path, std::uint32_t* attributes);
 
 inline bool IsMarkedReadOnly(const struct stat& status) { return (status.st_mode & S_IWUSR) == 0; }
 
+// With the reason, if it is none.
+bool IsPlain(const struct stat& status);
+
+// Waits until no other handle of this library has its turn at changing or replacing an open file, for two seconds at
+// most; false, with the reason, when that takes longer. The turn ends when the file is closed. File systems that know
+// no locks let everything pass.
+bool TakeTurn(int fd);
+
+// A disk that cannot flush a folder changes nothing in what it holds. The path starts at `folder`; empty for itself.
+void FlushFolder(int folder, const std::string& path) noexcept;
+
 // Locks an open file against this library's other handles; false, with the reason, when one of them forbids it. File
 // systems that know no locks let everything pass.
 bool LockFile(int fd, bool shared);

@@ -59,6 +59,8 @@ bool Parse(std::string_view path, Parsed* parsed) {
     if (drive != 'C' && drive != 'Z') return Refuse(Reason::NotFound);
     parsed->on_drive_c = drive == 'C';
     parsed->names.remove_prefix(2);
+    // It would be the current directory.
+    if (parsed->names.empty() && !parsed->on_drive_c) return Refuse(Reason::Root);
   } else if (path.size() >= 2 && path[0] == '\\' && path[1] == '\\') {
     return Refuse(Reason::NotFound);
   }
@@ -195,6 +197,20 @@ void EnsureDriveRoot(const HostPath& host) {
 std::string_view WithoutTail(std::string_view name) {
   while (!name.empty() && (name.back() == '.' || name.back() == ' ')) name.remove_suffix(1);
   return name;
+}
+
+std::string Shown(std::string_view name) {
+  if (IsUtf8(name)) return std::string(name);
+  std::string shown;
+  for (const char c : name) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte < 0x80) {
+      shown += c;
+    } else {
+      shown.append("\\x").append(1, "0123456789ABCDEF"[byte >> 4]).append(1, "0123456789ABCDEF"[byte & 15]);
+    }
+  }
+  return shown;
 }
 
 bool IsNameable(std::string_view name) { return IsUtf8(name) && name.find_first_of("\\:/") == std::string_view::npos; }

@@ -30,6 +30,9 @@ void EnsureDriveRoot(const HostPath& host);
 // True when a path can hold the name: UTF-8 without separators and ":".
 bool IsNameable(std::string_view name);
 
+// The name in a form that can be shown: bytes that are no text as "\xHH".
+std::string Shown(std::string_view name);
+
 // The name without the dots and blanks at its end, which do not count on "C:".
 std::string_view WithoutTail(std::string_view name);
 

@@ -100,10 +100,11 @@ class PosixDirectories final : public DirectoriesOf<Char> {
     return host.is_root ? SystemResult::Exists : CreateFolder({AT_FDCWD, host.path.c_str()});
   }
 
-  bool RemoveOneDirectory(const Text& path) override {
+  bool RemoveOneDirectory(const Text& path, Mark mark) override {
     HostPath host;
     if (!ToHostPath(path, &host)) return false;
-    return host.is_root ? Refuse(Reason::Root) : RemoveFolder({AT_FDCWD, host.path.c_str()});
+    return host.is_root ? Refuse(Reason::Root)
+                        : RemoveFolder({AT_FDCWD, host.path.c_str()}, mark, DanglingLinks::Refused);
   }
 
   bool FindFirst(const Text& pattern, std::uint32_t* attributes) override {
@@ -113,7 +114,8 @@ class PosixDirectories final : public DirectoriesOf<Char> {
 
   bool IsRoot(const Text& path) override {
     HostPath host;
-    return ToHostPath(path, &host) && host.is_root;
+    if (ToHostPath(path, &host)) return host.is_root;
+    return SystemParts::TheReasons().Meaning(SystemParts::TheReasons().LastCode()) == Reason::Root;
   }
 };
 

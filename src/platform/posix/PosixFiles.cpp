@@ -7,6 +7,7 @@
 
 #include "platform/SystemParts.h"
 #include "platform/posix/EntryCalls.h"
+#include "platform/posix/FileCopy.h"
 #include "platform/posix/HostFile.h"
 #include "platform/posix/PosixReasons.h"
 #include "platform/posix/Utf8.h"
@@ -15,10 +16,6 @@
 namespace OrvWorkFlow {
 namespace Posix {
 namespace {
-
-bool IsPlain(const struct stat& status) {
-  return S_ISREG(status.st_mode) || Refuse(S_ISDIR(status.st_mode) ? Reason::IsFolder : Reason::NotPlainFile);
-}
 
 bool IsPlainOrMissing(const std::string& path) {
   struct stat status;
@@ -30,14 +27,8 @@ std::string FolderOf(const std::string& path) {
   return slash == 0 ? "/" : path.substr(0, slash);
 }
 
-// A disk that cannot flush a folder changes nothing in what it holds.
-void FlushFolder(const std::string& path) noexcept {
-  const Descriptor folder = OpenHost(AT_FDCWD, path.c_str(), O_RDONLY | O_DIRECTORY, 0);
-  if (folder) ::fsync(folder.get());
-}
-
 int FlagsOf(Access access, Creation creation) {
-  const int flags = access == Access::Read ? O_RDONLY : O_WRONLY;
+  const int flags = access == Access::Read ? O_RDONLY : access == Access::Edit ? O_RDWR : O_WRONLY;
   switch (creation) {
     case Creation::OpenExisting:
       return flags;
@@ -50,11 +41,17 @@ int FlagsOf(Access access, Creation creation) {
   return flags | O_CREAT | O_EXCL;
 }
 
+// A new file, or one that is read only: others do not replace it meanwhile, or it does no harm.
+SystemResult OpenPlainly(const HostPath& host, int flags, mode_t mode, Descriptor* file) {
+  *file = OpenHost(AT_FDCWD, host.path.c_str(), flags, mode);
+  if (!*file) return LastResult();
+  struct stat status;
+  if (::fstat(file->get(), &status) != 0) return LastResult();
+  if (!IsPlain(status)) return SystemResult::Denied;
+  return LockFile(file->get(), false) ? SystemResult::Ok : SystemResult::InUse;
+}
+
 SystemResult OpenHostFile(const HostPath& host, Access access, Creation creation, FileHandle* handle) {
-  const auto denied = [](Reason reason) {
-    Refuse(reason);
-    return SystemResult::Denied;
-  };
   if (host.is_root || host.trailing_separator) {
     Refuse(Reason::IsFolder);
     return SystemResult::Failed;
@@ -63,16 +60,27 @@ SystemResult OpenHostFile(const HostPath& host, Access access, Creation creation
   if (!creates && !IsPlainOrMissing(host.path)) return SystemResult::Denied;
   if (creation != Creation::OpenExisting) EnsureDriveRoot(host);
   const mode_t mode = creation == Creation::CreateNewPrivate ? 0600 : 0666;
-  Descriptor file = OpenHost(AT_FDCWD, host.path.c_str(), FlagsOf(access, creation), mode);
-  if (!file) return LastResult();
+  const int flags = FlagsOf(access, creation);
+  Descriptor file(-1);
   struct stat status;
-  if (::fstat(file.get(), &status) != 0) return SystemResult::Failed;
-  if (!S_ISREG(status.st_mode)) return denied(Reason::NotPlainFile);
-  // The superuser passes every mode; the mark counts all the same.
-  if (access == Access::Write && !creates && IsMarkedReadOnly(status)) return denied(Reason::MarkedReadOnly);
-  if (!LockFile(file.get(), false)) return SystemResult::InUse;
-  *handle = FileHandle{file.Give()};
-  return SystemResult::Ok;
+  const SystemResult opened = access == Access::Read || creates
+                                  ? OpenPlainly(host, flags, mode, &file)
+                                  : OpenToChange({AT_FDCWD, host.path.c_str()}, flags, &file, &status);
+  if (opened == SystemResult::Ok) *handle = FileHandle{file.Give()};
+  return opened;
+}
+
+// A file that cannot be opened for writing now (a program that runs) may be replaced all the same.
+SystemResult TakeHostTurn(const HostPath& host, FileHandle* handle) {
+  const EntryName entry{AT_FDCWD, host.path.c_str()};
+  for (;;) {
+    Descriptor file = OpenHost(entry.folder, entry.name, O_WRONLY, 0);
+    if (!file) return LastResult();
+    if (!TakeTurn(file.get())) return SystemResult::InUse;
+    if (!IsStillNamed(file.get(), entry)) continue;
+    *handle = FileHandle{file.Give()};
+    return SystemResult::Ok;
+  }
 }
 
 template <class Char>
@@ -108,21 +116,26 @@ class PosixFiles final : public FilesOf<Char> {
     return ToHostPath(path, &host) ? OpenHostFile(host, access, creation, handle) : SystemResult::NotFound;
   }
 
+  SystemResult TakeTurn(const Text& path, FileHandle* handle) override {
+    HostPath host;
+    return ToHostPath(path, &host) ? TakeHostTurn(host, handle) : SystemResult::NotFound;
+  }
+
   bool CopyOver(const Text& source, const Text& destination, bool fail_if_exists) override {
     HostPath from;
     HostPath to;
     if (!ToHostPath(source, &from) || !ToHostPath(destination, &to)) return false;
     if (from.trailing_separator || to.trailing_separator) return Refuse(Reason::NotFound);
     EnsureDriveRoot(to);
-    return CopyFile({AT_FDCWD, from.path.c_str()}, {AT_FDCWD, to.path.c_str()}, fail_if_exists, CopiedMark::Kept) ==
-           SystemResult::Ok;
+    return CopyFile({AT_FDCWD, from.path.c_str()}, {AT_FDCWD, to.path.c_str()}, fail_if_exists, CopiedMark::Kept,
+                    Posix::Flush::FolderToo) == SystemResult::Ok;
   }
 
-  bool RemoveOneFile(const Text& path) override {
+  bool RemoveOneFile(const Text& path, Mark mark) override {
     HostPath host;
     if (!ToHostPath(path, &host)) return false;
     if (host.is_root || host.trailing_separator) return Refuse(Reason::IsFolder);
-    return RemoveFile({AT_FDCWD, host.path.c_str()});
+    return RemoveFile({AT_FDCWD, host.path.c_str()}, mark);
   }
 
   bool RenameOver(const Text& from, const Text& to) override {
@@ -135,7 +148,7 @@ class PosixFiles final : public FilesOf<Char> {
     }
     const std::string folder = FolderOf(new_name.path);  // Behind the renaming nothing may fail any more.
     if (::rename(old_name.path.c_str(), new_name.path.c_str()) != 0) return false;
-    FlushFolder(folder);
+    FlushFolder(AT_FDCWD, folder);
     return true;
   }
 
@@ -199,6 +212,7 @@ class PosixOpenFiles final : public OpenFiles {
     return position >= 0 && ::ftruncate(FdOf(handle), position) == 0;
   }
   bool Flush(FileHandle handle) override { return ::fsync(FdOf(handle)) == 0; }
+  void LetReplace(FileHandle /*handle*/) override {}
   bool Close(FileHandle handle) override { return ::close(FdOf(handle)) == 0 || errno == EINTR; }
 };
 

@@ -1,11 +1,46 @@
 #include "platform/windows/NativePath.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "platform/Platform.h"
 #include "platform/SystemParts.h"
 #include "platform/windows/WindowsReasons.h"
 
 namespace OrvWorkFlow::Windows {
 namespace {
+
+// "NUL", "com1.txt": devices in every directory. Their names end at the first dot or colon, without blanks before it.
+template <class View>
+bool IsDevice(View name) {
+  constexpr std::string_view kNames[] = {"CON", "PRN", "AUX", "NUL", "CONIN$", "CONOUT$"};
+  std::string capitals;
+  for (const auto c : name) {
+    if (c == '.' || c == ':') break;
+    const auto unit = static_cast<std::uint32_t>(c) & 0xFFFF;
+    // The superscript digits count as digits.
+    const char digit = unit == 0xB9 ? '1' : unit == 0xB2 ? '2' : unit == 0xB3 ? '3' : '\0';
+    if (unit >= 0x80 && (digit == '\0' || sizeof(c) == 1)) return false;
+    capitals += digit != '\0'                ? digit
+                : unit >= 'a' && unit <= 'z' ? static_cast<char>(unit - 0x20)
+                                             : static_cast<char>(unit);
+  }
+  while (!capitals.empty() && capitals.back() == ' ') capitals.pop_back();
+  if (std::find(std::begin(kNames), std::end(kNames), capitals) != std::end(kNames)) return true;
+  return capitals.size() == 4 && (capitals.starts_with("COM") || capitals.starts_with("LPT")) && capitals[3] >= '0' &&
+         capitals[3] <= '9';
+}
+
+template <class View>
+bool HasDevice(View path) {
+  for (std::size_t begin = 0; begin <= path.size();) {
+    std::size_t end = begin;
+    while (end < path.size() && path[end] != '\\' && path[end] != '/') ++end;
+    if (IsDevice(path.substr(begin, end - begin))) return true;
+    begin = end + 1;
+  }
+  return false;
+}
 
 template <class View>
 bool IsNameableIn(View path) {
@@ -14,7 +49,7 @@ bool IsNameableIn(View path) {
   if (path.size() > 5 && path[0] == '\\' && path[1] == '\\' && path[2] == '?' && path[3] == '\\') drive = 5;
   const std::size_t colon = path.find(':');
   const bool nameable = colon == View::npos || (colon == drive && path.find(':', colon + 1) == View::npos);
-  return nameable || Refuse(Reason::InvalidName);
+  return (nameable && !HasDevice(path)) || Refuse(Reason::InvalidName);
 }
 
 DWORD NativeAttributes(const char* path) { return GetFileAttributesA(path); }
@@ -66,6 +101,7 @@ SystemResult LastResult() {
       return SystemResult::Denied;
     case ERROR_SHARING_VIOLATION:
     case ERROR_LOCK_VIOLATION:
+    case WAIT_TIMEOUT:  // For a turn.
       return SystemResult::InUse;
     default:
       return SystemResult::Failed;
@@ -74,6 +110,14 @@ SystemResult LastResult() {
 
 bool IsNameable(std::string_view path) { return IsNameableIn(path); }
 bool IsNameable(std::u16string_view path) { return IsNameableIn(path); }
+
+std::u16string Capitals(const std::u16string& path) {
+  std::u16string result(path.size(), u'\0');
+  const int size = static_cast<int>(path.size());
+  const int done =
+      LCMapStringW(LOCALE_INVARIANT, LCMAP_UPPERCASE, Native(path.c_str()), size, Native(result.data()), size);
+  return done == size ? result : path;
+}
 
 std::u16string WholeForm(const std::u16string& path) {
   if (path.starts_with(u"\\\\?\\")) return path;

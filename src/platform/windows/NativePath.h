@@ -26,7 +26,7 @@ inline wchar_t* Native(char16_t* text) { return reinterpret_cast<wchar_t*>(text)
 // From GetLastError().
 SystemResult LastResult();
 
-// False for an empty path and for a ":" behind the drive's, which would name a stream of a file.
+// False for an empty path, for a ":" behind the drive's, which would name a stream of a file, and for a device's name.
 bool IsNameable(std::string_view path);
 bool IsNameable(std::u16string_view path);
 
@@ -43,6 +43,9 @@ std::u16string WholeForm(const std::u16string& path);
 std::u16string WholeForm(const std::string& path);
 // What an open file is called in the end, in long form; empty when the system does not tell.
 std::u16string FinalPath(HANDLE file);
+
+// In the letters in which the system compares names.
+std::u16string Capitals(const std::u16string& name);
 
 // Makes `call(pointers...)` with the wide paths in long form.
 template <class Call>

@@ -63,8 +63,18 @@ class WindowsDirectories final : public DirectoriesOf<Char> {
     return WithPaths([](const auto* p) { return NativeCreate(p); }, path) ? SystemResult::Ok : LastResult();
   }
 
-  bool RemoveOneDirectory(const Text& path) override {
-    return IsNameable(path) && WithPaths([](const auto* p) { return NativeRemove(p); }, path) != FALSE;
+  bool RemoveOneDirectory(const Text& path, Mark mark) override {
+    std::uint32_t attributes = 0;
+    if (!AttributesOf(path, &attributes)) return false;
+    const auto remove = [&] { return WithPaths([](const auto* p) { return NativeRemove(p); }, path) != FALSE; };
+    const bool marked = (attributes & FileAttribute::kReadOnly) != 0 && (attributes & FileAttribute::kLink) == 0;
+    if (mark == Mark::Counts || !marked) return remove();
+    FilesOf<Char>& files = SystemParts::Files<Char>();
+    files.SetAttributes(path, FileAttribute::kNormal);
+    if (remove()) return true;
+    const KeptReason kept(SystemParts::TheReasons());
+    files.SetAttributes(path, FileAttribute::kReadOnly);
+    return false;
   }
 
   bool FindFirst(const Text& pattern, std::uint32_t* attributes) override {

@@ -1,10 +1,14 @@
 // Files, by the system's narrow and wide calls.
 #include <algorithm>
+#include <memory>
+#include <utility>
 #include <vector>
 
+#include "platform/BesideName.h"
 #include "platform/SystemParts.h"
 #include "platform/windows/NativePath.h"
 #include "platform/windows/WindowsReasons.h"
+#include "platform/windows/WindowsTurns.h"
 #include "platform/windows/WindowsWrittenFiles.h"
 
 namespace OrvWorkFlow {
@@ -87,6 +91,45 @@ std::u16string FinalName(HANDLE file) {
   return name.starts_with(u"\\\\?\\") ? name.substr(4) : name;
 }
 
+// What a FileHandle stands for.
+struct OpenFile {
+  HANDLE file = INVALID_HANDLE_VALUE;
+  HANDLE turn = nullptr;
+};
+
+OpenFile& Deref(FileHandle handle) { return *reinterpret_cast<OpenFile*>(handle); }
+
+FileHandle ToHandle(std::unique_ptr<OpenFile> file) {
+  return static_cast<FileHandle>(reinterpret_cast<std::intptr_t>(file.release()));  // Close deletes it.
+}
+
+// True for two paths that lead to one file.
+template <class Text>
+bool IsSameFile(const Text& first, const Text& second) {
+  const auto look = [](const Text& path, BY_HANDLE_FILE_INFORMATION* information) {
+    constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    const HANDLE file = WithPaths(
+        [](const auto* p) { return NativeOpen(p, 0, kShareAll, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS); }, path);
+    if (file == INVALID_HANDLE_VALUE) return false;
+    const bool known = GetFileInformationByHandle(file, information) != FALSE;
+    CloseHandle(file);
+    return known;
+  };
+  BY_HANDLE_FILE_INFORMATION one{};
+  BY_HANDLE_FILE_INFORMATION other{};
+  return look(first, &one) && look(second, &other) && one.dwVolumeSerialNumber == other.dwVolumeSerialNumber &&
+         one.nFileIndexHigh == other.nFileIndexHigh && one.nFileIndexLow == other.nFileIndexLow;
+}
+
+template <class Text>
+Text PathBeside(const Text& path, int attempt) {
+  using Char = typename Text::value_type;
+  constexpr Char kSeparators[] = {'\\', '/', ':', 0};
+  const std::size_t separator = path.find_last_of(kSeparators);
+  const std::size_t name = separator == Text::npos ? 0 : separator + 1;
+  return path.substr(0, name) + BesideName(std::basic_string_view<Char>(path).substr(name), attempt);
+}
+
 bool Assign(std::u16string name, std::u16string* target) {
   *target = std::move(name);
   return true;
@@ -126,11 +169,16 @@ class WindowsFiles final : public FilesOf<Char> {
     const DWORD native_creation = CreationOf(creation);
     // An administrator's programs pass the mark on some systems; it counts all the same.
     const bool existing = native_creation != CREATE_NEW;
-    if (access == Access::Write && existing && IsMarkedReadOnly(path)) return SystemResult::Denied;
-    const DWORD native_access = access == Access::Read ? GENERIC_READ : GENERIC_WRITE;
-    const HANDLE file = WithPaths(
+    const bool changes = access != Access::Read;
+    if (changes && existing && IsMarkedReadOnly(path)) return SystemResult::Denied;
+    auto opened = std::make_unique<OpenFile>();
+    Turn turn(changes && existing ? WholeForm(path) : std::u16string());
+    if (changes && existing && !turn) return SystemResult::InUse;
+    const DWORD reads = access == Access::Write ? 0 : GENERIC_READ;
+    const DWORD native_access = reads | (changes ? GENERIC_WRITE : 0);
+    opened->file = WithPaths(
         [=](const auto* p) { return NativeOpen(p, native_access, 0, native_creation, FILE_ATTRIBUTE_NORMAL); }, path);
-    if (file == INVALID_HANDLE_VALUE) {
+    if (opened->file == INVALID_HANDLE_VALUE) {
       const SystemResult result = LastResult();
       const KeptReason kept(SystemParts::TheReasons());
       std::uint32_t attributes;
@@ -138,27 +186,43 @@ class WindowsFiles final : public FilesOf<Char> {
       return result == SystemResult::Denied && !existing && AttributesOf(path, &attributes) ? SystemResult::Exists
                                                                                             : result;
     }
-    if (GetFileType(file) != FILE_TYPE_DISK) {
-      CloseHandle(file);
+    if (GetFileType(opened->file) != FILE_TYPE_DISK) {
+      CloseHandle(opened->file);
       Refuse(Reason::NotPlainFile);
       return SystemResult::Denied;
     }
-    *handle = static_cast<FileHandle>(reinterpret_cast<std::intptr_t>(file));
+    opened->turn = turn.Give();
+    *handle = ToHandle(std::move(opened));
+    return SystemResult::Ok;
+  }
+
+  SystemResult TakeTurn(const Text& path, FileHandle* handle) override {
+    if (!IsNameable(path)) return SystemResult::NotFound;
+    auto opened = std::make_unique<OpenFile>();
+    opened->turn = Windows::TakeTurn(WholeForm(path));
+    if (opened->turn == nullptr) return LastResult();
+    *handle = ToHandle(std::move(opened));
     return SystemResult::Ok;
   }
 
   bool CopyOver(const Text& source, const Text& destination, bool fail_if_exists) override {
     if (!IsNameable(source) || !IsNameable(destination) || IsMarkedReadOnly(destination)) return false;
-    const BOOL fail = fail_if_exists ? TRUE : FALSE;
-    if (!WithPaths([=](const auto* from, const auto* to) { return NativeCopy(from, to, fail); }, source, destination)) {
-      return false;
+    if (Copy(source, destination)) {
+      NoteWritten(WholeForm(destination));
+      return true;
     }
-    NoteWritten(WholeForm(destination));
-    return true;
+    return !fail_if_exists && GetLastError() == ERROR_FILE_EXISTS && CopyBeside(source, destination);
   }
 
-  bool RemoveOneFile(const Text& path) override {
-    return IsNameable(path) && WithPaths([](const auto* p) { return NativeRemove(p); }, path) != FALSE;
+  bool RemoveOneFile(const Text& path, Mark mark) override {
+    if (!IsNameable(path)) return false;
+    const auto remove = [&] { return WithPaths([](const auto* p) { return NativeRemove(p); }, path) != FALSE; };
+    if (mark == Mark::Counts || !IsMarkedReadOnly(path)) return remove();
+    SetAttributes(path, FileAttribute::kNormal);
+    if (remove()) return true;
+    const KeptReason kept(SystemParts::TheReasons());
+    SetAttributes(path, FileAttribute::kReadOnly);
+    return false;
   }
 
   bool RenameOver(const Text& from, const Text& to) override {
@@ -194,11 +258,42 @@ class WindowsFiles final : public FilesOf<Char> {
   }
 
  private:
+  // False, with ERROR_FILE_EXISTS, when something has that name.
+  static bool Copy(const Text& source, const Text& destination) {
+    return WithPaths([](const auto* from, const auto* to) { return NativeCopy(from, to, TRUE); }, source,
+                     destination) != FALSE;
+  }
+
+  // Gives the destination a whole copy, made beside it.
+  bool CopyBeside(const Text& source, const Text& destination) {
+    Text target;
+    if (!FollowLink(destination, &target) || !IsWritableFile(target)) return false;
+    if (IsSameFile(source, target)) return Refuse(Reason::SameFile);
+    const Turn turn(WholeForm(target));
+    if (!turn) return false;
+    Text beside = PathBeside(target, 0);
+    bool copied = Copy(source, beside);
+    for (int i = 1; !copied && GetLastError() == ERROR_FILE_EXISTS && i < kMostNamesBeside; ++i) {
+      beside = PathBeside(target, i);
+      copied = Copy(source, beside);
+    }
+    if (!copied) return false;
+    const bool marked = IsMarkedReadOnly(beside);
+    SetAttributes(beside, FileAttribute::kNormal);
+    CopyAccessList(target, beside);
+    const bool replaced = FlushFile(WholeForm(beside)) && RenameOver(beside, target);
+    if (replaced && marked) SetAttributes(target, FileAttribute::kReadOnly);
+    if (replaced) return true;
+    const KeptReason kept(SystemParts::TheReasons());
+    RemoveOneFile(beside, Mark::Ignored);
+    return false;
+  }
+
   static DWORD NativeGetAttributes(const char* path) { return GetFileAttributesA(path); }
   static DWORD NativeGetAttributes(const char16_t* path) { return GetFileAttributesW(Native(path)); }
 };
 
-HANDLE NativeHandle(FileHandle handle) { return reinterpret_cast<HANDLE>(handle); }
+HANDLE NativeHandle(FileHandle handle) { return Deref(handle).file; }
 
 class WindowsOpenFiles final : public OpenFiles {
  public:
@@ -238,7 +333,17 @@ class WindowsOpenFiles final : public OpenFiles {
   }
   bool SetEnd(FileHandle handle) override { return SetEndOfFile(NativeHandle(handle)) != FALSE; }
   bool Flush(FileHandle handle) override { return FlushFileBuffers(NativeHandle(handle)) != FALSE; }
-  bool Close(FileHandle handle) override { return CloseHandle(NativeHandle(handle)) != FALSE; }
+  // Nobody replaces a file that is open; whoever opens it meanwhile has its turn to wait for.
+  void LetReplace(FileHandle handle) override {
+    OpenFile& opened = Deref(handle);
+    CloseHandle(std::exchange(opened.file, INVALID_HANDLE_VALUE));
+  }
+  bool Close(FileHandle handle) override {
+    const std::unique_ptr<OpenFile> opened(&Deref(handle));
+    const bool closed = opened->file == INVALID_HANDLE_VALUE || CloseHandle(opened->file) != FALSE;
+    EndTurn(opened->turn);
+    return closed;
+  }
 
  private:
   static DWORD Part(std::size_t size) { return static_cast<DWORD>(std::min<std::size_t>(size, 1U << 30)); }

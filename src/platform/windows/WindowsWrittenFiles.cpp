@@ -13,20 +13,6 @@ namespace {
 // More files than this are flushed as they come.
 constexpr std::size_t kMostFiles = 4096;
 
-// A file that is gone needs no flush.
-bool FlushFile(const std::u16string& path) {
-  constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-  const HANDLE file = CreateFileW(Native(path.c_str()), GENERIC_WRITE, kShareAll, nullptr, OPEN_EXISTING,
-                                  FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (file == INVALID_HANDLE_VALUE) {
-    const DWORD error = GetLastError();
-    return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
-  }
-  const bool flushed = FlushFileBuffers(file) != FALSE;
-  CloseHandle(file);
-  return flushed;
-}
-
 class WindowsWrittenFiles final : public WrittenFiles {
  public:
   void Note(std::u16string path) {
@@ -68,6 +54,19 @@ WindowsWrittenFiles& TheFiles() {
 }
 
 }  // namespace
+
+bool FlushFile(const std::u16string& path) {
+  constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+  const HANDLE file = CreateFileW(Native(path.c_str()), GENERIC_WRITE, kShareAll, nullptr, OPEN_EXISTING,
+                                  FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (file == INVALID_HANDLE_VALUE) {
+    const DWORD error = GetLastError();
+    return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
+  }
+  const bool flushed = FlushFileBuffers(file) != FALSE;
+  CloseHandle(file);
+  return flushed;
+}
 
 void NoteWritten(std::u16string path) { TheFiles().Note(std::move(path)); }
 
