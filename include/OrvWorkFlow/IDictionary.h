@@ -13,6 +13,7 @@
 #include "OrvWorkFlow/DictionaryPath.h"
 #include "OrvWorkFlow/IBaseWorkFlowObject.h"
 #include "OrvWorkFlow/IDictionaryListener.h"
+#include "OrvWorkFlow/IDictionaryWatch.h"
 
 namespace OrvWorkFlow {
 
@@ -338,6 +339,14 @@ class IDictionary : public IBaseWorkFlowObject {
   // The entry is taken as it is at one moment and put here at another; the two are never locked together. False also
   // for a `source` that another library made.
   virtual bool CopySubtreeFrom(IDictionary* source, const char* from, const char* to) = 0;
+
+  // A watch on the entries that match one of the patterns, and on everything below these. A pattern is a path; a
+  // component "*" stands for any one name. What is seen: every operation that may change a value, an attribute or the
+  // children of such an entry, makes or removes one, or names an entry above one; loading; and, while a watched entry
+  // is a redirection, every change anywhere. Writes elsewhere cost some nanoseconds more while there is a watch. The
+  // caller ends the watch with Release(). Null for null arguments, without a pattern, for one that no path can match,
+  // and without memory.
+  virtual IDictionaryWatch* WatchChanges(const char* const* patterns, std::size_t count) = 0;
 
   // Further operations with paths as objects; they take no place in the table.
   bool GetAttributeNames(const DictionaryPathWrapper& path, IOrvPStringList* names) {

@@ -11,6 +11,9 @@ inline constexpr char kWorkNodes[] = "/WorkFlowEngine/WorkNodes";
 inline constexpr char kInstances[] = "/Instances";  // below a type
 inline constexpr char kMaps[] = "/maps";            // below an instance
 inline constexpr char kMapPrefix[] = "/map";        // below an outgoing signal, followed by a number
+// The mappings and the workflow names of all instances, as patterns of IDictionary::WatchChanges.
+inline constexpr char kAllMaps[] = "/WorkFlowEngine/WorkNodes/*/Instances/*/maps";
+inline constexpr char kAllInstanceWorkFlowNames[] = "/WorkFlowEngine/WorkNodes/*/Instances/*/wfName";
 inline constexpr char kInstanceWorkFlowName[] = "/wfName";
 inline constexpr char kConfigFile[] = "/ConfigFile";
 inline constexpr char kWriteDir[] = "/WriteDir";

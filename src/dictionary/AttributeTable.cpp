@@ -15,7 +15,9 @@ AttributeTable::Id AttributeTable::Intern(std::string_view text) {
   if (const auto mark = FindAttribute(text, kRedirectionAttribute)) facts.is_redirection = ParseInteger(*mark) != 0;
   facts_.push_back(facts);
   try {
-    return texts_.Intern(text);
+    const Id id = texts_.Intern(text);
+    has_redirections_ = has_redirections_ || facts.is_redirection;
+    return id;
   } catch (...) {
     facts_.pop_back();
     throw;

@@ -26,6 +26,8 @@ class AttributeTable {
   ValueType Type(Id id) const { return facts_[id].type; }
   // True when "_isRedirection" is there and its number is not zero.
   bool IsRedirection(Id id) const { return facts_[id].is_redirection; }
+  // True when one of the texts was ever that of a redirection.
+  bool has_redirections() const { return has_redirections_; }
   // The attributes with "__type" set to the type's tag. Throws std::bad_alloc.
   Id WithType(Id id, ValueType type);
   std::size_t size() const { return texts_.size(); }
@@ -44,6 +46,7 @@ class AttributeTable {
 
   NameTable texts_;
   std::vector<Facts> facts_;
+  bool has_redirections_ = false;
   std::array<Retyped, 64> retyped_;
 };
 

@@ -44,6 +44,7 @@ ElementId DataStore::WriteEntry(std::string_view path, ValueType type, std::stri
     }
     path = redirected->path;
     place = redirected->place;
+    NoteChange(path);
   }
   return WriteAt(path, place, type, text, scope);
 }
@@ -68,7 +69,7 @@ ElementId DataStore::WriteAt(std::string_view path, const EntryPlace& place, Val
 bool DataStore::SetText(const char* path, ValueType type, std::string_view text) {
   if (!IsWritable(path)) return false;
   {
-    WriteScope scope(*this);
+    WriteScope scope(*this, path);
     if (WriteEntry(path, type, text, scope) == kNoElement) return false;
   }
   Tell(path);
@@ -116,7 +117,7 @@ bool DataStore::SetTexts(const char* path, const Texts& value, const Texts* expe
   const bool is_list = IsListType(value.type);
   if (!IsWritable(path) || value.type == ValueType::Nil || (!is_list && value.texts.size() != 1)) return false;
   {
-    WriteScope scope(*this);
+    WriteScope scope(*this, path);
     const EntryPlace place = FindPlace(tree_, path);
     if (expected != nullptr) {
       Texts present;
@@ -164,7 +165,7 @@ bool DataStore::GetAttribute(const char* path, const char* name, std::string& va
 
 bool DataStore::SetAttribute(const char* path, const char* name, const char* value) {
   if (!IsWritable(path) || name == nullptr || value == nullptr || !IsAttributeName(name)) return false;
-  WriteScope scope(*this);
+  WriteScope scope(*this, path);
   const EntryPlace place = FindPlace(tree_, path);
   const ElementId entry = place.element != kNoElement ? place.element : MakeEntry(tree_, path, place);
   if (entry == kNoElement) return scope.Refuse();
@@ -179,7 +180,7 @@ bool DataStore::SetAttribute(const char* path, const char* name, const char* val
 
 bool DataStore::RemoveAttribute(const char* path, const char* name) {
   if (!IsWritable(path) || name == nullptr) return false;
-  WriteScope scope(*this);
+  WriteScope scope(*this, path);
   const ElementId entry = FindEntry(tree_, path);
   if (entry == kNoElement || !FindAttribute(tree_.attributes(entry), name)) return scope.Refuse();
   tree_.SetAttributes(entry, WithoutAttribute(tree_.attributes(entry), name));
@@ -202,7 +203,7 @@ bool DataStore::GetAttributeNames(const char* path, std::vector<std::string>& na
 
 bool DataStore::SetRedirection(const char* path, const std::vector<std::string>& targets) {
   if (!IsWritable(path)) return false;
-  WriteScope scope(*this);
+  WriteScope scope(*this, path);
   const ElementId entry = EnsureEntry(tree_, path);
   if (entry == kNoElement) return scope.Refuse();
   tree_.SetText(entry, {});
@@ -222,11 +223,22 @@ bool DataStore::IsRedirection(const char* path) {
 
 bool DataStore::RemoveRedirection(const char* path) {
   if (!IsWritable(path)) return false;
-  WriteScope scope(*this);
+  WriteScope scope(*this, path);
   const ElementId entry = FindEntry(tree_, path);
   if (entry == kNoElement || !tree_.IsRedirection(entry)) return scope.Refuse();
   tree_.SetAttributes(entry, WithoutAttribute(tree_.attributes(entry), kRedirectionAttribute));
   return true;
+}
+
+IDictionaryWatch* DataStore::WatchChanges(const char* const* patterns, std::size_t count) {
+  if (patterns == nullptr) return nullptr;
+  std::vector<PathPattern> parsed;
+  for (std::size_t i = 0; i < count; ++i) {
+    if (patterns[i] == nullptr) return nullptr;
+    parsed.emplace_back(patterns[i]);
+  }
+  const std::scoped_lock lock(mutex_);
+  return watches_.Add(std::move(parsed));
 }
 
 bool DataStore::Exists(const char* path) {
@@ -237,7 +249,7 @@ bool DataStore::Exists(const char* path) {
 
 bool DataStore::Delete(const char* path) {
   if (!IsWritable(path)) return false;
-  WriteScope scope(*this);
+  WriteScope scope(*this, path);
   const ElementId entry = FindEntry(tree_, path);
   if (entry == kNoElement) return scope.Refuse();
   tree_.Remove(entry);
@@ -246,7 +258,7 @@ bool DataStore::Delete(const char* path) {
 
 bool DataStore::Clear(const char* path) {
   if (!IsWritable(path)) return false;
-  WriteScope scope(*this);
+  WriteScope scope(*this, path);
   const ElementId entry = FindEntry(tree_, path);
   if (entry == kNoElement) return scope.Refuse();
   const bool is_empty =
@@ -312,6 +324,7 @@ bool DataStore::EnumeratePaths(const char* path, const Patterns::Pattern* patter
 bool DataStore::Load(std::string_view text, std::shared_ptr<const void> owner, Pairs pairs) {
   if (text.size() > kMaxTextSize) return false;
   WriteScope scope(*this);
+  watches_.NoteAll();
   ElementTree kept;
   const ElementId old = pairs == Pairs::Kept ? FindEntry(tree_, WorkflowSchema::kNameValuePairs) : kNoElement;
   if (old != kNoElement) CopyEntry(tree_, old, kept, kept.CreateRoot(kRootName));
@@ -352,6 +365,7 @@ void DataStore::EmptyNameValuePairs() {
 }
 
 void DataStore::ReplaceNameValuePairs(WriteScope& scope) {
+  NoteChange(WorkflowSchema::kNameValuePairs);
   const ElementId old = FindEntry(tree_, WorkflowSchema::kNameValuePairs);
   const bool is_in_place = old != kNoElement && tree_.next_sibling(old) == kNoElement &&
                            tree_.first_child(old) == kNoElement && tree_.text(old).empty() &&

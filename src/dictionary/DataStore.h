@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "dictionary/ChangeWatches.h"
 #include "dictionary/ElementTree.h"
 #include "dictionary/EntryPath.h"
 #include "dictionary/ListItems.h"
@@ -41,7 +42,7 @@ class DataStore {
   bool SetList(const char* path, const std::vector<T>& values) {
     if (!IsWritable(path)) return false;
     {
-      WriteScope scope(*this);
+      WriteScope scope(*this, path);
       const ElementId entry = WriteEntry(path, ValueForm<T>::kList, {}, scope);
       if (entry == kNoElement) return false;
       NumberBuffer buffer;
@@ -147,11 +148,17 @@ class DataStore {
   // Has changed by the time a change can be seen.
   std::uint64_t change_count() const { return changes_.load(std::memory_order_acquire); }
 
+  // As IDictionary has it.
+  IDictionaryWatch* WatchChanges(const char* const* patterns, std::size_t count);
+
  private:
   // Holds the mutex for a change and counts it in the end, unless nothing came of it.
   class WriteScope {
    public:
+    // A change of the entries that NoteChange is told of.
     explicit WriteScope(DataStore& store) : store_(store), lock_(store.mutex_) {}
+    // A change of the entry at the path, of what is below it, or of its being there.
+    WriteScope(DataStore& store, std::string_view path) : WriteScope(store) { store.NoteChange(path); }
     ~WriteScope() {
       store_.tree_.ShedUnusedTexts();
       if (has_changed_) store_.changes_.fetch_add(1, std::memory_order_release);
@@ -179,6 +186,7 @@ class DataStore {
   }
   void TellListeners(const char* path) noexcept;
   // These want the mutex held.
+  void NoteChange(std::string_view path) { watches_.Note(tree_, path); }
   // kNoElement, with nothing changed, where nothing can be written.
   ElementId WriteEntry(std::string_view path, ValueType type, std::string_view text, WriteScope& scope);
   ElementId WriteAt(std::string_view path, const EntryPlace& place, ValueType type, std::string_view text,
@@ -193,6 +201,7 @@ class DataStore {
   std::atomic<std::uint64_t> changes_ = 0;
   // Guarded by mutex_.
   ElementTree tree_;
+  ChangeWatches watches_;
   std::size_t text_size_ = 0;  // Of the file that was loaded or saved last.
 };
 

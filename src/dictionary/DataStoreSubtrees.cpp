@@ -22,6 +22,12 @@ bool IsComponent(std::string_view name) {
   return !name.empty() && IsValidPath(name) && name.find('/') == std::string_view::npos;
 }
 
+// Of the entry above: one that is renamed comes and goes below it.
+std::string_view ParentPath(std::string_view path) {
+  path = path.substr(0, path.find_last_not_of('/') + 1);
+  return path.substr(0, path.rfind('/') + 1);
+}
+
 void CopyAsRoot(const ElementTree& source, ElementId from, ElementTree& copy) {
   CopyEntry(source, from, copy, copy.CreateRoot(kRootName));
 }
@@ -37,7 +43,7 @@ void DataStore::Replace(const char* path, const ElementTree& source, ElementId f
 
 bool DataStore::Rename(const char* path, const char* new_name) {
   if (!IsWritable(path) || new_name == nullptr || !IsComponent(new_name)) return false;
-  WriteScope scope(*this);
+  WriteScope scope(*this, ParentPath(path));
   const ElementId entry = FindEntry(tree_, path);
   if (entry == kNoElement || entry == tree_.root()) return scope.Refuse();
   const ElementId sibling = tree_.FindChild(tree_.parent(entry), new_name);
@@ -58,7 +64,7 @@ bool DataStore::Rename(const char* path, const char* new_name) {
 
 bool DataStore::CopySubtree(const char* from, const char* to) {
   if (from == nullptr || !IsWritable(to)) return false;
-  WriteScope scope(*this);
+  WriteScope scope(*this, to);
   const ElementId source = FindEntry(tree_, from);
   if (source == kNoElement) return scope.Refuse();
   const bool is_below = IsPrefix(from, to);
@@ -81,7 +87,8 @@ bool DataStore::CopySubtree(const char* from, const char* to) {
 
 bool DataStore::MoveSubtree(const char* from, const char* to) {
   if (!IsWritable(from) || !IsWritable(to)) return false;
-  WriteScope scope(*this);
+  WriteScope scope(*this, from);
+  NoteChange(to);
   const ElementId source = FindEntry(tree_, from);
   if (source == kNoElement) return scope.Refuse();
   const bool is_above = IsPrefix(to, from);
@@ -117,7 +124,7 @@ bool DataStore::MergeSubtree(DataStore& source, const char* from, const char* to
   ElementTree copy;
   const bool is_copied = &source != this || IsPrefix(from, to) || IsPrefix(to, from);
   if (is_copied && !source.TakeSubtree(from, copy)) return false;
-  WriteScope scope(*this);
+  WriteScope scope(*this, to);
   const ElementId entry = is_copied ? copy.root() : FindEntry(tree_, from);
   if (entry == kNoElement) return scope.Refuse();
   const ElementId target = EnsureEntry(tree_, to);
@@ -142,7 +149,7 @@ bool DataStore::TakeSubtree(const char* path, ElementTree& copy) {
 
 bool DataStore::PutSubtree(const char* path, const ElementTree& tree) {
   if (!IsWritable(path) || tree.root() == kNoElement) return false;
-  WriteScope scope(*this);
+  WriteScope scope(*this, path);
   if (EnsureEntry(tree_, path) == kNoElement) return scope.Refuse();
   Replace(path, tree, tree.root());
   return true;

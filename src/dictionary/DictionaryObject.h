@@ -136,6 +136,7 @@ class CDictionary final : public BaseObject<CDictionary, PathForms> {
   bool CompareAndSetTexts(const char* path, ValueType expected_type, const IOrvPStringList* expected, ValueType type,
                           const IOrvPStringList* texts, bool* matches) override;
   bool CopySubtreeFrom(IDictionary* source, const char* from, const char* to) override;
+  IDictionaryWatch* WatchChanges(const char* const* patterns, std::size_t count) override;
 
  private:
   // The store of a dictionary of this class; null for null and for others.

@@ -22,6 +22,15 @@ struct Releaser {
 
 void* CDictionary::GetObjectOf(const void* library) { return library == &kLibraryMark ? this : nullptr; }
 
+IDictionaryWatch* CDictionary::WatchChanges(const char* const* patterns, std::size_t count) {
+  IDictionaryWatch* watch = nullptr;
+  Guarded([&] {
+    watch = store_.WatchChanges(patterns, count);
+    return watch != nullptr;
+  });
+  return watch;
+}
+
 DataStore* CDictionary::StoreOf(IDictionary* dictionary) {
   void* const object = dictionary == nullptr ? nullptr : dictionary->GetObjectOf(&kLibraryMark);
   return object == nullptr ? nullptr : &static_cast<CDictionary*>(object)->store_;

@@ -44,6 +44,8 @@ class ElementTree {
   std::string_view attributes(ElementId id) const { return attributes_->Text(elements_[id].attributes); }
   ValueType type(ElementId id) const { return attributes_->Type(elements_[id].attributes); }
   bool IsRedirection(ElementId id) const { return attributes_->IsRedirection(elements_[id].attributes); }
+  // False when no element is a redirection. May be true although none is any more.
+  bool HasRedirections() const { return attributes_->has_redirections(); }
   // Each kNoElement when there is none.
   ElementId parent(ElementId id) const { return elements_[id].parent; }
   ElementId first_child(ElementId id) const { return elements_[id].first_child; }

@@ -1,5 +1,6 @@
 #include "signalmediator/ContentDirectories.h"
 
+#include <algorithm>
 #include <iterator>
 
 #include "CoreObjects/Marshalled.h"
@@ -21,6 +22,13 @@ std::string FindInAbsorbTree(IDictionary& dictionary, const std::string& workflo
     if (ReadEntryText(dictionary, paths[i], value) && value == workflow_name) return paths[i];
   }
   return {};
+}
+
+// False for a type or an instance whose name holds a "/" or is empty: its entry is not where those of others are.
+bool IsWatched(const std::string& definition) {
+  constexpr int kSeparators = 5;  // of "/WorkFlowEngine/WorkNodes/TYPE/Instances/INSTANCE"
+  return std::count(definition.begin(), definition.end(), '/') == kSeparators &&
+         definition.find("//") == std::string::npos && !definition.ends_with('/');
 }
 
 }  // namespace
@@ -45,33 +53,31 @@ FlowDirectories ReadFlowDirectories(IDictionary& dictionary, const std::string& 
   return flow;
 }
 
-ContentDirectories::Flow ContentDirectories::Recall(IDictionary& dictionary, OfNode& kept) {
+ContentDirectories::Recalled ContentDirectories::Recall(OfNode& kept) {
   if (kept.has_fresh.load(std::memory_order_relaxed)) {
     const std::scoped_lock lock(mutex_);
     kept.known = std::move(kept.fresh);
     kept.has_fresh.store(false, std::memory_order_relaxed);
   }
-  const Known& known = kept.known;
-  const bool holds = known.dictionary == &dictionary && known.change_count == dictionary.GetChangeCount();
-  return holds ? known.flow : nullptr;
+  const WatchedState now = dictionary_.Get();
+  return {now, kept.known.state == now ? kept.known.flow : nullptr};
 }
 
-ContentDirectories::Flow ContentDirectories::Read(IDictionary& dictionary, const std::string& definition,
+ContentDirectories::Flow ContentDirectories::Read(const WatchedState& state, const std::string& definition,
                                                   OfNode& kept) {
-  // The count is taken before anything is read: a change in between makes what is kept out of date, never wrong.
-  Known known{&dictionary, dictionary.GetChangeCount(), nullptr};
+  IDictionary& dictionary = *state.dictionary;
   const std::string name = EntryText(dictionary, definition + WorkflowSchema::kInstanceWorkFlowName);
-  known.flow = Find(name, known);
-  if (known.flow == nullptr)
-    known.flow = std::make_shared<const FlowDirectories>(ReadFlowDirectories(dictionary, name));
-  Keep(name, known, kept);
-  return known.flow;
+  Known found{state, Find(name, state)};
+  if (found.flow == nullptr)
+    found.flow = std::make_shared<const FlowDirectories>(ReadFlowDirectories(dictionary, name));
+  if (IsWatched(definition)) Keep(name, found, kept);
+  return found.flow;
 }
 
 // What was kept for another state of the dictionary is forgotten.
-ContentDirectories::Flow ContentDirectories::Find(const std::string& workflow_name, const Known& state) {
+ContentDirectories::Flow ContentDirectories::Find(const std::string& workflow_name, const WatchedState& state) {
   const std::scoped_lock lock(mutex_);
-  if (!state_.IsOfSameState(state)) {
+  if (state_ != state) {
     by_workflow_.clear();
     state_ = state;
   }
@@ -79,10 +85,10 @@ ContentDirectories::Flow ContentDirectories::Find(const std::string& workflow_na
   return found == by_workflow_.end() ? nullptr : found->second;
 }
 
-void ContentDirectories::Keep(const std::string& workflow_name, const Known& state, OfNode& kept) {
+void ContentDirectories::Keep(const std::string& workflow_name, const Known& found, OfNode& kept) {
   const std::scoped_lock lock(mutex_);
-  if (state_.IsOfSameState(state)) by_workflow_.try_emplace(workflow_name, state.flow);
-  kept.fresh = state;
+  if (state_ == found.state) by_workflow_.try_emplace(workflow_name, found.flow);
+  kept.fresh = found;
   kept.has_fresh.store(true, std::memory_order_relaxed);
 }
 

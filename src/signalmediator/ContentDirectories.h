@@ -2,15 +2,17 @@
 // workflow that absorbed it, nearest first.
 #pragma once
 
+#include <array>
 #include <atomic>
-#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
+#include "CoreObjects/WatchedGlobalDictionary.h"
 #include "OrvWorkFlow/IDictionary.h"
+#include "OrvWorkFlow/WorkflowSchema.h"
 
 namespace OrvWorkFlow {
 
@@ -23,7 +25,11 @@ struct FlowDirectories {
 // Reads them from the absorb tree. What the dictionary throws passes through.
 FlowDirectories ReadFlowDirectories(IDictionary& dictionary, const std::string& workflow_name);
 
-// Keeps what was read for as long as the dictionary does not change. Any thread; the leaf lock is not held while the
+// The part of the dictionary that the directories rest on.
+inline constexpr std::array<const char*, 3> kWatchedDirectories = {
+    WorkflowSchema::kAllInstanceWorkFlowNames, WorkflowSchema::kAbsorbTree, WorkflowSchema::kDirectories};
+
+// Keeps what was read for as long as that part does not change. Any thread; the leaf lock is not held while the
 // dictionary is read.
 class ContentDirectories {
  public:
@@ -32,13 +38,8 @@ class ContentDirectories {
  private:
   // What holds in one state of one dictionary.
   struct Known {
-    const IDictionary* dictionary = nullptr;
-    std::uint64_t change_count = 0;
+    WatchedState state;
     Flow flow;  // null: nothing is known
-
-    bool IsOfSameState(const Known& other) const {
-      return dictionary == other.dictionary && change_count == other.change_count;
-    }
   };
 
  public:
@@ -50,18 +51,26 @@ class ContentDirectories {
     std::atomic<bool> has_fresh = false;
   };
 
-  // What is known of the node in the dictionary's present state, or null. With the mediator's access lock held.
-  Flow Recall(IDictionary& dictionary, OfNode& kept);
+  // The present state of the dictionary, and what is known of the node in it; null for nothing.
+  struct Recalled {
+    WatchedState state;
+    Flow flow;
+  };
+  // With the mediator's access lock held.
+  Recalled Recall(OfNode& kept);
 
-  // Reads the directories of the node defined at that path. Never null. Waits for no lock that is held while nodes run.
-  Flow Read(IDictionary& dictionary, const std::string& definition, OfNode& kept);
+  // Reads the directories of the node defined at that path, in the dictionary of a state that was recalled before and
+  // has one. Never null. Waits for no lock that is held while nodes run.
+  Flow Read(const WatchedState& state, const std::string& definition, OfNode& kept);
 
  private:
-  Flow Find(const std::string& workflow_name, const Known& state);
-  void Keep(const std::string& workflow_name, const Known& state, OfNode& kept);
+  Flow Find(const std::string& workflow_name, const WatchedState& state);
+  void Keep(const std::string& workflow_name, const Known& found, OfNode& kept);
+
+  WatchedGlobalDictionary<kWatchedDirectories> dictionary_;
 
   std::mutex mutex_;
-  Known state_;  // of the table; without a flow
+  WatchedState state_;  // of the table
   std::unordered_map<std::string, Flow> by_workflow_;
 };
 

@@ -45,15 +45,15 @@ void CSignalMediator::DeliverInputSignal(InputSignalMessage* message) {
 void CSignalMediator::Deliver(const InputSignal& signal, const SignalSource& source,
                               WorkNodeList::Place place) noexcept {
   bool done = false;
-  ContentDirectories::Flow flow;
+  ContentDirectories::Recalled recalled;
   WorkNodePointer entry;
   try {
-    entry = Receive(signal, source, place, flow);
+    entry = Receive(signal, source, place, recalled);
   } catch (...) {  // The host's lock failed: like a node that is not there.
   }
   try {
     if (entry != nullptr) {
-      done = DeliverTo(*entry, signal, source, std::move(flow));
+      done = DeliverTo(*entry, signal, source, std::move(recalled));
     } else {
       TellEnd(signal, source, IRunObserver::Outcome::NoNode);
       tracer_.Log(MediatorCategories::kSignal, MediatorLines::kNoNodeToFireOn, signal.type, signal.instance,
@@ -68,15 +68,12 @@ void CSignalMediator::Deliver(const InputSignal& signal, const SignalSource& sou
 // A stop waits for deliveries to begin, not to end: the signal counts as received before the node sees it.
 // What is known of the node's content directories is taken along.
 WorkNodePointer CSignalMediator::Receive(const InputSignal& signal, const SignalSource& source,
-                                         WorkNodeList::Place place, ContentDirectories::Flow& flow) {
-  IDictionary* const dictionary = road_dictionary_.Get();
+                                         WorkNodeList::Place place, ContentDirectories::Recalled& recalled) {
   const AccessLock::Hold hold(access_lock_);
   WorkNodePointer entry = nodes_.GetAt(place, signal.type, signal.instance);
   Add(received_, 1);
   if (observer_) observer_.Tell(&IRunObserver::DeliveryBegun, MakeDelivery(signal, source));
-  if (entry != nullptr && dictionary != nullptr) {
-    flow = content_directories_.Recall(*dictionary, entry->content_directories);
-  }
+  if (entry != nullptr) recalled = content_directories_.Recall(entry->content_directories);
   return entry;
 }
 
@@ -87,7 +84,7 @@ void CSignalMediator::Add(std::atomic<std::uint32_t>& counter, int change) noexc
 }
 
 bool CSignalMediator::DeliverTo(WorkNodeEntry& entry, const InputSignal& signal, const SignalSource& source,
-                                ContentDirectories::Flow flow) {
+                                ContentDirectories::Recalled recalled) {
   const auto [type, instance, name] = signal;
   tracer_.Log(MediatorCategories::kSignal, MediatorLines::kFiring, name, type, instance);
   const DeliveriesAtWork::Entry at_work(observer_ ? &at_work_ : nullptr, MakeDelivery(signal, source), entry);
@@ -96,7 +93,7 @@ bool CSignalMediator::DeliverTo(WorkNodeEntry& entry, const InputSignal& signal,
     if (!std::exchange(told, true)) TellEnd(signal, source, outcome, text);
   };
   try {
-    if (CallNode(entry, name, source.number, std::move(flow))) {
+    if (CallNode(entry, name, source.number, std::move(recalled))) {
       tell_end(IRunObserver::Outcome::Accepted, "");
       return true;
     }
@@ -116,9 +113,9 @@ bool CSignalMediator::DeliverTo(WorkNodeEntry& entry, const InputSignal& signal,
 }
 
 bool CSignalMediator::CallNode(WorkNodeEntry& entry, const char* signal_name, std::uint64_t number,
-                               ContentDirectories::Flow flow) {
+                               ContentDirectories::Recalled recalled) {
   const DeliveryScope scope({this, &entry, number});
-  RenewContentDirectories(entry, std::move(flow));
+  RenewContentDirectories(entry, std::move(recalled));
   return entry.node->Signal(signal_name);
 }
 
@@ -128,9 +125,10 @@ void CSignalMediator::ShowThatItThrew(const InputSignal& signal) {
   ShowMediatorText(text);
 }
 
-void CSignalMediator::RenewContentDirectories(WorkNodeEntry& entry, ContentDirectories::Flow flow) {
-  if (IDictionary* const dictionary = flow == nullptr ? road_dictionary_.Get() : nullptr) {
-    flow = content_directories_.Read(*dictionary, entry.definition, entry.content_directories);
+void CSignalMediator::RenewContentDirectories(WorkNodeEntry& entry, ContentDirectories::Recalled recalled) {
+  ContentDirectories::Flow& flow = recalled.flow;
+  if (flow == nullptr && recalled.state.dictionary != nullptr) {
+    flow = content_directories_.Read(recalled.state, entry.definition, entry.content_directories);
   }
   if (flow != nullptr && !flow->in_absorb_tree) {
     tracer_.Log(MediatorCategories::kContentDirectories, MediatorLines::kFlowNotInTree, flow->workflow_name.c_str());

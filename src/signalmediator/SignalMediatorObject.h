@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "CoreObjects/BaseObject.h"
-#include "CoreObjects/KnownGlobalDictionary.h"
 #include "CoreObjects/LazyObject.h"
 #include "CoreObjects/ObjectCreator.h"
 #include "CoreObjects/RunObserverSlot.h"
@@ -116,13 +115,14 @@ class CSignalMediator final : public BaseObject<CSignalMediator, ISignalMediator
                const char* text = "") const noexcept;
   void Deliver(const InputSignal& signal, const SignalSource& source, WorkNodeList::Place place) noexcept;
   WorkNodePointer Receive(const InputSignal& signal, const SignalSource& source, WorkNodeList::Place place,
-                          ContentDirectories::Flow& flow);
+                          ContentDirectories::Recalled& recalled);
   static void Add(std::atomic<std::uint32_t>& counter, int change) noexcept;
   bool DeliverTo(WorkNodeEntry& entry, const InputSignal& signal, const SignalSource& source,
-                 ContentDirectories::Flow flow);
-  bool CallNode(WorkNodeEntry& entry, const char* signal_name, std::uint64_t number, ContentDirectories::Flow flow);
+                 ContentDirectories::Recalled recalled);
+  bool CallNode(WorkNodeEntry& entry, const char* signal_name, std::uint64_t number,
+                ContentDirectories::Recalled recalled);
   void ShowThatItThrew(const InputSignal& signal);
-  void RenewContentDirectories(WorkNodeEntry& entry, ContentDirectories::Flow flow);
+  void RenewContentDirectories(WorkNodeEntry& entry, ContentDirectories::Recalled recalled);
 
   // Report.cpp
   std::uint32_t CountBusyNodes() noexcept;
@@ -157,7 +157,6 @@ class CSignalMediator final : public BaseObject<CSignalMediator, ISignalMediator
   DeliveriesAtWork at_work_;
   RebootSignals reboot_signals_;
   UnansweredMessages messages_;
-  KnownGlobalDictionary road_dictionary_;
   ContentDirectories content_directories_;
   std::atomic<std::uint32_t> sent_ = 0;      // changed with access_lock_ held
   std::atomic<std::uint32_t> received_ = 0;  // the same

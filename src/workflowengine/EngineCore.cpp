@@ -99,13 +99,13 @@ bool EngineCore::MapAndQueue(const EngineLock& lock, const SignalName& sender, s
 }
 
 const MappedSignal* EngineCore::Map(const EngineLock& /*lock*/, const SignalName& sender, std::uint64_t cause) {
-  IDictionary* dictionary = dictionary_.Get();
-  if (dictionary == nullptr) {
+  const WatchedState state = dictionary_.Get();
+  if (state.dictionary == nullptr) {
     events_.Lost(cause, sender, EngineEvents::Reason::NoDictionary);
     return nullptr;
   }
   try {
-    return &mappings_.Find(*dictionary, sender);
+    return &mappings_.Find(state, sender);
   } catch (...) {
     events_.Lost(cause, sender, EngineEvents::Reason::NoMemory);
     throw;

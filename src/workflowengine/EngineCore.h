@@ -10,7 +10,6 @@
 #include <string>
 
 #include "CoreObjects/HandOvers.h"
-#include "CoreObjects/KnownGlobalDictionary.h"
 #include "OrvWorkFlow/IRunReport.h"
 #include "OrvWorkFlow/OrvBase.h"
 #include "workflowengine/Collaborators.h"
@@ -170,7 +169,7 @@ class EngineCore {
   std::atomic<std::uint32_t> unmapped_ = 0;  // in the inbox, or just being mapped
 
   // Guarded by the engine mutex.
-  KnownGlobalDictionary dictionary_;
+  MappingsDictionary dictionary_;
   SignalQueue queue_;
   std::uint64_t last_number_ = 0;  // of the entry at the back, or that was there last
   SignalMappings mappings_;

@@ -10,8 +10,8 @@
 namespace OrvWorkFlow {
 namespace {
 
-// Senders beyond this number make the cache start anew, so that made-up signal names cannot fill the memory.
-constexpr std::size_t kMostKnownSignals = 4096;
+// Senders beyond this number make MappingAdder start anew.
+constexpr std::size_t kMostKnownSenders = 4096;
 
 std::string InstancesPath(std::string_view type) {
   std::string path(WorkflowSchema::kWorkNodes);
@@ -46,6 +46,14 @@ bool SplitMapping(std::string_view value, SignalName& receiver) {
   return true;
 }
 
+// False for names that lead elsewhere than to the maps of an instance.
+bool IsWatched(const SignalName& sender) {
+  const auto is_one_component = [](std::string_view name) {
+    return !name.empty() && name.find('/') == std::string_view::npos;
+  };
+  return is_one_component(sender.type) && is_one_component(sender.instance);
+}
+
 MappedSignal ReadMappings(IDictionary& dictionary, const SignalName& sender) {
   MappedSignal mapped;
   const std::string path = MapsPath(sender);
@@ -76,33 +84,33 @@ std::string MappingPath(const SignalName& sender, const std::string& child) {
   return child.empty() ? MapsPath(sender) : Below(MapsPath(sender), child);
 }
 
-bool MappingAdder::Add(IDictionary& dictionary, const SignalName& sender, const SignalName& receiver) {
+bool MappingAdder::Add(const SignalName& sender, const SignalName& receiver) {
   const std::string maps_path = MapsPath(sender);
   const std::string value = MappingValue(receiver);
   const std::scoped_lock lock(mutex_);
-  const std::uint64_t before = dictionary.GetChangeCount();
-  const std::uint64_t number = FindFree(dictionary, maps_path, before);
+  const WatchedState before = dictionary_.Get();
+  if (before.dictionary == nullptr) return false;
+  const std::uint64_t number = FindFree(before, maps_path);
   const std::string path = maps_path + WorkflowSchema::kMapPrefix + std::to_string(number);
-  if (!dictionary.SetValue(path.c_str(), value.c_str())) return false;
-  const std::uint64_t after = dictionary.GetChangeCount();
+  if (!before.dictionary->SetValue(path.c_str(), value.c_str())) return false;
+  const WatchedState after = dictionary_.Get();
+  const bool is_this_change = after.dictionary == before.dictionary && after.number == before.number + 1;
   // One change, this one: what is remembered of other senders still holds.
-  if (dictionary_ != &dictionary || change_count_ != before || after != before + 1) next_.clear();
-  if (after == before + 1) Remember(dictionary, maps_path, number + 1, after);
+  if (state_ != before || !is_this_change) next_.clear();
+  if (is_this_change) Remember(after, maps_path, number + 1);
   return true;
 }
 
-void MappingAdder::Remember(const IDictionary& dictionary, const std::string& maps_path, std::uint64_t next,
-                            std::uint64_t change_count) {
-  if (next_.size() >= kMostKnownSignals) next_.clear();
+void MappingAdder::Remember(const WatchedState& state, const std::string& maps_path, std::uint64_t next) {
+  if (next_.size() >= kMostKnownSenders) next_.clear();
   next_[maps_path] = next;
-  dictionary_ = &dictionary;
-  change_count_ = change_count;
+  state_ = state;
 }
 
-std::uint64_t MappingAdder::FindFree(IDictionary& dictionary, const std::string& maps_path,
-                                     std::uint64_t change_count) {
+std::uint64_t MappingAdder::FindFree(const WatchedState& state, const std::string& maps_path) {
+  IDictionary& dictionary = *state.dictionary;
   std::uint64_t number = 0;
-  if (dictionary_ == &dictionary && change_count_ == change_count) {
+  if (state_ == state) {
     const auto known = next_.find(maps_path);
     if (known != next_.end()) number = known->second;
   }
@@ -158,32 +166,40 @@ bool SignalMappings::IsKeyOf(std::string_view key, const SignalName& sender) noe
          key[third - 1] == '\0';
 }
 
-const MappedSignal& SignalMappings::Find(IDictionary& dictionary, const SignalName& sender) {
-  // Asked before the mappings are read: a change in between makes what is kept too old, never too new.
-  const std::uint64_t change_count = dictionary.GetChangeCount();
+const MappedSignal& SignalMappings::Find(const WatchedState& now, const SignalName& sender) {
   const auto& [key, known] = recent_[RecentSlot(sender)];
-  if (known != nullptr && known->IsCurrent(dictionary, change_count) && IsKeyOf(key, sender)) return known->mapped;
-  return FindByText(dictionary, change_count, sender);
+  if (known != nullptr && known->state == now && IsKeyOf(key, sender)) return known->mapped;
+  return FindByText(now, sender);
 }
 
-const MappedSignal& SignalMappings::FindByText(IDictionary& dictionary, std::uint64_t change_count,
-                                               const SignalName& sender) {
+const MappedSignal& SignalMappings::FindByText(const WatchedState& now, const SignalName& sender) {
   key_.assign(sender.type).append(1, '\0').append(sender.instance).append(1, '\0').append(sender.signal);
   auto place = known_.find(std::string_view(key_));
-  if (place == known_.end() || !place->second.IsCurrent(dictionary, change_count)) {
-    MappedSignal mapped = ReadMappings(dictionary, sender);
-    if (mapped.outcome == MappedSignal::Outcome::Failed) {
-      failed_ = std::move(mapped);
-      return failed_;
+  if (place == known_.end() || place->second.state != now) {
+    MappedSignal mapped = ReadMappings(*now.dictionary, sender);
+    if (mapped.outcome == MappedSignal::Outcome::Failed || !IsWatched(sender)) {
+      not_kept_ = std::move(mapped);
+      return not_kept_;
     }
-    if (place == known_.end()) {
-      if (known_.size() >= kMostKnownSignals) Forget();
-      place = known_.try_emplace(key_).first;
-    }
-    place->second = {&dictionary, change_count, std::move(mapped)};
+    if (place == known_.end()) place = MakeRoomFor(key_);
+    place->second = {now, std::move(mapped)};
   }
   recent_[RecentSlot(sender)] = {place->first, &place->second};
   return place->second.mapped;
+}
+
+SignalMappings::KnownSignals::iterator SignalMappings::MakeRoomFor(const std::string& key) {
+  if (known_.size() >= most_known_) ForgetOne();
+  return known_.try_emplace(key).first;
+}
+
+// Any one: where more signals are fired in turn than are kept, the oldest would always be the next to be looked for.
+void SignalMappings::ForgetOne() noexcept {
+  recent_.fill({});
+  next_forgotten_ = next_forgotten_ * 1664525 + 1013904223;
+  std::size_t bucket = next_forgotten_ % known_.bucket_count();
+  while (known_.bucket_size(bucket) == 0) bucket = (bucket + 1) % known_.bucket_count();
+  known_.erase(known_.find(known_.begin(bucket)->first));
 }
 
 }  // namespace OrvWorkFlow

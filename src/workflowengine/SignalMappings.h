@@ -12,7 +12,9 @@
 
 #include "CoreObjects/RecursiveMutex.h"
 #include "CoreObjects/TextHash.h"
+#include "CoreObjects/WatchedGlobalDictionary.h"
 #include "OrvWorkFlow/IDictionary.h"
+#include "OrvWorkFlow/WorkflowSchema.h"
 #include "workflowengine/SignalQueue.h"
 
 namespace OrvWorkFlow {
@@ -30,23 +32,26 @@ struct SignalName {
 bool RemoveMapping(IDictionary& dictionary, const SignalName& sender, const SignalName& receiver);
 void RemoveAllMappings(IDictionary& dictionary);
 
+// The part of the dictionary in which mappings are.
+inline constexpr std::array<const char*, 1> kWatchedMappings = {WorkflowSchema::kAllMaps};
+using MappingsDictionary = WatchedGlobalDictionary<kWatchedMappings>;
+
 // Adds mappings, each at the lowest free number of its sender. Remembers those numbers as long as nobody else changes
-// the dictionary, so that many mappings of one sender are added without looking at those that are there. Any thread;
-// adds wait for each other.
+// mappings, so that many mappings of one sender are added without looking at those that are there. Any thread; adds
+// wait for each other.
 class MappingAdder {
  public:
-  // Answers what the dictionary answers.
-  bool Add(IDictionary& dictionary, const SignalName& sender, const SignalName& receiver);
+  // Answers what the global dictionary answers; false without one.
+  bool Add(const SignalName& sender, const SignalName& receiver);
 
  private:
   // The lowest free number below the sender's maps key.
-  std::uint64_t FindFree(IDictionary& dictionary, const std::string& maps_path, std::uint64_t change_count);
-  void Remember(const IDictionary& dictionary, const std::string& maps_path, std::uint64_t next,
-                std::uint64_t change_count);
+  std::uint64_t FindFree(const WatchedState& state, const std::string& maps_path);
+  void Remember(const WatchedState& state, const std::string& maps_path, std::uint64_t next);
 
   RecursiveMutex mutex_;  // before the dictionary's; a listener of the dictionary may add mappings
-  const IDictionary* dictionary_ = nullptr;
-  std::uint64_t change_count_ = 0;
+  MappingsDictionary dictionary_;
+  WatchedState state_;  // in which `next_` holds
   std::unordered_map<std::string, std::uint64_t> next_;
 };
 
@@ -68,12 +73,18 @@ struct MappedSignal {
 // The dictionary path of a mapping, or with "" of all mappings of the sender's signal.
 std::string MappingPath(const SignalName& sender, const std::string& child);
 
-// Reads mappings, and keeps what it read as long as the dictionary does not change. One thread at a time.
+// Reads mappings, and keeps what it read as long as the mappings do not change. One thread at a time.
 class SignalMappings {
  public:
-  // The answer is valid until the next call.
-  const MappedSignal& Find(IDictionary& dictionary, const SignalName& sender);
+  // So many signals are remembered, some 300 bytes each, so that made-up names cannot fill the memory.
+  static constexpr std::size_t kMostKnown = std::size_t{1} << 17;
 
+  explicit SignalMappings(std::size_t most_known = kMostKnown) : most_known_(most_known) {}
+
+  // `now` was taken just before, and has a dictionary. The answer is valid until the next call.
+  const MappedSignal& Find(const WatchedState& now, const SignalName& sender);
+
+  std::size_t Size() const noexcept { return known_.size(); }
   void Forget() noexcept {
     recent_.fill({});
     known_.clear();
@@ -81,14 +92,11 @@ class SignalMappings {
 
  private:
   struct Known {
-    const IDictionary* dictionary = nullptr;
-    std::uint64_t change_count = 0;
+    WatchedState state;
     MappedSignal mapped;
-
-    bool IsCurrent(const IDictionary& now, std::uint64_t count) const noexcept {
-      return dictionary == &now && change_count == count;
-    }
   };
+  using KnownSignals = std::unordered_map<std::string, Known, TextHash, std::equal_to<>>;
+
   // What was found for names at these addresses: whoever fires often passes the same texts every time.
   struct Recent {
     std::string_view key;
@@ -98,12 +106,16 @@ class SignalMappings {
 
   static std::size_t RecentSlot(const SignalName& sender) noexcept;
   static bool IsKeyOf(std::string_view key, const SignalName& sender) noexcept;
-  const MappedSignal& FindByText(IDictionary& dictionary, std::uint64_t change_count, const SignalName& sender);
+  const MappedSignal& FindByText(const WatchedState& now, const SignalName& sender);
+  KnownSignals::iterator MakeRoomFor(const std::string& key);
+  void ForgetOne() noexcept;
 
-  std::unordered_map<std::string, Known, TextHash, std::equal_to<>> known_;
+  const std::size_t most_known_;
+  KnownSignals known_;
+  std::uint32_t next_forgotten_ = 1;  // a number that hops about
   std::array<Recent, kRecentSenders> recent_;
   std::string key_;  // of the signal being looked for; kept for its room
-  MappedSignal failed_;
+  MappedSignal not_kept_;
 };
 
 }  // namespace OrvWorkFlow

@@ -65,9 +65,8 @@ bool CWorkFlowEngine::AddSignalMapping(const char* sender_type, const char* send
     return false;
   }
   try {
-    IDictionary* dictionary = Collaborators::Dictionary();
-    return dictionary != nullptr && mapping_adder_.Add(*dictionary, {sender_type, sender_instance, outgoing_signal},
-                                                       {receiver_type, receiver_instance, incoming_signal});
+    return mapping_adder_.Add({sender_type, sender_instance, outgoing_signal},
+                              {receiver_type, receiver_instance, incoming_signal});
   } catch (...) {
     return false;
   }

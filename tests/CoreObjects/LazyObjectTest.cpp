@@ -4,9 +4,7 @@
 
 #include <string>
 
-#include "CoreObjects/KnownGlobalDictionary.h"
 #include "runtime/ObjectProtocol.h"
-#include "tests/fakes/ForwardingDictionary.h"
 
 namespace OrvWorkFlow {
 namespace {
@@ -73,24 +71,6 @@ TEST_P(LazyObjectTest, AGlobalObjectThatDoesNotAnswerYetIsAskedAgain) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Orders, LazyObjectTest, ::testing::Values(FindOrder::GlobalFirst, FindOrder::StoreFirst));
-
-class SomeDictionary final : public orv_test::ForwardingDictionary {
- public:
-  SomeDictionary() : ForwardingDictionary(nullptr) {}
-};
-
-TEST(KnownGlobalDictionaryTest, FollowsTheGlobalObjects) {
-  SomeDictionary first;
-  SomeDictionary second;
-  KnownGlobalDictionary known;
-  EXPECT_EQ(known.Get(), nullptr);
-  for (SomeDictionary* const dictionary : {&first, &second}) {
-    ASSERT_TRUE(WorkFlowFactory::AddGlobalObject("Dictionary", dictionary, false));
-    for (int i = 0; i < 2; ++i) EXPECT_EQ(known.Get(), dictionary);
-    WorkFlowFactory::ReleaseGlobalObjects();
-    EXPECT_EQ(known.Get(), nullptr);
-  }
-}
 
 }  // namespace
 }  // namespace OrvWorkFlow

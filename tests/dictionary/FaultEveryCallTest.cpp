@@ -184,7 +184,9 @@ class FaultEveryCall : public ::testing::TestWithParam<bool> {
     EXPECT_GT(n, after.calls) << "each call of the undisturbed operation failed once";
     // A load under a key that finds no way through its copy reads the file itself, and the other way round.
     const bool has_two_ways = operation.direction == kLoad && GetParam();
-    if (!has_two_ways) EXPECT_GT(failures, 0) << "no fault was noticed";
+    if (!has_two_ways) {
+      EXPECT_GT(failures, 0) << "no fault was noticed";
+    }
   }
 
   void DieAtEachCall(const Operation& operation) {

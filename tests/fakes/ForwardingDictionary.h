@@ -131,6 +131,7 @@ class ForwardingDictionary : public PathForms {
   bool CopySubtreeFrom(IDictionary* a, const char* b, const char* c) override {
     return inner_->CopySubtreeFrom(a, b, c);
   }
+  IDictionaryWatch* WatchChanges(const char* const* a, std::size_t b) override { return inner_->WatchChanges(a, b); }
 
  protected:
   ~ForwardingDictionary() = default;

@@ -1,4 +1,4 @@
-// Mappings live in the dictionary: what is kept beside it is dropped by every change, and by nothing else.
+// Mappings live in the dictionary: what is kept beside it is dropped by every change of mappings, and by nothing else.
 #include <functional>
 
 #include "tests/workflowengine/EngineFixture.h"
@@ -157,9 +157,41 @@ TEST_F(MappingChangesTest, AnUnchangedDictionaryIsReadOnce) {
   EXPECT_EQ(dictionary.listings, listings);
   EXPECT_EQ(dictionary.reads, reads);
   EXPECT_EQ(Waiting(), 202u);
-  dictionary.SetValue("/Elsewhere", "x");
+  for (const char* elsewhere : {"/Elsewhere", "/WorkFlowEngine/WorkNodes/T/Instances/i/Parameters/p"}) {
+    dictionary.SetValue(elsewhere, "x");
+    EXPECT_TRUE(Output());
+    EXPECT_EQ(dictionary.listings, listings) << elsewhere;
+  }
+  dictionary.SetValue((key + "/map1").c_str(), "C,c,s");
   EXPECT_TRUE(Output());
   EXPECT_GT(dictionary.listings, listings);
+}
+
+// Names that lead elsewhere than to the mappings of an instance are read each time.
+TEST_F(MappingChangesTest, MappingsWhereNoInstanceHasThemAreSeenToChange) {
+  for (const char* type : {"", "T/x"}) {
+    const std::string path = MapsKey(type, "i", "done") + "/map0";
+    ASSERT_TRUE(dictionary.SetValue(path.c_str(), "A,a,s"));
+    EXPECT_TRUE(Engine().OutputSignal(type, "i", "done"));
+    ASSERT_TRUE(dictionary.SetValue(path.c_str(), "broken"));
+    EXPECT_FALSE(Engine().OutputSignal(type, "i", "done")) << '"' << type << '"';
+  }
+}
+
+TEST_F(MappingChangesTest, MoreSignalsThanAreKeptLeadWhereTheyShould) {
+  constexpr std::size_t kKept = 16;
+  SignalMappings mappings(kKept);
+  MappingsDictionary known;
+  const auto name = [](int i) { return "s" + std::to_string(i); };
+  for (int i = 0; i < 100; ++i) AddMapping("T", "i", name(i).c_str(), "A", "a", name(i).c_str());
+  for (int round = 0; round < 3; ++round) {
+    for (int i = 0; i < 100; ++i) {
+      const MappedSignal& mapped = mappings.Find(known.Get(), {"T", "i", name(i)});
+      ASSERT_EQ(mapped.receivers.size(), 1u);
+      EXPECT_EQ(mapped.receivers[0].Text(QueueEntry::IncomingSignal), name(i));
+      EXPECT_LE(mappings.Size(), kKept);
+    }
+  }
 }
 
 TEST_F(MappingChangesTest, NamesThatOnlyTogetherAreEqualAreDifferentSenders) {
