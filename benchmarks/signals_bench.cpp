@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "benchmarks/signals/EngineRoad.h"
+#include "tests/support/Marshalled.h"
 
 namespace {
 
@@ -236,6 +237,85 @@ void Growth() {
   CompareManyReceivers(road);
 }
 
+// --- Nodes that write
+// --------------------------------------------------------------------------------------------------
+
+void AbsorbFlows(EngineRoad& road, int from, int to) {
+  for (int i = from; i < to; ++i) {
+    const std::string number = std::to_string(i);
+    road.dictionary().SetValue(("/WorkFlowEngine/AbsorbTree/node0/node" + number).c_str(), ("Flow" + number).c_str());
+    const orv_test::PStringList directories(std::vector<std::string>{"$Flow" + number + "/in"});
+    road.dictionary().SetValue(("/WorkFlowEngine/Directories/Flow" + number + "/ReadDirs").c_str(), directories.out());
+  }
+}
+
+// What it costs that each receiver sets one value at each signal, in times of setting such a value alone.
+void JudgeWriting(EngineRoad& road, const std::string& what) {
+  std::vector<double> plain;
+  std::vector<double> writing;
+  std::vector<double> values;
+  for (int round = 0; round <= rounds; ++round) {
+    road.SetValuesAtSignals(false);
+    plain.push_back(Nanoseconds([&] { road.PingPong(deliveries); }));
+    road.SetValuesAtSignals(true);
+    writing.push_back(Nanoseconds([&] { road.PingPong(deliveries); }));
+    values.push_back(Nanoseconds([&] {
+      for (long i = 0; i < deliveries; ++i) road.SetValueOf("0");
+    }));
+  }
+  road.SetValuesAtSignals(false);
+  const auto count = static_cast<double>(deliveries);
+  std::printf("%s: %.0f ns a signal, %.0f ns with a value set, %.0f ns a value alone\n", what.c_str(),
+              Median(plain) / count, Median(writing) / count, Median(values) / count);
+  Judge((what + ": what a value adds / a value alone").c_str(), (Median(writing) - Median(plain)) / Median(values),
+        "one and a half", 1.5);
+}
+
+void Writing() {
+  EngineRoad road(1, Host::kNone);
+  JudgeWriting(road, "1 node, 1 flow");
+  AbsorbFlows(road, 0, 100);
+  JudgeWriting(road, "1 node, 100 flows");
+  AbsorbFlows(road, 100, 1000);
+  JudgeWriting(road, "1 node, 1000 flows");
+  for (int i = 1; i < 1000; ++i) road.AddReceiver(std::to_string(i));
+  JudgeWriting(road, "10^3 nodes, 1000 flows");
+  for (int i = 1000; i < 10000; ++i) road.AddReceiver(std::to_string(i));
+  JudgeWriting(road, "10^4 nodes, 1000 flows");
+}
+
+// One sender with so many signals that it fires in turn; the bare deque finds its receiver in a table of as many.
+void ManySignals() {
+  constexpr long kTotal = 200000;
+  std::vector<double> own;
+  std::vector<double> bare;
+  for (const long signals : {100L, 1000L, 10000L, 100000L}) {
+    EngineRoad road(1, Host::kNone);
+    std::vector<std::string> names;
+    for (long i = 0; i < signals; ++i) names.push_back("s" + std::to_string(i));
+    for (const std::string& name : names) {
+      road.engine().AddSignalMapping("Sender", "left", name.c_str(), nullptr, nullptr, "Receiver", "0", "hello");
+    }
+    const auto fire = [&] {
+      for (long i = 0; i < kTotal; ++i) {
+        road.engine().OutputSignal("Sender", "left", names[static_cast<std::size_t>(i % signals)].c_str());
+      }
+      Drain(road);
+    };
+    const auto deque = MakeDequeRoadOfSignals(signals);
+    const auto flow = [&] { deque->Flow(kTotal); };
+    for (long i = 0; i < signals; i += kTotal) fire();
+    fire();
+    flow();
+    own.push_back(MedianOf(fire) / kTotal);
+    bare.push_back(MedianOf(flow) / kTotal);
+    std::printf("%ld signals of one sender in turn: %.0f ns each, the bare deque %.0f ns\n", signals, own.back(),
+                bare.back());
+  }
+  Judge("growth from 10^2 to 10^5 / the bare deque's growth", own.back() / own.front() / (bare.back() / bare.front()),
+        "twice", 2.0);
+}
+
 // --- Saved queues ----------------------------------------------------------------------------------------------------
 
 struct SavedTimes {
@@ -288,6 +368,8 @@ int main(int argc, char** argv) {
   RaceAll();
   Backlogs();
   Growth();
+  Writing();
+  ManySignals();
   SavedQueues();
   std::printf("%d limits missed\n", failures);
   return 0;

@@ -34,6 +34,7 @@ class ReceiverNode final : public orv_test::TestNode<ReceiverNode> {
   bool Signal(const char* signal_name) override {
     if (*signal_name != 'b') return true;
     last = this;
+    if (the_road->sets_values_) the_road->SetValueOf(instance().c_str());
     the_road->Deliver();
     return true;
   }
@@ -106,6 +107,12 @@ EngineRoad::~EngineRoad() {
 void EngineRoad::AddReceiver(const std::string& instance) {
   dictionary_->SetValue((InstancePath("Receiver", instance) + "/wfName").c_str(), "Race");
   mediator_->FireInputSignal("Receiver", instance.c_str(), "hello");
+}
+
+void EngineRoad::SetValueOf(const char* instance) {
+  char path[64];
+  std::snprintf(path, sizeof path, "/Values/Receiver/%s/Count", instance);
+  dictionary_->SetValue(path, ++value_);
 }
 
 void EngineRoad::Fire() { SenderNode::the_sender->FireHit(); }

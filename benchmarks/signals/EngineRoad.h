@@ -30,11 +30,18 @@ class EngineRoad final : public Road {
   // Defines a receiver and makes it.
   void AddReceiver(const std::string& instance);
 
+  // Whether each receiver writes a value of its own to the dictionary at each signal, as most nodes do.
+  void SetValuesAtSignals(bool set) { sets_values_ = set; }
+  // What such a receiver does then.
+  void SetValueOf(const char* instance);
+
  private:
   friend class ReceiverNode;
   void Fire() override;
   void Answer() override;
 
+  bool sets_values_ = false;
+  std::int32_t value_ = 0;
   OrvWorkFlow::HostApp* host_app_ = nullptr;
   std::thread gui_thread_;
   OrvWorkFlow::IDictionary* dictionary_ = nullptr;

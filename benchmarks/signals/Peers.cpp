@@ -19,17 +19,20 @@ std::string ReceiverName(long number) { return "Receiver/" + std::to_string(numb
 
 class DequeRoad final : public Road {
  public:
-  explicit DequeRoad(long receivers) : Road(receivers) {
-    for (long i = 0; i < receivers; ++i) {
-      mappings_[kSignal].push_back(ReceiverName(i));
-      handlers_[ReceiverName(i)] = [this] { Deliver(); };
+  explicit DequeRoad(long receivers, long signals = 1) : Road(receivers) {
+    for (long i = 0; i < signals; ++i) {
+      signals_.push_back(kSignal + std::to_string(i));
+      for (long j = 0; j < receivers; ++j) mappings_[signals_.back()].push_back(ReceiverName(j));
     }
+    for (long i = 0; i < receivers; ++i) handlers_[ReceiverName(i)] = [this] { Deliver(); };
   }
   ~DequeRoad() override { Push(""); }
 
  private:
   void Fire() override {
-    for (const std::string& receiver : mappings_.at(kSignal)) Push(receiver);
+    const std::string& signal = signals_[next_];
+    next_ = next_ + 1 == signals_.size() ? 0 : next_ + 1;
+    for (const std::string& receiver : mappings_.at(signal)) Push(receiver);
   }
   void Push(const std::string& receiver) {
     const std::scoped_lock lock(mutex_);
@@ -47,6 +50,8 @@ class DequeRoad final : public Road {
     for (std::string receiver = Pop(); !receiver.empty(); receiver = Pop()) handlers_.at(receiver)();
   }
 
+  std::vector<std::string> signals_;
+  std::size_t next_ = 0;  // of those; used by one thread at a time
   std::deque<std::string> queue_;
   std::mutex mutex_;
   std::condition_variable filled_;
@@ -130,6 +135,7 @@ class GLibContextRoad final : public Road {
 
 }  // namespace
 
+std::unique_ptr<Road> MakeDequeRoadOfSignals(long signals) { return std::make_unique<DequeRoad>(1, signals); }
 std::unique_ptr<Road> MakeDequeRoad(long receivers) { return std::make_unique<DequeRoad>(receivers); }
 std::unique_ptr<Road> MakeGLibQueueRoad(long receivers) { return std::make_unique<GLibQueueRoad>(receivers); }
 std::unique_ptr<Road> MakeGLibContextRoad(long receivers) { return std::make_unique<GLibContextRoad>(receivers); }

@@ -81,6 +81,8 @@ std::unique_ptr<Road> MakeEngineRoad(long receivers, Host host);
 
 // Each looks the receivers of a signal up by the sender's text, and a receiver by its own.
 std::unique_ptr<Road> MakeDequeRoad(long receivers);
+// One receiver of so many signals, which are fired in turn.
+std::unique_ptr<Road> MakeDequeRoadOfSignals(long signals);
 std::unique_ptr<Road> MakeGLibQueueRoad(long receivers);
 std::unique_ptr<Road> MakeGLibContextRoad(long receivers);
 

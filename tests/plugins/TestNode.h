@@ -31,6 +31,7 @@ class TestNode : public OrvWorkFlow::ObjectProtocol<Node, OrvWorkFlow::IWorkNode
       : OrvWorkFlow::ObjectProtocol<Node, OrvWorkFlow::IWorkNode>(type_name, "IWorkNode") {}
   ~TestNode() = default;
 
+  const std::string& instance() const { return instance_name_; }
   OrvWorkFlow::IOutgoingSignalHandler* handler() const { return handler_; }
 
  private:
