@@ -39,6 +39,11 @@ constexpr KnownEntry kOfStartSignal[] = {
 };
 constexpr KnownEntry kOfUtilityObjects[] = {{"Global", Shape::Entries, Severity::Warning},
                                             {"Local", Shape::Entries, Severity::Warning}};
+constexpr KnownEntry kOfObject[] = {
+    {"Binaries", Shape::Entries, Severity::Warning},  {"wfName", Shape::Text, Severity::Warning},
+    {"ConfigFile", Shape::Text, Severity::Warning},   {"WriteDir", Shape::Text, Severity::Warning},
+    {"ReadDirs", Shape::TextList, Severity::Warning},
+};
 constexpr KnownEntry kOfType[] = {{"Instances", Shape::Entries, Severity::Error},
                                   {"Binaries", Shape::Entries, Severity::Error}};
 constexpr KnownEntry kOfBinaries[] = {{"win32_bin", Shape::Text, Severity::Error},
@@ -67,10 +72,19 @@ class SchemaCheck {
     for (const std::string& name : NamesBelow(dictionary_, WorkflowSchema::kDirectories)) {
       CheckNames(std::string(WorkflowSchema::kDirectories) + "/" + name, kOfDirectories);
     }
+    CheckObjects(WorkflowSchema::kGlobalUtilityObjects);
+    CheckObjects(WorkflowSchema::kLocalUtilityObjects);
     for (const NodeType& type : workflow.types) CheckType(type, workflow);
   }
 
  private:
+  void CheckObjects(const std::string& parent) {
+    for (const std::string& name : NamesBelow(dictionary_, parent)) {
+      CheckNames(parent + "/" + name, kOfObject);
+      CheckNames(parent + "/" + name + "/Binaries", kOfBinaries);
+    }
+  }
+
   void CheckType(const NodeType& type, const Workflow& workflow) {
     CheckNames(type.path, kOfType);
     CheckNames(type.path + "/Binaries", kOfBinaries);
