@@ -11,12 +11,15 @@
 #include "orvflow/BoxPrinter.h"
 #include "orvflow/DictionaryReading.h"
 #include "orvflow/FlowCheck.h"
+#include "orvflow/FlowUpdate.h"
 #include "orvflow/HostFiles.h"
 #include "orvflow/KeyFile.h"
 #include "orvflow/Outcome.h"
+#include "orvflow/RunRecords.h"
 #include "orvflow/Setting.h"
 #include "orvflow/StateFile.h"
 #include "orvflow/StopRequest.h"
+#include "orvflow/StoppableRun.h"
 #include "orvflow/Tracing.h"
 #include "orvflow/Verb.h"
 #include "orvflow/WorkflowHost.h"
@@ -74,22 +77,26 @@ class RunVerb final : public Verb {
   };
 
   SecondsGiven ParseSeconds(const char* option, const std::string& text) const;
+  CheckpointPlan::Setting ParseCheckpoint() const;
   std::vector<Setting> Settings() const;
   std::optional<std::string> TraceCategory() const;
   Plan MakePlan(const WorkflowHost& host, const StateFile& state) const;
-  void PlanContinuation(Plan& plan, IDictionary& dictionary, const StateFile& state) const;
+  void PlanContinuation(Plan& plan, const WorkflowHost& host, IDictionary& dictionary, const StateFile& state) const;
   void PlanAbsorbs(Plan& plan, const WorkflowHost& host, IDictionary& dictionary) const;
   void BeginAnew(const StateFile& state) const;
   void Load(WorkflowHost& host, const Plan& plan) const;
   WorkflowHost::Limits MakeLimits(const StateFile& state, Tracing& tracing) const;
   ExitCode Report(const WorkflowHost::Result& result, const WorkflowHost& host, const StateFile& state,
-                  unsigned failures) const;
-  ExitCode ReportFinished(const StateFile& state, unsigned failures) const;
+                  const RunRecords& records, unsigned failures) const;
+  ExitCode ReportFinished(const WorkflowHost::Result& result, const StateFile& state, const RunRecords& records,
+                          unsigned failures) const;
   ExitCode ReportStopped(const WorkflowHost::Result& result, IDictionary& dictionary, const StateFile& state) const;
 
   std::string flow_;
   std::string state_file_;
   bool fresh_ = false;
+  bool retry_ = false;
+  bool update_ = false;
   std::string checkpoint_;
   std::vector<std::string> absorbs_;
   std::string key_file_;
@@ -109,8 +116,13 @@ RunVerb::RunVerb(CLI::App& program)
                   "<name>.state.xml")
       ->type_name("FILE");
   command().add_flag("--fresh", fresh_, "Begins anew; a saved state is removed");
+  command().add_flag("--retry", retry_, "Continues, and delivers the signals that failed in earlier runs once more");
+  command().add_flag("--update", update_, "Continues, with what was added or changed in the flow file since");
   command()
-      .add_option("--checkpoint", checkpoint_, "Saves the state every so many seconds, between two signals")
+      .add_option(
+          "--checkpoint", checkpoint_,
+          "Saves the state every so many seconds, between two signals; 0 never. Else now and then, at 2 % of the "
+          "run's time at most")
       ->type_name("S");
   command()
       .add_option("--absorb", absorbs_, "Takes another workflow in at the start; may be given several times")
@@ -135,7 +147,11 @@ RunVerb::RunVerb(CLI::App& program)
 ExitCode RunVerb::Execute() {
   if (flow_.empty()) throw UsageError("no workflow file given");
   const SecondsGiven time_limit = ParseSeconds("--timeout", timeout_);
-  const SecondsGiven checkpoint = ParseSeconds("--checkpoint", checkpoint_);
+  ParseCheckpoint();
+  if (fresh_ && (retry_ || update_)) {
+    throw UsageError(std::string(retry_ ? "--retry" : "--update") +
+                     " continues a saved state, and --fresh removes it; give one of them");
+  }
   Settings();                  // Refused before anything else is done.
   std::optional<KeyFile> key;  // The host uses it to its end.
   if (!key_file_.empty()) key.emplace(key_file_);
@@ -157,17 +173,24 @@ ExitCode RunVerb::Execute() {
   tracing.emplace(TraceCategory(), log_file_);
   if (tracing->logger() != nullptr) host->UseLogger(*tracing->logger());
   if (fresh_) BeginAnew(state);
+  if (retry_) RetryKeptSignals(*host, state, plan.name);
+  if (update_ && plan.continued) UpdateSavedState(*host, state, plan.name, plan.flow);
+  std::optional<RunRecords> records(std::in_place, *host, state, flow_);
+  const Clock::time_point load_start = Clock::now();
   Load(*host, plan);
+  const Clock::duration load_time = Clock::now() - load_start;
   if (plan.continued) std::printf("%s: continues from %s\n", plan.name.c_str(), state.shown_name().c_str());
   std::fflush(stdout);
   WorkflowHost::Limits limits = MakeLimits(state, *tracing);
   limits.time_limit = time_limit;
-  limits.checkpoint = checkpoint;
-  const WorkflowHost::Result result = host->Run(limits);
+  limits.checkpoint.expected_cost = load_time;
+  records->AddTo(limits);
+  const WorkflowHost::Result result = RunUntilStopped(*host, limits, flow_);
 
   const ISignalMediator::Statistics statistics = host->GetStatistics();
   const unsigned failures = std::max<unsigned>(statistics.failures, boxes.count());
-  const ExitCode code = Report(result, *host, state, failures);
+  const ExitCode code = Report(result, *host, state, *records, failures);
+  records.reset();
   host.reset();
   std::printf("%s: %s delivered, %s made, %s, %s\n", plan.name.c_str(), Count(statistics.finished, "signal").c_str(),
               Count(statistics.nodes, "node").c_str(), Count(failures, "failure").c_str(),
@@ -187,6 +210,12 @@ RunVerb::SecondsGiven RunVerb::ParseSeconds(const char* option, const std::strin
     throw UsageError(std::string(option) + " " + text + ": not a number of seconds above 0");
   }
   return std::chrono::duration<double>(seconds);
+}
+
+CheckpointPlan::Setting RunVerb::ParseCheckpoint() const {
+  if (checkpoint_.empty()) return {CheckpointPlan::Kind::Adapted, {}, {}};
+  if (checkpoint_ == "0") return {};
+  return {CheckpointPlan::Kind::Fixed, *ParseSeconds("--checkpoint", checkpoint_), {}};
 }
 
 std::vector<Setting> RunVerb::Settings() const {
@@ -211,13 +240,14 @@ RunVerb::Plan RunVerb::MakePlan(const WorkflowHost& host, const StateFile& state
   plan.checksum = ChecksumOfFile(plan.flow);
   plan.name = TextAt(*dictionary, WorkflowSchema::kWorkFlowName);
   plan.continued = !fresh_ && state.Exists();
-  if (plan.continued) PlanContinuation(plan, *dictionary, state);
+  if (plan.continued) PlanContinuation(plan, host, *dictionary, state);
   const std::string& source = plan.continued ? state.shown_name() : flow_;
   for (const Setting& setting : plan.settings) ApplySetting(*dictionary, setting, source);
   CheckFlow(*dictionary, source, {.takes_in_others = !absorbs_.empty(), .is_continued = plan.continued});
   PlanAbsorbs(plan, host, *dictionary);
   if (plan.name.empty()) plan.name = flow_;
-  if (!state.CanBeWritten() && (!checkpoint_.empty() || !state_file_.empty() || plan.continued)) {
+  if (!state.CanBeWritten() &&
+      (ParseCheckpoint().kind == CheckpointPlan::Kind::Fixed || !state_file_.empty() || plan.continued)) {
     throw FileError(ExitCode::Failed, state.shown_name(), "", "the state cannot be saved there; check the folder");
   }
   const std::string emptied = WriteDirectoryOver(*dictionary, plan.flow, state.path());
@@ -230,13 +260,19 @@ RunVerb::Plan RunVerb::MakePlan(const WorkflowHost& host, const StateFile& state
 }
 
 // The dictionary becomes that of the state.
-void RunVerb::PlanContinuation(Plan& plan, IDictionary& dictionary, const StateFile& state) const {
+void RunVerb::PlanContinuation(Plan& plan, const WorkflowHost& host, IDictionary& dictionary,
+                               const StateFile& state) const {
   state.Read(dictionary, plan.name);
   plan.start = state.path();
   const std::string checksum = ReadFlowChecksum(dictionary);
+  if (update_) {
+    ShowFlowUpdate(host, dictionary, plan.flow, flow_, state);
+    return;
+  }
   if (checksum != plan.checksum) {
     PrintErrorLine(flow_ + ": has changed since " + state.shown_name() +
-                   " was saved; the state is continued as it was saved (--fresh begins anew)");
+                   " was saved; the state is continued as it was saved (--update takes the changes in, --fresh begins "
+                   "anew)");
   }
   plan.checksum = checksum;
 }
@@ -287,11 +323,15 @@ WorkflowHost::Limits RunVerb::MakeLimits(const StateFile& state, Tracing& tracin
   WorkflowHost::Limits limits;
   limits.wants_stop = [] { return RequestedStop() != StopRequest::None; };
   limits.stuck = [this, &tracing] {
-    PrintErrorLine(flow_ + ": not idle after " + timeout_ + " s, and a node does not return; ended without it");
-    tracing.Flush();
+    try {
+      PrintErrorLine(flow_ + ": not idle after " + timeout_ + " s, and a node does not return; ended without it");
+      tracing.Flush();
+    } catch (...) {  // Without memory there is no line, but an end.
+    }
     std::_Exit(static_cast<int>(ExitCode::Failed));
   };
   if (state.CanBeWritten()) limits.state_file = state.path();
+  limits.checkpoint = ParseCheckpoint();
   limits.checkpoint_failed = [&state] {
     PrintErrorLine(state.shown_name() +
                    ": the checkpoint was not saved; the workflow goes on, and the file holds the "
@@ -301,22 +341,26 @@ WorkflowHost::Limits RunVerb::MakeLimits(const StateFile& state, Tracing& tracin
 }
 
 ExitCode RunVerb::Report(const WorkflowHost::Result& result, const WorkflowHost& host, const StateFile& state,
-                         unsigned failures) const {
+                         const RunRecords& records, unsigned failures) const {
   const std::string backlog = Describe(result.backlog);
   switch (result.end) {
     case WorkflowHost::End::Idle: {
       const bool is_done = ReportOutcome(host.dictionary(), flow_);
-      const ExitCode code = ReportFinished(state, failures);
+      const ExitCode code = ReportFinished(result, state, records, failures);
       return is_done || code != ExitCode::Done ? code : ExitCode::Failed;
     }
     case WorkflowHost::End::Stopped:
     case WorkflowHost::End::Restart:
       return ReportStopped(result, host.dictionary(), state);
     case WorkflowHost::End::TimedOut:
-      PrintErrorLine(flow_ + ": stopped, not idle after " + timeout_ + " s (" + backlog + ")");
+      PrintErrorLine(flow_ + ": stopped, not idle after " + timeout_ + " s (" + backlog + ")" +
+                     (result.saved ? ", saved in " + state.shown_name() + "; run it again to continue" : ""));
       return ExitCode::Failed;
     case WorkflowHost::End::EngineDied:
       PrintErrorLine(flow_ + ": the engine's thread has ended (" + backlog + ")");
+      return ExitCode::Failed;
+    case WorkflowHost::End::Broken:
+      PrintErrorLine(flow_ + ": the run has failed: " + result.problem);
       return ExitCode::Failed;
     case WorkflowHost::End::NotStarted:
       PrintErrorLine(flow_ + ": the engine could not be started");
@@ -325,8 +369,14 @@ ExitCode RunVerb::Report(const WorkflowHost::Result& result, const WorkflowHost&
   return ExitCode::Failed;
 }
 
-// Nothing is left to continue: the next run begins anew.
-ExitCode RunVerb::ReportFinished(const StateFile& state, unsigned failures) const {
+// Unless signals have failed nothing is left to continue, and the next run begins anew.
+ExitCode RunVerb::ReportFinished(const WorkflowHost::Result& result, const StateFile& state, const RunRecords& records,
+                                 unsigned failures) const {
+  if (result.saved && records.ReportKept()) return ExitCode::Failed;
+  if (!result.saved && records.HasNew()) {
+    PrintErrorLine(state.shown_name() + ": the signals that failed cannot be saved; the file stays as it was, if any");
+    return ExitCode::Failed;
+  }
   if (state.CanBeWritten() && !state.Remove()) {
     PrintErrorLine(state.shown_name() + ": the workflow has finished, but its saved state cannot be removed");
     return ExitCode::Failed;

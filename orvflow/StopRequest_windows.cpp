@@ -13,7 +13,12 @@ namespace OrvWorkFlow::Program {
 
 namespace {
 
+constexpr ULONGLONG kOneWish = 1000;  // milliseconds
+
 std::atomic<StopRequest> requested{StopRequest::None};
+std::atomic<ULONGLONG> first_time{0};
+std::atomic<bool> wait_ended{false};
+HANDLE changed = nullptr;  // Set for the thread that waits; the process's end closes it.
 
 // Exit codes of a program that does not wait for its own end any more.
 constexpr UINT kInterrupted = 130;
@@ -23,9 +28,12 @@ constexpr UINT kTerminated = 143;
 // then leaves the end to the program (the system's patience is some seconds).
 BOOL WINAPI RememberStop(DWORD event) {
   const bool interrupt = event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT;
-  StopRequest expected = StopRequest::None;
-  const StopRequest wanted = interrupt ? StopRequest::Interrupt : StopRequest::Terminate;
-  if (!requested.compare_exchange_strong(expected, wanted)) {
+  const ULONGLONG now = GetTickCount64() + 1;  // never 0
+  ULONGLONG first = 0;
+  if (first_time.compare_exchange_strong(first, now)) {
+    requested.store(interrupt ? StopRequest::Interrupt : StopRequest::Terminate);
+    SetEvent(changed);
+  } else if (now - first >= kOneWish) {
     TerminateProcess(GetCurrentProcess(), interrupt ? kInterrupted : kTerminated);
   }
   if (!interrupt) Sleep(INFINITE);
@@ -34,12 +42,25 @@ BOOL WINAPI RememberStop(DWORD event) {
 
 }  // namespace
 
-void WatchForStopRequests() { SetConsoleCtrlHandler(&RememberStop, TRUE); }
+void WatchForStopRequests() {
+  if (changed == nullptr) changed = CreateEventA(nullptr, FALSE, FALSE, nullptr);
+  SetConsoleCtrlHandler(&RememberStop, TRUE);
+}
 
 StopRequest RequestedStop() { return requested.load(); }
 
 const char* NameOf(StopRequest request) {
   return request == StopRequest::Interrupt ? "Ctrl-C" : "the closing of the console";
+}
+
+bool WaitForStopRequest() {
+  while (requested.load() == StopRequest::None && !wait_ended.exchange(false)) WaitForSingleObject(changed, INFINITE);
+  return requested.load() != StopRequest::None;
+}
+
+void EndStopWait() {
+  wait_ended = true;
+  SetEvent(changed);
 }
 
 }  // namespace OrvWorkFlow::Program

@@ -50,6 +50,9 @@ struct HostApp::State {
   unsigned loops = 0;                  // that run now, nested ones included
   std::thread::id gui_thread;
 
+  Condition refuses = nullptr;  // Set once, before any delivery.
+  void* refusal_context = nullptr;
+
   std::atomic<bool> restart_allowed = false;
   std::atomic<bool> restart_requested = false;
 };
@@ -108,6 +111,7 @@ void* HostApp::QueryInterface(const char* interface_name) {
 }
 
 bool HostApp::RunOnGuiThread(IHostAppGuiThreadCallback* callback, InputSignalMessage* message) {
+  if (state_->refuses != nullptr && state_->refuses(state_->refusal_context)) return Queue(Call{});
   const bool complete = callback != nullptr && message != nullptr;
   return Queue(complete ? Call{callback, message, nullptr, nullptr} : Call{});
 }
@@ -148,6 +152,11 @@ void HostApp::Perform(const Call& call) {
     const std::lock_guard lock(state_->mutex);
     ++state_->counts.threw;
   }
+}
+
+void HostApp::SetRefusal(Condition refuses, void* context) noexcept {
+  state_->refusal_context = context;
+  state_->refuses = refuses;
 }
 
 void HostApp::SetPoll(Poll poll) noexcept {

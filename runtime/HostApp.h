@@ -52,6 +52,10 @@ class ORV_RUNTIME_API HostApp final : public SharedObject<HostApp, IHostApp>, pu
   // context is then still the caller's. A task that was queued is performed once.
   bool PostToGuiThread(Task task, void* context) noexcept;
 
+  // Asked, on the caller's thread, for each delivery that RunOnGuiThread is given: true refuses it. The mediator's lock
+  // is held meanwhile, so it calls nothing of the library. Before the workflow is loaded.
+  void SetRefusal(Condition refuses, void* context) noexcept;
+
   // Before a loop runs, or on the GUI thread.
   void SetPoll(Poll poll) noexcept;
 

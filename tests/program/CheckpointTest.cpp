@@ -110,5 +110,27 @@ TEST_F(CheckpointTest, SurvivesBeingKilledAtAnyMoment) {
   std::printf("%d kills, %d of them behind a checkpoint\n", Rounds(), rounds_with_state);
 }
 
+TEST_F(CheckpointTest, OneThatHasToWaitNamesTheNodeOnce) {
+  flow_ = WriteFlow({{"PausingNode", "P"}}, "PausingNode,P,go");
+  std::string text = ReadFile(flow_);
+  text.insert(text.find("<Counting>") + 10, "<Milliseconds __type=\"int\">7000</Milliseconds>");
+  WriteFile(flow_, text);
+  const ProcessResult result = Run({"run", flow_, "--checkpoint", "0.1"});
+  EXPECT_EQ(result.exit_code, 0);
+  EXPECT_EQ(result.error, "orvflow: " + flow_ + ": a checkpoint is overdue: it waits for PausingNode P\n");
+}
+
+TEST_F(CheckpointTest, UnusualTimesAreBounded) {
+  flow_ = WriteFlow({{"EchoNode", "A"}}, "EchoNode,A,go");
+  for (const char* time : {"inf", "1e300", "1e18", "9223372036.9"}) {
+    const ProcessResult result = Run({"run", flow_, "--timeout", time, "--checkpoint", time});
+    EXPECT_EQ(result.exit_code, 0) << time << ": " << result.error;
+  }
+  for (const char* time : {"nan", "-1", "-inf", "1e999"}) {
+    EXPECT_EQ(Run({"run", flow_, "--timeout", time}).exit_code, 2) << time;
+    EXPECT_EQ(Run({"run", flow_, "--checkpoint", time}).exit_code, 2) << time;
+  }
+}
+
 }  // namespace
 }  // namespace orv_test

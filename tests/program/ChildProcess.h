@@ -50,6 +50,7 @@ class ChildProcess {
  private:
   bool Terminate();  // As the command `kill` does, or the closing of the console.
   bool Break();      // As Ctrl-Break does, where there is one.
+  bool HangUp();     // As a terminal that goes away does, where there are signals.
 
   struct System;  // What the platform knows of the process.
 

@@ -65,8 +65,11 @@ bool ChildProcess::Interrupt() { return kill(system_->process, SIGINT) == 0; }
 
 bool ChildProcess::Terminate() { return kill(system_->process, SIGTERM) == 0; }
 
+bool ChildProcess::HangUp() { return kill(system_->process, SIGHUP) == 0; }
+
 std::vector<ChildProcess::Ending> ChildProcess::Endings() {
-  return {{"Ctrl-C", &ChildProcess::Interrupt}, {"SIGTERM", &ChildProcess::Terminate}};
+  return {
+      {"Ctrl-C", &ChildProcess::Interrupt}, {"SIGTERM", &ChildProcess::Terminate}, {"SIGHUP", &ChildProcess::HangUp}};
 }
 
 ProcessResult ChildProcess::Wait() {

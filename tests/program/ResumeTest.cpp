@@ -64,8 +64,10 @@ TEST_F(ResumeTest, AFlowThatHasChangedIsSaid) {
   std::ofstream(flow_, std::ios::app) << "\n";
   const ProcessResult rest = Finish();
   EXPECT_EQ(rest.exit_code, 0);
-  EXPECT_EQ(rest.error, "orvflow: " + flow_ + ": has changed since " + state_ +
-                            " was saved; the state is continued as it was saved (--fresh begins anew)\n");
+  EXPECT_EQ(
+      rest.error,
+      "orvflow: " + flow_ + ": has changed since " + state_ +
+          " was saved; the state is continued as it was saved (--update takes the changes in, --fresh begins anew)\n");
 }
 
 TEST_F(ResumeTest, ADamagedStateIsNeitherUsedNorOverwritten) {
@@ -147,7 +149,7 @@ TEST_F(ResumeTest, WhatCannotBeAStateOrAbsorbedIsRefused) {
            {{"--state", flow_}, 2, "is the flow file itself"},
            {{"--state", folder}, 2, "is a folder"},
            {{"--state", File("no-such-folder/s.xml")}, 1, "the state cannot be saved there"},
-           {{"--checkpoint", "0"}, 2, "--checkpoint 0: not a number of seconds above 0"},
+           {{"--checkpoint", "-1"}, 2, "--checkpoint -1: not a number of seconds above 0"},
            {{"--absorb", File("nothing.xml")}, 1, "no such file"},
            {{"--absorb", File("nameless.xml")}, 5, "only a workflow with a name can be absorbed"},
        }) {

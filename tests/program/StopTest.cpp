@@ -1,6 +1,9 @@
 // Stopping a run from outside.
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <thread>
+
 #include "tests/program/ProgramFixture.h"
 
 namespace orv_test {
@@ -36,12 +39,25 @@ TEST_F(StopTest, EveryWishOfTheUserOrTheSystemStopsInOrder) {
   }
 }
 
-TEST_F(StopTest, ASecondCtrlCEndsARunWhoseNodeDoesNotReturn) {
+TEST_F(StopTest, TwoWishesWithinASecondAreOne) {
+  for (const ChildProcess::Ending& ending : ChildProcess::Endings()) {
+    SCOPED_TRACE(ending.words);
+    const std::unique_ptr<ChildProcess> process = StartEndless();
+    ASSERT_TRUE((process.get()->*ending.send)());
+    ASSERT_TRUE((process.get()->*ending.send)());
+    ExpectStopped(process->Wait(), ending.words);
+  }
+}
+
+TEST_F(StopTest, ASecondCtrlCAfterASecondEndsARunWhoseNodeDoesNotReturn) {
   flow_ = WriteFlow({{"SleepingNode", "A"}}, "SleepingNode,A,go");
   ChildProcess process(ORVFLOW_PROGRAM, {"run", flow_, "--trace=/workflow/signalmediator"});
   ASSERT_TRUE(process.WaitForError("Firing input signal")) << process.ErrorSoFar();
   ASSERT_TRUE(process.Interrupt());
-  ASSERT_TRUE(process.WaitForError("In stop thread")) << process.ErrorSoFar();
+  ASSERT_TRUE(
+      process.WaitForError("orvflow: " + flow_ + ": waiting for SleepingNode A; press again to end without saving\n"))
+      << process.ErrorSoFar();
+  std::this_thread::sleep_for(std::chrono::milliseconds(1100));
   ASSERT_TRUE(process.Interrupt());
   const ProcessResult result = process.Wait();
   EXPECT_EQ(result.exit_code, 130);

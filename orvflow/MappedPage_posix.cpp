@@ -1,0 +1,50 @@
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+
+#include "orvflow/MappedPage.h"
+
+namespace OrvWorkFlow::Program {
+
+struct MappedPage::System {};
+
+namespace {
+
+bool IsOwn(int file) {
+  struct stat status = {};
+  return fstat(file, &status) == 0 && S_ISREG(status.st_mode) && status.st_uid == geteuid() && status.st_nlink == 1;
+}
+
+// Written, not only made longer: a page without room on the disk would end the process when it is touched.
+bool Fill(int file) {
+  struct stat status = {};
+  if (fstat(file, &status) == 0 && status.st_size == static_cast<off_t>(MappedPage::kSize)) return true;
+  static constexpr std::array<char, MappedPage::kSize> kZeros = {};
+  return ftruncate(file, 0) == 0 &&
+         pwrite(file, kZeros.data(), kZeros.size(), 0) == static_cast<ssize_t>(kZeros.size());
+}
+
+}  // namespace
+
+MappedPage::MappedPage(const std::string& path) : path_(path) {
+  const int file = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600);
+  if (file < 0) return;
+  if (IsOwn(file) && Fill(file)) {
+    void* const address = mmap(nullptr, kSize, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+    if (address != MAP_FAILED) data_ = address;
+  }
+  close(file);
+}
+
+MappedPage::~MappedPage() {
+  if (data_ != nullptr) munmap(data_, kSize);
+}
+
+void MappedPage::Remove() {
+  if (data_ != nullptr) unlink(path_.c_str());
+}
+
+}  // namespace OrvWorkFlow::Program

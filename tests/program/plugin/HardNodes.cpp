@@ -1,0 +1,77 @@
+// Work nodes that take their time, fail as long as they are told to, or end the process.
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <new>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+#include "OrvWorkFlow/WorkFlowFactory.h"
+#include "nodes/NodeCreator.h"
+#include "nodes/WorkNodeBase.h"
+#include "runtime/MarshalledHolder.h"
+
+namespace OrvWorkFlow::Nodes {
+namespace {
+
+std::int32_t ReadNumber(IDictionary& dictionary, const char* path) {
+  std::int32_t value = 0;
+  dictionary.GetValue(path, &value);
+  return value;
+}
+
+// "go": takes "/Counting/Milliseconds", then counts one further in "/Counting/Pauses" and writes "P<count>" to the file
+// "/Counting/Log", if there is one.
+class PausingNode final : public WorkNodeBase {
+ public:
+  static constexpr char kTypeName[] = "PausingNode";
+  PausingNode() : WorkNodeBase(kTypeName) {}
+
+ private:
+  bool OnSignal(std::string_view /*signal*/) override {
+    IDictionary& dictionary = WorkflowDictionary();
+    std::this_thread::sleep_for(std::chrono::milliseconds(ReadNumber(dictionary, "/Counting/Milliseconds")));
+    const std::int32_t count = ReadNumber(dictionary, "/Counting/Pauses") + 1;
+    dictionary.SetValue("/Counting/Pauses", count);
+    const std::string file = TextFrom([&](IOrvPString* text) { return dictionary.GetValue("/Counting/Log", text); });
+    if (file.empty()) return true;
+    std::FILE* const stream = std::fopen(file.c_str(), "ab");
+    if (stream == nullptr) throw std::runtime_error("cannot write " + file);
+    std::fprintf(stream, "P%d\n", static_cast<int>(count));
+    std::fclose(stream);
+    return true;
+  }
+};
+
+// "heal" fails until "/Counting/Limit" is no longer 0; then it fires "healed".
+class HealingNode final : public WorkNodeBase {
+ public:
+  static constexpr char kTypeName[] = "HealingNode";
+  HealingNode() : WorkNodeBase(kTypeName) {}
+
+ private:
+  bool OnSignal(std::string_view /*signal*/) override {
+    if (ReadNumber(WorkflowDictionary(), "/Counting/Limit") == 0) throw std::runtime_error("still ill");
+    FireOutput("healed");
+    return true;
+  }
+};
+
+// "die" ends the process.
+class DyingNode final : public WorkNodeBase {
+ public:
+  static constexpr char kTypeName[] = "DyingNode";
+  DyingNode() : WorkNodeBase(kTypeName) {}
+
+ private:
+  bool OnSignal(std::string_view /*signal*/) override { std::_Exit(99); }
+};
+
+WorkFlowFactory pausing_node(new (std::nothrow) NodeCreator<PausingNode>);
+WorkFlowFactory healing_node(new (std::nothrow) NodeCreator<HealingNode>);
+WorkFlowFactory dying_node(new (std::nothrow) NodeCreator<DyingNode>);
+
+}  // namespace
+}  // namespace OrvWorkFlow::Nodes
