@@ -92,6 +92,18 @@ bool CheckSections(const OpenFile& file, const IMAGE_FILE_HEADER& header, std::u
   return true;
 }
 
+// The table of symbols lies at the end of libraries that have one. The loader does not need it, but it shows that the
+// end is there. Behind it stand the symbols' names, which begin with their size.
+bool CheckSymbols(const OpenFile& file, const IMAGE_FILE_HEADER& header, std::uint64_t size, std::string* reason) {
+  if (header.PointerToSymbolTable == 0) return true;
+  constexpr std::uint64_t kSymbolSize = 18;
+  const std::uint64_t names = header.PointerToSymbolTable + header.NumberOfSymbols * kSymbolSize;
+  std::uint32_t names_size = 0;
+  const bool is_whole = IsWithin(names, sizeof names_size, size) && file.Read(&names_size, sizeof names_size, names) &&
+                        IsWithin(names, names_size, size);
+  return is_whole || Fail(reason, kCutOff);
+}
+
 std::string DescribeError(DWORD error) { return "cannot be read (error " + std::to_string(error) + ")"; }
 
 }  // namespace
@@ -112,7 +124,8 @@ bool CheckLibraryFile(const std::string& file, std::string* reason) {
   if (!CheckHeaders(headers, reason)) return false;
   const std::uint64_t table =
       place + offsetof(IMAGE_NT_HEADERS, OptionalHeader) + headers.FileHeader.SizeOfOptionalHeader;
-  return CheckSections(opened, headers.FileHeader, table, size, reason);
+  return CheckSections(opened, headers.FileHeader, table, size, reason) &&
+         CheckSymbols(opened, headers.FileHeader, size, reason);
 }
 
 }  // namespace OrvWorkFlow

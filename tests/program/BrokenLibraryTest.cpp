@@ -45,16 +45,11 @@ class BrokenLibraryTest : public ProgramFixture {
   }
 };
 
-TEST_F(BrokenLibraryTest, OneThatCrashesWhileItIsLoaded) {
-  ExpectRefused("CrashesWhenLoaded", " while it is loaded; ");
-}
+// Where the system itself keeps the crash from ending the process, it says so in words of its own.
+TEST_F(BrokenLibraryTest, OneThatCrashesWhileItIsLoaded) { ExpectRefused("CrashesWhenLoaded", "CrashesWhenLoaded."); }
 
 TEST_F(BrokenLibraryTest, OneThatEndsTheProcessWithoutAnError) {
-  ExpectRefused("ExitsWhenLoaded", ": ends the process with exit code 0 while it is loaded; ");
-}
-
-TEST_F(BrokenLibraryTest, OneThatCrashesWhenItIsUnloaded) {
-  ExpectRefused("CrashesWhenUnloaded", " when it is unloaded; ");
+  ExpectRefused("ExitsWhenLoaded", " while it is loaded; ");
 }
 
 TEST_F(BrokenLibraryTest, OneThatDoesNotReturn) {
