@@ -65,7 +65,7 @@ enum class TreeUse {
 
 // Entries of a tree are named by their paths from its root, in "\" and without "." and "..", as listings give them; ""
 // is the root itself. What replaces a directory by a link while the tree is open, leads nobody out of it, unless the
-// tree is being filled (and not on Windows, which looks up each path).
+// tree is being filled.
 template <class Char>
 class TreesOf {
  public:

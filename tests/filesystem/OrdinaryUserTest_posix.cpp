@@ -119,12 +119,16 @@ TYPED_TEST(OrdinaryUser, ADirectoryThatTakesNoNewFiles) {
   this->GiveDirectory("d", 0755);
   this->GiveFile("d/replaced", 0644);
   this->GiveFile("d/edited", 0644);
+  this->GiveFile("d/copied", 0644);
+  this->MakeFile("source", "a copy");
+  this->Give("source", 0644);
   this->Give("d", 0555);
   auto* face = this->face_;
   this->ExpectAsUser([&]() -> std::vector<typename TestFixture::Check> {
     return {
         {"replaced", face->ReplaceFileBytes(this->At("d\\replaced").c_str(), "new", 3)},
         {"edited", face->DeleteFileBytes(this->At("d\\edited").c_str(), 1, 1)},
+        {"copied over", face->CopyOneFile(this->At("source").c_str(), this->At("d\\copied").c_str(), true)},
         {"no new file", !face->ReplaceFileBytes(this->At("d\\fresh").c_str(), "new", 3)},
         {"no removal", !face->RemoveFile(this->At("d\\edited").c_str())},
     };
@@ -132,7 +136,8 @@ TYPED_TEST(OrdinaryUser, ADirectoryThatTakesNoNewFiles) {
   EXPECT_EQ(this->Content("d/replaced"), "new");
   EXPECT_EQ(this->Content("d/edited"), "od");
   this->Give("d", 0755);
-  EXPECT_EQ(this->Everything(), (std::vector<std::string>{"d/", "d/edited", "d/replaced"}));
+  EXPECT_EQ(this->Content("d/copied"), "a copy");
+  EXPECT_EQ(this->Everything(), (std::vector<std::string>{"d/", "d/copied", "d/edited", "d/replaced", "source"}));
 }
 
 // What cannot be entered counts as empty in a listing; a copy or a deletion that missed it has failed.
@@ -148,12 +153,20 @@ TYPED_TEST(OrdinaryUser, ADirectoryThatCannotBeEntered) {
   typename TestFixture::List files;
   typename TestFixture::List directories;
   const auto tree = this->At("t");
+  const auto names_closed = [&] {
+    typename TestFixture::String path;
+    typename TestFixture::String reason;
+    return face->GetLastFailure(nullptr, path.out(), reason.out()) && path.str() == this->At("t\\closed") &&
+           reason.str() == this->T("permission denied");
+  };
   this->ExpectAsUser([&]() -> std::vector<typename TestFixture::Check> {
     return {
         {"listed", face->ListFiles(tree.c_str(), files.out()) && files.vec() == std::vector{this->At("t\\open\\a")}},
+        {"said what is missing", names_closed()},
         {"directories listed", face->ListDirectories(tree.c_str(), directories.out()) && directories.vec().size() == 2},
         {"size of the rest", face->FileSize(tree.c_str()) == 3},
         {"the copy failed", !face->CopyDirectory(tree.c_str(), this->At("to\\copy").c_str(), true)},
+        {"and said why", names_closed()},
         {"and copied the rest", face->FileExists(this->At("to\\copy\\open\\a").c_str())},
     };
   });
