@@ -186,6 +186,20 @@ TYPED_TEST(FileSystemTable, Content) {
   EXPECT_EQ(this->Content("a"), "new");
 }
 
+TYPED_TEST(FileSystemTable, WhyACallFailedAndFlushing) {
+  typename Types<TypeParam>::Text operation;
+  typename Types<TypeParam>::Text path;
+  typename Types<TypeParam>::Text reason;
+  const auto missing = this->At("missing");
+  EXPECT_FALSE(this->Call(30, operation.out(), path.out(), reason.out()));
+  EXPECT_FALSE(this->Call(13, missing.c_str()));
+  EXPECT_TRUE(this->Call(30, operation.out(), path.out(), reason.out()));
+  EXPECT_EQ(operation.str(), this->T("FileExists"));
+  EXPECT_EQ(path.str(), missing);
+  EXPECT_EQ(reason.str(), this->T("no such file"));
+  EXPECT_TRUE(this->Call(31));
+}
+
 TYPED_TEST(FileSystemTable, TreesAtOnceAndAsynchronously) {
   using Char = TypeParam;
   const auto tree = this->At("t");
