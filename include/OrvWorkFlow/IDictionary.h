@@ -37,14 +37,14 @@ enum class ValueType : std::int32_t {
 // after all other failures of a load the file may be whole.
 enum class FileFailure : std::int32_t {
   None = 0,           // it succeeded, or there was none yet
-  NotStarted = 1,     // no name, no such entry, or no object "FileSystem"
+  NotStarted = 1,     // no name, no such entry, or no object "FileSystem" or "Encryption" to be had
   CannotOpen = 2,     // no such file, no permission, no handle left
   InUse = 3,          // another has the file open without sharing; worth another try
   CannotRead = 4,     // it was opened, and reading failed
   NoMemory = 5,       //
   TooLarge = 6,       // a text that no dictionary takes, or content that nests too deep for a file (see SaveFile)
   Damaged = 7,        // no dictionary, or cut off
-  NotDeciphered = 8,  // enciphered; and there is no key, another key, or no object "Encryption"
+  NotDeciphered = 8,  // enciphered, and there is no key or another one
   NotEnciphered = 9,  // there is a key; and no object "Encryption", or the key or the text is not to its taste
   CannotWrite = 10,   // the old file stands
 };

@@ -59,7 +59,7 @@ bool FailForText(std::string_view text, bool is_subtree, FileOutcome& outcome) {
 bool FailForContent(std::string_view text, bool is_subtree, FileOutcome& outcome) {
   const bool has_key = outcome.has_key;
   if (IsEnciphered(text)) {
-    if (!outcome.text.empty()) return outcome.Fail(FileFailure::NotDeciphered, std::string(outcome.text));
+    if (!outcome.text.empty()) return outcome.Fail(FileFailure::NotStarted, std::string(outcome.text));
     return outcome.Fail(FileFailure::NotDeciphered,
                         has_key ? "enciphered, and the key does not open it" : "enciphered, and no key is given");
   }
@@ -119,7 +119,7 @@ bool CDictionary::ReadFile(const char* file_name, FileText& content, FileOutcome
   if (!ReadPlainFile(*file_system.get(), path.c_str(), content, outcome)) return false;
   if (IsEnciphered(content.text)) {
     // It is still to be loaded, and with that the dictionary to be emptied.
-    outcome.text = "enciphered, and there is no object Encryption";
+    outcome.text = "enciphered, and the object Encryption cannot be had";
   } else {
     outcome.report.plain_under_key = true;
   }

@@ -143,6 +143,8 @@ bool ReadEncipheredFile(IFileSystemA& file_system, IEncryption& encryption, cons
   const std::string enciphered(content.text);  // With a terminator.
   if (encryption.DecryptString(enciphered.c_str(), key.c_str(), plain.get())) {
     content = {plain, {plain->GetText(), plain->GetLength()}};
+  } else if (key.view().size() <= kMaxKeyLength) {
+    return outcome.Fail(FileFailure::NoMemory);  // There is no other reason for this key and this text.
   }
   return true;
 }

@@ -1,5 +1,7 @@
 #include "filesystem/Operations.h"
 
+#include <new>
+
 #include "CoreObjects/Marshalled.h"
 #include "filesystem/FileBytes.h"
 #include "filesystem/PathText.h"
@@ -199,7 +201,14 @@ bool Operations<Char>::CopyOneFile(const Char* source, const Char* destination, 
   if (!Resolve(found.c_str(), &from) || !Resolve(destination, &to)) return false;
   calls_.SetAttributes(to, FileAttribute::kNormal);
   if (!calls_.CopyOver(from, to, !overwrite)) return FailCopy(from, to);
-  calls_.SetAttributes(to, FileAttribute::kNormal);
+  // The copy is there: without memory to take its mark it must not count as a failure, and be left behind by one.
+  for (int attempt = 0; attempt < 2; ++attempt) {
+    try {
+      calls_.SetAttributes(to, FileAttribute::kNormal);
+      break;
+    } catch (const std::bad_alloc&) {
+    }
+  }
   return true;
 }
 
