@@ -1,5 +1,6 @@
 #include "orvflow/RunRecords.h"
 
+#include <cstdio>
 #include <iterator>
 #include <utility>
 
@@ -88,6 +89,8 @@ bool RunRecords::ReportKept() const {
                  state_.shown_name() + "; --retry delivers once more, --fresh begins anew");
   return true;
 }
+
+void ForgetDeaths(const StateFile& state) { std::remove((state.path() + kAttemptExtension).c_str()); }
 
 void RetryKeptSignals(const WorkflowHost& host, const StateFile& state, const std::string& workflow_name) {
   if (!state.Exists()) {

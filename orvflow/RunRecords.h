@@ -43,6 +43,9 @@ class RunRecords {
   bool is_unsaved_ = false;  // in the dictionary, but not in the file
 };
 
+// Of a workflow that begins anew: what an earlier run has died in counts no more.
+void ForgetDeaths(const StateFile& state);
+
 // Takes the signals that failed or were set aside in earlier runs back into the queue of the saved state. Throws
 // ProgramError when there is no state, or it cannot be written.
 void RetryKeptSignals(const WorkflowHost& host, const StateFile& state, const std::string& workflow_name);

@@ -297,6 +297,7 @@ void RunVerb::PlanAbsorbs(Plan& plan, const WorkflowHost& host, IDictionary& dic
 
 void RunVerb::BeginAnew(const StateFile& state) const {
   if (!state.Remove()) throw FileError(ExitCode::Failed, state.shown_name(), "", "cannot be removed");
+  ForgetDeaths(state);
 }
 
 void RunVerb::Load(WorkflowHost& host, const Plan& plan) const {

@@ -98,6 +98,10 @@ TEST_F(KeptSignalsTest, ASignalInWhichTheProgramDiesThreeTimesIsSetAside) {
   EXPECT_EQ(third.exit_code, 99);
   EXPECT_NE(third.error.find(died + "2 times running; "), std::string::npos) << third.error;
 
+  EXPECT_EQ(RunFlow({"--fresh"}).error.find(died), std::string::npos) << "begins anew, its deaths too";
+  EXPECT_EQ(RunFlow().exit_code, 99);
+  EXPECT_EQ(RunFlow().exit_code, 99);
+
   const ProcessResult without = RunFlow();
   EXPECT_EQ(without.exit_code, 1);
   EXPECT_NE(
