@@ -41,6 +41,14 @@ TEST_F(BackupOmissionsTest, WhatIsWholeHasNoFailures) {
   EXPECT_EQ(Job().FileCount(), 3);
 }
 
+TEST_F(BackupOmissionsTest, ANameThatNoPathCanHold) {
+  WriteSource("back\\slash", "b");
+  Collect();
+  ASSERT_EQ(Failed().size(), 1u);
+  EXPECT_NE(Failed()[0].find("left out"), std::string::npos) << Failed()[0];
+  EXPECT_NE(Failed()[0].find("no path can hold this name"), std::string::npos) << Failed()[0];
+}
+
 TEST_F(BackupOmissionsTest, ALinkToAFolder) {
   WriteSource("sub/b.txt", "b");
   std::filesystem::create_directory_symlink("sub", directory_.path() / "source" / "current");
