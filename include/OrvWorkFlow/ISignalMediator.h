@@ -58,8 +58,8 @@ class ISignalMediator : public IBaseWorkFlowObject {
 
   // Numbers for a host that wants to know whether the workflow is idle, and for its summary. Each may be null.
   // sent/received: input signals handed over / whose delivery has begun. finished: deliveries that have ended. nodes:
-  // instances made. failures: deliveries that answered false, threw or found no node, and types that could not be
-  // loaded. busy: nodes whose property "Busy" is "yes" now.
+  // instances made. failures: deliveries that answered false, threw or found no node, types that could not be loaded,
+  // and signals for which there was no memory. busy: nodes whose property "Busy" is "yes" now.
   struct Statistics {
     std::uint32_t sent = 0;
     std::uint32_t received = 0;

@@ -5,6 +5,7 @@
 
 #include "CoreObjects/CoreObjects.h"
 #include "CoreObjects/Marshalled.h"
+#include "CoreObjects/Secret.h"
 #include "OrvWorkFlow/OrvBase.h"
 #include "OrvWorkFlow/WorkflowSchema.h"
 #include "signalmediator/DictionaryAccess.h"
@@ -20,13 +21,12 @@ constexpr unsigned kPauseMilliseconds = 500;
 // What the definition and its workflow say.
 struct Definition {
   std::string write_directory;
-  std::string key;
+  SecretText key;
   std::string config_file;
   std::vector<std::string> read_directories;  // the workflow's, then the object's own
 };
 
-Definition ReadDefinition(IDictionary& dictionary, const std::string& path) {
-  Definition definition;
+void ReadDefinition(IDictionary& dictionary, const std::string& path, Definition& definition) {
   std::string workflow_name;
   if (ReadEntryText(dictionary, path + WorkflowSchema::kInstanceWorkFlowName, workflow_name)) {
     const std::string directories = DirectorySetPath(workflow_name);
@@ -34,14 +34,13 @@ Definition ReadDefinition(IDictionary& dictionary, const std::string& path) {
     if (definition.write_directory.empty()) {
       definition.write_directory = EntryText(dictionary, directories + WorkflowSchema::kWriteDir);
     }
-    definition.key = EntryText(dictionary, directories + WorkflowSchema::kObfuscationKey);
+    ReadEntrySecret(dictionary, directories + WorkflowSchema::kObfuscationKey, definition.key);
     definition.read_directories = EntryTexts(dictionary, directories + WorkflowSchema::kReadDirs);
   }
   definition.config_file = EntryText(dictionary, path + WorkflowSchema::kConfigFile);
   for (std::string& directory : EntryTexts(dictionary, path + WorkflowSchema::kReadDirs)) {
     definition.read_directories.push_back(std::move(directory));
   }
-  return definition;
 }
 
 // The part before the last "/", without blanks around it.
@@ -63,7 +62,7 @@ class Configurator {
   // Each step answers false when it threw: the box has been shown then, and the routine is at its end.
   bool GiveDirectories(Definition& definition) {
     if (!Try(MediatorBoxes::kResetDirectoriesThrew, [this] { object_.ResetContentDirectories(); })) return false;
-    definition = ReadDefinition(dictionary_, path_);
+    ReadDefinition(dictionary_, path_, definition);
     if (!AddDirectory(definition.write_directory)) return false;
     if (!Try(MediatorBoxes::kWriteDirectoryThrew,
              [&] { object_.SetWriteDirectory(definition.write_directory.c_str()); })) {
@@ -77,7 +76,7 @@ class Configurator {
     return true;
   }
 
-  bool GiveKey(const std::string& key) {
+  bool GiveKey(const SecretText& key) {
     return Try(MediatorBoxes::kEncryptionKeyThrew, [&] { object_.SetEncryptionKey(key.c_str()); });
   }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <new>
 
 #include "CoreObjects/Marshalled.h"
 #include "OrvWorkFlow/WorkflowSchema.h"
@@ -15,6 +16,7 @@ std::string FindInAbsorbTree(IDictionary& dictionary, const std::string& workflo
   const Marshalled<IOrvPStringList> list;
   std::vector<std::string> paths;
   if (!list || !dictionary.EnumeratePaths(WorkflowSchema::kAbsorbTree, list.get()) || !ReadTexts(list.get(), paths)) {
+    if (dictionary.Exists(WorkflowSchema::kAbsorbTree)) throw std::bad_alloc();
     return {};
   }
   std::string value;

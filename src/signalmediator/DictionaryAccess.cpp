@@ -1,18 +1,42 @@
 #include "signalmediator/DictionaryAccess.h"
 
+#include <new>
+
 #include "CoreObjects/Marshalled.h"
 #include "OrvWorkFlow/WorkflowSchema.h"
 
 namespace OrvWorkFlow {
+namespace {
+
+// For a read that failed: throws when a value of the type stands there.
+void ThrowUnlessMissing(IDictionary& dictionary, const std::string& path, ValueType type) {
+  if (dictionary.GetValueType(path.c_str()) == type && !dictionary.IsRedirection(path.c_str())) throw std::bad_alloc();
+}
+
+}  // namespace
 
 bool ReadEntryText(IDictionary& dictionary, const std::string& path, std::string& text) {
   const Marshalled<IOrvPString> value;
-  return value && dictionary.GetValue(path.c_str(), value.get()) && ReadText(value.get(), text);
+  if (value && dictionary.GetValue(path.c_str(), value.get()) && ReadText(value.get(), text)) return true;
+  ThrowUnlessMissing(dictionary, path, ValueType::String);
+  return false;
 }
 
 bool ReadEntryTexts(IDictionary& dictionary, const std::string& path, std::vector<std::string>& texts) {
   const Marshalled<IOrvPStringList> values;
-  return values && dictionary.GetValue(path.c_str(), values.get()) && ReadTexts(values.get(), texts);
+  if (values && dictionary.GetValue(path.c_str(), values.get()) && ReadTexts(values.get(), texts)) return true;
+  ThrowUnlessMissing(dictionary, path, ValueType::StringList);
+  return false;
+}
+
+void ReadEntrySecret(IDictionary& dictionary, const std::string& path, SecretText& text) {
+  text.Clear();
+  const Marshalled<IOrvPString> value;
+  if (value && dictionary.GetValue(path.c_str(), value.get())) {
+    text.Assign({value.get()->GetText(), value.get()->GetLength()});
+  } else {
+    ThrowUnlessMissing(dictionary, path, ValueType::String);
+  }
 }
 
 std::string EntryText(IDictionary& dictionary, const std::string& path) {
@@ -34,7 +58,7 @@ bool ListEntries(IDictionary& dictionary, const std::string& path, std::vector<s
 
 std::vector<std::string> EntryNames(IDictionary& dictionary, const std::string& path) {
   std::vector<std::string> names;
-  ListEntries(dictionary, path, names);
+  if (!ListEntries(dictionary, path, names) && dictionary.Exists(path.c_str())) throw std::bad_alloc();
   return names;
 }
 

@@ -1,16 +1,21 @@
-// Reading a dictionary into the library's own strings. What a dictionary throws passes through.
+// Reading a dictionary into the library's own strings. What a dictionary throws passes through. What is there and
+// cannot be read is not missing: std::bad_alloc is thrown then.
 #pragma once
 
 #include <string>
 #include <vector>
 
+#include "CoreObjects/Secret.h"
 #include "OrvWorkFlow/IDictionary.h"
 
 namespace OrvWorkFlow {
 
-// False, with the output unchanged, when there is no such entry of that type.
+// False, with the output unchanged, when there is no such entry of that type, or none that shows such a value.
 bool ReadEntryText(IDictionary& dictionary, const std::string& path, std::string& text);
 bool ReadEntryTexts(IDictionary& dictionary, const std::string& path, std::vector<std::string>& texts);
+
+// For keys: no copy stays in memory that this library gives back. "" stands for what is missing.
+void ReadEntrySecret(IDictionary& dictionary, const std::string& path, SecretText& text);
 
 // "" and an empty list stand for what is missing.
 std::string EntryText(IDictionary& dictionary, const std::string& path);

@@ -20,6 +20,7 @@ bool CSignalMediator::Fire(const InputSignal& signal, SignalSource& source) noex
   try {
     return HandOver(signal, source);
   } catch (...) {  // Without memory there is no signal.
+    ++failures_;
     TellEnd(signal, source, IRunObserver::Outcome::NoMemory);
     return false;
   }
@@ -88,6 +89,7 @@ bool CSignalMediator::HandToHost(IHostApp& host, const InputSignal& signal, cons
   }
   if (!queued && (message == nullptr || messages_.Take(message))) {
     Add(sent_, -1);
+    if (message == nullptr) ++failures_;
     TellEnd(signal, source, message == nullptr ? IRunObserver::Outcome::NoMemory : IRunObserver::Outcome::HostRefused);
   }
   return queued;

@@ -27,8 +27,8 @@ void* CSignalMediator::QueryInterface(const char* interface_name) {
 void CSignalMediator::SetEncryptionKey(const char* key) {
   try {
     const std::scoped_lock lock(key_mutex_);
-    encryption_key_ = key == nullptr ? "" : key;
-  } catch (...) {  // Without memory the older key stays.
+    encryption_key_.Assign(key == nullptr ? "" : key);
+  } catch (...) {  // Without memory there is none.
   }
 }
 

@@ -14,6 +14,7 @@
 #include "CoreObjects/LazyObject.h"
 #include "CoreObjects/ObjectCreator.h"
 #include "CoreObjects/RunObserverSlot.h"
+#include "CoreObjects/Secret.h"
 #include "CoreObjects/SignalsOfThread.h"
 #include "CoreObjects/TextHash.h"
 #include "CoreObjects/Tracer.h"
@@ -169,7 +170,7 @@ class CSignalMediator final : public BaseObject<CSignalMediator, ISignalMediator
   std::vector<IBaseWorkFlowObject*> global_utility_objects_ ORV_GUARDED_BY(access_lock_);  // the factory's
 
   std::mutex key_mutex_;
-  std::string encryption_key_;
+  SecretText encryption_key_;
 };
 
 using CSignalMediatorObjectCreator = ObjectCreator<CSignalMediator, ObjectNames::kSignalMediator>;

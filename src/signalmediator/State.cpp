@@ -1,4 +1,5 @@
 // The mediator's state between runs: what nodes and utility objects save themselves, and the reboot signals.
+#include <new>
 #include <utility>
 
 #include "CoreObjects/Format.h"
@@ -12,7 +13,8 @@
 
 namespace OrvWorkFlow {
 
-// What escapes from the walks is shown and thrown on: the engine, which saves its own state around this, must know.
+// What escapes from the walks is shown and thrown on: the engine, which saves its own state around this, must know. So
+// must it know of reboot signals that could not be written.
 bool CSignalMediator::SaveState(const char* /*path*/) {
   const AccessLock::Hold hold(access_lock_);
   SaveRebootSignals();
@@ -35,13 +37,18 @@ bool CSignalMediator::SaveState(const char* /*path*/) {
 void CSignalMediator::SaveRebootSignals() {
   IDictionary* dictionary = GlobalDictionary();
   if (dictionary == nullptr) return;
-  dictionary->Delete(WorkflowSchema::kRebootSignals);
+  const auto write = [&](const std::string& path, const std::string& value) {
+    if (!dictionary->SetValue(path.c_str(), value.c_str())) throw std::bad_alloc();
+  };
+  if (!dictionary->Delete(WorkflowSchema::kRebootSignals) && dictionary->Exists(WorkflowSchema::kRebootSignals)) {
+    throw std::bad_alloc();
+  }
   int number = 0;
   for (const RebootSignalRecord& record : reboot_signals_.Copy()) {
     const std::string entry = Format(WorkflowSchema::kRebootSignalFormat, WorkflowSchema::kRebootSignals, number);
-    dictionary->SetValue((entry + WorkflowSchema::kRebootSignal).c_str(), record.signal.c_str());
-    dictionary->SetValue((entry + WorkflowSchema::kRebootTypeName).c_str(), record.type.c_str());
-    dictionary->SetValue((entry + WorkflowSchema::kRebootInstanceName).c_str(), record.instance.c_str());
+    write(entry + WorkflowSchema::kRebootSignal, record.signal);
+    write(entry + WorkflowSchema::kRebootTypeName, record.type);
+    write(entry + WorkflowSchema::kRebootInstanceName, record.instance);
     ++number;
   }
 }

@@ -1,6 +1,7 @@
 #include "workflowengine/AbsorbTree.h"
 
 #include <algorithm>
+#include <new>
 #include <string_view>
 
 #include "CoreObjects/Marshalled.h"
@@ -19,11 +20,14 @@ struct TreeEntry {
 
 std::string TopPath() { return std::string(WorkflowSchema::kAbsorbTree) + WorkflowSchema::kAbsorbTopNode; }
 
-// What is below `path`, and the entry itself, in pre-order.
+// What is below `path`, and the entry itself, in pre-order. Throws std::bad_alloc when it is there and cannot be read.
 std::vector<TreeEntry> ReadTree(IDictionary& dictionary, const std::string& path) {
   const Marshalled<IOrvPStringList> list;
   std::vector<std::string> paths;
-  if (!list || !dictionary.EnumeratePaths(path.c_str(), list.get()) || !ReadTexts(list.get(), paths)) return {};
+  if (!list || !dictionary.EnumeratePaths(path.c_str(), list.get()) || !ReadTexts(list.get(), paths)) {
+    if (dictionary.Exists(path.c_str())) throw std::bad_alloc();
+    return {};
+  }
   std::vector<TreeEntry> tree;
   tree.reserve(paths.size());
   for (std::string& entry : paths) {
@@ -46,18 +50,12 @@ bool IsSameOrBelow(std::string_view path, std::string_view ancestor) {
 
 // A path below `parent` that does not exist: the one with the lowest number.
 std::string FreePlace(IDictionary& dictionary, const std::string& parent) {
-  std::vector<std::string> children;
-  ListChildren(dictionary, parent, children);
-  return parent + "/" + kNodePrefix + std::to_string(LowestFreeNumber(children, kNodePrefix));
+  return parent + "/" + kNodePrefix + std::to_string(LowestFreeNumber(ChildrenOf(dictionary, parent), kNodePrefix));
 }
 
-void MoveSubtree(IDictionary& dictionary, const std::vector<TreeEntry>& tree, const std::string& from,
-                 const std::string& to) {
-  for (const TreeEntry& entry : tree) {
-    if (!IsSameOrBelow(entry.path, from)) continue;
-    dictionary.SetValue((to + entry.path.substr(from.size())).c_str(), entry.workflow_name.c_str());
-  }
-  dictionary.Delete(from.c_str());
+// Throws std::bad_alloc when the dictionary refuses.
+void Name(IDictionary& dictionary, const std::string& path, const std::string& workflow_name) {
+  if (!dictionary.SetValue(path.c_str(), workflow_name.c_str())) throw std::bad_alloc();
 }
 
 }  // namespace
@@ -70,7 +68,7 @@ TreeChange PutInAbsorbTree(IDictionary& dictionary, const std::string& workflow_
                            const std::vector<std::string>& absorbers) {
   const std::string top = TopPath();
   if (!dictionary.Exists(top.c_str())) {
-    dictionary.SetValue(top.c_str(), ReadString(dictionary, WorkflowSchema::kWorkFlowName).c_str());
+    Name(dictionary, top, ReadString(dictionary, WorkflowSchema::kWorkFlowName));
   }
   const std::vector<TreeEntry> tree = ReadTree(dictionary, WorkflowSchema::kAbsorbTree);
   const TreeEntry* absorber = nullptr;
@@ -80,14 +78,14 @@ TreeChange PutInAbsorbTree(IDictionary& dictionary, const std::string& workflow_
   const std::string parent = absorber != nullptr ? absorber->path : top;
   const TreeEntry* known = FindName(tree, workflow_name);
   if (known == nullptr) {
-    dictionary.SetValue(FreePlace(dictionary, parent).c_str(), workflow_name.c_str());
+    Name(dictionary, FreePlace(dictionary, parent), workflow_name);
     return TreeChange::Added;
   }
   const std::string& place = known->path;
   if (place == top || IsSameOrBelow(parent, place) || place.substr(0, place.rfind('/')) == parent) {
     return TreeChange::None;
   }
-  MoveSubtree(dictionary, tree, place, FreePlace(dictionary, parent));
+  if (!dictionary.MoveSubtree(place.c_str(), FreePlace(dictionary, parent).c_str())) throw std::bad_alloc();
   return TreeChange::Moved;
 }
 

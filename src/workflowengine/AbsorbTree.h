@@ -16,7 +16,7 @@ enum class TreeChange { None, Added, Moved };
 
 // Puts a workflow directly below the first of `absorbers` that the tree shows, or below "node0", which is made from the
 // workflow's name when it is missing. One that stands elsewhere is moved with all below it, but never below itself; the
-// top stays where it is. One thread at a time.
+// top stays where it is. One thread at a time. Throws std::bad_alloc when the tree cannot be read or written.
 TreeChange PutInAbsorbTree(IDictionary& dictionary, const std::string& workflow_name,
                            const std::vector<std::string>& absorbers);
 

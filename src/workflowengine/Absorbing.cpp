@@ -1,5 +1,6 @@
 // Taking a further workflow into the running one.
 #include <chrono>
+#include <new>
 #include <thread>
 
 #include "CoreObjects/Marshalled.h"
@@ -38,7 +39,9 @@ void FindNewComponentsFromAbsorbedFlow(const std::string& path) noexcept {
 std::vector<std::string> AbsorbingWorkFlows(IDictionary& dictionary, ISignalMediator& mediator) {
   std::vector<std::string> definitions;
   const Marshalled<IOrvPStringList> list;
-  if (list && mediator.GetInstantiatedWorknodesThatCallAbsorb(list.get())) ReadTexts(list.get(), definitions);
+  if (!list || !mediator.GetInstantiatedWorknodesThatCallAbsorb(list.get()) || !ReadTexts(list.get(), definitions)) {
+    throw std::bad_alloc();
+  }
   for (std::string& text : definitions) {
     text += WorkflowSchema::kInstanceWorkFlowName;
     text = ReadString(dictionary, text);
@@ -58,7 +61,7 @@ bool CWorkFlowEngine::AbsorbFlow(const char* file_path, bool queue_start_signal)
     // Each absorb has a dictionary of its own: one may lead to another, and several threads may absorb at once.
     const Found<IDictionary> flow = global != nullptr ? Others().MakeDictionary(global) : Found<IDictionary>();
     if (!flow) return Fail(EngineErrors::kNoDictionary);
-    flow->SetEncryptionKey(Others().Key().c_str());
+    if (!Others().GiveKey(*flow.get())) return Fail(EngineErrors::kKeyLost);
     if (!LoadDefinition(*flow.get(), file_path)) return Fail(EngineErrors::kNotAbsorbed);
     const FlowRecord record = MakeFlowRecord(ReadString(*flow.get(), WorkflowSchema::kWorkFlowName), file_path);
     if (record.name.empty() || !TakeIn(*flow.get(), *mediator, record)) return Fail(EngineErrors::kNotAbsorbed);

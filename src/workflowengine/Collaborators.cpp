@@ -26,10 +26,14 @@ Found<IDictionary> Collaborators::MakeDictionary(const IDictionary* global) {
   return made;
 }
 
-ISignalMediator* Collaborators::Mediator() {
+ISignalMediator* Collaborators::Mediator() noexcept {
   ISignalMediator* mediator = mediator_.Get(store_.load());
   if (mediator != nullptr && key_is_new_.load(std::memory_order_relaxed) && key_is_new_.exchange(false)) {
-    mediator->SetEncryptionKey(Key().c_str());
+    try {
+      GiveKey(*mediator);
+    } catch (...) {
+      key_is_new_ = true;  // The next call tries again.
+    }
   }
   return mediator;
 }
@@ -38,18 +42,31 @@ IFileSystemA* Collaborators::FileSystem() noexcept { return file_system_.Get(sto
 
 IHostApp* Collaborators::HostApp() noexcept { return host_app_.Get(store_.load()); }
 
-void Collaborators::SetKey(const char* key) {
+void Collaborators::SetKey(const char* key) noexcept {
   {
     const std::scoped_lock lock(key_mutex_);
-    key_ = key != nullptr ? key : "";
+    key_is_lost_ = false;
+    try {
+      key_.Assign(key != nullptr ? key : "");
+    } catch (...) {
+      key_is_lost_ = true;
+    }
     key_is_new_ = true;
   }
   Mediator();
 }
 
-std::string Collaborators::Key() const {
+bool Collaborators::CopyKey(SecretText& key) const {
   const std::scoped_lock lock(key_mutex_);
-  return key_;
+  if (!key_is_lost_) key.Assign(key_.view());
+  return !key_is_lost_;
+}
+
+bool Collaborators::GiveKey(IBaseWorkFlowObject& object) const {
+  SecretText key;
+  if (!CopyKey(key)) return false;
+  object.SetEncryptionKey(key.c_str());
+  return true;
 }
 
 void Collaborators::FindLogger() noexcept {

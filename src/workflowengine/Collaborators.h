@@ -7,6 +7,7 @@
 
 #include "CoreObjects/CoreObjects.h"
 #include "CoreObjects/LazyObject.h"
+#include "CoreObjects/Secret.h"
 #include "CoreObjects/Tracer.h"
 #include "OrvWorkFlow/IDictionary.h"
 #include "OrvWorkFlow/IFileSystem.h"
@@ -29,13 +30,16 @@ class Collaborators {
   Found<IDictionary> MakeDictionary(const IDictionary* global);
 
   // Null when there is none. The mediator is given the key that it has not heard of yet.
-  ISignalMediator* Mediator();
+  ISignalMediator* Mediator() noexcept;
   IFileSystemA* FileSystem() noexcept;
   IHostApp* HostApp() noexcept;
 
-  // Keeps the key and hands it to the mediator, now or as soon as there is one.
-  void SetKey(const char* key);
-  std::string Key() const;
+  // Keeps the key, "" for null, and hands it to the mediator, now or as soon as there is one. A key for which there is
+  // no memory is lost.
+  void SetKey(const char* key) noexcept;
+  // False when the key was lost: nothing may be saved in plain text then. Throws without memory for the copy.
+  bool CopyKey(SecretText& key) const;
+  bool GiveKey(IBaseWorkFlowObject& object) const;
 
   // Looks for the logger while there is none. The store's is preferred to the global one.
   void FindLogger() noexcept;
@@ -59,7 +63,8 @@ class Collaborators {
   LazyObject<IHostApp> host_app_{FindOrder::GlobalFirst, ObjectNames::kHostApp, InterfaceNames::kHostApp};
 
   mutable std::mutex key_mutex_;
-  std::string key_;
+  SecretText key_;
+  bool key_is_lost_ = false;
   std::atomic<bool> key_is_new_ = false;
 };
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <new>
 
 #include "CoreObjects/Marshalled.h"
 
@@ -9,9 +10,23 @@ namespace OrvWorkFlow {
 
 std::string ReadString(IDictionary& dictionary, const std::string& path) {
   std::string value;
-  FetchText(value, [&](IOrvPString* text) { return dictionary.GetValue(path.c_str(), text); });
+  if (!FetchText(value, [&](IOrvPString* text) { return dictionary.GetValue(path.c_str(), text); })) {
+    ThrowIfString(dictionary, path.c_str());
+  }
   return value;
 }
+
+void ThrowIfString(IDictionary& dictionary, const char* path) {
+  if (dictionary.GetValueType(path) == ValueType::String) throw std::bad_alloc();
+}
+
+std::vector<std::string> ChildrenOf(IDictionary& dictionary, const std::string& path) {
+  std::vector<std::string> names;
+  if (!ListChildren(dictionary, path, names) && dictionary.Exists(path.c_str())) throw std::bad_alloc();
+  return names;
+}
+
+bool Remove(IDictionary& dictionary, const char* path) { return dictionary.Delete(path) || !dictionary.Exists(path); }
 
 bool ListChildren(IDictionary& dictionary, const std::string& path, std::vector<std::string>& names) {
   const Marshalled<IOrvPStringList> list;

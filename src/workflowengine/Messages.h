@@ -54,6 +54,7 @@ inline constexpr char kSecondStore[] = "The UtilityStore has already been set.";
 inline constexpr char kNoMediator[] = "SignalMediator object not available.";
 inline constexpr char kNoDictionary[] = "A dictionary object is not available.";
 inline constexpr char kNotAbsorbed[] = "The workflow could not be absorbed.";
+inline constexpr char kKeyLost[] = "There was no memory for the encryption key.";
 inline constexpr char kNotSaved[] = "The workflow dictionary could not be saved.";
 }  // namespace EngineErrors
 

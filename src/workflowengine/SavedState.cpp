@@ -36,7 +36,9 @@ class EntryReader {
       path_.resize(key);
       path_ += kFieldKeys[field];
       value_.clear();
-      if (text_ && dictionary_.GetValue(path_.c_str(), text_.get())) ReadText(text_.get(), value_);
+      if (!text_ || !dictionary_.GetValue(path_.c_str(), text_.get()) || !ReadText(text_.get(), value_)) {
+        ThrowIfString(dictionary_, path_.c_str());
+      }
       texts_ += value_.c_str();  // as far as a zero in it, if there is one
       texts_ += '\0';
       ends[field] = texts_.size();
@@ -73,7 +75,7 @@ FlowRecord MakeFlowRecord(std::string name, std::string file_path) {
 }
 
 bool WriteQueue(IDictionary& dictionary, const std::vector<QueueEntry>& entries) {
-  dictionary.Delete(WorkflowSchema::kSignalQueue);
+  if (!Remove(dictionary, WorkflowSchema::kSignalQueue)) return false;
   std::string path = std::string(WorkflowSchema::kSignalQueue) + WorkflowSchema::kQueueEntryPrefix;
   const std::size_t prefix = path.size();
   for (std::size_t i = 0; i < entries.size(); ++i) {
@@ -97,7 +99,7 @@ bool WriteStartSignal(IDictionary& dictionary, const StartSignal& signal) {
 }
 
 bool WriteFlowRecords(IDictionary& dictionary, const std::vector<FlowRecord>& records) {
-  dictionary.Delete(WorkflowSchema::kWorkFlows);
+  if (!Remove(dictionary, WorkflowSchema::kWorkFlows)) return false;
   const std::string prefix = std::string(WorkflowSchema::kWorkFlows) + WorkflowSchema::kWorkFlowPrefix;
   for (std::size_t i = 0; i < records.size(); ++i) {
     const std::string key = prefix + std::to_string(i);
@@ -111,10 +113,9 @@ bool WriteFlowRecords(IDictionary& dictionary, const std::vector<FlowRecord>& re
 
 SignalQueue ReadQueue(IDictionary& dictionary) {
   SignalQueue queue;
-  std::vector<std::string> children;
-  ListChildren(dictionary, WorkflowSchema::kSignalQueue, children);
   EntryReader reader(dictionary);
-  for (const std::string& child : children) queue.Append(reader.Read(child));
+  for (const std::string& child : ChildrenOf(dictionary, WorkflowSchema::kSignalQueue))
+    queue.Append(reader.Read(child));
   return queue;
 }
 
@@ -127,9 +128,7 @@ StartSignal ReadStartSignal(IDictionary& dictionary) {
 
 std::vector<FlowRecord> ReadFlowRecords(IDictionary& dictionary) {
   std::vector<FlowRecord> records;
-  std::vector<std::string> children;
-  ListChildren(dictionary, WorkflowSchema::kWorkFlows, children);
-  for (const std::string& child : children) {
+  for (const std::string& child : ChildrenOf(dictionary, WorkflowSchema::kWorkFlows)) {
     const std::string key = Below(WorkflowSchema::kWorkFlows, child);
     records.push_back(MakeFlowRecord(ReadString(dictionary, key + WorkflowSchema::kWorkFlowRecordName),
                                      ReadString(dictionary, key + WorkflowSchema::kWorkFlowRecordFilePath)));

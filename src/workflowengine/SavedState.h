@@ -29,7 +29,8 @@ bool WriteQueue(IDictionary& dictionary, const std::vector<QueueEntry>& entries)
 bool WriteStartSignal(IDictionary& dictionary, const StartSignal& signal);
 bool WriteFlowRecords(IDictionary& dictionary, const std::vector<FlowRecord>& records);
 
-// In the order in which the dictionary lists the entries; what is missing is empty.
+// In the order in which the dictionary lists the entries; what is missing is empty. What is there and cannot be read is
+// not missing: they throw std::bad_alloc.
 SignalQueue ReadQueue(IDictionary& dictionary);
 StartSignal ReadStartSignal(IDictionary& dictionary);
 std::vector<FlowRecord> ReadFlowRecords(IDictionary& dictionary);

@@ -68,6 +68,7 @@ MappedSignal ReadMappings(IDictionary& dictionary, const SignalName& sender) {
     const bool is_text = ReadChild(dictionary, path, child, value);
     if (!is_text || !SplitMapping(value, receiver)) {
       mapped.unread_child = child;
+      mapped.no_memory = !is_text && dictionary.GetValueType(Below(path, child).c_str()) == ValueType::String;
       if (is_text) mapped.unread_text = std::move(value);
       return mapped;
     }
@@ -139,13 +140,9 @@ bool RemoveMapping(IDictionary& dictionary, const SignalName& sender, const Sign
 }
 
 void RemoveAllMappings(IDictionary& dictionary) {
-  std::vector<std::string> types;
-  ListChildren(dictionary, WorkflowSchema::kWorkNodes, types);
-  for (const std::string& type : types) {
+  for (const std::string& type : ChildrenOf(dictionary, WorkflowSchema::kWorkNodes)) {
     const std::string path = InstancesPath(type);
-    std::vector<std::string> instances;
-    ListChildren(dictionary, path, instances);
-    for (const std::string& instance : instances) {
+    for (const std::string& instance : ChildrenOf(dictionary, path)) {
       dictionary.Delete((Below(path, instance) + WorkflowSchema::kMaps).c_str());
     }
   }

@@ -68,6 +68,7 @@ struct MappedSignal {
   // After a failure: the child that could not be read, "" when they could not be listed, and its text if it has one.
   std::string unread_child;
   std::optional<std::string> unread_text;
+  bool no_memory = false;  // for its text, which is there
 };
 
 // The dictionary path of a mapping, or with "" of all mappings of the sender's signal.

@@ -50,12 +50,7 @@ bool CWorkFlowEngine::GetNeededLocalUtilityObjects(IOrvPStringList* names) {
                      std::initializer_list<std::string_view>{ObjectNames::kDictionary, ObjectNames::kFileSystem});
 }
 
-void CWorkFlowEngine::SetEncryptionKey(const char* key) {
-  try {
-    Others().SetKey(key);
-  } catch (...) {  // Without memory the older key stays; there is no way to say so.
-  }
-}
+void CWorkFlowEngine::SetEncryptionKey(const char* key) { Others().SetKey(key); }
 
 bool CWorkFlowEngine::AddSignalMapping(const char* sender_type, const char* sender_instance,
                                        const char* outgoing_signal, const char* /*ignored_1*/,

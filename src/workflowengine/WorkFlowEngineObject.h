@@ -81,6 +81,7 @@ class CWorkFlowEngine final : public BaseObject<CWorkFlowEngine, IWorkFlowEngine
   void UpdateAbsorbTree(IDictionary& dictionary, ISignalMediator& mediator, const std::string& name);
   void QueueStartSignalOf(IDictionary& flow);
 
+  void TakeWriteDirectory(std::string directory);
   std::string InWriteDirectory(const char* file_name);
 
   static inline std::atomic<int> live_count_ = 0;

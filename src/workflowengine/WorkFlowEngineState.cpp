@@ -16,13 +16,16 @@ constexpr char kHostStateFile[] = "WorkFlow.ini";
 }  // namespace
 
 void CWorkFlowEngine::SetWriteDirectory(const char* directory) {
-  if (directory == nullptr || *directory == '\0') return;  // An empty one never replaces the one that is known.
   try {
-    std::string copy = directory;
-    const std::scoped_lock lock(texts_mutex_);
-    write_directory_ = std::move(copy);
+    if (directory != nullptr) TakeWriteDirectory(directory);
   } catch (...) {  // Without memory the older directory stays; there is no way to say so.
   }
+}
+
+void CWorkFlowEngine::TakeWriteDirectory(std::string directory) {
+  if (directory.empty()) return;  // An empty one never replaces the one that is known.
+  const std::scoped_lock lock(texts_mutex_);
+  write_directory_ = std::move(directory);
 }
 
 // "" without a write directory: nothing may ever land in a root.
@@ -45,11 +48,11 @@ bool CWorkFlowEngine::LoadState(const char* path) {
 }
 
 bool CWorkFlowEngine::Load(IDictionary& dictionary, const std::string& path) {
-  dictionary.SetEncryptionKey(Others().Key().c_str());
+  if (!Others().GiveKey(dictionary)) return Fail(EngineErrors::kKeyLost);
   if (!dictionary.LoadFile(path.c_str())) return false;
 
   const std::string name = ReadString(dictionary, WorkflowSchema::kWorkFlowName);
-  SetWriteDirectory(ReadWriteDirectory(dictionary, name).c_str());
+  TakeWriteDirectory(ReadWriteDirectory(dictionary, name));
   AfterLastRun();
   if (!IsInAbsorbTree(dictionary, name)) core_->Log(EngineCategories::kLoadState, EngineLines::kNoWorkFlowName);
 
@@ -122,8 +125,11 @@ bool CWorkFlowEngine::Save(const std::string& path, std::string& marker) {
   if (path.empty()) return Fail(EngineErrors::kInvalidParameter);
   if (!WriteState(*dictionary)) return Fail(EngineErrors::kNotSaved);
 
-  const std::string key = Others().Key();
-  if (!key.empty()) dictionary->SetEncryptionKey(key.c_str());
+  {
+    SecretText key;
+    if (!Others().CopyKey(key)) return Fail(EngineErrors::kKeyLost);
+    if (!key.empty()) dictionary->SetEncryptionKey(key.c_str());
+  }
   core_->Log(EngineCategories::kSaveState, EngineLines::kSaveToDisk);
   mediator->SaveState("");
   if (!dictionary->SaveFile(path.c_str())) return Fail(EngineErrors::kNotSaved);

@@ -2,6 +2,7 @@
 #include <string>
 #include <vector>
 
+#include "OrvWorkFlow/IDictionaryListener.h"
 #include "tests/fakes/ForwardingDictionary.h"
 #include "tests/signalmediator/MediatorFixture.h"
 
@@ -229,6 +230,10 @@ TEST_F(AbsorbingTest, EveryKindOfValueIsCopiedAsAWhole) {
   absorbed_.SetValue(path("double").c_str(), 0.25);
   absorbed_.SetValue(path("bool").c_str(), true);
   absorbed_.SetAttribute(path("nothing").c_str(), "mark", "1");
+  const std::string bytes("a\0b\xff", 4);
+  absorbed_.SetBinary(path("binary").c_str(), bytes.data(), bytes.size());
+  absorbed_.SetBinary(path("emptyBinary").c_str(), nullptr, 0);
+  absorbed_.SetAttribute(path("noBase64").c_str(), "__type", "Binary");
   const Marshalled<IOrvPStringList> texts;
   const Marshalled<OrvWorkFlow::IOrvStringList> wides;
   const Marshalled<OrvWorkFlow::IOrvIntList> ints;
@@ -269,6 +274,55 @@ TEST_F(AbsorbingTest, EveryKindOfValueIsCopiedAsAWhole) {
   EXPECT_EQ(dictionary_->GetValueType(path("ints").c_str()), ValueType::IntegerList);
   EXPECT_EQ(dictionary_->GetValueType(path("doubles").c_str()), ValueType::DoubleList);
   EXPECT_EQ(dictionary_->GetValueType(path("bools").c_str()), ValueType::BooleanList);
+  for (const char* name : {"binary", "emptyBinary", "noBase64"}) {
+    EXPECT_EQ(dictionary_->GetValueType(path(name).c_str()), absorbed_.GetValueType(path(name).c_str())) << name;
+  }
+  const Marshalled<OrvWorkFlow::IOrvBasicStream> binary;
+  ASSERT_TRUE(dictionary_->GetBinary(path("binary").c_str(), binary.get()));
+  EXPECT_EQ(std::string(static_cast<const char*>(binary.get()->GetData()), binary.get()->GetSize()), bytes);
+
+  // Nothing was left out: the two are the same, but for the mark of the entry without a value.
+  const Marshalled<IOrvPStringList> differences;
+  const std::string parent_entry = parent.substr(0, parent.size() - 1);
+  ASSERT_TRUE(dictionary_->CompareSubtrees(parent_entry.c_str(), &absorbed_, parent_entry.c_str(), differences.get()));
+  std::vector<std::string> different;
+  ASSERT_TRUE(OrvWorkFlow::ReadTexts(differences.get(), different));
+  EXPECT_THAT(different, ElementsAre("/nothing"));
+}
+
+// The paths of a redirection mean entries of the dictionary that is absorbed, which are not all taken along.
+TEST_F(AbsorbingTest, ARedirectionIsCopiedWithTheValueThatItShows) {
+  const std::string parent = "/WorkFlowEngine/Directories/Sub/";
+  absorbed_.SetValue("/Elsewhere/text", "shown");
+  absorbed_.SetValue("/Elsewhere/number", std::int32_t{7});
+  for (const char* name : {"text", "number", "missing"}) {
+    const Marshalled<IOrvPStringList> targets;
+    const std::string target = std::string("/Elsewhere/") + name;
+    targets.get()->Add(target.data(), target.size());
+    EXPECT_TRUE(absorbed_.SetRedirection((parent + name).c_str(), targets.get()));
+  }
+  EXPECT_TRUE(mediator_->Absorb(&absorbed_));
+  EXPECT_EQ(GetText(parent + "text"), "shown");
+  std::int32_t number = 0;
+  EXPECT_TRUE(dictionary_->GetValue((parent + "number").c_str(), &number));
+  EXPECT_EQ(number, 7);
+  EXPECT_TRUE(dictionary_->Exists((parent + "missing").c_str()));
+  EXPECT_EQ(dictionary_->GetValueType((parent + "missing").c_str()), ValueType::Nil);
+}
+
+TEST_F(AbsorbingTest, ListenersAreToldOfWhatIsTakenIn) {
+  class Listener final : public OrvWorkFlow::IDictionaryListener {
+   public:
+    void OnChange(OrvWorkFlow::IDictionary* /*dictionary*/, const char* path) override { paths.emplace_back(path); }
+    std::vector<std::string> paths;
+  } listener;
+  dictionary_->AddListener(&listener, "");
+  Give("/WorkFlowEngine/Directories/Sub/WriteDir", "w");
+  absorbed_.SetBinary("/WorkFlowEngine/Directories/Sub/icon", "x", 1);
+  EXPECT_TRUE(mediator_->Absorb(&absorbed_));
+  EXPECT_THAT(listener.paths,
+              ElementsAre("/WorkFlowEngine/Directories/Sub/WriteDir", "/WorkFlowEngine/Directories/Sub/icon"));
+  dictionary_->RemoveListener(&listener);
 }
 
 TEST_F(AbsorbingTest, AnEntryWithoutAValueLeavesTheValueThatIsThere) {

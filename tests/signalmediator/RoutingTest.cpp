@@ -214,6 +214,8 @@ TEST_F(RoutingTest, WithoutMarshalledTextsANodeIsNotFound) {
   EXPECT_EQ(logger_.CountText("Could not find <Alpha, a1> to fire 'go' on."), 1u);
   EXPECT_THAT(stage_.GetJournal("Signal("), IsEmpty());
   EXPECT_EQ(GetStatistics().finished, 1u);
+  // What its definition says could not be read, which is not the same as an empty one.
+  ExpectBoxes({"An execption was thrown while trying to init worknode defined at " + DefinitionOf("Alpha", "a1")});
 }
 
 TEST_F(RoutingTest, ANodeIsFoundByWhatItAnswersItself) {

@@ -40,6 +40,27 @@ TEST_P(AbsorbTreeTest, TakesTheNewFlowIn) {
   EXPECT_EQ(tree, GetParam().after);
 }
 
+// Whatever a host has put beside the names.
+TEST(AbsorbTreeMoveTest, EntriesMoveAsTheyAre) {
+  const auto dictionary = MakeObject<CDictionaryObjectCreator, IDictionary>("IDictionary");
+  const std::string tree = kTree;
+  dictionary->SetValue((tree + "/node0").c_str(), "Top");
+  dictionary->SetValue((tree + "/node0/node0").c_str(), "A");
+  dictionary->SetValue((tree + "/node0/node1").c_str(), "New");
+  dictionary->SetAttribute((tree + "/node0/node1").c_str(), "color", "red");
+  dictionary->SetBinary((tree + "/node0/node1/icon").c_str(), "\0\1", 2);
+  dictionary->SetValue((tree + "/node0/node1/size").c_str(), std::int32_t{7});
+  EXPECT_EQ(PutInAbsorbTree(*dictionary, "New", {"A"}), TreeChange::Moved);
+  const std::string place = tree + "/node0/node0/node0";
+  const PString name;
+  EXPECT_TRUE(dictionary->GetValue(place.c_str(), name.out()));
+  EXPECT_EQ(name.str(), "New");
+  EXPECT_TRUE(dictionary->HasAttribute(place.c_str(), "color"));
+  EXPECT_EQ(dictionary->GetValueType((place + "/icon").c_str()), ValueType::Binary);
+  EXPECT_EQ(dictionary->GetValueType((place + "/size").c_str()), ValueType::Integer);
+  EXPECT_FALSE(dictionary->Exists((tree + "/node0/node1").c_str()));
+}
+
 INSTANTIATE_TEST_SUITE_P(
     Table, AbsorbTreeTest,
     ::testing::Values(
@@ -86,6 +107,16 @@ INSTANTIATE_TEST_SUITE_P(
                  {"A"},
                  TreeChange::None,
                  {"node0=T", "node0/node0=New", "node0/node0/node0=A"}},
+        TreeCase{"node1 is no parent of node10",
+                 {"node0=T", "node0/node1=New", "node0/node10=A"},
+                 {"A"},
+                 TreeChange::Moved,
+                 {"node0=T", "node0/node10=A", "node0/node10/node0=New"}},
+        TreeCase{"node10 does not go along with node1",
+                 {"node0=T", "node0/node1=New", "node0/node10=B", "node0/node2=A"},
+                 {"A"},
+                 TreeChange::Moved,
+                 {"node0=T", "node0/node10=B", "node0/node2=A", "node0/node2/node0=New"}},
         TreeCase{"absorbed by itself",
                  {"node0=T", "node0/node0=New"},
                  {"New"},

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 #include <string>
 
 #include "tests/fakes/ForwardingDictionary.h"
@@ -20,6 +21,8 @@ class FaultyDictionary final : public ForwardingDictionary {
   std::string unreadable_path;  // GetValue of this text fails
   std::string read_only_path;   // SetValue of a text there or below fails
   bool fail_save = false;
+  std::function<void(const std::string& path)> on_listed;   // called after a listing that succeeded
+  std::function<void(const std::string& path)> on_setting;  // called before a text is written
   std::atomic<int> listings = 0;
   std::atomic<int> reads = 0;         // of texts
   std::atomic<int> tests = 0;         // of existence
@@ -32,6 +35,7 @@ class FaultyDictionary final : public ForwardingDictionary {
   }
   bool SetValue(const char* p, const char* v) override {
     if (!read_only_path.empty() && std::string(p).starts_with(read_only_path)) return false;
+    if (on_setting) on_setting(p);
     return ForwardingDictionary::SetValue(p, v);
   }
   bool GetValue(const char* p, OrvWorkFlow::IOrvPString* v) override {
@@ -44,7 +48,9 @@ class FaultyDictionary final : public ForwardingDictionary {
   }
   bool GetEntries(const char* p, OrvWorkFlow::IOrvPStringList* n) override {
     ++listings;
-    return p != unlisted_path && ForwardingDictionary::GetEntries(p, n);
+    const bool listed = p != unlisted_path && ForwardingDictionary::GetEntries(p, n);
+    if (listed && on_listed) on_listed(p);
+    return listed;
   }
   bool LoadFile(const char* f) override {
     loaded_key = key;

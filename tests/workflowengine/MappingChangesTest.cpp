@@ -1,5 +1,6 @@
 // Mappings live in the dictionary: what is kept beside it is dropped by every change of mappings, and by nothing else.
 #include <functional>
+#include <utility>
 
 #include "tests/workflowengine/EngineFixture.h"
 
@@ -208,6 +209,34 @@ TEST_F(MappingChangesTest, SendersWithoutNumberDoNotFillTheMemory) {
   for (int i = 0; i < 10000; ++i) EXPECT_FALSE(Engine().OutputSignal("T", "i", ("x" + std::to_string(i)).c_str()));
   EXPECT_TRUE(Output());
   EXPECT_EQ(Waiting(), 1u);
+}
+
+// Somebody adds a mapping just when those that are there have been listed: this signal may miss it, the next may not.
+TEST_F(MappingChangesTest, AChangeWhileMappingsAreReadIsSeenByTheNextSignal) {
+  AddMapping("T", "i", "done", "A", "a", "s");
+  bool is_added = false;
+  dictionary.on_listed = [&](const std::string& path) {
+    if (path == key && !std::exchange(is_added, true)) dictionary.SetValue((key + "/map1").c_str(), "B,b,s");
+  };
+  EXPECT_TRUE(Output());
+  ASSERT_TRUE(is_added);
+  EXPECT_TRUE(Output());
+  Engine().StartFlowing();
+  ASSERT_TRUE(mediator.WaitForFired(3));
+  EXPECT_THAT(mediator.Fired(), ElementsAre("A,a,s", "A,a,s", "B,b,s"));
+}
+
+// The same for the numbers that adding remembers: somebody takes one away, and another one, before ours is written.
+TEST_F(MappingChangesTest, AChangeWhileAMappingIsAddedIsSeenByTheNextOne) {
+  AddMapping("T", "i", "done", "A", "a", "s");
+  AddMapping("T", "i", "done", "B", "b", "s");
+  dictionary.on_setting = [&](const std::string& path) {
+    if (path == key + "/map2") dictionary.Delete((key + "/map0").c_str());
+  };
+  AddMapping("T", "i", "done", "C", "c", "s");
+  AddMapping("T", "i", "done", "D", "d", "s");
+  EXPECT_THAT(Children(key), ElementsAre("map1", "map2", "map0"));
+  EXPECT_EQ(Value(key + "/map0"), "D,d,s");
 }
 
 }  // namespace

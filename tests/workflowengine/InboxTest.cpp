@@ -1,0 +1,160 @@
+// Signals of threads that must not wait for the pump: they are mapped by the next owner of the engine's mutex, first of
+// all and in their order.
+#include <chrono>
+#include <future>
+#include <thread>
+
+#include "CoreObjects/MediatorLockDepth.h"
+#include "tests/support/TimeLimit.h"
+#include "tests/workflowengine/EngineStateFixture.h"
+
+namespace orv_test {
+namespace {
+
+using namespace OrvWorkFlow;
+using ::testing::ElementsAre;
+
+class InboxTest : public EngineStateTest {
+ protected:
+  InboxTest() {
+    for (const char* signal : {"one", "two", "three"}) AddMapping("T", "i", signal, "R", "r", signal);
+  }
+  ~InboxTest() override { engine.reset(); }
+
+  // On a thread that holds the mediator's lock, while another one has the engine's mutex.
+  void OutputToInbox(const char* signal) {
+    std::thread([&] {
+      ++MediatorLockDepth();
+      EXPECT_TRUE(Engine().OutputSignal("T", "i", signal));
+      --MediatorLockDepth();
+    }).join();
+  }
+  // Has `in_node` called in a node, on the pump's thread, and the pump stopped when that returns.
+  void StopAfter(const std::function<void()>& in_node) {
+    std::promise<void> done;
+    mediator.on_fire = [&](const std::string&, const std::string&, const std::string&) {
+      in_node();
+      mediator.on_fire = nullptr;
+      done.set_value();
+      while (!stopping) std::this_thread::yield();
+      std::this_thread::sleep_for(std::chrono::milliseconds(20));  // for the stop to be asked for
+    };
+    Engine().SetStartSignal("N", "n", "first");
+    ASSERT_TRUE(Engine().StartFlowing());
+    done.get_future().wait();
+    std::thread stop([&] {
+      stopping = true;
+      Engine().StopFlowing();
+    });
+    stop.join();
+    ASSERT_EQ(mediator.FiredCount(), 1U);
+  }
+  void FireAll(std::size_t count) {
+    ASSERT_TRUE(Engine().StartFlowing());
+    EXPECT_TRUE(mediator.WaitForFired(count));
+    EXPECT_TRUE(Engine().StopFlowing());
+  }
+
+  const TimeLimit limit{std::chrono::seconds(120)};
+  std::atomic<bool> stopping = false;
+};
+
+TEST_F(InboxTest, ComesBeforeASignalThatIsFiredLater) {
+  mediator.on_fire = [&](const std::string&, const std::string&, const std::string& signal) {
+    if (signal != "first") return;
+    OutputToInbox("one");
+    OutputToInbox("two");
+    EXPECT_TRUE(Engine().OutputSignal("T", "i", "three"));
+  };
+  Engine().SetStartSignal("N", "n", "first");
+  FireAll(4);
+  EXPECT_THAT(mediator.Fired(), ElementsAre("N,n,first", "R,r,one", "R,r,two", "R,r,three"));
+}
+
+TEST_F(InboxTest, ComesBeforeTheStartSignalOfAFlowThatIsAbsorbedLater) {
+  const WorkFlowFactory dictionaries(new CDictionaryObjectCreator);
+  Set("/Kept", "1");
+  const std::string kept = directory.file("kept.xml");
+  ASSERT_TRUE(dictionary.SaveFile(kept.c_str()));
+  Set("/WorkFlowEngine/WorkFlowName", "Sub");
+  Set("/WorkFlowEngine/Mappings/StartSignal/ReceiverTypeName", "S");
+  Set("/WorkFlowEngine/Mappings/StartSignal/ReceiverInstanceName", "s");
+  Set("/WorkFlowEngine/Mappings/StartSignal/IncomingSignalName", "begin");
+  ASSERT_TRUE(dictionary.SaveFile(flow.c_str()));
+  ASSERT_TRUE(dictionary.LoadFile(kept.c_str()));
+  mediator.on_fire = [&](const std::string&, const std::string&, const std::string& signal) {
+    if (signal != "first") return;
+    OutputToInbox("one");
+    EXPECT_TRUE(Engine().AbsorbFlow(flow.c_str(), true));
+  };
+  Engine().SetStartSignal("N", "n", "first");
+  FireAll(3);
+  EXPECT_THAT(mediator.Fired(), ElementsAre("N,n,first", "R,r,one", "S,s,begin"));
+}
+
+TEST_F(InboxTest, ComesBeforeTheStartSignalOfTheNextStart) {
+  StopAfter([&] { OutputToInbox("one"); });
+  Engine().SetStartSignal("N", "n", "again");
+  FireAll(3);
+  EXPECT_THAT(mediator.Fired(), ElementsAre("N,n,first", "R,r,one", "N,n,again"));
+}
+
+TEST_F(InboxTest, BelongsToTheQueueThatALoadReplaces) {
+  Set("/WorkFlowEngine/WorkFlowName", "Flow");
+  ASSERT_TRUE(dictionary.SaveFile(flow.c_str()));
+  StopAfter([&] { OutputToInbox("one"); });
+  EXPECT_EQ(State().waiting, 1U);
+  ASSERT_TRUE(Engine().LoadState(flow.c_str()));
+  EXPECT_EQ(State().waiting, 0U);
+  Engine().SetStartSignal("N", "n", "again");
+  FireAll(2);
+  EXPECT_THAT(mediator.Fired(), ElementsAre("N,n,first", "N,n,again"));
+}
+
+// The mappings that count are those of the moment at which the inbox is mapped: at a start, before its own entry.
+TEST_F(InboxTest, IsMappedByTheNextPassWithTheMappingsOfThen) {
+  mediator.on_fire = [&](const std::string&, const std::string&, const std::string& signal) {
+    if (signal != "first") return;
+    OutputToInbox("one");
+    AddMapping("T", "i", "one", "Late", "l", "one");
+  };
+  Engine().SetStartSignal("N", "n", "first");
+  FireAll(3);
+  EXPECT_THAT(mediator.Fired(), ElementsAre("N,n,first", "R,r,one", "Late,l,one"));
+}
+
+TEST_F(InboxTest, TakesFromManyThreadsAtOnce) {
+  constexpr int kThreads = 4;
+  constexpr int kEach = 500;
+  mediator.keep_record = false;
+  std::promise<void> in_node;
+  std::promise<void> leave_node;
+  std::future<void> may_leave = leave_node.get_future();
+  mediator.on_fire = [&](const std::string&, const std::string&, const std::string& signal) {
+    if (signal != "first") return;
+    in_node.set_value();
+    may_leave.wait();
+  };
+  Engine().SetStartSignal("N", "n", "first");
+  ASSERT_TRUE(Engine().StartFlowing());
+  in_node.get_future().wait();
+  const auto output = [&](int count) {
+    ++MediatorLockDepth();
+    for (int i = 0; i < count; ++i) EXPECT_TRUE(Engine().OutputSignal("T", "i", "one"));
+    --MediatorLockDepth();
+  };
+  std::vector<std::thread> threads;
+  for (int t = 0; t < kThreads; ++t) threads.emplace_back(output, kEach);
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(State().waiting, kThreads * kEach);
+  threads.clear();
+  leave_node.set_value();
+  for (int t = 0; t < kThreads; ++t) threads.emplace_back(output, kEach);  // while the inbox is emptied
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_TRUE(mediator.WaitForFired(1 + 2 * kThreads * kEach));
+  EXPECT_TRUE(Engine().StopFlowing());
+  EXPECT_EQ(mediator.FiredCount(), 1U + 2 * kThreads * kEach);
+}
+
+}  // namespace
+}  // namespace orv_test
