@@ -17,7 +17,9 @@ using ::testing::ElementsAre;
 class InboxTest : public EngineStateTest {
  protected:
   InboxTest() {
-    for (const char* signal : {"one", "two", "three"}) AddMapping("T", "i", signal, "R", "r", signal);
+    for (const std::string signal : {"one", "two", "three"}) {
+      Set(MapsKey("T", "i", signal) + "/map0", ("R,r," + signal).c_str());
+    }
   }
   ~InboxTest() override { engine.reset(); }
 
@@ -29,26 +31,6 @@ class InboxTest : public EngineStateTest {
       --MediatorLockDepth();
     }).join();
   }
-  // Has `in_node` called in a node, on the pump's thread, and the pump stopped when that returns.
-  void StopAfter(const std::function<void()>& in_node) {
-    std::promise<void> done;
-    mediator.on_fire = [&](const std::string&, const std::string&, const std::string&) {
-      in_node();
-      mediator.on_fire = nullptr;
-      done.set_value();
-      while (!stopping) std::this_thread::yield();
-      std::this_thread::sleep_for(std::chrono::milliseconds(20));  // for the stop to be asked for
-    };
-    Engine().SetStartSignal("N", "n", "first");
-    ASSERT_TRUE(Engine().StartFlowing());
-    done.get_future().wait();
-    std::thread stop([&] {
-      stopping = true;
-      Engine().StopFlowing();
-    });
-    stop.join();
-    ASSERT_EQ(mediator.FiredCount(), 1U);
-  }
   void FireAll(std::size_t count) {
     ASSERT_TRUE(Engine().StartFlowing());
     EXPECT_TRUE(mediator.WaitForFired(count));
@@ -56,7 +38,6 @@ class InboxTest : public EngineStateTest {
   }
 
   const TimeLimit limit{std::chrono::seconds(120)};
-  std::atomic<bool> stopping = false;
 };
 
 TEST_F(InboxTest, ComesBeforeASignalThatIsFiredLater) {
@@ -92,22 +73,45 @@ TEST_F(InboxTest, ComesBeforeTheStartSignalOfAFlowThatIsAbsorbedLater) {
   EXPECT_THAT(mediator.Fired(), ElementsAre("N,n,first", "R,r,one", "S,s,begin"));
 }
 
-TEST_F(InboxTest, ComesBeforeTheStartSignalOfTheNextStart) {
-  StopAfter([&] { OutputToInbox("one"); });
+// The pump runs on the test's thread, and is stopped while a signal of its last node is in the inbox.
+class StoppedInboxTest : public InboxTest {
+ protected:
+  ~StoppedInboxTest() override { engine.reset(); }  // before the primitives that it uses
+
+  void RunAndStop() {
+    mediator.on_fire = [&](const std::string&, const std::string&, const std::string& signal) {
+      if (signal == "first") OutputToInbox("one");
+      if (signal != "one") Engine().StopFlowing();
+    };
+    thread.on_wait = [&] { return Engine().StopFlowing(); };
+    ASSERT_TRUE(Engine().StartFlowing());
+    thread.Run();
+  }
+
+  FakeThread thread;
+  FakeEvent event;
+  PrimitiveGuard guard{&thread, &event};
+};
+
+TEST_F(StoppedInboxTest, ComesBeforeTheStartSignalOfTheNextStart) {
+  Engine().SetStartSignal("N", "n", "first");
+  RunAndStop();
+  EXPECT_EQ(State().waiting, 1U);
   Engine().SetStartSignal("N", "n", "again");
-  FireAll(3);
+  RunAndStop();
   EXPECT_THAT(mediator.Fired(), ElementsAre("N,n,first", "R,r,one", "N,n,again"));
 }
 
-TEST_F(InboxTest, BelongsToTheQueueThatALoadReplaces) {
+TEST_F(StoppedInboxTest, BelongsToTheQueueThatALoadReplaces) {
   Set("/WorkFlowEngine/WorkFlowName", "Flow");
   ASSERT_TRUE(dictionary.SaveFile(flow.c_str()));
-  StopAfter([&] { OutputToInbox("one"); });
+  Engine().SetStartSignal("N", "n", "first");
+  RunAndStop();
   EXPECT_EQ(State().waiting, 1U);
   ASSERT_TRUE(Engine().LoadState(flow.c_str()));
   EXPECT_EQ(State().waiting, 0U);
   Engine().SetStartSignal("N", "n", "again");
-  FireAll(2);
+  RunAndStop();
   EXPECT_THAT(mediator.Fired(), ElementsAre("N,n,first", "N,n,again"));
 }
 
