@@ -82,15 +82,5 @@ TEST(KeyWipingTest, EngineAndMediatorWipeTheirCopies) {
             0);
 }
 
-// The key of a workflow's nodes stands in its dictionary, in the open; the mediator's copies of it are another matter.
-TEST(KeyWipingTest, TheMediatorWipesTheKeysOfItsNodes) {
-  Workbench bench(Host::kNone, Log::kNone);
-  bench.AddNode("Actor", "A", "GoodPlugin");
-  bench.dictionary().SetValue("/WorkFlowEngine/Directories/Flow/ObfuscationKey", kKey);
-  EXPECT_TRUE(bench.LoadNodes());
-  EXPECT_EQ(BlocksWithKey([&] { bench.mediator().LoadWorkNodesNow(true); }), 0);
-  EXPECT_EQ(bench.statistics().nodes, 1U);
-}
-
 }  // namespace
 }  // namespace orv_test
