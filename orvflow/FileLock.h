@@ -24,13 +24,18 @@ class FileLock {
   Outcome outcome() const { return outcome_; }
   // The number of the process that has it, when it is in use; "" when it cannot be told.
   const std::string& owner() const { return owner_; }
+  // The system's reason when it is impossible.
+  const std::string& reason() const { return reason_; }
 
  private:
   struct System;  // What the platform keeps.
 
+  void Fail();  // With the system's last error.
+
   std::unique_ptr<System> system_;
   Outcome outcome_ = Outcome::Impossible;
   std::string owner_;
+  std::string reason_;
 };
 
 }  // namespace OrvWorkFlow::Program

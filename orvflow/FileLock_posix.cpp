@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <system_error>
 
 namespace OrvWorkFlow::Program {
 
@@ -29,7 +30,8 @@ struct FileLock::System {
   std::string Read() const {
     char text[32];
     const ssize_t length = pread(file, text, sizeof text, 0);
-    return length > 0 ? std::string(text, static_cast<std::size_t>(length)) : std::string();
+    std::string owner(text, length > 0 ? static_cast<std::size_t>(length) : 0);
+    return owner.find_first_not_of("0123456789") == std::string::npos ? owner : std::string();
   }
   bool Write(const std::string& text) const {
     return ftruncate(file, 0) == 0 && pwrite(file, text.data(), text.size(), 0) == static_cast<ssize_t>(text.size());
@@ -41,19 +43,35 @@ struct FileLock::System {
 
 FileLock::FileLock(const std::string& file) : system_(std::make_unique<System>(file)) {
   for (;;) {
-    system_->file = open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0666);
-    if (system_->file < 0) return;
+    system_->file = open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600);
+    if (system_->file < 0) {
+      Fail();
+      return;
+    }
     if (flock(system_->file, LOCK_EX | LOCK_NB) != 0) {
-      if (errno != EWOULDBLOCK) return;
-      outcome_ = Outcome::InUse;
-      owner_ = system_->Read();
+      if (errno == EINTR) {
+        system_->Close();
+        continue;
+      }
+      if (errno == EWOULDBLOCK) {
+        outcome_ = Outcome::InUse;
+        owner_ = system_->Read();
+      } else {
+        Fail();
+      }
       return;
     }
     if (system_->IsCurrent()) break;
     system_->Close();
   }
-  if (system_->Write(std::to_string(getpid()))) outcome_ = Outcome::Held;
+  if (system_->Write(std::to_string(getpid()))) {
+    outcome_ = Outcome::Held;
+  } else {
+    Fail();
+  }
 }
+
+void FileLock::Fail() { reason_ = std::generic_category().message(errno); }
 
 FileLock::~FileLock() {
   if (outcome_ == Outcome::Held) unlink(system_->path.c_str());

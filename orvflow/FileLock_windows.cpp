@@ -5,6 +5,8 @@
 #define NOGDI
 #include <windows.h>
 
+#include <system_error>
+
 #include "orvflow/FileLock.h"
 
 namespace OrvWorkFlow::Program {
@@ -21,7 +23,8 @@ std::string ReadOwner(const std::string& path) {
   DWORD length = 0;
   if (ReadFile(file, text, sizeof text, &length, nullptr) == 0) length = 0;
   CloseHandle(file);
-  return std::string(text, length);
+  std::string owner(text, length);
+  return owner.find_first_not_of("0123456789") == std::string::npos ? owner : std::string();
 }
 
 }  // namespace
@@ -44,16 +47,25 @@ FileLock::FileLock(const std::string& file)
                                                    FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr, CREATE_ALWAYS,
                                                    FILE_ATTRIBUTE_NORMAL | FILE_FLAG_DELETE_ON_CLOSE, nullptr))) {
   if (system_->file == INVALID_HANDLE_VALUE) {
-    if (GetLastError() != ERROR_SHARING_VIOLATION) return;
-    outcome_ = Outcome::InUse;
-    owner_ = ReadOwner(file);
+    if (GetLastError() == ERROR_SHARING_VIOLATION) {
+      outcome_ = Outcome::InUse;
+      owner_ = ReadOwner(file);
+    } else {
+      Fail();
+    }
     return;
   }
   const std::string owner = std::to_string(GetCurrentProcessId());
   DWORD written = 0;
   const BOOL done = WriteFile(system_->file, owner.data(), static_cast<DWORD>(owner.size()), &written, nullptr);
-  if (done != 0 && written == owner.size()) outcome_ = Outcome::Held;
+  if (done != 0 && written == owner.size()) {
+    outcome_ = Outcome::Held;
+  } else {
+    Fail();
+  }
 }
+
+void FileLock::Fail() { reason_ = std::system_category().message(static_cast<int>(GetLastError())); }
 
 FileLock::~FileLock() = default;
 

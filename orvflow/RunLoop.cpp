@@ -188,7 +188,8 @@ bool RunLoop::StopAndSave() {
   if (!StopBetweenSignals()) return false;
   if (stuck_) stuck_->Set(std::nullopt);  // All nodes have returned.
   if (limits_.before_save && !limits_.before_save()) return false;
-  if (!engine_.SaveState(limits_.state_file.c_str())) return false;
+  const bool saved = limits_.save ? limits_.save(engine_) : engine_.SaveState(limits_.state_file.c_str());
+  if (!saved) return false;
   if (limits_.after_save) limits_.after_save();
   return true;
 }

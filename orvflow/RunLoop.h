@@ -52,6 +52,8 @@ struct RunLimits {
   // Where the state is saved at an end other than by failure; "" for nowhere: then no node may ask for a restart. The
   // file is replaced as a whole or not at all.
   std::string state_file;
+  // How it is saved there, in place of the engine's SaveState; true when it is.
+  std::function<bool(IWorkFlowEngine& engine)> save;
   // When the state is saved between two signals too. The workflow stands still meanwhile, at least the 200 ms of every
   // stop. Nothing is saved when nothing has changed.
   CheckpointPlan::Setting checkpoint;

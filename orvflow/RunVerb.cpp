@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <new>
 #include <optional>
 #include <vector>
 
@@ -23,7 +24,7 @@
 #include "orvflow/Tracing.h"
 #include "orvflow/Verb.h"
 #include "orvflow/WorkflowHost.h"
-#include "orvflow/WriteDirectories.h"
+#include "orvflow/WriteDirectory.h"
 
 namespace OrvWorkFlow::Program {
 
@@ -84,6 +85,8 @@ class RunVerb final : public Verb {
   void PlanContinuation(Plan& plan, const WorkflowHost& host, IDictionary& dictionary, const StateFile& state) const;
   void PlanAbsorbs(Plan& plan, const WorkflowHost& host, IDictionary& dictionary) const;
   void BeginAnew(const StateFile& state) const;
+  void SayThatNoStateIsKept(const StateFile& state) const;
+  void KeepFiles(WorkflowHost& host, const Plan& plan, const StateFile& state) const;
   void Load(WorkflowHost& host, const Plan& plan) const;
   WorkflowHost::Limits MakeLimits(const StateFile& state, Tracing& tracing) const;
   ExitCode Report(const WorkflowHost::Result& result, const WorkflowHost& host, const StateFile& state,
@@ -168,33 +171,44 @@ ExitCode RunVerb::Execute() {
     throw ProgramError(ExitCode::PluginBroken, error.what());
   }
   if (key) host->UseKey(key->key());
+  SetActivity("while the flow and its state were read");
   const StateFile state(flow_, state_file_);
   const Plan plan = MakePlan(*host, state);
   tracing.emplace(TraceCategory(), log_file_);
   if (tracing->logger() != nullptr) host->UseLogger(*tracing->logger());
+  SayThatNoStateIsKept(state);
   if (fresh_) BeginAnew(state);
   if (retry_) RetryKeptSignals(*host, state, plan.name);
   if (update_ && plan.continued) UpdateSavedState(*host, state, plan.name, plan.flow);
   std::optional<RunRecords> records(std::in_place, *host, state, flow_);
+  SetActivity("while the workflow was loaded");
+  KeepFiles(*host, plan, state);
   const Clock::time_point load_start = Clock::now();
   Load(*host, plan);
   const Clock::duration load_time = Clock::now() - load_start;
-  if (plan.continued) std::printf("%s: continues from %s\n", plan.name.c_str(), state.shown_name().c_str());
+  WriteDirectory write_directory(*host, plan.flow);
+  if (!plan.continued) write_directory.BeginAnew();
+  if (plan.continued) {
+    std::printf("%s: continues from %s\n", Visible(plan.name).c_str(), Visible(state.shown_name()).c_str());
+  }
   std::fflush(stdout);
   WorkflowHost::Limits limits = MakeLimits(state, *tracing);
   limits.time_limit = time_limit;
   limits.checkpoint.expected_cost = load_time;
   records->AddTo(limits);
+  SetActivity("while the workflow ran");
   const WorkflowHost::Result result = RunUntilStopped(*host, limits, flow_);
+  SetActivity("at the end of the run");
+  if (result.end == WorkflowHost::End::Idle) write_directory.EndRun();
 
   const ISignalMediator::Statistics statistics = host->GetStatistics();
   const unsigned failures = std::max<unsigned>(statistics.failures, boxes.count());
   const ExitCode code = Report(result, *host, state, *records, failures);
   records.reset();
   host.reset();
-  std::printf("%s: %s delivered, %s made, %s, %s\n", plan.name.c_str(), Count(statistics.finished, "signal").c_str(),
-              Count(statistics.nodes, "node").c_str(), Count(failures, "failure").c_str(),
-              Seconds(Clock::now() - start).c_str());
+  std::printf("%s: %s delivered, %s made, %s, %s\n", Visible(plan.name).c_str(),
+              Count(statistics.finished, "signal").c_str(), Count(statistics.nodes, "node").c_str(),
+              Count(failures, "failure").c_str(), Seconds(Clock::now() - start).c_str());
   std::fflush(stdout);
   if (!tracing->Flush()) throw ProgramError(ExitCode::Failed, "the log is not complete; is the disk full?");
   return code;
@@ -237,7 +251,7 @@ RunVerb::Plan RunVerb::MakePlan(const WorkflowHost& host, const StateFile& state
   plan.settings = Settings();
   const WorkflowHost::OwnedDictionary dictionary = host.MakeDictionary();
   ReadFlow(*dictionary, plan.flow, flow_);
-  plan.checksum = ChecksumOfFile(plan.flow);
+  plan.checksum = ChecksumOfFile(plan.flow, flow_);
   plan.name = TextAt(*dictionary, WorkflowSchema::kWorkFlowName);
   plan.continued = !fresh_ && state.Exists();
   if (plan.continued) PlanContinuation(plan, host, *dictionary, state);
@@ -248,13 +262,8 @@ RunVerb::Plan RunVerb::MakePlan(const WorkflowHost& host, const StateFile& state
   if (plan.name.empty()) plan.name = flow_;
   if (!state.CanBeWritten() &&
       (ParseCheckpoint().kind == CheckpointPlan::Kind::Fixed || !state_file_.empty() || plan.continued)) {
-    throw FileError(ExitCode::Failed, state.shown_name(), "", "the state cannot be saved there; check the folder");
-  }
-  const std::string emptied = WriteDirectoryOver(*dictionary, plan.flow, state.path());
-  if (state.CanBeWritten() && !emptied.empty()) {
     throw FileError(ExitCode::Failed, state.shown_name(), "",
-                    "the state would lie in the workflow's write directory " + emptied +
-                        ", which is emptied when a killed run is continued; choose another place with --state");
+                    "the state cannot be saved there: " + state.why_not_written() + "; check the folder");
   }
   return plan;
 }
@@ -296,8 +305,29 @@ void RunVerb::PlanAbsorbs(Plan& plan, const WorkflowHost& host, IDictionary& dic
 }
 
 void RunVerb::BeginAnew(const StateFile& state) const {
-  if (!state.Remove()) throw FileError(ExitCode::Failed, state.shown_name(), "", "cannot be removed");
+  const std::string why = state.Remove();
+  if (!why.empty()) throw FileError(ExitCode::Failed, state.shown_name(), "", "cannot be removed: " + why);
   ForgetDeaths(state);
+}
+
+void RunVerb::SayThatNoStateIsKept(const StateFile& state) const {
+  if (state.CanBeWritten()) return;
+  PrintErrorLine(state.shown_name() + ": no state can be kept there: " + state.why_not_written() +
+                 "; a run that is stopped begins anew (--state names another place)");
+}
+
+// Nothing that the run needs is taken for what its nodes have written; nor is anything deleted but by this program.
+void RunVerb::KeepFiles(WorkflowHost& host, const Plan& plan, const StateFile& state) const {
+  host.engine().KeepTemporaryData(true);
+  std::vector<std::string> files = plan.absorbs;
+  files.insert(files.end(), {plan.flow, state.path()});
+  for (const std::string& name : {key_file_, log_file_}) {
+    if (!name.empty()) files.push_back(MakeAbsolutePath(name));
+  }
+  for (const std::string& directory : plugin_directories_) files.push_back(MakeAbsolutePath(directory));
+  for (const std::string& file : files) {
+    if (!host.mediator().KeepFromDeletion(file.c_str())) throw std::bad_alloc();
+  }
 }
 
 void RunVerb::Load(WorkflowHost& host, const Plan& plan) const {
@@ -332,6 +362,9 @@ WorkflowHost::Limits RunVerb::MakeLimits(const StateFile& state, Tracing& tracin
     std::_Exit(static_cast<int>(ExitCode::Failed));
   };
   if (state.CanBeWritten()) limits.state_file = state.path();
+  limits.save = [&state](IWorkFlowEngine& engine) {
+    return state.Save([&engine](const char* file) { return engine.SaveState(file); });
+  };
   limits.checkpoint = ParseCheckpoint();
   limits.checkpoint_failed = [&state] {
     PrintErrorLine(state.shown_name() +
@@ -378,8 +411,9 @@ ExitCode RunVerb::ReportFinished(const WorkflowHost::Result& result, const State
     PrintErrorLine(state.shown_name() + ": the signals that failed cannot be saved; the file stays as it was, if any");
     return ExitCode::Failed;
   }
-  if (state.CanBeWritten() && !state.Remove()) {
-    PrintErrorLine(state.shown_name() + ": the workflow has finished, but its saved state cannot be removed");
+  const std::string why = state.CanBeWritten() ? state.Remove() : "";
+  if (!why.empty()) {
+    PrintErrorLine(state.shown_name() + ": the workflow has finished, but its saved state cannot be removed: " + why);
     return ExitCode::Failed;
   }
   return failures == 0 ? ExitCode::Done : ExitCode::Failed;

@@ -1,8 +1,66 @@
 #include "orvflow/Terminal.h"
 
+#include <atomic>
+#include <cstdint>
 #include <cstdio>
 
 namespace OrvWorkFlow::Program {
+
+namespace {
+
+std::atomic<const char*> activity = "at the start";
+
+constexpr char32_t kNone = 0xFFFFFFFF;
+
+// The character that begins there and its length in bytes; kNone for what is no UTF-8.
+char32_t CharacterAt(std::string_view text, std::size_t& length) {
+  const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(i < text.size() ? text[i] : 0); };
+  length = 1;
+  if (byte(0) < 0x80) return byte(0);
+  const std::size_t count = byte(0) >= 0xF0 ? 4 : byte(0) >= 0xE0 ? 3 : 2;
+  if (byte(0) < 0xC2 || byte(0) > 0xF4) return kNone;
+  char32_t character = byte(0) & (0xFFu >> (count + 1));
+  for (std::size_t i = 1; i < count; ++i) {
+    if ((byte(i) & 0xC0) != 0x80) return kNone;
+    character = character << 6 | (byte(i) & 0x3Fu);
+  }
+  static constexpr char32_t kLeast[] = {0, 0, 0x80, 0x800, 0x10000};
+  const bool is_surrogate = character >= 0xD800 && character <= 0xDFFF;
+  if (character < kLeast[count] || character > 0x10FFFF || is_surrogate) return kNone;
+  length = count;
+  return character;
+}
+
+// Control characters, and those that change the direction of what follows.
+bool IsHarmless(char32_t character) {
+  const bool is_control = character < 0x20 || (character >= 0x7F && character < 0xA0);
+  const bool turns = character == 0x200E || character == 0x200F || (character >= 0x2028 && character <= 0x202E) ||
+                     (character >= 0x2066 && character <= 0x2069);
+  return !is_control && !turns;
+}
+
+void AppendHex(std::string& text, char32_t value, int digits) {
+  for (int shift = 4 * (digits - 1); shift >= 0; shift -= 4) text.push_back("0123456789abcdef"[(value >> shift) & 0xF]);
+}
+
+}  // namespace
+
+std::string Visible(std::string_view text) {
+  std::string visible;
+  for (std::size_t length = 0; !text.empty(); text.remove_prefix(length)) {
+    const char32_t character = CharacterAt(text, length);
+    if (character == kNone || (character < 0xA0 && !IsHarmless(character))) {
+      visible += "\\x";
+      AppendHex(visible, character == kNone ? static_cast<unsigned char>(text[0]) : character, 2);
+    } else if (!IsHarmless(character)) {
+      visible += "\\u";
+      AppendHex(visible, character, 4);
+    } else {
+      visible += text.substr(0, length);
+    }
+  }
+  return visible;
+}
 
 ProgramError FileError(ExitCode code, std::string_view file, std::string_view dictionary_path, std::string_view text) {
   std::string line(file);
@@ -12,7 +70,7 @@ ProgramError FileError(ExitCode code, std::string_view file, std::string_view di
 }
 
 void PrintErrorLine(std::string_view line) {
-  std::string text = "orvflow: ";
+  std::string text;
   bool break_pending = false;
   for (const char character : line) {
     if (character == '\r' || character == '\n') {
@@ -23,8 +81,17 @@ void PrintErrorLine(std::string_view line) {
     break_pending = false;
     text.push_back(character);
   }
-  text.push_back('\n');
+  text = "orvflow: " + Visible(text) + "\n";
   std::fwrite(text.data(), 1, text.size(), stderr);  // One call, so that lines of several threads stay whole.
+  std::fflush(stderr);
+}
+
+void SetActivity(const char* words) { activity = words; }
+
+void PrintOutOfMemory() {
+  for (const char* part : {"orvflow: out of memory ", activity.load(), "; what was saved before is whole\n"}) {
+    std::fputs(part, stderr);
+  }
   std::fflush(stderr);
 }
 

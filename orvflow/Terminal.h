@@ -13,7 +13,7 @@ enum class ExitCode : int {
   Failed = 1,             // also: not found, and a run that took too long
   Usage = 2,              // the command line
   PluginBroken = 4,       // a plug-in library is missing, cannot be loaded or lacks a type
-  DictionaryDamaged = 5,  // a file is no dictionary, no workflow or no state, or another process uses the state
+  DictionaryDamaged = 5,  // a file is no dictionary, no workflow or no state
   Resumable = 6,          // stopped, with the state saved
   InUse = 7,              // another process has the file
   Interrupted = 130,      // Ctrl-C
@@ -33,7 +33,17 @@ class ProgramError : public std::runtime_error {
 // An error in a file, at a path of the dictionary in it; an empty path is left out.
 ProgramError FileError(ExitCode code, std::string_view file, std::string_view dictionary_path, std::string_view text);
 
-// Writes "orvflow: LINE" to standard error. Line breaks within become blanks. Any thread.
+// The text as a terminal may show it: what would move the cursor, colour, hide or turn text stands as "\x1b", "\u202e";
+// so do bytes that are no UTF-8. All other text is as it was.
+std::string Visible(std::string_view text);
+
+// Writes "orvflow: LINE" to standard error. Line breaks within become blanks; what else is no text for a terminal is
+// shown as Visible does. Any thread.
 void PrintErrorLine(std::string_view line);
+
+// What the program is about, for PrintOutOfMemory: "while ..." A literal.
+void SetActivity(const char* words);
+// Says that memory ran out and in which activity, without asking for memory. Any thread.
+void PrintOutOfMemory();
 
 }  // namespace OrvWorkFlow::Program

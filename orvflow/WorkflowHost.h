@@ -39,6 +39,7 @@ class WorkflowHost {
   // The workflow's dictionary.
   IDictionary& dictionary() const { return *dictionary_; }
   IWorkFlowEngine& engine() const { return *engine_; }
+  ISignalMediator& mediator() const { return *mediator_; }
 
   // The key of enciphered dictionaries: for those that are made later and for the workflow's own, state and all. Not
   // owned; outlives the host.

@@ -1,5 +1,6 @@
 // The program `orvflow`.
 #include <exception>
+#include <new>
 #include <string>
 #include <utility>
 #include <vector>
@@ -26,6 +27,9 @@ ExitCode Execute(int argument_count, char** arguments) {
   } catch (const ProgramError& error) {
     PrintErrorLine(error.what());
     return error.code();
+  } catch (const std::bad_alloc&) {
+    PrintOutOfMemory();
+    return ExitCode::Failed;
   } catch (const std::exception& error) {
     PrintErrorLine(error.what());
     return ExitCode::Failed;

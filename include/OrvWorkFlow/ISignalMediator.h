@@ -31,7 +31,8 @@ class ISignalMediator : public IBaseWorkFlowObject {
   // Fires the recorded reboot signals in order and forgets them. Always true.
   virtual bool FireRebootSignals() = 0;
 
-  // Deletes the write directory of every workflow in the global dictionary. False without a global dictionary.
+  // Deletes the write directory of every workflow in the global dictionary, as DeleteWriteDirectory does. False without
+  // a global dictionary.
   virtual bool DeleteTemporaryData() = 0;
 
   // Write definitions into the global dictionary. False when a box was shown.
@@ -76,6 +77,17 @@ class ISignalMediator : public IBaseWorkFlowObject {
   // Shows `report` the deliveries at work, then the nodes. Never waits for a node that works; any thread. Deliveries
   // that began without an observer are not known.
   virtual bool Report(IRunReport* report) = 0;
+
+  // From now on no write directory is deleted that is, or holds, what this path leads to: the workflow's file, its
+  // saved state. The engine names the files that it loads. The path is a workflow path or a platform path and need not
+  // exist. False for null, "" and without memory.
+  virtual bool KeepFromDeletion(const char* path) = 0;
+
+  // Deletes a directory with all that is in it; links in it are removed, never followed. Refused, with the reason as
+  // the last error, is one that is or holds a root, a location such as $TEMP, drive "C:", the user's home, the current
+  // folder, or what KeepFromDeletion names, however either is spelled and whatever links lead there. True for a
+  // directory that does not exist. A failure may leave a part of it.
+  virtual bool DeleteWriteDirectory(const char* directory) = 0;
 
  protected:
   ~ISignalMediator() = default;

@@ -100,6 +100,12 @@ class IWorkFlowEngine : public IBaseWorkFlowObject {
   // that can be looked at any time.
   virtual bool ReportQueue(IRunReport* report, std::uint32_t most) = 0;
 
+  // For a host that continues a run, or decides itself what a run that was cut off has left: with `keep` LoadState
+  // deletes nothing when it finds the marker of such a run, which stays. Without, as it is at first, LoadState then has
+  // the mediator delete the write directories; one beside the workflow's own file ("$Flow/out") is not known at that
+  // moment and stays. True.
+  virtual bool KeepTemporaryData(bool keep) = 0;
+
  protected:
   ~IWorkFlowEngine() = default;
 };

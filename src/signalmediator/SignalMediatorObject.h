@@ -73,6 +73,9 @@ class CSignalMediator final : public BaseObject<CSignalMediator, ISignalMediator
   bool SetRunObserver(IRunObserver* observer) override;
   bool Report(IRunReport* report) override;
 
+  bool KeepFromDeletion(const char* path) override;
+  bool DeleteWriteDirectory(const char* directory) override;
+
   // The faces for the nodes and for the host's GUI thread.
   bool Signal(IWorkNode* node, const char* signal_name) override;
   void DeliverInputSignal(InputSignalMessage* message) override;
@@ -139,6 +142,9 @@ class CSignalMediator final : public BaseObject<CSignalMediator, ISignalMediator
   void SaveUtilityObject(IBaseWorkFlowObject& object);
   void LoadRebootSignals();
 
+  // TemporaryDataOperations.cpp
+  std::string DeleteUnlessKept(IFileSystemA& file_system, const std::string& directory);
+
   // Absorbing.cpp
   bool AbsorbUtilityObjects(IDictionary& absorbed) ORV_REQUIRES(access_lock_);
   void AbsorbGlobalUtilityObject(IDictionary& absorbed, IDictionary& global, const std::string& name)
@@ -171,6 +177,9 @@ class CSignalMediator final : public BaseObject<CSignalMediator, ISignalMediator
 
   std::mutex key_mutex_;
   SecretText encryption_key_;
+
+  std::mutex kept_mutex_;  // leaf
+  std::vector<std::string> kept_paths_;
 };
 
 using CSignalMediatorObjectCreator = ObjectCreator<CSignalMediator, ObjectNames::kSignalMediator>;

@@ -9,7 +9,6 @@
 #include "signalmediator/MediatorBox.h"
 #include "signalmediator/Messages.h"
 #include "signalmediator/SignalMediatorObject.h"
-#include "signalmediator/TemporaryData.h"
 
 namespace OrvWorkFlow {
 
@@ -121,24 +120,6 @@ bool CSignalMediator::FireRebootSignals() {
   } catch (...) {  // Without memory for the walk the records stay.
   }
   return true;
-}
-
-bool CSignalMediator::DeleteTemporaryData() {
-  try {
-    IDictionary* dictionary = GlobalDictionary(MediatorOperations::kDeleteTemporaryData);
-    if (dictionary == nullptr) return false;
-    const AccessLock::Hold hold(access_lock_);
-    IFileSystemA* file_system = file_system_.Get(utility_store());
-    if (file_system == nullptr) return true;
-    const std::string parent = std::string(WorkflowSchema::kDirectories) + "/";
-    for (const std::string& name : EntryNames(*dictionary, WorkflowSchema::kDirectories)) {
-      const std::string directory = EntryText(*dictionary, parent + name + WorkflowSchema::kWriteDir);
-      if (MayBeDeleted(*file_system, directory)) file_system->DeleteDirectory(directory.c_str());
-    }
-    return true;
-  } catch (...) {
-    return false;
-  }
 }
 
 bool CSignalMediator::DeleteAllUtilityObjectsAndWorknodesFromMemory() {

@@ -1,9 +1,11 @@
 #include "signalmediator/TemporaryData.h"
 
+#include <algorithm>
 #include <string_view>
 #include <vector>
 
 #include "CoreObjects/Marshalled.h"
+#include "platform/Places.h"
 
 namespace OrvWorkFlow {
 namespace {
@@ -44,18 +46,51 @@ std::string PlatformPath(IFileSystemA& file_system, const std::string& path) {
   return platform_path;
 }
 
+bool IsDrive(const std::vector<std::string>& components) {
+  return components.size() == 1 && components[0].back() == ':';
+}
+
+// What a directory must not take along.
+struct Kept {
+  std::string name;  // as a user knows it
+  std::string path;  // a platform path
+};
+
+std::vector<Kept> EverythingKept(IFileSystemA& file_system, const std::vector<std::string>& paths) {
+  std::vector<Kept> everything;
+  for (const char* location : kLocations) everything.push_back({location, PlatformPath(file_system, location)});
+  everything.push_back({"drive C:", "C:\\"});
+  everything.push_back({"the home folder", HomeDirectory()});
+  everything.push_back({"the current folder", "."});
+  for (const std::string& path : paths) everything.push_back({path, PlatformPath(file_system, path)});
+  return everything;
+}
+
 }  // namespace
 
-bool MayBeDeleted(IFileSystemA& file_system, const std::string& directory) {
+std::string WhyNotDeleted(IFileSystemA& file_system, const std::string& directory,
+                          const std::vector<std::string>& kept) {
   const std::vector<std::string> written = Components(directory);
-  if (written.empty() || (written.size() == 1 && (written[0].front() == '$' || written[0].back() == ':'))) return false;
-  const std::vector<std::string> target = Components(PlatformPath(file_system, directory));
-  if (target.empty() || (target.size() == 1 && target[0].back() == ':')) return false;
-  for (const char* location : kLocations) {
-    const std::vector<std::string> place = Components(PlatformPath(file_system, location));
-    if (!place.empty() && IsSameOrInside(place, target)) return false;
+  if (written.empty() || IsDrive(written)) return "it is a root";
+  if (written.size() == 1 && written[0].front() == '$') return "it is a location's or a workflow's own folder";
+  const std::string path = PlatformPath(file_system, directory);
+  const std::vector<std::string> target = Components(path);
+  if (target.empty()) return "its place is not known";
+  if (IsDrive(target) || LeadsToRoot(path)) return "it is a root";
+  for (const Kept& one : EverythingKept(file_system, kept)) {
+    const std::vector<std::string> place = Components(one.path);
+    if (place.empty() && one.path != ".") continue;
+    if (!place.empty() && IsSameOrInside(place, target)) return "it is or holds " + one.name;
+    switch (RelateToPlace(path, one.path)) {
+      case PlaceRelation::Apart:
+        break;
+      case PlaceRelation::Holds:
+        return "it is or holds " + one.name;
+      case PlaceRelation::Unknown:
+        return "the system does not say whether it holds " + one.name;
+    }
   }
-  return true;
+  return {};
 }
 
 }  // namespace OrvWorkFlow

@@ -65,6 +65,8 @@ class CWorkFlowEngine final : public BaseObject<CWorkFlowEngine, IWorkFlowEngine
   bool SetHandOverLimit(std::uint32_t limit) override;
   bool ReportQueue(IRunReport* report, std::uint32_t most) override;
 
+  bool KeepTemporaryData(bool keep) override;
+
  private:
   Collaborators& Others() noexcept { return core_->Others(); }
 
@@ -92,6 +94,8 @@ class CWorkFlowEngine final : public BaseObject<CWorkFlowEngine, IWorkFlowEngine
   AbsorbTurns absorb_turns_;
   RecursiveMutex absorb_tree_mutex_;  // before the dictionary's; a listener of the dictionary may absorb
   std::mutex definition_mutex_;       // held while a workflow file is read; before the dictionary's
+
+  std::atomic<bool> keeps_temporary_data_ = false;
 
   std::mutex texts_mutex_;  // leaf
   StartSignal start_signal_;

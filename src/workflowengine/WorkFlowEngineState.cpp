@@ -50,6 +50,7 @@ bool CWorkFlowEngine::LoadState(const char* path) {
 bool CWorkFlowEngine::Load(IDictionary& dictionary, const std::string& path) {
   if (!Others().GiveKey(dictionary)) return Fail(EngineErrors::kKeyLost);
   if (!dictionary.LoadFile(path.c_str())) return false;
+  if (ISignalMediator* mediator = Others().Mediator()) mediator->KeepFromDeletion(path.c_str());
 
   const std::string name = ReadString(dictionary, WorkflowSchema::kWorkFlowName);
   TakeWriteDirectory(ReadWriteDirectory(dictionary, name));
@@ -78,14 +79,19 @@ bool CWorkFlowEngine::Load(IDictionary& dictionary, const std::string& path) {
   return true;
 }
 
-// A marker means that the last run was cut off: what it left in the write directories is worthless. After a clean run
-// the host application gets its state back.
+bool CWorkFlowEngine::KeepTemporaryData(bool keep) {
+  keeps_temporary_data_.store(keep);
+  return true;
+}
+
+// A marker means that the last run was cut off: what it left in the write directories is worthless, unless the host
+// continues that run. After a clean run the host application gets its state back.
 void CWorkFlowEngine::AfterLastRun() {
   IFileSystemA* file_system = Others().FileSystem();
   const std::string marker = InWriteDirectory(kMarkerFile);
   if (file_system == nullptr || marker.empty()) return;
   if (file_system->FileExists(marker.c_str())) {
-    DeleteTemporaryData();
+    if (!keeps_temporary_data_.load()) DeleteTemporaryData();
     return;
   }
   const std::string host_state = InWriteDirectory(kHostStateFile);

@@ -86,6 +86,8 @@ class FakeEngine final : public OrvWorkFlow::ObjectProtocol<FakeEngine, OrvWorkF
   bool SetHandOverLimit(std::uint32_t) override { return false; }
   bool ReportQueue(OrvWorkFlow::IRunReport*, std::uint32_t) override { return false; }
 
+  bool KeepTemporaryData(bool) override { return false; }
+
  private:
   mutable std::mutex mutex_;
   std::vector<std::string> signals_;

@@ -178,7 +178,8 @@ TEST(SlotOrderTest, SignalMediator) {
   SlotList() (&I::FireInputSignal) (&I::ForwardOutputSignal) (&I::StopAllWorkNodes) (&I::FireRebootSignals) (
       &I::DeleteTemporaryData) (&I::AddLocalUtilityObject) (&I::AddGlobalUtilityObject) (&I::AddWorkNode) (
       &I::AddWorkNodeInstance) (&I::DeleteAllUtilityObjectsAndWorknodesFromMemory) (&I::LoadWorkNodesNow) (&I::Absorb) (
-      &I::GetInstantiatedWorknodesThatCallAbsorb)(&I::GetStatistics)
+      &I::GetInstantiatedWorknodesThatCallAbsorb) (&I::GetStatistics) (&I::SetRunObserver) (&I::Report) (
+      &I::KeepFromDeletion)(&I::DeleteWriteDirectory)
       .ExpectConsecutiveFrom(kBaseOperations);
 }
 
@@ -186,7 +187,8 @@ TEST(SlotOrderTest, WorkFlowEngine) {
   using I = IWorkFlowEngine;
   SlotList() (&I::AddSignalMapping) (&I::RemoveSignalMapping) (&I::GetSignalMappings) (&I::RemoveAllSignalMappings) (
       &I::OutputSignal) (&I::SetStartSignal) (&I::StartFlowing) (&I::StopFlowing) (&I::DeleteTemporaryData) (
-      &I::AbsorbFlow) (&I::GetWorkFlowFilePath) (&I::GetQueueState)(&I::SetWorkFlowFilePath)
+      &I::AbsorbFlow) (&I::GetWorkFlowFilePath) (&I::GetQueueState) (&I::SetWorkFlowFilePath) (&I::SetRunObserver) (
+      &I::SetHandOverLimit) (&I::ReportQueue)(&I::KeepTemporaryData)
       .ExpectConsecutiveFrom(kBaseOperations);
 }
 

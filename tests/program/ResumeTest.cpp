@@ -90,7 +90,7 @@ TEST_F(ResumeTest, ASecondHostOnTheSameStateIsRefused) {
   ChildProcess first(ORVFLOW_PROGRAM, {"run", flow_, "--trace=/workflow/signalmediator/instantiate"});
   ASSERT_TRUE(first.WaitForError("At the end of and after unlock"));
   const ProcessResult second = Run({"run", flow_});
-  EXPECT_EQ(second.exit_code, 5);
+  EXPECT_EQ(second.exit_code, 7);
   const std::string begin = "orvflow: " + state_ + ": in use by process ";
   EXPECT_EQ(second.error.substr(0, begin.size()), begin);
   EXPECT_GT(std::atol(second.error.c_str() + begin.size()), 0) << second.error;
@@ -148,7 +148,7 @@ TEST_F(ResumeTest, WhatCannotBeAStateOrAbsorbedIsRefused) {
   for (const Case& refused : std::vector<Case>{
            {{"--state", flow_}, 2, "is the flow file itself"},
            {{"--state", folder}, 2, "is a folder"},
-           {{"--state", File("no-such-folder/s.xml")}, 1, "the state cannot be saved there"},
+           {{"--state", File("no-such-folder/s.xml")}, 1, "the state cannot be saved there: "},
            {{"--checkpoint", "-1"}, 2, "--checkpoint -1: not a number of seconds above 0"},
            {{"--absorb", File("nothing.xml")}, 1, "no such file"},
            {{"--absorb", File("nameless.xml")}, 5, "only a workflow with a name can be absorbed"},

@@ -58,6 +58,10 @@ class FakeMediator final : public OrvWorkFlow::ObjectProtocol<FakeMediator, OrvW
     return true;
   }
   bool LoadState(const char* /*path*/) override { return ++loads > 0; }
+  bool KeepFromDeletion(const char* path) override {
+    kept.emplace_back(path);
+    return true;
+  }
   bool Absorb(OrvWorkFlow::IDictionary* flow) override {
     ++absorbs;
     return !on_absorb || on_absorb(*flow);
@@ -84,6 +88,8 @@ class FakeMediator final : public OrvWorkFlow::ObjectProtocol<FakeMediator, OrvW
   bool SetRunObserver(OrvWorkFlow::IRunObserver*) override { return false; }
   bool Report(OrvWorkFlow::IRunReport*) override { return false; }
 
+  bool DeleteWriteDirectory(const char*) override { return false; }
+
   // "type,instance,signal" of each input signal, in order.
   std::vector<std::string> Fired() const {
     const std::scoped_lock lock(mutex_);
@@ -106,6 +112,7 @@ class FakeMediator final : public OrvWorkFlow::ObjectProtocol<FakeMediator, OrvW
   bool delete_answer = true;
   std::vector<std::string> saved_paths;
   std::vector<std::string> keys;
+  std::vector<std::string> kept;
 
  private:
   mutable std::mutex mutex_;

@@ -54,6 +54,33 @@ TEST_F(MarkerTest, AMarkerThatIsFoundAtLoadDeletesTemporaryData) {
   EXPECT_THAT(host.loaded, IsEmpty());
 }
 
+TEST_F(MarkerTest, AHostThatContinuesARunMayKeepTemporaryData) {
+  WriteFlow("Flow", write_directory);
+  std::filesystem::create_directories(write_directory);
+  WriteFile(marker, "");
+  LoadingHost host;
+  AddGlobal("HostApp", &host);
+  WriteFile(write_directory + "/WorkFlow.ini", "");
+  EXPECT_TRUE(Engine().KeepTemporaryData(true));
+  ASSERT_TRUE(Engine().LoadState(flow.c_str()));
+  EXPECT_EQ(mediator.deletions, 0);
+  EXPECT_THAT(host.loaded, IsEmpty());
+  EXPECT_TRUE(MarkerExists());
+  EXPECT_TRUE(Engine().KeepTemporaryData(false));
+  ASSERT_TRUE(Engine().LoadState(flow.c_str()));
+  EXPECT_EQ(mediator.deletions, 1);
+}
+
+TEST_F(MarkerTest, WhatIsLoadedIsKeptBeforeAnythingIsDeleted) {
+  WriteFlow("Flow", write_directory);
+  std::filesystem::create_directories(write_directory);
+  WriteFile(marker, "");
+  std::vector<std::string> kept;
+  mediator.on_delete_temporary_data = [&] { kept = mediator.kept; };
+  ASSERT_TRUE(Engine().LoadState(flow.c_str()));
+  EXPECT_THAT(kept, ElementsAre(flow));
+}
+
 TEST_F(MarkerTest, TheHostGetsItsStateAfterACleanRun) {
   WriteFlow("Flow", write_directory);
   LoadingHost host;
