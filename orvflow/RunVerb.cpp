@@ -332,7 +332,8 @@ void RunVerb::KeepFiles(WorkflowHost& host, const Plan& plan, const StateFile& s
 
 void RunVerb::Load(WorkflowHost& host, const Plan& plan) const {
   if (!host.LoadWorkflow(plan.start.c_str())) {
-    throw FileError(ExitCode::DictionaryDamaged, plan.start, "", "the engine cannot load it");
+    // It was read whole a moment ago.
+    throw FileError(ExitCode::Failed, plan.start, "", "the engine cannot load it now; the file may be whole");
   }
   host.engine().SetWorkFlowFilePath(plan.flow.c_str());
   for (const Setting& setting : plan.settings) ApplySetting(host.dictionary(), setting, flow_);
