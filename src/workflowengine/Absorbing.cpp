@@ -30,7 +30,8 @@ void FindNewComponentsFromAbsorbedFlow(const std::string& path) noexcept {
     const Found<IWorkNode> owner(node, node);
     const Marshalled<IOrvPStringList> components;
     void* const finder = node->QueryInterface(InterfaceNames::kComponentFinder);
-    if (finder != nullptr) static_cast<IComponentFinder*>(finder)->FindNewComponents(path.c_str(), components.get());
+    if (finder == nullptr || !components) return;
+    static_cast<IComponentFinder*>(finder)->FindNewComponents(path.c_str(), components.get());
   } catch (...) {
   }
 }
