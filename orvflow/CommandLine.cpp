@@ -11,6 +11,7 @@
 #include "orvflow/HelpText.h"
 #include "orvflow/HostFiles.h"
 #include "orvflow/StandardStreams.h"
+#include "orvflow/StatusVerb.h"
 #include "orvflow/Suggestion.h"
 #include "orvflow/Verb.h"
 
@@ -105,6 +106,7 @@ ExitCode ExecuteCommandLine(std::vector<std::string> words) {
       "7 a file is in use by another process, 130 and 143 stopped without.");
   std::vector<std::unique_ptr<Verb>> verbs;
   verbs.push_back(MakeRunVerb(program));
+  verbs.push_back(MakeStatusVerb(program));
   verbs.push_back(MakeInspectVerb(program));
   verbs.push_back(MakeDictVerb(program));
   verbs.push_back(MakeMatchVerb(program));

@@ -24,6 +24,9 @@ class FileLock {
   Outcome outcome() const { return outcome_; }
   // The number of the process that has it, when it is in use; "" when it cannot be told.
   const std::string& owner() const { return owner_; }
+  // The number of the process that has, or had, the lock on the file; "" when there is none. Locks nothing.
+  static std::string ReadOwner(const std::string& file);
+
   // The system's reason when it is impossible.
   const std::string& reason() const { return reason_; }
 

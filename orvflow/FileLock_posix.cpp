@@ -73,6 +73,12 @@ FileLock::FileLock(const std::string& file) : system_(std::make_unique<System>(f
 
 void FileLock::Fail() { reason_ = std::generic_category().message(errno); }
 
+std::string FileLock::ReadOwner(const std::string& file) {
+  System system(file);
+  system.file = open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
+  return system.file < 0 ? std::string() : system.Read();
+}
+
 FileLock::~FileLock() {
   if (outcome_ == Outcome::Held) unlink(system_->path.c_str());
 }

@@ -15,18 +15,6 @@ namespace {
 
 constexpr DWORD kAllSharing = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
-std::string ReadOwner(const std::string& path) {
-  const HANDLE file =
-      CreateFileA(path.c_str(), GENERIC_READ, kAllSharing, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (file == INVALID_HANDLE_VALUE) return {};
-  char text[32];
-  DWORD length = 0;
-  if (ReadFile(file, text, sizeof text, &length, nullptr) == 0) length = 0;
-  CloseHandle(file);
-  std::string owner(text, length);
-  return owner.find_first_not_of("0123456789") == std::string::npos ? owner : std::string();
-}
-
 }  // namespace
 
 // The system removes the file with the last handle to it.
@@ -66,6 +54,18 @@ FileLock::FileLock(const std::string& file)
 }
 
 void FileLock::Fail() { reason_ = std::system_category().message(static_cast<int>(GetLastError())); }
+
+std::string FileLock::ReadOwner(const std::string& path) {
+  const HANDLE file =
+      CreateFileA(path.c_str(), GENERIC_READ, kAllSharing, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return {};
+  char text[32];
+  DWORD length = 0;
+  if (ReadFile(file, text, sizeof text, &length, nullptr) == 0) length = 0;
+  CloseHandle(file);
+  std::string owner(text, length);
+  return owner.find_first_not_of("0123456789") == std::string::npos ? owner : std::string();
+}
 
 FileLock::~FileLock() = default;
 

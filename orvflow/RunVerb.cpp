@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <new>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "OrvWorkFlow/WorkflowSchema.h"
@@ -16,13 +17,18 @@
 #include "orvflow/HostFiles.h"
 #include "orvflow/KeyFile.h"
 #include "orvflow/Outcome.h"
+#include "orvflow/ReportRequest.h"
 #include "orvflow/RunRecords.h"
+#include "orvflow/RunWatch.h"
 #include "orvflow/Setting.h"
+#include "orvflow/StandardStreams.h"
 #include "orvflow/StateFile.h"
+#include "orvflow/StatusLine.h"
 #include "orvflow/StopRequest.h"
 #include "orvflow/StoppableRun.h"
-#include "orvflow/Tracing.h"
+#include "orvflow/TraceCategories.h"
 #include "orvflow/Verb.h"
+#include "orvflow/WatchOptions.h"
 #include "orvflow/WorkflowHost.h"
 #include "orvflow/WriteDirectory.h"
 
@@ -58,6 +64,14 @@ std::vector<std::string> AbsorbedNames(IDictionary& state) {
   return names;
 }
 
+// The watch is told of each save.
+void NoteSaves(WorkflowHost::Limits& limits, RunWatch& watch) {
+  limits.after_save = [after_save = std::move(limits.after_save), &watch] {
+    if (after_save) after_save();
+    watch.NoteSave();
+  };
+}
+
 class RunVerb final : public Verb {
  public:
   explicit RunVerb(CLI::App& program);
@@ -80,7 +94,6 @@ class RunVerb final : public Verb {
   SecondsGiven ParseSeconds(const char* option, const std::string& text) const;
   CheckpointPlan::Setting ParseCheckpoint() const;
   std::vector<Setting> Settings() const;
-  std::optional<std::string> TraceCategory() const;
   Plan MakePlan(const WorkflowHost& host, const StateFile& state) const;
   void PlanContinuation(Plan& plan, const WorkflowHost& host, IDictionary& dictionary, const StateFile& state) const;
   void PlanAbsorbs(Plan& plan, const WorkflowHost& host, IDictionary& dictionary) const;
@@ -88,7 +101,7 @@ class RunVerb final : public Verb {
   void SayThatNoStateIsKept(const StateFile& state) const;
   void KeepFiles(WorkflowHost& host, const Plan& plan, const StateFile& state) const;
   void Load(WorkflowHost& host, const Plan& plan) const;
-  WorkflowHost::Limits MakeLimits(const StateFile& state, Tracing& tracing) const;
+  WorkflowHost::Limits MakeLimits(const StateFile& state, RunWatch& watch) const;
   ExitCode Report(const WorkflowHost::Result& result, const WorkflowHost& host, const StateFile& state,
                   const RunRecords& records, unsigned failures) const;
   ExitCode ReportFinished(const WorkflowHost::Result& result, const StateFile& state, const RunRecords& records,
@@ -103,15 +116,15 @@ class RunVerb final : public Verb {
   std::string checkpoint_;
   std::vector<std::string> absorbs_;
   std::string key_file_;
-  std::string trace_;
-  std::string log_file_;
   std::string timeout_;
   std::vector<std::string> plugin_directories_;
   std::vector<std::string> settings_;
+  WatchOptions watch_options_;
 };
 
 RunVerb::RunVerb(CLI::App& program)
-    : Verb(program, "run", "Runs a workflow until it is idle, or continues one from its saved state") {
+    : Verb(program, "run", "Runs a workflow until it is idle, or continues one from its saved state"),
+      watch_options_(command()) {
   command().add_option("FLOW.xml", flow_, "The workflow's dictionary file")->type_name("");
   command()
       .add_option("--state", state_file_,
@@ -136,10 +149,6 @@ RunVerb::RunVerb(CLI::App& program)
       .add_option("--set", settings_, "Another value for an entry of the dictionary, for this run")
       ->type_name("/PATH=VALUE")
       ->allow_extra_args(false);
-  command().add_flag(
-      "--trace", trace_,
-      "Shows the log on standard error; with =CATEGORY only categories that begin so, e.g. workflow/Signal");
-  command().add_option("--log", log_file_, "Writes the log to a file")->type_name("FILE");
   command().add_option("--timeout", timeout_, "Stops the workflow after so many seconds, exit code 1")->type_name("S");
   command()
       .add_option("--plugin-path", plugin_directories_, "Looks for plug-in libraries there too")
@@ -148,7 +157,13 @@ RunVerb::RunVerb(CLI::App& program)
 }
 
 ExitCode RunVerb::Execute() {
+  if (watch_options_.WantsCategories()) {
+    WriteStandardOutput(TraceCategoriesText());
+    return ExitCode::Done;
+  }
   if (flow_.empty()) throw UsageError("no workflow file given");
+  const LogOptions log_options = watch_options_.MakeLogOptions();
+  const SecondsGiven progress = watch_options_.ProgressInterval();
   const SecondsGiven time_limit = ParseSeconds("--timeout", timeout_);
   ParseCheckpoint();
   if (fresh_ && (retry_ || update_)) {
@@ -160,9 +175,10 @@ ExitCode RunVerb::Execute() {
   if (!key_file_.empty()) key.emplace(key_file_);
   AddPluginDirectories(plugin_directories_);
   WatchForStopRequests();
+  WatchForReportRequests();
 
   BoxPrinter boxes(flow_);
-  std::optional<Tracing> tracing;  // Made when nothing can be refused any more, and gone after the host.
+  std::optional<RunWatch> watch;  // Made when nothing can be refused any more, and gone after the host.
   const Clock::time_point start = Clock::now();
   std::optional<WorkflowHost> host;
   try {
@@ -174,8 +190,9 @@ ExitCode RunVerb::Execute() {
   SetActivity("while the flow and its state were read");
   const StateFile state(flow_, state_file_);
   const Plan plan = MakePlan(*host, state);
-  tracing.emplace(TraceCategory(), log_file_);
-  if (tracing->logger() != nullptr) host->UseLogger(*tracing->logger());
+  watch.emplace(RunWatch::Settings{log_options, progress, flow_, state.path()}, boxes);
+  host->AddObserver(watch->record());
+  if (watch->logger() != nullptr) host->UseLogger(*watch->logger());
   SayThatNoStateIsKept(state);
   if (fresh_) BeginAnew(state);
   if (retry_) RetryKeptSignals(*host, state, plan.name);
@@ -192,26 +209,34 @@ ExitCode RunVerb::Execute() {
     std::printf("%s: continues from %s\n", Visible(plan.name).c_str(), Visible(state.shown_name()).c_str());
   }
   std::fflush(stdout);
-  WorkflowHost::Limits limits = MakeLimits(state, *tracing);
+  WorkflowHost::Limits limits = MakeLimits(state, *watch);
   limits.time_limit = time_limit;
   limits.checkpoint.expected_cost = load_time;
   records->AddTo(limits);
   SetActivity("while the workflow ran");
+  NoteSaves(limits, *watch);
+  std::optional<RunWatch::Showing> showing(
+      std::in_place, *watch, plan.name,
+      flow_ + (plan.continued ? ": continues from " + state.shown_name() : ": begins"), host->mediator());
   const WorkflowHost::Result result = RunUntilStopped(*host, limits, flow_);
+  showing.reset();
   SetActivity("at the end of the run");
   if (result.end == WorkflowHost::End::Idle) write_directory.EndRun();
 
   const ISignalMediator::Statistics statistics = host->GetStatistics();
-  const unsigned failures = std::max<unsigned>(statistics.failures, boxes.count());
+  const unsigned failures =
+      std::max<unsigned>(statistics.failures, watch->CountFailures()) + watch->TellUntaken(host->dictionary());
+  boxes.PrintRepeated();
   const ExitCode code = Report(result, *host, state, *records, failures);
   records.reset();
   host.reset();
-  std::printf("%s: %s delivered, %s made, %s, %s\n", Visible(plan.name).c_str(),
-              Count(statistics.finished, "signal").c_str(), Count(statistics.nodes, "node").c_str(),
-              Count(failures, "failure").c_str(), Seconds(Clock::now() - start).c_str());
+  const std::string summary = Count(statistics.finished, "signal") + " delivered, " + Count(statistics.nodes, "node") +
+                              " made, " + Count(failures, "failure") + ", " + Seconds(Clock::now() - start);
+  std::printf("%s: %s\n", Visible(plan.name).c_str(), summary.c_str());
   std::fflush(stdout);
-  if (!tracing->Flush()) throw ProgramError(ExitCode::Failed, "the log is not complete; is the disk full?");
-  return code;
+  watch->WriteLog(flow_ + ": " + summary + ", exit code " + std::to_string(static_cast<int>(code)));
+  if (watch->FinishLog()) return code;
+  return code == ExitCode::Done ? ExitCode::Failed : code;
 }
 
 RunVerb::SecondsGiven RunVerb::ParseSeconds(const char* option, const std::string& text) const {
@@ -236,11 +261,6 @@ std::vector<Setting> RunVerb::Settings() const {
   std::vector<Setting> settings;
   for (const std::string& text : settings_) settings.push_back(ParseSetting(text));
   return settings;
-}
-
-std::optional<std::string> RunVerb::TraceCategory() const {
-  if (command().count("--trace") == 0) return std::nullopt;
-  return trace_ == "true" ? "" : trace_;  // What a flag without a value gives.
 }
 
 // Everything that can be wrong is found on dictionaries apart, before the engine touches anything.
@@ -321,7 +341,7 @@ void RunVerb::KeepFiles(WorkflowHost& host, const Plan& plan, const StateFile& s
   host.engine().KeepTemporaryData(true);
   std::vector<std::string> files = plan.absorbs;
   files.insert(files.end(), {plan.flow, state.path()});
-  for (const std::string& name : {key_file_, log_file_}) {
+  for (const std::string& name : {key_file_, watch_options_.log_file()}) {
     if (!name.empty()) files.push_back(MakeAbsolutePath(name));
   }
   for (const std::string& directory : plugin_directories_) files.push_back(MakeAbsolutePath(directory));
@@ -351,13 +371,14 @@ void RunVerb::Load(WorkflowHost& host, const Plan& plan) const {
   }
 }
 
-WorkflowHost::Limits RunVerb::MakeLimits(const StateFile& state, Tracing& tracing) const {
+WorkflowHost::Limits RunVerb::MakeLimits(const StateFile& state, RunWatch& watch) const {
   WorkflowHost::Limits limits;
   limits.wants_stop = [] { return RequestedStop() != StopRequest::None; };
-  limits.stuck = [this, &tracing] {
+  limits.stuck = [this, &watch] {
     try {
       PrintErrorLine(flow_ + ": not idle after " + timeout_ + " s, and a node does not return; ended without it");
-      tracing.Flush();
+      watch.FinishLog();
+      StatusLine::Finish();
     } catch (...) {  // Without memory there is no line, but an end.
     }
     std::_Exit(static_cast<int>(ExitCode::Failed));

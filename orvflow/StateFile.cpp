@@ -30,13 +30,6 @@ std::string NameBeside(const std::string& flow) {
   return flow.substr(0, has_extension ? dot : std::string::npos) + kExtension;
 }
 
-// A flow has one state, whatever link it is run by.
-std::string NameOfState(const std::string& flow, const std::string& file) {
-  if (!file.empty()) return file;
-  const std::string path = MakeAbsolutePath(flow);
-  return NameBeside(IsLink(path) ? ResolveLinks(path) : flow);
-}
-
 // One or more ".tmp" with a number.
 bool IsTemporary(std::string_view ending) {
   while (ending.starts_with(kTemporary)) {
@@ -52,12 +45,19 @@ bool IsTemporary(std::string_view ending) {
 }  // namespace
 
 StateFile::StateFile(const std::string& flow, const std::string& file)
-    : shown_name_(NameOfState(flow, file)),
+    : shown_name_(NameFor(flow, file)),
       named_path_(MakeAbsolutePath(shown_name_)),
       path_(ResolveLinks(named_path_)),
       lock_((CheckPlace(flow), path_ + kLockExtension)) {
   CheckLock();
   if (CanBeWritten()) RemoveLeftovers();
+}
+
+// A flow has one state, whatever link it is run by.
+std::string StateFile::NameFor(const std::string& flow, const std::string& file) {
+  if (!file.empty()) return file;
+  const std::string path = MakeAbsolutePath(flow);
+  return NameBeside(IsLink(path) ? ResolveLinks(path) : flow);
 }
 
 // Before anything is made there.

@@ -21,6 +21,9 @@ class StateFile {
   // another host uses it.
   StateFile(const std::string& flow, const std::string& file);
 
+  // How the user knows the state of `flow` when `file` was given.
+  static std::string NameFor(const std::string& flow, const std::string& file);
+
   // As the user knows it, and from the root of the host's file system without links.
   const std::string& shown_name() const { return shown_name_; }
   const std::string& path() const { return path_; }

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "orvflow/StatusLine.h"
+
 namespace OrvWorkFlow::Program {
 
 namespace {
@@ -81,9 +83,7 @@ void PrintErrorLine(std::string_view line) {
     break_pending = false;
     text.push_back(character);
   }
-  text = "orvflow: " + Visible(text) + "\n";
-  std::fwrite(text.data(), 1, text.size(), stderr);  // One call, so that lines of several threads stay whole.
-  std::fflush(stderr);
+  WriteErrorText("orvflow: " + Visible(text) + "\n");
 }
 
 void SetActivity(const char* words) { activity = words; }

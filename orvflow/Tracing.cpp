@@ -5,6 +5,7 @@
 #include <cstring>
 #include <new>
 
+#include "orvflow/HostFiles.h"
 #include "orvflow/Terminal.h"
 
 namespace OrvWorkFlow::Program {
@@ -55,33 +56,46 @@ class TwoLoggers final : public ObjectProtocol<TwoLoggers, ILogger> {
 
 }  // namespace
 
-Tracing::Tracing(const std::optional<std::string>& trace_category, const std::string& log_file) {
-  if (trace_category) {
+Tracing::Tracing(const LogOptions& options) : options_(options) {
+  if (options.trace_category) {
     trace_ = Logger::NewForStream(stderr, Logger::Writing::kEachLine);
     if (trace_ == nullptr) throw std::bad_alloc();
-    trace_->SetCategoryFilter(trace_category->c_str());
+    trace_->SetCategoryFilter(options.trace_category->c_str());
     logger_ = trace_;
   }
-  if (log_file.empty()) return;
-  log_ = Logger::NewForFile(log_file.c_str(), Logger::Writing::kBuffered);
+  if (options.file.empty()) return;
+  Logger::Growth growth;
+  growth.limit = options.size_limit;
+  log_ = Logger::NewForAppending(MakeAbsolutePath(options.file).c_str(), Logger::Writing::kBuffered, growth);
   if (log_ == nullptr) {
     const std::string reason = std::strerror(errno);
     if (trace_ != nullptr) trace_->Release();
-    throw FileError(ExitCode::Failed, log_file, "", "cannot be written: " + reason);
+    throw FileError(ExitCode::Failed, options.file, "", "cannot be written: " + reason);
   }
+  if (options.level < LogLevel::Trace) return;
   logger_ = trace_ == nullptr ? static_cast<ILogger*>(log_) : new TwoLoggers(*trace_, *log_);
 }
 
 Tracing::~Tracing() {
-  if (trace_ != nullptr && log_ != nullptr) logger_->Release();
+  if (logger_ != trace_ && logger_ != log_) logger_->Release();
   if (trace_ != nullptr) trace_->Release();
   if (log_ != nullptr) log_->Release();
+}
+
+void Tracing::Write(LogLevel level, const char* category, const std::string& text) {
+  if (Wants(level)) log_->Log(category, "%s", text.c_str());
 }
 
 bool Tracing::Flush() {
   const bool trace_done = trace_ == nullptr || trace_->Flush();
   const bool log_done = log_ == nullptr || log_->Flush();
   return trace_done && log_done;
+}
+
+std::string Tracing::Complaint() const {
+  const int error = log_ != nullptr ? log_->GetFirstError() : 0;
+  if (error == 0) return "standard error: the trace is not complete";
+  return options_.file + ": the log is not complete: " + std::strerror(error);
 }
 
 }  // namespace OrvWorkFlow::Program

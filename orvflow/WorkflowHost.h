@@ -9,6 +9,7 @@
 
 #include "OrvWorkFlow/IDictionary.h"
 #include "OrvWorkFlow/ILogger.h"
+#include "OrvWorkFlow/IRunObserver.h"
 #include "OrvWorkFlow/ISignalMediator.h"
 #include "OrvWorkFlow/IUtilityStore.h"
 #include "OrvWorkFlow/IWorkFlowEngine.h"

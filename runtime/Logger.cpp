@@ -1,13 +1,17 @@
 #include "runtime/Logger.h"
 
-#include <atomic>
+#include <algorithm>
+#include <cerrno>
 #include <chrono>
+#include <cstring>
 #include <mutex>
+#include <new>
 #include <string>
 #include <string_view>
 #include <utility>
 
 #include "runtime/LogLine.h"
+#include "runtime/LogSink.h"
 
 namespace OrvWorkFlow {
 
@@ -22,27 +26,53 @@ std::string_view WithoutSlash(std::string_view category) {
 }  // namespace
 
 struct Logger::State {
-  State(std::FILE* file, bool owns, Writing how) : stream(file), owns_stream(owns), writing(how) {
+  State(std::unique_ptr<LogSink> where, Writing how) : sink(std::move(where)), writing(how) {
     buffer.reserve(kBufferSize + 1024);
   }
   State(const State&) = delete;
   State& operator=(const State&) = delete;
 
-  ~State() {
-    Write();
-    if (owns_stream) {
-      std::fclose(stream);
-    }
-  }
+  ~State() { Write(); }
 
   void Write() noexcept {
-    if (!buffer.empty() && std::fwrite(buffer.data(), 1, buffer.size(), stream) != buffer.size()) {
-      complete = false;
-    }
+    if (buffer.empty()) return;
+    if (lost == 0 || SayWhatIsMissing())
+      WriteLines(buffer);
+    else
+      Lose(buffer);
     buffer.clear();
-    if (std::fflush(stream) != 0) {
-      complete = false;
+  }
+
+  bool WriteLines(std::string_view lines) noexcept {
+    errno = 0;
+    const std::size_t written = sink->Write(lines);
+    if (written == lines.size()) return true;
+    last_error = errno != 0 ? errno : EIO;
+    if (written > 0) is_cut = lines[written - 1] != '\n';
+    Lose(lines.substr(written));
+    return false;
+  }
+
+  void Lose(std::string_view lines) noexcept {
+    lost += static_cast<std::size_t>(std::count(lines.begin(), lines.end(), '\n'));
+    if (first_error == 0) first_error = last_error;
+  }
+
+  bool SayWhatIsMissing() noexcept {
+    try {
+      std::string line = is_cut ? "\n" : "";
+      AppendLogLine(&line, std::chrono::system_clock::now(), default_category,
+                    std::to_string(lost) + (lost == 1 ? " line is missing here: " : " lines are missing here: ") +
+                        std::strerror(last_error));
+      const std::size_t missing = std::exchange(lost, 0);
+      if (WriteLines(line)) {
+        is_cut = false;
+        return true;
+      }
+      lost = missing;
+    } catch (const std::bad_alloc&) {  // It is said another time.
     }
+    return false;
   }
 
   // The category of the line, or nothing when it is not wanted.
@@ -52,49 +82,45 @@ struct Logger::State {
     return WithoutSlash(*chosen).starts_with(filter);
   }
 
-  std::FILE* const stream;
-  const bool owns_stream;
+  const std::unique_ptr<LogSink> sink;
   const Writing writing;
 
-  std::mutex mutex;  // Guards what follows and the stream; a leaf.
+  std::mutex mutex;  // Guards what follows and the sink; a leaf.
   std::string buffer;
   std::string default_category = "-";
   std::string filter;
-  bool complete = true;
+  std::size_t lost = 0;  // lines that the log does not yet say are missing
+  int last_error = 0;
+  int first_error = 0;
+  bool is_cut = false;  // The last of what was written is a part of a line.
 };
 
 Logger::Logger(std::unique_ptr<State> state) : SharedObject("Logger", "ILogger"), state_(std::move(state)) {}
 
 Logger::~Logger() = default;
 
-Logger* Logger::NewForStream(std::FILE* stream, Writing writing) noexcept {
-  if (stream == nullptr) {
-    return nullptr;
-  }
+template <class OpenSink>
+Logger* Logger::New(const OpenSink& open_sink, Writing writing) noexcept {
   try {
-    return new Logger(std::make_unique<State>(stream, false, writing));
+    std::unique_ptr<LogSink> sink = open_sink();
+    if (sink == nullptr) return nullptr;
+    return new Logger(std::make_unique<State>(std::move(sink), writing));
   } catch (...) {
+    errno = ENOMEM;
     return nullptr;
   }
 }
 
+Logger* Logger::NewForStream(std::FILE* stream, Writing writing) noexcept {
+  return New([stream] { return OpenStreamSink(stream); }, writing);
+}
+
 Logger* Logger::NewForFile(const char* path, Writing writing) noexcept {
-  std::FILE* const stream = path != nullptr ? std::fopen(path, "wb") : nullptr;
-  if (stream == nullptr) {
-    return nullptr;
-  }
-  std::unique_ptr<State> state;
-  try {
-    state = std::make_unique<State>(stream, true, writing);
-  } catch (...) {
-    std::fclose(stream);
-    return nullptr;
-  }
-  try {
-    return new Logger(std::move(state));
-  } catch (...) {
-    return nullptr;
-  }
+  return New([path] { return OpenNewFileSink(path); }, writing);
+}
+
+Logger* Logger::NewForAppending(const char* path, Writing writing, Growth growth) noexcept {
+  return New([path, growth] { return OpenAppendingSink(path, growth); }, writing);
 }
 
 void Logger::SetCategoryFilter(const char* prefix) {
@@ -105,7 +131,12 @@ void Logger::SetCategoryFilter(const char* prefix) {
 bool Logger::Flush() noexcept {
   const std::lock_guard lock(state_->mutex);
   state_->Write();
-  return state_->complete;
+  return state_->first_error == 0;
+}
+
+int Logger::GetFirstError() noexcept {
+  const std::lock_guard lock(state_->mutex);
+  return state_->first_error;
 }
 
 void Logger::SetDefaultCategory(const char* category) {
@@ -131,7 +162,8 @@ void Logger::Log(const char* category, const char* format, ...) {
     }
   } catch (...) {
     const std::lock_guard lock(state_->mutex);
-    state_->complete = false;
+    state_->last_error = ENOMEM;
+    state_->Lose("\n");
   }
   va_end(values);
 }

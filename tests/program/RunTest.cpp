@@ -52,7 +52,8 @@ TEST_F(RunTest, ANodeThatThrowsIsALineAndAFailure) {
   const std::string flow = WriteFlow({{"FailingNode", "A"}}, "FailingNode,A,throw");
   const ProcessResult result = Run({"run", flow});
   EXPECT_EQ(result.exit_code, 1);
-  EXPECT_EQ(FirstLine(result.error), "orvflow: " + flow + ": <FailingNode, A>::Signal(throw) threw an exception");
+  EXPECT_EQ(FirstLine(result.error),
+            "orvflow: " + flow + ": <FailingNode, A>::Signal(throw) threw an exception: as told");
 }
 
 TEST_F(RunTest, ASignalToNobodyIsAFailure) {
@@ -124,7 +125,8 @@ TEST_F(RunTest, TraceOfACategoryShowsNoOther) {
 TEST_F(RunTest, LogHoldsAllLinesAndTraceItsOwnBesides) {
   const std::string flow = WriteFlow({{"EchoNode", "A"}}, "EchoNode,A,go");
   const std::string log = File("run.log");
-  const ProcessResult result = Run({"run", flow, "--log", log, "--trace=workflow/IgnoredSingals"});
+  const ProcessResult result =
+      Run({"run", flow, "--log", log, "--log-level", "trace", "--trace=workflow/IgnoredSingals"});
   EXPECT_EQ(result.exit_code, 0);
   const std::string ignored = "workflow/IgnoredSingals <EchoNode, A, out> did not map to any input signals.";
   EXPECT_EQ(LinesOf(result.error), std::vector<std::string>{ignored});

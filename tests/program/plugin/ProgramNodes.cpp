@@ -44,7 +44,7 @@ class SleepingNode final : public WorkNodeBase {
   }
 };
 
-// "refuse" is answered with false, "throw" with an exception.
+// "refuse" is answered with false, "throw" with an exception, "tell" with the output signal "failed".
 class FailingNode final : public WorkNodeBase {
  public:
   static constexpr char kTypeName[] = "FailingNode";
@@ -53,6 +53,7 @@ class FailingNode final : public WorkNodeBase {
  private:
   bool OnSignal(std::string_view signal) override {
     if (signal == "throw") throw std::runtime_error("as told");
+    if (signal == "tell") FireOutput("failed");
     return signal != "refuse";
   }
 };
@@ -140,12 +141,28 @@ class MarkingNode final : public WorkNodeBase {
   }
 };
 
+// Maps its output "out" to what its signal is called, and fires it.
+class RewiringNode final : public WorkNodeBase {
+ public:
+  static constexpr char kTypeName[] = "RewiringNode";
+  RewiringNode() : WorkNodeBase(kTypeName) {}
+
+ private:
+  bool OnSignal(std::string_view signal) override {
+    const std::string entry = "/WorkFlowEngine/WorkNodes/RewiringNode/Instances/" + InstanceName() + "/maps/out/map0";
+    WorkflowDictionary().SetValue(entry.c_str(), std::string(signal).c_str());
+    FireOutput("out");
+    return true;
+  }
+};
+
 WorkFlowFactory echo_node(new (std::nothrow) NodeCreator<EchoNode>);
 WorkFlowFactory sleeping_node(new (std::nothrow) NodeCreator<SleepingNode>);
 WorkFlowFactory failing_node(new (std::nothrow) NodeCreator<FailingNode>);
 WorkFlowFactory busy_node(new (std::nothrow) NodeCreator<BusyNode>);
 WorkFlowFactory counting_node(new (std::nothrow) NodeCreator<CountingNode>);
 WorkFlowFactory marking_node(new (std::nothrow) NodeCreator<MarkingNode>);
+WorkFlowFactory rewiring_node(new (std::nothrow) NodeCreator<RewiringNode>);
 
 }  // namespace
 }  // namespace OrvWorkFlow::Nodes

@@ -1,0 +1,22 @@
+// What the program asks of the terminal that standard error may be.
+#pragma once
+
+#include <cstddef>
+#include <cstdio>
+
+namespace OrvWorkFlow::Program {
+
+// True when standard error is a terminal that can rewrite its last line, and this process is the one that the user
+// looks at: not in the background. Asked again before each line that is drawn.
+bool CanRewriteLine();
+
+// How many characters a line of it holds; 80 when it does not say.
+std::size_t ConsoleColumns();
+
+// Whether it understands escape sequences (cursor, colours). Makes it understand them where that has to be asked for.
+bool UnderstandsEscapes();
+
+// Writes the bytes, UTF-8, to standard error in one call. Fails silently: nobody could be told.
+void WriteToConsole(const char* bytes, std::size_t size) noexcept;
+
+}  // namespace OrvWorkFlow::Program

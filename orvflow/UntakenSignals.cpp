@@ -1,0 +1,54 @@
+#include "orvflow/UntakenSignals.h"
+
+#include <algorithm>
+
+#include "OrvWorkFlow/WorkflowSchema.h"
+#include "orvflow/DictionaryReading.h"
+#include "orvflow/RunReport.h"
+#include "orvflow/Suggestion.h"
+
+namespace OrvWorkFlow::Program {
+
+namespace {
+
+constexpr char kFailedSignal[] = "failed";
+
+bool HasDigit(const std::string& name) {
+  return std::any_of(name.begin(), name.end(), [](char letter) { return letter >= '0' && letter <= '9'; });
+}
+
+// The mapped signal that was meant, or "". Names that count ("out1", "out2") are no misspellings of each other.
+std::string FindMisspelling(const RunTally::Untaken& untaken, const std::vector<std::string>& mapped,
+                            RunTally& record) {
+  if (HasDigit(untaken.signal)) return {};
+  for (const std::string& name : mapped) {
+    const bool is_close = EditDistance(name, untaken.signal) == 1 && !HasDigit(name);
+    if (is_close && !record.WasTaken(untaken.type, untaken.instance, name)) return name;
+  }
+  return {};
+}
+
+}  // namespace
+
+std::vector<UntakenSignal> FindUntakenSignals(IDictionary& dictionary, RunTally& record) {
+  std::vector<UntakenSignal> found;
+  for (const RunTally::Untaken& untaken : record.GetUntaken()) {
+    if (untaken.is_declared) continue;
+    const std::string maps = std::string(WorkflowSchema::kWorkNodes) + "/" + untaken.type + WorkflowSchema::kInstances +
+                             "/" + untaken.instance + WorkflowSchema::kMaps;
+    const std::vector<std::string> mapped = NamesBelow(dictionary, maps.c_str());
+    const bool tells_of_failure = untaken.signal == kFailedSignal;
+    if (mapped.empty() && !tells_of_failure) continue;
+    const std::string misspelling = FindMisspelling(untaken, mapped, record);
+    UntakenSignal signal;
+    signal.is_failure = tells_of_failure || !misspelling.empty();
+    signal.text = maps + "/" + untaken.signal + ": nothing takes this signal of " + untaken.type + " " +
+                  untaken.instance + ", fired " + CountText(untaken.times, "time");
+    if (!misspelling.empty()) signal.text += "; " + misspelling + " is mapped and was never fired";
+    if (misspelling.empty()) signal.text += "; map it, or leave its key there empty";
+    found.push_back(signal);
+  }
+  return found;
+}
+
+}  // namespace OrvWorkFlow::Program
