@@ -16,7 +16,7 @@
 namespace orv_test {
 namespace {
 
-class TerminalTest : public ProgramFixture {
+class StatusTerminalTest : public ProgramFixture {
  protected:
   struct Environment {
     const char* name;
@@ -76,7 +76,7 @@ class TerminalTest : public ProgramFixture {
   }
 };
 
-TEST_F(TerminalTest, TheStatusLineIsDrawnWithinItsWidthAndErased) {
+TEST_F(StatusTerminalTest, TheStatusLineIsDrawnWithinItsWidthAndErased) {
   for (const std::uint16_t columns : {std::uint16_t{80}, std::uint16_t{40}}) {
     const std::string text = RunOnTerminal(columns);
     const std::vector<std::string> lines = DrawnLines(text);
@@ -92,13 +92,13 @@ TEST_F(TerminalTest, TheStatusLineIsDrawnWithinItsWidthAndErased) {
   }
 }
 
-TEST_F(TerminalTest, HasNoColoursWhereTheyAreNotWanted) {
+TEST_F(StatusTerminalTest, HasNoColoursWhereTheyAreNotWanted) {
   const std::string text = RunOnTerminal(80, {"NO_COLOR", "1"});
   EXPECT_FALSE(DrawnLines(text).empty());
   EXPECT_EQ(text.find("\x1b[31m"), std::string::npos);
 }
 
-TEST_F(TerminalTest, NothingIsDrawnOnATerminalThatCannotRewriteALineNorAmongATrace) {
+TEST_F(StatusTerminalTest, NothingIsDrawnOnATerminalThatCannotRewriteALineNorAmongATrace) {
   const std::string dumb = RunOnTerminal(80, {"TERM", "dumb"});
   EXPECT_EQ(dumb.find('\x1b'), std::string::npos);
   EXPECT_EQ(dumb.find("queued,"), std::string::npos);
