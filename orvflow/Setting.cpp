@@ -54,7 +54,7 @@ Setting ParseSetting(const std::string& text) {
   }
   const std::size_t colon = std::min(text.find(':'), equals);
   const std::string tag = colon == equals ? "" : text.substr(colon + 1, equals - colon - 1);
-  return {text.substr(0, colon), tag, text.substr(equals + 1)};
+  return {text.substr(0, colon), text.substr(equals + 1), tag};
 }
 
 void ApplySetting(IDictionary& dictionary, const Setting& setting, const std::string& shown_name) {

@@ -9,8 +9,8 @@ namespace OrvWorkFlow::Program {
 
 struct Setting {
   std::string path;
-  std::string tag;  // of the type; "" for the one that the entry has
   std::string value;
+  std::string tag = {};  // of the type; "" for the one that the entry has
 };
 
 // "/PATH=VALUE" or "/PATH:TAG=VALUE". Throws ProgramError for any other text.

@@ -184,7 +184,7 @@ TEST_F(DictTest, WrongValuesChangeNothing) {
       {{"/a", "dbl", "1,5"}, "\"1,5\" is no number"},
       {{"/a", "Bool", "yes"}, "\"yes\" is no truth value (1, 0, true, false)"},
       {{"/a", "Binary", "AP8"}, "\"AP8\" is no base64 text"},
-      {{"/a", "str", "\x01"}, "\"\x01\" is no UTF-8 text without control characters"},
+      {{"/a", "str", "\x01"}, "\"\\x01\" is no UTF-8 text without control characters"},
       {{"/a", "str", "\xEF\xBF\xBF"}, "\"\xEF\xBF\xBF\" is no UTF-8 text without control characters"},
       {{"/1a", "int", "1"}, "\"1a\" cannot name an entry in a file; names begin with a letter or _"},
       {{"/b/-c", "int", "1"}, "\"-c\" cannot name an entry in a file; names begin with a letter or _"},

@@ -35,14 +35,14 @@ TEST(BoxPrinterTest, LeavesOutWhatOnlyABoxNeeds) {
   EXPECT_EQ(BoxPrinter::TextForLine(""), "");
 }
 
-TEST(SettingTest, IsCutAtItsFirstEqualsSign) {
+TEST(SettingTextTest, IsCutAtItsFirstEqualsSign) {
   const Setting setting = ParseSetting("/A/B=x=y");
   EXPECT_EQ(setting.path, "/A/B");
   EXPECT_EQ(setting.value, "x=y");
   EXPECT_EQ(ParseSetting("/A=").value, "");
 }
 
-TEST(SettingTest, RefusesWhatIsNoSetting) {
+TEST(SettingTextTest, RefusesWhatIsNoSetting) {
   for (const char* text : {"", "A=b", "/A", "=x"}) EXPECT_THROW(ParseSetting(text), ProgramError) << text;
 }
 
