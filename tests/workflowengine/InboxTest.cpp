@@ -129,7 +129,7 @@ TEST_F(InboxTest, IsMappedByTheNextPassWithTheMappingsOfThen) {
 
 TEST_F(InboxTest, TakesFromManyThreadsAtOnce) {
   constexpr int kThreads = 4;
-  constexpr int kEach = 500;
+  constexpr int kEach = 10000;  // long enough to meet each other
   mediator.keep_record = false;
   std::promise<void> in_node;
   std::promise<void> leave_node;
@@ -142,7 +142,10 @@ TEST_F(InboxTest, TakesFromManyThreadsAtOnce) {
   Engine().SetStartSignal("N", "n", "first");
   ASSERT_TRUE(Engine().StartFlowing());
   in_node.get_future().wait();
+  std::atomic<int> ready = 0;
   const auto output = [&](int count) {
+    ++ready;
+    while (ready < kThreads) std::this_thread::yield();
     ++MediatorLockDepth();
     for (int i = 0; i < count; ++i) EXPECT_TRUE(Engine().OutputSignal("T", "i", "one"));
     --MediatorLockDepth();
@@ -152,6 +155,7 @@ TEST_F(InboxTest, TakesFromManyThreadsAtOnce) {
   for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(State().waiting, kThreads * kEach);
   threads.clear();
+  ready = 0;
   leave_node.set_value();
   for (int t = 0; t < kThreads; ++t) threads.emplace_back(output, kEach);  // while the inbox is emptied
   for (std::thread& thread : threads) thread.join();
