@@ -275,6 +275,8 @@ template bool Operations<char>::DirectoryExists(const char*);
 template bool Operations<char16_t>::DirectoryExists(const char16_t*);
 template bool Operations<char>::DeleteDirectory(const char*);
 template bool Operations<char16_t>::DeleteDirectory(const char16_t*);
+template GapVisitor<char> Operations<char>::NoteGaps(const Tree<char>&);
+template GapVisitor<char16_t> Operations<char16_t>::NoteGaps(const Tree<char16_t>&);
 template bool Operations<char>::ListFiles(const char*, StringList*);
 template bool Operations<char16_t>::ListFiles(const char16_t*, StringList*);
 template bool Operations<char>::ListDirectories(const char*, StringList*);

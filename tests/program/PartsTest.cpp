@@ -60,10 +60,10 @@ TEST_F(HostTest, SettingsKeepTheTypeOfTheirEntry) {
   dictionary.SetValue("/Number", std::int32_t{1});
   dictionary.SetValue("/Fraction", 1.5);
   dictionary.SetValue("/Flag", true);
-  ApplySetting(dictionary, {"/Text", "", "new = newer"}, "f");
-  ApplySetting(dictionary, {"/Number", "", "-42"}, "f");
-  ApplySetting(dictionary, {"/Fraction", "", "2.25"}, "f");
-  ApplySetting(dictionary, {"/Flag", "", "false"}, "f");
+  ApplySetting(dictionary, {"/Text", "new = newer"}, "f");
+  ApplySetting(dictionary, {"/Number", "-42"}, "f");
+  ApplySetting(dictionary, {"/Fraction", "2.25"}, "f");
+  ApplySetting(dictionary, {"/Flag", "false"}, "f");
   std::int32_t number = 0;
   double fraction = 0;
   bool flag = true;
@@ -83,13 +83,13 @@ TEST_F(HostTest, SettingsThatDoNotFitAreRefusedAndChangeNothing) {
   dictionary.SetValue("/Flag", true);
   const TextListHolder list;
   dictionary.SetValue("/List", list.get());
-  for (const Setting& setting : std::vector<Setting>{{"/Number", "", "1.5"},
-                                                     {"/Number", "", "4294967296"},
-                                                     {"/Number", "", ""},
-                                                     {"/Flag", "", "maybe"},
-                                                     {"/List", "", "a"},
-                                                     {"/Missing", "", "a"},
-                                                     {"/", "", "a"}}) {
+  for (const Setting& setting : std::vector<Setting>{{"/Number", "1.5"},
+                                                     {"/Number", "4294967296"},
+                                                     {"/Number", ""},
+                                                     {"/Flag", "maybe"},
+                                                     {"/List", "a"},
+                                                     {"/Missing", "a"},
+                                                     {"/", "a"}}) {
     EXPECT_THROW(ApplySetting(dictionary, setting, "f"), ProgramError) << setting.path << "=" << setting.value;
   }
   std::int32_t number = 0;

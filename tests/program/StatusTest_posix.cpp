@@ -117,7 +117,7 @@ class ProgressTest : public ProgramFixture {
 
 TEST_F(ProgressTest, AFileGetsLinesOfProgressOnlyWhenAsked) {
   const std::string flow = WriteFlow({{"EchoNode", "A", "ProgramNodes", {"out=EchoNode,A,go"}}}, "EchoNode,A,go");
-  EXPECT_EQ(Run({"run", flow, "--timeout", "0.8"}).error.find("delivered"), std::string::npos);
+  EXPECT_EQ(Run({"run", flow, "--timeout", "0.8"}).error.find(" delivered, "), std::string::npos);
   const ProcessResult result = Run({"run", flow, "--fresh", "--timeout", "1.5", "--progress=0.3"});
   const std::string begin = "orvflow: " + flow + ": 0.";
   EXPECT_EQ(result.error.substr(0, begin.size()), begin) << result.error;

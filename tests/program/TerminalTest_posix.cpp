@@ -103,7 +103,7 @@ TEST_F(TerminalTest, ARunThatIgnoresHangUpsGoesOnWithoutItsTerminal) {
                           true);
   while (ReadFile(log).empty()) std::this_thread::sleep_for(std::chrono::milliseconds(2));
   program.Close();
-  EXPECT_EQ(program.Wait(), 0);
+  EXPECT_EQ(program.Wait(), 1) << "its last line was not printed";
   EXPECT_NE(ReadFile(log).find("A200\n"), std::string::npos);
 }
 
@@ -132,7 +132,7 @@ TEST_F(TerminalTest, AReaderThatGoesAwayEndsNothing) {
   const std::string command = "'" ORVFLOW_PROGRAM "' run '" + EndlessFlow() + "' --set '/Counting/Log=" + log +
                               "' --set /Counting/Limit=200 2>&1 | true; echo ${PIPESTATUS[0]} >'" + File("code") + "'";
   ASSERT_EQ(RunProcess("/bin/bash", {"-c", command}).exit_code, 0);
-  EXPECT_EQ(ReadFile(File("code")), "0\n");
+  EXPECT_EQ(ReadFile(File("code")), "1\n") << "its last line was not printed";
   EXPECT_NE(ReadFile(log).find("A200\n"), std::string::npos);
 }
 
