@@ -207,10 +207,8 @@ class WindowsFiles final : public FilesOf<Char> {
 
   bool CopyOver(const Text& source, const Text& destination, bool fail_if_exists) override {
     if (!IsNameable(source) || !IsNameable(destination) || IsMarkedReadOnly(destination)) return false;
-    if (Copy(source, destination)) {
-      NoteWritten(WholeForm(destination));
-      return true;
-    }
+    NoteWritten(WholeForm(destination));  // Without memory for that nothing has been copied.
+    if (Copy(source, destination)) return true;
     return !fail_if_exists && GetLastError() == ERROR_FILE_EXISTS && CopyBeside(source, destination);
   }
 
