@@ -276,15 +276,23 @@ class WindowsFiles final : public FilesOf<Char> {
       copied = Copy(source, beside);
     }
     if (!copied) return false;
-    const bool marked = IsMarkedReadOnly(beside);
-    SetAttributes(beside, FileAttribute::kNormal);
-    CopyAccessList(target, beside);
-    const bool replaced = FlushFile(WholeForm(beside)) && RenameOver(beside, target);
-    if (replaced && marked) SetAttributes(target, FileAttribute::kReadOnly);
-    if (replaced) return true;
+    try {
+      if (PutInPlace(beside, target)) return true;
+    } catch (...) {  // No memory.
+      RemoveOneFile(beside, Mark::Ignored);
+      throw;
+    }
     const KeptReason kept(SystemParts::TheReasons());
     RemoveOneFile(beside, Mark::Ignored);
     return false;
+  }
+  bool PutInPlace(const Text& beside, const Text& target) {
+    const bool marked = IsMarkedReadOnly(beside);
+    SetAttributes(beside, FileAttribute::kNormal);
+    CopyAccessList(target, beside);
+    if (!FlushFile(WholeForm(beside)) || !RenameOver(beside, target)) return false;
+    if (marked) SetAttributes(target, FileAttribute::kReadOnly);
+    return true;
   }
 
   static DWORD NativeGetAttributes(const char* path) { return GetFileAttributesA(path); }
