@@ -25,7 +25,7 @@ class WiringCheck {
  public:
   WiringCheck(IDictionary& dictionary, const Workflow& workflow, const NodeKinds& kinds, const CheckOptions& options,
               Findings& findings)
-      : dictionary_(dictionary), workflow_(workflow), kinds_(kinds), options_(options), findings_(findings) {
+      : dictionary_(dictionary), workflow_(workflow), kinds_(kinds), findings_(findings) {
     for (const NodeType& type : workflow.types) {
       type_names_.push_back(type.name);
       Known& known = known_[type.name];
@@ -207,7 +207,6 @@ class WiringCheck {
   IDictionary& dictionary_;
   const Workflow& workflow_;
   const NodeKinds& kinds_;
-  const CheckOptions& options_;
   Findings& findings_;
   std::vector<std::string> type_names_;
   std::unordered_map<std::string, Known> known_;
