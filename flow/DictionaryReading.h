@@ -1,6 +1,8 @@
-// What is asked of a workflow's dictionary.
+// What is asked of a workflow's dictionary. What is there and cannot be read is not missing: std::bad_alloc is thrown
+// then.
 #pragma once
 
+#include <new>
 #include <string>
 #include <vector>
 
@@ -11,13 +13,19 @@ namespace OrvWorkFlow::Flow {
 
 // The text of a string entry; "" where there is none.
 inline std::string TextAt(IDictionary& dictionary, const std::string& path) {
-  return TextFrom([&](IOrvPString* text) { return dictionary.GetValue(path.c_str(), text); });
+  const TextHolder text;
+  if (dictionary.GetValue(path.c_str(), text.get())) return text.Text();
+  const bool is_text = dictionary.GetValueType(path.c_str()) == ValueType::String;
+  if (is_text && !dictionary.IsRedirection(path.c_str())) throw std::bad_alloc();
+  return {};
 }
 
 // The names of an entry's children; none where it is missing.
 inline std::vector<std::string> NamesBelow(IDictionary& dictionary, const std::string& path) {
   const TextListHolder names;
-  return dictionary.GetEntries(path.c_str(), names.get()) ? names.Texts() : std::vector<std::string>();
+  if (dictionary.GetEntries(path.c_str(), names.get())) return names.Texts();
+  if (dictionary.Exists(path.c_str())) throw std::bad_alloc();
+  return {};
 }
 
 }  // namespace OrvWorkFlow::Flow

@@ -1,6 +1,7 @@
 #include "orvflow/DeliveryWatch.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace OrvWorkFlow::Program {
@@ -29,6 +30,13 @@ const char* Describe(IRunObserver::Outcome outcome) {
       return "no memory";
   }
   return "unknown";
+}
+
+void Move(SignalRecords& from, SignalRecords& to) {
+  to.signals.reserve(to.signals.size() + from.signals.size());
+  std::move(from.signals.begin(), from.signals.end(), std::back_inserter(to.signals));
+  to.more += std::exchange(from.more, 0);
+  from.signals.clear();
 }
 
 // An observer throws nothing: what there is no memory for is left out.
@@ -71,14 +79,14 @@ std::optional<std::uint64_t> DeliveryWatch::WatchForEnd() {
   return ended_;
 }
 
-SignalRecords DeliveryWatch::TakeFailed() {
+void DeliveryWatch::MoveFailedTo(SignalRecords& records) {
   const std::lock_guard lock(mutex_);
-  return std::exchange(failed_, {});
+  Move(failed_, records);
 }
 
-SignalRecords DeliveryWatch::TakeSetAside() {
+void DeliveryWatch::MoveSetAsideTo(SignalRecords& records) {
   const std::lock_guard lock(mutex_);
-  return std::exchange(set_aside_, {});
+  Move(set_aside_, records);
 }
 
 bool DeliveryWatch::HasSetAside() const {
@@ -104,7 +112,11 @@ bool DeliveryWatch::Meets(Numbered met) {
   if (++met_ != suspect_->number) return false;
   refused_ = met.number;
   met.signal.reason = "the program died in it " + std::to_string(AttemptRecord::kMostDeaths) + " times running";
-  Try([&] { set_aside_.signals.push_back(std::move(met.signal)); });
+  try {
+    set_aside_.signals.push_back(std::move(met.signal));
+  } catch (...) {
+    has_forgotten_ = true;
+  }
   return true;
 }
 
@@ -173,7 +185,10 @@ void DeliveryWatch::DeliveryEnded(const Delivery& delivery, Outcome outcome, con
       next_ = std::max(next_, delivery.number + 1);
     }
     const bool was_set_aside = outcome == Outcome::HostRefused && refused_ == delivery.number;
-    if (outcome != Outcome::Accepted && !was_set_aside) Try([&] { KeepFailure(delivery, outcome, text); });
+    if (outcome != Outcome::Accepted && !was_set_aside) {
+      KeepFailure(delivery.sender, delivery.receiver, 0,
+                  [&] { return text != nullptr && *text != '\0' ? text : Describe(outcome); });
+    }
     ++ended_;
     is_awaited = queued_ <= 0 || std::exchange(rings_at_end_, false);
   }
@@ -191,14 +206,43 @@ void DeliveryWatch::ForgetBegun(std::uint64_t number) {
 }
 
 // More than are kept in the end are only counted.
-void DeliveryWatch::KeepFailure(const Delivery& delivery, Outcome outcome, const char* text) {
+template <class Describe>
+void DeliveryWatch::KeepFailure(const Sender& sender, const Receiver& receiver, std::uint32_t reached,
+                                const Describe& describe) {
+  ++failures_;
   if (failed_.signals.size() >= kMostSignalRecords) {
     ++failed_.more;
     return;
   }
-  SignalRecord record = RecordOf(delivery.sender, delivery.receiver);
-  record.reason = text != nullptr && *text != '\0' ? text : Describe(outcome);
-  failed_.signals.push_back(std::move(record));
+  try {
+    SignalRecord record = RecordOf(sender, receiver);
+    if (record.sender_type.empty() && !record.IsMapped()) {
+      has_forgotten_ = true;
+      return;
+    }
+    record.reason = describe();
+    record.reached = reached;
+    failed_.signals.push_back(std::move(record));
+  } catch (...) {
+    has_forgotten_ = true;
+  }
+}
+
+void DeliveryWatch::SignalLost(const LostSignal& signal) {
+  const std::lock_guard lock(mutex_);
+  KeepFailure(signal.sender, signal.receiver, signal.reached, [&] {
+    return signal.reason == LossReason::NoDictionary ? "it was lost: there is no dictionary"
+                                                     : "it was lost: not enough memory";
+  });
+}
+
+void DeliveryWatch::MappingNotRead(const UnreadMapping& mapping) {
+  const std::lock_guard lock(mutex_);
+  KeepFailure(mapping.sender, {}, mapping.reached, [&] {
+    return mapping.text == nullptr
+               ? std::string("a mapping of it cannot be read")
+               : "its mapping \"" + std::string(mapping.text) + "\" is not of the form TYPE,INSTANCE,SIGNAL";
+  });
 }
 
 }  // namespace OrvWorkFlow::Program

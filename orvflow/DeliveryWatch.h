@@ -1,6 +1,7 @@
 // What a run delivers at the moment, and what it did not deliver.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <deque>
 #include <mutex>
@@ -37,11 +38,16 @@ class DeliveryWatch final : public IRunObserver {
   // How many deliveries have ended; nothing while none is at work. The next end rings the bell.
   std::optional<std::uint64_t> WatchForEnd();
 
-  // The signals whose delivery has failed since the last call, and those that were set aside, as far as there was
-  // memory for them.
-  SignalRecords TakeFailed();
-  SignalRecords TakeSetAside();
+  // Append the signals whose delivery has failed or that were lost since the last call, and those that were set aside.
+  // Without memory they throw, and the next call has them.
+  void MoveFailedTo(SignalRecords& records);
+  void MoveSetAsideTo(SignalRecords& records);
   bool HasSetAside() const;
+  // Whether signals failed or were lost that are not known, for lack of memory: what they were to do is missing, and
+  // nobody can say what it is.
+  bool HasForgotten() const { return has_forgotten_; }
+  // How many signals failed or were lost, known or not.
+  std::uint64_t CountFailures() const { return failures_; }
 
   // The state was saved.
   void Saved();
@@ -52,8 +58,8 @@ class DeliveryWatch final : public IRunObserver {
   void SignalQueued(const QueuedSignal& signal) override;
   void SignalsDropped(std::uint64_t first, std::uint64_t count) override;
   void SignalIgnored(const IgnoredSignal& /*signal*/) override {}
-  void MappingNotRead(const UnreadMapping& /*mapping*/) override {}
-  void SignalLost(const LostSignal& /*signal*/) override {}
+  void MappingNotRead(const UnreadMapping& mapping) override;
+  void SignalLost(const LostSignal& signal) override;
   void DeliveryBegun(const Delivery& delivery) override;
   void DeliveryEnded(const Delivery& delivery, Outcome outcome, const char* text) override;
   void RebootSignalFired(std::uint64_t number, const Receiver& receiver) override;
@@ -71,7 +77,8 @@ class DeliveryWatch final : public IRunObserver {
 
   bool IsSuspect(const Receiver& receiver) const;
   bool Meets(Numbered met);
-  void KeepFailure(const Delivery& delivery, Outcome outcome, const char* text);
+  template <class Describe>
+  void KeepFailure(const Sender& sender, const Receiver& receiver, std::uint32_t reached, const Describe& describe);
   void ForgetBegun(std::uint64_t number);
 
   Bell& bell_;
@@ -83,6 +90,8 @@ class DeliveryWatch final : public IRunObserver {
   std::vector<Begun> begun_;  // The outermost first: a node may deliver others while it is at work.
   SignalRecords failed_;
   SignalRecords set_aside_;
+  std::atomic<bool> has_forgotten_ = false;
+  std::atomic<std::uint64_t> failures_ = 0;
 
   // While there is a suspect: those with its name that are on their way, and how many were handed over.
   std::optional<AttemptRecord::Suspect> suspect_;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <new>
 #include <thread>
 
 #include "OrvWorkFlow/WorkflowSchema.h"
@@ -67,6 +68,8 @@ RunResult RunLoop::StartAndWatch() {
     if (result.end == RunEnd::TimedOut && stuck_) stuck_->Set(Clock::now() + kStopPatience);
     StopAtEnd(result);
     return result;
+  } catch (const std::bad_alloc&) {
+    result.problem = "not enough memory";
   } catch (const std::exception& error) {
     result.problem = error.what();
   } catch (...) {
@@ -217,7 +220,7 @@ bool RunLoop::WaitUntilAtRest() {
     if (statistics.sent == statistics.finished) {
       if (!delivered) delivered = Clock::now();
       at_rest_ = std::min(at_rest_, *delivered);
-      if (statistics.busy == 0) return true;
+      if (statistics.busy == 0 && GetStatistics().busy == 0) return true;  // Asked once more: it may lack memory.
       if (Clock::now() - *delivered >= kNodePatience) return false;
     }
     if (in_checkpoint_) SayOverdue(begin);

@@ -1,7 +1,7 @@
 #include "orvflow/RunRecords.h"
 
 #include <cstdio>
-#include <iterator>
+#include <new>
 #include <utility>
 
 #include "orvflow/Terminal.h"
@@ -12,19 +12,13 @@ namespace {
 
 constexpr char kAttemptExtension[] = ".attempt";
 
-void Append(SignalRecords& records, SignalRecords more) {
-  records.signals.insert(records.signals.end(), std::make_move_iterator(more.signals.begin()),
-                         std::make_move_iterator(more.signals.end()));
-  records.more += more.more;
-}
-
 std::string Times(std::uint32_t number) { return number == 1 ? "once" : std::to_string(number) + " times running"; }
 
 // "2 signals failed (FileCopier First copy: no such file, and 1 more)"; "" for none.
 std::string Describe(const SignalRecords& records, const std::string& what) {
   if (records.Count() == 0) return {};
   std::string text = std::to_string(records.Count()) + (records.Count() == 1 ? " signal " : " signals ") + what;
-  if (records.signals.empty()) return text;
+  if (records.signals.empty()) return text + ", too many to be noted";
   const SignalRecord& first = records.signals.front();
   text += " (" + NameOf(first) + (first.reason.empty() ? "" : ": " + first.reason);
   if (records.Count() > 1) text += ", and " + std::to_string(records.Count() - 1) + " more";
@@ -65,29 +59,39 @@ void RunRecords::AddTo(RunLimits& limits) {
 }
 
 // What could not be written is tried again with the next save.
-bool RunRecords::WriteNew() {
-  Append(failed_, host_.deliveries().TakeFailed());
-  SignalRecords set_aside = host_.deliveries().TakeSetAside();
-  for (const SignalRecord& signal : set_aside.signals) {
+bool RunRecords::WriteNew() try {
+  if (HasForgotten()) return false;
+  host_.deliveries().MoveFailedTo(failed_);
+  const std::size_t told = set_aside_.signals.size();
+  host_.deliveries().MoveSetAsideTo(set_aside_);
+  for (std::size_t i = told; i < set_aside_.signals.size(); ++i) {
+    const SignalRecord& signal = set_aside_.signals[i];
     PrintErrorLine(flow_ + ": " + NameOf(signal) + ": " + signal.reason +
                    "; the signal is set aside, and the run goes on without it");
   }
-  Append(set_aside_, std::move(set_aside));
   is_unsaved_ = is_unsaved_ || failed_.Count() + set_aside_.Count() > 0;
   if (!AppendSignalRecords(host_.dictionary(), kFailedSignals, failed_)) return false;
   failed_ = {};
   if (!AppendSignalRecords(host_.dictionary(), kSetAsideSignals, set_aside_)) return false;
   set_aside_ = {};
   return true;
+} catch (const std::bad_alloc&) {
+  return false;
 }
 
-bool RunRecords::ReportKept() const {
-  const std::string failed = Describe(ReadSignalRecords(host_.dictionary(), kFailedSignals), "failed");
-  const std::string set_aside = Describe(ReadSignalRecords(host_.dictionary(), kSetAsideSignals), "set aside");
-  if (failed.empty() && set_aside.empty()) return false;
-  PrintErrorLine(flow_ + ": " + failed + (failed.empty() || set_aside.empty() ? "" : ", ") + set_aside + ", kept in " +
-                 state_.shown_name() + "; --retry delivers once more, --fresh begins anew");
-  return true;
+bool RunRecords::HasKept() const {
+  return ReadSignalRecords(host_.dictionary(), kFailedSignals).Count() != 0 ||
+         ReadSignalRecords(host_.dictionary(), kSetAsideSignals).Count() != 0;
+}
+
+void RunRecords::ReportKept() const {
+  const SignalRecords failed = ReadSignalRecords(host_.dictionary(), kFailedSignals);
+  const SignalRecords set_aside = ReadSignalRecords(host_.dictionary(), kSetAsideSignals);
+  std::string line = flow_ + ": " + Describe(failed, "failed");
+  if (failed.Count() > 0 && set_aside.Count() > 0) line += ", ";
+  line += Describe(set_aside, "set aside") + ", kept in " + state_.shown_name() + "; ";
+  if (!failed.signals.empty() || !set_aside.signals.empty()) line += "--retry delivers once more, ";
+  PrintErrorLine(line + "--fresh begins anew");
 }
 
 void ForgetDeaths(const StateFile& state) { std::remove((state.path() + kAttemptExtension).c_str()); }

@@ -24,12 +24,18 @@ class RunRecords {
   // What concerns the records in the limits of the run.
   void AddTo(RunLimits& limits);
 
-  // Says which signals are kept in the state of a run that has nothing more to do, and what can be done. False when
-  // there are none.
-  bool ReportKept() const;
+  // Whether there are some in the workflow's dictionary, of this run or of those before it.
+  bool HasKept() const;
+  // Says which signals are kept in the state of a run that has nothing more to do, and what can be done.
+  void ReportKept() const;
 
   // Whether there are some that no save has written.
   bool HasNew() const { return failed_.Count() + set_aside_.Count() > 0 || is_unsaved_; }
+  // Whether signals failed that could not be noted. Nothing is saved then: what is in the file has them still to be
+  // delivered.
+  bool HasForgotten() const { return host_.deliveries().HasForgotten(); }
+  // How many signals failed or were lost in this run.
+  std::uint64_t CountFailures() const { return host_.deliveries().CountFailures(); }
 
  private:
   bool WriteNew();

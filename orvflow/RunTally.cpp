@@ -149,6 +149,7 @@ void RunTally::SignalIgnored(const IgnoredSignal& signal) {
 }
 
 void RunTally::MappingNotRead(const UnreadMapping& mapping) {
+  CountUntold();
   WithoutThrowing([&] {
     std::string text = std::string(mapping.path) + ": ";
     if (mapping.text == nullptr) {
@@ -157,18 +158,21 @@ void RunTally::MappingNotRead(const UnreadMapping& mapping) {
       text += "the mapping \"" + std::string(mapping.text) + "\" of " + NameOf(mapping.sender) +
               " is not of the form TYPE,INSTANCE,SIGNAL";
     }
-    CountSilentFailure(text, false);
+    if (listener_.wants_line(true)) listener_.line(true, text);
+    KeepSilentFailure(text);
   });
 }
 
 void RunTally::SignalLost(const LostSignal& signal) {
+  CountUntold();
   WithoutThrowing([&] {
     const char* const reason =
         signal.reason == LossReason::NoDictionary ? "there is no dictionary" : "not enough memory";
     const bool is_mapped = *signal.receiver.type != '\0';
     const std::string text = "the signal " + (IsNone(signal.sender) ? "" : NameOf(signal.sender) + " ") +
                              (is_mapped ? "for " + NameOf(signal.receiver) + " " : "") + "was lost: " + reason;
-    CountSilentFailure(text, false);
+    if (listener_.wants_line(true)) listener_.line(true, text);
+    KeepSilentFailure(text);
   });
 }
 
@@ -184,9 +188,10 @@ void RunTally::DeliveryBegun(const Delivery& delivery) {
 
 RunTally::Clock::duration RunTally::EndDelivery(const Delivery& delivery, Outcome outcome) {
   const std::lock_guard lock(mutex_);
-  StopWaiting(delivery.number);
   ++numbers_.delivered;
   if (outcome != Outcome::Accepted) ++numbers_.failures;
+  if (SilentReason(outcome) != nullptr) ++numbers_.silent;
+  StopWaiting(delivery.number);
   Clock::duration time{};
   const auto running = std::find_if(running_.begin(), running_.end(),
                                     [&](const Running& each) { return each.number == delivery.number; });
@@ -212,9 +217,8 @@ void RunTally::DeliveryEnded(const Delivery& delivery, Outcome outcome, const ch
     if (outcome == Outcome::Threw && *text != '\0') listener_.reason(text);
     const char* const silent = SilentReason(outcome);
     if (silent == nullptr) return;
-    CountSilentFailure(
-        "the signal " + NameOf(delivery.receiver) + " of " + SenderText(delivery) + " was not delivered: " + silent,
-        true);
+    KeepSilentFailure("the signal " + NameOf(delivery.receiver) + " of " + SenderText(delivery) +
+                      " was not delivered: " + silent);
   });
 }
 
@@ -227,12 +231,16 @@ void RunTally::NodeMade(const char* type, const char* instance) {
   });
 }
 
-// `was_counted`: as a failed delivery, when that ended, and with its line.
-void RunTally::CountSilentFailure(const std::string& text, bool was_counted) {
-  if (!was_counted && listener_.wants_line(true)) listener_.line(true, text);
+// Counts one that is no delivery. Needs no memory, so it comes first.
+void RunTally::CountUntold() {
   const std::lock_guard lock(mutex_);
   ++numbers_.silent;
-  if (!was_counted) ++numbers_.failures;
+  ++numbers_.failures;
+}
+
+// After it was counted.
+void RunTally::KeepSilentFailure(const std::string& text) {
+  const std::lock_guard lock(mutex_);
   const auto known = std::find_if(failures_.begin(), failures_.end(),
                                   [&](const SilentFailure& failure) { return failure.text == text; });
   if (known != failures_.end()) {

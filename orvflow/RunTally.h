@@ -128,7 +128,8 @@ class RunTally final : public IRunObserver {
   // Null for a number that is not there.
   Entry* EntryOf(std::uint64_t number);
   Clock::duration EndDelivery(const Delivery& delivery, Outcome outcome);
-  void CountSilentFailure(const std::string& text, bool was_counted);
+  void CountUntold();
+  void KeepSilentFailure(const std::string& text);
 
   const Listener listener_;
 

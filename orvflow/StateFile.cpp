@@ -7,6 +7,7 @@
 #include "OrvWorkFlow/WorkflowSchema.h"
 #include "orvflow/DictionaryLoading.h"
 #include "orvflow/DictionaryReading.h"
+#include "orvflow/FlowSource.h"
 #include "orvflow/HostFiles.h"
 #include "orvflow/Terminal.h"
 
@@ -44,11 +45,13 @@ bool IsTemporary(std::string_view ending) {
 
 }  // namespace
 
-StateFile::StateFile(const std::string& flow, const std::string& file)
-    : shown_name_(NameFor(flow, file)),
-      named_path_(MakeAbsolutePath(shown_name_)),
-      path_(ResolveLinks(named_path_)),
-      lock_((CheckPlace(flow), path_ + kLockExtension)) {
+StateFile::StateFile(const std::string& flow, const std::string& file) {
+  if (IsStandardStream(flow) && file.empty()) return;
+  shown_name_ = NameFor(flow, file);
+  named_path_ = MakeAbsolutePath(shown_name_);
+  path_ = ResolveLinks(named_path_);
+  CheckPlace(flow);
+  lock_.emplace(path_ + kLockExtension);
   CheckLock();
   if (CanBeWritten()) RemoveLeftovers();
 }
@@ -79,8 +82,8 @@ void StateFile::CheckPlace(const std::string& flow) const {
 }
 
 void StateFile::CheckLock() const {
-  if (lock_.outcome() != FileLock::Outcome::InUse) return;
-  const std::string who = lock_.owner().empty() ? "another process" : "process " + lock_.owner();
+  if (lock_->outcome() != FileLock::Outcome::InUse) return;
+  const std::string who = lock_->owner().empty() ? "another process" : "process " + lock_->owner();
   throw FileError(
       ExitCode::InUse, shown_name_, "",
       "in use by " + who + ", which runs this workflow; wait for its end, or name another file with --state");
@@ -94,6 +97,7 @@ void StateFile::RemoveLeftovers() const {
 }
 
 bool StateFile::Exists() const {
+  if (!IsNamed()) return false;
   const FileLook look = LookAtFile(path_);
   if (look.kind == FileKind::Unreadable) {
     throw FileError(ExitCode::Failed, shown_name_, "", "the saved state cannot be read: " + look.reason + kMayBeWhole);

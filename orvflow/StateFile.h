@@ -5,6 +5,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "OrvWorkFlow/IDictionary.h"
@@ -18,7 +19,7 @@ class StateFile {
  public:
   // `file` "" means the one beside the flow, "<name>.state.xml", beside the file itself when the flow is a link. Throws
   // ProgramError when the file is the flow itself or a folder, is another user's where anybody may write, and when
-  // another host uses it.
+  // another host uses it. A flow from standard input, "-", has no file beside it, and so no state without a `file`.
   StateFile(const std::string& flow, const std::string& file);
 
   // How the user knows the state of `flow` when `file` was given.
@@ -28,11 +29,13 @@ class StateFile {
   const std::string& shown_name() const { return shown_name_; }
   const std::string& path() const { return path_; }
 
+  // Whether there is a file at all.
+  bool IsNamed() const { return !path_.empty(); }
   // Throws ProgramError when the system cannot tell.
   bool Exists() const;
   // False when nothing can be saved, with the system's reason: its folder does not exist or cannot be written.
-  bool CanBeWritten() const { return lock_.outcome() == FileLock::Outcome::Held; }
-  const std::string& why_not_written() const { return lock_.reason(); }
+  bool CanBeWritten() const { return lock_ && lock_->outcome() == FileLock::Outcome::Held; }
+  std::string why_not_written() const { return lock_ ? lock_->reason() : "it has no file"; }
 
   // Reads the state into a dictionary of the caller's. Throws ProgramError, with the file's name, when it cannot be
   // read now, and when it is no state of the workflow `workflow_name`.
@@ -53,7 +56,7 @@ class StateFile {
   std::string shown_name_;
   std::string named_path_;  // as it was named, links and all
   std::string path_;
-  FileLock lock_;
+  std::optional<FileLock> lock_;
 };
 
 // What tells whether a flow file has changed: a checksum of its bytes, in hexadecimal digits. Throws ProgramError, with

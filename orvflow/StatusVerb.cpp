@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "orvflow/FileLock.h"
+#include "orvflow/FlowSource.h"
 #include "orvflow/HostFiles.h"
 #include "orvflow/StandardStreams.h"
 #include "orvflow/StateFile.h"
@@ -33,7 +34,11 @@ StatusVerb::StatusVerb(CLI::App& program)
 // that was killed may name a process of today.
 ExitCode StatusVerb::Execute() {
   if (flow_.empty()) throw UsageError("no workflow file given");
-  if (FindFileKind(MakeAbsolutePath(flow_)) == FileKind::Missing) {
+  const bool has_file = !IsStandardStream(flow_);
+  if (!has_file && state_file_.empty()) {
+    throw UsageError("a flow from standard input is known by its state; name that with --state");
+  }
+  if (has_file && FindFileKind(MakeAbsolutePath(flow_)) == FileKind::Missing) {
     throw FileError(ExitCode::Failed, flow_, "", "no such file");
   }
   const std::string state = StateFile::NameFor(flow_, state_file_);

@@ -69,16 +69,21 @@ class IRunObserver {
   virtual void SignalIgnored(const IgnoredSignal& signal) = 0;
 
   // A mapping of an output signal is not a text of the form "type,instance,signal": the signal does not reach it, nor
-  // those that stand behind it. `text` is null when there is no text. Told each time that the signal is fired.
+  // those that stand behind it; the `reached` mappings before it were queued. `text` is null when there is no text.
+  // Told each time that the signal is fired.
   struct UnreadMapping {
     std::uint64_t cause = 0;
     Sender sender;
     const char* path = "";  // of the mapping in the dictionary, or of all of them when they could not be listed
     const char* text = nullptr;
+    std::uint32_t reached = 0;
   };
   virtual void MappingNotRead(const UnreadMapping& mapping) = 0;
 
-  // A signal that could not be queued. The receiver is not known when it was lost before it was mapped.
+  // A signal that could not be queued. The receiver is not known when it was lost before it was mapped; the sender's
+  // type and instance are not when there was no memory to ask for them. `reached`: the mappings of such a signal that
+  // were queued before it was lost, the first ones. The mediator tells it, too: of signals that do not get to the
+  // engine, and, without any name, when it could not note a reboot signal: a state that is saved then lacks that.
   enum class LossReason : std::int32_t {
     NoMemory = 0,
     NoDictionary = 1,
@@ -88,6 +93,7 @@ class IRunObserver {
     Sender sender;
     Receiver receiver;
     LossReason reason = LossReason::NoMemory;
+    std::uint32_t reached = 0;
   };
   virtual void SignalLost(const LostSignal& signal) = 0;
 

@@ -150,10 +150,16 @@ bool CSignalMediator::Signal(IWorkNode* node, const char* signal_name) {
     if (entry != nullptr && entry->has_names) return ForwardFired(entry->type, entry->instance, signal_name);
     std::string type;
     std::string instance;
-    return AskNames(*node, type, instance) && ForwardFired(type, instance, signal_name);
+    if (AskNames(*node, type, instance)) return ForwardFired(type, instance, signal_name);
   } catch (...) {
-    return false;
   }
+  TellLost({"", "", signal_name});
+  return false;
+}
+
+void CSignalMediator::TellLost(const IRunObserver::Sender& sender) const noexcept {
+  if (!observer_) return;
+  observer_.Tell(&IRunObserver::SignalLost, IRunObserver::LostSignal{ThisThreadsSignals().delivery.number, sender, {}});
 }
 
 }  // namespace OrvWorkFlow

@@ -26,6 +26,11 @@ class RebootSignals {
     const std::scoped_lock lock(mutex_);
     records_.push_back(std::move(record));
   }
+  // All of them, which are forgotten.
+  std::vector<RebootSignalRecord> Take() noexcept {
+    const std::scoped_lock lock(mutex_);
+    return std::exchange(records_, {});
+  }
   std::vector<RebootSignalRecord> Copy() const {
     const std::scoped_lock lock(mutex_);
     return records_;

@@ -107,6 +107,7 @@ bool CSignalMediator::ForwardOutputSignal(const char* type_name, const char* ins
       engine->OutputSignal(type_name, instance_name, signal_name);
     }
   } catch (...) {  // The answer is true whatever becomes of the signal.
+    TellLost({type_name, instance_name, signal_name});
   }
   return true;
 }

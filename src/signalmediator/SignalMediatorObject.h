@@ -117,6 +117,8 @@ class CSignalMediator final : public BaseObject<CSignalMediator, ISignalMediator
   // Delivering.cpp
   void TellEnd(const InputSignal& signal, const SignalSource& source, IRunObserver::Outcome outcome,
                const char* text = "") const noexcept;
+  // A signal that gets nowhere, for lack of memory.
+  void TellLost(const IRunObserver::Sender& sender) const noexcept;
   void Deliver(const InputSignal& signal, const SignalSource& source, WorkNodeList::Place place) noexcept;
   WorkNodePointer Receive(const InputSignal& signal, const SignalSource& source, WorkNodeList::Place place,
                           ContentDirectories::Recalled& recalled);

@@ -109,15 +109,14 @@ void CSignalMediator::LoadRebootSignals() {
 bool CSignalMediator::FireRebootSignals() {
   try {
     const AccessLock::Hold hold(access_lock_);
-    for (const RebootSignalRecord& record : reboot_signals_.Copy()) {
+    for (const RebootSignalRecord& record : reboot_signals_.Take()) {
       const InputSignal signal{record.type.c_str(), record.instance.c_str(), record.signal.c_str()};
       SignalSource source{NextNumberPastQueue(), {}};
       observer_.Tell(&IRunObserver::RebootSignalFired, source.number,
                      IRunObserver::Receiver{signal.type, signal.instance, signal.signal});
       Fire(signal, source);
     }
-    reboot_signals_.Clear();
-  } catch (...) {  // Without memory for the walk the records stay.
+  } catch (...) {  // The host's lock failed; the records stay.
   }
   return true;
 }

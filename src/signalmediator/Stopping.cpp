@@ -31,6 +31,7 @@ bool CSignalMediator::StopAllWorkNodes() {
     try {
       for (const WorkNodePointer& entry : nodes_.Copy()) StopNode(*entry);
     } catch (...) {
+      TellLost({});
       ShowMediatorText(MediatorBoxes::kStopThrew);
     }
     tracer_.Log(MediatorCategories::kStopAllWorkNodes, MediatorLines::kAllStopped);
@@ -77,8 +78,8 @@ void CSignalMediator::StopNode(const WorkNodeEntry& entry) {
   } catch (...) {
     ShowMediatorText(StopText(MediatorBoxes::kRebootSignalThrew, type, instance));
   }
-  ReadText(signal.get(), record.signal);
-  AskNames(node, record.type, record.instance);
+  const bool is_known = ReadText(signal.get(), record.signal) && AskNames(node, record.type, record.instance);
+  if (!is_known) TellLost({});
   reboot_signals_.Append(std::move(record));
 }
 

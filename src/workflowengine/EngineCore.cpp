@@ -94,7 +94,9 @@ bool EngineCore::MapAndQueue(const EngineLock& lock, const SignalName& sender, s
     for (std::size_t i = queued; i < mapped->receivers.size(); ++i) events_.Lost(cause, mapped->receivers[i]);
     throw;
   }
-  if (failed && mapped->no_memory) events_.Lost(cause, sender, EngineEvents::Reason::NoMemory);
+  if (failed && mapped->no_memory) {
+    events_.Lost(cause, sender, EngineEvents::Reason::NoMemory, mapped->receivers.size());
+  }
   if (failed && !mapped->no_memory) events_.NotRead(cause, sender, *mapped);
   return !failed;
 }

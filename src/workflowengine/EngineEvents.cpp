@@ -48,11 +48,14 @@ void EngineEvents::NotRead(std::uint64_t cause, const SignalName& sender, const 
   } catch (...) {  // Told without its path.
   }
   if (mapped.unread_text) mapping.text = mapped.unread_text->c_str();
+  mapping.reached = static_cast<std::uint32_t>(mapped.receivers.size());
   observer_.Tell(&IRunObserver::MappingNotRead, mapping);
 }
 
-void EngineEvents::Lost(std::uint64_t cause, const SignalName& sender, Reason reason) const noexcept {
-  observer_.Tell(&IRunObserver::SignalLost, IRunObserver::LostSignal{cause, SenderOf(sender), {}, reason});
+void EngineEvents::Lost(std::uint64_t cause, const SignalName& sender, Reason reason,
+                        std::size_t reached) const noexcept {
+  observer_.Tell(&IRunObserver::SignalLost,
+                 IRunObserver::LostSignal{cause, SenderOf(sender), {}, reason, static_cast<std::uint32_t>(reached)});
 }
 
 void EngineEvents::Lost(std::uint64_t cause, const QueueEntry& entry) const noexcept {

@@ -21,7 +21,8 @@ class EngineEvents {
   void NotRead(std::uint64_t cause, const SignalName& sender, const MappedSignal& mapped) const noexcept;
 
   using Reason = IRunObserver::LossReason;
-  void Lost(std::uint64_t cause, const SignalName& sender, Reason reason) const noexcept;
+  // `reached`: its mappings that were queued.
+  void Lost(std::uint64_t cause, const SignalName& sender, Reason reason, std::size_t reached = 0) const noexcept;
   void Lost(std::uint64_t cause, const QueueEntry& entry) const noexcept;  // for lack of memory
 
  private:

@@ -87,22 +87,32 @@ class BusyNode final : public WorkNodeBase {
   std::thread worker_;
 };
 
-// An entry "/Counting/<name>" of the workflow's dictionary.
+// An entry "/Counting/<name>" of the workflow's dictionary; 0 where there is none.
 std::int32_t ReadCounting(IDictionary& dictionary, const std::string& name) {
+  const std::string path = "/Counting/" + name;
   std::int32_t value = 0;
-  dictionary.GetValue(("/Counting/" + name).c_str(), &value);
+  if (!dictionary.GetValue(path.c_str(), &value) && dictionary.Exists(path.c_str())) throw std::bad_alloc();
   return value;
+}
+
+void SetCounting(IDictionary& dictionary, const std::string& name, std::int32_t value) {
+  if (!dictionary.SetValue(("/Counting/" + name).c_str(), value)) throw std::bad_alloc();
 }
 
 // Writes a line to the file "/Counting/Log", if there is one, with one write.
 void WriteCounting(IDictionary& dictionary, char letter, std::int32_t number) {
-  const std::string file = TextFrom([&](IOrvPString* text) { return dictionary.GetValue("/Counting/Log", text); });
+  const TextHolder text;
+  if (!dictionary.GetValue("/Counting/Log", text.get())) {
+    if (dictionary.Exists("/Counting/Log")) throw std::bad_alloc();
+    return;
+  }
+  const std::string file = text.Text();
   if (file.empty()) return;
   const std::string line = letter + std::to_string(number) + "\n";
   std::FILE* const stream = std::fopen(file.c_str(), "ab");
   if (stream == nullptr) throw std::runtime_error("cannot write " + file);
-  std::fwrite(line.data(), 1, line.size(), stream);
-  std::fclose(stream);
+  const bool is_written = std::fwrite(line.data(), 1, line.size(), stream) == line.size();
+  if (std::fclose(stream) != 0 || !is_written) throw std::runtime_error("cannot write " + file);
 }
 
 // "go": counts one further, writes "A<count>", fires "told" and, until the limit, "out".
@@ -115,7 +125,7 @@ class CountingNode final : public WorkNodeBase {
   bool OnSignal(std::string_view /*signal*/) override {
     IDictionary& dictionary = WorkflowDictionary();
     const std::int32_t count = ReadCounting(dictionary, "Count") + 1;
-    dictionary.SetValue("/Counting/Count", count);
+    SetCounting(dictionary, "Count", count);
     WriteCounting(dictionary, 'A', count);
     FireOutput("told");
     const std::int32_t limit = ReadCounting(dictionary, "Limit");
@@ -135,7 +145,7 @@ class MarkingNode final : public WorkNodeBase {
   bool OnSignal(std::string_view /*signal*/) override {
     IDictionary& dictionary = WorkflowDictionary();
     const std::int32_t marks = ReadCounting(dictionary, "Marks") + 1;
-    dictionary.SetValue("/Counting/Marks", marks);
+    SetCounting(dictionary, "Marks", marks);
     WriteCounting(dictionary, 'B', marks);
     return true;
   }
