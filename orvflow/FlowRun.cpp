@@ -69,6 +69,7 @@ ExitCode FlowRun::Execute() {
 }
 
 void FlowRun::MakeHost() {
+  SetActivity("while the library was loaded");
   try {
     host_.emplace();
   } catch (const std::runtime_error& error) {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "orvflow/LastResort.h"
 #include "orvflow/StatusLine.h"
 
 namespace OrvWorkFlow::Program {
@@ -87,6 +88,8 @@ void PrintErrorLine(std::string_view line) {
 }
 
 void SetActivity(const char* words) { activity = words; }
+
+void PrintFailure(const char* what) { PrintErrorLine(std::string(what) + ", " + activity.load()); }
 
 void PrintOutOfMemory() {
   for (const char* part : {"orvflow: out of memory ", activity.load(), "; what was saved before is whole\n"}) {

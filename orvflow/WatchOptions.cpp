@@ -26,27 +26,31 @@ ProgramError UsageError(const std::string& text) { return ProgramError(ExitCode:
 
 }  // namespace
 
-WatchOptions::WatchOptions(CLI::App& command) : command_(command) {
-  command.add_flag(
+// Options are asked whether they were given, not looked for by name: without memory that would end the process.
+WatchOptions::WatchOptions(CLI::App& command) {
+  trace_option_ = command.add_flag(
       "--trace", trace_,
       "Shows the library's own log on standard error; =CATEGORY only what begins so, =help the categories");
   command.add_option("--log", log_file_, "Appends a line for each signal to a file")->type_name("FILE");
-  command.add_option("--log-level", log_level_, "What --log writes: failures, signals (default), trace")
-      ->type_name("L");
-  command.add_option("--log-size", log_size_, "The log's most bytes (K, M, G); then FILE.1 to FILE.3")->type_name("N");
-  command.add_flag("--progress", progress_, "A line every minute, or =SECONDS, when not on a terminal");
+  level_option_ =
+      command.add_option("--log-level", log_level_, "What --log writes: failures, signals (default), trace")
+          ->type_name("L");
+  size_option_ = command.add_option("--log-size", log_size_, "The log's most bytes (K, M, G); then FILE.1 to FILE.3")
+                     ->type_name("N");
+  progress_option_ =
+      command.add_flag("--progress", progress_, "A line every minute, or =SECONDS, when not on a terminal");
 }
 
 LogOptions WatchOptions::MakeLogOptions() const {
   LogOptions options;
-  if (command_.count("--trace") > 0) options.trace_category = trace_ == kFlagWithoutValue ? "" : trace_;
+  if (IsGiven(trace_option_)) options.trace_category = trace_ == kFlagWithoutValue ? "" : trace_;
   if (options.trace_category && !IsTraceCategory(*options.trace_category)) {
     throw UsageError("--trace=" + trace_ + ": no such category, see --trace=help" + SuggestTraceCategory(trace_));
   }
   options.file = log_file_;
   options.level = ParseLevel();
-  for (const char* option : {"--log-level", "--log-size"}) {
-    if (command_.count(option) > 0 && log_file_.empty()) throw UsageError(std::string(option) + " needs --log FILE");
+  for (const CLI::Option* const option : {level_option_, size_option_}) {
+    if (IsGiven(option) && log_file_.empty()) throw UsageError(option->get_name() + " needs --log FILE");
   }
   if (log_size_.empty()) return options;
   const std::optional<std::uint64_t> size = ParseSize(log_size_);
@@ -65,7 +69,7 @@ LogLevel WatchOptions::ParseLevel() const {
 }
 
 std::optional<std::chrono::duration<double>> WatchOptions::ProgressInterval() const {
-  if (command_.count("--progress") == 0) return std::nullopt;
+  if (!IsGiven(progress_option_)) return std::nullopt;
   if (progress_ == kFlagWithoutValue) return kProgressInterval;
   double seconds = 0;
   const char* const end = progress_.data() + progress_.size();

@@ -31,7 +31,12 @@ class WatchOptions {
  private:
   LogLevel ParseLevel() const;
 
-  CLI::App& command_;
+  static bool IsGiven(const CLI::Option* option) { return option->count() > 0; }
+
+  const CLI::Option* trace_option_;  // This and the following are the command's.
+  const CLI::Option* level_option_;
+  const CLI::Option* size_option_;
+  const CLI::Option* progress_option_;
   std::string trace_;
   std::string log_file_;
   std::string log_level_;

@@ -1,5 +1,6 @@
 #include "orvflow/WorkflowHost.h"
 
+#include <new>
 #include <stdexcept>
 #include <string>
 
@@ -11,11 +12,14 @@ namespace OrvWorkFlow::Program {
 namespace {
 
 constexpr char kLibrary[] = "CoreObjects";
+constexpr char kNoMemory[] = "out of memory";  // What the runtime says of a load.
 // What the utility store makes afresh for each asker. The engine and the mediator are not among them: there is one of
 // each.
 constexpr const char* kStoreObjects[] = {"Dictionary", "Encryption", "FileSystem", "RegExp"};
 
+// What the library has and cannot make is made when there is memory again.
 [[noreturn]] void FailForLack(const char* object_name) {
+  if (WorkFlowFactory::IsObjectPresent(object_name)) throw std::bad_alloc();
   throw std::runtime_error(std::string(kLibrary) + ": the library has no usable " + object_name +
                            "; install the program again");
 }
@@ -44,7 +48,11 @@ class FirstBusyNode final : public IRunReport {
 }  // namespace
 
 WorkflowHost::WorkflowHost() {
-  if (!WorkFlowFactory::LoadSharedLibrary(kLibrary)) throw std::runtime_error(WorkFlowFactory::LastLoadError());
+  if (!WorkFlowFactory::LoadSharedLibrary(kLibrary)) {
+    const std::string reason = WorkFlowFactory::LastLoadError();
+    if (reason == kNoMemory) throw std::bad_alloc();
+    throw std::runtime_error(reason);
+  }
   try {
     MakeGlobals();
     MakeStore();

@@ -7,6 +7,7 @@
 
 #include "orvflow/Arguments.h"
 #include "orvflow/CommandLine.h"
+#include "orvflow/LastResort.h"
 #include "orvflow/LibraryTrial.h"
 #include "orvflow/StandardStreams.h"
 #include "orvflow/Terminal.h"
@@ -16,6 +17,7 @@ namespace OrvWorkFlow::Program {
 namespace {
 
 ExitCode Execute(int argument_count, char** arguments) {
+  EndInOrderWithoutMemory();
   try {
     SecureStandardStreams();
     std::vector<std::string> words = ArgumentsInUtf8(argument_count, arguments);
@@ -31,7 +33,7 @@ ExitCode Execute(int argument_count, char** arguments) {
     PrintOutOfMemory();
     return ExitCode::Failed;
   } catch (const std::exception& error) {
-    PrintErrorLine(error.what());
+    PrintFailure(error.what());
     return ExitCode::Failed;
   }
 }
