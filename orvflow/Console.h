@@ -10,13 +10,17 @@ namespace OrvWorkFlow::Program {
 // looks at: not in the background. Asked again before each line that is drawn.
 bool CanRewriteLine();
 
+// False when a write to standard error would wait: the terminal was stopped. A signal handler may call it.
+bool TakesBytes() noexcept;
+
 // How many characters a line of it holds; 80 when it does not say.
 std::size_t ConsoleColumns();
 
 // Whether it understands escape sequences (cursor, colours). Makes it understand them where that has to be asked for.
 bool UnderstandsEscapes();
 
-// Writes the bytes, UTF-8, to standard error in one call. Fails silently: nobody could be told.
+// Writes the bytes, UTF-8, to standard error in one call. Fails silently: nobody could be told. A signal handler may
+// call it.
 void WriteToConsole(const char* bytes, std::size_t size) noexcept;
 
 }  // namespace OrvWorkFlow::Program

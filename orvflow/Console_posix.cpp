@@ -1,3 +1,4 @@
+#include <poll.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -12,6 +13,11 @@ bool CanRewriteLine() {
   const char* const terminal = std::getenv("TERM");
   if (terminal == nullptr || *terminal == '\0' || std::string_view(terminal) == "dumb") return false;
   return isatty(STDERR_FILENO) != 0 && tcgetpgrp(STDERR_FILENO) == getpgrp();
+}
+
+bool TakesBytes() noexcept {
+  pollfd standard_error = {STDERR_FILENO, POLLOUT, 0};
+  return poll(&standard_error, 1, 0) != 0 || standard_error.revents != 0;
 }
 
 std::size_t ConsoleColumns() {

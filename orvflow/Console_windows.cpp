@@ -27,6 +27,9 @@ bool CanRewriteLine() {
   return GetConsoleMode(ErrorHandle(), &mode) != 0;
 }
 
+// A console whose text is being selected takes nothing, and does not say so.
+bool TakesBytes() noexcept { return true; }
+
 std::size_t ConsoleColumns() {
   CONSOLE_SCREEN_BUFFER_INFO info = {};
   if (GetConsoleScreenBufferInfo(ErrorHandle(), &info) == 0) return 80;

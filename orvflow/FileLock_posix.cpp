@@ -80,7 +80,8 @@ std::string FileLock::ReadOwner(const std::string& file) {
 }
 
 FileLock::~FileLock() {
-  if (outcome_ == Outcome::Held) unlink(system_->path.c_str());
+  if (outcome_ != Outcome::Held || unlink(system_->path.c_str()) == 0) return;
+  unlink(system_->path.c_str());  // Once more: a failing disk may have recovered.
 }
 
 }  // namespace OrvWorkFlow::Program

@@ -11,7 +11,8 @@ class MappedPage {
  public:
   static constexpr std::size_t kSize = 4096;
 
-  // Opens the file, or makes it, filled with zeros. What another user has put there is not used.
+  // Opens the file, or makes it, filled with zeros. What another user has put there is not used. A file that was made
+  // and cannot be used is removed.
   explicit MappedPage(const std::string& path);
   MappedPage(const MappedPage&) = delete;
   MappedPage& operator=(const MappedPage&) = delete;

@@ -13,15 +13,13 @@ struct MappedPage::System {};
 
 namespace {
 
-bool IsOwn(int file) {
-  struct stat status = {};
-  return fstat(file, &status) == 0 && S_ISREG(status.st_mode) && status.st_uid == geteuid() && status.st_nlink == 1;
+bool IsOwn(const struct stat& status) {
+  return S_ISREG(status.st_mode) && status.st_uid == geteuid() && status.st_nlink == 1;
 }
 
 // Written, not only made longer: a page without room on the disk would end the process when it is touched.
-bool Fill(int file) {
-  struct stat status = {};
-  if (fstat(file, &status) == 0 && status.st_size == static_cast<off_t>(MappedPage::kSize)) return true;
+bool Fill(int file, const struct stat& status) {
+  if (status.st_size == static_cast<off_t>(MappedPage::kSize)) return true;
   static constexpr std::array<char, MappedPage::kSize> kZeros = {};
   return ftruncate(file, 0) == 0 &&
          pwrite(file, kZeros.data(), kZeros.size(), 0) == static_cast<ssize_t>(kZeros.size());
@@ -32,11 +30,16 @@ bool Fill(int file) {
 MappedPage::MappedPage(const std::string& path) : path_(path) {
   const int file = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600);
   if (file < 0) return;
-  if (IsOwn(file) && Fill(file)) {
+  struct stat status = {};
+  const bool is_known = fstat(file, &status) == 0;
+  const bool is_own = is_known && IsOwn(status);
+  if (is_own && Fill(file, status)) {
     void* const address = mmap(nullptr, kSize, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
     if (address != MAP_FAILED) data_ = address;
   }
   close(file);
+  const bool is_empty = is_own && status.st_size == 0;
+  if (data_ == nullptr && is_empty) unlink(path.c_str());
 }
 
 MappedPage::~MappedPage() {
@@ -44,7 +47,8 @@ MappedPage::~MappedPage() {
 }
 
 void MappedPage::Remove() {
-  if (data_ != nullptr) unlink(path_.c_str());
+  if (data_ == nullptr || unlink(path_.c_str()) == 0) return;
+  unlink(path_.c_str());  // Once more: a failing disk may have recovered.
 }
 
 }  // namespace OrvWorkFlow::Program

@@ -39,11 +39,14 @@ MappedPage::MappedPage(const std::string& path) : path_(path), system_(std::make
   System& system = *system_;
   system.file = CreateFileA(path.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr,
                             OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
-  if (system.file == INVALID_HANDLE_VALUE || !Fill(system.file)) return;
-  system.mapping = CreateFileMappingA(system.file, nullptr, PAGE_READWRITE, 0, kSize, nullptr);
-  if (system.mapping == nullptr) return;
-  system.view = MapViewOfFile(system.mapping, FILE_MAP_WRITE, 0, 0, kSize);
+  if (system.file == INVALID_HANDLE_VALUE) return;
+  const bool is_new = GetLastError() != ERROR_ALREADY_EXISTS;
+  if (Fill(system.file)) system.mapping = CreateFileMappingA(system.file, nullptr, PAGE_READWRITE, 0, kSize, nullptr);
+  if (system.mapping != nullptr) system.view = MapViewOfFile(system.mapping, FILE_MAP_WRITE, 0, 0, kSize);
   data_ = system.view;
+  if (data_ != nullptr || !is_new) return;
+  system_ = std::make_unique<System>();
+  DeleteFileA(path.c_str());
 }
 
 MappedPage::~MappedPage() = default;

@@ -1,6 +1,7 @@
 #include "orvflow/StatusLine.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <mutex>
@@ -14,8 +15,10 @@ namespace {
 
 constexpr char kRed[] = "\x1b[31m";
 constexpr char kPlain[] = "\x1b[0m";
-// The shortened part keeps as many columns.
+// The shortened part keeps as many columns as long as others can be left out, and so many at all: less of it says
+// nothing.
 constexpr std::size_t kLeastOfAName = 12;
+constexpr std::size_t kShortestName = 5;
 
 std::size_t ColumnsOfAll(const std::vector<StatusPart>& parts) {
   std::size_t columns = 0;
@@ -45,6 +48,14 @@ bool ShortenName(std::vector<StatusPart>& parts, std::size_t columns, std::size_
   return true;
 }
 
+// Where there is no room for the flexible part: first without the one behind it, which belongs to it, then without it.
+void ShortenOrDropName(std::vector<StatusPart>& parts, std::size_t columns) {
+  const auto name = std::find_if(parts.begin(), parts.end(), [](const StatusPart& part) { return part.flexible; });
+  if (name == parts.end() || ShortenName(parts, columns, kShortestName)) return;
+  if (name + 1 != parts.end()) parts.erase(name + 1);
+  if (!ShortenName(parts, columns, kShortestName)) parts.erase(name);
+}
+
 // What is on the screen. Leaked, so that threads may still write while the process ends.
 struct Screen {
   std::mutex mutex;         // A leaf.
@@ -52,6 +63,10 @@ struct Screen {
   std::size_t columns = 0;  // that it needs
   bool is_finished = false;
 };
+
+// Whether one is shown, for who cannot wait for the mutex.
+std::atomic<bool> is_line_shown = false;
+static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler may only touch what never locks");
 
 Screen& TheScreen() {
   static Screen* const screen = new Screen;
@@ -79,7 +94,7 @@ void Put(const std::string& text) { WriteToConsole(text.data(), text.size()); }
 std::string FitStatus(std::vector<StatusPart> parts, std::size_t columns, bool colours) {
   while (!ShortenName(parts, columns, kLeastOfAName) && DropLeastImportant(parts)) {
   }
-  ShortenName(parts, columns, 0);
+  ShortenOrDropName(parts, columns);
   std::string line;
   for (const StatusPart& part : parts) {
     if (!line.empty()) line += part.before;
@@ -93,13 +108,14 @@ std::string FitStatus(std::vector<StatusPart> parts, std::size_t columns, bool c
 void StatusLine::Show(const std::vector<StatusPart>& parts) {
   Screen& screen = TheScreen();
   const std::lock_guard lock(screen.mutex);
-  if (screen.is_finished || !CanRewriteLine()) return;
+  if (screen.is_finished || !CanRewriteLine() || !TakesBytes()) return;
   const std::size_t columns = ConsoleColumns();
   // The last column stays free: some terminals begin a new line with it.
   const std::size_t room = std::max<std::size_t>(columns, 2) - 1;
   std::string text = screen.line.empty() ? "" : Erasure(screen, columns);
   screen.line = FitStatus(parts, room, WantsColours());
   screen.columns = std::min(room, ColumnsOf(FitStatus(parts, room, false)));
+  is_line_shown = true;
   Put(text + screen.line);
 }
 
@@ -108,8 +124,14 @@ void StatusLine::Finish() {
   const std::lock_guard lock(screen.mutex);
   screen.is_finished = true;
   if (screen.line.empty()) return;
-  if (CanRewriteLine()) Put(Erasure(screen, ConsoleColumns()));
+  is_line_shown = false;
+  if (CanRewriteLine() && TakesBytes()) Put(Erasure(screen, ConsoleColumns()));
   screen.line.clear();
+}
+
+void StatusLine::EraseAtOnce() noexcept {
+  static constexpr char kErasure[] = "\r\x1b[J";
+  if (is_line_shown && TakesBytes()) WriteToConsole(kErasure, sizeof kErasure - 1);
 }
 
 void WriteErrorText(std::string_view lines) {

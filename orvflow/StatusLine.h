@@ -25,11 +25,15 @@ std::string FitStatus(std::vector<StatusPart> parts, std::size_t columns, bool c
 // mix.
 namespace StatusLine {
 
-// Draws the line in place of the one before, unless standard error is no terminal that can rewrite its last line.
+// Draws the line in place of the one before, unless standard error is no terminal that can rewrite its last line, or
+// one that takes nothing now: it was stopped with Ctrl-S.
 void Show(const std::vector<StatusPart>& parts);
 
 // Leaves the last line empty, with the cursor at its begin; from now on none is drawn.
 void Finish();
+
+// Erases the line that is shown: the process ends now. Waits for nothing; a signal handler may call it.
+void EraseAtOnce() noexcept;
 
 }  // namespace StatusLine
 

@@ -7,6 +7,8 @@
 #include <atomic>
 #include <cstdint>
 
+#include "orvflow/StatusLine.h"
+
 namespace OrvWorkFlow::Program {
 
 namespace {
@@ -36,6 +38,7 @@ extern "C" void RememberStop(int signal_number) {
     requested.store(RequestOf(signal_number));
     sem_post(&changed);
   } else if (now - first >= kOneWish) {
+    StatusLine::EraseAtOnce();
     signal(signal_number, SIG_DFL);
     raise(signal_number);  // Comes when this handler returns.
   }

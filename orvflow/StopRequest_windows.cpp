@@ -7,6 +7,7 @@
 
 #include <atomic>
 
+#include "orvflow/StatusLine.h"
 #include "orvflow/StopRequest.h"
 
 namespace OrvWorkFlow::Program {
@@ -34,6 +35,7 @@ BOOL WINAPI RememberStop(DWORD event) {
     requested.store(interrupt ? StopRequest::Interrupt : StopRequest::Terminate);
     SetEvent(changed);
   } else if (now - first >= kOneWish) {
+    StatusLine::EraseAtOnce();
     TerminateProcess(GetCurrentProcess(), interrupt ? kInterrupted : kTerminated);
   }
   if (!interrupt) Sleep(INFINITE);

@@ -77,7 +77,7 @@ void WorkflowHost::MakeGlobals() {
   mediator_ = MakeGlobal<ISignalMediator>("SignalMediator", "ISignalMediator");
   host_app_ = HostApp::New();
   if (host_app_ == nullptr) throw std::bad_alloc();
-  WorkFlowFactory::AddGlobalObject("HostApp", host_app_, false);
+  if (!WorkFlowFactory::AddGlobalObject("HostApp", host_app_, false)) throw std::bad_alloc();
   host_app_->SetRefusal([](void* watch) { return static_cast<DeliveryWatch*>(watch)->Refuses(); }, &deliveries_);
   observers_.Add(deliveries_);
   engine_->SetRunObserver(&observers_);
@@ -127,7 +127,9 @@ WorkflowHost::OwnedDictionary WorkflowHost::MakeDictionary() const {
   return dictionary;
 }
 
-void WorkflowHost::UseLogger(ILogger& logger) { WorkFlowFactory::AddGlobalObject("Logger", &logger, false); }
+void WorkflowHost::UseLogger(ILogger& logger) {
+  if (!WorkFlowFactory::AddGlobalObject("Logger", &logger, false)) throw std::bad_alloc();
+}
 
 std::string WorkflowHost::NodeAtWork() const {
   std::string node = deliveries_.NodeAtWork();

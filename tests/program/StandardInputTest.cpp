@@ -44,12 +44,6 @@ TEST_F(StandardInputTest, ContinuesFromAStateThatIsNamed) {
   EXPECT_FALSE(fs::exists(state));
 }
 
-TEST_F(StandardInputTest, ANodeThatAsksForARestartGetsNone) {
-  const ProcessResult result = Run({"run", "-"}, RestartingFlow());
-  EXPECT_EQ(result.exit_code, 1);
-  EXPECT_TRUE(result.error.starts_with(kNoState)) << result.error;
-}
-
 TEST_F(StandardInputTest, WhatIsWrongIsSaid) {
   const ProcessResult nothing = Run({"run", "-"}, "");
   EXPECT_EQ(nothing.exit_code, 5);

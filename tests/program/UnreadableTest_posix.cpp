@@ -13,7 +13,7 @@ struct Refusal {
   const char* name;
   const char* kind;  // of the call that fails, each time
   int error;
-  const char* words;
+  const char* words;  // without their first letter, which is a capital in some lines
 };
 
 class UnreadableTest : public FailureFixture, public ::testing::WithParamInterface<Refusal> {
@@ -69,10 +69,10 @@ TEST_P(UnreadableTest, AFlowIsNotMissing) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Refusals, UnreadableTest,
-                         ::testing::Values(Refusal{"StatFails", "stat", EIO, "Input/output error"},
-                                           Refusal{"StatIsRefused", "stat", EACCES, "Permission denied"},
-                                           Refusal{"OpenFails", "open", EIO, "Input/output error"},
-                                           Refusal{"OpenIsRefused", "open", EACCES, "Permission denied"}),
+                         ::testing::Values(Refusal{"StatFails", "stat", EIO, "nput/output error"},
+                                           Refusal{"StatIsRefused", "stat", EACCES, "ermission denied"},
+                                           Refusal{"OpenFails", "open", EIO, "nput/output error"},
+                                           Refusal{"OpenIsRefused", "open", EACCES, "ermission denied"}),
                          [](const auto& refusal) { return std::string(refusal.param.name); });
 
 }  // namespace
