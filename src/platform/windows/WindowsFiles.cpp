@@ -1,6 +1,7 @@
 // Files, by the system's narrow and wide calls.
 #include <algorithm>
 #include <memory>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -179,12 +180,7 @@ class WindowsFiles final : public FilesOf<Char> {
     opened->file = WithPaths(
         [=](const auto* p) { return NativeOpen(p, native_access, 0, native_creation, FILE_ATTRIBUTE_NORMAL); }, path);
     if (opened->file == INVALID_HANDLE_VALUE) {
-      const SystemResult result = LastResult();
-      const KeptReason kept(SystemParts::TheReasons());
-      std::uint32_t attributes;
-      // A directory of that name is reported as a lack of permission.
-      return result == SystemResult::Denied && !existing && AttributesOf(path, &attributes) ? SystemResult::Exists
-                                                                                            : result;
+      return WhyNotOpened(path, existing);
     }
     if (GetFileType(opened->file) != FILE_TYPE_DISK) {
       CloseHandle(opened->file);
@@ -256,6 +252,19 @@ class WindowsFiles final : public FilesOf<Char> {
   }
 
  private:
+  // A directory of that name is reported as a lack of permission.
+  static SystemResult WhyNotOpened(const Text& path, bool existing) {
+    const SystemResult result = LastResult();
+    std::uint32_t attributes = 0;
+    {
+      const KeptReason kept(SystemParts::TheReasons());
+      if (result != SystemResult::Denied || !AttributesOf(path, &attributes)) return result;
+    }
+    if (!existing) return SystemResult::Exists;
+    if ((attributes & FileAttribute::kDirectory) != 0) Refuse(Reason::IsFolder);
+    return result;
+  }
+
   // False, with ERROR_FILE_EXISTS, when something has that name.
   static bool Copy(const Text& source, const Text& destination) {
     return WithPaths([](const auto* from, const auto* to) { return NativeCopy(from, to, TRUE); }, source,
@@ -323,7 +332,11 @@ class WindowsOpenFiles final : public OpenFiles {
       if (!WriteFile(NativeHandle(handle), rest, Part(size - *done), &count, nullptr) || count == 0) return false;
       *done += count;
     }
-    NoteWritten(FinalPath(NativeHandle(handle)));
+    try {
+      NoteWritten(FinalPath(NativeHandle(handle)));
+    } catch (const std::bad_alloc&) {  // What is on the disk need not be remembered.
+      return FlushFileBuffers(NativeHandle(handle)) != FALSE;
+    }
     return true;
   }
   bool GetSize(FileHandle handle, std::uint64_t* size) override {

@@ -17,14 +17,15 @@ class WindowsWrittenFiles final : public WrittenFiles {
  public:
   void Note(std::u16string path) {
     const KeptReason kept(SystemParts::TheReasons());
-    bool full = false;
-    {
-      const std::scoped_lock lock(mutex_);
-      if (path.empty() || (!files_.empty() && files_.back() == path)) return;
-      files_.push_back(std::move(path));
-      full = files_.size() >= kMostFiles;
+    if (path.empty()) return;
+    std::unique_lock lock(mutex_);
+    if (!files_.empty() && files_.back() == path) return;
+    if (files_.size() >= kMostFiles) {
+      lock.unlock();
+      FlushAll();
+      lock.lock();
     }
-    if (full) FlushAll();
+    files_.push_back(std::move(path));  // Not flushed yet, however many there are: it may be written after this.
   }
 
   bool FlushAll() override {
