@@ -1,5 +1,6 @@
 #include "flow/Workflow.h"
 
+#include <new>
 #include <utility>
 
 #include "OrvWorkFlow/WorkflowSchema.h"
@@ -68,7 +69,11 @@ class Reader {
   Mapping ReadMapping(const std::string& name, const std::string& path) {
     Mapping mapping{name, path, dictionary_.GetValueType(path.c_str()), {}, std::nullopt};
     const TextHolder text;
-    if (!dictionary_.GetValue(path.c_str(), text.get())) return mapping;
+    if (!dictionary_.GetValue(path.c_str(), text.get())) {
+      const bool is_text = mapping.value_type == ValueType::String && !dictionary_.IsRedirection(path.c_str());
+      if (is_text) throw std::bad_alloc();
+      return mapping;
+    }
     mapping.value_type = ValueType::String;  // Through a redirection, too.
     mapping.text = text.Text();
     mapping.receiver = SplitMapping(mapping.text);

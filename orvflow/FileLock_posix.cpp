@@ -68,6 +68,7 @@ FileLock::FileLock(const std::string& file) : system_(std::make_unique<System>(f
     outcome_ = Outcome::Held;
   } else {
     Fail();
+    unlink(file.c_str());  // Locked by this process, and of use to nobody.
   }
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <new>
 
 #include "OrvWorkFlow/WorkFlowFactory.h"
 #include "OrvWorkFlow/WorkflowSchema.h"
@@ -10,6 +11,7 @@
 #include "orvflow/HostFiles.h"
 #include "orvflow/PluginTrial.h"
 #include "orvflow/Terminal.h"
+#include "runtime/PluginLoader.h"
 
 namespace OrvWorkFlow::Program {
 
@@ -20,6 +22,7 @@ namespace {
 bool LoadLibrary(const std::string& library, std::string& reason) {
   if (WorkFlowFactory::LoadSharedLibrary(library.c_str())) return true;
   reason = WorkFlowFactory::LastLoadError();
+  if (reason == PluginLoader::kNoMemory) throw std::bad_alloc();
   return WorkFlowFactory::LoadSharedLibrary((WorkflowSchema::kPluginPrefix + library).c_str());
 }
 

@@ -28,18 +28,18 @@ bool Fill(int file, const struct stat& status) {
 }  // namespace
 
 MappedPage::MappedPage(const std::string& path) : path_(path) {
-  const int file = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600);
+  constexpr int kFlags = O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
+  int file = open(path.c_str(), kFlags | O_EXCL, 0600);
+  const bool is_new = file >= 0;
+  if (!is_new) file = open(path.c_str(), kFlags, 0600);
   if (file < 0) return;
   struct stat status = {};
-  const bool is_known = fstat(file, &status) == 0;
-  const bool is_own = is_known && IsOwn(status);
-  if (is_own && Fill(file, status)) {
+  if (fstat(file, &status) == 0 && IsOwn(status) && Fill(file, status)) {
     void* const address = mmap(nullptr, kSize, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
     if (address != MAP_FAILED) data_ = address;
   }
   close(file);
-  const bool is_empty = is_own && status.st_size == 0;
-  if (data_ == nullptr && is_empty) unlink(path.c_str());
+  if (data_ == nullptr && is_new) unlink(path.c_str());
 }
 
 MappedPage::~MappedPage() {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <new>
 #include <system_error>
 
 #include "orvflow/DictionaryText.h"
@@ -13,17 +14,24 @@ namespace OrvWorkFlow::Program {
 
 namespace {
 
+// What the dictionary has and does not take it has no memory for.
+bool IsTaken(bool is_set) {
+  if (!is_set) throw std::bad_alloc();
+  return true;
+}
+
 template <class Number>
 bool SetNumber(IDictionary& dictionary, const Setting& setting) {
   Number number = 0;
   const char* end = setting.value.data() + setting.value.size();
   const std::from_chars_result result = std::from_chars(setting.value.data(), end, number);
-  return result.ec == std::errc() && result.ptr == end && dictionary.SetValue(setting.path.c_str(), number);
+  const bool is_number = result.ec == std::errc() && result.ptr == end;
+  return is_number && IsTaken(dictionary.SetValue(setting.path.c_str(), number));
 }
 
 bool SetBoolean(IDictionary& dictionary, const Setting& setting) {
   if (setting.value != "true" && setting.value != "false") return false;
-  return dictionary.SetValue(setting.path.c_str(), setting.value == "true");
+  return IsTaken(dictionary.SetValue(setting.path.c_str(), setting.value == "true"));
 }
 
 [[noreturn]] void Refuse(const Setting& setting, const std::string& shown_name, const std::string& text) {
@@ -62,7 +70,7 @@ void ApplySetting(IDictionary& dictionary, const Setting& setting, const std::st
   switch (dictionary.GetValueType(setting.path.c_str())) {
     case ValueType::String:
       if (dictionary.SetValue(setting.path.c_str(), setting.value.c_str())) return;
-      Refuse(setting, shown_name, "cannot be set");
+      throw FileError(ExitCode::Failed, shown_name, setting.path, "cannot be set; not enough memory?");
     case ValueType::Integer:
       if (SetNumber<std::int32_t>(dictionary, setting)) return;
       Refuse(setting, shown_name, "\"" + setting.value + "\" is no whole number of 32 bits");

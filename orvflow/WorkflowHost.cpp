@@ -6,13 +6,13 @@
 
 #include "OrvWorkFlow/IRunReport.h"
 #include "OrvWorkFlow/WorkFlowFactory.h"
+#include "runtime/PluginLoader.h"
 
 namespace OrvWorkFlow::Program {
 
 namespace {
 
 constexpr char kLibrary[] = "CoreObjects";
-constexpr char kNoMemory[] = "out of memory";  // What the runtime says of a load.
 // What the utility store makes afresh for each asker. The engine and the mediator are not among them: there is one of
 // each.
 constexpr const char* kStoreObjects[] = {"Dictionary", "Encryption", "FileSystem", "RegExp"};
@@ -50,7 +50,7 @@ class FirstBusyNode final : public IRunReport {
 WorkflowHost::WorkflowHost() {
   if (!WorkFlowFactory::LoadSharedLibrary(kLibrary)) {
     const std::string reason = WorkFlowFactory::LastLoadError();
-    if (reason == kNoMemory) throw std::bad_alloc();
+    if (reason == PluginLoader::kNoMemory) throw std::bad_alloc();
     throw std::runtime_error(reason);
   }
   try {

@@ -1,6 +1,7 @@
 #include "runtime/CreatorRegistry.h"
 
 #include <algorithm>
+#include <new>
 
 #include "runtime/MarshalledTypes.h"
 #include "runtime/NeverDestroyed.h"
@@ -27,6 +28,10 @@ void RegistrationScope::Accept() { CreatorRegistry::Get().EndScope(this, true); 
 
 const RegistrationScope* RegistrationScope::GetCurrent() noexcept { return current_scope; }
 
+void RegistrationScope::NoteLost() noexcept {
+  if (current_scope != nullptr) current_scope->has_lost_ = true;
+}
+
 CreatorRegistry& CreatorRegistry::Get() { return NeverDestroyed<CreatorRegistry>(); }
 
 CreatorRegistry::Entry CreatorRegistry::Describe(IFactoryObjectCreator* creator) {
@@ -40,6 +45,9 @@ CreatorRegistry::Entry CreatorRegistry::Describe(IFactoryObjectCreator* creator)
       entry.name.assign(name.GetText(), name.GetLength());
       entry.findable = true;
     }
+  } catch (const std::bad_alloc&) {
+    entry.findable = false;
+    RegistrationScope::NoteLost();
   } catch (...) {
     entry.findable = false;
   }

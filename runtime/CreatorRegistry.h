@@ -25,8 +25,13 @@ class RegistrationScope {
   // The innermost scope of this thread, or null.
   static const RegistrationScope* GetCurrent() noexcept;
 
+  // A creator of this thread's innermost scope, if there is one, could not register for lack of memory.
+  static void NoteLost() noexcept;
+  bool HasLost() const noexcept { return has_lost_; }
+
  private:
   RegistrationScope* outer_;
+  bool has_lost_ = false;
 };
 
 // Any thread. The lock is a leaf: no creator is called while it is held.

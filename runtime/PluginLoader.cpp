@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <mutex>
+#include <new>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -184,6 +185,9 @@ bool LoadFile(const std::string& file) {
   if (library == nullptr) {
     return Fail(file, reason);
   }
+  if (scope.HasLost()) {
+    throw std::bad_alloc();  // A part of a library would be taken for the whole.
+  }
   if (!CheckVersion(file, *library)) {
     return false;
   }
@@ -242,7 +246,7 @@ bool Find(const char* path, IOrvPString* file) noexcept {
     SetLastError("");
     return file->Assign(found.data(), found.size());
   } catch (...) {
-    SetLastError("out of memory");
+    SetLastError(kNoMemory);
     return false;
   }
 }
@@ -256,7 +260,7 @@ bool Load(const char* path) noexcept {
     SetLastError("");  // Also of what the library itself may have tried to load.
     return true;
   } catch (...) {
-    SetLastError("out of memory");
+    SetLastError(kNoMemory);
     return false;
   }
 }

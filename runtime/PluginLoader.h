@@ -36,5 +36,7 @@ ORV_RUNTIME_API bool Find(const char* path, IOrvPString* file) noexcept;
 bool Load(const char* path) noexcept;
 void UnloadAll() noexcept;
 const char* GetLastError() noexcept;
+// All that it says of a load that found no memory: the library may be whole.
+inline constexpr char kNoMemory[] = "out of memory";
 
 }  // namespace OrvWorkFlow::PluginLoader

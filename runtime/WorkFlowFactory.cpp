@@ -24,12 +24,14 @@ void ReleaseQuietly(IBaseWorkFlowObject* object) noexcept {
 
 WorkFlowFactory::WorkFlowFactory(IFactoryObjectCreator* creator) noexcept : creator_(creator) {
   if (creator_ == nullptr) {
+    RegistrationScope::NoteLost();  // As a rule it could not be made.
     return;
   }
   try {
     CreatorRegistry::Get().Add(creator_);
   } catch (...) {
-    // Without memory the creator is kept and never found.
+    // The creator is kept and never found.
+    RegistrationScope::NoteLost();
   }
 }
 

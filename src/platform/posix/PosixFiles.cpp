@@ -46,7 +46,11 @@ SystemResult OpenPlainly(const HostPath& host, int flags, mode_t mode, Descripto
   *file = OpenHost(AT_FDCWD, host.path.c_str(), flags, mode);
   if (!*file) return LastResult();
   struct stat status;
-  if (::fstat(file->get(), &status) != 0) return LastResult();
+  if (::fstat(file->get(), &status) != 0) {
+    const SystemResult result = LastResult();
+    if ((flags & O_EXCL) != 0) ::unlink(host.path.c_str());  // It was made just now.
+    return result;
+  }
   if (!IsPlain(status)) return SystemResult::Denied;
   return LockFile(file->get(), false) ? SystemResult::Ok : SystemResult::InUse;
 }
