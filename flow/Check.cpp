@@ -37,7 +37,7 @@ Findings Check(IDictionary& dictionary, const CheckOptions& options) {
   CheckPlugins(dictionary, workflow, options, findings);
   const NodeKinds kinds = DescribeTypes(workflow);
   CheckWiring(dictionary, workflow, kinds, options, findings);
-  CheckParameters(dictionary, workflow, kinds, findings);
+  CheckParameters(dictionary, workflow, kinds, options, findings);
   if (options.is_continued) {
     for (Finding& finding : findings) {
       if (finding.area == Area::Wiring && finding.severity == Severity::Error) finding.severity = Severity::Warning;

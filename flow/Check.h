@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <string>
 
 #include "OrvWorkFlow/IDictionary.h"
@@ -12,6 +13,9 @@ namespace OrvWorkFlow::Flow {
 struct CheckOptions {
   // Loads a plug-in library by the name that the dictionary gives it; false, and why, when that fails.
   std::function<bool(const std::string& library, std::string& reason)> load_library;
+  // Reads the dictionary file that an instance, by its path, names as its configuration, as the node will; null when it
+  // cannot be read now. Without it configurations are not looked at.
+  std::function<std::shared_ptr<IDictionary>(const std::string& instance, const std::string& file)> read_configuration;
   // Other workflows join this one before it starts.
   bool takes_in_others = false;
   // It joins another workflow: nothing has to begin it, and its signals may go to nodes of the other one.

@@ -24,6 +24,7 @@ void CheckWiring(IDictionary& dictionary, const Workflow& workflow, const NodeKi
                  Findings& findings);
 
 // Parameters of nodes that say which ones they read.
-void CheckParameters(IDictionary& dictionary, const Workflow& workflow, const NodeKinds& kinds, Findings& findings);
+void CheckParameters(IDictionary& dictionary, const Workflow& workflow, const NodeKinds& kinds,
+                     const CheckOptions& options, Findings& findings);
 
 }  // namespace OrvWorkFlow::Flow

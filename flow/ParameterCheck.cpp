@@ -1,6 +1,7 @@
 // Parameters that no node reads, or whose value is none that the node takes.
 #include <algorithm>
 
+#include "OrvWorkFlow/WorkflowSchema.h"
 #include "flow/Checks.h"
 #include "flow/DictionaryReading.h"
 #include "flow/Suggestion.h"
@@ -14,21 +15,49 @@ constexpr char kFolder[] = "Parameters";
 
 class ParameterCheck {
  public:
-  ParameterCheck(IDictionary& dictionary, Findings& findings) : dictionary_(dictionary), findings_(findings) {}
+  ParameterCheck(IDictionary& dictionary, const CheckOptions& options, Findings& findings)
+      : dictionary_(dictionary), options_(options), findings_(findings) {}
 
   void CheckInstance(const std::string& type, const NodeDescription& kind, const Instance& instance) {
     CheckFolder(kind, instance);
     for (const std::string& name : instance.parameters) {
       const std::string path = instance.path + "/" + kFolder + "/" + name;
       if (const NodeParameter* const parameter = FindRow(kind.parameters, name)) {
-        CheckValue(path, *parameter);
+        CheckValue({dictionary_, path, path, ""}, *parameter);
       } else {
         CheckUnknown(path, type, kind, instance, name);
       }
     }
+    CheckConfiguration(kind, instance);
   }
 
  private:
+  // A value, and how a finding calls it.
+  struct Place {
+    IDictionary& dictionary;
+    std::string path;
+    std::string found_at;  // in the workflow's dictionary
+    std::string before;    // of what is found
+  };
+
+  // Parameters that the workflow sets are not read from the file. Several nodes may share one, so what this node does
+  // not know may be another one's.
+  void CheckConfiguration(const NodeDescription& kind, const Instance& instance) {
+    if (!options_.read_configuration || kind.parameters.count == 0) return;
+    const std::string entry = instance.path + WorkflowSchema::kConfigFile;
+    const std::string file = TextAt(dictionary_, entry);
+    if (file.empty()) return;
+    const std::shared_ptr<IDictionary> configuration = options_.read_configuration(instance.path, file);
+    if (configuration == nullptr) return;
+    for (const std::string& name : NamesBelow(*configuration, std::string("/") + kFolder)) {
+      const NodeParameter* const parameter = FindRow(kind.parameters, name);
+      const auto& set = instance.parameters;
+      if (parameter == nullptr || std::find(set.begin(), set.end(), name) != set.end()) continue;
+      const std::string path = std::string("/") + kFolder + "/" + name;
+      CheckValue({*configuration, path, entry, file + ": " + path + " "}, *parameter);
+    }
+  }
+
   // Parameters in a folder of nearly the right name are those of nobody.
   void CheckFolder(const NodeDescription& kind, const Instance& instance) {
     if (kind.parameters.count == 0 || !instance.parameters.empty()) return;
@@ -54,23 +83,23 @@ class ParameterCheck {
     Add(misspelt ? Severity::Error : Severity::Warning, path, type + " reads no such parameter", remedy);
   }
 
-  void CheckValue(const std::string& path, const NodeParameter& parameter) {
-    const Parameters::Entry entry = Parameters::ReadEntry(dictionary_, path, parameter.type);
+  void CheckValue(const Place& place, const NodeParameter& parameter) {
+    const Parameters::Entry entry = Parameters::ReadEntry(place.dictionary, place.path, parameter.type);
     if (entry.state == Parameters::Entry::State::Missing) {
-      Add(Severity::Warning, path, "has no value, so \"" + std::string(parameter.fallback) + "\" counts",
+      Add(Severity::Warning, place, "has no value, so \"" + std::string(parameter.fallback) + "\" counts",
           std::string("set it to ") + Parameters::WhatItTakes(parameter.type));
     } else if (!Parameters::Fits(entry, parameter.type)) {
-      Add(Severity::Error, path, "is " + Parameters::WhatItIs(entry),
+      Add(Severity::Error, place, "is " + Parameters::WhatItIs(entry),
           std::string("it takes ") + Parameters::WhatItTakes(parameter.type));
     } else if (parameter.type == ParameterType::Number) {
-      CheckRange(path, parameter, *Parameters::ToNumber(entry));
+      CheckRange(place, parameter, *Parameters::ToNumber(entry));
     }
   }
 
-  void CheckRange(const std::string& path, const NodeParameter& parameter, std::int32_t number) {
+  void CheckRange(const Place& place, const NodeParameter& parameter, std::int32_t number) {
     if (number >= parameter.minimum && number <= parameter.maximum) return;
     const bool is_low = number < parameter.minimum;
-    Add(Severity::Warning, path, "is " + std::to_string(number),
+    Add(Severity::Warning, place, "is " + std::to_string(number),
         "it counts as " + std::to_string(is_low ? parameter.minimum : parameter.maximum) + ", the " +
             (is_low ? "least" : "most") + " that it can be");
   }
@@ -79,14 +108,20 @@ class ParameterCheck {
     findings_.push_back({severity, Area::Wiring, path, std::move(what), std::move(remedy)});
   }
 
+  void Add(Severity severity, const Place& place, const std::string& what, std::string remedy) {
+    Add(severity, place.found_at, place.before + what, std::move(remedy));
+  }
+
   IDictionary& dictionary_;
+  const CheckOptions& options_;
   Findings& findings_;
 };
 
 }  // namespace
 
-void CheckParameters(IDictionary& dictionary, const Workflow& workflow, const NodeKinds& kinds, Findings& findings) {
-  ParameterCheck check(dictionary, findings);
+void CheckParameters(IDictionary& dictionary, const Workflow& workflow, const NodeKinds& kinds,
+                     const CheckOptions& options, Findings& findings) {
+  ParameterCheck check(dictionary, options, findings);
   for (const NodeType& type : workflow.types) {
     const auto kind = kinds.find(type.name);
     if (kind == kinds.end() || kind->second == nullptr) continue;

@@ -7,6 +7,7 @@
 #include "OrvWorkFlow/WorkFlowFactory.h"
 #include "OrvWorkFlow/WorkflowSchema.h"
 #include "flow/Check.h"
+#include "orvflow/ConfigurationFile.h"
 #include "orvflow/DictionaryLoading.h"
 #include "orvflow/HostFiles.h"
 #include "orvflow/PluginTrial.h"
@@ -84,6 +85,9 @@ void CheckFlow(IDictionary& dictionary, const std::string& shown_name, const Flo
   options.load_library = [&trial](const std::string& library, std::string& reason) {
     reason = trial.FaultOf(library);
     return reason.empty() && LoadLibrary(library, reason);
+  };
+  options.read_configuration = [&](const std::string& instance, const std::string& file) {
+    return ReadConfiguration(dictionary, instance, file, use.file);
   };
   options.takes_in_others = use.takes_in_others;
   options.is_guest = use.is_guest;

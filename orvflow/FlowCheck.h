@@ -16,6 +16,7 @@ struct FlowUse {
   bool takes_in_others = false;  // other workflows join it before it starts
   bool is_guest = false;         // it joins another workflow
   bool is_continued = false;     // the dictionary is that of a saved state
+  std::string file = {};         // of the workflow, from the root of the host's file system
 };
 
 // Looks for all that can be known to be wrong (flow/Check.h), and loads the plug-in libraries. Prints each warning as a

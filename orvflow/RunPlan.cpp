@@ -55,7 +55,7 @@ void PlanAbsorbs(const RunOptions& options, const WorkflowHost& host, IDictionar
       throw FileError(ExitCode::DictionaryDamaged, shown_name, WorkflowSchema::kWorkFlowName,
                       "only a workflow with a name can be absorbed; give it one");
     }
-    CheckFlow(*flow, shown_name, {.is_guest = true});
+    CheckFlow(*flow, shown_name, {.is_guest = true, .file = file});
     if (std::find(known.begin(), known.end(), name) == known.end()) plan.absorbs.push_back(file);
   }
 }
@@ -85,7 +85,8 @@ RunPlan MakeRunPlan(const RunOptions& options, const FlowSource& source, const W
   if (plan.continued) PlanContinuation(options, source, host, *dictionary, state, plan);
   const std::string& shown_name = plan.continued ? state.shown_name() : source.shown_name();
   for (const Setting& setting : options.settings) ApplySetting(*dictionary, setting, shown_name);
-  CheckFlow(*dictionary, shown_name, {.takes_in_others = !options.absorbs.empty(), .is_continued = plan.continued});
+  CheckFlow(*dictionary, shown_name,
+            {.takes_in_others = !options.absorbs.empty(), .is_continued = plan.continued, .file = plan.flow});
   PlanAbsorbs(options, host, *dictionary, plan);
   if (plan.name.empty()) plan.name = source.shown_name();
   RefuseAStateThatCannotBeSaved(options, state, plan);

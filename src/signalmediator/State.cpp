@@ -116,6 +116,7 @@ bool CSignalMediator::FireRebootSignals() {
                      IRunObserver::Receiver{signal.type, signal.instance, signal.signal});
       Fire(signal, source);
     }
+    reboot_signals_.Clear();  // Of what was recorded meanwhile.
   } catch (...) {  // The host's lock failed; the records stay.
   }
   return true;
