@@ -117,7 +117,7 @@ bool CSignalMediator::FireRebootSignals() {
       Fire(signal, source);
     }
     reboot_signals_.Clear();  // Of what was recorded meanwhile.
-  } catch (...) {  // The host's lock failed; the records stay.
+  } catch (...) {             // The host's lock failed; the records stay.
   }
   return true;
 }
