@@ -51,6 +51,19 @@ TYPED_TEST(SafeCopy, TheLongestNames) {
   }
 }
 
+// A copy over a folder writes nothing; one of a read-only file is read-only.
+TYPED_TEST(SafeCopy, FailedAndReadOnlyCopiesCanBeFlushed) {
+  this->MakeFile("a", "content");
+  this->MakeFile("folder/b");
+  EXPECT_TRUE(this->face_->FlushWrites());
+  EXPECT_FALSE(this->face_->CopyOneFile(this->At("a").c_str(), this->At("folder").c_str(), true));
+  EXPECT_TRUE(this->face_->FlushWrites());
+  this->MarkReadOnly("a");
+  EXPECT_TRUE(this->face_->CopyOneFile(this->At("a").c_str(), this->At("c").c_str(), true));
+  EXPECT_TRUE(this->face_->FlushWrites());
+  EXPECT_FALSE(this->face_->WriteFileBytes(this->At("a").c_str(), "x", 1)) << "the mark is there again";
+}
+
 TYPED_TEST(SafeCopy, AFailedDeletionLeavesTheMark) {
   this->MakeFile("d/a", "content");
   FileHandle handle = FileHandle::None;

@@ -54,15 +54,28 @@ WindowsWrittenFiles& TheFiles() {
   return files;
 }
 
+HANDLE OpenToFlush(const std::u16string& path) {
+  constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+  return CreateFileW(Native(path.c_str()), GENERIC_WRITE, kShareAll, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL,
+                     nullptr);
+}
+
 }  // namespace
 
 bool FlushFile(const std::u16string& path) {
-  constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-  const HANDLE file = CreateFileW(Native(path.c_str()), GENERIC_WRITE, kShareAll, nullptr, OPEN_EXISTING,
-                                  FILE_ATTRIBUTE_NORMAL, nullptr);
+  HANDLE file = OpenToFlush(path);
   if (file == INVALID_HANDLE_VALUE) {
     const DWORD error = GetLastError();
-    return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
+    if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND) return true;
+    const DWORD attributes = GetFileAttributesW(Native(path.c_str()));
+    if (attributes == INVALID_FILE_ATTRIBUTES) return false;
+    if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return true;  // Nothing was written over it.
+    if ((attributes & FILE_ATTRIBUTE_READONLY) == 0) return false;
+    // A copy has the mark of its source, and can be flushed only without it.
+    SetFileAttributesW(Native(path.c_str()), attributes & ~static_cast<DWORD>(FILE_ATTRIBUTE_READONLY));
+    file = OpenToFlush(path);
+    SetFileAttributesW(Native(path.c_str()), attributes);
+    if (file == INVALID_HANDLE_VALUE) return false;
   }
   const bool flushed = FlushFileBuffers(file) != FALSE;
   CloseHandle(file);
