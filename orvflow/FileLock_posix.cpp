@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <optional>
 #include <system_error>
 
 namespace OrvWorkFlow::Program {
@@ -21,11 +22,14 @@ struct FileLock::System {
     file = -1;
   }
   // False when the file that was opened is not the one of that name any more: its owner has removed it meanwhile.
-  bool IsCurrent() const {
+  // Nothing when the system cannot tell.
+  std::optional<bool> IsCurrent() const {
     struct stat opened = {};
     struct stat named = {};
-    return fstat(file, &opened) == 0 && stat(path.c_str(), &named) == 0 && opened.st_ino == named.st_ino &&
-           opened.st_dev == named.st_dev;
+    if (fstat(file, &opened) != 0) return std::nullopt;
+    if (stat(path.c_str(), &named) == 0) return opened.st_ino == named.st_ino && opened.st_dev == named.st_dev;
+    if (errno != ENOENT) return std::nullopt;
+    return false;
   }
   std::string Read() const {
     char text[32];
@@ -61,7 +65,12 @@ FileLock::FileLock(const std::string& file) : system_(std::make_unique<System>(f
       }
       return;
     }
-    if (system_->IsCurrent()) break;
+    const std::optional<bool> is_current = system_->IsCurrent();
+    if (!is_current) {
+      Fail();
+      return;
+    }
+    if (*is_current) break;
     system_->Close();
   }
   if (system_->Write(std::to_string(getpid()))) {

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <cstddef>
@@ -25,6 +26,8 @@ constexpr timeval kPatience = {3, 0};
 // Of the run, which may wait for it when it ends.
 constexpr timeval kPatienceOfOneSending = {0, 200'000};
 constexpr std::chrono::milliseconds kPatienceOfTheRun{500};
+// Between two looks whether the run has ended, which is told as well.
+constexpr int kLongestWait = 1000;
 
 class FileDescriptor {
  public:
@@ -92,8 +95,9 @@ struct StatusServer::System {
   }
   ~System() {
     if (!thread.joinable()) return;
+    ended = true;
     const std::uint64_t one = 1;
-    // Cannot fail: the counter is far from its limit.
+    // Should it fail, the thread sees the end a moment later.
     [[maybe_unused]] const ssize_t written = write(stop.get(), &one, sizeof one);
     thread.join();
   }
@@ -101,9 +105,9 @@ struct StatusServer::System {
   System& operator=(const System&) = delete;
 
   void Serve() const {
-    for (;;) {
+    while (!ended) {
       pollfd events[] = {{socket.get(), POLLIN, 0}, {stop.get(), POLLIN, 0}};
-      if (poll(events, 2, -1) < 0 && errno != EINTR) return;
+      if (poll(events, 2, kLongestWait) < 0 && errno != EINTR) return;
       if (events[1].revents != 0) return;
       if (events[0].revents != 0) Answer();
     }
@@ -122,6 +126,7 @@ struct StatusServer::System {
   const std::function<std::string()> report;
   const FileDescriptor socket;
   const FileDescriptor stop;
+  std::atomic<bool> ended = false;
   std::thread thread;
 };
 

@@ -50,6 +50,14 @@ TEST_P(UnreadableTest, AStateIsNotBegunAnew) {
   EXPECT_EQ(Run({"run", flow}).exit_code, 0);
 }
 
+TEST_P(UnreadableTest, WithoutALockTheRunKeepsNoState) {
+  const std::string flow = WriteFlow({{"MarkingNode", "M"}}, "MarkingNode,M,mark");
+  const ProcessResult result = RunWithout("flow.state.xml.lock", {"run", flow});
+  EXPECT_EQ(result.exit_code, 0) << result.error;
+  EXPECT_NE(result.error.find("no state can be kept there: "), std::string::npos) << result.error;
+  EXPECT_NE(result.error.find(GetParam().words), std::string::npos) << result.error;
+}
+
 TEST_P(UnreadableTest, ADictionaryIsNotMadeAnew) {
   const std::string file = File("data.xml");
   ASSERT_EQ(Run({"dict", "set", file, "/Old", "str", "kept"}).exit_code, 0);
