@@ -1,6 +1,7 @@
 #include "orvflow/UntakenSignals.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "OrvWorkFlow/WorkflowSchema.h"
 #include "orvflow/DictionaryReading.h"
@@ -11,7 +12,8 @@ namespace OrvWorkFlow::Program {
 
 namespace {
 
-constexpr char kFailedSignal[] = "failed";
+// What nodes call the signals that tell of a failure.
+constexpr const char* kFailureSignals[] = {"failed", "refused"};
 
 bool HasDigit(const std::string& name) {
   return std::any_of(name.begin(), name.end(), [](char letter) { return letter >= '0' && letter <= '9'; });
@@ -37,7 +39,8 @@ std::vector<UntakenSignal> FindUntakenSignals(IDictionary& dictionary, RunTally&
     const std::string maps = std::string(WorkflowSchema::kWorkNodes) + "/" + untaken.type + WorkflowSchema::kInstances +
                              "/" + untaken.instance + WorkflowSchema::kMaps;
     const std::vector<std::string> mapped = NamesBelow(dictionary, maps.c_str());
-    const bool tells_of_failure = untaken.signal == kFailedSignal;
+    const bool tells_of_failure =
+        std::find(std::begin(kFailureSignals), std::end(kFailureSignals), untaken.signal) != std::end(kFailureSignals);
     if (mapped.empty() && !tells_of_failure) continue;
     const std::string misspelling = FindMisspelling(untaken, mapped, record);
     UntakenSignal signal;

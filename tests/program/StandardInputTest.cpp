@@ -44,6 +44,14 @@ TEST_F(StandardInputTest, ContinuesFromAStateThatIsNamed) {
   EXPECT_FALSE(fs::exists(state));
 }
 
+TEST_F(StandardInputTest, ARestartThatIsRefusedIsAFailure) {
+  const ProcessResult result = Run({"run", "-"}, RestartingFlow());
+  EXPECT_EQ(result.exit_code, 1);
+  EXPECT_TRUE(result.error.starts_with(kNoState)) << result.error;
+  EXPECT_NE(result.error.find("/maps/refused: nothing takes this signal of Restarter R"), std::string::npos)
+      << result.error;
+}
+
 TEST_F(StandardInputTest, WhatIsWrongIsSaid) {
   const ProcessResult nothing = Run({"run", "-"}, "");
   EXPECT_EQ(nothing.exit_code, 5);
