@@ -114,7 +114,7 @@ bool CWorkFlowEngine::TakeIn(IDictionary& flow, ISignalMediator& mediator, const
 void CWorkFlowEngine::UpdateAbsorbTree(IDictionary& dictionary, ISignalMediator& mediator, const std::string& name) {
   const std::vector<std::string> absorbers = AbsorbingWorkFlows(dictionary, mediator);
   const std::scoped_lock lock(absorb_tree_mutex_);
-  if (PutInAbsorbTree(dictionary, name, absorbers) == TreeChange::Moved) {
+  if (absorb_tree_.Put(name, absorbers) == TreeChange::Moved) {
     core_->Log(EngineCategories::kUpdateAbsorbTree, EngineLines::kMovingNode);
   }
 }

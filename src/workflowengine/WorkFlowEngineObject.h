@@ -12,6 +12,7 @@
 #include "CoreObjects/ObjectCreator.h"
 #include "CoreObjects/RecursiveMutex.h"
 #include "OrvWorkFlow/IWorkFlowEngine.h"
+#include "workflowengine/AbsorbTree.h"
 #include "workflowengine/AbsorbTurns.h"
 #include "workflowengine/EngineCore.h"
 #include "workflowengine/FlowPaths.h"
@@ -93,6 +94,7 @@ class CWorkFlowEngine final : public BaseObject<CWorkFlowEngine, IWorkFlowEngine
   MappingAdder mapping_adder_;
   AbsorbTurns absorb_turns_;
   RecursiveMutex absorb_tree_mutex_;  // before the dictionary's; a listener of the dictionary may absorb
+  AbsorbTree absorb_tree_;            // guarded by that
   std::mutex definition_mutex_;       // held while a workflow file is read; before the dictionary's
 
   std::atomic<bool> keeps_temporary_data_ = false;
