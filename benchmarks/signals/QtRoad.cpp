@@ -33,14 +33,53 @@ class QtRoad final : public Road {
   std::vector<std::unique_ptr<QtReceiver>> all_;
 };
 
-}  // namespace
+class QtEchoRoad final : public Road {
+ public:
+  QtEchoRoad() : Road(1) {
+    receiver_.moveToThread(&thread_);
+    echo_.moveToThread(&echo_thread_);
+    QObject::connect(&sender_, &QtSender::Hit, &receiver_, &QtReceiver::Ball, Qt::QueuedConnection);
+    QObject::connect(&question_, &QtSender::Hit, &echo_, &QtReceiver::Ball, Qt::QueuedConnection);
+    thread_.start();
+    echo_thread_.start();
+  }
+  ~QtEchoRoad() override {
+    for (QThread* const thread : {&thread_, &echo_thread_}) {
+      thread->quit();
+      thread->wait();
+    }
+  }
 
-std::unique_ptr<Road> MakeQtRoad(long receivers) {
+ private:
+  void Fire() override { Q_EMIT sender_.Hit(); }
+  void Answer() override { Q_EMIT question_.Hit(); }
+
+  QThread thread_;
+  QThread echo_thread_;
+  QtSender sender_;
+  QtSender question_;
+  QtReceiver receiver_{[this] { Deliver(); }};
+  QtReceiver echo_{[this] { Fire(); }};
+};
+
+// Qt's event loops want one.
+void MakeApplication() {
   static int argument_count = 1;
   static char name[] = "signals_bench";
   static char* arguments[] = {name, nullptr};
-  static const QCoreApplication application(argument_count, arguments);  // Qt's event loops want one
+  static const QCoreApplication application(argument_count, arguments);
+}
+
+}  // namespace
+
+std::unique_ptr<Road> MakeQtRoad(long receivers) {
+  MakeApplication();
   return std::make_unique<QtRoad>(receivers);
+}
+
+std::unique_ptr<Road> MakeQtEchoRoad() {
+  MakeApplication();
+  return std::make_unique<QtEchoRoad>();
 }
 
 }  // namespace signals_bench

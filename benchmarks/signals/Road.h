@@ -88,5 +88,8 @@ std::unique_ptr<Road> MakeGLibContextRoad(long receivers);
 
 // A connection of each receiver; null when the program was built without Qt.
 std::unique_ptr<Road> MakeQtRoad(long receivers);
+// The answer to a signal comes from another thread, which is sent the question: a signal to and fro between two
+// threads.
+std::unique_ptr<Road> MakeQtEchoRoad();
 
 }  // namespace signals_bench
