@@ -23,10 +23,17 @@ Interface* MakeGlobal(const char* object_name, const char* interface_name) {
 
 }  // namespace
 
-Workbench::Workbench(Host host, Log log) {
+Workbench::Workbench(Host host, Log log, const DictionaryFront& front) {
   if (!WorkFlowFactory::LoadSharedLibrary("CoreObjects")) throw std::runtime_error(WorkFlowFactory::LastLoadError());
   if (log == Log::kRecorded) WorkFlowFactory::AddGlobalObject("Logger", &logger_, false);
-  dictionary_ = MakeGlobal<OrvWorkFlow::IDictionary>("Dictionary", "IDictionary");
+  if (front) {
+    behind_front_ = static_cast<OrvWorkFlow::IDictionary*>(
+        WorkFlowFactory::CreateNewObject("Dictionary")->QueryInterface("IDictionary"));
+    dictionary_ = front(behind_front_);
+    WorkFlowFactory::AddGlobalObject("Dictionary", dictionary_, false);
+  } else {
+    dictionary_ = MakeGlobal<OrvWorkFlow::IDictionary>("Dictionary", "IDictionary");
+  }
   WorkFlowFactory::CreateNewGlobalObject("FileSystem");
   // The engine last, so that it goes first: its pump uses all the others.
   mediator_ = MakeGlobal<OrvWorkFlow::ISignalMediator>("SignalMediator", "ISignalMediator");
@@ -48,6 +55,7 @@ Workbench::Workbench(Host host, Log log) {
 
 Workbench::~Workbench() {
   WorkFlowFactory::ReleaseGlobalObjects();
+  if (behind_front_ != nullptr) behind_front_->Release();
   store_->Release();
   for (OrvWorkFlow::IFactoryObjectCreator* creator : store_creators_) creator->Destroy();
   if (host_app_ != nullptr) host_app_->Release();

@@ -1,6 +1,7 @@
 // A host in a test: the built library, its global objects, and a workflow written entry by entry.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -19,7 +20,10 @@ enum class Log { kNone, kRecorded };
 // One at a time in a process.
 class Workbench {
  public:
-  Workbench(Host host, Log log);
+  // What is put before the global dictionary, which it is given; it outlives the workbench.
+  using DictionaryFront = std::function<OrvWorkFlow::IDictionary*(OrvWorkFlow::IDictionary* dictionary)>;
+
+  Workbench(Host host, Log log, const DictionaryFront& front = nullptr);
   ~Workbench();
   Workbench(const Workbench&) = delete;
   Workbench& operator=(const Workbench&) = delete;
@@ -54,6 +58,7 @@ class Workbench {
   OrvWorkFlow::HostApp* host_app_ = nullptr;
   OrvWorkFlow::IUtilityStore* store_ = nullptr;
   std::vector<OrvWorkFlow::IFactoryObjectCreator*> store_creators_;
+  OrvWorkFlow::IDictionary* behind_front_ = nullptr;
   OrvWorkFlow::IDictionary* dictionary_ = nullptr;
   OrvWorkFlow::IWorkFlowEngine* engine_ = nullptr;
   OrvWorkFlow::ISignalMediator* mediator_ = nullptr;
