@@ -11,21 +11,6 @@
 namespace OrvWorkFlow {
 namespace {
 
-// The first entry below the absorb tree, in pre-order, whose value is the name; "" when there is none.
-std::string FindInAbsorbTree(IDictionary& dictionary, const std::string& workflow_name) {
-  const Marshalled<IOrvPStringList> list;
-  std::vector<std::string> paths;
-  if (!list || !dictionary.EnumeratePaths(WorkflowSchema::kAbsorbTree, list.get()) || !ReadTexts(list.get(), paths)) {
-    if (dictionary.Exists(WorkflowSchema::kAbsorbTree)) throw std::bad_alloc();
-    return {};
-  }
-  std::string value;
-  for (std::size_t i = 1; i < paths.size(); ++i) {  // the first path is the tree itself
-    if (ReadEntryText(dictionary, paths[i], value) && value == workflow_name) return paths[i];
-  }
-  return {};
-}
-
 // False for a type or an instance whose name holds a "/" or is empty: its entry is not where those of others are.
 bool IsWatched(const std::string& definition) {
   constexpr int kSeparators = 5;  // of "/WorkFlowEngine/WorkNodes/TYPE/Instances/INSTANCE"
@@ -33,13 +18,10 @@ bool IsWatched(const std::string& definition) {
          definition.find("//") == std::string::npos && !definition.ends_with('/');
 }
 
-}  // namespace
-
-FlowDirectories ReadFlowDirectories(IDictionary& dictionary, const std::string& workflow_name) {
+// From the workflow's own entry, at `path`, to the tree.
+FlowDirectories ReadFlowDirectories(IDictionary& dictionary, const std::string& workflow_name, std::string path) {
   FlowDirectories flow;
   flow.workflow_name = workflow_name;
-  std::string path = FindInAbsorbTree(dictionary, workflow_name);
-  if (path.empty()) return flow;
   flow.in_absorb_tree = true;
   while (path != WorkflowSchema::kAbsorbTree) {
     std::string name;
@@ -55,6 +37,24 @@ FlowDirectories ReadFlowDirectories(IDictionary& dictionary, const std::string& 
   return flow;
 }
 
+}  // namespace
+
+// Of the entries below the tree, in pre-order; the tree itself is none.
+ContentDirectories::Places ContentDirectories::ReadTree(IDictionary& dictionary) {
+  const Marshalled<IOrvPStringList> list;
+  std::vector<std::string> paths;
+  if (!list || !dictionary.EnumeratePaths(WorkflowSchema::kAbsorbTree, list.get()) || !ReadTexts(list.get(), paths)) {
+    if (dictionary.Exists(WorkflowSchema::kAbsorbTree)) throw std::bad_alloc();
+    return {};
+  }
+  Places places;
+  std::string name;
+  for (std::size_t i = 1; i < paths.size(); ++i) {
+    if (ReadEntryText(dictionary, paths[i], name)) places.try_emplace(name, std::move(paths[i]));
+  }
+  return places;
+}
+
 ContentDirectories::Recalled ContentDirectories::Recall(OfNode& kept) {
   if (kept.has_fresh.load(std::memory_order_relaxed)) {
     const std::scoped_lock lock(mutex_);
@@ -62,18 +62,38 @@ ContentDirectories::Recalled ContentDirectories::Recall(OfNode& kept) {
     kept.has_fresh.store(false, std::memory_order_relaxed);
   }
   const WatchedState now = dictionary_.Get();
-  return {now, kept.known.state == now ? kept.known.flow : nullptr};
+  if (kept.known.state == now && kept.known.flow != nullptr) return {now, kept.known.flow, {}};
+  return {now, nullptr, tree_.Get()};
 }
 
-ContentDirectories::Flow ContentDirectories::Read(const WatchedState& state, const std::string& definition,
+ContentDirectories::Flow ContentDirectories::Read(const Recalled& recalled, const std::string& definition,
                                                   OfNode& kept) {
-  IDictionary& dictionary = *state.dictionary;
+  IDictionary& dictionary = *recalled.state.dictionary;
   const std::string name = EntryText(dictionary, definition + WorkflowSchema::kInstanceWorkFlowName);
-  Known found{state, Find(name, state)};
-  if (found.flow == nullptr)
-    found.flow = std::make_shared<const FlowDirectories>(ReadFlowDirectories(dictionary, name));
+  Known found{recalled.state, Find(name, recalled.state)};
+  if (found.flow == nullptr) {
+    const std::shared_ptr<const Places> places = FindPlaces(dictionary, recalled.tree);
+    const auto place = places->find(name);
+    found.flow = std::make_shared<const FlowDirectories>(place == places->end()
+                                                             ? FlowDirectories{name, false, {}}
+                                                             : ReadFlowDirectories(dictionary, name, place->second));
+  }
   if (IsWatched(definition)) Keep(name, found, kept);
   return found.flow;
+}
+
+std::shared_ptr<const ContentDirectories::Places> ContentDirectories::FindPlaces(IDictionary& dictionary,
+                                                                                 const WatchedState& tree) {
+  {
+    const std::scoped_lock lock(mutex_);
+    if (places_ != nullptr && places_state_ == tree) return places_;
+  }
+  const auto places = std::make_shared<const Places>(ReadTree(dictionary));
+  if (tree.dictionary != &dictionary) return places;  // There has come another one just now.
+  const std::scoped_lock lock(mutex_);
+  places_ = places;
+  places_state_ = tree;
+  return places;
 }
 
 // What was kept for another state of the dictionary is forgotten.

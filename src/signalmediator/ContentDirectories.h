@@ -22,15 +22,13 @@ struct FlowDirectories {
   std::vector<std::string> directories;  // empty when the workflow is not in the tree
 };
 
-// Reads them from the absorb tree. What the dictionary throws passes through.
-FlowDirectories ReadFlowDirectories(IDictionary& dictionary, const std::string& workflow_name);
-
 // The part of the dictionary that the directories rest on.
 inline constexpr std::array<const char*, 3> kWatchedDirectories = {
     WorkflowSchema::kAllInstanceWorkFlowNames, WorkflowSchema::kAbsorbTree, WorkflowSchema::kDirectories};
+inline constexpr std::array<const char*, 1> kWatchedTree = {WorkflowSchema::kAbsorbTree};
 
-// Keeps what was read for as long as that part does not change. Any thread; the leaf lock is not held while the
-// dictionary is read.
+// Keeps what was read for as long as that part does not change, and where the absorb tree shows whom for as long as
+// that does not. Any thread; the leaf lock is not held while the dictionary is read.
 class ContentDirectories {
  public:
   using Flow = std::shared_ptr<const FlowDirectories>;
@@ -55,21 +53,31 @@ class ContentDirectories {
   struct Recalled {
     WatchedState state;
     Flow flow;
+    WatchedState tree;  // when there is no flow
   };
   // With the mediator's access lock held.
   Recalled Recall(OfNode& kept);
 
-  // Reads the directories of the node defined at that path, in the dictionary of a state that was recalled before and
-  // has one. Never null. Waits for no lock that is held while nodes run.
-  Flow Read(const WatchedState& state, const std::string& definition, OfNode& kept);
+  // Reads the directories of the node defined at that path, in a dictionary that was recalled just before. Never null.
+  // Waits for no lock that is held while nodes run. What the dictionary throws passes through.
+  Flow Read(const Recalled& recalled, const std::string& definition, OfNode& kept);
 
  private:
+  // By the name of a workflow, the path of the first entry of the tree that holds it.
+  using Places = std::unordered_map<std::string, std::string>;
+
+  static Places ReadTree(IDictionary& dictionary);
+  std::shared_ptr<const Places> FindPlaces(IDictionary& dictionary, const WatchedState& tree);
   Flow Find(const std::string& workflow_name, const WatchedState& state);
   void Keep(const std::string& workflow_name, const Known& found, OfNode& kept);
 
+  // The mediator's access lock guards them.
   WatchedGlobalDictionary<kWatchedDirectories> dictionary_;
+  WatchedGlobalDictionary<kWatchedTree> tree_;
 
   std::mutex mutex_;
+  WatchedState places_state_;
+  std::shared_ptr<const Places> places_;
   WatchedState state_;  // of the table
   std::unordered_map<std::string, Flow> by_workflow_;
 };

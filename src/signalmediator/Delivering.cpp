@@ -128,7 +128,7 @@ void CSignalMediator::ShowThatItThrew(const InputSignal& signal) {
 void CSignalMediator::RenewContentDirectories(WorkNodeEntry& entry, ContentDirectories::Recalled recalled) {
   ContentDirectories::Flow& flow = recalled.flow;
   if (flow == nullptr && recalled.state.dictionary != nullptr) {
-    flow = content_directories_.Read(recalled.state, entry.definition, entry.content_directories);
+    flow = content_directories_.Read(recalled, entry.definition, entry.content_directories);
   }
   if (flow != nullptr && !flow->in_absorb_tree) {
     tracer_.Log(MediatorCategories::kContentDirectories, MediatorLines::kFlowNotInTree, flow->workflow_name.c_str());

@@ -18,10 +18,11 @@ bool CSignalMediator::Report(IRunReport* report) {
                            {texts[3].c_str(), texts[4].c_str(), texts[5].c_str()}},
                           milliseconds});
     }
+    const PropertyQuestion is_busy(kBusyProperty);
     for (const WorkNodePointer& entry : nodes) {
       const bool works =
           std::any_of(work.begin(), work.end(), [&](const auto& delivery) { return delivery.node == entry.get(); });
-      const bool busy = !works && HasProperty(*entry->node, kBusyProperty);
+      const bool busy = !works && is_busy.IsYes(*entry->node);
       report->NodeThere({entry->type.c_str(), entry->instance.c_str(), works, busy});
     }
     return true;
@@ -34,8 +35,10 @@ bool CSignalMediator::Report(IRunReport* report) {
 std::uint32_t CSignalMediator::CountBusyNodes() noexcept {
   std::uint32_t busy = 0;
   try {
-    for (const WorkNodePointer& entry : nodes_.Copy()) {
-      if (HasProperty(*entry->node, kBusyProperty)) ++busy;
+    const WorkNodeList::Snapshot nodes = nodes_.Copy();
+    const PropertyQuestion is_busy(kBusyProperty);
+    for (const WorkNodePointer& entry : nodes) {
+      if (is_busy.IsYes(*entry->node)) ++busy;
     }
   } catch (...) {  // Without memory nobody can be asked.
   }

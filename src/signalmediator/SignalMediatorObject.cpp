@@ -83,8 +83,9 @@ bool CSignalMediator::GetInstantiatedWorknodesThatCallAbsorb(IOrvPStringList* de
   try {
     std::vector<std::string_view> paths;
     const WorkNodeList::Snapshot nodes = nodes_.Copy();
+    const PropertyQuestion is_component(kComponentProperty);
     for (const WorkNodePointer& entry : nodes) {
-      if (entry->type == kAbsorbingType || HasProperty(*entry->node, kComponentProperty)) {
+      if (entry->type == kAbsorbingType || is_component.IsYes(*entry->node)) {
         paths.push_back(entry->definition);
       }
     }

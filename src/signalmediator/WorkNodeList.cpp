@@ -3,8 +3,6 @@
 #include <functional>
 #include <utility>
 
-#include "CoreObjects/Marshalled.h"
-
 namespace OrvWorkFlow {
 
 WorkNodeEntry::~WorkNodeEntry() {
@@ -29,9 +27,18 @@ bool AskNames(IWorkNode& node, std::string& type, std::string& instance) {
          ReadText(text.get(), instance);
 }
 
-bool HasProperty(IWorkNode& node, const char* property) noexcept {
-  std::string value;
-  return FetchText(value, [&](IOrvPString* text) { return node.GetProperty(property, text); }) && value == "yes";
+bool PropertyQuestion::IsYes(IWorkNode& node) const noexcept {
+  constexpr std::string_view kYes = "yes";
+  if (!answer_) {  // There was no memory for it.
+    std::string value;
+    return FetchText(value, [&](IOrvPString* text) { return node.GetProperty(property_, text); }) && value == kYes;
+  }
+  try {
+    return AssignText(answer_.get(), "") && node.GetProperty(property_, answer_.get()) &&
+           std::string_view(answer_.get()->GetText(), answer_.get()->GetLength()) == kYes;
+  } catch (...) {
+    return false;
+  }
 }
 
 std::size_t WorkNodeList::NameHash::operator()(const Name& name) const noexcept {

@@ -11,6 +11,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "CoreObjects/Marshalled.h"
 #include "OrvWorkFlow/IWorkNode.h"
 #include "signalmediator/ContentDirectories.h"
 
@@ -42,8 +43,17 @@ using WorkNodePointer = std::shared_ptr<WorkNodeEntry>;
 // passes through.
 bool AskNames(IWorkNode& node, std::string& type, std::string& instance);
 
-// True when the node's property of that name is "yes"; false also when it throws.
-bool HasProperty(IWorkNode& node, const char* property) noexcept;
+// Asks nodes, one after another, whether their property of that name is "yes".
+class PropertyQuestion {
+ public:
+  explicit PropertyQuestion(const char* property) : property_(property) {}
+  // False also when the node throws.
+  bool IsYes(IWorkNode& node) const noexcept;
+
+ private:
+  const char* const property_;
+  const Marshalled<IOrvPString> answer_;
+};
 
 // Properties that the mediator asks for, and the type of the nodes that absorb flows.
 inline constexpr char kBusyProperty[] = "Busy";
