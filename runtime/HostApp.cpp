@@ -9,6 +9,8 @@
 #include <thread>
 #include <utility>
 
+#include "runtime/ShortWait.h"
+
 namespace OrvWorkFlow {
 
 using Clock = std::chrono::steady_clock;
@@ -22,13 +24,19 @@ struct HostApp::Call {
 };
 
 struct HostApp::State {
+  // GUI thread. Takes over all that was queued when there is nothing left of what it took over before.
   bool Take(Call* call) {
-    if (queue.empty()) {
-      return false;
+    if (taken.empty()) {
+      if (!filled.load(std::memory_order_acquire)) {
+        return false;
+      }
+      const std::lock_guard lock(mutex);
+      taken.swap(queue);
+      filled.store(false, std::memory_order_relaxed);
     }
-    *call = queue.front();
-    queue.pop_front();
-    ++counts.delivered;
+    *call = taken.front();
+    taken.pop_front();
+    delivered.fetch_add(1, std::memory_order_relaxed);
     return true;
   }
 
@@ -42,13 +50,21 @@ struct HostApp::State {
   std::condition_variable changed;
   unsigned waiting = 0;  // threads, for `changed`
   std::deque<Call> queue;
-  Counts counts;
+  std::atomic<bool> filled = false;         // the queue; changed under the mutex, read without it too
+  std::atomic<std::uint64_t> accepted = 0;  // the same
+  std::uint64_t refused = 0;
+  std::uint64_t threw = 0;
   Poll poll;
   std::atomic<Clock::time_point> next_poll = Clock::now();  // Changed under the mutex, read without it too.
   bool closed = false;
   std::atomic<bool> quitting = false;  // The same.
   unsigned loops = 0;                  // that run now, nested ones included
   std::thread::id gui_thread;
+
+  // Used by the GUI thread.
+  std::deque<Call> taken;
+  std::atomic<std::uint64_t> delivered = 0;  // read by others
+  ShortWait short_wait;
 
   Condition refuses = nullptr;  // Set once, before any delivery.
   void* refusal_context = nullptr;
@@ -92,7 +108,7 @@ HostApp::HostApp(std::unique_ptr<State> state) : SharedObject("HostApp", "IHostA
 HostApp::~HostApp() {
   Close();
   Call call;
-  while (TakeNext(&call)) {
+  while (state_->Take(&call)) {
     Perform(call);
   }
 }
@@ -125,20 +141,16 @@ bool HostApp::Queue(const Call& call) noexcept {
   if (!state_->closed && (call.callback != nullptr || call.task != nullptr)) {
     try {
       state_->queue.push_back(call);
-      ++state_->counts.accepted;
+      state_->filled.store(true, std::memory_order_release);
+      state_->accepted.store(state_->accepted.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
       state_->WakeWaiting();
       return true;
     } catch (...) {
       // Without memory the call is refused.
     }
   }
-  ++state_->counts.refused;
+  ++state_->refused;
   return false;
-}
-
-bool HostApp::TakeNext(Call* call) {
-  const std::lock_guard lock(state_->mutex);
-  return state_->Take(call);
 }
 
 void HostApp::Perform(const Call& call) {
@@ -150,7 +162,7 @@ void HostApp::Perform(const Call& call) {
     }
   } catch (...) {
     const std::lock_guard lock(state_->mutex);
-    ++state_->counts.threw;
+    ++state_->threw;
   }
 }
 
@@ -184,12 +196,17 @@ void HostApp::PollWhenDue() {
 // Waits until something is queued, somebody quits, or it is time to poll. False when no call was taken.
 bool HostApp::WaitForCall(Call* call) {
   State& state = *state_;
-  std::unique_lock lock(state.mutex);
-  const auto something_to_do = [&state] { return !state.queue.empty() || state.quitting; };
-  if (!something_to_do()) {
-    ++state.waiting;
-    state.changed.wait_until(lock, state.next_poll.load(), something_to_do);
-    --state.waiting;
+  const auto is_there = [&state] { return !state.taken.empty() || state.filled || state.quitting; };
+  const auto count = [&state] { return state.accepted.load(std::memory_order_relaxed); };
+  state.short_wait.WaitFor(is_there, count);
+  if (!is_there()) {
+    const auto sleep = [&] {
+      std::unique_lock lock(state.mutex);
+      ++state.waiting;
+      state.changed.wait_until(lock, state.next_poll.load(), is_there);
+      --state.waiting;
+    };
+    state.short_wait.SleepFor(sleep, is_there, count);
   }
   return !state.quitting && state.Take(call);
 }
@@ -216,7 +233,7 @@ bool HostApp::RunGuiThreadUntil(Condition condition, void* context) {
 std::uint64_t HostApp::DeliverQueued() {
   std::uint64_t calls = 0;
   Call call;
-  while (TakeNext(&call)) {
+  while (state_->Take(&call)) {
     Perform(call);
     ++calls;
   }
@@ -241,8 +258,12 @@ bool HostApp::IsGuiThread() const noexcept {
 
 HostApp::Counts HostApp::GetCounts() const noexcept {
   const std::lock_guard lock(state_->mutex);
-  Counts counts = state_->counts;
-  counts.queued = state_->queue.size();
+  Counts counts;
+  counts.accepted = state_->accepted;
+  counts.refused = state_->refused;
+  counts.delivered = state_->delivered;
+  counts.queued = counts.accepted - counts.delivered;
+  counts.threw = state_->threw;
   return counts;
 }
 

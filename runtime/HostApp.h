@@ -98,7 +98,6 @@ class ORV_RUNTIME_API HostApp final : public SharedObject<HostApp, IHostApp>, pu
   ~HostApp();
 
   bool Queue(const Call& call) noexcept;
-  bool TakeNext(Call* call);
   void Perform(const Call& call);
   bool WaitForCall(Call* call);
   void PollWhenDue();

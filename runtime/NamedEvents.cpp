@@ -29,7 +29,11 @@ NamedEvents::Event* NamedEvents::FindOrAdd(std::string_view name) noexcept {
 
 void NamedEvents::PutInLine(Event* event) noexcept {
   event->next_in_line_ = nullptr;
-  (last_ != nullptr ? last_->next_in_line_ : first_) = event;
+  if (last_ != nullptr) {
+    last_->next_in_line_ = event;
+  } else {
+    first_ = event;
+  }
   last_ = event;
 }
 
@@ -40,7 +44,7 @@ const NamedEvents::Event* NamedEvents::TakeFirst() noexcept {
     return nullptr;
   }
   first_ = event->next_in_line_;
-  if (first_ == nullptr) {
+  if (event->next_in_line_ == nullptr) {
     last_ = nullptr;
   }
   event->waiting_.exchange(false, std::memory_order_acq_rel);

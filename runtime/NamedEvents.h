@@ -53,16 +53,21 @@ class NamedEvents {
   void PutInLine(Event* event) noexcept;
   // Locked. An event whose name could not be remembered.
   void PutNamelessInLine() noexcept { nameless_waits_ = true; }
+  // Any thread.
   bool HasWaiting() const noexcept { return first_ != nullptr || nameless_waits_; }
+  unsigned long PostsOfFirst() const noexcept {
+    const Event* const first = first_;
+    return first != nullptr ? first->posts() : 0;
+  }
   // Locked. Null is an event without a name. There must be a waiting one.
   const Event* TakeFirst() noexcept;
 
  private:
   std::unique_ptr<Event> known_;  // locked; the others hang on it
   std::atomic<Event*> newest_ = nullptr;
-  Event* first_ = nullptr;
+  std::atomic<Event*> first_ = nullptr;  // this and the flag are changed locked
   Event* last_ = nullptr;
-  bool nameless_waits_ = false;
+  std::atomic<bool> nameless_waits_ = false;
 };
 
 }  // namespace OrvWorkFlow::OrvBase

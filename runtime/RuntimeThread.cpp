@@ -100,17 +100,27 @@ void RuntimeThread::PostNamedEvent(const char* name) {
 
 bool RuntimeThread::WaitForEvent(IOrvPString* name) {
   std::string_view taken;
+  const auto is_there = [this] { return events_.HasWaiting(); };
+  const auto count = [this] { return events_.PostsOfFirst(); };
+  short_wait_.WaitFor(is_there, count);
+  if (!is_there()) {
+    short_wait_.SleepFor([&] { Sleep(); }, is_there, count);
+  }
   {
-    std::unique_lock lock(mutex_);
-    waits_ = true;
-    posted_.wait(lock, [this] { return events_.HasWaiting(); });
-    waits_ = false;
+    const std::lock_guard lock(mutex_);
     const NamedEvents::Event* const event = events_.TakeFirst();
     if (event != nullptr) {
       taken = event->name();  // Never forgotten.
     }
   }
   return name == nullptr || name->Assign(taken.data(), taken.size());
+}
+
+void RuntimeThread::Sleep() {
+  std::unique_lock lock(mutex_);
+  waits_ = true;
+  posted_.wait(lock, [this] { return events_.HasWaiting(); });
+  waits_ = false;
 }
 
 bool RuntimeThread::IsRunning() const {

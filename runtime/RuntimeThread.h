@@ -8,6 +8,7 @@
 
 #include "OrvWorkFlow/OrvBase.h"
 #include "runtime/NamedEvents.h"
+#include "runtime/ShortWait.h"
 
 namespace OrvWorkFlow::OrvBase {
 
@@ -33,6 +34,7 @@ class RuntimeThread final : public Thread {
 
   bool StartSystemThread();
   void Run(Procedure procedure, void* argument) noexcept;
+  void Sleep();
   void DropShare() noexcept;
 
   std::atomic<int> shares_{1};
@@ -48,6 +50,7 @@ class RuntimeThread final : public Thread {
   bool running_ = false;
   bool waits_ = false;  // The procedure, for an event.
   NamedEvents events_;
+  ShortWait short_wait_;  // The procedure's.
 };
 
 }  // namespace OrvWorkFlow::OrvBase
