@@ -7,12 +7,15 @@
 
 #include "OrvWorkFlow/WorkflowSchema.h"
 #include "orvflow/DictionaryReading.h"
+#include "orvflow/ShortStop.h"
 
 namespace OrvWorkFlow::Program {
 
 namespace {
 
-// Between two looks at what nobody tells: whether a busy node has come to its end.
+// Between two looks at what nobody tells: whether a busy node has come to its end. At first, for nodes that come to it
+// soon, and later.
+constexpr std::chrono::microseconds kFirstWatch{100};
 constexpr std::chrono::milliseconds kWatchInterval{5};
 // While signals are on their way, whose end is told: for a restart that a node asks for.
 constexpr std::chrono::milliseconds kPatience{20};
@@ -37,7 +40,8 @@ RunLoop::RunLoop(IWorkFlowEngine& engine, ISignalMediator& mediator, IDictionary
       host_app_(host_app),
       bell_(bell),
       deliveries_(deliveries),
-      limits_(limits) {}
+      limits_(limits),
+      watch_(kFirstWatch) {}
 
 // All that may fail for lack of a thread does so before the workflow starts. The watcher starts and stops it: while it
 // waits for the nodes, this thread goes on delivering.
@@ -77,7 +81,7 @@ RunResult RunLoop::StartAndWatch() {
   }
   result.end = RunEnd::Broken;
   result.saved = false;
-  engine_.StopFlowing();
+  StopFlowing();
   return result;
 }
 
@@ -99,9 +103,11 @@ RunResult RunLoop::WatchUntilEnd() {
   }
 }
 
-RunLoop::Clock::time_point RunLoop::NextLook(const std::optional<Clock::time_point>& checkpoint) const {
+RunLoop::Clock::time_point RunLoop::NextLook(const std::optional<Clock::time_point>& checkpoint) {
   const Clock::time_point now = Clock::now();
-  Clock::time_point look = now + (deliveries_.HasWork() ? kPatience : kWatchInterval);
+  const bool has_work = deliveries_.HasWork();
+  watch_ = has_work ? kFirstWatch : std::min<Clock::duration>(2 * watch_, kWatchInterval);
+  Clock::time_point look = now + (has_work ? kPatience : watch_);
   if (checkpoint && *checkpoint > now) look = std::min(look, *checkpoint);
   if (deadline_) look = std::min(look, *deadline_);
   return look;
@@ -124,11 +130,16 @@ void RunLoop::StopAtEnd(RunResult& result) {
   const bool has_state = result.end != RunEnd::EngineDied && !limits_.state_file.empty();
   if (!queue.running && result.end != RunEnd::EngineDied) return;  // A checkpoint has stopped and saved everything.
   if (!has_state) {
-    engine_.StopFlowing();
+    StopFlowing();
     return;
   }
   result.saved = StopAndSave();
   if (result.saved) result.backlog = GetBacklog();
+}
+
+void RunLoop::StopFlowing() {
+  const ShortStop stop(mediator_);
+  engine_.StopFlowing();
 }
 
 bool RunLoop::HasChanged() const { return GetStatistics().busy != 0 || GetMark() != saved_mark_; }
@@ -202,12 +213,12 @@ bool RunLoop::StopAndSave() {
 // signals that were recorded the first time are fired and recorded anew.
 bool RunLoop::StopBetweenSignals() {
   const Clock::time_point begin = Clock::now();
-  engine_.StopFlowing();
+  StopFlowing();
   const ISignalMediator::Statistics statistics = GetStatistics();
   at_rest_ = statistics.sent == statistics.finished ? begin : Clock::time_point::max();
   if (WaitUntilAtRest()) return true;
   if (!engine_.StartFlowing()) return false;
-  engine_.StopFlowing();
+  StopFlowing();
   return WaitUntilAtRest();
 }
 

@@ -54,8 +54,8 @@ struct RunLimits {
   std::string state_file;
   // How it is saved there, in place of the engine's SaveState; true when it is.
   std::function<bool(IWorkFlowEngine& engine)> save;
-  // When the state is saved between two signals too. The workflow stands still meanwhile, at least the 200 ms of every
-  // stop. Nothing is saved when nothing has changed.
+  // When the state is saved between two signals too. The workflow stands still meanwhile; for 200 ms at least when
+  // something is at work then. Nothing is saved when nothing has changed.
   CheckpointPlan::Setting checkpoint;
   // The following are called on a thread of the run's own. A checkpoint was not saved; the workflow goes on.
   std::function<void()> checkpoint_failed;
@@ -105,8 +105,9 @@ class RunLoop {
   RunResult StartAndWatch();
   RunResult WatchUntilEnd();
   std::optional<RunEnd> FindEnd() const;
-  Clock::time_point NextLook(const std::optional<Clock::time_point>& checkpoint) const;
+  Clock::time_point NextLook(const std::optional<Clock::time_point>& checkpoint);
   void StopAtEnd(RunResult& result);
+  void StopFlowing();
   bool HasChanged() const;
   bool IsBetweenDeliveries(Clock::time_point due);
   std::optional<RunResult> SaveCheckpoint(CheckpointPlan& plan);
@@ -128,6 +129,7 @@ class RunLoop {
   Bell& bell_;
   DeliveryWatch& deliveries_;
   const RunLimits& limits_;
+  Clock::duration watch_;  // until the next look while no signals are on their way
   std::optional<Clock::time_point> deadline_;
   std::optional<Alarm> stuck_;
   Mark saved_mark_;
