@@ -1,5 +1,6 @@
 // Mappings live in the dictionary: what is kept beside it is dropped by every change of mappings, and by nothing else.
 #include <functional>
+#include <thread>
 #include <utility>
 
 #include "tests/workflowengine/EngineFixture.h"
@@ -97,6 +98,35 @@ INSTANTIATE_TEST_SUITE_P(
                       {"A,a,s"}},
         MappingChange{
             "deleting above", [](auto&, auto& dictionary, auto&) { dictionary.Delete("/WorkFlowEngine"); }, {}},
+        MappingChange{"renaming",
+                      [](auto&, auto& dictionary, auto& key) { EXPECT_TRUE(dictionary.Rename(key.c_str(), "gone")); },
+                      {}},
+        MappingChange{"copying",
+                      [](auto&, auto& dictionary, auto& key) {
+                        EXPECT_TRUE(dictionary.CopySubtree((key + "/map0").c_str(), (key + "/map9").c_str()));
+                      },
+                      {"A,a,s", "B,b,s", "A,a,s"}},
+        MappingChange{"moving",
+                      [](auto&, auto& dictionary, auto& key) {
+                        EXPECT_TRUE(dictionary.MoveSubtree((key + "/map0").c_str(), (key + "/map9").c_str()));
+                      },
+                      {"B,b,s", "A,a,s"}},
+        MappingChange{
+            "clearing",
+            [](auto&, auto& dictionary, auto& key) { EXPECT_TRUE(dictionary.Clear((key + "/map0").c_str())); },
+            {}},
+        MappingChange{"redirecting",
+                      [](auto&, auto& dictionary, auto& key) {
+                        const PStringList targets(std::vector<std::string>{"/Elsewhere"});
+                        EXPECT_TRUE(dictionary.SetRedirection((key + "/map0").c_str(), targets.out()));
+                        EXPECT_TRUE(dictionary.SetValue("/Elsewhere", "X,x,s"));
+                      },
+                      {"X,x,s", "B,b,s"}},
+        MappingChange{"writing on another thread",
+                      [](auto&, auto& dictionary, auto& key) {
+                        std::thread([&] { dictionary.SetValue((key + "/map0").c_str(), "X,x,s"); }).join();
+                      },
+                      {"X,x,s", "B,b,s"}},
         MappingChange{"loading",
                       [](auto&, auto& dictionary, auto& key) { EXPECT_TRUE(LoadText(dictionary, key + "/map0")); },
                       {"L,l,s"}}));
