@@ -242,14 +242,15 @@ template <class Char>
 bool Operations<Char>::CopyListing(Tree<Char>& from, Tree<Char>& to, const Listing<Char>& listing,
                                    const std::vector<bool>& doubles, bool overwrite) {
   bool copied = true;
+  Text path;
   for (std::size_t i = 0; i < listing.entries.size(); ++i) {
     if (parts_.stopping) return parts_.hook.Note(Reason::Stopped);
     if (listing.entries.IsDirectory(i)) continue;
-    const Text path = listing.PathOf(i);
+    path.assign(listing.start).append(listing.entries.name(i));
     if (doubles[i]) {
       copied = parts_.hook.ReportAt(Failures::kCopyFailed, Reason::SameName, from.PathOf(path));
     } else {
-      copied = CopyFileOf(from, to, path, overwrite) && copied;
+      copied = CopyFileOf(from, to, path, listing.entries.attributes(i), overwrite) && copied;
     }
   }
   return copied;
@@ -257,14 +258,15 @@ bool Operations<Char>::CopyListing(Tree<Char>& from, Tree<Char>& to, const Listi
 
 // The mark of a file that is in the way goes before the copy over it is tried, and also when there will be none.
 template <class Char>
-bool Operations<Char>::CopyFileOf(Tree<Char>& from, Tree<Char>& to, const Text& path, bool overwrite) {
-  SystemResult copied = from.CopyTo(to, path, true);
+bool Operations<Char>::CopyFileOf(Tree<Char>& from, Tree<Char>& to, const Text& path, std::uint32_t listed,
+                                  bool overwrite) {
+  SystemResult copied = from.CopyTo(to, path, true, listed);
   if (copied == SystemResult::Exists) {
     {
       const KeptReason kept(parts_.platform.reasons);
       to.SetAttributes(path, FileAttribute::kNormal);
     }
-    if (overwrite) copied = from.CopyTo(to, path, false);
+    if (overwrite) copied = from.CopyTo(to, path, false, listed);
   }
   return copied == SystemResult::Ok || FailCopy(from.PathOf(path), to.PathOf(path));
 }

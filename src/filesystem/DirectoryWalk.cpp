@@ -121,14 +121,14 @@ std::vector<bool> Tree<Char>::FindDoubles(const EntryList<Char>& entries) {
 }
 
 template <class Char>
-SystemResult Tree<Char>::CopyTo(Tree& other, const Text& path, bool fail_if_exists) {
+SystemResult Tree<Char>::CopyTo(Tree& other, const Text& path, bool fail_if_exists, std::uint32_t listed) {
   const auto copy = [&](auto& tree, const auto& p) {
     if constexpr (std::is_same_v<decltype(tree), OpenedTree<Char>&>) {
       if (!other.own_.IsOpen()) return SystemResult::Failed;
-      return tree.trees().CopyIn(tree.handle(), other.own_.handle(), p, fail_if_exists);
+      return tree.trees().CopyIn(tree.handle(), other.own_.handle(), p, fail_if_exists, listed);
     } else {
       if (!other.OpenNarrow()) return SystemResult::Failed;
-      return tree.trees().CopyIn(tree.handle(), other.narrow_.handle(), p, fail_if_exists);
+      return tree.trees().CopyIn(tree.handle(), other.narrow_.handle(), p, fail_if_exists, listed);
     }
   };
   return Try(copy, path);

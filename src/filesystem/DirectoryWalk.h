@@ -63,7 +63,8 @@ class Tree {
   SystemResult CreateDirectory(const Text& path);
   // See TreesOf::FindDoubles.
   std::vector<bool> FindDoubles(const EntryList<Char>& entries);
-  SystemResult CopyTo(Tree& other, const Text& path, bool fail_if_exists);
+  // See TreesOf::CopyIn.
+  SystemResult CopyTo(Tree& other, const Text& path, bool fail_if_exists, std::uint32_t listed);
 
  private:
   // Makes `call(tree, path)` with the tree of the own width, and of the narrow one when that fails.

@@ -9,6 +9,7 @@
 
 #include "OrvWorkFlow/IFileSystem.h"
 #include "filesystem/FileSystemCore.h"
+#include "platform/PathMemory.h"
 
 namespace OrvWorkFlow {
 
@@ -170,6 +171,7 @@ class FileSystemFace : public FileSystemInterface<Char> {
   template <class Call>
   static auto Told(FailureRecorder& recorder, const char* operation, const Char* path, RunningCall::End success,
                    const Call& call) noexcept -> decltype(call()) {
+    const PathMemory paths;
     RunningCall running(recorder, operation, path);
     decltype(call()) result{};
     try {

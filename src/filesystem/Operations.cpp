@@ -1,7 +1,5 @@
 #include "filesystem/Operations.h"
 
-#include <new>
-
 #include "CoreObjects/Marshalled.h"
 #include "filesystem/FileBytes.h"
 #include "filesystem/PathText.h"
@@ -46,9 +44,14 @@ bool Operations<Char>::WorkflowPathToPlatformPathString(const Char* path, String
 }
 
 template <class Char>
+bool Operations<Char>::ExistsAs(const Char* path, Text* platform_path) {
+  return Resolve(path, platform_path) && (content_.Exists(*platform_path) || parts_.hook.Note());
+}
+
+template <class Char>
 bool Operations<Char>::FileExists(const Char* path) {
   Text platform_path;
-  return Resolve(path, &platform_path) && (content_.Exists(platform_path) || parts_.hook.Note());
+  return ExistsAs(path, &platform_path);
 }
 
 template <class Char>
@@ -151,9 +154,8 @@ bool Operations<Char>::ReplaceFileBytes(const Char* path, const void* data, std:
 }
 
 template <class Char>
-bool Operations<Char>::FindSource(const Char* source, Text* found) {
-  *found = source;
-  if (FileExists(source)) return true;
+bool Operations<Char>::FindSource(const Char* source, Text* platform_path) {
+  if (ExistsAs(source, platform_path)) return true;
   for (const std::string& directory : parts_.content_directories.All()) {
     Text candidate;
     if constexpr (sizeof(Char) == 1) {
@@ -164,12 +166,32 @@ bool Operations<Char>::FindSource(const Char* source, Text* found) {
     const std::size_t backslash = candidate.find(Char{'\\'});
     candidate += backslash != candidate.npos && backslash > 0 ? Char{'\\'} : Char{'/'};
     candidate += source;
-    if (!FileExists(candidate.c_str())) continue;
-    *found = std::move(candidate);
+    if (!ExistsAs(candidate.c_str(), platform_path)) continue;
     parts_.hook.TakeBack();
     return true;
   }
   return Fail(Failures::kSourceMissing);
+}
+
+template <class Char>
+bool Operations<Char>::PrepareDestination(const Char* destination, Text* platform_path) {
+  const Text target(destination);
+  const std::size_t slash = target.rfind(Char{'/'});
+  if (slash == target.npos) return Resolve(destination, platform_path);
+  const Text written = target.substr(0, slash);
+  Text parent;
+  const bool resolved = Resolve(written.c_str(), &parent);
+  const bool exists = resolved && (IsDirectory(calls_, parent) || parts_.hook.Note());
+  if (!exists && !(resolved ? content_.MakeDirectory(parent) : MakeDirectory(written.c_str()))) {
+    return Fail(Failures::kCannotCreateDirectory);
+  }
+  // Of a workflow path the rest stays what it is.
+  const Text name = target.substr(slash + 1);
+  if (!resolved || !IsWorkflowPath<Char>(target) || !IsPrintableAscii<Char>(name)) {
+    return Resolve(destination, platform_path);
+  }
+  *platform_path = parent + Char{'\\'} + name;
+  return true;
 }
 
 template <class Char>
@@ -186,30 +208,11 @@ bool Operations<Char>::CopyOneFile(const Char* source, const Char* destination, 
   if (source == nullptr || *source == 0 || destination == nullptr || *destination == 0) {
     return Fail(Failures::kInvalidParameter);
   }
-  Text found;
   Text from;
   Text to;
-  if (!FindSource(source, &found)) return false;
-  const Text target(destination);
-  const std::size_t slash = target.rfind(Char{'/'});
-  if (slash != target.npos) {
-    const Text parent = target.substr(0, slash);
-    if (!DirectoryExists(parent.c_str()) && !MakeDirectory(parent.c_str())) {
-      return Fail(Failures::kCannotCreateDirectory);
-    }
-  }
-  if (!Resolve(found.c_str(), &from) || !Resolve(destination, &to)) return false;
+  if (!FindSource(source, &from) || !PrepareDestination(destination, &to)) return false;
   calls_.SetAttributes(to, FileAttribute::kNormal);
-  if (!calls_.CopyOver(from, to, !overwrite)) return FailCopy(from, to);
-  // The copy is there: without memory to take its mark it must not count as a failure, and be left behind by one.
-  for (int attempt = 0; attempt < 2; ++attempt) {
-    try {
-      calls_.SetAttributes(to, FileAttribute::kNormal);
-      break;
-    } catch (const std::bad_alloc&) {
-    }
-  }
-  return true;
+  return calls_.CopyOver(from, to, !overwrite) || FailCopy(from, to);
 }
 
 template <class Char>

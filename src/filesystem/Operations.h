@@ -104,8 +104,12 @@ class Operations {
   bool ListTree(const Char* path, const Failure& no_directory, StringList* output, bool files);
   bool NotifyOfTree(const Char* path, const Failure& no_directory, bool files,
                     const std::function<bool(const Char*)>& notify);
-  bool CopyFileOf(Tree<Char>& from, Tree<Char>& to, const Text& path, bool overwrite);
-  bool FindSource(const Char* source, Text* found);
+  bool CopyFileOf(Tree<Char>& from, Tree<Char>& to, const Text& path, std::uint32_t listed, bool overwrite);
+  // The platform path of a file that exists: the source, or one of that name in a content directory.
+  bool FindSource(const Char* source, Text* platform_path);
+  // The platform path of a copy's destination, when its folder, if the path names it, has been made.
+  bool PrepareDestination(const Char* destination, Text* platform_path);
+  bool ExistsAs(const Char* path, Text* platform_path);
 
   // Gives a file that exists what `change` makes of its content; `change` answers false when that cannot be.
   bool Edit(const Char* path, const std::function<bool(std::string&)>& change);

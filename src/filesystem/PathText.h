@@ -31,6 +31,15 @@ std::size_t LastSeparator(std::basic_string_view<Char> path) {
   return path.find_last_of(kSeparators);
 }
 
+// Every code page has these characters, each as one byte with their number.
+template <class Char>
+constexpr bool IsPrintableAscii(std::basic_string_view<Char> text) {
+  for (const Char c : text) {
+    if (c < 0x20 || c > 0x7E) return false;
+  }
+  return true;
+}
+
 // "$TEMP/x", but not "$TEMP\x", which is a platform path.
 template <class Char>
 bool IsWorkflowPath(std::basic_string_view<Char> path) {

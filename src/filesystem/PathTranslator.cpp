@@ -15,10 +15,11 @@ namespace {
 // Workflows whose definition file lies beside that of another workflow: more links than this are a mistake.
 constexpr std::size_t kMostHops = 64;
 
-std::u16string CleanPlatformPath(std::u16string_view path) {
+template <class Char>
+std::basic_string<Char> CleanPlatformPath(std::basic_string_view<Char> path) {
   path = Trimmed(path);
-  if (path.size() >= 2 && path.back() == u'\\' && path[path.size() - 2] != u':') path.remove_suffix(1);
-  return std::u16string(path);
+  if (path.size() >= 2 && path.back() == Char{'\\'} && path[path.size() - 2] != Char{':'}) path.remove_suffix(1);
+  return std::basic_string<Char>(path);
 }
 
 // Only these three end a chain of workflows.
@@ -45,6 +46,11 @@ bool PathTranslator::Translate(std::string_view path, std::string* platform_path
   if (path.empty() || platform_path == nullptr) return hook_.Report(Failures::kInvalidParameter);
   std::u16string wide;
   std::u16string result;
+  if (!IsWorkflowPath(path) && IsPrintableAscii(path)) {
+    *platform_path = CleanPlatformPath(path);
+    if (exact != nullptr) *exact = true;
+    return true;
+  }
   if (!platform_.code_page.WidenPath(path, &wide)) return hook_.Report(Failures::kInvalidParameter);
   return Translate(wide, &result) && platform_.code_page.Narrow(result, platform_path, exact);
 }

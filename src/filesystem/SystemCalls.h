@@ -32,9 +32,12 @@ class SystemCalls {
   SystemResult Open(const Text& path, Access access, Creation creation, FileHandle* handle) const {
     return Try([&](auto& part, const auto& p) { return part.files.Open(p, access, creation, handle); }, path);
   }
+  // The copy has no mark.
   bool CopyOver(const Text& source, const Text& destination, bool fail_if_exists) const {
-    return Try([&](auto& part, const auto& s, const auto& d) { return part.files.CopyOver(s, d, fail_if_exists); },
-               source, destination);
+    const auto copy = [=](auto& part, const auto& from, const auto& to) {
+      return part.files.CopyOver(from, to, fail_if_exists, CopiedMark::Dropped);
+    };
+    return Try(copy, source, destination);
   }
   SystemResult TakeTurn(const Text& path, FileHandle* handle) const {
     return Try([=](auto& part, const auto& p) { return part.files.TakeTurn(p, handle); }, path);

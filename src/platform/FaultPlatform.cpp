@@ -126,8 +126,8 @@ class FaultFiles final : public FilesOf<Char> {
     if (result == SystemResult::Ok) state_.AddHandles(1);
     return result;
   }
-  bool CopyOver(const Text& source, const Text& destination, bool fail_if_exists) override {
-    return Passes(PlatformCall::CopyOver) && real_.CopyOver(source, destination, fail_if_exists);
+  bool CopyOver(const Text& source, const Text& destination, bool fail_if_exists, CopiedMark mark) override {
+    return Passes(PlatformCall::CopyOver) && real_.CopyOver(source, destination, fail_if_exists, mark);
   }
   bool RemoveOneFile(const Text& path, Mark mark) override {
     return Passes(PlatformCall::RemoveOneFile) && real_.RemoveOneFile(path, mark);
@@ -209,8 +209,9 @@ class FaultTrees final : public TreesOf<Char> {
   SystemResult CreateDirectoryIn(TreeHandle tree, const Text& path) override {
     return Passes(PlatformCall::CreateDirectoryIn) ? real_.CreateDirectoryIn(tree, path) : state_.failure();
   }
-  SystemResult CopyIn(TreeHandle from, TreeHandle to, const Text& path, bool fail_if_exists) override {
-    return Passes(PlatformCall::CopyIn) ? real_.CopyIn(from, to, path, fail_if_exists) : state_.failure();
+  SystemResult CopyIn(TreeHandle from, TreeHandle to, const Text& path, bool fail_if_exists,
+                      std::uint32_t listed) override {
+    return Passes(PlatformCall::CopyIn) ? real_.CopyIn(from, to, path, fail_if_exists, listed) : state_.failure();
   }
 
  private:

@@ -37,6 +37,8 @@ enum class Access {
 };
 // Whether a read-only mark protects from removal.
 enum class Mark { Counts, Ignored };
+// Whether a copy has the source's read-only mark, or none.
+enum class CopiedMark { Kept, Dropped };
 enum class Creation {
   OpenExisting,
   OpenAlways,
@@ -67,10 +69,11 @@ class FilesOf {
   // reach: waits for it, for two seconds at most, then InUse. The handle can be closed and nothing else. Other results
   // than Ok and InUse: it cannot be had (nothing is there, or nobody may write to it).
   virtual SystemResult TakeTurn(const Text& path, FileHandle* handle) = 0;
-  // The destination has the source's read-only mark. One that exists is replaced by a whole copy, which is on the disk
-  // then; a failure leaves it, unless its directory takes no new file. A failure leaves nothing new. A file is never
-  // copied onto itself, nor onto one with the read-only mark.
-  virtual bool CopyOver(const Text& source, const Text& destination, bool fail_if_exists) = 0;
+  // The copy has the source's read-only mark, if that is kept. A destination that exists is replaced by a whole copy,
+  // which is on the disk then; a failure leaves it, unless its directory takes no new file. A failure leaves nothing
+  // new. A file is never copied onto itself, nor onto one with the read-only mark.
+  virtual bool CopyOver(const Text& source, const Text& destination, bool fail_if_exists,
+                        CopiedMark mark = CopiedMark::Kept) = 0;
   // Removes a file, or a link to one. Refuses a file with an open handle, and one with the read-only mark when that
   // counts; a refusal leaves the mark.
   virtual bool RemoveOneFile(const Text& path, Mark mark = Mark::Counts) = 0;

@@ -77,7 +77,8 @@ class TreesOf {
 
   // Replaces `*entries` by what is in a directory, without "." and "..", in the system's order, on Linux sorted without
   // regard to case. Names that no path can hold are left out, which the list says. Of the attributes only kDirectory
-  // and kLink count. NotFound and Denied: the directory could not be entered; on failure `*entries` is unspecified.
+  // and kLink count, and kNormal, which some systems give plain files. NotFound and Denied: the directory could not be
+  // entered; on failure `*entries` is unspecified.
   virtual SystemResult List(TreeHandle tree, const Text& directory, EntryList<Char>* entries) = 0;
 
   // Tells which entries of a listing would get the same name, in a tree that is being filled, as one before them.
@@ -92,8 +93,10 @@ class TreesOf {
   // As DirectoriesOf::CreateOneDirectory.
   virtual SystemResult CreateDirectoryIn(TreeHandle tree, const Text& path) = 0;
   // Copies a file to the same path of another tree. `Exists`, and nothing has happened, when `fail_if_exists` and
-  // something has that name there; otherwise as FilesOf::CopyOver, but the copy has no read-only mark.
-  virtual SystemResult CopyIn(TreeHandle from, TreeHandle to, const Text& path, bool fail_if_exists) = 0;
+  // something has that name there; otherwise as FilesOf::CopyOver, but the copy has no read-only mark. `listed`
+  // is what List told of the file, or 0.
+  virtual SystemResult CopyIn(TreeHandle from, TreeHandle to, const Text& path, bool fail_if_exists,
+                              std::uint32_t listed = 0) = 0;
 
  protected:
   ~TreesOf() = default;

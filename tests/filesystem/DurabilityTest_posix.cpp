@@ -1,6 +1,7 @@
 // The order in which content and names reach the disk, and calls that the system interrupts or that fail late. This
 // program's own fsync, close and so on stand before the system's.
 #include <fcntl.h>
+#include <sys/sendfile.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -38,6 +39,18 @@ std::string Last(const char* path) {
 }
 bool Fails(const std::string& ending, int file) { return !ending.empty() && NameOf(file).ends_with(ending); }
 
+// Takes note of a write, which may be cut to a byte, or be interrupted.
+bool IsInterrupted(int file, size_t* size) {
+  struct stat status;
+  if (::fstat(file, &status) == 0) calls->widest_mode |= status.st_mode & 0777;
+  if (std::exchange(calls->single_byte, false)) *size = std::min<size_t>(*size, 1);
+  if (calls->interruptions == 0) return false;
+  --calls->interruptions;
+  calls->single_byte = true;
+  errno = EINTR;
+  return true;
+}
+
 // The calls of one scope.
 struct Recording : Calls {
   Recording() { calls = this; }
@@ -74,18 +87,10 @@ int renameat(int from_folder, const char* from, int to_folder, const char* to) n
 }
 int rename(const char* from, const char* to) noexcept { return renameat(AT_FDCWD, from, AT_FDCWD, to); }
 ssize_t write(int file, const void* data, size_t size) {
-  if (calls != nullptr) {
-    struct stat status;
-    if (::fstat(file, &status) == 0) calls->widest_mode |= status.st_mode & 0777;
-    if (std::exchange(calls->single_byte, false)) size = std::min<size_t>(size, 1);
-    if (calls->interruptions > 0) {
-      --calls->interruptions;
-      calls->single_byte = true;
-      errno = EINTR;
-      return -1;
-    }
-  }
-  return ::syscall(SYS_write, file, data, size);
+  return calls != nullptr && IsInterrupted(file, &size) ? -1 : ::syscall(SYS_write, file, data, size);
+}
+ssize_t sendfile(int to, int from, off_t* offset, size_t size) noexcept {
+  return calls != nullptr && IsInterrupted(to, &size) ? -1 : ::syscall(SYS_sendfile, to, from, offset, size);
 }
 }
 

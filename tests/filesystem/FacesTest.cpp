@@ -173,7 +173,7 @@ TEST(NarrowFace, AnOperationDoesNotActOnAPathThatLostSomething) {
    public:
     bool Widen(std::string_view narrow, std::u16string* wide) override {
       *wide = std::u16string(narrow.begin(), narrow.end());
-      for (char16_t& c : *wide) c = c == u'#' ? u'\u0101' : c;
+      for (char16_t& c : *wide) c = c == u'\x01' ? u'\u0101' : c;
       return true;
     }
     bool WidenPath(std::string_view narrow, std::u16string* wide) override { return Widen(narrow, wide); }
@@ -189,7 +189,7 @@ TEST(NarrowFace, AnOperationDoesNotActOnAPathThatLostSomething) {
                             code_page,       platform.reasons, platform.written};
   CFileSystem* object = new CFileSystem(with_lossy);
   auto* face = static_cast<IFileSystemA*>(object->QueryInterface("IFileSystemA"));
-  const std::string path = orv_test::PlatformPath(directory.path()) + "\\#";
+  const std::string path = orv_test::PlatformPath(directory.path()) + "\\\x01";
   EXPECT_FALSE(face->RemoveFile(path.c_str()));
   EXPECT_FALSE(face->FileExists(path.c_str()));
   EXPECT_FALSE(face->WriteFileBytes(path.c_str(), "x", 1));

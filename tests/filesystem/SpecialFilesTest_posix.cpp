@@ -86,6 +86,27 @@ TYPED_TEST(SpecialFiles, AreListedNotCopiedAndRemoved) {
   EXPECT_FALSE(this->Exists("d"));
 }
 
+// What was a plain file when it was listed is not looked at again before it is opened.
+TYPED_TEST(SpecialFiles, AreNotCopiedWhenTheyTakeThePlaceOfAFile) {
+  auto& trees = SystemPlatform().For<TypeParam>().trees;
+  const Names names = this->MakeAll("d");
+  std::filesystem::create_directory(this->Host("to"));
+  TreeHandle from = TreeHandle::None;
+  TreeHandle to = TreeHandle::None;
+  ASSERT_EQ(trees.OpenTree(this->At("d"), TreeUse::Read, &from), SystemResult::Ok);
+  ASSERT_EQ(trees.OpenTree(this->At("to"), TreeUse::Fill, &to), SystemResult::Ok);
+  Reasons& reasons = SystemPlatform().reasons;
+  for (const std::string& name : names) {
+    EXPECT_EQ(trees.CopyIn(from, to, this->T(name), true, FileAttribute::kNormal), SystemResult::Denied) << name;
+    EXPECT_EQ(reasons.Meaning(reasons.LastCode()), Reason::NotPlainFile) << name;
+  }
+  EXPECT_EQ(trees.CopyIn(from, to, this->T("gone"), true, FileAttribute::kNormal), SystemResult::NotFound);
+  EXPECT_EQ(reasons.Meaning(reasons.LastCode()), Reason::NotFound);
+  trees.CloseTree(from);
+  trees.CloseTree(to);
+  EXPECT_TRUE(std::filesystem::is_empty(this->Host("to")));
+}
+
 TYPED_TEST(SpecialFiles, TheSystemsOwnFilesAreReadAndCopied) {
   const auto source = this->T("/proc/self/status");
   EXPECT_EQ(this->face_->FileSize(source.c_str()), 0U) << "such a file says that it is empty";

@@ -211,6 +211,12 @@ TYPED_TEST(FilesContract, TheReadOnlyMarkGoesWithACopyAndProtectsADestination) {
   EXPECT_NE(this->Attributes(this->At("copy")) & FileAttribute::kReadOnly, 0U);
   EXPECT_FALSE(this->files().CopyOver(this->At("b"), this->At("copy"), false));
   EXPECT_EQ(this->Content("copy"), "a");
+  WriteFile(this->Host("old"), "old");
+  for (const char* name : {"old", "new"}) {
+    EXPECT_TRUE(this->files().CopyOver(this->At("a"), this->At(name), false, CopiedMark::Dropped));
+    EXPECT_EQ(this->Content(name), "a");
+    EXPECT_EQ(this->Attributes(this->At(name)) & FileAttribute::kReadOnly, 0U);
+  }
 }
 
 TYPED_TEST(FilesContract, TheReadOnlyMarkIsSetAndTakenAway) {

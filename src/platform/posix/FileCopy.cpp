@@ -1,6 +1,7 @@
 #include "platform/posix/FileCopy.h"
 
 #include <fcntl.h>
+#include <sys/sendfile.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -55,14 +56,17 @@ bool CopyThroughMemory(int from, int to, std::uint64_t size) {
   }
 }
 
-// Large files are copied by the system, which may share their content; what it cannot copy is read and written.
+// Files are copied by the system. It may share the content of large ones; of small ones that would take longer. What it
+// cannot copy is read and written.
 bool CopyContent(int from, int to, const struct stat& source) {
   constexpr std::uint64_t kLarge = std::uint64_t{64} * 1024;
   constexpr std::uint64_t kMostAtOnce = std::uint64_t{1} << 30;
   const auto size = static_cast<std::uint64_t>(source.st_size);
   std::uint64_t copied = 0;
-  while (size > kLarge && copied < size) {
-    const ssize_t count = ::copy_file_range(from, nullptr, to, nullptr, std::min(size - copied, kMostAtOnce), 0);
+  while (copied < size) {
+    const std::size_t rest = std::min(size - copied, kMostAtOnce);
+    const ssize_t count =
+        size > kLarge ? ::copy_file_range(from, nullptr, to, nullptr, rest, 0) : ::sendfile(to, from, nullptr, rest);
     if (count < 0 && errno == EINTR) continue;
     if (count < 0 && errno == ENOSPC) return false;
     if (count <= 0) break;
@@ -71,9 +75,13 @@ bool CopyContent(int from, int to, const struct stat& source) {
   return (copied > 0 && copied == size) || CopyThroughMemory(from, to, size - copied);
 }
 
-// A close that fails may have lost content.
-bool CloseWritten(Descriptor file) {
-  NoteWritten(file.get());
+// A close that fails may have lost content. `folder` is the file's if its disk is known.
+bool CloseWritten(Descriptor file, const FolderOnDisk* folder = nullptr) {
+  if (folder != nullptr) {
+    NoteWrittenIn(*folder);
+  } else {
+    NoteWritten(file.get());
+  }
   return ::close(file.Give()) == 0 || errno == EINTR;
 }
 
@@ -85,11 +93,21 @@ struct Source {
   bool IsSame(const struct stat& other) const { return status.st_dev == other.st_dev && status.st_ino == other.st_ino; }
 };
 
-SystemResult OpenSource(EntryName entry, Source* source) {
+bool IsPlainOrMissing(EntryName entry) {
   struct stat status;
-  if (::fstatat(entry.folder, entry.name, &status, 0) == 0 && !IsPlain(status)) return SystemResult::Denied;
+  return ::fstatat(entry.folder, entry.name, &status, 0) != 0 || IsPlain(status);
+}
+
+// Opening a device may do something: so what may be one is looked at first.
+SystemResult OpenSource(EntryName entry, bool listed_as_plain, Source* source) {
+  if (!listed_as_plain && !IsPlainOrMissing(entry)) return SystemResult::Denied;
   source->file = OpenHost(entry.folder, entry.name, O_RDONLY, 0);
-  if (!source->file) return LastResult();
+  if (!source->file) {
+    const int reason = errno;
+    if (listed_as_plain && !IsPlainOrMissing(entry)) return SystemResult::Denied;
+    errno = reason;
+    return LastResult();
+  }
   if (::fstat(source->file.get(), &source->status) != 0 || !IsPlain(source->status)) return SystemResult::Denied;
   return LockFile(source->file.get(), true) ? SystemResult::Ok : SystemResult::InUse;
 }
@@ -99,26 +117,27 @@ mode_t ModeFor(const Source& source, CopiedMark mark, mode_t wanted) {
 }
 
 // Fills a file that was made for it. A failure leaves it there.
-bool Fill(const Source& source, Descriptor file, CopiedMark mark) {
+bool Fill(const Source& source, Descriptor file, CopiedMark mark, const FolderOnDisk* folder = nullptr) {
   bool copied = CopyContent(source.file.get(), file.get(), source.status);
   if (copied && mark == CopiedMark::Kept && IsMarkedReadOnly(source.status)) {
     struct stat status;
     copied =
         ::fstat(file.get(), &status) == 0 && ::fchmod(file.get(), ModeFor(source, mark, status.st_mode & 07777)) == 0;
   }
-  if (copied) return CloseWritten(std::move(file));
+  if (copied) return CloseWritten(std::move(file), folder);
   const KeptErrno kept;
-  CloseWritten(std::move(file));
+  CloseWritten(std::move(file), folder);
   return false;
 }
 
-SystemResult CopyToNew(const Source& source, EntryName entry, CopiedMark mark) {
+SystemResult CopyToNew(const Source& source, EntryName entry, CopiedMark mark, const dev_t* disk = nullptr) {
   // A new file may be run if the source may.
   const mode_t mode = (source.status.st_mode & 0777) | S_IWUSR;
   Descriptor file = OpenHost(entry.folder, entry.name, O_WRONLY | O_CREAT | O_EXCL, mode);
   if (!file) return LastResult();
   if (!LockFile(file.get(), false)) return SystemResult::InUse;
-  if (Fill(source, std::move(file), mark)) return SystemResult::Ok;
+  const FolderOnDisk folder{entry.folder, disk != nullptr ? *disk : 0};
+  if (Fill(source, std::move(file), mark, disk != nullptr ? &folder : nullptr)) return SystemResult::Ok;
   const KeptErrno kept;
   ::unlinkat(entry.folder, entry.name, 0);
   return SystemResult::Failed;
@@ -183,22 +202,22 @@ SystemResult CopyToOld(const Source& source, EntryName entry, CopiedMark mark, F
 
 }  // namespace
 
-SystemResult CopyFile(EntryName source_name, EntryName destination, bool fail_if_exists, CopiedMark mark, Flush flush) {
+SystemResult CopyFile(EntryName source_name, EntryName destination, const CopyWay& way) {
   Source source;
-  const SystemResult opened = OpenSource(source_name, &source);
+  const SystemResult opened = OpenSource(source_name, way.listed_as_plain, &source);
   if (opened != SystemResult::Ok) return opened;
-  const SystemResult copied = CopyToNew(source, destination, mark);
-  if (copied != SystemResult::Exists || fail_if_exists) return copied;
+  const SystemResult copied = CopyToNew(source, destination, way.mark, way.disk);
+  if (copied != SystemResult::Exists || way.fail_if_exists) return copied;
   struct stat status;
   const bool is_link =
       ::fstatat(destination.folder, destination.name, &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(status.st_mode);
-  if (!is_link) return CopyToOld(source, destination, mark, flush);
+  if (!is_link) return CopyToOld(source, destination, way.mark, way.flush);
   // The link stays; what it points to is replaced, or made.
   const std::string target = FollowHostLink(PathOf(destination));
   if (target.empty()) return Denied(Reason::TooManyLinks);
   const EntryName entry{AT_FDCWD, target.c_str()};
-  const SystemResult made = CopyToNew(source, entry, mark);
-  return made == SystemResult::Exists ? CopyToOld(source, entry, mark, flush) : made;
+  const SystemResult made = CopyToNew(source, entry, way.mark);
+  return made == SystemResult::Exists ? CopyToOld(source, entry, way.mark, way.flush) : made;
 }
 
 }  // namespace OrvWorkFlow::Posix

@@ -5,14 +5,23 @@
 
 namespace OrvWorkFlow::Posix {
 
-// The copy has the source's read-only mark, or none.
-enum class CopiedMark { Kept, Dropped };
 // Whether a name that stands for another file now is on the disk at the end.
 enum class Flush { FolderToo, FileOnly };
 
-// `Exists`, and nothing has happened, when `fail_if_exists` and something has that name. A file that is there is
+struct CopyWay {
+  bool fail_if_exists;
+  CopiedMark mark;
+  Flush flush;
+  // A listing said that the source is a plain file: it is opened without another look at its name. What it is by then,
+  // the open file tells in any case.
+  bool listed_as_plain = false;
+  // Of the destination's folder, if it is known.
+  const dev_t* disk = nullptr;
+};
+
+// `Exists`, and nothing has happened, when it shall fail then and something has that name. A file that is there is
 // replaced by a whole copy, which has its permissions and is on the disk; a failure leaves it, unless its folder takes
 // no new file.
-SystemResult CopyFile(EntryName source, EntryName destination, bool fail_if_exists, CopiedMark mark, Flush flush);
+SystemResult CopyFile(EntryName source, EntryName destination, const CopyWay& way);
 
 }  // namespace OrvWorkFlow::Posix

@@ -31,7 +31,7 @@ std::string_view Behind(std::string_view path, std::string_view name) {
 
 FolderChain::FolderChain(Descriptor root, ChainLinks links, ChainCase letter_case)
     : flags_(links == ChainLinks::Refused ? O_NOFOLLOW : 0), ignores_case_(letter_case == ChainCase::Ignored) {
-  levels_.push_back({{}, std::move(root), {}});
+  levels_.push_back({{}, std::move(root), {}, {}});
 }
 
 int FolderChain::Enter(std::string_view path) {
@@ -56,8 +56,19 @@ FolderChain::Place FolderChain::Find(std::string_view path) {
   if (!IsEntryName(name)) return {};
   const int folder = Enter(separator == std::string_view::npos ? std::string_view() : path.substr(0, separator));
   if (folder < 0) return {};
-  name_ = ignores_case_ ? NameInLast(name) : std::string(name);
+  if (ignores_case_) {
+    name_ = NameInLast(name);
+  } else {
+    name_.assign(name);
+  }
   return {name_.empty() ? -1 : folder, name_.c_str()};
+}
+
+const dev_t* FolderChain::DiskOfLast() {
+  Level& last = levels_.back();
+  struct stat status;
+  if (!last.disk && ::fstat(last.folder.get(), &status) == 0) last.disk = status.st_dev;
+  return last.disk ? &*last.disk : nullptr;
 }
 
 bool FolderChain::Descend(std::string_view name) {
@@ -66,7 +77,7 @@ bool FolderChain::Descend(std::string_view name) {
   const std::string host_name = ignores_case_ ? NameInLast(name) : std::string(name);
   Descriptor folder = OpenFolder(levels_.back().folder.get(), host_name.c_str(), flags_);
   if (!folder) return false;
-  levels_.push_back({std::string(name), std::move(folder), {}});
+  levels_.push_back({std::string(name), std::move(folder), {}, {}});
   CloseFarLevels();
   return true;
 }

@@ -34,6 +34,8 @@ class FolderChain {
   int Enter(std::string_view path);
   // False, with `errno` set, for a path that names no entry, and when its folder cannot be entered.
   Place Find(std::string_view path);
+  // The disk of the folder that was entered or found in last; null when it does not tell.
+  const dev_t* DiskOfLast();
 
  private:
   using NamesByCapitals = std::unordered_map<std::u16string, std::string>;
@@ -41,6 +43,7 @@ class FolderChain {
     std::string name;  // As it was asked for.
     Descriptor folder;
     std::optional<NamesByCapitals> names;
+    std::optional<dev_t> disk;
   };
 
   bool Descend(std::string_view name);

@@ -28,7 +28,11 @@ bool AttributesOf(int parent, const char* name, unsigned char type, std::uint32_
   if (type == DT_UNKNOWN) {
     struct stat status;
     if (::fstatat(parent, name, &status, AT_SYMLINK_NOFOLLOW) != 0) return false;
-    type = S_ISLNK(status.st_mode) ? DT_LNK : S_ISDIR(status.st_mode) ? DT_DIR : DT_REG;
+    type = static_cast<unsigned char>(IFTODT(status.st_mode));
+  }
+  if (type == DT_REG) {
+    *attributes = FileAttribute::kNormal;
+    return true;
   }
   const bool directory = type == DT_DIR || (type == DT_LNK && IsFolder(parent, name, 0));
   *attributes = (directory ? FileAttribute::kDirectory : 0) | (type == DT_LNK ? FileAttribute::kLink : 0);
@@ -108,7 +112,7 @@ bool FolderReader::Read(int folder, bool on_drive_c) {
 // False when the folder holds more than can be counted.
 bool FolderReader::Take(int folder, const char* name, unsigned char type) {
   if (IsDots(name)) return true;
-  std::uint32_t attributes = 0;
+  std::uint32_t attributes = FileAttribute::kNormal;
   if (type != DT_REG && !AttributesOf(folder, name, type, &attributes)) return true;
   const std::size_t length = std::strlen(name);
   if (names_.size() > std::numeric_limits<std::uint32_t>::max() - length) return false;

@@ -20,7 +20,8 @@ class FolderReader {
 
   std::size_t size() const { return order_.size(); }
   std::string_view name(std::size_t i) const { return Name(entries_[order_[i].entry]); }
-  // FileAttribute::kDirectory and kLink; not asked of the system for each, where the folder itself tells them.
+  // FileAttribute::kDirectory, kLink, and kNormal for a plain file; not asked of the system for each, where the folder
+  // itself tells them.
   std::uint32_t attributes(std::size_t i) const { return entries_[order_[i].entry].attributes; }
   // A name that no path can hold, if there is one: the first in byte order.
   const std::string& left_out() const { return left_out_; }

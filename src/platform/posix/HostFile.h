@@ -61,17 +61,19 @@ Descriptor OpenHost(int folder, const char* name, int flags, mode_t mode);
 bool ReadAll(int fd, void* data, std::size_t size, std::size_t* done);
 bool WriteAll(int fd, const void* data, std::size_t size, std::size_t* done);
 
-// Calls `use(name)` for each name in an open folder, "." and ".." included, as far as it can be read.
+// Calls `use(name)` for each name in a folder, "." and ".." included, as far as it can be read.
 template <class Use>
-void ForEachName(int folder, const Use& use) {
-  const int copy = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  DIR* const directory = copy < 0 ? nullptr : ::fdopendir(copy);
-  if (directory == nullptr) {
-    if (copy >= 0) ::close(copy);
-    return;
-  }
+void ForEachName(Descriptor folder, const Use& use) {
+  DIR* const directory = folder ? ::fdopendir(folder.get()) : nullptr;
+  if (directory == nullptr) return;
+  folder.Give();
   const std::unique_ptr<DIR, int (*)(DIR*)> closed(directory, &::closedir);
   while (const dirent* entry = ::readdir(directory)) use(std::string_view(entry->d_name));
+}
+// The same for one that stays open.
+template <class Use>
+void ForEachName(int folder, const Use& use) {
+  ForEachName(OpenHost(folder, ".", O_RDONLY | O_DIRECTORY, 0), use);
 }
 
 // The attributes of what has that host path, without following a link; false when there is nothing.

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "platform/posix/HostFile.h"
+#include "platform/posix/KeptPaths.h"
 #include "platform/posix/PosixReasons.h"
 #include "platform/posix/Utf8.h"
 
@@ -90,27 +91,26 @@ bool AppendNames(std::string_view path, bool drop_tails, std::vector<std::string
 // The name in the folder that differs in letter case only; of several the first in byte order. Empty when there is
 // none.
 std::string EqualName(const std::string& folder, std::string_view name) {
-  const Descriptor opened = OpenHost(AT_FDCWD, folder.c_str(), O_PATH | O_DIRECTORY, 0);
   std::string best;
-  if (!opened) return best;
-  ForEachName(opened.get(), [&](std::string_view candidate) {
+  ForEachName(OpenHost(AT_FDCWD, folder.c_str(), O_RDONLY | O_DIRECTORY, 0), [&](std::string_view candidate) {
     if ((best.empty() || candidate < best) && EqualsWithoutCase(candidate, name)) best = candidate;
   });
   return best;
 }
 
-// Only the names behind the longest part of the path that exists as it is written are looked for.
-std::string FindWithoutCase(const std::string& root, const std::vector<std::string_view>& names) {
+// Of a path that does not exist as it is written; only the names behind the longest part that does are looked for.
+// `*known` is how many names that part has.
+std::string FindWithoutCase(const std::string& root, const std::vector<std::string_view>& names, std::size_t* known) {
   std::vector<std::string> paths{root};
   for (const std::string_view name : names) paths.push_back(PathIn(paths.back(), name));
-  std::size_t known = names.size();
-  while (known > 0 && !Exists(paths[known])) --known;
-  std::string path = paths[known];
+  *known = names.empty() ? 0 : names.size() - 1;
+  while (*known > 0 && !Exists(paths[*known])) --*known;
+  std::string path = paths[*known];
   bool existing = true;
-  for (; known < names.size(); ++known) {
-    std::string next = PathIn(path, names[known]);
-    if (existing && !Exists(next)) {
-      const std::string equal = EqualName(path, names[known]);
+  for (std::size_t i = *known; i < names.size(); ++i) {
+    std::string next = PathIn(path, names[i]);
+    if (existing && (i == *known || !Exists(next))) {
+      const std::string equal = EqualName(path, names[i]);
       existing = !equal.empty();
       if (existing) next = PathIn(path, equal);
     }
@@ -140,9 +140,7 @@ std::string_view Below(std::string_view host_path, std::string_view folder) {
   return rest.empty() || rest.front() == '/' ? rest : std::string_view();
 }
 
-}  // namespace
-
-bool ToHostPath(std::string_view platform_path, HostPath* host) {
+bool FindHostPath(std::string_view platform_path, HostPath* host) {
   Parsed parsed;
   if (!Parse(platform_path, &parsed)) return false;
   const std::string root = parsed.on_drive_c ? DriveCRoot() : std::string();
@@ -153,13 +151,30 @@ bool ToHostPath(std::string_view platform_path, HostPath* host) {
   if (!AppendNames(current, false, &names) || !AppendNames(parsed.names, parsed.on_drive_c, &names)) return false;
 
   std::string path = root;
+  std::size_t known = names.size();
   for (const std::string_view name : names) path.append("/").append(name);
-  if (parsed.on_drive_c && !Exists(path)) path = FindWithoutCase(root, names);
+  const bool exists = !parsed.on_drive_c || Exists(path);
+  if (!exists) path = FindWithoutCase(root, names, &known);
   if (path.empty()) path = "/";
   host->path = std::move(path);
   host->is_root = names.empty();
   host->on_drive_c = parsed.on_drive_c;
+  host->drive_exists = exists || known > 0;
   host->trailing_separator = !names.empty() && !parsed.names.empty() && IsSeparator(parsed.names.back());
+  return true;
+}
+
+}  // namespace
+
+bool ToHostPath(std::string_view platform_path, HostPath* host) {
+  KeptPaths* const kept = PathMemory::OfThread();
+  const HostPath* const found = kept == nullptr || platform_path.empty() ? nullptr : kept->Find(platform_path);
+  if (found != nullptr) {
+    *host = *found;
+    return true;
+  }
+  if (!FindHostPath(platform_path, host)) return false;
+  if (kept != nullptr) kept->Keep(platform_path, *host);
   return true;
 }
 
@@ -185,7 +200,7 @@ std::string ToDrivePath(std::string_view host_path) {
 }
 
 void EnsureDriveRoot(const HostPath& host) {
-  if (!host.on_drive_c) return;
+  if (!host.on_drive_c || host.drive_exists) return;
   const std::string root = DriveCRoot();
   if (Exists(root)) return;
   for (std::size_t end = root.find('/', 1); end != std::string::npos; end = root.find('/', end + 1)) {
@@ -213,6 +228,13 @@ std::string Shown(std::string_view name) {
   return shown;
 }
 
-bool IsNameable(std::string_view name) { return IsUtf8(name) && name.find_first_of("\\:/") == std::string_view::npos; }
+bool IsNameable(std::string_view name) {
+  bool ascii = true;
+  for (const char c : name) {
+    if (IsSeparator(c) || c == ':') return false;
+    ascii = ascii && static_cast<unsigned char>(c) < 0x80;
+  }
+  return ascii || IsUtf8(name);
+}
 
 }  // namespace OrvWorkFlow::Posix

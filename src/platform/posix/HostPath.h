@@ -10,6 +10,7 @@ struct HostPath {
   std::string path;                 // Absolute, "." and ".." folded, without a final "/".
   bool is_root = false;             // A drive's root, or "/".
   bool on_drive_c = false;          // Letter case does not count there.
+  bool drive_exists = false;        // For sure.
   bool trailing_separator = false;  // As the platform path had it, behind a name.
 };
 
@@ -17,6 +18,7 @@ struct HostPath {
 // name, text that is not UTF-8, and on "C:" a name of dots and blanks alone. On "C:" the dots and blanks at a name's
 // end are dropped, and names are looked up without regard to case: the exact name first, else the first that is equal;
 // names that do not exist stay as they are. A relative path starts at the current directory, "C:x" at the drive's root.
+// What a PathMemory of the thread keeps is not looked up again.
 bool ToHostPath(std::string_view platform_path, HostPath* host);
 bool ToHostPath(std::u16string_view platform_path, HostPath* host);
 

@@ -125,14 +125,14 @@ class PosixFiles final : public FilesOf<Char> {
     return ToHostPath(path, &host) ? TakeHostTurn(host, handle) : SystemResult::NotFound;
   }
 
-  bool CopyOver(const Text& source, const Text& destination, bool fail_if_exists) override {
+  bool CopyOver(const Text& source, const Text& destination, bool fail_if_exists, CopiedMark mark) override {
     HostPath from;
     HostPath to;
     if (!ToHostPath(source, &from) || !ToHostPath(destination, &to)) return false;
     if (from.trailing_separator || to.trailing_separator) return Refuse(Reason::NotFound);
     EnsureDriveRoot(to);
-    return CopyFile({AT_FDCWD, from.path.c_str()}, {AT_FDCWD, to.path.c_str()}, fail_if_exists, CopiedMark::Kept,
-                    Posix::Flush::FolderToo) == SystemResult::Ok;
+    return CopyFile({AT_FDCWD, from.path.c_str()}, {AT_FDCWD, to.path.c_str()},
+                    {fail_if_exists, mark, Posix::Flush::FolderToo}) == SystemResult::Ok;
   }
 
   bool RemoveOneFile(const Text& path, Mark mark) override {

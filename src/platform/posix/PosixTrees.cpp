@@ -144,12 +144,15 @@ class PosixTrees final : public TreesOf<Char> {
     const auto place = Find(tree, path);
     return place ? CreateFolder({place.folder, place.name}) : LastResult();
   }
-  SystemResult CopyIn(TreeHandle from, TreeHandle to, const Text& path, bool fail_if_exists) override {
+  SystemResult CopyIn(TreeHandle from, TreeHandle to, const Text& path, bool fail_if_exists,
+                      std::uint32_t listed) override {
     const auto source = Find(from, path);
     const auto destination = Find(to, path);
     if (!source || !destination) return LastResult();
-    return CopyFile({source.folder, source.name}, {destination.folder, destination.name}, fail_if_exists,
-                    CopiedMark::Dropped, Flush::FileOnly);
+    CopyWay way{fail_if_exists, CopiedMark::Dropped, Flush::FileOnly};
+    way.listed_as_plain = (listed & FileAttribute::kNormal) != 0;
+    way.disk = Deref(to).chain.DiskOfLast();
+    return CopyFile({source.folder, source.name}, {destination.folder, destination.name}, way);
   }
 
  private:

@@ -21,11 +21,15 @@ struct Disk {
   std::string folder;  // One on the disk.
 };
 
-// The folder of an open file; "/" when it is not to be had.
-std::string FolderOf(int file) {
+// The path of an open file or folder; "/" when it is not to be had.
+std::string PathOf(int file) {
   const OwnedText path(::realpath(("/proc/self/fd/" + std::to_string(file)).c_str(), nullptr));
-  const std::string text = path ? path.get() : "/";
-  return text.substr(0, std::max<std::size_t>(text.rfind('/'), 1));
+  return path ? path.get() : "/";
+}
+
+std::string FolderOf(int file) {
+  const std::string path = PathOf(file);
+  return path.substr(0, std::max<std::size_t>(path.rfind('/'), 1));
 }
 
 // A disk whose folder is gone, or stands on another disk by now, is flushed with all others.
@@ -41,11 +45,13 @@ bool Flush(const Disk& disk) {
 
 class WrittenDisks final : public WrittenFiles {
  public:
-  void Note(dev_t device, int file) {
+  // `folder_path()` is asked for a disk that is not known yet.
+  template <class FolderPath>
+  void Note(dev_t device, const FolderPath& folder_path) {
     if (last_.load(std::memory_order_relaxed) == device) return;
     const std::scoped_lock lock(mutex_);
     const auto same = [=](const Disk& disk) { return disk.device == device; };
-    if (std::none_of(disks_.begin(), disks_.end(), same)) disks_.push_back({device, FolderOf(file)});
+    if (std::none_of(disks_.begin(), disks_.end(), same)) disks_.push_back({device, folder_path()});
     last_ = device;
   }
 
@@ -86,9 +92,18 @@ void NoteWritten(int file) noexcept {
   struct stat status;
   if (::fstat(file, &status) != 0) return;
   try {
-    TheDisks().Note(status.st_dev, file);
+    TheDisks().Note(status.st_dev, [=] { return FolderOf(file); });
   } catch (...) {  // Without memory the disk is flushed at once instead.
     ::syncfs(file);
+  }
+}
+
+void NoteWrittenIn(const FolderOnDisk& folder) noexcept {
+  const KeptErrno kept;
+  try {
+    TheDisks().Note(folder.disk, [&] { return PathOf(folder.folder); });
+  } catch (...) {
+    ::syncfs(folder.folder);
   }
 }
 

@@ -179,9 +179,7 @@ class WindowsFiles final : public FilesOf<Char> {
     const DWORD native_access = reads | (changes ? GENERIC_WRITE : 0);
     opened->file = WithPaths(
         [=](const auto* p) { return NativeOpen(p, native_access, 0, native_creation, FILE_ATTRIBUTE_NORMAL); }, path);
-    if (opened->file == INVALID_HANDLE_VALUE) {
-      return WhyNotOpened(path, existing);
-    }
+    if (opened->file == INVALID_HANDLE_VALUE) return WhyNotOpened(path, existing);
     if (GetFileType(opened->file) != FILE_TYPE_DISK) {
       CloseHandle(opened->file);
       Refuse(Reason::NotPlainFile);
@@ -201,11 +199,13 @@ class WindowsFiles final : public FilesOf<Char> {
     return SystemResult::Ok;
   }
 
-  bool CopyOver(const Text& source, const Text& destination, bool fail_if_exists) override {
+  bool CopyOver(const Text& source, const Text& destination, bool fail_if_exists, CopiedMark mark) override {
     if (!IsNameable(source) || !IsNameable(destination) || IsMarkedReadOnly(destination)) return false;
     NoteWritten(WholeForm(destination));  // Without memory for that nothing has been copied.
-    if (Copy(source, destination)) return true;
-    return !fail_if_exists && GetLastError() == ERROR_FILE_EXISTS && CopyBeside(source, destination);
+    const bool copied = Copy(source, destination) ||
+                        (!fail_if_exists && GetLastError() == ERROR_FILE_EXISTS && CopyBeside(source, destination));
+    if (copied && mark == CopiedMark::Dropped) DropMark(destination);
+    return copied;
   }
 
   bool RemoveOneFile(const Text& path, Mark mark) override {
@@ -263,6 +263,15 @@ class WindowsFiles final : public FilesOf<Char> {
     if (!existing) return SystemResult::Exists;
     if ((attributes & FileAttribute::kDirectory) != 0) Refuse(Reason::IsFolder);
     return result;
+  }
+
+  // Of a copy that is there: without memory to take its mark it must not count as a failure, and be left behind by one.
+  void DropMark(const Text& path, int attempts = 2) {
+    try {
+      SetAttributes(path, FileAttribute::kNormal);
+    } catch (const std::bad_alloc&) {
+      if (attempts > 1) DropMark(path, attempts - 1);
+    }
   }
 
   // False, with ERROR_FILE_EXISTS, when something has that name.

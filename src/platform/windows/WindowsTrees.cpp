@@ -207,7 +207,8 @@ class WindowsTrees final : public TreesOf<Char> {
     return SystemParts::Directories<Char>().CreateOneDirectory(PathIn(tree, path));
   }
 
-  SystemResult CopyIn(TreeHandle from, TreeHandle to, const Text& path, bool fail_if_exists) override {
+  SystemResult CopyIn(TreeHandle from, TreeHandle to, const Text& path, bool fail_if_exists,
+                      std::uint32_t /*listed*/) override {
     if (!Deref<Char>(from).EnterFolderOf(path)) return SystemResult::NotFound;
     FilesOf<Char>& files = SystemParts::Files<Char>();
     const Text target = PathIn(to, path);

@@ -1,0 +1,13 @@
+// The system takes paths as they are: there is nothing to be kept.
+#include "platform/PathMemory.h"
+
+namespace OrvWorkFlow {
+
+struct KeptPaths {};
+
+PathMemory::PathMemory() noexcept : outer_(nullptr) {}
+PathMemory::~PathMemory() = default;
+
+KeptPaths* PathMemory::OfThread() { return nullptr; }
+
+}  // namespace OrvWorkFlow
