@@ -9,10 +9,13 @@
 namespace OrvWorkFlow::Md5 {
 namespace {
 
-// A message's last part, padded: one block or two.
+// A message's last part, padded.
+template <unsigned kBlocks>
 struct Tail {
-  std::uint32_t words[32];
+  std::uint32_t words[kBlocks * kBlockSize / 4];
 };
+
+constexpr bool FitsOneBlock(std::size_t size) { return size + 1 + sizeof(std::uint64_t) <= kBlockSize; }
 
 void Compress(std::uint32_t (&state)[4], const std::uint32_t* block) {
   ScalarWord words[4] = {{state[0]}, {state[1]}, {state[2]}, {state[3]}};
@@ -23,6 +26,7 @@ void Compress(std::uint32_t (&state)[4], const std::uint32_t* block) {
 // Hashes the whole blocks of the key and answers the rest of it.
 std::string_view CompressWholeBlocks(std::string_view key, std::uint32_t (&state)[4]) {
   std::memcpy(state, kStart, sizeof state);
+  if (key.size() < kBlockSize) return key;
   Wiped<std::uint32_t[kBlockSize / 4]> block;
   for (; key.size() >= kBlockSize; key.remove_prefix(kBlockSize)) {
     std::memcpy(*block, key.data(), kBlockSize);
@@ -31,13 +35,31 @@ std::string_view CompressWholeBlocks(std::string_view key, std::uint32_t (&state
   return key;
 }
 
-// Puts the end mark and the length behind `size` bytes, and says whether that takes two blocks. The rest must be zero.
-bool Pad(Tail& tail, std::size_t size, std::size_t message_size) {
-  auto* const bytes = reinterpret_cast<unsigned char*>(tail.words);
-  bytes[size] = 0x80;
-  const bool two_blocks = size + 1 + sizeof(std::uint64_t) > kBlockSize;
-  tail.words[two_blocks ? 30 : 14] = static_cast<std::uint32_t>(message_size * 8);
-  return two_blocks;
+// Writes whole words: a word that was written in parts is slow to read at once.
+void PutRest(std::uint32_t* words, std::string_view rest) {
+  const std::size_t whole = rest.size() / 4;
+  if (whole != 0) std::memcpy(words, rest.data(), whole * 4);
+  std::uint32_t last = 0;
+  for (std::size_t i = whole * 4; i < rest.size(); ++i) {
+    last |= std::uint32_t{static_cast<unsigned char>(rest[i])} << i % 4 * 8;
+  }
+  words[whole] = last;
+}
+
+// Puts the end mark behind `size` bytes, and the length at the end of that block. The rest must be zero.
+void Pad(std::uint32_t* words, std::size_t size, std::size_t message_size) {
+  words[size / 4] |= std::uint32_t{0x80} << size % 4 * 8;
+  words[FitsOneBlock(size) ? 14 : 30] = static_cast<std::uint32_t>(message_size * 8);
+}
+
+// Hashes the end of a message of `message_size` bytes: `rest` followed by `x`.
+template <unsigned kBlocks>
+void CompressTail(std::string_view rest, std::string_view x, std::size_t message_size, std::uint32_t (&state)[4]) {
+  Wiped<Tail<kBlocks>> tail;
+  PutRest(tail->words, rest);
+  x.copy(reinterpret_cast<char*>(tail->words) + rest.size(), x.size());
+  Pad(tail->words, rest.size() + x.size(), message_size);
+  for (unsigned i = 0; i < kBlocks; ++i) Compress(state, tail->words + i * kBlockSize / 4);
 }
 
 // The steps before the word in which x begins. Here the words change places after each step; Steps has them stay.
@@ -62,10 +84,10 @@ void RunFirstSteps(PreparedKey& key) {
 
 void PrepareKey(std::string_view key, PreparedKey& prepared) {
   const std::string_view rest = CompressWholeBlocks(key, prepared.prefix);
-  Wiped<Tail> tail;
-  rest.copy(reinterpret_cast<char*>(tail->words), rest.size());
-  prepared.has_two_blocks = Pad(*tail, rest.size() + kDigestSize, key.size() + kDigestSize);
-  std::memcpy(prepared.message, tail->words, sizeof prepared.message);
+  std::memset(prepared.message, 0, sizeof prepared.message);
+  PutRest(prepared.message, rest);
+  Pad(prepared.message, rest.size() + kDigestSize, key.size() + kDigestSize);
+  prepared.has_two_blocks = !FitsOneBlock(rest.size() + kDigestSize);
   prepared.first_word = static_cast<std::uint32_t>(rest.size() / 4);
   prepared.bit_in_word = static_cast<std::uint32_t>(rest.size() % 4 * 8);
   RunFirstSteps(prepared);
@@ -73,13 +95,8 @@ void PrepareKey(std::string_view key, PreparedKey& prepared) {
 
 void Digest(std::string_view key, std::string_view x, std::uint32_t (&digest)[4]) {
   const std::string_view rest = CompressWholeBlocks(key, digest);
-  Wiped<Tail> tail;
-  auto* const bytes = reinterpret_cast<char*>(tail->words);
-  rest.copy(bytes, rest.size());
-  x.copy(bytes + rest.size(), x.size());
-  const bool two_blocks = Pad(*tail, rest.size() + x.size(), key.size() + x.size());
-  Compress(digest, tail->words);
-  if (two_blocks) Compress(digest, tail->words + 16);
+  const auto compress = FitsOneBlock(rest.size() + x.size()) ? CompressTail<1> : CompressTail<2>;
+  compress(rest, x, key.size() + x.size(), digest);
 }
 
 }  // namespace OrvWorkFlow::Md5
