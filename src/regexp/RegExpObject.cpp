@@ -1,9 +1,10 @@
 #include "regexp/RegExpObject.h"
 
 #include <cstring>
+#include <optional>
 
 #include "OrvWorkFlow/WinUtils.h"
-#include "regexp/Pattern.h"
+#include "regexp/KeptPatterns.h"
 
 namespace OrvWorkFlow {
 
@@ -11,6 +12,13 @@ namespace {
 
 // Of the calling thread's last match, through any object of this class.
 constinit thread_local Patterns::PatternError last_error = Patterns::PatternError::kNone;
+
+// For all objects, since whoever wants to match once makes one.
+template <class Char>
+KeptPatterns<Char>& Kept() noexcept {
+  static constinit KeptPatterns<Char> patterns;
+  return patterns;
+}
 
 // The library function gives one answer for what was not found and for what could not be looked for. Compiling tells
 // them apart, at a cost for those alone that were not found.
@@ -23,9 +31,19 @@ bool NotFound(const Char* text, const Char* pattern) noexcept {
   return false;
 }
 
-bool Found() noexcept {
+bool Done(bool found) noexcept {
   last_error = Patterns::PatternError::kNone;
-  return true;
+  return found;
+}
+
+// The object takes the text first, the library function the pattern.
+template <class Char>
+bool Match(const Char* text, const Char* pattern) noexcept {
+  if (text != nullptr && pattern != nullptr) {
+    const std::optional<bool> found = Kept<Char>().Search(pattern, text);
+    if (found) return Done(*found);
+  }
+  return WinUtils::RegExpMatch(pattern, text) ? Done(true) : NotFound(text, pattern);
 }
 
 }  // namespace
@@ -37,13 +55,7 @@ void* CRegExp::QueryInterface(const char* interface_name) {
 
 bool CRegExp::GetLastErrorText(IOrvPString* text) { return AssignText(text, Patterns::TextOf(last_error)); }
 
-// The object takes the text first, the library function the pattern.
-bool CRegExp::MatchWide(const char16_t* text, const char16_t* pattern) {
-  return WinUtils::RegExpMatch(pattern, text) ? Found() : NotFound(text, pattern);
-}
-
-bool CRegExp::MatchNarrow(const char* text, const char* pattern) {
-  return WinUtils::RegExpMatch(pattern, text) ? Found() : NotFound(text, pattern);
-}
+bool CRegExp::MatchWide(const char16_t* text, const char16_t* pattern) { return Match(text, pattern); }
+bool CRegExp::MatchNarrow(const char* text, const char* pattern) { return Match(text, pattern); }
 
 }  // namespace OrvWorkFlow

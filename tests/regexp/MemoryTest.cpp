@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "regexp/KeptPatterns.h"
 #include "regexp/Pattern.h"
 #include "tests/support/FailingMemory.h"
 
@@ -57,6 +58,19 @@ TEST(PatternMemoryTest, FailedCompilationFindsNothing) {
   EXPECT_FALSE(compiled);
   EXPECT_EQ(pattern.error(), PatternError::kOutOfSpace);
   EXPECT_FALSE(pattern.Search(text));
+}
+
+TEST(PatternMemoryTest, AFailureToKeepAPatternIsNoFailure) {
+  KeptPatterns<char> kept;
+  const std::string pattern = "^/WorkFlowEngine/.*/maps$";
+  const std::string text = "/WorkFlowEngine/a/maps";
+  EXPECT_FALSE(kept.Search(pattern, text));
+  for (std::size_t limit = 0; limit < 2; ++limit) {
+    const AllocationLimit allocations(limit);
+    EXPECT_FALSE(kept.Search(pattern, text));
+  }
+  EXPECT_FALSE(kept.Search(pattern, text));
+  EXPECT_EQ(kept.Search(pattern, text), true);
 }
 
 }  // namespace
