@@ -4,7 +4,7 @@
 //   regexp_bench [ROUNDS]    (default 7; peers take turns in each round, the median counts; processor time is measured)
 //
 // Exit code 1 when a goal is missed: on paths faster than PCRE2's interpreter and boost, and than std::regex by five
-// times.
+// times; the object, which has to find its pattern first, within half of that.
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -17,6 +17,7 @@
 #include <utility>
 #include <vector>
 
+#include "CoreObjects/CoreObjects.h"
 #include "OrvWorkFlow/IRegExp.h"
 #include "OrvWorkFlow/WorkFlowFactory.h"
 #include "regexp/Pattern.h"
@@ -217,8 +218,9 @@ class Table {
  public:
   Table(const std::vector<Peer>& peers, int rounds) : peers_(peers), rounds_(rounds) {}
 
-  void PrintHead(const char* title, bool goals_apply) {
-    goals_apply_ = goals_apply;
+  // `share` of each goal has to be reached.
+  void PrintHead(const char* title, double share) {
+    share_of_goals_ = share;
     std::printf("\n%-44s", title);
     for (const Peer& peer : peers_) std::printf(" %17s", peer.name);
     std::printf("\n");
@@ -252,14 +254,14 @@ class Table {
       return;
     }
     const double ratio = found->second / time_of.at(&peers_.front());
-    const bool missed = goals_apply_ && ratio < peer.goal;
+    const bool missed = ratio < share_of_goals_ * peer.goal;
     met_ = met_ && !missed;
     std::printf(" %8.1f %6.3gx%c", found->second / scale, ratio, missed ? '!' : ' ');
   }
 
   const std::vector<Peer>& peers_;
   const int rounds_;
-  bool goals_apply_ = false;
+  double share_of_goals_ = 0;
   bool met_ = true;
 };
 
@@ -269,7 +271,7 @@ void PathTables(Table& table, const Texts& paths) {
   const auto texts = static_cast<double>(paths.size());
   static constexpr const char* kPatterns[] = {
       ".*", "^/a/b$", "Engine", "^/WorkFlowEngine/.*/maps/[A-Z][a-z]+$", "(a|b)*c", "(maps|queue)/[a-z]+[0-9]+/R"};
-  table.PrintHead("search a path, compiled before (ns)", true);
+  table.PrintHead("search a path, compiled before (ns)", 1);
   for (const char* pattern : kPatterns) {
     table.PrintRow(pattern, texts, [&](const Peer& peer) {
       const std::shared_ptr<Searcher> searcher = peer.compile(pattern);
@@ -281,12 +283,12 @@ void PathTables(Table& table, const Texts& paths) {
     });
   }
   // Beside peers that a program keeps compiled by itself.
-  table.PrintHead("the object, the same pattern at each call (ns)", true);
+  table.PrintHead("the object, the same pattern at each call (ns)", 0.5);
   for (const char* pattern : kPatterns) {
     table.PrintRow(pattern, texts, [&](const Peer& peer) {
       const bool own = std::string_view(peer.name) == "own";
       const std::shared_ptr<Searcher> searcher =
-          own ? std::make_shared<ObjectSearcher>(pattern) : peer.compile(pattern);
+          own ? std::shared_ptr<Searcher>(std::make_shared<ObjectSearcher>(pattern)) : peer.compile(pattern);
       return [&paths, searcher] {
         long found = 0;
         for (const std::string& path : paths) found += searcher->Search(path) ? 1 : 0;
@@ -294,7 +296,7 @@ void PathTables(Table& table, const Texts& paths) {
       };
     });
   }
-  table.PrintHead("compile and search (ns)", true);
+  table.PrintHead("compile and search (ns)", 1);
   for (const char* pattern : kPatterns) {
     table.PrintRow(pattern, 1, [&](const Peer& peer) {
       return [&paths, &peer, pattern] { found_count = peer.compile_and_search(pattern, paths.front()) ? 1 : 0; };
@@ -303,7 +305,7 @@ void PathTables(Table& table, const Texts& paths) {
 }
 
 void LongTables(Table& table) {
-  table.PrintHead("long texts of a and b (ns a character)", false);
+  table.PrintHead("long texts of a and b (ns a character)", 0);
   for (const std::size_t length : {2'000U, 100'000U, 1'000'000U}) {
     std::string text;
     while (text.size() < length) text += "ab";

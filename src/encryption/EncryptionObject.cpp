@@ -28,24 +28,29 @@ std::size_t BlocksSize(std::size_t length) { return CipherSize(std::max<std::siz
 
 std::string_view TextOf(SecretBytes& bytes) { return {reinterpret_cast<const char*>(bytes.data()), bytes.size()}; }
 
+// Puts the enciphered blocks of the text where there are zeros; false when the key is too long.
+bool EncipherInto(unsigned char* blocks, std::string_view text, std::string_view key) {
+  text.copy(reinterpret_cast<char*>(blocks), text.size());
+  return Encipher(blocks, BlocksSize(text.size()), key);
+}
+
 // Calls `use` with the enciphered blocks of the text; false when the key is too long.
 template <class Use>
 bool WithEnciphered(std::string_view text, std::string_view key, Use&& use) {
   SecretBytes blocks(BlocksSize(text.size()));
-  text.copy(reinterpret_cast<char*>(blocks.data()), text.size());
-  return Encipher(blocks.data(), blocks.size(), key) && use(TextOf(blocks));
+  return EncipherInto(blocks.data(), text, key) && use(TextOf(blocks));
 }
 
 // The same with their text form. That of one block has always lost its last character: it was cut to a buffer of one
 // and a half times the blocks' size, which has no room for it and the terminator.
 template <class Use>
 bool WithTextForm(std::string_view text, std::string_view key, Use&& use) {
-  return WithEnciphered(text, key, [&](std::string_view blocks) {
-    SecretBytes form(Base64Length(blocks.size()));
-    EncodeBase64(blocks.data(), blocks.size(), reinterpret_cast<char*>(form.data()));
-    const std::string_view characters = TextOf(form);
-    return use(blocks.size() == kCipherBlockSize ? characters.substr(0, characters.size() - 1) : characters);
-  });
+  const std::size_t size = BlocksSize(text.size());
+  SecretBytes memory(size + Base64Length(size));  // The blocks, and their form behind them.
+  if (!EncipherInto(memory.data(), text, key)) return false;
+  auto* const form = reinterpret_cast<char*>(memory.data()) + size;
+  EncodeBase64(memory.data(), size, form);
+  return use(std::string_view(form, Base64Length(size) - (size == kCipherBlockSize ? 1 : 0)));
 }
 
 // Deciphers the first `size` bytes of a buffer of whole blocks and calls `use` with their text up to its first zero.
