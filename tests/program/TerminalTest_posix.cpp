@@ -9,7 +9,7 @@
 #include <filesystem>
 #include <thread>
 
-#include "tests/program/ProgramFixture.h"
+#include "tests/program/FailureFixture_posix.h"
 
 namespace orv_test {
 namespace {
@@ -117,6 +117,21 @@ TEST_F(TerminalTest, CtrlCInATerminalSaysWhatTheStopWaitsFor) {
   std::this_thread::sleep_for(std::chrono::milliseconds(1100));
   ASSERT_TRUE(program.Type("\x03"));
   EXPECT_EQ(program.Wait(), 130);
+}
+
+TEST_F(TerminalTest, ASecondCtrlCLeavesNoStatusLineBehind) {
+  const std::string flow = WriteFlow({{"SleepingNode", "A"}}, "SleepingNode,A,go");
+  const EnvironmentVariable terminal("TERM", "xterm");
+  TerminalProgram program({"run", flow}, false);
+  std::string seen;
+  ASSERT_TRUE(program.ReadUntil("SleepingNode A 0.", seen)) << seen;
+  ASSERT_TRUE(program.Type("\x03"));
+  ASSERT_TRUE(program.ReadUntil("press again to end without saving", seen)) << seen;
+  std::this_thread::sleep_for(std::chrono::milliseconds(1100));
+  ASSERT_TRUE(program.Type("\x03"));
+  EXPECT_EQ(program.Wait(), 130);
+  EXPECT_FALSE(program.ReadUntil("more", seen)) << "this is the end";
+  EXPECT_TRUE(seen.ends_with("\r\x1b[J")) << seen;
 }
 
 // It sends SIGTERM to the program, and again to the group that both are in.
