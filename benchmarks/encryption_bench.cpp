@@ -19,9 +19,9 @@
 #include <vector>
 
 #include "CoreObjects/Base64.h"
+#include "OrvWorkFlow/sdk/MarshalledHolder.h"
 #include "encryption/Cipher.h"
 #include "encryption/EncryptionObject.h"
-#include "runtime/MarshalledHolder.h"
 
 namespace {
 
@@ -178,7 +178,7 @@ void RunShortTexts(Report& report) {
     };
   };
   OrvWorkFlow::CEncryption object;
-  const OrvWorkFlow::TextHolder output;
+  const OrvWorkFlow::Sdk::TextHolder output;
   constexpr double kTenthSlower = 1 / 1.1;
   report.Run("texts of 16 bytes, key of 8",
              {{"OpenSSL MD5", many([&] { OpenSslWholeMessages(text, key, false); })},

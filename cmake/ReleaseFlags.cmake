@@ -3,7 +3,7 @@
 include(CheckCXXCompilerFlag)
 
 function(orv_release_flags target)
-  set(flags -fstack-protector-strong -ffile-prefix-map=${CMAKE_BINARY_DIR}=build -ffile-prefix-map=${CMAKE_SOURCE_DIR}=.)
+  set(flags -fstack-protector-strong -ffile-prefix-map=${PROJECT_BINARY_DIR}=build -ffile-prefix-map=${PROJECT_SOURCE_DIR}=.)
   if(WIN32)
     set(link_flags -Wl,--dynamicbase -Wl,--nxcompat -Wl,--no-insert-timestamp)
     # The protector's few functions are linked in: the programs need no further library.

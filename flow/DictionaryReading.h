@@ -7,13 +7,13 @@
 #include <vector>
 
 #include "OrvWorkFlow/IDictionary.h"
-#include "runtime/MarshalledHolder.h"
+#include "OrvWorkFlow/sdk/MarshalledHolder.h"
 
 namespace OrvWorkFlow::Flow {
 
 // The text of a string entry; "" where there is none.
 inline std::string TextAt(IDictionary& dictionary, const std::string& path) {
-  const TextHolder text;
+  const Sdk::TextHolder text;
   if (dictionary.GetValue(path.c_str(), text.get())) return text.Text();
   const bool is_text = dictionary.GetValueType(path.c_str()) == ValueType::String;
   if (is_text && !dictionary.IsRedirection(path.c_str())) throw std::bad_alloc();
@@ -22,7 +22,7 @@ inline std::string TextAt(IDictionary& dictionary, const std::string& path) {
 
 // The names of an entry's children; none where it is missing.
 inline std::vector<std::string> NamesBelow(IDictionary& dictionary, const std::string& path) {
-  const TextListHolder names;
+  const Sdk::TextListHolder names;
   if (dictionary.GetEntries(path.c_str(), names.get())) return names.Texts();
   if (dictionary.Exists(path.c_str())) throw std::bad_alloc();
   return {};

@@ -2,10 +2,10 @@
 #include <algorithm>
 
 #include "OrvWorkFlow/WorkflowSchema.h"
+#include "OrvWorkFlow/sdk/ParameterValue.h"
 #include "flow/Checks.h"
 #include "flow/DictionaryReading.h"
 #include "flow/Suggestion.h"
-#include "runtime/ParameterValue.h"
 
 namespace OrvWorkFlow::Flow {
 
@@ -84,15 +84,15 @@ class ParameterCheck {
   }
 
   void CheckValue(const Place& place, const NodeParameter& parameter) {
-    const Parameters::Entry entry = Parameters::ReadEntry(place.dictionary, place.path, parameter.type);
-    if (entry.state == Parameters::Entry::State::Missing) {
+    const Sdk::Parameters::Entry entry = Sdk::Parameters::ReadEntry(place.dictionary, place.path, parameter.type);
+    if (entry.state == Sdk::Parameters::Entry::State::Missing) {
       Add(Severity::Warning, place, "has no value, so \"" + std::string(parameter.fallback) + "\" counts",
-          std::string("set it to ") + Parameters::WhatItTakes(parameter.type));
-    } else if (!Parameters::Fits(entry, parameter.type)) {
-      Add(Severity::Error, place, "is " + Parameters::WhatItIs(entry),
-          std::string("it takes ") + Parameters::WhatItTakes(parameter.type));
+          std::string("set it to ") + Sdk::Parameters::WhatItTakes(parameter.type));
+    } else if (!Sdk::Parameters::Fits(entry, parameter.type)) {
+      Add(Severity::Error, place, "is " + Sdk::Parameters::WhatItIs(entry),
+          std::string("it takes ") + Sdk::Parameters::WhatItTakes(parameter.type));
     } else if (parameter.type == ParameterType::Number) {
-      CheckRange(place, parameter, *Parameters::ToNumber(entry));
+      CheckRange(place, parameter, *Sdk::Parameters::ToNumber(entry));
     }
   }
 

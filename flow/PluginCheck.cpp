@@ -24,7 +24,7 @@ class PluginCheck {
       return;
     }
     if (!Load(type.path, type.plugin) || WorkFlowFactory::IsWorkNodePresent(type.name.c_str())) return;
-    const TextListHolder known;
+    const Sdk::TextListHolder known;
     WorkFlowFactory::GetObjectTypeNames(known.get());
     const std::string nearest = NearestName(type.name, known.Texts());
     const std::string hint = nearest.empty() ? std::string() : "; did you mean " + nearest + "?";

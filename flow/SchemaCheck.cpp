@@ -4,10 +4,10 @@
 #include <set>
 
 #include "OrvWorkFlow/WorkflowSchema.h"
+#include "OrvWorkFlow/sdk/ParameterValue.h"
 #include "flow/Checks.h"
 #include "flow/DictionaryReading.h"
 #include "flow/Suggestion.h"
-#include "runtime/ParameterValue.h"
 
 namespace OrvWorkFlow::Flow {
 
@@ -109,7 +109,7 @@ class SchemaCheck {
   void ReadTree(const std::string& workflow_name) {
     tree_read_ = true;
     tree_.push_back(workflow_name);
-    const TextListHolder paths;
+    const Sdk::TextListHolder paths;
     if (!dictionary_.EnumeratePaths(WorkflowSchema::kAbsorbTree, paths.get())) return;
     for (const std::string& path : paths.Texts()) tree_.push_back(TextAt(dictionary_, path));
   }
@@ -141,7 +141,7 @@ class SchemaCheck {
     const ValueType wanted = shape == Shape::Text ? ValueType::String : ValueType::StringList;
     const ValueType type = dictionary_.GetValueType(path.c_str());
     if (type == wanted || dictionary_.IsRedirection(path.c_str())) return;
-    const TextHolder attribute;
+    const Sdk::TextHolder attribute;
     const bool is_typed = dictionary_.GetAttribute(path.c_str(), "__type", attribute.get());
     if (!is_typed && !HasText(path)) return;
     Add(Severity::Warning, path,

@@ -4,7 +4,7 @@
 #include <numeric>
 #include <utility>
 
-#include "runtime/ParameterValue.h"
+#include "OrvWorkFlow/sdk/ParameterValue.h"
 
 namespace OrvWorkFlow::Flow {
 
@@ -48,8 +48,9 @@ std::string NearestName(std::string_view wrong, const std::vector<std::string>& 
     best = &name;
   }
   if (best != nullptr) return *best;
-  const auto same = std::find_if(known.begin(), known.end(),
-                                 [&](const std::string& name) { return Parameters::EqualIgnoringCase(wrong, name); });
+  const auto same = std::find_if(known.begin(), known.end(), [&](const std::string& name) {
+    return Sdk::Parameters::EqualIgnoringCase(wrong, name);
+  });
   return same == known.end() ? std::string() : *same;
 }
 

@@ -5,9 +5,9 @@
 #include <unordered_set>
 
 #include "OrvWorkFlow/WorkflowSchema.h"
+#include "OrvWorkFlow/sdk/MarshalledHolder.h"
 #include "flow/Checks.h"
 #include "flow/Suggestion.h"
-#include "runtime/MarshalledHolder.h"
 
 namespace OrvWorkFlow::Flow {
 
@@ -95,7 +95,7 @@ class WiringCheck {
   // The engine drops the mapping, and all that stand behind it.
   bool CheckForm(const Mapping& mapping) {
     if (mapping.value_type != ValueType::String) {
-      const TextHolder type;
+      const Sdk::TextHolder type;
       const bool is_typed = dictionary_.GetAttribute(mapping.path.c_str(), "__type", type.get());
       Add(Severity::Error, mapping.path,
           is_typed ? "a mapping has to be a text, and this is of the type " + type.Text()

@@ -4,8 +4,8 @@
 #include <utility>
 
 #include "OrvWorkFlow/WorkflowSchema.h"
+#include "OrvWorkFlow/sdk/MarshalledHolder.h"
 #include "flow/DictionaryReading.h"
-#include "runtime/MarshalledHolder.h"
 
 namespace OrvWorkFlow::Flow {
 
@@ -68,7 +68,7 @@ class Reader {
 
   Mapping ReadMapping(const std::string& name, const std::string& path) {
     Mapping mapping{name, path, dictionary_.GetValueType(path.c_str()), {}, std::nullopt};
-    const TextHolder text;
+    const Sdk::TextHolder text;
     if (!dictionary_.GetValue(path.c_str(), text.get())) {
       const bool is_text = mapping.value_type == ValueType::String && !dictionary_.IsRedirection(path.c_str());
       if (is_text) throw std::bad_alloc();

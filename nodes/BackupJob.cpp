@@ -2,7 +2,7 @@
 
 #include <stdexcept>
 
-#include "runtime/MarshalledHolder.h"
+#include "OrvWorkFlow/sdk/MarshalledHolder.h"
 
 namespace OrvWorkFlow::Nodes {
 
@@ -98,7 +98,7 @@ std::string BackupJob::FileEntry(std::int32_t number, const char* property) cons
 }
 
 std::string BackupJob::ReadText(const std::string& path) const {
-  return TextFrom([&](IOrvPString* text) { return dictionary_.GetValue(path.c_str(), text); });
+  return Sdk::TextFrom([&](IOrvPString* text) { return dictionary_.GetValue(path.c_str(), text); });
 }
 
 std::string BackupJob::ReadFolder(const char* entry) const {

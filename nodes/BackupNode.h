@@ -1,8 +1,8 @@
 // What the backup nodes have in common: the parameter "Job", the name of the record that they work on (see BackupJob).
 #pragma once
 
+#include "OrvWorkFlow/sdk/WorkNodeBase.h"
 #include "nodes/BackupJob.h"
-#include "nodes/WorkNodeBase.h"
 
 namespace OrvWorkFlow::Nodes {
 
@@ -10,9 +10,9 @@ namespace OrvWorkFlow::Nodes {
 inline constexpr NodeParameter kJobParameter =
     TextParameterRow("Job", "Default", "the record of the job below /Jobs in the workflow's dictionary");
 
-class BackupNode : public WorkNodeBase {
+class BackupNode : public Sdk::WorkNodeBase {
  protected:
-  using WorkNodeBase::WorkNodeBase;
+  using Sdk::WorkNodeBase::WorkNodeBase;
 
   BackupJob Job() const { return BackupJob(WorkflowDictionary(), TextParameter("Job")); }
 };

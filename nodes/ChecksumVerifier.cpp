@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
+#include "OrvWorkFlow/sdk/MarshalledHolder.h"
 #include "nodes/Crc32.h"
 #include "nodes/FilePieces.h"
-#include "runtime/MarshalledHolder.h"
 
 namespace OrvWorkFlow::Nodes {
 
@@ -30,7 +30,7 @@ std::string HexDigits(std::uint32_t number) {
 
 std::uint32_t ChecksumOf(IFileSystemA& file_system, const std::string& file) {
   const std::uint32_t size = SizeOfFile(file_system, file);
-  const StreamHolder piece;
+  const Sdk::StreamHolder piece;
   std::uint32_t checksum = Crc32(nullptr, 0);
   for (std::uint32_t done = 0; done < size;) {
     const std::uint32_t count = std::min(kPieceBytes, size - done);

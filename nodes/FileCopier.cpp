@@ -1,6 +1,6 @@
 #include "nodes/FileCopier.h"
 
-#include "nodes/FileReason.h"
+#include "OrvWorkFlow/sdk/FileReason.h"
 
 namespace OrvWorkFlow::Nodes {
 
@@ -21,7 +21,7 @@ constexpr NodeParameter kParameters[] = {
 
 // Why a copy failed: right after it.
 std::string FindProblem(IFileSystemA& file_system, const BackupJob& job, const std::string& path, bool overwrite) {
-  const std::string problem = WithReason(file_system, "could not be copied");
+  const std::string problem = Sdk::WithReason(file_system, "could not be copied");
   const std::string copy = job.CopyOf(path);
   if (!file_system.FileExists(job.SourceOf(path).c_str())) return "the source file does not exist";
   if (file_system.DirectoryExists(copy.c_str())) return "a folder is in the way";

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "OrvWorkFlow/IFileSystem.h"
-#include "runtime/MarshalledHolder.h"
+#include "OrvWorkFlow/sdk/MarshalledHolder.h"
 
 namespace OrvWorkFlow::Nodes {
 
@@ -26,6 +26,6 @@ std::uint32_t SizeOfFile(IFileSystemA& file_system, const std::string& file);
 // Reads `count` bytes, at least one, from `first` on. Throws FileProblem when they cannot be read, or are not
 // there any more.
 void ReadPiece(IFileSystemA& file_system, const std::string& file, std::uint32_t first, std::uint32_t count,
-               const StreamHolder& piece);
+               const Sdk::StreamHolder& piece);
 
 }  // namespace OrvWorkFlow::Nodes

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "nodes/FileReason.h"
-#include "runtime/MarshalledHolder.h"
+#include "OrvWorkFlow/sdk/FileReason.h"
+#include "OrvWorkFlow/sdk/MarshalledHolder.h"
 
 namespace OrvWorkFlow::Nodes {
 
@@ -40,16 +40,16 @@ struct Omission {
 };
 
 std::optional<Omission> FindOmission(IFileSystemA& file_system) {
-  const TextHolder operation;
-  const TextHolder path;
-  const TextHolder reason;
+  const Sdk::TextHolder operation;
+  const Sdk::TextHolder path;
+  const Sdk::TextHolder reason;
   if (!file_system.GetLastFailure(operation.get(), path.get(), reason.get())) return std::nullopt;
   if (operation.Text() != "ListFiles") return std::nullopt;
   return Omission{path.Text(), reason.Text()};
 }
 
 bool HasEntries(IFileSystemA& file_system, const std::string& folder) {
-  const TextListHolder entries;
+  const Sdk::TextListHolder entries;
   if (file_system.ListFiles(folder.c_str(), entries.get()) && entries->GetCount() > 0) return true;
   return file_system.ListDirectories(folder.c_str(), entries.get()) && entries->GetCount() > 0;
 }
@@ -59,7 +59,7 @@ bool HasEntries(IFileSystemA& file_system, const std::string& folder) {
 std::vector<std::string> FindLinks(IFileSystemA& file_system, const std::string& folder,
                                    const std::vector<std::string>& files) {
   std::vector<std::string> links;
-  const TextListHolder listed;
+  const Sdk::TextListHolder listed;
   if (!file_system.ListDirectories(folder.c_str(), listed.get())) return links;
   std::vector<std::string> folders = listed.Texts();
   std::sort(folders.begin(), folders.end());
@@ -99,9 +99,9 @@ void FolderCollector::Collect() {
   if (folder.empty() || !FileSystem().DirectoryExists(folder.c_str())) {
     return TellUser("the source folder \"" + folder + "\" does not exist");
   }
-  const TextListHolder listed;
+  const Sdk::TextListHolder listed;
   if (!FileSystem().ListFiles(folder.c_str(), listed.get())) {
-    return TellUser(WithReason(FileSystem(), "the source folder \"" + folder + "\" cannot be listed"));
+    return TellUser(Sdk::WithReason(FileSystem(), "the source folder \"" + folder + "\" cannot be listed"));
   }
   const std::optional<Omission> omission = FindOmission(FileSystem());
   std::vector<std::string> files = listed.Texts();

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <stdexcept>
 
-#include "nodes/FileReason.h"
-#include "runtime/MarshalledHolder.h"
+#include "OrvWorkFlow/sdk/FileReason.h"
+#include "OrvWorkFlow/sdk/MarshalledHolder.h"
 
 namespace OrvWorkFlow::Nodes {
 
@@ -82,10 +82,10 @@ std::string ReportWriter::OutcomeOf(const BackupJob& job) {
 bool ReportWriter::OnSignal(std::string_view /*signal*/) {
   const BackupJob job = Job();
   const bool is_flushed = FileSystem().FlushWrites();
-  WriteOutcome(is_flushed ? OutcomeOf(job) : WithReason(FileSystem(), "the copies are not all on the disk"));
+  WriteOutcome(is_flushed ? OutcomeOf(job) : Sdk::WithReason(FileSystem(), "the copies are not all on the disk"));
   const std::string file = job.ReportFile();
   if (!FileSystem().WriteFileText(file.c_str(), ReportOf(job).c_str())) {
-    TellUser(WithReason(FileSystem(), "the report \"" + file + "\" cannot be written"));
+    TellUser(Sdk::WithReason(FileSystem(), "the report \"" + file + "\" cannot be written"));
     return true;
   }
   FireOutput("written");
@@ -95,7 +95,7 @@ bool ReportWriter::OnSignal(std::string_view /*signal*/) {
 // What another job did not do stays said.
 void ReportWriter::WriteOutcome(const std::string& outcome) {
   IDictionary& dictionary = WorkflowDictionary();
-  const std::string before = TextFrom([&](IOrvPString* text) { return dictionary.GetValue(kOutcome, text); });
+  const std::string before = Sdk::TextFrom([&](IOrvPString* text) { return dictionary.GetValue(kOutcome, text); });
   const bool is_done = before.empty() || before.starts_with(kDone);
   if (!is_done && outcome.starts_with(kDone)) return;
   const std::string text = is_done || before == outcome ? outcome : before + "; " + outcome;

@@ -1,8 +1,8 @@
 // orvflow base64 encode, orvflow base64 decode: from standard input to standard output.
+#include "OrvWorkFlow/sdk/MarshalledHolder.h"
 #include "orvflow/EncryptionAccess.h"
 #include "orvflow/StandardStreams.h"
 #include "orvflow/Verb.h"
-#include "runtime/MarshalledHolder.h"
 
 namespace OrvWorkFlow::Program {
 
@@ -32,8 +32,8 @@ class Base64Verb final : public Verb {
 
  private:
   static std::string Encode(const EncryptionAccess& encryption, const std::string& bytes) {
-    const TextHolder source;
-    const TextHolder result;
+    const Sdk::TextHolder source;
+    const Sdk::TextHolder result;
     if (!source->Assign(bytes.data(), bytes.size()) || !encryption->Base64Encode(source.get(), result.get())) {
       throw ProgramError(ExitCode::Failed, "base64: not enough memory");
     }

@@ -4,8 +4,8 @@
 
 #include "OrvWorkFlow/WorkFlowFactory.h"
 #include "OrvWorkFlow/WorkflowSchema.h"
+#include "OrvWorkFlow/sdk/MarshalledHolder.h"
 #include "orvflow/DictionaryReading.h"
-#include "runtime/MarshalledHolder.h"
 
 namespace OrvWorkFlow::Program {
 
@@ -18,7 +18,7 @@ std::string FolderOf(const std::string& path) {
 }
 
 std::vector<std::string> TextsAt(IDictionary& dictionary, const std::string& path) {
-  const TextListHolder texts;
+  const Sdk::TextListHolder texts;
   return dictionary.GetValue(path.c_str(), texts.get()) ? texts.Texts() : std::vector<std::string>();
 }
 
@@ -65,7 +65,7 @@ std::vector<std::string> PlacesOf(IDictionary& workflow, const std::string& inst
 // The key goes from one to the other without a copy.
 void GiveKey(IDictionary& workflow, const std::string& instance, IDictionary& configuration) {
   const std::string directories = DirectoriesOf(workflow, instance);
-  const TextHolder key;
+  const Sdk::TextHolder key;
   const std::string path = directories + WorkflowSchema::kObfuscationKey;
   if (!directories.empty() && workflow.GetValue(path.c_str(), key.get())) {
     configuration.SetEncryptionKey(key->GetText());

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "OrvWorkFlow/IDictionary.h"
+#include "OrvWorkFlow/sdk/MarshalledHolder.h"
 #include "orvflow/DictionaryLoading.h"
 #include "orvflow/DictionaryText.h"
 #include "orvflow/HostFiles.h"
@@ -12,7 +13,6 @@
 #include "orvflow/Suggestion.h"
 #include "orvflow/Verb.h"
 #include "orvflow/WorkflowHost.h"
-#include "runtime/MarshalledHolder.h"
 
 namespace OrvWorkFlow::Program {
 
@@ -233,13 +233,13 @@ std::string DictVerb::FindBadName() const {
 }
 
 void DictVerb::List() {
-  const TextListHolder names;
+  const Sdk::TextListHolder names;
   if (!dictionary_->GetEntries(Path().c_str(), names.get())) throw Error(ExitCode::Failed, "no such entry");
   WriteStandardOutput(Lines(names.Texts()));
 }
 
 void DictVerb::Paths() {
-  const TextListHolder paths;
+  const Sdk::TextListHolder paths;
   if (!dictionary_->EnumeratePaths(Path().c_str(), paths.get())) throw Error(ExitCode::Failed, "no such entry");
   std::vector<std::string> texts = paths.Texts();
   if (texts.front().empty()) texts.front() = "/";
@@ -254,7 +254,7 @@ void DictVerb::Remove() {
 }
 
 void DictVerb::Format() {
-  const TextHolder text;
+  const Sdk::TextHolder text;
   if (!dictionary_->SaveToText(text.get())) {
     throw FileError(ExitCode::Failed, ShownName(), "", "cannot be formatted: it nests too deep, or memory is short");
   }

@@ -6,8 +6,8 @@
 #include <new>
 #include <thread>
 
+#include "OrvWorkFlow/sdk/MarshalledHolder.h"
 #include "orvflow/HostFiles.h"
-#include "runtime/MarshalledHolder.h"
 
 namespace OrvWorkFlow::Program {
 
@@ -35,7 +35,7 @@ bool WithPatience(const Attempt& attempt, const IsInUse& is_in_use) {
 
 FileReport LastLoad(IDictionary& dictionary, std::string* text = nullptr) {
   FileReport report;
-  const TextHolder words;
+  const Sdk::TextHolder words;
   if (!dictionary.GetLoadReport(&report, words.get())) throw std::bad_alloc();
   if (text != nullptr) *text = words.Text();
   return report;
@@ -43,7 +43,7 @@ FileReport LastLoad(IDictionary& dictionary, std::string* text = nullptr) {
 
 FileReport LastSave(IDictionary& dictionary, std::string* text = nullptr) {
   FileReport report;
-  const TextHolder words;
+  const Sdk::TextHolder words;
   if (!dictionary.GetSaveReport(&report, words.get())) throw std::bad_alloc();
   if (text != nullptr) *text = words.Text();
   return report;
@@ -117,7 +117,7 @@ void SaveDictionary(IDictionary& dictionary, const std::string& file, const std:
 
 LoadedText LookAtLoadedText(IDictionary& dictionary) {
   LoadedText text;
-  const TextListHolder problems;
+  const Sdk::TextListHolder problems;
   std::uint32_t remarks = 0;
   std::uint32_t line = 0;
   if (!dictionary.GetLoadProblems(problems.get(), &remarks, &line)) throw std::bad_alloc();

@@ -7,10 +7,10 @@
 #include <memory>
 #include <new>
 
+#include "OrvWorkFlow/sdk/MarshalledHolder.h"
 #include "orvflow/Suggestion.h"
 #include "orvflow/WideText.h"
 #include "orvflow/WorkflowHost.h"
-#include "runtime/MarshalledHolder.h"
 
 namespace OrvWorkFlow::Program {
 
@@ -75,8 +75,8 @@ struct Base64Text {
   static constexpr char kWhat[] = "base64 text";
   std::optional<std::string> Parse(const std::string& text) const {
     const std::unique_ptr<IDictionary, ObjectReleaser> scratch(dictionary.MakeDictionary());
-    const StreamHolder bytes;
-    const TextListHolder again;
+    const Sdk::StreamHolder bytes;
+    const Sdk::TextListHolder again;
     if (scratch == nullptr) throw std::bad_alloc();
     const bool is_readable = scratch->SetValue("", text.c_str()) && scratch->SetAttribute("", "__type", "Binary") &&
                              scratch->GetBinary("", bytes.get());
@@ -160,7 +160,7 @@ std::string WriteScalar(const Form& form, const std::vector<std::string>& texts,
 template <class Form>
 std::string WriteList(IDictionary& dictionary, const std::string& path, const std::vector<std::string>& texts,
                       bool& is_set) {
-  const MarshalledHolder<typename Form::List> list(Form::kList);
+  const Sdk::MarshalledHolder<typename Form::List> list(Form::kList);
   for (const std::string& text : texts) {
     const auto value = Form::Parse(text);
     if (!value) return Refusal<Form>(text);
@@ -190,7 +190,7 @@ const char* TagOfType(ValueType type) {
 }
 
 std::optional<std::string> ReadValue(IDictionary& dictionary, const std::string& path) {
-  const TextListHolder texts;
+  const Sdk::TextListHolder texts;
   if (!dictionary.GetValueTexts(path.c_str(), texts.get())) return std::nullopt;
   std::string lines;
   for (const std::string& text : texts.Texts()) lines += text + '\n';

@@ -1,9 +1,9 @@
 #include "orvflow/EncryptionAccess.h"
 
 #include "OrvWorkFlow/WorkFlowFactory.h"
+#include "OrvWorkFlow/sdk/MarshalledHolder.h"
 #include "orvflow/Terminal.h"
 #include "orvflow/Verb.h"
-#include "runtime/MarshalledHolder.h"
 
 namespace OrvWorkFlow::Program {
 
@@ -23,11 +23,11 @@ std::optional<std::string> EncryptionAccess::Decode(const std::string& text) con
   std::string digits = text;
   std::erase_if(digits, [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; });
   if (digits.find('\0') != std::string::npos) return std::nullopt;
-  const StreamHolder stream;
+  const Sdk::StreamHolder stream;
   if (!encryption_->Base64Decode(digits.c_str(), stream.get())) return std::nullopt;
   const std::string bytes(static_cast<const char*>(stream->GetData()), stream->GetSize());
-  const TextHolder plain;
-  const TextHolder again;
+  const Sdk::TextHolder plain;
+  const Sdk::TextHolder again;
   plain->Assign(bytes.data(), bytes.size());
   if (!encryption_->Base64Encode(plain.get(), again.get())) return std::nullopt;
   if (WithoutEnd(again.Text()) != WithoutEnd(digits)) return std::nullopt;

@@ -40,7 +40,7 @@ void Compare(IDictionary& state, const std::vector<IDictionary*>& flows, const s
       found.removed.push_back(path);
     }
   };
-  const TextListHolder differences;
+  const Sdk::TextListHolder differences;
   if (state.CompareSubtrees(root.c_str(), &flow, root.c_str(), differences.get())) {
     for (const std::string& below : differences.Texts()) add(root + below);
   } else if (state.Exists(root.c_str()) || flow.Exists(root.c_str())) {

@@ -3,11 +3,11 @@
 #include <vector>
 
 #include "OrvWorkFlow/WorkFlowFactory.h"
+#include "OrvWorkFlow/sdk/MarshalledHolder.h"
 #include "orvflow/HostFiles.h"
 #include "orvflow/LibraryTrial.h"
 #include "orvflow/StandardStreams.h"
 #include "orvflow/Verb.h"
-#include "runtime/MarshalledHolder.h"
 #include "runtime/PluginLoader.h"
 
 namespace OrvWorkFlow::Program {
@@ -49,14 +49,14 @@ TypeDescription DescribeType(const std::string& name) {
   IFactoryObjectCreator* const creator = WorkFlowFactory::CloneCreator(name.c_str());
   if (creator == nullptr) return type;
   type.kind = creator->CreatesWorkNodes() ? "node" : "object";
-  type.version = TextFrom([&](IOrvPString* text) { return creator->GetVersion(text); }, "-");
+  type.version = Sdk::TextFrom([&](IOrvPString* text) { return creator->GetVersion(text); }, "-");
   type.interfaces = FindInterfaces(*creator);
   creator->Destroy();
   return type;
 }
 
 std::vector<std::string> RegisteredNames() {
-  const TextListHolder names;
+  const Sdk::TextListHolder names;
   WorkFlowFactory::GetObjectTypeNames(names.get());
   return names.Texts();
 }
@@ -113,7 +113,7 @@ class InspectVerb final : public Verb {
 bool InspectVerb::Inspect(const std::string& library) {
   const bool is_file = FindFileKind(library) == FileKind::Readable;
   const std::string path = is_file ? MakeAbsolutePath(library) : library;
-  const TextHolder file;
+  const Sdk::TextHolder file;
   if (PluginLoader::Find(path.c_str(), file.get())) {
     for (const auto& [name, fault] : TryLibraries({file.Text()}, TrialDepth::Make)) {
       PrintErrorLine(name + ": " + fault);

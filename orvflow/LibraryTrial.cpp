@@ -7,12 +7,12 @@
 #include <set>
 
 #include "OrvWorkFlow/WorkFlowFactory.h"
+#include "OrvWorkFlow/sdk/MarshalledHolder.h"
 #include "orvflow/FileIdentity.h"
 #include "orvflow/StopRequest.h"
 #include "orvflow/TrialProcess.h"
 #include "orvflow/Verb.h"
 #include "orvflow/WorkflowHost.h"
-#include "runtime/MarshalledHolder.h"
 #include "runtime/PluginLoader.h"
 
 namespace OrvWorkFlow::Program {
@@ -54,7 +54,7 @@ std::vector<Line> SplitLines(std::string_view text) {
 std::string DescribeTask(const std::vector<std::string>& files, TrialDepth depth) {
   std::string task;
   if (depth == TrialDepth::Make) AppendLine(task, kMake, "");
-  const TextListHolder directories;
+  const Sdk::TextListHolder directories;
   PluginLoader::GetDirectories(directories.get());
   for (const std::string& directory : directories.Texts()) AppendLine(task, kDirectory, directory);
   for (const std::string& file : files) AppendLine(task, kFile, file);
@@ -111,7 +111,7 @@ std::string KnownAs(const std::string& file, TrialDepth depth) {
 }
 
 void MakeOneOfEach(const std::function<void(std::string_view)>& report) {
-  const TextListHolder names;
+  const Sdk::TextListHolder names;
   WorkFlowFactory::GetObjectTypeNames(names.get());
   for (const std::string& name : names.Texts()) {
     std::string line;

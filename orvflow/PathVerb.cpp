@@ -3,11 +3,11 @@
 
 #include "OrvWorkFlow/IFileSystem.h"
 #include "OrvWorkFlow/WorkFlowFactory.h"
+#include "OrvWorkFlow/sdk/MarshalledHolder.h"
 #include "orvflow/StandardStreams.h"
 #include "orvflow/Verb.h"
 #include "orvflow/WideText.h"
 #include "orvflow/WorkflowHost.h"
-#include "runtime/MarshalledHolder.h"
 
 namespace OrvWorkFlow::Program {
 
@@ -54,7 +54,7 @@ class PathVerb final : public Verb {
       PrintErrorLine("path: \"" + path + "\": no UTF-8 text");
       return false;
     }
-    const MarshalledHolder<IOrvString> result("IOrvString");
+    const Sdk::MarshalledHolder<IOrvString> result("IOrvString");
     std::optional<std::string> platform_path;
     if (files.WorkflowPathToPlatformPathString(wide->c_str(), result.get())) {
       platform_path = ToUtf8({result->GetText(), result->GetLength()});

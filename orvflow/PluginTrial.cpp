@@ -3,9 +3,9 @@
 #include <vector>
 
 #include "OrvWorkFlow/WorkflowSchema.h"
+#include "OrvWorkFlow/sdk/MarshalledHolder.h"
 #include "orvflow/DictionaryReading.h"
 #include "orvflow/LibraryTrial.h"
-#include "runtime/MarshalledHolder.h"
 #include "runtime/PluginLoader.h"
 
 namespace OrvWorkFlow::Program {
@@ -14,7 +14,7 @@ namespace {
 
 // As the mediator looks for a library: by its name as it stands, then in the plug-in directories. "" when in vain.
 std::string FindLibrary(const std::string& library) {
-  const TextHolder file;
+  const Sdk::TextHolder file;
   const bool is_found = PluginLoader::Find(library.c_str(), file.get()) ||
                         PluginLoader::Find((WorkflowSchema::kPluginPrefix + library).c_str(), file.get());
   return is_found ? file.Text() : "";

@@ -5,10 +5,10 @@
 #include <new>
 #include <system_error>
 
+#include "OrvWorkFlow/sdk/MarshalledHolder.h"
 #include "orvflow/DictionaryText.h"
 #include "orvflow/Suggestion.h"
 #include "orvflow/Terminal.h"
-#include "runtime/MarshalledHolder.h"
 
 namespace OrvWorkFlow::Program {
 
@@ -41,7 +41,7 @@ bool SetBoolean(IDictionary& dictionary, const Setting& setting) {
 // "; did you mean ...?" among the entries beside the missing one.
 std::string SuggestSibling(IDictionary& dictionary, const std::string& path) {
   const std::string parent = path.substr(0, path.find_last_of('/'));
-  const TextListHolder names;
+  const Sdk::TextListHolder names;
   if (!dictionary.GetEntries(parent.c_str(), names.get())) return {};
   return Suggest(path.substr(parent.size() + 1), names.Texts());
 }

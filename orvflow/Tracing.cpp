@@ -24,7 +24,7 @@ std::string FormatText(const char* format, std::va_list values) {
 }
 
 // Passes every line on to two loggers, which it does not own.
-class TwoLoggers final : public ObjectProtocol<TwoLoggers, ILogger> {
+class TwoLoggers final : public Sdk::ObjectProtocol<TwoLoggers, ILogger> {
  public:
   TwoLoggers(ILogger& first, ILogger& second) : ObjectProtocol("Logger", "ILogger"), first_(first), second_(second) {}
 
@@ -47,7 +47,7 @@ class TwoLoggers final : public ObjectProtocol<TwoLoggers, ILogger> {
   }
 
  private:
-  friend class ObjectProtocol<TwoLoggers, ILogger>;
+  friend class Sdk::ObjectProtocol<TwoLoggers, ILogger>;
   ~TwoLoggers() = default;
 
   ILogger& first_;

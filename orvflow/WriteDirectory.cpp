@@ -47,14 +47,15 @@ void WriteDirectory::BeginAnew() {
 
 void WriteDirectory::ClearUp() {
   IFileSystemA& files = FileSystem();
-  const std::string maker = TextFrom([&](IOrvPString* text) { return files.ReadFileToString(marker_.c_str(), text); });
+  const std::string maker =
+      Sdk::TextFrom([&](IOrvPString* text) { return files.ReadFileToString(marker_.c_str(), text); });
   std::string why = "it was there before that run, or a state was saved since";
   if (maker == made_by_) {
     if (host_.mediator().DeleteWriteDirectory(directory_.c_str())) {
       PrintErrorLine(directory_ + ": deleted: a run that was killed had made it, and had saved no state");
       return;
     }
-    why = TextFrom([&](IOrvPString* text) { return host_.mediator().GetLastErrorText(text); });
+    why = Sdk::TextFrom([&](IOrvPString* text) { return host_.mediator().GetLastErrorText(text); });
   }
   files.RemoveFile(marker_.c_str());
   PrintErrorLine(directory_ + ": may hold what a run that was killed has left; it is not emptied: " + why);

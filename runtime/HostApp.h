@@ -11,13 +11,13 @@
 #include <memory>
 
 #include "OrvWorkFlow/IHostApp.h"
-#include "runtime/SharedObject.h"
+#include "OrvWorkFlow/sdk/SharedObject.h"
 
 namespace OrvWorkFlow {
 
 // Any thread, unless an operation says "GUI thread": the one that runs the queue. There is one at a time, and it may
 // change while no loop runs. Nothing is delivered inside RunOnGuiThread or PostToGuiThread.
-class ORV_RUNTIME_API HostApp final : public SharedObject<HostApp, IHostApp>, public IHostRestart {
+class ORV_RUNTIME_API HostApp final : public Sdk::SharedObject<HostApp, IHostApp>, public IHostRestart {
  public:
   using Task = void (*)(void* context);
   // True ends the loop.
@@ -89,8 +89,8 @@ class ORV_RUNTIME_API HostApp final : public SharedObject<HostApp, IHostApp>, pu
   bool RestartRequested() const noexcept;
 
  private:
-  friend class ObjectProtocol<HostApp, IHostApp>;
-  friend class SharedObject<HostApp, IHostApp>;
+  friend class Sdk::ObjectProtocol<HostApp, IHostApp>;
+  friend class Sdk::SharedObject<HostApp, IHostApp>;
   struct Call;
   struct State;
 

@@ -15,12 +15,12 @@
 #include <memory>
 
 #include "OrvWorkFlow/ILogger.h"
-#include "runtime/SharedObject.h"
+#include "OrvWorkFlow/sdk/SharedObject.h"
 
 namespace OrvWorkFlow {
 
 // Any thread; the lines of one thread keep their order, the times never go back unless the system's clock does.
-class ORV_RUNTIME_API Logger final : public SharedObject<Logger, ILogger> {
+class ORV_RUNTIME_API Logger final : public Sdk::SharedObject<Logger, ILogger> {
  public:
   enum class Writing {
     kBuffered,  // when a buffer of 64 KiB is full, at Flush, and at the end
@@ -58,8 +58,8 @@ class ORV_RUNTIME_API Logger final : public SharedObject<Logger, ILogger> {
   void Log(const char* category, const char* format, ...) override ORV_PRINTF_LIKE(3, 4);
 
  private:
-  friend class ObjectProtocol<Logger, ILogger>;
-  friend class SharedObject<Logger, ILogger>;
+  friend class Sdk::ObjectProtocol<Logger, ILogger>;
+  friend class Sdk::SharedObject<Logger, ILogger>;
   struct State;
 
   explicit Logger(std::unique_ptr<State> state);

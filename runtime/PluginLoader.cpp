@@ -60,6 +60,7 @@ std::vector<std::string> GetOwnDirectories() {
   if (directories.empty() || directories.front() != runtime_directory) {
     AddDirectory(&directories, runtime_directory);
   }
+  AddDirectory(&directories, GetInstalledPluginDirectory(runtime_directory));
   return directories;
 }
 

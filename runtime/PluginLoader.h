@@ -10,7 +10,7 @@ namespace OrvWorkFlow::PluginLoader {
 
 // Where plug-ins without a directory are looked for, in this order, in place of the directories set before. Null
 // directories and empty ones are left out. With none at all the runtime's own are back: those of the running program
-// and of the `wffDDR` library. Any thread.
+// and of the `wffDDR` library, and the folder "orvworkflow" below the latter where an installation has one. Any thread.
 ORV_RUNTIME_API void SetPluginDirectories(const char* const* directories, std::size_t count);
 
 // Adds one behind those that are set; the runtime's own count as set until SetPluginDirectories is called.

@@ -34,6 +34,9 @@ std::vector<std::string> GetLibraryFileNames(const std::string& name);
 // Absolute, with slashes of this platform and no separator at the end; "" when the system does not tell.
 std::string GetProgramDirectory();
 std::string GetRuntimeDirectory();
+// Where an installation keeps plug-ins for a runtime that lies in `runtime_directory`; "" when it has no folder for
+// them.
+std::string GetInstalledPluginDirectory(const std::string& runtime_directory);
 
 bool IsFile(const std::string& path);
 // `path` as an absolute path with this platform's separators.

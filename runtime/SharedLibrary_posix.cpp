@@ -86,6 +86,13 @@ std::string GetRuntimeDirectory() {
   return GetDirectoryOf(std::filesystem::canonical(info.dli_fname, error).string());
 }
 
+std::string GetInstalledPluginDirectory(const std::string& runtime_directory) {
+  std::string directory = runtime_directory + "/orvworkflow";
+  struct stat status = {};
+  if (stat(directory.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) return {};
+  return directory;
+}
+
 bool IsFile(const std::string& path) {
   struct stat status = {};
   return stat(path.c_str(), &status) == 0 && !S_ISDIR(status.st_mode);

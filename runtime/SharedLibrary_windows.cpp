@@ -139,6 +139,9 @@ std::string GetRuntimeDirectory() {
   return GetModuleHandleExW(flags, &in_this_library, &module) != 0 ? GetDirectoryOfModule(module) : std::string();
 }
 
+// Plug-ins lie beside the programs.
+std::string GetInstalledPluginDirectory(const std::string& /*runtime_directory*/) { return {}; }
+
 bool IsFile(const std::string& path) {
   const DWORD attributes = GetFileAttributesW(ToWide(path).c_str());
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;

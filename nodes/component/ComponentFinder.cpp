@@ -4,7 +4,7 @@
 
 #include "OrvWorkFlow/WorkFlowFactory.h"
 #include "OrvWorkFlow/WorkflowSchema.h"
-#include "runtime/MarshalledHolder.h"
+#include "OrvWorkFlow/sdk/MarshalledHolder.h"
 
 namespace OrvWorkFlow::Nodes {
 
@@ -13,7 +13,7 @@ namespace {
 // Adds the entries below `parent` that are not present.
 template <class IsPresent>
 void AddMissing(IDictionary& flow, const char* parent, IsPresent&& is_present, IOrvPStringList& components) {
-  const TextListHolder names;
+  const Sdk::TextListHolder names;
   if (!flow.GetEntries(parent, names.get())) return;
   for (const std::string& name : names.Texts()) {
     if (!is_present(name.c_str())) components.Add(name.data(), name.size());
@@ -30,7 +30,7 @@ constinit const NodeDescription ComponentFinder::kDescription = {
 
 void* ComponentFinder::QueryInterface(const char* interface_name) {
   const bool is_finder = interface_name != nullptr && std::string_view(interface_name) == "IComponentFinder";
-  return is_finder ? static_cast<IComponentFinder*>(this) : WorkNodeBase::QueryInterface(interface_name);
+  return is_finder ? static_cast<IComponentFinder*>(this) : Sdk::WorkNodeBase::QueryInterface(interface_name);
 }
 
 bool ComponentFinder::FindNewComponents(const char* flow_file_path, IOrvPStringList* components) {

@@ -3,15 +3,15 @@
 #pragma once
 
 #include "OrvWorkFlow/IComponentFinder.h"
-#include "nodes/WorkNodeBase.h"
+#include "OrvWorkFlow/sdk/WorkNodeBase.h"
 
 namespace OrvWorkFlow::Nodes {
 
-class ComponentFinder final : public WorkNodeBase, public IComponentFinder {
+class ComponentFinder final : public Sdk::WorkNodeBase, public IComponentFinder {
  public:
   static constexpr char kTypeName[] = "FindNewComponentsFromAbsorbedFlow";
   static const NodeDescription kDescription;
-  ComponentFinder() : WorkNodeBase(kTypeName, kDescription) {}
+  ComponentFinder() : Sdk::WorkNodeBase(kTypeName, kDescription) {}
 
   // Also "IComponentFinder".
   void* QueryInterface(const char* interface_name) override;

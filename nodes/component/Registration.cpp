@@ -3,7 +3,7 @@
 
 #include "OrvWorkFlow/Plugin.h"
 #include "OrvWorkFlow/WorkFlowFactory.h"
-#include "nodes/NodeCreator.h"
+#include "OrvWorkFlow/sdk/NodeCreator.h"
 #include "nodes/component/ComponentFinder.h"
 
 ORV_WORKFLOW_PLUGIN();
@@ -11,7 +11,7 @@ ORV_WORKFLOW_PLUGIN();
 namespace OrvWorkFlow::Nodes {
 namespace {
 
-WorkFlowFactory component_finder(new (std::nothrow) NodeCreator<ComponentFinder>);
+WorkFlowFactory component_finder(new (std::nothrow) Sdk::NodeCreator<ComponentFinder>);
 
 }  // namespace
 }  // namespace OrvWorkFlow::Nodes

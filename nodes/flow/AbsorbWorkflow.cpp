@@ -3,8 +3,8 @@
 #include <stdexcept>
 
 #include "OrvWorkFlow/IWorkFlowEngine.h"
-#include "nodes/GlobalObject.h"
-#include "runtime/MarshalledHolder.h"
+#include "OrvWorkFlow/sdk/GlobalObject.h"
+#include "OrvWorkFlow/sdk/MarshalledHolder.h"
 
 namespace OrvWorkFlow::Nodes {
 
@@ -34,14 +34,14 @@ constinit const NodeDescription AbsorbWorkflow::kDescription = {
 };
 
 bool AbsorbWorkflow::OnSignal(std::string_view /*signal*/) {
-  auto* engine = FindGlobal<IWorkFlowEngine>("WorkFlowEngine", "IWorkFlowEngine");
+  auto* engine = Sdk::FindGlobal<IWorkFlowEngine>("WorkFlowEngine", "IWorkFlowEngine");
   if (engine == nullptr) throw std::runtime_error("the host has no global workflow engine");
   const std::string file = TextParameter("File");
   if (engine->AbsorbFlow(file.c_str(), BooleanParameter("Start"))) {
     FireOutput("absorbed");
   } else {
     TellUser("cannot absorb \"" + file +
-             "\": " + TextFrom([&](IOrvPString* text) { return engine->GetLastErrorText(text); }));
+             "\": " + Sdk::TextFrom([&](IOrvPString* text) { return engine->GetLastErrorText(text); }));
     FireOutput("failed");
   }
   return true;

@@ -2,15 +2,15 @@
 // it stands above those that it absorbs.
 #pragma once
 
-#include "nodes/WorkNodeBase.h"
+#include "OrvWorkFlow/sdk/WorkNodeBase.h"
 
 namespace OrvWorkFlow::Nodes {
 
-class AbsorbWorkflow final : public WorkNodeBase {
+class AbsorbWorkflow final : public Sdk::WorkNodeBase {
  public:
   static constexpr char kTypeName[] = "AbsorbWorkflow";
   static const NodeDescription kDescription;
-  AbsorbWorkflow() : WorkNodeBase(kTypeName, kDescription) {}
+  AbsorbWorkflow() : Sdk::WorkNodeBase(kTypeName, kDescription) {}
 
  private:
   bool OnSignal(std::string_view signal) override;

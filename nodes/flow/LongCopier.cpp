@@ -7,9 +7,9 @@
 #include <stdexcept>
 #include <utility>
 
+#include "OrvWorkFlow/sdk/FileReason.h"
+#include "OrvWorkFlow/sdk/MarshalledHolder.h"
 #include "nodes/FilePieces.h"
-#include "nodes/FileReason.h"
-#include "runtime/MarshalledHolder.h"
 
 namespace OrvWorkFlow::Nodes {
 
@@ -43,8 +43,8 @@ class LongCopier::Copy {
 
   // Whether both files hold the same from `begin` to `end`, which is behind it.
   bool IsSame(std::uint32_t begin, std::uint32_t end) const {
-    const StreamHolder in_source;
-    const StreamHolder in_target;
+    const Sdk::StreamHolder in_source;
+    const Sdk::StreamHolder in_target;
     for (std::uint32_t count = 0; begin < end; begin += count) {
       count = std::min(kPieceBytes, end - begin);
       ReadPiece(file_system_, source_, begin, count, in_source);
@@ -56,21 +56,21 @@ class LongCopier::Copy {
 
   void EmptyTarget() const {
     if (!file_system_.WriteFileBytes(target_.c_str(), nullptr, 0))
-      throw FileProblem(WithReason(file_system_, "cannot write " + target_));
+      throw FileProblem(Sdk::WithReason(file_system_, "cannot write " + target_));
   }
 
   // What was written is on the disk then.
   void Flush() const {
-    if (!file_system_.FlushWrites()) throw FileProblem(WithReason(file_system_, "cannot write " + target_));
+    if (!file_system_.FlushWrites()) throw FileProblem(Sdk::WithReason(file_system_, "cannot write " + target_));
   }
 
   // Appends these bytes of the source to the target.
   void AppendPiece(std::uint32_t first, std::uint32_t count) const {
     ReadPiece(file_system_, source_, first, count, piece_);
-    const TextHolder text;
+    const Sdk::TextHolder text;
     if (!text->Assign(static_cast<const char*>(piece_->GetData()), piece_->GetSize()) ||
         !file_system_.AppendFileString(target_.c_str(), text.get())) {
-      throw FileProblem(WithReason(file_system_, "cannot write " + target_));
+      throw FileProblem(Sdk::WithReason(file_system_, "cannot write " + target_));
     }
   }
 
@@ -79,7 +79,7 @@ class LongCopier::Copy {
   const std::string& source_;
   const std::string& target_;
   const std::uint32_t size_;
-  const StreamHolder piece_;
+  const Sdk::StreamHolder piece_;
 };
 
 constinit const NodeDescription LongCopier::kDescription = {
@@ -155,7 +155,8 @@ std::uint32_t LongCopier::Copied() const {
   const std::string path = CopiedEntry();
   std::int32_t bytes = 0;
   if (WorkflowDictionary().GetValue(path.c_str(), &bytes)) return static_cast<std::uint32_t>(std::max(0, bytes));
-  const std::string text = TextFrom([&](IOrvPString* out) { return WorkflowDictionary().GetValue(path.c_str(), out); });
+  const std::string text =
+      Sdk::TextFrom([&](IOrvPString* out) { return WorkflowDictionary().GetValue(path.c_str(), out); });
   std::uint32_t count = 0;
   std::from_chars(text.data(), text.data() + text.size(), count);
   return count;

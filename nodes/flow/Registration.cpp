@@ -3,7 +3,7 @@
 
 #include "OrvWorkFlow/Plugin.h"
 #include "OrvWorkFlow/WorkFlowFactory.h"
-#include "nodes/NodeCreator.h"
+#include "OrvWorkFlow/sdk/NodeCreator.h"
 #include "nodes/flow/AbsorbWorkflow.h"
 #include "nodes/flow/LongCopier.h"
 #include "nodes/flow/Restarter.h"
@@ -14,10 +14,10 @@ ORV_WORKFLOW_PLUGIN();
 namespace OrvWorkFlow::Nodes {
 namespace {
 
-WorkFlowFactory absorb_workflow(new (std::nothrow) NodeCreator<AbsorbWorkflow>);
-WorkFlowFactory long_copier(new (std::nothrow) NodeCreator<LongCopier>);
-WorkFlowFactory restarter(new (std::nothrow) NodeCreator<Restarter>);
-WorkFlowFactory timer(new (std::nothrow) NodeCreator<Timer>);
+WorkFlowFactory absorb_workflow(new (std::nothrow) Sdk::NodeCreator<AbsorbWorkflow>);
+WorkFlowFactory long_copier(new (std::nothrow) Sdk::NodeCreator<LongCopier>);
+WorkFlowFactory restarter(new (std::nothrow) Sdk::NodeCreator<Restarter>);
+WorkFlowFactory timer(new (std::nothrow) Sdk::NodeCreator<Timer>);
 
 }  // namespace
 }  // namespace OrvWorkFlow::Nodes

@@ -1,7 +1,7 @@
 #include "nodes/flow/Restarter.h"
 
 #include "OrvWorkFlow/IHostApp.h"
-#include "nodes/GlobalObject.h"
+#include "OrvWorkFlow/sdk/GlobalObject.h"
 
 namespace OrvWorkFlow::Nodes {
 
@@ -33,7 +33,7 @@ bool Restarter::OnSignal(std::string_view signal) {
     return true;
   }
   if (signal != "restart") return false;
-  auto* host = FindGlobal<IHostRestart>("HostApp", "IHostRestart");
+  auto* host = Sdk::FindGlobal<IHostRestart>("HostApp", "IHostRestart");
   asked_ = true;  // Before the request: the stop may follow at once.
   if (host != nullptr && host->RequestRestart()) return true;
   asked_ = false;

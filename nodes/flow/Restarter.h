@@ -4,15 +4,15 @@
 
 #include <atomic>
 
-#include "nodes/WorkNodeBase.h"
+#include "OrvWorkFlow/sdk/WorkNodeBase.h"
 
 namespace OrvWorkFlow::Nodes {
 
-class Restarter final : public WorkNodeBase {
+class Restarter final : public Sdk::WorkNodeBase {
  public:
   static constexpr char kTypeName[] = "Restarter";
   static const NodeDescription kDescription;
-  Restarter() : WorkNodeBase(kTypeName, kDescription) {}
+  Restarter() : Sdk::WorkNodeBase(kTypeName, kDescription) {}
 
   // True from the request to the restart.
   bool StopWork() override { return asked_; }

@@ -57,7 +57,7 @@ bool WorkerNode::GetProperty(const char* property_name, IOrvPString* value) {
 
 void WorkerNode::Release() {
   StopWork();
-  WorkNodeBase::Release();
+  Sdk::WorkNodeBase::Release();
 }
 
 }  // namespace OrvWorkFlow::Nodes

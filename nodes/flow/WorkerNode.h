@@ -11,11 +11,11 @@
 #include <mutex>
 #include <thread>
 
-#include "nodes/WorkNodeBase.h"
+#include "OrvWorkFlow/sdk/WorkNodeBase.h"
 
 namespace OrvWorkFlow::Nodes {
 
-class WorkerNode : public WorkNodeBase {
+class WorkerNode : public Sdk::WorkNodeBase {
  public:
   // Waits until Work has returned. True when it was stopped before its end.
   bool StopWork() override;
@@ -31,7 +31,7 @@ class WorkerNode : public WorkNodeBase {
     Stopped,  // StopWanted said so
   };
 
-  using WorkNodeBase::WorkNodeBase;
+  using Sdk::WorkNodeBase::WorkNodeBase;
 
   // The work, on the thread of its own. What it throws is shown to the user and ends it.
   virtual Outcome Work() = 0;

@@ -6,13 +6,13 @@
 #include <vector>
 
 #include "OrvWorkFlow/WorkFlowFactory.h"
-#include "runtime/ObjectProtocol.h"
+#include "OrvWorkFlow/sdk/ObjectProtocol.h"
 
 namespace OrvWorkFlow {
 namespace {
 
 // An object that counts its releases.
-class Thing final : public ObjectProtocol<Thing, IBaseWorkFlowObject> {
+class Thing final : public Sdk::ObjectProtocol<Thing, IBaseWorkFlowObject> {
  public:
   Thing() : ObjectProtocol("Thing", "IThing") {}
   void* QueryInterface(const char* interface_name) override {
@@ -28,7 +28,7 @@ class Thing final : public ObjectProtocol<Thing, IBaseWorkFlowObject> {
   bool throws_on_release = false;
 };
 
-class Store final : public ObjectProtocol<Store, IUtilityStore> {
+class Store final : public Sdk::ObjectProtocol<Store, IUtilityStore> {
  public:
   Store() : ObjectProtocol("UtilityStore", "IUtilityStore") {}
   IBaseWorkFlowObject* GetUtilityObject(const char* name) override {

@@ -4,12 +4,12 @@
 
 #include <string>
 
-#include "runtime/ObjectProtocol.h"
+#include "OrvWorkFlow/sdk/ObjectProtocol.h"
 
 namespace OrvWorkFlow {
 namespace {
 
-class Thing final : public ObjectProtocol<Thing, IBaseWorkFlowObject> {
+class Thing final : public Sdk::ObjectProtocol<Thing, IBaseWorkFlowObject> {
  public:
   Thing() : ObjectProtocol("Thing", "IThing") {}
   void* QueryInterface(const char* interface_name) override {
@@ -20,7 +20,7 @@ class Thing final : public ObjectProtocol<Thing, IBaseWorkFlowObject> {
   int releases = 0;
 };
 
-class Store final : public ObjectProtocol<Store, IUtilityStore> {
+class Store final : public Sdk::ObjectProtocol<Store, IUtilityStore> {
  public:
   Store() : ObjectProtocol("UtilityStore", "IUtilityStore") {}
   IBaseWorkFlowObject* GetUtilityObject(const char* /*name*/) override { return &thing; }

@@ -129,7 +129,7 @@ TEST(ObjectCreatorTest, AConstructorThatThrowsMakesNothing) {
   EXPECT_EQ(samples, 0);
 }
 
-class ThrowingLogger final : public ObjectProtocol<ThrowingLogger, ILogger> {
+class ThrowingLogger final : public Sdk::ObjectProtocol<ThrowingLogger, ILogger> {
  public:
   ThrowingLogger() : ObjectProtocol("Logger", "ILogger") {}
   void SetDefaultCategory(const char* /*category*/) override { throw 1; }

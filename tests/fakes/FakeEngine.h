@@ -10,11 +10,11 @@
 #include <vector>
 
 #include "OrvWorkFlow/IWorkFlowEngine.h"
-#include "runtime/ObjectProtocol.h"
+#include "OrvWorkFlow/sdk/ObjectProtocol.h"
 
 namespace orv_test {
 
-class FakeEngine final : public OrvWorkFlow::ObjectProtocol<FakeEngine, OrvWorkFlow::IWorkFlowEngine> {
+class FakeEngine final : public OrvWorkFlow::Sdk::ObjectProtocol<FakeEngine, OrvWorkFlow::IWorkFlowEngine> {
  public:
   FakeEngine() : ObjectProtocol("WorkFlowEngine", "IWorkFlowEngine") {}
 

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "OrvWorkFlow/ILogger.h"
-#include "runtime/ObjectProtocol.h"
+#include "OrvWorkFlow/sdk/ObjectProtocol.h"
 
 namespace orv_test {
 
@@ -21,7 +21,7 @@ struct LogLine {
 
 // Any thread. Lives on the stack of a test: Release does nothing, so that it may be given away as an object of the
 // caller's.
-class RecordingLogger final : public OrvWorkFlow::ObjectProtocol<RecordingLogger, OrvWorkFlow::ILogger> {
+class RecordingLogger final : public OrvWorkFlow::Sdk::ObjectProtocol<RecordingLogger, OrvWorkFlow::ILogger> {
  public:
   RecordingLogger() : ObjectProtocol("Logger", "ILogger") {}
 

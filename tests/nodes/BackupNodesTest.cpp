@@ -1,12 +1,12 @@
 // Each backup node alone: what it does with a job, and which signal it fires.
 #include <gtest/gtest.h>
 
+#include "OrvWorkFlow/sdk/MarshalledHolder.h"
 #include "nodes/ChecksumVerifier.h"
 #include "nodes/FailureCollector.h"
 #include "nodes/FileCopier.h"
 #include "nodes/FolderCollector.h"
 #include "nodes/ReportWriter.h"
-#include "runtime/MarshalledHolder.h"
 #include "tests/fakes/MessageBoxRecorder.h"
 #include "tests/nodes/NodeFixture.h"
 
@@ -220,7 +220,7 @@ TEST_F(BackupNodesTest, ReportsEveryFileAndCounts) {
 TEST_F(BackupNodesTest, TheOutcomeSaysWhetherAllWasDone) {
   BackupJob job = Job();
   const auto outcome = [&] {
-    return TextFrom([&](IOrvPString* t) { return dictionary_->GetValue("/Orvflow/Outcome", t); });
+    return Sdk::TextFrom([&](IOrvPString* t) { return dictionary_->GetValue("/Orvflow/Outcome", t); });
   };
   const auto end_with = [&](const char* state, const char* problem) {
     job.RemoveFiles();

@@ -6,10 +6,10 @@
 #include <fstream>
 #include <thread>
 
+#include "OrvWorkFlow/sdk/MarshalledHolder.h"
 #include "nodes/ChecksumVerifier.h"
 #include "nodes/FilePieces.h"
 #include "nodes/flow/LongCopier.h"
-#include "runtime/MarshalledHolder.h"
 #include "tests/fakes/MessageBoxRecorder.h"
 #include "tests/nodes/NodeFixture.h"
 
@@ -65,7 +65,7 @@ class FileSizesTest : public NodeFixture, public ::testing::WithParamInterface<s
     EXPECT_TRUE(copier->Signal(signal));
     const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(60);
     const auto is_busy = [&] {
-      return TextFrom([&](IOrvPString* text) { return copier->GetProperty("Busy", text); }) == "yes";
+      return Sdk::TextFrom([&](IOrvPString* text) { return copier->GetProperty("Busy", text); }) == "yes";
     };
     while (is_busy() && std::chrono::steady_clock::now() < limit)
       std::this_thread::sleep_for(std::chrono::milliseconds(1));
@@ -88,7 +88,7 @@ TEST_P(FileSizesTest, AreReadInPieces) {
   EXPECT_EQ(SizeOfFile(Files(), file), size);
   if (size == 0) return;
   const auto count = static_cast<std::uint32_t>(std::min<std::uint64_t>(size, 8));
-  const StreamHolder piece;
+  const Sdk::StreamHolder piece;
   ReadPiece(Files(), file, static_cast<std::uint32_t>(size) - count, count, piece);
   EXPECT_EQ(std::string(static_cast<const char*>(piece->GetData()), piece->GetSize()), EndOf(file, size));
   EXPECT_THROW(ReadPiece(Files(), file, static_cast<std::uint32_t>(size) - count, count + 1, piece), FileProblem);

@@ -4,13 +4,13 @@
 #include <chrono>
 #include <thread>
 
+#include "OrvWorkFlow/sdk/MarshalledHolder.h"
 #include "nodes/component/ComponentFinder.h"
 #include "nodes/flow/AbsorbWorkflow.h"
 #include "nodes/flow/LongCopier.h"
 #include "nodes/flow/Restarter.h"
 #include "nodes/flow/Timer.h"
 #include "runtime/HostApp.h"
-#include "runtime/MarshalledHolder.h"
 #include "tests/fakes/FakeEngine.h"
 #include "tests/fakes/MessageBoxRecorder.h"
 #include "tests/nodes/NodeFixture.h"
@@ -22,7 +22,7 @@ namespace {
 class FlowNodesTest : public NodeFixture {
  protected:
   static bool IsBusy(IWorkNode& node) {
-    return TextFrom([&](IOrvPString* text) { return node.GetProperty("Busy", text); }) == "yes";
+    return Sdk::TextFrom([&](IOrvPString* text) { return node.GetProperty("Busy", text); }) == "yes";
   }
   static void WaitUntilIdle(IWorkNode& node) {
     const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(30);
@@ -30,7 +30,7 @@ class FlowNodesTest : public NodeFixture {
     EXPECT_FALSE(IsBusy(node));
   }
   static std::string RebootSignal(IWorkNode& node) {
-    return TextFrom([&](IOrvPString* text) { return node.GetRebootSignal(text); });
+    return Sdk::TextFrom([&](IOrvPString* text) { return node.GetRebootSignal(text); });
   }
   std::int32_t NumberAt(const std::string& path) {
     std::int32_t value = -1;
@@ -157,7 +157,7 @@ TEST_F(FlowNodesTest, TheFinderNamesWhatNoLibraryHolds) {
   auto* const finder = static_cast<IComponentFinder*>(node->QueryInterface("IComponentFinder"));
   ASSERT_NE(finder, nullptr);
   EXPECT_NE(node->QueryInterface("IWorkNode"), nullptr);
-  const TextListHolder components;
+  const Sdk::TextListHolder components;
   EXPECT_TRUE(finder->FindNewComponents(file.c_str(), components.get()));
   EXPECT_EQ(components.Texts(), (Signals{"NewNode", "NewObject"}));
   EXPECT_FALSE(finder->FindNewComponents(directory_.file("nothing").c_str(), components.get()));

@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "OrvWorkFlow/WorkFlowFactory.h"
+#include "OrvWorkFlow/sdk/WorkNodeBase.h"
 #include "nodes/BackupJob.h"
-#include "nodes/WorkNodeBase.h"
 #include "tests/support/TempDirectory.h"
 
 namespace OrvWorkFlow::Nodes {

@@ -25,11 +25,13 @@ std::vector<std::string> CodeBlocks(const std::string& text) {
 TEST(PluginGuideTest, ItsCodeIsCodeThatIsBuilt) {
   const std::filesystem::path source = orv_test::SourceFolder();
   std::string built;
-  for (const auto& entry : std::filesystem::directory_iterator(source / "nodes")) {
-    if (entry.is_regular_file()) built += orv_test::ReadFile(entry.path());
+  for (const auto& folder : {source / "nodes", source / "tests" / "consumer" / "plugin"}) {
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+      if (entry.is_regular_file()) built += orv_test::ReadFile(entry.path());
+    }
   }
   const std::vector<std::string> blocks = CodeBlocks(orv_test::ReadFile(source / "docs" / "plugins.md"));
-  ASSERT_EQ(blocks.size(), 5u);
+  ASSERT_EQ(blocks.size(), 6u);
   for (const std::string& block : blocks) EXPECT_NE(built.find(block), std::string::npos) << block;
 }
 

@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "OrvWorkFlow/WorkFlowFactory.h"
-#include "runtime/MarshalledHolder.h"
+#include "OrvWorkFlow/sdk/MarshalledHolder.h"
 
 namespace OrvWorkFlow {
 namespace {
@@ -15,7 +15,7 @@ class PluginTest : public ::testing::Test {
   void TearDown() override { WorkFlowFactory::UnloadSharedLibraries(); }
 
   static std::vector<std::string> RegisteredNames() {
-    const TextListHolder names;
+    const Sdk::TextListHolder names;
     EXPECT_TRUE(WorkFlowFactory::GetObjectTypeNames(names.get()));
     return names.Texts();
   }
@@ -35,8 +35,8 @@ TEST_F(PluginTest, MakesNodesOfEachType) {
     EXPECT_TRUE(WorkFlowFactory::IsWorkNodePresent(type.c_str())) << type;
     IWorkNode* const node = WorkFlowFactory::CreateNewWorkNode(type.c_str(), "One");
     ASSERT_NE(node, nullptr) << type;
-    EXPECT_EQ(TextFrom([&](IOrvPString* text) { return node->GetTypeName(text); }), type);
-    EXPECT_EQ(TextFrom([&](IOrvPString* text) { return node->GetInstanceName(text); }), "One");
+    EXPECT_EQ(Sdk::TextFrom([&](IOrvPString* text) { return node->GetTypeName(text); }), type);
+    EXPECT_EQ(Sdk::TextFrom([&](IOrvPString* text) { return node->GetInstanceName(text); }), "One");
     node->Release();
   }
 }
@@ -46,8 +46,8 @@ TEST_F(PluginTest, ItsCreatorsCanBeClonedAndTellTheirVersion) {
     IFactoryObjectCreator* const creator = WorkFlowFactory::CloneCreator(type.c_str());
     ASSERT_NE(creator, nullptr) << type;
     EXPECT_TRUE(creator->CreatesWorkNodes());
-    EXPECT_EQ(TextFrom([&](IOrvPString* text) { return creator->GetObjectName(text); }), type);
-    EXPECT_EQ(TextFrom([&](IOrvPString* text) { return creator->GetVersion(text); }), "1.0");
+    EXPECT_EQ(Sdk::TextFrom([&](IOrvPString* text) { return creator->GetObjectName(text); }), type);
+    EXPECT_EQ(Sdk::TextFrom([&](IOrvPString* text) { return creator->GetVersion(text); }), "1.0");
     EXPECT_FALSE(creator->GetObjectName(nullptr));
     EXPECT_FALSE(creator->GetVersion(nullptr));
     creator->Destroy();

@@ -1,8 +1,8 @@
-#include "nodes/WorkNodeBase.h"
+#include "OrvWorkFlow/sdk/WorkNodeBase.h"
 
 #include <gtest/gtest.h>
 
-#include "runtime/MarshalledHolder.h"
+#include "OrvWorkFlow/sdk/MarshalledHolder.h"
 #include "tests/fakes/MessageBoxRecorder.h"
 #include "tests/nodes/NodeFixture.h"
 
@@ -20,14 +20,14 @@ constexpr NodeDescription kDescription = {
     .sentence = "Shows what a node inherits", .inputs = kInputs, .outputs = kOutputs, .parameters = kParameters};
 
 // Makes what a node inherits visible.
-class ProbeNode final : public WorkNodeBase {
+class ProbeNode final : public Sdk::WorkNodeBase {
  public:
-  ProbeNode() : WorkNodeBase("Probe", kDescription) {}
-  using WorkNodeBase::BooleanParameter;
-  using WorkNodeBase::FireOutput;
-  using WorkNodeBase::NumberParameter;
-  using WorkNodeBase::TellUser;
-  using WorkNodeBase::TextParameter;
+  ProbeNode() : Sdk::WorkNodeBase("Probe", kDescription) {}
+  using Sdk::WorkNodeBase::BooleanParameter;
+  using Sdk::WorkNodeBase::FireOutput;
+  using Sdk::WorkNodeBase::NumberParameter;
+  using Sdk::WorkNodeBase::TellUser;
+  using Sdk::WorkNodeBase::TextParameter;
 
   std::vector<std::string> signals;
 
@@ -61,8 +61,8 @@ class WorkNodeBaseTest : public NodeFixture {
 };
 
 TEST_F(WorkNodeBaseTest, AnswersItsNamesAndItsInterface) {
-  EXPECT_EQ(TextFrom([&](IOrvPString* text) { return node_->GetTypeName(text); }), "Probe");
-  EXPECT_EQ(TextFrom([&](IOrvPString* text) { return node_->GetInstanceName(text); }), "First");
+  EXPECT_EQ(Sdk::TextFrom([&](IOrvPString* text) { return node_->GetTypeName(text); }), "Probe");
+  EXPECT_EQ(Sdk::TextFrom([&](IOrvPString* text) { return node_->GetInstanceName(text); }), "First");
   EXPECT_EQ(node_->QueryInterface("IWorkNode"), node_.get());
   EXPECT_EQ(node_->QueryInterface("IWorkNodes"), nullptr);
   EXPECT_EQ(node_->QueryInterface(nullptr), nullptr);
@@ -158,7 +158,7 @@ TEST_F(WorkNodeBaseTest, FiresThroughItsHandlerAndNowhereWithoutOne) {
 TEST_F(WorkNodeBaseTest, HasNothingToStopAndNothingToSave) {
   EXPECT_FALSE(node_->StopWork());
   EXPECT_TRUE(node_->SaveState(nullptr));
-  const TextHolder text;
+  const Sdk::TextHolder text;
   EXPECT_FALSE(node_->GetRebootSignal(text.get()));
   EXPECT_FALSE(node_->GetProperty("Busy", text.get()));
 }

@@ -7,12 +7,12 @@
 
 #include "OrvWorkFlow/IFactoryObjectCreator.h"
 #include "OrvWorkFlow/IWorkNode.h"
-#include "runtime/ObjectProtocol.h"
+#include "OrvWorkFlow/sdk/ObjectProtocol.h"
 
 namespace orv_test {
 
 template <class Node>
-class TestNode : public OrvWorkFlow::ObjectProtocol<Node, OrvWorkFlow::IWorkNode> {
+class TestNode : public OrvWorkFlow::Sdk::ObjectProtocol<Node, OrvWorkFlow::IWorkNode> {
  public:
   bool GetInstanceName(OrvWorkFlow::IOrvPString* name) override {
     return this->AssignText(name, instance_name_.c_str());
@@ -28,7 +28,7 @@ class TestNode : public OrvWorkFlow::ObjectProtocol<Node, OrvWorkFlow::IWorkNode
 
  protected:
   explicit TestNode(const char* type_name)
-      : OrvWorkFlow::ObjectProtocol<Node, OrvWorkFlow::IWorkNode>(type_name, "IWorkNode") {}
+      : OrvWorkFlow::Sdk::ObjectProtocol<Node, OrvWorkFlow::IWorkNode>(type_name, "IWorkNode") {}
   ~TestNode() = default;
 
   const std::string& instance() const { return instance_name_; }

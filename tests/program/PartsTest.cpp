@@ -1,12 +1,12 @@
 // The program's parts that need no process of their own.
 #include <gtest/gtest.h>
 
+#include "OrvWorkFlow/sdk/MarshalledHolder.h"
 #include "orvflow/BoxPrinter.h"
 #include "orvflow/Setting.h"
 #include "orvflow/Suggestion.h"
 #include "orvflow/Terminal.h"
 #include "orvflow/WorkflowHost.h"
-#include "runtime/MarshalledHolder.h"
 #include "tests/program/ProgramFixture.h"
 
 namespace OrvWorkFlow::Program {
@@ -49,7 +49,7 @@ TEST(SettingTextTest, RefusesWhatIsNoSetting) {
 class HostTest : public orv_test::ProgramFixture {
  protected:
   std::string TextAt(IDictionary& dictionary, const char* path) {
-    return TextFrom([&](IOrvPString* text) { return dictionary.GetValue(path, text); });
+    return Sdk::TextFrom([&](IOrvPString* text) { return dictionary.GetValue(path, text); });
   }
 };
 
@@ -81,7 +81,7 @@ TEST_F(HostTest, SettingsThatDoNotFitAreRefusedAndChangeNothing) {
   IDictionary& dictionary = host.dictionary();
   dictionary.SetValue("/Number", std::int32_t{1});
   dictionary.SetValue("/Flag", true);
-  const TextListHolder list;
+  const Sdk::TextListHolder list;
   dictionary.SetValue("/List", list.get());
   for (const Setting& setting : std::vector<Setting>{{"/Number", "1.5"},
                                                      {"/Number", "4294967296"},

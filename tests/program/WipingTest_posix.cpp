@@ -11,9 +11,9 @@
 #include <new>
 #include <string>
 
+#include "OrvWorkFlow/sdk/MarshalledHolder.h"
 #include "orvflow/Verb.h"
 #include "orvflow/WorkflowHost.h"
-#include "runtime/MarshalledHolder.h"
 #include "tests/support/TempDirectory.h"
 
 namespace {
@@ -107,7 +107,7 @@ class WipingTest : public ::testing::Test {
 TEST_F(WipingTest, TheLookFindsWhatStays) {
   EXPECT_EQ(BlocksWithSecret([] { const std::string text(kSecret); }), 1);
   EXPECT_GT(BlocksWithSecret([] {
-              const TextHolder text;
+              const Sdk::TextHolder text;
               text->Assign(kSecret, sizeof kSecret - 1);
             }),
             0)
@@ -115,7 +115,7 @@ TEST_F(WipingTest, TheLookFindsWhatStays) {
   const std::unique_ptr<WorkflowHost> host = MakeHost();
   EXPECT_GT(BlocksWithSecret([&] {
               const WorkflowHost::OwnedDictionary dictionary = host->MakeDictionary();
-              const TextHolder text;
+              const Sdk::TextHolder text;
               dictionary->SetValue("/a", kSecret);
               dictionary->SaveToText(text.get());
             }),

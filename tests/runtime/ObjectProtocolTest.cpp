@@ -1,4 +1,4 @@
-#include "runtime/ObjectProtocol.h"
+#include "OrvWorkFlow/sdk/ObjectProtocol.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 #include <stdexcept>
 
 #include "OrvWorkFlow/IUtilityStore.h"
-#include "runtime/SharedObject.h"
+#include "OrvWorkFlow/sdk/SharedObject.h"
 #include "tests/support/Marshalled.h"
 
 namespace {
@@ -22,7 +22,7 @@ class IThing : public IBaseWorkFlowObject {
   ~IThing() = default;
 };
 
-class Thing final : public ObjectProtocol<Thing, IThing> {
+class Thing final : public Sdk::ObjectProtocol<Thing, IThing> {
  public:
   Thing() : ObjectProtocol("Thing", "IThing") {}
   int GetNumber() override { return 7; }
@@ -104,7 +104,7 @@ TEST_F(ObjectProtocolTest, HasNoStateAndNoNeeds) {
   EXPECT_FALSE(thing_->GetNeededLocalUtilityObjects(nullptr));
 }
 
-class SharedThing final : public SharedObject<SharedThing, IThing> {
+class SharedThing final : public Sdk::SharedObject<SharedThing, IThing> {
  public:
   explicit SharedThing(bool* gone) : SharedObject("SharedThing", "IThing"), gone_(gone) {}
   ~SharedThing() { *gone_ = true; }
@@ -117,7 +117,7 @@ class SharedThing final : public SharedObject<SharedThing, IThing> {
 TEST(SharedObject, LivesUntilItsLastOwnerReleasesIt) {
   bool gone = false;
   auto* const thing = new SharedThing(&gone);
-  IFactoryObjectCreator* const creator = SharedObjectCreator<SharedThing>::New(thing);
+  IFactoryObjectCreator* const creator = Sdk::SharedObjectCreator<SharedThing>::New(thing);
   ASSERT_NE(creator, nullptr);
   const PString name;
   EXPECT_TRUE(creator->GetObjectName(name.out()));
@@ -134,7 +134,7 @@ TEST(SharedObject, LivesUntilItsLastOwnerReleasesIt) {
   EXPECT_FALSE(gone) << "the clone holds it";
   clone->Destroy();
   EXPECT_TRUE(gone);
-  EXPECT_EQ(SharedObjectCreator<SharedThing>::New(nullptr), nullptr);
+  EXPECT_EQ(Sdk::SharedObjectCreator<SharedThing>::New(nullptr), nullptr);
 }
 
 }  // namespace

@@ -13,7 +13,7 @@ namespace orv_test {
 
 using Journal = std::vector<std::string>;
 
-class JournalObject final : public OrvWorkFlow::ObjectProtocol<JournalObject, OrvWorkFlow::IBaseWorkFlowObject> {
+class JournalObject final : public OrvWorkFlow::Sdk::ObjectProtocol<JournalObject, OrvWorkFlow::IBaseWorkFlowObject> {
  public:
   JournalObject(std::string name, Journal* journal)
       : ObjectProtocol("JournalObject", "IJournalObject"), name_(std::move(name)), journal_(journal) {}

@@ -274,7 +274,7 @@ TEST_F(WorkFlowFactoryTest, AGlobalObjectIsOneForManyThreads) {
     bool GetObjectName(IOrvPString* name) override { return name->Assign("One", 3); }
     bool GetVersion(IOrvPString* /*version*/) override { return false; }
     IBaseWorkFlowObject* Create() override {
-      struct Quiet final : ObjectProtocol<Quiet, IBaseWorkFlowObject> {
+      struct Quiet final : Sdk::ObjectProtocol<Quiet, IBaseWorkFlowObject> {
         Quiet() : ObjectProtocol("One", "IOne") {}
       };
       return new Quiet;

@@ -5,14 +5,14 @@
 #include <string>
 #include <vector>
 
-#include "runtime/ObjectProtocol.h"
+#include "OrvWorkFlow/sdk/ObjectProtocol.h"
 #include "tests/fakes/RefusingFileSystem.h"
 
 namespace orv_test {
 
 // Release does nothing.
 class FakeFileSystem final
-    : public RefusingFileSystem<OrvWorkFlow::ObjectProtocol<FakeFileSystem, OrvWorkFlow::IFileSystemA>> {
+    : public RefusingFileSystem<OrvWorkFlow::Sdk::ObjectProtocol<FakeFileSystem, OrvWorkFlow::IFileSystemA>> {
  public:
   FakeFileSystem() : RefusingFileSystem("FileSystem", "IFileSystemA") {}
 

@@ -146,7 +146,7 @@ TEST_F(LoadingTest, TheLoggerMayComeFromTheStore) {
 }
 
 TEST_F(LoadingTest, AnExceptionOfTheLoggerOrOfADefaultCategoryChangesNothing) {
-  class ThrowingLogger final : public OrvWorkFlow::ObjectProtocol<ThrowingLogger, OrvWorkFlow::ILogger> {
+  class ThrowingLogger final : public OrvWorkFlow::Sdk::ObjectProtocol<ThrowingLogger, OrvWorkFlow::ILogger> {
    public:
     ThrowingLogger() : ObjectProtocol("Logger", "ILogger") {}
     void SetDefaultCategory(const char*) override { throw ScriptedFailure(); }

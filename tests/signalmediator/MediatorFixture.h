@@ -14,8 +14,8 @@
 #include "CoreObjects/Marshalled.h"
 #include "OrvWorkFlow/IHostApp.h"
 #include "OrvWorkFlow/WorkFlowFactory.h"
+#include "OrvWorkFlow/sdk/ObjectProtocol.h"
 #include "dictionary/DictionaryObject.h"
-#include "runtime/ObjectProtocol.h"
 #include "signalmediator/SignalMediatorObject.h"
 #include "tests/fakes/FakeClock.h"
 #include "tests/fakes/FakeEngine.h"
@@ -29,7 +29,7 @@ namespace orv_test {
 using OrvWorkFlow::IBaseWorkFlowObject;
 
 // Queues deliveries until a test performs them. Release does nothing.
-class ManualHost final : public OrvWorkFlow::ObjectProtocol<ManualHost, OrvWorkFlow::IHostApp> {
+class ManualHost final : public OrvWorkFlow::Sdk::ObjectProtocol<ManualHost, OrvWorkFlow::IHostApp> {
  public:
   ManualHost() : ObjectProtocol("HostApp", "IHostApp") {}
 

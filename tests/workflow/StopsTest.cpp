@@ -10,7 +10,7 @@
 
 #include "OrvWorkFlow/OrvBase.h"
 #include "OrvWorkFlow/WorkFlowFactory.h"
-#include "runtime/ObjectProtocol.h"
+#include "OrvWorkFlow/sdk/ObjectProtocol.h"
 #include "tests/support/TimeLimit.h"
 #include "tests/workflow/Actor.h"
 #include "tests/workflow/Workbench.h"
@@ -124,7 +124,7 @@ INSTANTIATE_TEST_SUITE_P(Hosts, StopsTest, ::testing::Values(Host::kNone, Host::
 });
 
 // Refuses, throws, or passes the delivery on, in turns.
-class MoodyHost final : public OrvWorkFlow::ObjectProtocol<MoodyHost, OrvWorkFlow::IHostApp> {
+class MoodyHost final : public OrvWorkFlow::Sdk::ObjectProtocol<MoodyHost, OrvWorkFlow::IHostApp> {
  public:
   explicit MoodyHost(OrvWorkFlow::HostApp& inner) : ObjectProtocol("HostApp", "IHostApp"), inner_(inner) {}
   bool RunOnGuiThread(OrvWorkFlow::IHostAppGuiThreadCallback* callback,

@@ -173,7 +173,7 @@ TEST_F(AbsorbTest, NeedsAMediatorAndTwoDictionaries) {
 }
 
 // A store that knows one object.
-class OneObjectStore final : public ObjectProtocol<OneObjectStore, IUtilityStore> {
+class OneObjectStore final : public Sdk::ObjectProtocol<OneObjectStore, IUtilityStore> {
  public:
   OneObjectStore(std::string name, IBaseWorkFlowObject* object)
       : ObjectProtocol("UtilityStore", "IUtilityStore"), name_(std::move(name)), object_(object) {}

@@ -11,7 +11,7 @@ using ::testing::IsEmpty;
 class EngineObjectTest : public EngineTest {};
 
 // A store that holds creators of nothing: what counts is which names it is asked for.
-class EmptyStore final : public ObjectProtocol<EmptyStore, IUtilityStore> {
+class EmptyStore final : public Sdk::ObjectProtocol<EmptyStore, IUtilityStore> {
  public:
   EmptyStore() : ObjectProtocol("UtilityStore", "IUtilityStore") {}
   IBaseWorkFlowObject* GetUtilityObject(const char* name) override {

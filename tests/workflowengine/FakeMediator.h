@@ -10,12 +10,12 @@
 #include <vector>
 
 #include "OrvWorkFlow/ISignalMediator.h"
-#include "runtime/ObjectProtocol.h"
+#include "OrvWorkFlow/sdk/ObjectProtocol.h"
 
 namespace orv_test {
 
 // Any thread, hooks apart: set them before the engine runs. Lives on the stack of a test.
-class FakeMediator final : public OrvWorkFlow::ObjectProtocol<FakeMediator, OrvWorkFlow::ISignalMediator> {
+class FakeMediator final : public OrvWorkFlow::Sdk::ObjectProtocol<FakeMediator, OrvWorkFlow::ISignalMediator> {
  public:
   FakeMediator() : ObjectProtocol("SignalMediator", "ISignalMediator") {}
 

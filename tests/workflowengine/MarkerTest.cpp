@@ -14,7 +14,7 @@ using ::testing::IsEmpty;
 class MarkerTest : public EngineStateTest {};
 
 // A host application that remembers what it was to load.
-class LoadingHost final : public ObjectProtocol<LoadingHost, IHostApp> {
+class LoadingHost final : public Sdk::ObjectProtocol<LoadingHost, IHostApp> {
  public:
   LoadingHost() : ObjectProtocol("HostApp", "IHostApp") {}
   bool RunOnGuiThread(IHostAppGuiThreadCallback*, InputSignalMessage*) override { return false; }
@@ -161,7 +161,7 @@ TEST_F(MarkerTest, AnExceptionDuringTheSaveIsShown) {
 }
 
 // A file system whose RemoveFile throws once.
-class ThrowingFileSystem final : public RefusingFileSystem<ObjectProtocol<ThrowingFileSystem, IFileSystemA>> {
+class ThrowingFileSystem final : public RefusingFileSystem<Sdk::ObjectProtocol<ThrowingFileSystem, IFileSystemA>> {
  public:
   explicit ThrowingFileSystem(IFileSystemA* inner) : RefusingFileSystem("FileSystem", "IFileSystemA"), inner_(inner) {}
   bool RemoveFile(const char* path) override {

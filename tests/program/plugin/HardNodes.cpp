@@ -9,9 +9,9 @@
 #include <thread>
 
 #include "OrvWorkFlow/WorkFlowFactory.h"
-#include "nodes/NodeCreator.h"
-#include "nodes/WorkNodeBase.h"
-#include "runtime/MarshalledHolder.h"
+#include "OrvWorkFlow/sdk/MarshalledHolder.h"
+#include "OrvWorkFlow/sdk/NodeCreator.h"
+#include "OrvWorkFlow/sdk/WorkNodeBase.h"
 
 namespace OrvWorkFlow::Nodes {
 namespace {
@@ -24,10 +24,10 @@ std::int32_t ReadNumber(IDictionary& dictionary, const char* path) {
 
 // "go": takes "/Counting/Milliseconds", then counts one further in "/Counting/Pauses" and writes "P<count>" to the file
 // "/Counting/Log", if there is one.
-class PausingNode final : public WorkNodeBase {
+class PausingNode final : public Sdk::WorkNodeBase {
  public:
   static constexpr char kTypeName[] = "PausingNode";
-  PausingNode() : WorkNodeBase(kTypeName) {}
+  PausingNode() : Sdk::WorkNodeBase(kTypeName) {}
 
  private:
   bool OnSignal(std::string_view /*signal*/) override {
@@ -35,7 +35,8 @@ class PausingNode final : public WorkNodeBase {
     std::this_thread::sleep_for(std::chrono::milliseconds(ReadNumber(dictionary, "/Counting/Milliseconds")));
     const std::int32_t count = ReadNumber(dictionary, "/Counting/Pauses") + 1;
     dictionary.SetValue("/Counting/Pauses", count);
-    const std::string file = TextFrom([&](IOrvPString* text) { return dictionary.GetValue("/Counting/Log", text); });
+    const std::string file =
+        Sdk::TextFrom([&](IOrvPString* text) { return dictionary.GetValue("/Counting/Log", text); });
     if (file.empty()) return true;
     std::FILE* const stream = std::fopen(file.c_str(), "ab");
     if (stream == nullptr) throw std::runtime_error("cannot write " + file);
@@ -46,10 +47,10 @@ class PausingNode final : public WorkNodeBase {
 };
 
 // "heal" fails until "/Counting/Limit" is no longer 0; then it fires "healed".
-class HealingNode final : public WorkNodeBase {
+class HealingNode final : public Sdk::WorkNodeBase {
  public:
   static constexpr char kTypeName[] = "HealingNode";
-  HealingNode() : WorkNodeBase(kTypeName) {}
+  HealingNode() : Sdk::WorkNodeBase(kTypeName) {}
 
  private:
   bool OnSignal(std::string_view /*signal*/) override {
@@ -60,18 +61,18 @@ class HealingNode final : public WorkNodeBase {
 };
 
 // "die" ends the process.
-class DyingNode final : public WorkNodeBase {
+class DyingNode final : public Sdk::WorkNodeBase {
  public:
   static constexpr char kTypeName[] = "DyingNode";
-  DyingNode() : WorkNodeBase(kTypeName) {}
+  DyingNode() : Sdk::WorkNodeBase(kTypeName) {}
 
  private:
   bool OnSignal(std::string_view /*signal*/) override { std::_Exit(99); }
 };
 
-WorkFlowFactory pausing_node(new (std::nothrow) NodeCreator<PausingNode>);
-WorkFlowFactory healing_node(new (std::nothrow) NodeCreator<HealingNode>);
-WorkFlowFactory dying_node(new (std::nothrow) NodeCreator<DyingNode>);
+WorkFlowFactory pausing_node(new (std::nothrow) Sdk::NodeCreator<PausingNode>);
+WorkFlowFactory healing_node(new (std::nothrow) Sdk::NodeCreator<HealingNode>);
+WorkFlowFactory dying_node(new (std::nothrow) Sdk::NodeCreator<DyingNode>);
 
 }  // namespace
 }  // namespace OrvWorkFlow::Nodes

@@ -7,8 +7,8 @@
 #include <dlfcn.h>
 
 #include "OrvWorkFlow/WorkFlowFactory.h"
-#include "nodes/NodeCreator.h"
-#include "nodes/WorkNodeBase.h"
+#include "OrvWorkFlow/sdk/NodeCreator.h"
+#include "OrvWorkFlow/sdk/WorkNodeBase.h"
 
 namespace OrvWorkFlow::Nodes {
 namespace {
@@ -33,10 +33,10 @@ class TakenMemory {
 // the first signal of all asks for has been asked for by "first" then.
 // "mapped": fires "out" until the queue has no more room, and then once more so. "all": fires "out" without any memory.
 // All have memory when "/Counting/Limit" is not 0.
-class LosingNode final : public WorkNodeBase {
+class LosingNode final : public Sdk::WorkNodeBase {
  public:
   static constexpr char kTypeName[] = "LosingNode";
-  LosingNode() : WorkNodeBase(kTypeName) {}
+  LosingNode() : Sdk::WorkNodeBase(kTypeName) {}
 
  private:
   static constexpr int kRoom = 10;
@@ -52,7 +52,7 @@ class LosingNode final : public WorkNodeBase {
   }
 };
 
-WorkFlowFactory losing_node(new (std::nothrow) NodeCreator<LosingNode>);
+WorkFlowFactory losing_node(new (std::nothrow) Sdk::NodeCreator<LosingNode>);
 
 }  // namespace
 }  // namespace OrvWorkFlow::Nodes

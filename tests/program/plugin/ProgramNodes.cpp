@@ -9,9 +9,9 @@
 
 #include "OrvWorkFlow/Plugin.h"
 #include "OrvWorkFlow/WorkFlowFactory.h"
-#include "nodes/NodeCreator.h"
-#include "nodes/WorkNodeBase.h"
-#include "runtime/MarshalledHolder.h"
+#include "OrvWorkFlow/sdk/MarshalledHolder.h"
+#include "OrvWorkFlow/sdk/NodeCreator.h"
+#include "OrvWorkFlow/sdk/WorkNodeBase.h"
 
 ORV_WORKFLOW_PLUGIN();
 
@@ -19,10 +19,10 @@ namespace OrvWorkFlow::Nodes {
 namespace {
 
 // Fires "out" for every signal.
-class EchoNode final : public WorkNodeBase {
+class EchoNode final : public Sdk::WorkNodeBase {
  public:
   static constexpr char kTypeName[] = "EchoNode";
-  EchoNode() : WorkNodeBase(kTypeName) {}
+  EchoNode() : Sdk::WorkNodeBase(kTypeName) {}
 
  private:
   bool OnSignal(std::string_view /*signal*/) override {
@@ -32,10 +32,10 @@ class EchoNode final : public WorkNodeBase {
 };
 
 // Does not return for a minute.
-class SleepingNode final : public WorkNodeBase {
+class SleepingNode final : public Sdk::WorkNodeBase {
  public:
   static constexpr char kTypeName[] = "SleepingNode";
-  SleepingNode() : WorkNodeBase(kTypeName) {}
+  SleepingNode() : Sdk::WorkNodeBase(kTypeName) {}
 
  private:
   bool OnSignal(std::string_view /*signal*/) override {
@@ -45,10 +45,10 @@ class SleepingNode final : public WorkNodeBase {
 };
 
 // "refuse" is answered with false, "throw" with an exception, "tell" with the output signal "failed".
-class FailingNode final : public WorkNodeBase {
+class FailingNode final : public Sdk::WorkNodeBase {
  public:
   static constexpr char kTypeName[] = "FailingNode";
-  FailingNode() : WorkNodeBase(kTypeName) {}
+  FailingNode() : Sdk::WorkNodeBase(kTypeName) {}
 
  private:
   bool OnSignal(std::string_view signal) override {
@@ -59,10 +59,10 @@ class FailingNode final : public WorkNodeBase {
 };
 
 // Works for a while outside of its signal, then fires "done".
-class BusyNode final : public WorkNodeBase {
+class BusyNode final : public Sdk::WorkNodeBase {
  public:
   static constexpr char kTypeName[] = "BusyNode";
-  BusyNode() : WorkNodeBase(kTypeName) {}
+  BusyNode() : Sdk::WorkNodeBase(kTypeName) {}
 
   bool GetProperty(const char* property_name, IOrvPString* value) override {
     if (property_name == nullptr || std::string_view(property_name) != "Busy") return false;
@@ -101,7 +101,7 @@ void SetCounting(IDictionary& dictionary, const std::string& name, std::int32_t 
 
 // Writes a line to the file "/Counting/Log", if there is one, with one write.
 void WriteCounting(IDictionary& dictionary, char letter, std::int32_t number) {
-  const TextHolder text;
+  const Sdk::TextHolder text;
   if (!dictionary.GetValue("/Counting/Log", text.get())) {
     if (dictionary.Exists("/Counting/Log")) throw std::bad_alloc();
     return;
@@ -116,10 +116,10 @@ void WriteCounting(IDictionary& dictionary, char letter, std::int32_t number) {
 }
 
 // "go": counts one further, writes "A<count>", fires "told" and, until the limit, "out".
-class CountingNode final : public WorkNodeBase {
+class CountingNode final : public Sdk::WorkNodeBase {
  public:
   static constexpr char kTypeName[] = "CountingNode";
-  CountingNode() : WorkNodeBase(kTypeName) {}
+  CountingNode() : Sdk::WorkNodeBase(kTypeName) {}
 
  private:
   bool OnSignal(std::string_view /*signal*/) override {
@@ -136,10 +136,10 @@ class CountingNode final : public WorkNodeBase {
 };
 
 // "mark": counts one further and writes "B<count>".
-class MarkingNode final : public WorkNodeBase {
+class MarkingNode final : public Sdk::WorkNodeBase {
  public:
   static constexpr char kTypeName[] = "MarkingNode";
-  MarkingNode() : WorkNodeBase(kTypeName) {}
+  MarkingNode() : Sdk::WorkNodeBase(kTypeName) {}
 
  private:
   bool OnSignal(std::string_view /*signal*/) override {
@@ -152,10 +152,10 @@ class MarkingNode final : public WorkNodeBase {
 };
 
 // Maps its output "out" to what its signal is called, and fires it.
-class RewiringNode final : public WorkNodeBase {
+class RewiringNode final : public Sdk::WorkNodeBase {
  public:
   static constexpr char kTypeName[] = "RewiringNode";
-  RewiringNode() : WorkNodeBase(kTypeName) {}
+  RewiringNode() : Sdk::WorkNodeBase(kTypeName) {}
 
  private:
   bool OnSignal(std::string_view signal) override {
@@ -166,13 +166,13 @@ class RewiringNode final : public WorkNodeBase {
   }
 };
 
-WorkFlowFactory echo_node(new (std::nothrow) NodeCreator<EchoNode>);
-WorkFlowFactory sleeping_node(new (std::nothrow) NodeCreator<SleepingNode>);
-WorkFlowFactory failing_node(new (std::nothrow) NodeCreator<FailingNode>);
-WorkFlowFactory busy_node(new (std::nothrow) NodeCreator<BusyNode>);
-WorkFlowFactory counting_node(new (std::nothrow) NodeCreator<CountingNode>);
-WorkFlowFactory marking_node(new (std::nothrow) NodeCreator<MarkingNode>);
-WorkFlowFactory rewiring_node(new (std::nothrow) NodeCreator<RewiringNode>);
+WorkFlowFactory echo_node(new (std::nothrow) Sdk::NodeCreator<EchoNode>);
+WorkFlowFactory sleeping_node(new (std::nothrow) Sdk::NodeCreator<SleepingNode>);
+WorkFlowFactory failing_node(new (std::nothrow) Sdk::NodeCreator<FailingNode>);
+WorkFlowFactory busy_node(new (std::nothrow) Sdk::NodeCreator<BusyNode>);
+WorkFlowFactory counting_node(new (std::nothrow) Sdk::NodeCreator<CountingNode>);
+WorkFlowFactory marking_node(new (std::nothrow) Sdk::NodeCreator<MarkingNode>);
+WorkFlowFactory rewiring_node(new (std::nothrow) Sdk::NodeCreator<RewiringNode>);
 
 }  // namespace
 }  // namespace OrvWorkFlow::Nodes

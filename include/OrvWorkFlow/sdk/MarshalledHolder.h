@@ -11,7 +11,7 @@
 
 #include "OrvWorkFlow/Marshaller.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Sdk {
 
 // Owns one fresh marshalled object; `Type` is its class, the constructor's argument that class's name.
 template <class Type>
@@ -60,4 +60,4 @@ std::string TextFrom(Operation&& operation, std::string_view fallback = {}) {
   return operation(holder.get()) ? holder.Text() : std::string(fallback);
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Sdk

@@ -5,9 +5,9 @@
 #include <new>
 
 #include "OrvWorkFlow/IFactoryObjectCreator.h"
-#include "runtime/ObjectProtocol.h"
+#include "OrvWorkFlow/sdk/ObjectProtocol.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Sdk {
 
 // Born with one reference, its maker's; Release gives one back, the last destroys the object. Any thread.
 template <class Object, class Interface>
@@ -62,4 +62,4 @@ class SharedObjectCreator final : public IFactoryObjectCreator {
   Object* object_;
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Sdk

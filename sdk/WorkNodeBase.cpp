@@ -1,4 +1,4 @@
-#include "nodes/WorkNodeBase.h"
+#include "OrvWorkFlow/sdk/WorkNodeBase.h"
 
 #include <algorithm>
 #include <stdexcept>
@@ -6,10 +6,10 @@
 #include "OrvWorkFlow/MessageBoxes.h"
 #include "OrvWorkFlow/WorkFlowFactory.h"
 #include "OrvWorkFlow/WorkflowSchema.h"
-#include "nodes/GlobalObject.h"
-#include "runtime/MarshalledHolder.h"
+#include "OrvWorkFlow/sdk/GlobalObject.h"
+#include "OrvWorkFlow/sdk/MarshalledHolder.h"
 
-namespace OrvWorkFlow::Nodes {
+namespace OrvWorkFlow::Sdk {
 
 namespace {
 
@@ -144,4 +144,4 @@ void WorkNodeBase::TellUser(const std::string& problem) const {
   ShowMessageBox(problem.c_str(), caption.c_str());
 }
 
-}  // namespace OrvWorkFlow::Nodes
+}  // namespace OrvWorkFlow::Sdk

@@ -3,7 +3,7 @@
 
 #include "OrvWorkFlow/WorkFlowFactory.h"
 
-namespace OrvWorkFlow::Nodes {
+namespace OrvWorkFlow::Sdk {
 
 // The global object of that name, seen through an interface; null when the host has none.
 template <class Interface>
@@ -12,4 +12,4 @@ Interface* FindGlobal(const char* object_name, const char* interface_name) {
   return object == nullptr ? nullptr : static_cast<Interface*>(object->QueryInterface(interface_name));
 }
 
-}  // namespace OrvWorkFlow::Nodes
+}  // namespace OrvWorkFlow::Sdk

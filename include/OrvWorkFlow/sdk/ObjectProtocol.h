@@ -15,7 +15,7 @@
 
 #include "OrvWorkFlow/IBaseWorkFlowObject.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Sdk {
 
 // The content directories, write directory, key, store and last error are kept without a lock: one thread at a time, or
 // the deriving class overrides them.
@@ -120,4 +120,4 @@ class ObjectProtocol : public Interface {
   IUtilityStore* utility_store_ = nullptr;
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Sdk

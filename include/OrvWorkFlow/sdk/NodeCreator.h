@@ -6,7 +6,7 @@
 
 #include "OrvWorkFlow/IFactoryObjectCreator.h"
 
-namespace OrvWorkFlow::Nodes {
+namespace OrvWorkFlow::Sdk {
 
 // `Node` has `static constexpr char kTypeName[]`, the name under which workflows mention it.
 template <class Node>
@@ -25,4 +25,4 @@ class NodeCreator final : public IFactoryObjectCreator {
   void Destroy() override { delete this; }
 };
 
-}  // namespace OrvWorkFlow::Nodes
+}  // namespace OrvWorkFlow::Sdk

@@ -4,9 +4,9 @@
 #include <string>
 
 #include "OrvWorkFlow/IFileSystem.h"
-#include "runtime/MarshalledHolder.h"
+#include "OrvWorkFlow/sdk/MarshalledHolder.h"
 
-namespace OrvWorkFlow::Nodes {
+namespace OrvWorkFlow::Sdk {
 
 // "TEXT: permission denied": with the reason of the calling thread's last failure, or the text alone when none is
 // known. To be called before any other operation of the file system.
@@ -16,4 +16,4 @@ inline std::string WithReason(IFileSystemA& file_system, const std::string& text
   return reason.empty() ? text : text + ": " + reason;
 }
 
-}  // namespace OrvWorkFlow::Nodes
+}  // namespace OrvWorkFlow::Sdk

@@ -16,9 +16,9 @@
 
 #include "OrvWorkFlow/IDictionary.h"
 #include "OrvWorkFlow/INodeDescription.h"
-#include "runtime/MarshalledHolder.h"
+#include "OrvWorkFlow/sdk/MarshalledHolder.h"
 
-namespace OrvWorkFlow::Parameters {
+namespace OrvWorkFlow::Sdk::Parameters {
 
 // What stands at an entry.
 struct Entry {
@@ -160,4 +160,4 @@ inline std::string WhatItIs(const Entry& entry) {
   return "\"" + text.substr(0, kMostShown) + (text.size() > kMostShown ? "..." : "") + "\"";
 }
 
-}  // namespace OrvWorkFlow::Parameters
+}  // namespace OrvWorkFlow::Sdk::Parameters

@@ -11,10 +11,10 @@
 #include "OrvWorkFlow/IFileSystem.h"
 #include "OrvWorkFlow/INodeDescription.h"
 #include "OrvWorkFlow/IWorkNode.h"
-#include "runtime/ObjectProtocol.h"
-#include "runtime/ParameterValue.h"
+#include "OrvWorkFlow/sdk/ObjectProtocol.h"
+#include "OrvWorkFlow/sdk/ParameterValue.h"
 
-namespace OrvWorkFlow::Nodes {
+namespace OrvWorkFlow::Sdk {
 
 // Deliveries come one at a time, so nothing here is locked. What OnSignal throws reaches the mediator, which shows it.
 //
@@ -99,4 +99,4 @@ class WorkNodeBase : public ObjectProtocol<WorkNodeBase, IWorkNode>, public INod
   IOutgoingSignalHandler* handler_ = nullptr;
 };
 
-}  // namespace OrvWorkFlow::Nodes
+}  // namespace OrvWorkFlow::Sdk

@@ -1,0 +1,96 @@
+# What `cpack` makes of an installation: Debian packages on Linux, an archive and an installer for Windows. `./dev package`
+# calls it. The same sources give the same bytes: all times are SOURCE_DATE_EPOCH.
+set(CPACK_PACKAGE_NAME OrvWorkFlow)
+set(CPACK_PACKAGE_VENDOR "OrvWorkFlow")
+set(ORVFLOW_MAINTAINER "OrvWorkFlow developers <developers@orvworkflow.invalid>" CACHE STRING "Whom the packages name")
+set(CPACK_PACKAGE_CONTACT ${ORVFLOW_MAINTAINER})
+set(CPACK_PACKAGE_INSTALL_DIRECTORY OrvWorkFlow)
+set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/packaging/copyright)
+set(CPACK_OUTPUT_FILE_PREFIX ${PROJECT_BINARY_DIR}/packages)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/OneTime.cmake)
+
+# All that is laid down, and no test.
+add_custom_target(packaged DEPENDS wffDDR CoreObjects orv_sdk orvflow BackupNodes FlowNodes ComponentFinder)
+
+if(WIN32)
+  set(CPACK_GENERATOR ZIP NSIS)
+  set(CPACK_PACKAGE_FILE_NAME orvflow-${PROJECT_VERSION}-win32)
+  set(CPACK_MONOLITHIC_INSTALL ON)
+  set(CPACK_NSIS_DISPLAY_NAME "OrvWorkFlow ${PROJECT_VERSION}")
+  set(CPACK_NSIS_MODIFY_PATH ON)
+  set(CPACK_NSIS_ENABLE_UNINSTALL_BEFORE_INSTALL ON)
+else()
+  set(CPACK_GENERATOR DEB)
+  set(CPACK_DEB_COMPONENT_INSTALL ON)
+  set(CPACK_COMPONENTS_ALL library development program)
+  set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+  set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+  set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS OFF)
+  set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
+  set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+
+  set(orv_library_package liborvworkflow${contract_version})
+  set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME ${orv_library_package})
+  set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
+  set(CPACK_DEBIAN_LIBRARY_PACKAGE_SHLIBDEPS ON)
+  set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA ${PROJECT_BINARY_DIR}/package/shlibs;${PROJECT_BINARY_DIR}/package/triggers)
+  file(WRITE ${PROJECT_BINARY_DIR}/package/shlibs "libwffDDR ${contract_version} ${orv_library_package} (>= ${PROJECT_VERSION})
+libCoreObjects ${contract_version} ${orv_library_package} (>= ${PROJECT_VERSION})
+")
+  file(WRITE ${PROJECT_BINARY_DIR}/package/triggers "activate-noawait ldconfig\n")
+  set(CPACK_COMPONENT_LIBRARY_DESCRIPTION "core objects of a workflow runtime
+The shared libraries that a program loads to run workflows: a dictionary
+that is kept as XML, the file system with workflow paths, the engine that
+maps and queues signals, and the mediator that loads the work nodes.")
+
+  set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME liborvworkflow-dev)
+  set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+  set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${orv_library_package} (= ${PROJECT_VERSION})")
+  set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "headers for work nodes and hosts of workflows
+What it takes to write a work node or a program that runs workflows: the
+headers of the contract, base classes for nodes, a CMake package and a
+pkg-config file.")
+
+  set(CPACK_DEBIAN_PROGRAM_PACKAGE_NAME orvflow)
+  set(CPACK_DEBIAN_PROGRAM_PACKAGE_SECTION utils)
+  set(CPACK_DEBIAN_PROGRAM_PACKAGE_SHLIBDEPS ON)
+  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/bin)
+  set(CPACK_DEBIAN_PROGRAM_PACKAGE_DEPENDS "${orv_library_package} (= ${PROJECT_VERSION})")
+  set(CPACK_COMPONENT_PROGRAM_DESCRIPTION "runs workflows of plug-in nodes
+Runs a workflow that a dictionary file describes, stops it when asked and
+goes on where it was: with ready-made nodes that copy, verify and report,
+and tools for dictionary files.")
+
+  find_program(ORVFLOW_HELP2MAN help2man)
+  if(ORVFLOW_HELP2MAN)
+    set(orv_page ${PROJECT_BINARY_DIR}/package/orvflow.1)
+    add_custom_command(OUTPUT ${orv_page}.gz DEPENDS orvflow
+      COMMAND ${ORVFLOW_HELP2MAN} --no-info --output=${orv_page} --name "runs workflows of plug-in nodes" $<TARGET_FILE:orvflow>
+      COMMAND gzip -9nf ${orv_page})
+    add_custom_target(orvflow_manual DEPENDS ${orv_page}.gz)
+    add_dependencies(packaged orvflow_manual)
+    install(FILES ${orv_page}.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT program)
+  endif()
+
+  # What Debian wants to find beside the files of each package.
+  find_program(ORVFLOW_GZIP gzip REQUIRED)
+  string(TIMESTAMP orv_date "%a, %d %b %Y %H:%M:%S +0000" UTC)
+  foreach(component library development program)
+    string(TOUPPER ${component} upper)
+    set(name ${CPACK_DEBIAN_${upper}_PACKAGE_NAME})
+    set(text ${PROJECT_BINARY_DIR}/package/${component}-changelog)
+    file(WRITE ${text} "${name} (${PROJECT_VERSION}) unstable; urgency=low
+
+  * See /usr/share/doc/OrvWorkFlow, or CHANGELOG.md in the sources.
+
+ -- ${CPACK_PACKAGE_CONTACT}  ${orv_date}
+")
+    execute_process(COMMAND ${ORVFLOW_GZIP} -9nc INPUT_FILE ${text} OUTPUT_FILE ${text}.gz COMMAND_ERROR_IS_FATAL ANY)
+    install(FILES ${text}.gz DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${name} RENAME changelog.gz COMPONENT ${component})
+    install(FILES packaging/copyright DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${name} COMPONENT ${component})
+  endforeach()
+  install(FILES packaging/library.lintian-overrides DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides
+    RENAME ${orv_library_package} COMPONENT library)
+endif()
+include(CPack)
