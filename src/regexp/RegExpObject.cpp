@@ -16,7 +16,7 @@ constinit thread_local Patterns::PatternError last_error = Patterns::PatternErro
 // For all objects, since whoever wants to match once makes one.
 template <class Char>
 KeptPatterns<Char>& Kept() noexcept {
-  static constinit KeptPatterns<Char> patterns;
+  static KeptPatterns<Char> patterns;
   return patterns;
 }
 
