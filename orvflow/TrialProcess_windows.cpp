@@ -48,7 +48,9 @@ std::wstring OwnFile() {
   return file;
 }
 
-// Inherits these handles and no others; ends with its job, whatever it has started.
+// Inherits these handles and no others; ends with its job, whatever it has started. It is not started suspended: should
+// this process die right now, nobody would resume it. Until it has its task, which comes after this, it does nothing,
+// and without one it ends.
 bool Start(const char* argument, std::array<HANDLE, 3> streams, HANDLE job, PROCESS_INFORMATION& process) {
   SIZE_T size = 0;
   InitializeProcThreadAttributeList(nullptr, 1, 0, &size);
@@ -67,13 +69,12 @@ bool Start(const char* argument, std::array<HANDLE, 3> streams, HANDLE job, PROC
   const std::wstring file = OwnFile();
   std::wstring command = L"orvflow ";
   for (const char* at = argument; *at != '\0'; ++at) command.push_back(static_cast<wchar_t>(*at));
-  const DWORD flags = CREATE_NO_WINDOW | CREATE_NEW_PROCESS_GROUP | CREATE_SUSPENDED | EXTENDED_STARTUPINFO_PRESENT;
+  const DWORD flags = CREATE_NO_WINDOW | CREATE_NEW_PROCESS_GROUP | EXTENDED_STARTUPINFO_PRESENT;
   const bool done = CreateProcessW(file.c_str(), command.data(), nullptr, nullptr, TRUE, flags, nullptr, nullptr,
                                    &startup.StartupInfo, &process) != 0;
   DeleteProcThreadAttributeList(attributes);
   if (!done) return false;
   AssignProcessToJobObject(job, process.hProcess);  // Without it only the process itself is ended.
-  ResumeThread(process.hThread);
   CloseHandle(process.hThread);
   return true;
 }
