@@ -48,15 +48,15 @@ std::wstring OwnFile() {
   return file;
 }
 
-// Inherits these handles and no others; ends with its job, whatever it has started. It is not started suspended: should
-// this process die right now, nobody would resume it. Until it has its task, which comes after this, it does nothing,
-// and without one it ends.
+// Inherits these handles and no others. Belongs to the job from its first moment on, and ends with it, whatever it has
+// started: otherwise it would stay behind, not yet running, should this process die right now.
 bool Start(const char* argument, std::array<HANDLE, 3> streams, HANDLE job, PROCESS_INFORMATION& process) {
+  constexpr DWORD kAttributes = 2;
   SIZE_T size = 0;
-  InitializeProcThreadAttributeList(nullptr, 1, 0, &size);
+  InitializeProcThreadAttributeList(nullptr, kAttributes, 0, &size);
   std::vector<char> room(size);
   auto* const attributes = reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(room.data());
-  if (InitializeProcThreadAttributeList(attributes, 1, 0, &size) == 0) return false;
+  if (InitializeProcThreadAttributeList(attributes, kAttributes, 0, &size) == 0) return false;
   STARTUPINFOEXW startup = {};
   startup.StartupInfo.cb = sizeof startup;
   startup.StartupInfo.dwFlags = STARTF_USESTDHANDLES;
@@ -66,6 +66,8 @@ bool Start(const char* argument, std::array<HANDLE, 3> streams, HANDLE job, PROC
   startup.lpAttributeList = attributes;
   UpdateProcThreadAttribute(attributes, 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST, streams.data(), sizeof streams, nullptr,
                             nullptr);
+  if (job != nullptr)
+    UpdateProcThreadAttribute(attributes, 0, PROC_THREAD_ATTRIBUTE_JOB_LIST, &job, sizeof job, nullptr, nullptr);
   const std::wstring file = OwnFile();
   std::wstring command = L"orvflow ";
   for (const char* at = argument; *at != '\0'; ++at) command.push_back(static_cast<wchar_t>(*at));
@@ -74,7 +76,7 @@ bool Start(const char* argument, std::array<HANDLE, 3> streams, HANDLE job, PROC
                                    &startup.StartupInfo, &process) != 0;
   DeleteProcThreadAttributeList(attributes);
   if (!done) return false;
-  AssignProcessToJobObject(job, process.hProcess);  // Without it only the process itself is ended.
+  AssignProcessToJobObject(job, process.hProcess);  // For a system that does not know the attribute.
   CloseHandle(process.hThread);
   return true;
 }
