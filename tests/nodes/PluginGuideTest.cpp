@@ -30,8 +30,10 @@ TEST(PluginGuideTest, ItsCodeIsCodeThatIsBuilt) {
       if (entry.is_regular_file()) built += orv_test::ReadFile(entry.path());
     }
   }
-  const std::vector<std::string> blocks = CodeBlocks(orv_test::ReadFile(source / "docs" / "plugins.md"));
+  const std::string page = orv_test::ReadFile(source / "docs" / "plugins.md");
+  const std::vector<std::string> blocks = CodeBlocks(page);
   ASSERT_EQ(blocks.size(), 6u);
+  EXPECT_NE(page.find(orv_test::ReadFile(source / "tests" / "consumer" / "plugin" / "flow.xml")), std::string::npos);
   for (const std::string& block : blocks) EXPECT_NE(built.find(block), std::string::npos) << block;
 }
 
