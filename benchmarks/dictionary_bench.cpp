@@ -12,8 +12,8 @@
 #include <vector>
 
 #include "OrvWorkFlow/WorkFlowFactory.h"
-#include "dictionary/Cases.h"
-#include "dictionary/Measure.h"
+#include "dictionary/DictionaryCases.h"
+#include "dictionary/Peers.h"
 
 namespace DictionaryBench {
 

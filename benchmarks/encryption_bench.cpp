@@ -25,7 +25,7 @@
 
 namespace {
 
-using OrvWorkFlow::Md5::Lanes;
+using OrvWorkFlow::Core::Encryption::Md5::Lanes;
 
 constexpr std::size_t kBlock = 16;
 constexpr std::size_t kTextSize = std::size_t{16} << 20;
@@ -150,20 +150,24 @@ void RunLongTexts(Report& report, std::size_t key_length) {
   for (std::size_t i = 0; i < key_length; ++i) key[i] = static_cast<char>('a' + i % 26);
   std::string text(kTextSize, 't');
   const auto figure = [](double seconds) { return Megabytes(kTextSize, seconds); };
-  const OrvWorkFlow::Md5::Chain& serial = OrvWorkFlow::Md5::SupportedChains().end[-1];
+  const OrvWorkFlow::Core::Encryption::Md5::Chain& serial =
+      OrvWorkFlow::Core::Encryption::Md5::SupportedChains().end[-1];
   const std::string title = "16 MiB, key of " + std::to_string(key_length) + " bytes, ";
-  report.Run(title + "enciphered",
-             {{"OpenSSL MD5, key prefix kept", [&] { OpenSslKeptPrefix(text, key, false); }},
-              {"OpenSSL MD5", [&] { OpenSslWholeMessages(text, key, false); }},
-              {"OpenSSL EVP", [&] { OpenSslEvp(text, key, false); }},
-              {"own", [&] { OrvWorkFlow::Encipher(text.data(), text.size(), key); }, 1.15},
-              {"own, serial", [&] { OrvWorkFlow::EncipherWith(serial, text.data(), text.size(), key); }}},
-             figure);
+  report.Run(
+      title + "enciphered",
+      {{"OpenSSL MD5, key prefix kept", [&] { OpenSslKeptPrefix(text, key, false); }},
+       {"OpenSSL MD5", [&] { OpenSslWholeMessages(text, key, false); }},
+       {"OpenSSL EVP", [&] { OpenSslEvp(text, key, false); }},
+       {"own", [&] { OrvWorkFlow::Core::Encryption::Encipher(text.data(), text.size(), key); }, 1.15},
+       {"own, serial", [&] { OrvWorkFlow::Core::Encryption::EncipherWith(serial, text.data(), text.size(), key); }}},
+      figure);
   std::vector<Case> cases = {{"OpenSSL MD5, key prefix kept", [&] { OpenSslKeptPrefix(text, key, true); }},
                              {"OpenSSL EVP", [&] { OpenSslEvp(text, key, true); }}};
-  const OrvWorkFlow::Md5::LanesList list = OrvWorkFlow::Md5::SupportedLanes();
+  const OrvWorkFlow::Core::Encryption::Md5::LanesList list = OrvWorkFlow::Core::Encryption::Md5::SupportedLanes();
   for (const Lanes* lanes = list.begin; lanes != list.end; ++lanes) {
-    const auto work = [&text, &key, lanes] { OrvWorkFlow::DecipherWith(*lanes, text.data(), text.size(), key); };
+    const auto work = [&text, &key, lanes] {
+      OrvWorkFlow::Core::Encryption::DecipherWith(*lanes, text.data(), text.size(), key);
+    };
     cases.push_back({std::string("own, ") + lanes->name, work, GoalOf(*lanes)});
   }
   report.Run(title + "deciphered", cases, figure);
@@ -177,24 +181,25 @@ void RunShortTexts(Report& report) {
       for (std::size_t i = 0; i < kShortTexts; ++i) one();
     };
   };
-  OrvWorkFlow::CEncryption object;
+  OrvWorkFlow::Core::Encryption::CEncryption object;
   const OrvWorkFlow::Sdk::TextHolder output;
   constexpr double kTenthSlower = 1 / 1.1;
-  report.Run("texts of 16 bytes, key of 8",
-             {{"OpenSSL MD5", many([&] { OpenSslWholeMessages(text, key, false); })},
-              {"OpenSSL EVP", many([&] { OpenSslEvp(text, key, false); })},
-              {"own, enciphered", many([&] { OrvWorkFlow::Encipher(text.data(), text.size(), key); }), 1.0},
-              {"own, deciphered", many([&] { OrvWorkFlow::Decipher(text.data(), text.size(), key); }), 1.0},
-              {"own, EncryptString with base64",
-               many([&] { object.EncryptString("sixteen letters.", key.c_str(), output.get()); }), kTenthSlower}},
-             Nanoseconds);
+  report.Run(
+      "texts of 16 bytes, key of 8",
+      {{"OpenSSL MD5", many([&] { OpenSslWholeMessages(text, key, false); })},
+       {"OpenSSL EVP", many([&] { OpenSslEvp(text, key, false); })},
+       {"own, enciphered", many([&] { OrvWorkFlow::Core::Encryption::Encipher(text.data(), text.size(), key); }), 1.0},
+       {"own, deciphered", many([&] { OrvWorkFlow::Core::Encryption::Decipher(text.data(), text.size(), key); }), 1.0},
+       {"own, EncryptString with base64",
+        many([&] { object.EncryptString("sixteen letters.", key.c_str(), output.get()); }), kTenthSlower}},
+      Nanoseconds);
 }
 
 void RunBase64(Report& report) {
   constexpr std::size_t kSize = std::size_t{1} << 20;
   std::string bytes(kSize, '\0');
   for (std::size_t i = 0; i < kSize; ++i) bytes[i] = static_cast<char>(i * 31 + (i >> 8));
-  std::string text = OrvWorkFlow::EncodeBase64(bytes);
+  std::string text = OrvWorkFlow::Core::EncodeBase64(bytes);
   std::string output(2 * kSize, '\0');
   const auto* const from_bytes = reinterpret_cast<const unsigned char*>(bytes.data());
   const auto* const from_text = reinterpret_cast<const unsigned char*>(text.data());
@@ -208,7 +213,7 @@ void RunBase64(Report& report) {
   report.Run("base64 of 1 MiB, encoded",
              {{"OpenSSL", many([&] { EVP_EncodeBlock(to, from_bytes, static_cast<int>(kSize)); })},
               {"GLib", many([&] { g_free(g_base64_encode(from_bytes, kSize)); })},
-              {"own", many([&] { OrvWorkFlow::EncodeBase64(bytes.data(), kSize, output.data()); }), 1.0}},
+              {"own", many([&] { OrvWorkFlow::Core::EncodeBase64(bytes.data(), kSize, output.data()); }), 1.0}},
              figure);
   report.Run("base64 of 1 MiB, decoded",
              {{"OpenSSL", many([&] { EVP_DecodeBlock(to, from_text, static_cast<int>(text.size())); })},
@@ -216,7 +221,7 @@ void RunBase64(Report& report) {
                  gsize size = 0;
                  g_free(g_base64_decode(text.c_str(), &size));
                })},
-              {"own", many([&] { OrvWorkFlow::DecodeBase64(text, output.data()); }), 1.0}},
+              {"own", many([&] { OrvWorkFlow::Core::DecodeBase64(text, output.data()); }), 1.0}},
              figure);
 }
 

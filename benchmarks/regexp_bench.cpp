@@ -53,7 +53,7 @@ class OwnSearcher final : public Searcher {
   bool Search(const std::string& text) override { return pattern_.Search(text); }
 
  private:
-  OrvWorkFlow::Patterns::Pattern pattern_;
+  OrvWorkFlow::Core::Patterns::Pattern pattern_;
 };
 
 class StdSearcher final : public Searcher {

@@ -7,8 +7,8 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "benchmarks/signals/Cases.h"
 #include "benchmarks/signals/Measure.h"
+#include "benchmarks/signals/SignalCases.h"
 
 namespace {
 

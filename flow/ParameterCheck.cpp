@@ -3,9 +3,9 @@
 
 #include "OrvWorkFlow/WorkflowSchema.h"
 #include "OrvWorkFlow/sdk/ParameterValue.h"
+#include "base/dictionary/DictionaryReading.h"
+#include "base/text/Suggestion.h"
 #include "flow/Checks.h"
-#include "flow/DictionaryReading.h"
-#include "flow/Suggestion.h"
 
 namespace OrvWorkFlow::Flow {
 
@@ -45,11 +45,11 @@ class ParameterCheck {
   void CheckConfiguration(const NodeDescription& kind, const Instance& instance) {
     if (!options_.read_configuration || kind.parameters.count == 0) return;
     const std::string entry = instance.path + WorkflowSchema::kConfigFile;
-    const std::string file = TextAt(dictionary_, entry);
+    const std::string file = Base::TextAt(dictionary_, entry);
     if (file.empty()) return;
     const std::shared_ptr<IDictionary> configuration = options_.read_configuration(instance.path, file);
     if (configuration == nullptr) return;
-    for (const std::string& name : NamesBelow(*configuration, std::string("/") + kFolder)) {
+    for (const std::string& name : Base::NamesBelow(*configuration, std::string("/") + kFolder)) {
       const NodeParameter* const parameter = FindRow(kind.parameters, name);
       const auto& set = instance.parameters;
       if (parameter == nullptr || std::find(set.begin(), set.end(), name) != set.end()) continue;
@@ -61,9 +61,9 @@ class ParameterCheck {
   // Parameters in a folder of nearly the right name are those of nobody.
   void CheckFolder(const NodeDescription& kind, const Instance& instance) {
     if (kind.parameters.count == 0 || !instance.parameters.empty()) return;
-    for (const std::string& name : NamesBelow(dictionary_, instance.path)) {
-      if (name == kFolder || NearestName(name, {kFolder}).empty()) continue;
-      if (NamesBelow(dictionary_, instance.path + "/" + name).empty()) continue;
+    for (const std::string& name : Base::NamesBelow(dictionary_, instance.path)) {
+      if (name == kFolder || Base::NearestName(name, {kFolder}).empty()) continue;
+      if (Base::NamesBelow(dictionary_, instance.path + "/" + name).empty()) continue;
       Add(Severity::Error, instance.path + "/" + name, "is read by nobody",
           "did you mean " + std::string(kFolder) + "?");
     }
@@ -74,12 +74,12 @@ class ParameterCheck {
   void CheckUnknown(const std::string& path, const std::string& type, const NodeDescription& kind,
                     const Instance& instance, const std::string& name) {
     const std::vector<std::string> known = RowNames(kind.parameters);
-    const std::string nearest = NearestName(name, known);
+    const std::string nearest = Base::NearestName(name, known);
     const auto& set = instance.parameters;
     const bool misspelt = !nearest.empty() && std::find(set.begin(), set.end(), nearest) == set.end();
     const std::string remedy = misspelt        ? "did you mean " + nearest + "?"
                                : known.empty() ? "it has no parameters"
-                                               : "it reads " + Enumerate(known);
+                                               : "it reads " + Base::Enumerate(known);
     Add(misspelt ? Severity::Error : Severity::Warning, path, type + " reads no such parameter", remedy);
   }
 

@@ -3,9 +3,9 @@
 
 #include "OrvWorkFlow/WorkFlowFactory.h"
 #include "OrvWorkFlow/WorkflowSchema.h"
+#include "base/dictionary/DictionaryReading.h"
+#include "base/text/Suggestion.h"
 #include "flow/Checks.h"
-#include "flow/DictionaryReading.h"
-#include "flow/Suggestion.h"
 
 namespace OrvWorkFlow::Flow {
 
@@ -26,15 +26,15 @@ class PluginCheck {
     if (!Load(type.path, type.plugin) || WorkFlowFactory::IsWorkNodePresent(type.name.c_str())) return;
     const Sdk::TextListHolder known;
     WorkFlowFactory::GetObjectTypeNames(known.get());
-    const std::string nearest = NearestName(type.name, known.Texts());
+    const std::string nearest = Base::NearestName(type.name, known.Texts());
     const std::string hint = nearest.empty() ? std::string() : "; did you mean " + nearest + "?";
     Add(type.path, type.plugin + " has no node type " + type.name + hint + " (orvflow inspect lists what it has)", "");
   }
 
   void CheckUtilityObjects(const std::string& parent, bool global) {
-    for (const std::string& name : NamesBelow(dictionary_, parent)) {
+    for (const std::string& name : Base::NamesBelow(dictionary_, parent)) {
       const std::string entry = parent + "/" + name;
-      const std::string library = TextAt(dictionary_, entry + WorkflowSchema::kWin32Binary);
+      const std::string library = Base::TextAt(dictionary_, entry + WorkflowSchema::kWin32Binary);
       if (!library.empty() && !Load(entry, library)) continue;
       if (!global || WorkFlowFactory::IsObjectPresent(name.c_str())) continue;
       Add(entry, "no library holds this utility object", "name one in Binaries/win32_bin");

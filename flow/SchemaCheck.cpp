@@ -5,9 +5,9 @@
 
 #include "OrvWorkFlow/WorkflowSchema.h"
 #include "OrvWorkFlow/sdk/ParameterValue.h"
+#include "base/dictionary/DictionaryReading.h"
+#include "base/text/Suggestion.h"
 #include "flow/Checks.h"
-#include "flow/DictionaryReading.h"
-#include "flow/Suggestion.h"
 
 namespace OrvWorkFlow::Flow {
 
@@ -69,7 +69,7 @@ class SchemaCheck {
     CheckNames("/WorkFlowEngine/Mappings", kOfMappings);
     CheckNames(WorkflowSchema::kStartSignal, kOfStartSignal);
     CheckNames("/WorkFlowEngine/UtilityObjects", kOfUtilityObjects);
-    for (const std::string& name : NamesBelow(dictionary_, WorkflowSchema::kDirectories)) {
+    for (const std::string& name : Base::NamesBelow(dictionary_, WorkflowSchema::kDirectories)) {
       CheckNames(std::string(WorkflowSchema::kDirectories) + "/" + name, kOfDirectories);
     }
     CheckObjects(WorkflowSchema::kGlobalUtilityObjects);
@@ -79,7 +79,7 @@ class SchemaCheck {
 
  private:
   void CheckObjects(const std::string& parent) {
-    for (const std::string& name : NamesBelow(dictionary_, parent)) {
+    for (const std::string& name : Base::NamesBelow(dictionary_, parent)) {
       CheckNames(parent + "/" + name, kOfObject);
       CheckNames(parent + "/" + name + "/Binaries", kOfBinaries);
     }
@@ -97,11 +97,11 @@ class SchemaCheck {
   // The directories and the key of an instance are those of the workflow that it names.
   void CheckWorkflowName(const Instance& instance, const Workflow& workflow) {
     const std::string path = instance.path + WorkflowSchema::kInstanceWorkFlowName;
-    const std::string name = TextAt(dictionary_, path);
+    const std::string name = Base::TextAt(dictionary_, path);
     if (name.empty() || workflow.name.empty() || name == workflow.name) return;
     if (!tree_read_) ReadTree(workflow.name);
     if (std::find(tree_.begin(), tree_.end(), name) != tree_.end()) return;
-    const std::string nearest = NearestName(name, tree_);
+    const std::string nearest = Base::NearestName(name, tree_);
     Add(Severity::Warning, path, "names a workflow that is not this one: " + name,
         nearest.empty() ? "this one is called " + workflow.name : "did you mean " + nearest + "?");
   }
@@ -111,12 +111,12 @@ class SchemaCheck {
     tree_.push_back(workflow_name);
     const Sdk::TextListHolder paths;
     if (!dictionary_.EnumeratePaths(WorkflowSchema::kAbsorbTree, paths.get())) return;
-    for (const std::string& path : paths.Texts()) tree_.push_back(TextAt(dictionary_, path));
+    for (const std::string& path : paths.Texts()) tree_.push_back(Base::TextAt(dictionary_, path));
   }
 
   template <std::size_t kCount>
   void CheckNames(const std::string& parent, const KnownEntry (&known)[kCount]) {
-    const std::vector<std::string> names = NamesBelow(dictionary_, parent.empty() ? "/" : parent);
+    const std::vector<std::string> names = Base::NamesBelow(dictionary_, parent.empty() ? "/" : parent);
     const std::set<std::string> present(names.begin(), names.end());
     std::vector<std::string> known_names;
     for (const KnownEntry& entry : known) {
@@ -125,7 +125,7 @@ class SchemaCheck {
     }
     for (const std::string& name : present) {
       if (std::find(known_names.begin(), known_names.end(), name) != known_names.end()) continue;
-      const std::string nearest = NearestName(name, known_names);
+      const std::string nearest = Base::NearestName(name, known_names);
       const auto* const meant =
           std::find_if(std::begin(known), std::end(known), [&](const KnownEntry& e) { return nearest == e.name; });
       if (meant == std::end(known) || !HasShape(parent + "/" + name, meant->shape)) continue;
@@ -150,7 +150,7 @@ class SchemaCheck {
   }
 
   // A value without a type cannot be asked for; an entry with sub-entries is meant as a folder of them.
-  bool HasText(const std::string& path) { return NamesBelow(dictionary_, path).empty(); }
+  bool HasText(const std::string& path) { return Base::NamesBelow(dictionary_, path).empty(); }
 
   bool HasShape(const std::string& path, Shape shape) {
     const bool has_value = dictionary_.GetValueType(path.c_str()) != ValueType::Nil;
@@ -159,7 +159,7 @@ class SchemaCheck {
       case Shape::TextList:
         return has_value;
       case Shape::Entries:
-        return !has_value && !NamesBelow(dictionary_, path).empty();
+        return !has_value && !Base::NamesBelow(dictionary_, path).empty();
       case Shape::Mappings:
         return !has_value && HoldsMappings(path);
     }
@@ -167,9 +167,9 @@ class SchemaCheck {
   }
 
   bool HoldsMappings(const std::string& path) {
-    for (const std::string& signal : NamesBelow(dictionary_, path)) {
-      for (const std::string& entry : NamesBelow(dictionary_, path + "/" + signal)) {
-        if (TextAt(dictionary_, path + "/" + signal + "/" + entry).find(',') != std::string::npos) return true;
+    for (const std::string& signal : Base::NamesBelow(dictionary_, path)) {
+      for (const std::string& entry : Base::NamesBelow(dictionary_, path + "/" + signal)) {
+        if (Base::TextAt(dictionary_, path + "/" + signal + "/" + entry).find(',') != std::string::npos) return true;
       }
     }
     return false;

@@ -6,8 +6,8 @@
 
 #include "OrvWorkFlow/WorkflowSchema.h"
 #include "OrvWorkFlow/sdk/MarshalledHolder.h"
+#include "base/text/Suggestion.h"
 #include "flow/Checks.h"
-#include "flow/Suggestion.h"
 
 namespace OrvWorkFlow::Flow {
 
@@ -135,11 +135,11 @@ class WiringCheck {
     const NodeDescription* const kind = known->second.kind;
     if (kind == nullptr || FindRow(kind->inputs, receiver.signal) != nullptr) return;
     const std::vector<std::string> inputs = RowNames(kind->inputs);
-    const std::string nearest = NearestName(receiver.signal, inputs);
+    const std::string nearest = Base::NearestName(receiver.signal, inputs);
     Add(Severity::Error, paths.of_signal, receiver.type + " takes no signal " + Quoted(receiver.signal),
         !nearest.empty() ? "did you mean " + nearest + "?"
         : inputs.empty() ? "it takes none"
-                         : "it takes " + Enumerate(inputs));
+                         : "it takes " + Base::Enumerate(inputs));
   }
 
   // What takes other workflows in may bring the receiver; nodes that say nothing about themselves may make one.
@@ -147,7 +147,7 @@ class WiringCheck {
                   const std::vector<std::string>& names) {
     const bool may_come = absorbs_ || !all_are_described_;
     const bool suggests = suggestions_ < kMostSuggestions;
-    const std::string nearest = suggests ? NearestName(name, names) : std::string();
+    const std::string nearest = suggests ? Base::NearestName(name, names) : std::string();
     ++suggestions_;
     std::string remedy = "add it, or correct the name";
     if (absorbs_) remedy = "a workflow that is taken in has to bring it";
@@ -164,13 +164,13 @@ class WiringCheck {
     for (const OutputSignal& output : instance.outputs) {
       if (FindRow(kind.outputs, output.name) != nullptr) continue;
       const std::vector<std::string> outputs = RowNames(kind.outputs);
-      const std::string nearest = NearestName(output.name, outputs);
+      const std::string nearest = Base::NearestName(output.name, outputs);
       const bool misspelt = !nearest.empty() && mapped.count(nearest) == 0;
       if (misspelt) meant.insert(nearest);
       Add(misspelt ? Severity::Error : Severity::Warning, output.path, type + " fires no signal " + Quoted(output.name),
           misspelt          ? "did you mean " + nearest + "?"
           : outputs.empty() ? "it fires none"
-                            : "it fires " + Enumerate(outputs));
+                            : "it fires " + Base::Enumerate(outputs));
     }
     // An error may be why nobody takes it.
     if (!IsReached(type, instance) || HasErrorsBelow(instance.path)) return;

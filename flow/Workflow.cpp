@@ -5,7 +5,7 @@
 
 #include "OrvWorkFlow/WorkflowSchema.h"
 #include "OrvWorkFlow/sdk/MarshalledHolder.h"
-#include "flow/DictionaryReading.h"
+#include "base/dictionary/DictionaryReading.h"
 
 namespace OrvWorkFlow::Flow {
 
@@ -27,15 +27,15 @@ class Reader {
   explicit Reader(IDictionary& dictionary) : dictionary_(dictionary) {}
 
   Workflow Read() {
-    workflow_.name = TextAt(dictionary_, WorkflowSchema::kWorkFlowName);
+    workflow_.name = Base::TextAt(dictionary_, WorkflowSchema::kWorkFlowName);
     const std::string start = WorkflowSchema::kStartSignal;
-    workflow_.start = {TextAt(dictionary_, start + WorkflowSchema::kReceiverTypeName),
-                       TextAt(dictionary_, start + WorkflowSchema::kReceiverInstanceName),
-                       TextAt(dictionary_, start + WorkflowSchema::kIncomingSignalName)};
-    workflow_.has_waiting_signals = !NamesBelow(dictionary_, WorkflowSchema::kSignalQueue).empty() ||
-                                    !NamesBelow(dictionary_, WorkflowSchema::kRebootSignals).empty();
-    workflow_.has_absorbed = !NamesBelow(dictionary_, WorkflowSchema::kWorkFlows).empty();
-    for (const std::string& name : NamesBelow(dictionary_, WorkflowSchema::kWorkNodes))
+    workflow_.start = {Base::TextAt(dictionary_, start + WorkflowSchema::kReceiverTypeName),
+                       Base::TextAt(dictionary_, start + WorkflowSchema::kReceiverInstanceName),
+                       Base::TextAt(dictionary_, start + WorkflowSchema::kIncomingSignalName)};
+    workflow_.has_waiting_signals = !Base::NamesBelow(dictionary_, WorkflowSchema::kSignalQueue).empty() ||
+                                    !Base::NamesBelow(dictionary_, WorkflowSchema::kRebootSignals).empty();
+    workflow_.has_absorbed = !Base::NamesBelow(dictionary_, WorkflowSchema::kWorkFlows).empty();
+    for (const std::string& name : Base::NamesBelow(dictionary_, WorkflowSchema::kWorkNodes))
       workflow_.types.push_back(ReadType(name));
     return std::move(workflow_);
   }
@@ -45,20 +45,20 @@ class Reader {
     NodeType type;
     type.name = name;
     type.path = std::string(WorkflowSchema::kWorkNodes) + "/" + name;
-    type.plugin = TextAt(dictionary_, type.path + WorkflowSchema::kWin32Binary);
+    type.plugin = Base::TextAt(dictionary_, type.path + WorkflowSchema::kWin32Binary);
     const std::string instances = type.path + WorkflowSchema::kInstances;
-    for (const std::string& instance : NamesBelow(dictionary_, instances)) {
+    for (const std::string& instance : Base::NamesBelow(dictionary_, instances)) {
       type.instances.push_back(ReadInstance(instance, instances + "/" + instance));
     }
     return type;
   }
 
   Instance ReadInstance(const std::string& name, const std::string& path) {
-    Instance instance{name, path, {}, NamesBelow(dictionary_, path + kParameters)};
+    Instance instance{name, path, {}, Base::NamesBelow(dictionary_, path + kParameters)};
     const std::string maps = path + WorkflowSchema::kMaps;
-    for (const std::string& signal : NamesBelow(dictionary_, maps)) {
+    for (const std::string& signal : Base::NamesBelow(dictionary_, maps)) {
       OutputSignal output{signal, maps + "/" + signal, {}};
-      for (const std::string& entry : NamesBelow(dictionary_, output.path)) {
+      for (const std::string& entry : Base::NamesBelow(dictionary_, output.path)) {
         output.mappings.push_back(ReadMapping(entry, output.path + "/" + entry));
       }
       instance.outputs.push_back(std::move(output));

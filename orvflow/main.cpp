@@ -5,12 +5,12 @@
 #include <utility>
 #include <vector>
 
-#include "orvflow/Arguments.h"
-#include "orvflow/CommandLine.h"
-#include "orvflow/LastResort.h"
-#include "orvflow/LibraryTrial.h"
-#include "orvflow/StandardStreams.h"
-#include "orvflow/Terminal.h"
+#include "orvflow/terminal/Arguments.h"
+#include "orvflow/terminal/LastResort.h"
+#include "orvflow/terminal/StandardStreams.h"
+#include "orvflow/terminal/Terminal.h"
+#include "orvflow/trial/LibraryTrial.h"
+#include "orvflow/verbs/CommandLine.h"
 
 namespace OrvWorkFlow::Program {
 

@@ -1,4 +1,5 @@
 #include "runtime/HostApp.h"
+#include "OrvWorkFlow/Names.h"
 
 #include <atomic>
 #include <chrono>
@@ -103,7 +104,8 @@ class LoopScope {
 
 }  // namespace
 
-HostApp::HostApp(std::unique_ptr<State> state) : SharedObject("HostApp", "IHostApp"), state_(std::move(state)) {}
+HostApp::HostApp(std::unique_ptr<State> state)
+    : SharedObject(ObjectNames::kHostApp, InterfaceNames::kHostApp), state_(std::move(state)) {}
 
 HostApp::~HostApp() {
   Close();
@@ -122,7 +124,7 @@ HostApp* HostApp::New() noexcept {
 }
 
 void* HostApp::QueryInterface(const char* interface_name) {
-  const bool restart = interface_name != nullptr && std::strcmp(interface_name, "IHostRestart") == 0;
+  const bool restart = interface_name != nullptr && std::strcmp(interface_name, InterfaceNames::kHostRestart) == 0;
   return restart ? static_cast<IHostRestart*>(this) : SharedObject::QueryInterface(interface_name);
 }
 

@@ -1,4 +1,5 @@
 #include "runtime/Logger.h"
+#include "OrvWorkFlow/Names.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -95,7 +96,8 @@ struct Logger::State {
   bool is_cut = false;  // The last of what was written is a part of a line.
 };
 
-Logger::Logger(std::unique_ptr<State> state) : SharedObject("Logger", "ILogger"), state_(std::move(state)) {}
+Logger::Logger(std::unique_ptr<State> state)
+    : SharedObject(ObjectNames::kLogger, InterfaceNames::kLogger), state_(std::move(state)) {}
 
 Logger::~Logger() = default;
 

@@ -5,12 +5,12 @@
 
 namespace OrvWorkFlow::WinUtils {
 
-bool RegExpMatch(const char* pattern, const char* text) noexcept { return Patterns::PatternMatch(pattern, text); }
+bool RegExpMatch(const char* pattern, const char* text) noexcept { return Core::Patterns::PatternMatch(pattern, text); }
 
 bool RegExpMatch(const char16_t* pattern, const char16_t* text) noexcept {
-  return Patterns::PatternMatch(pattern, text);
+  return Core::Patterns::PatternMatch(pattern, text);
 }
 
-const char* LastRegExpError() noexcept { return Patterns::LastPatternError(); }
+const char* LastRegExpError() noexcept { return Core::Patterns::LastPatternError(); }
 
 }  // namespace OrvWorkFlow::WinUtils

@@ -1,4 +1,5 @@
 #include "OrvWorkFlow/WorkFlowFactory.h"
+#include "OrvWorkFlow/Names.h"
 
 #include <string>
 #include <vector>
@@ -101,7 +102,7 @@ IWorkNode* WorkFlowFactory::CreateNewWorkNode(const char* type_name, const char*
     return nullptr;
   }
   try {
-    auto* const node = static_cast<IWorkNode*>(object->QueryInterface("IWorkNode"));
+    auto* const node = static_cast<IWorkNode*>(object->QueryInterface(InterfaceNames::kWorkNode));
     if (node != nullptr && node->Initialise(instance_name != nullptr ? instance_name : "")) {
       return node;
     }

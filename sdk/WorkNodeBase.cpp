@@ -1,4 +1,5 @@
 #include "OrvWorkFlow/sdk/WorkNodeBase.h"
+#include "OrvWorkFlow/Names.h"
 
 #include <algorithm>
 #include <stdexcept>
@@ -57,9 +58,9 @@ bool WorkNodeBase::LoadState(const char* path) {
 }
 
 WorkNodeBase::DictionaryPointer WorkNodeBase::ReadDictionary(const char* path) const {
-  IBaseWorkFlowObject* object = WorkFlowFactory::CreateNewObject("Dictionary");
+  IBaseWorkFlowObject* object = WorkFlowFactory::CreateNewObject(ObjectNames::kDictionary);
   if (object == nullptr) return nullptr;
-  DictionaryPointer file(static_cast<IDictionary*>(object->QueryInterface("IDictionary")));
+  DictionaryPointer file(static_cast<IDictionary*>(object->QueryInterface(InterfaceNames::kDictionary)));
   if (file == nullptr) {
     object->Release();
     return nullptr;
@@ -91,13 +92,13 @@ void WorkNodeBase::FireOutput(const char* signal_name) {
 }
 
 IDictionary& WorkNodeBase::WorkflowDictionary() {
-  auto* dictionary = FindGlobal<IDictionary>("Dictionary", "IDictionary");
+  auto* dictionary = FindGlobal<IDictionary>(ObjectNames::kDictionary, InterfaceNames::kDictionary);
   if (dictionary == nullptr) throw std::runtime_error("the host has no global dictionary");
   return *dictionary;
 }
 
 IFileSystemA& WorkNodeBase::FileSystem() {
-  auto* file_system = FindGlobal<IFileSystemA>("FileSystem", "IFileSystemA");
+  auto* file_system = FindGlobal<IFileSystemA>(ObjectNames::kFileSystem, InterfaceNames::kFileSystemA);
   if (file_system == nullptr) throw std::runtime_error("the host has no global file system");
   return *file_system;
 }

@@ -2,8 +2,8 @@
 #include <string>
 
 #include "OrvWorkFlow/Marshaller.h"
-#include "dictionary/Cases.h"
-#include "dictionary/Measure.h"
+#include "dictionary/DictionaryCases.h"
+#include "dictionary/Peers.h"
 
 namespace DictionaryBench {
 namespace {

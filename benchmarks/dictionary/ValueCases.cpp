@@ -11,8 +11,8 @@
 #include <nlohmann/json.hpp>
 #endif
 
-#include "dictionary/Cases.h"
-#include "dictionary/Measure.h"
+#include "dictionary/DictionaryCases.h"
+#include "dictionary/Peers.h"
 
 namespace DictionaryBench {
 namespace {

@@ -5,9 +5,9 @@
 #include <vector>
 
 #include "OrvWorkFlow/WorkFlowFactory.h"
-#include "benchmarks/signals/Cases.h"
 #include "benchmarks/signals/Measure.h"
-#include "tests/support/Marshalled.h"
+#include "benchmarks/signals/SignalCases.h"
+#include "tests/support/MarshalledTexts.h"
 
 namespace signals_bench {
 

@@ -6,8 +6,8 @@
 #include <thread>
 #include <vector>
 
-#include "benchmarks/signals/Cases.h"
 #include "benchmarks/signals/Measure.h"
+#include "benchmarks/signals/SignalCases.h"
 
 namespace signals_bench {
 

@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "benchmarks/signals/Cases.h"
 #include "benchmarks/signals/Measure.h"
 #include "benchmarks/signals/Road.h"
+#include "benchmarks/signals/SignalCases.h"
 
 namespace signals_bench {
 

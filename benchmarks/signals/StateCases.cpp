@@ -4,8 +4,8 @@
 #include <string>
 
 #include "OrvWorkFlow/WorkFlowFactory.h"
-#include "benchmarks/signals/Cases.h"
 #include "benchmarks/signals/Measure.h"
+#include "benchmarks/signals/SignalCases.h"
 
 namespace signals_bench {
 

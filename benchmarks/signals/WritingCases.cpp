@@ -3,9 +3,9 @@
 #include <string>
 #include <vector>
 
-#include "benchmarks/signals/Cases.h"
 #include "benchmarks/signals/Measure.h"
-#include "tests/support/Marshalled.h"
+#include "benchmarks/signals/SignalCases.h"
+#include "tests/support/MarshalledTexts.h"
 
 namespace signals_bench {
 

@@ -1,4 +1,5 @@
 #include "nodes/component/ComponentFinder.h"
+#include "OrvWorkFlow/Names.h"
 
 #include <string_view>
 
@@ -29,7 +30,8 @@ constinit const NodeDescription ComponentFinder::kDescription = {
 };
 
 void* ComponentFinder::QueryInterface(const char* interface_name) {
-  const bool is_finder = interface_name != nullptr && std::string_view(interface_name) == "IComponentFinder";
+  const bool is_finder =
+      interface_name != nullptr && std::string_view(interface_name) == InterfaceNames::kComponentFinder;
   return is_finder ? static_cast<IComponentFinder*>(this) : Sdk::WorkNodeBase::QueryInterface(interface_name);
 }
 

@@ -1,4 +1,5 @@
 #include "nodes/flow/AbsorbWorkflow.h"
+#include "OrvWorkFlow/Names.h"
 
 #include <stdexcept>
 
@@ -34,7 +35,7 @@ constinit const NodeDescription AbsorbWorkflow::kDescription = {
 };
 
 bool AbsorbWorkflow::OnSignal(std::string_view /*signal*/) {
-  auto* engine = Sdk::FindGlobal<IWorkFlowEngine>("WorkFlowEngine", "IWorkFlowEngine");
+  auto* engine = Sdk::FindGlobal<IWorkFlowEngine>(ObjectNames::kWorkFlowEngine, InterfaceNames::kWorkFlowEngine);
   if (engine == nullptr) throw std::runtime_error("the host has no global workflow engine");
   const std::string file = TextParameter("File");
   if (engine->AbsorbFlow(file.c_str(), BooleanParameter("Start"))) {

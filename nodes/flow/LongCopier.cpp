@@ -9,7 +9,7 @@
 
 #include "OrvWorkFlow/sdk/FileReason.h"
 #include "OrvWorkFlow/sdk/MarshalledHolder.h"
-#include "nodes/FilePieces.h"
+#include "nodes/files/FilePieces.h"
 
 namespace OrvWorkFlow::Nodes {
 

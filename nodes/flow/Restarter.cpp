@@ -1,4 +1,5 @@
 #include "nodes/flow/Restarter.h"
+#include "OrvWorkFlow/Names.h"
 
 #include "OrvWorkFlow/IHostApp.h"
 #include "OrvWorkFlow/sdk/GlobalObject.h"
@@ -33,7 +34,7 @@ bool Restarter::OnSignal(std::string_view signal) {
     return true;
   }
   if (signal != "restart") return false;
-  auto* host = Sdk::FindGlobal<IHostRestart>("HostApp", "IHostRestart");
+  auto* host = Sdk::FindGlobal<IHostRestart>(ObjectNames::kHostApp, InterfaceNames::kHostRestart);
   asked_ = true;  // Before the request: the stop may follow at once.
   if (host != nullptr && host->RequestRestart()) return true;
   asked_ = false;

@@ -12,7 +12,7 @@
 #include "OrvWorkFlow/IBaseWorkFlowObject.h"
 #include "OrvWorkFlow/IUtilityStore.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core {
 
 // `Interface` is the interface (or interfaces) of the object; `Object` its class, which is final and offers
 // `static constexpr char kTypeName[]`. Classes override what they give a meaning of their own.
@@ -71,4 +71,4 @@ class BaseObject : public Interfaces... {
   std::atomic<IUtilityStore*> utility_store_ = nullptr;
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core

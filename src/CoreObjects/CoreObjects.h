@@ -3,39 +3,11 @@
 // creators.
 #pragma once
 
-namespace OrvWorkFlow {
+#include "OrvWorkFlow/Names.h"
+
+namespace OrvWorkFlow::Core {
 
 // Every object and every creator answers this version key.
 inline constexpr char kVersionKey[] = "TAVIROVERSION";
 
-// Names under which objects are registered and found.
-namespace ObjectNames {
-inline constexpr char kDictionary[] = "Dictionary";
-inline constexpr char kEncryption[] = "Encryption";
-inline constexpr char kFileSystem[] = "FileSystem";
-inline constexpr char kRegExp[] = "RegExp";
-inline constexpr char kUtilityStore[] = "UtilityStore";
-inline constexpr char kWorkFlowEngine[] = "WorkFlowEngine";
-inline constexpr char kSignalMediator[] = "SignalMediator";
-inline constexpr char kLogger[] = "Logger";
-inline constexpr char kHostApp[] = "HostApp";
-}  // namespace ObjectNames
-
-// Names under which interfaces are queried.
-namespace InterfaceNames {
-inline constexpr char kDictionary[] = "IDictionary";
-inline constexpr char kDictionary3[] = "IDictionary3";
-inline constexpr char kEncryption[] = "IEncryption";
-inline constexpr char kFileSystemA[] = "IFileSystemA";
-inline constexpr char kFileSystemW[] = "IFileSystemW";
-inline constexpr char kRegExp[] = "IRegExp";
-inline constexpr char kUtilityStore[] = "IUtilityStore";
-inline constexpr char kWorkFlowEngine[] = "IWorkFlowEngine";
-inline constexpr char kSignalMediator[] = "ISignalMediator";
-inline constexpr char kLogger[] = "ILogger";
-inline constexpr char kHostApp[] = "IHostApp";
-inline constexpr char kWorkNode[] = "IWorkNode";
-inline constexpr char kComponentFinder[] = "IComponentFinder";
-}  // namespace InterfaceNames
-
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core

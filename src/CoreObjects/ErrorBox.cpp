@@ -4,7 +4,7 @@
 
 #include "OrvWorkFlow/MessageBoxes.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core {
 
 void ShowErrorBox(std::string_view text, std::size_t stops) noexcept {
   try {
@@ -16,4 +16,4 @@ void ShowErrorBox(std::string_view text, std::size_t stops) noexcept {
   }
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core

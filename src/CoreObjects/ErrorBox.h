@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <string_view>
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core {
 
 inline constexpr char kBoxCaption[] = "Workflowengine";
 
@@ -15,4 +15,4 @@ inline constexpr std::size_t kMediatorBoxStops = 140;
 // Shows the text followed at once by `stops` full stops and waits for OK, on the calling thread. Never throws.
 void ShowErrorBox(std::string_view text, std::size_t stops) noexcept;
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core

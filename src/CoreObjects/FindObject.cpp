@@ -2,7 +2,7 @@
 
 #include "OrvWorkFlow/WorkFlowFactory.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core {
 
 RawFound FindGlobal(const char* object_name, const char* interface_name) noexcept {
   try {
@@ -31,4 +31,4 @@ RawFound MakeFromStore(IUtilityStore* store, const char* object_name, const char
   return {};
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core

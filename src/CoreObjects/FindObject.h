@@ -6,7 +6,7 @@
 #include "OrvWorkFlow/IBaseWorkFlowObject.h"
 #include "OrvWorkFlow/IUtilityStore.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core {
 
 // An object seen through one interface, and whether it has to be released in the end.
 template <class Interface>
@@ -80,4 +80,4 @@ Found<Interface> FindObject(FindOrder order, IUtilityStore* store, const char* o
                       : FindGlobalObject<Interface>(object_name, interface_name);
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core

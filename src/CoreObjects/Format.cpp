@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <stdexcept>
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core {
 
 std::string Format(const char* format, ...) {
   std::va_list values;
@@ -23,4 +23,4 @@ std::string Format(const char* format, ...) {
   return text;
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core

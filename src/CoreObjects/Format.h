@@ -5,8 +5,8 @@
 
 #include "OrvWorkFlow/Export.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core {
 
 ORV_PRINTF_LIKE(1, 2) std::string Format(const char* format, ...);
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core

@@ -9,7 +9,7 @@
 #include <mutex>
 #include <utility>
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core {
 
 // Shared by the engine and the messages under way, which may outlive it. Any thread. Nobody waits here: a pump that
 // finds no room ends its pass, and the end of a delivery wakes it.
@@ -74,4 +74,4 @@ class HandOver {
   std::shared_ptr<HandOvers> all_;
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core

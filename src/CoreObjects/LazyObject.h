@@ -9,7 +9,7 @@
 #include "CoreObjects/FindObject.h"
 #include "OrvWorkFlow/WorkFlowFactory.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core {
 
 // Any thread. What came from a utility store is released with the holder.
 template <class Interface>
@@ -52,4 +52,4 @@ class LazyObject {
   Found<Interface> held_;
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core

@@ -8,7 +8,7 @@
 
 #include "OrvWorkFlow/Marshaller.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core {
 
 // The interface name under which the marshaller makes a type.
 template <class T>
@@ -149,4 +149,4 @@ bool FetchText(std::string& text, Read&& read) noexcept {
   }
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core

@@ -1,10 +1,10 @@
 #include "CoreObjects/MediatorLockDepth.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core {
 
 int& MediatorLockDepth() noexcept {
   thread_local int depth = 0;
   return depth;
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core

@@ -8,7 +8,7 @@
 #include "CoreObjects/Marshalled.h"
 #include "OrvWorkFlow/IFactoryObjectCreator.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core {
 
 // Nothing here may depend on another static object: a host may use a creator while the library is still being loaded.
 // `kName` is a literal with static storage.
@@ -29,4 +29,4 @@ class ObjectCreator final : public IFactoryObjectCreator {
   void Destroy() override { delete this; }
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core

@@ -6,7 +6,7 @@
 #include <mutex>
 #include <thread>
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core {
 
 // BasicLockable. To be unlocked as often as it was locked, by the same thread.
 class RecursiveMutex {
@@ -31,4 +31,4 @@ class RecursiveMutex {
   unsigned depth_ = 0;  // Guarded by the mutex.
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core

@@ -6,7 +6,7 @@
 
 #include "OrvWorkFlow/Plugin.h"
 #include "OrvWorkFlow/WorkFlowFactory.h"
-#include "dictionary/DictionaryObject.h"
+#include "dictionary/object/DictionaryObject.h"
 #include "encryption/EncryptionObject.h"
 #include "filesystem/FileSystemObject.h"
 #include "regexp/RegExpObject.h"
@@ -17,16 +17,16 @@
 // Hosts load the library as they load plug-ins.
 ORV_WORKFLOW_PLUGIN();
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core {
 namespace {
 
-WorkFlowFactory dictionary_registration(new (std::nothrow) CDictionaryObjectCreator);
-WorkFlowFactory encryption_registration(new (std::nothrow) CEncryptionObjectCreator);
-WorkFlowFactory file_system_registration(new (std::nothrow) CFileSystemObjectCreator);
-WorkFlowFactory reg_exp_registration(new (std::nothrow) CRegExpObjectCreator);
-WorkFlowFactory utility_store_registration(new (std::nothrow) CUtilityStoreObjectCreator);
-WorkFlowFactory work_flow_engine_registration(new (std::nothrow) CWorkFlowEngineObjectCreator);
-WorkFlowFactory signal_mediator_registration(new (std::nothrow) CSignalMediatorObjectCreator);
+WorkFlowFactory dictionary_registration(new (std::nothrow) Dictionary::CDictionaryObjectCreator);
+WorkFlowFactory encryption_registration(new (std::nothrow) Encryption::CEncryptionObjectCreator);
+WorkFlowFactory file_system_registration(new (std::nothrow) FileSystem::CFileSystemObjectCreator);
+WorkFlowFactory reg_exp_registration(new (std::nothrow) Patterns::CRegExpObjectCreator);
+WorkFlowFactory utility_store_registration(new (std::nothrow) UtilityStore::CUtilityStoreObjectCreator);
+WorkFlowFactory work_flow_engine_registration(new (std::nothrow) Engine::CWorkFlowEngineObjectCreator);
+WorkFlowFactory signal_mediator_registration(new (std::nothrow) Mediator::CSignalMediatorObjectCreator);
 
 }  // namespace
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core

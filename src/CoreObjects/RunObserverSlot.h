@@ -5,7 +5,7 @@
 
 #include "OrvWorkFlow/IRunObserver.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core {
 
 // Any thread.
 class RunObserverSlot {
@@ -30,4 +30,4 @@ class RunObserverSlot {
   std::atomic<IRunObserver*> observer_ = nullptr;
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core

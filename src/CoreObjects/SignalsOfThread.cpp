@@ -1,10 +1,10 @@
 #include "CoreObjects/SignalsOfThread.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core {
 
 SignalsOfThread& ThisThreadsSignals() noexcept {
   static constinit thread_local SignalsOfThread signals;
   return signals;
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core

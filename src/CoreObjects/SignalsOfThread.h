@@ -7,10 +7,12 @@
 #include "CoreObjects/HandOvers.h"
 #include "OrvWorkFlow/IRunObserver.h"
 
-namespace OrvWorkFlow {
-
+namespace OrvWorkFlow::Core::Mediator {
 class CSignalMediator;
 struct WorkNodeEntry;
+}  // namespace OrvWorkFlow::Core::Mediator
+
+namespace OrvWorkFlow::Core {
 
 // Where a signal comes from: its number (see IRunObserver.h; 0 before it has one), who fired it, and what counts it
 // while a host application carries it (null: nothing does).
@@ -22,8 +24,8 @@ struct SignalSource {
 
 // The delivery that a thread performs now.
 struct CurrentDelivery {
-  const CSignalMediator* mediator = nullptr;
-  const WorkNodeEntry* entry = nullptr;
+  const Mediator::CSignalMediator* mediator = nullptr;
+  const Mediator::WorkNodeEntry* entry = nullptr;
   std::uint64_t number = 0;
 };
 
@@ -35,4 +37,4 @@ struct SignalsOfThread {
 };
 SignalsOfThread& ThisThreadsSignals() noexcept;
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core

@@ -5,11 +5,11 @@
 #include <functional>
 #include <string_view>
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core {
 
 struct TextHash {
   using is_transparent = void;
   std::size_t operator()(std::string_view text) const noexcept { return std::hash<std::string_view>()(text); }
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core

@@ -1,6 +1,6 @@
 #include "CoreObjects/Tracer.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core {
 
 void Tracer::SetLogger(ILogger* logger) noexcept {
   if (logger == nullptr) return;
@@ -11,4 +11,4 @@ void Tracer::SetLogger(ILogger* logger) noexcept {
   logger_.store(logger, std::memory_order_release);
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core

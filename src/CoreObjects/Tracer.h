@@ -6,7 +6,7 @@
 
 #include "OrvWorkFlow/ILogger.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core {
 
 inline constexpr char kDefaultLogCategory[] = "/workflow/default";
 
@@ -42,4 +42,4 @@ class Tracer {
   std::atomic<ILogger*> logger_ = nullptr;
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core

@@ -11,7 +11,7 @@
 #include "OrvWorkFlow/IDictionary.h"
 #include "OrvWorkFlow/WorkFlowFactory.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core {
 
 // A state of the part of the dictionary that is watched. Two states of one WatchedGlobalDictionary that are equal hold
 // the same dictionary with the same content in that part.
@@ -55,4 +55,4 @@ class WatchedGlobalDictionary {
   std::uint64_t known_at_ = 0;
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core

@@ -6,7 +6,7 @@
 #include "CoreObjects/Secret.h"
 #include "encryption/ScalarWord.h"
 
-namespace OrvWorkFlow::Md5 {
+namespace OrvWorkFlow::Core::Encryption::Md5 {
 namespace {
 
 // A message's last part, padded.
@@ -99,4 +99,4 @@ void Digest(std::string_view key, std::string_view x, std::uint32_t (&digest)[4]
   compress(rest, x, key.size() + x.size(), digest);
 }
 
-}  // namespace OrvWorkFlow::Md5
+}  // namespace OrvWorkFlow::Core::Encryption::Md5

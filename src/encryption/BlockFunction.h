@@ -8,7 +8,7 @@
 
 #include "encryption/Md5.h"
 
-namespace OrvWorkFlow::Md5 {
+namespace OrvWorkFlow::Core::Encryption::Md5 {
 
 // Holds the key: to be wiped. Plain data, read by the lane kernels.
 struct PreparedKey {
@@ -36,4 +36,4 @@ template <class Word>
   parts[4] = ShiftRight(x[3], right);
 }
 
-}  // namespace OrvWorkFlow::Md5
+}  // namespace OrvWorkFlow::Core::Encryption::Md5

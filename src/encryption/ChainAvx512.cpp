@@ -7,7 +7,7 @@
 #include "encryption/LaneKernel.h"
 #include "encryption/LaneVector.h"
 
-namespace OrvWorkFlow::Md5 {
+namespace OrvWorkFlow::Core::Encryption::Md5 {
 namespace {
 
 struct Avx512OneLane;
@@ -46,4 +46,4 @@ ORV_LANE_ENTRY void Encipher(const PreparedKey& key, unsigned char* blocks, std:
 
 const Chain kAvx512Chain = {"AVX-512", Encipher};
 
-}  // namespace OrvWorkFlow::Md5
+}  // namespace OrvWorkFlow::Core::Encryption::Md5

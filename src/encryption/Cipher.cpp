@@ -8,7 +8,7 @@
 #include "encryption/LaneFiles.h"
 #include "encryption/ScalarWord.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Encryption {
 namespace {
 
 using Md5::ScalarWord;
@@ -65,4 +65,4 @@ bool DecipherWith(const Md5::Lanes& lanes, void* data, std::size_t size, std::st
   return true;
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Encryption

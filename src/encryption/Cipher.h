@@ -12,7 +12,7 @@
 
 #include "encryption/Lanes.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Encryption {
 
 inline constexpr std::size_t kCipherBlockSize = 16;
 
@@ -32,4 +32,4 @@ bool EncipherWith(const Md5::Chain& chain, void* data, std::size_t size, std::st
 bool DecipherWith(const Md5::Lanes& lanes, void* data, std::size_t size, std::string_view key,
                   std::string_view initial = {}) noexcept;
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Encryption

@@ -10,7 +10,7 @@
 #include "CoreObjects/Secret.h"
 #include "encryption/Cipher.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Encryption {
 namespace {
 
 // No exception leaves the interface: without memory, or when a marshalled object throws, the operation fails.
@@ -168,4 +168,4 @@ bool CEncryption::Base64Decode(const char* base64, IOrvBasicStream* bytes) {
   });
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Encryption

@@ -10,7 +10,7 @@
 #include "CoreObjects/ObjectCreator.h"
 #include "OrvWorkFlow/IEncryption.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Encryption {
 
 class CEncryption final : public BaseObject<CEncryption, IEncryption> {
  public:
@@ -32,4 +32,4 @@ class CEncryption final : public BaseObject<CEncryption, IEncryption> {
 
 using CEncryptionObjectCreator = ObjectCreator<CEncryption, ObjectNames::kEncryption>;
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Encryption

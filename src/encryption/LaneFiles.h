@@ -11,7 +11,7 @@
 #define ORV_LANE_ENTRY
 #endif
 
-namespace OrvWorkFlow::Md5 {
+namespace OrvWorkFlow::Core::Encryption::Md5 {
 
 extern const Lanes kPortableLanes;
 extern const Lanes kSse2Lanes;
@@ -21,4 +21,4 @@ extern const Lanes kSerialLanes;
 extern const Chain kAvx512Chain;
 extern const Chain kSerialChain;
 
-}  // namespace OrvWorkFlow::Md5
+}  // namespace OrvWorkFlow::Core::Encryption::Md5

@@ -10,7 +10,7 @@
 #include "CoreObjects/Secret.h"
 #include "encryption/BlockFunction.h"
 
-namespace OrvWorkFlow::Md5 {
+namespace OrvWorkFlow::Core::Encryption::Md5 {
 
 // The steps in which each word of a block is added, one a round.
 struct StepsOfWords {
@@ -170,4 +170,4 @@ template <class Half>
   return {AddRound4(sum.a, b.a, c.a, d.a), AddRound4(sum.b, b.b, c.b, d.b)};
 }
 
-}  // namespace OrvWorkFlow::Md5
+}  // namespace OrvWorkFlow::Core::Encryption::Md5

@@ -8,7 +8,7 @@
 #include <cstring>
 #include <utility>
 
-namespace OrvWorkFlow::Md5 {
+namespace OrvWorkFlow::Core::Encryption::Md5 {
 
 template <unsigned kCount, class File>
 struct Vector {
@@ -101,4 +101,4 @@ template <unsigned kCount, class File>
   return {sum.value - (c.value ^ (~b.value & d.value)) - 1};
 }
 
-}  // namespace OrvWorkFlow::Md5
+}  // namespace OrvWorkFlow::Core::Encryption::Md5

@@ -4,7 +4,7 @@
 
 #include "encryption/LaneFiles.h"
 
-namespace OrvWorkFlow::Md5 {
+namespace OrvWorkFlow::Core::Encryption::Md5 {
 namespace {
 
 // At most four of them.
@@ -53,4 +53,4 @@ ChainsList SupportedChains() {
   return {supported.ways.data(), supported.ways.data() + supported.count};
 }
 
-}  // namespace OrvWorkFlow::Md5
+}  // namespace OrvWorkFlow::Core::Encryption::Md5

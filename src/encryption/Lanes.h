@@ -5,7 +5,7 @@
 
 #include "encryption/BlockFunction.h"
 
-namespace OrvWorkFlow::Md5 {
+namespace OrvWorkFlow::Core::Encryption::Md5 {
 
 // Deciphers `count` blocks in place; one more cipher block stands before `blocks`.
 using DecipherBlocks = void(const PreparedKey& key, unsigned char* blocks, std::size_t count);
@@ -41,4 +41,4 @@ struct ChainsList {
 };
 ChainsList SupportedChains();
 
-}  // namespace OrvWorkFlow::Md5
+}  // namespace OrvWorkFlow::Core::Encryption::Md5

@@ -5,7 +5,7 @@
 #include "encryption/LaneKernel.h"
 #include "encryption/LaneVector.h"
 
-namespace OrvWorkFlow::Md5 {
+namespace OrvWorkFlow::Core::Encryption::Md5 {
 namespace {
 
 struct Avx512;
@@ -37,4 +37,4 @@ ORV_LANE_ENTRY void Decipher(const PreparedKey& key, unsigned char* blocks, std:
 
 const Lanes kAvx512Lanes = {"AVX-512", Word::kLanes, Decipher};
 
-}  // namespace OrvWorkFlow::Md5
+}  // namespace OrvWorkFlow::Core::Encryption::Md5

@@ -2,7 +2,7 @@
 #include "encryption/LaneKernel.h"
 #include "encryption/ScalarWord.h"
 
-namespace OrvWorkFlow::Md5 {
+namespace OrvWorkFlow::Core::Encryption::Md5 {
 namespace {
 
 using Word = Twice<ScalarWord>;
@@ -15,4 +15,4 @@ void Decipher(const PreparedKey& key, unsigned char* blocks, std::size_t count) 
 
 const Lanes kPortableLanes = {"portable", Word::kLanes, Decipher};
 
-}  // namespace OrvWorkFlow::Md5
+}  // namespace OrvWorkFlow::Core::Encryption::Md5

@@ -3,7 +3,7 @@
 #include "encryption/LaneKernel.h"
 #include "encryption/LaneVector.h"
 
-namespace OrvWorkFlow::Md5 {
+namespace OrvWorkFlow::Core::Encryption::Md5 {
 namespace {
 
 struct Sse2;
@@ -21,4 +21,4 @@ ORV_LANE_ENTRY void Decipher(const PreparedKey& key, unsigned char* blocks, std:
 
 const Lanes kSse2Lanes = {"SSE2", Word::kLanes, Decipher};
 
-}  // namespace OrvWorkFlow::Md5
+}  // namespace OrvWorkFlow::Core::Encryption::Md5

@@ -7,7 +7,7 @@
 
 #include <cstdint>
 
-namespace OrvWorkFlow::Md5 {
+namespace OrvWorkFlow::Core::Encryption::Md5 {
 
 inline constexpr unsigned kBlockSize = 64;
 inline constexpr unsigned kDigestSize = 16;
@@ -137,4 +137,4 @@ template <class Word, class Addend>
   words[3] = d;
 }
 
-}  // namespace OrvWorkFlow::Md5
+}  // namespace OrvWorkFlow::Core::Encryption::Md5

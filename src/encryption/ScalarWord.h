@@ -7,7 +7,7 @@
 
 #include "encryption/Md5.h"
 
-namespace OrvWorkFlow::Md5 {
+namespace OrvWorkFlow::Core::Encryption::Md5 {
 
 static_assert(std::endian::native == std::endian::little, "digests are words as they are in memory");
 
@@ -46,4 +46,4 @@ struct BlockAddend {
   ScalarWord operator()(unsigned step) const { return {kSines[step] + words[kWordOfStep[step]]}; }
 };
 
-}  // namespace OrvWorkFlow::Md5
+}  // namespace OrvWorkFlow::Core::Encryption::Md5

@@ -6,7 +6,7 @@
 #include "encryption/LaneFiles.h"
 #include "encryption/ScalarWord.h"
 
-namespace OrvWorkFlow::Md5 {
+namespace OrvWorkFlow::Core::Encryption::Md5 {
 namespace {
 
 // One block's digest after the other. Holds the key.
@@ -70,4 +70,4 @@ void DecipherSerially(const PreparedKey& key, unsigned char* blocks, std::size_t
 const Lanes kSerialLanes = {"serial", 1, DecipherSerially};
 const Chain kSerialChain = {"serial", EncipherSerially};
 
-}  // namespace OrvWorkFlow::Md5
+}  // namespace OrvWorkFlow::Core::Encryption::Md5

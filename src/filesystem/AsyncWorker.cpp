@@ -3,7 +3,7 @@
 #include <chrono>
 #include <utility>
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 namespace {
 
 // Between the procedure's last step and the moment in which the runtime knows that it has returned.
@@ -111,4 +111,4 @@ void AsyncWorker::Stop() noexcept {
   if (thread != nullptr) WaitUntilReturned(*thread);
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

@@ -10,7 +10,7 @@
 
 #include "OrvWorkFlow/OrvBase.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 
 // Does one call at a time. The thread comes from the host's runtime with the first call and then waits for the next
 // ones until Stop. Any thread.
@@ -58,4 +58,4 @@ class AsyncWorker {
   bool stopping_ = false;
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

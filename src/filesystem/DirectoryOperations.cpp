@@ -5,15 +5,15 @@
 #include "filesystem/Operations.h"
 #include "filesystem/PathText.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 namespace {
 
 // Makes the directories that lead to a listing's entries.
 template <class Char>
 bool MakeDirectories(Tree<Char>& tree, const std::basic_string<Char>& start) {
   for (std::size_t end = start.find(Char{'\\'}); end != start.npos; end = start.find(Char{'\\'}, end + 1)) {
-    const SystemResult made = tree.CreateDirectory(start.substr(0, end));
-    if (made != SystemResult::Ok && made != SystemResult::Exists) return false;
+    const System::SystemResult made = tree.CreateDirectory(start.substr(0, end));
+    if (made != System::SystemResult::Ok && made != System::SystemResult::Exists) return false;
   }
   return true;
 }
@@ -43,14 +43,14 @@ bool Operations<Char>::DirectoryExists(const Char* path) {
 template <class Char>
 GapVisitor<Char> Operations<Char>::NoteGaps(const Tree<Char>& tree) {
   return {[&](const Text& directory) { parts_.hook.NoteAt(tree.PathOf(directory)); },
-          [&](const Text& path) { parts_.hook.NoteAt(Reason::InvalidName, tree.PathOf(path)); }};
+          [&](const Text& path) { parts_.hook.NoteAt(System::Reason::InvalidName, tree.PathOf(path)); }};
 }
 
 template <class Char>
 WalkResult Operations<Char>::CollectTree(Tree<Char>& tree, std::vector<Listing<Char>>* listings) {
   const auto visit = [&](Listing<Char>&& listing) {
     listings->push_back(std::move(listing));
-    return !parts_.stopping || parts_.hook.Note(Reason::Stopped);
+    return !parts_.stopping || parts_.hook.Note(System::Reason::Stopped);
   };
   return WalkTree<Char>(tree, visit, NoteGaps(tree));
 }
@@ -60,18 +60,18 @@ bool Operations<Char>::DeleteDirectory(const Char* path) {
   Text root;
   std::uint32_t attributes = 0;
   if (!Resolve(path, &root)) return false;
-  if (calls_.IsRoot(root)) return parts_.hook.ReportAt(Failures::kCannotDeleteDirectory, Reason::Root, root);
-  if (!FirstMatch(calls_, root, &attributes) || (attributes & FileAttribute::kDirectory) == 0) return true;
-  if ((attributes & FileAttribute::kLink) != 0) return RemoveDirectoryItself(root);
+  if (calls_.IsRoot(root)) return parts_.hook.ReportAt(Failures::kCannotDeleteDirectory, System::Reason::Root, root);
+  if (!FirstMatch(calls_, root, &attributes) || (attributes & System::FileAttribute::kDirectory) == 0) return true;
+  if ((attributes & System::FileAttribute::kLink) != 0) return RemoveDirectoryItself(root);
   bool deleted = false;
   {  // The tree is closed before its root goes.
     Tree<Char> tree(calls_);
-    tree.Open(root, TreeUse::Remove);
+    tree.Open(root, System::TreeUse::Remove);
     std::vector<Listing<Char>> listings;
     deleted = CollectTree(tree, &listings) != WalkResult::Broken;
     for (const Listing<Char>& listing : listings) {
       for (std::size_t i = 0; i < listing.entries.size(); ++i) {
-        if (parts_.stopping) return parts_.hook.Note(Reason::Stopped);
+        if (parts_.stopping) return parts_.hook.Note(System::Reason::Stopped);
         if (!listing.entries.IsDirectory(i)) deleted = RemoveFileOf(tree, listing.PathOf(i)) && deleted;
       }
     }
@@ -94,8 +94,8 @@ bool Operations<Char>::RemoveDirectoryItself(const Text& path) {
 // A file that is gone already is no failure.
 template <class Char>
 bool Operations<Char>::RemoveFileOf(Tree<Char>& tree, const Text& path) {
-  const SystemResult removed = tree.RemoveFile(path);
-  return removed == SystemResult::Ok || removed == SystemResult::NotFound ||
+  const System::SystemResult removed = tree.RemoveFile(path);
+  return removed == System::SystemResult::Ok || removed == System::SystemResult::NotFound ||
          FailAt(Failures::kCannotDeleteFile, tree.PathOf(path));
 }
 
@@ -113,7 +113,8 @@ bool Operations<Char>::OpenListed(const Char* path, const Failure& no_directory,
   if (!Resolve(trimmed.c_str(), &root)) return false;
   if (!IsBareDrive<Char>(root) && !IsDirectory(calls_, root)) return Fail(no_directory);
   // A drive that is not there holds nothing; neither does what cannot be entered.
-  const bool refused = tree->Open(root, TreeUse::Read) == SystemResult::Denied && IsBareDrive<Char>(root);
+  const bool refused =
+      tree->Open(root, System::TreeUse::Read) == System::SystemResult::Denied && IsBareDrive<Char>(root);
   if (refused) return Fail(no_directory);
   *listed = IsWorkflowPath<Char>(trimmed) ? ListedPath<Char>(trimmed, Char{'/'}) : ListedPath<Char>(root, Char{'\\'});
   return true;
@@ -157,9 +158,9 @@ bool Operations<Char>::NotifyOfTree(const Char* path, const Failure& no_director
   ListedPath<Char> listed;
   const auto visit = [&](const Listing<Char>& listing) {
     for (std::size_t i = 0; i < listing.entries.size(); ++i) {
-      if (parts_.stopping) return parts_.hook.Note(Reason::Stopped);
+      if (parts_.stopping) return parts_.hook.Note(System::Reason::Stopped);
       if (listing.entries.IsDirectory(i) == files) continue;
-      if (!notify(listed.Of(listing, i).c_str())) return parts_.hook.Note(Reason::Stopped);
+      if (!notify(listed.Of(listing, i).c_str())) return parts_.hook.Note(System::Reason::Stopped);
     }
     return true;
   };
@@ -196,7 +197,8 @@ bool Operations<Char>::CopyDirectory(const Char* source, const Char* destination
   if (std::none_of(listings.begin(), listings.end(), HasFiles<Char>)) return copied;
   Tree<Char> target(calls_);
   if (!content_.MakeDirectory(to)) return false;
-  if (target.Open(to, TreeUse::Fill) != SystemResult::Ok) return FailAt(Failures::kCannotCreateDirectory, to);
+  if (target.Open(to, System::TreeUse::Fill) != System::SystemResult::Ok)
+    return FailAt(Failures::kCannotCreateDirectory, to);
   return CopyListings(tree, target, listings, overwrite) && copied;
 }
 
@@ -207,7 +209,7 @@ bool Operations<Char>::FailLinksToFolders(const Tree<Char>& tree, const std::vec
   for (const Listing<Char>& listing : listings) {
     for (std::size_t i = 0; i < listing.entries.size(); ++i) {
       if (!listing.entries.IsDirectory(i) || !listing.entries.IsLink(i)) continue;
-      none = parts_.hook.ReportAt(Failures::kCopyFailed, Reason::LinkToFolder, tree.PathOf(listing.PathOf(i)));
+      none = parts_.hook.ReportAt(Failures::kCopyFailed, System::Reason::LinkToFolder, tree.PathOf(listing.PathOf(i)));
     }
   }
   return none;
@@ -224,11 +226,11 @@ bool Operations<Char>::CopyListings(Tree<Char>& from, Tree<Char>& to, const std:
       if (doubles[i] && listing.entries.IsDirectory(i)) merged.push_back(listing.PathOf(i).append(1, Char{'\\'}));
     }
     if (!HasFiles(listing)) continue;
-    if (parts_.stopping) return parts_.hook.Note(Reason::Stopped);
+    if (parts_.stopping) return parts_.hook.Note(System::Reason::Stopped);
     const bool is_merged =
         std::any_of(merged.begin(), merged.end(), [&](const Text& start) { return listing.start.starts_with(start); });
     if (is_merged) {
-      copied = parts_.hook.ReportAt(Failures::kCopyFailed, Reason::SameName, from.PathOf(listing.start));
+      copied = parts_.hook.ReportAt(Failures::kCopyFailed, System::Reason::SameName, from.PathOf(listing.start));
     } else if (!MakeDirectories(to, listing.start)) {
       copied = FailAt(Failures::kCannotCreateDirectory, to.PathOf(listing.start));
     } else {
@@ -244,11 +246,11 @@ bool Operations<Char>::CopyListing(Tree<Char>& from, Tree<Char>& to, const Listi
   bool copied = true;
   Text path;
   for (std::size_t i = 0; i < listing.entries.size(); ++i) {
-    if (parts_.stopping) return parts_.hook.Note(Reason::Stopped);
+    if (parts_.stopping) return parts_.hook.Note(System::Reason::Stopped);
     if (listing.entries.IsDirectory(i)) continue;
     path.assign(listing.start).append(listing.entries.name(i));
     if (doubles[i]) {
-      copied = parts_.hook.ReportAt(Failures::kCopyFailed, Reason::SameName, from.PathOf(path));
+      copied = parts_.hook.ReportAt(Failures::kCopyFailed, System::Reason::SameName, from.PathOf(path));
     } else {
       copied = CopyFileOf(from, to, path, listing.entries.attributes(i), overwrite) && copied;
     }
@@ -260,15 +262,15 @@ bool Operations<Char>::CopyListing(Tree<Char>& from, Tree<Char>& to, const Listi
 template <class Char>
 bool Operations<Char>::CopyFileOf(Tree<Char>& from, Tree<Char>& to, const Text& path, std::uint32_t listed,
                                   bool overwrite) {
-  SystemResult copied = from.CopyTo(to, path, true, listed);
-  if (copied == SystemResult::Exists) {
+  System::SystemResult copied = from.CopyTo(to, path, true, listed);
+  if (copied == System::SystemResult::Exists) {
     {
-      const KeptReason kept(parts_.platform.reasons);
-      to.SetAttributes(path, FileAttribute::kNormal);
+      const System::KeptReason kept(parts_.platform.reasons);
+      to.SetAttributes(path, System::FileAttribute::kNormal);
     }
     if (overwrite) copied = from.CopyTo(to, path, false, listed);
   }
-  return copied == SystemResult::Ok || FailCopy(from.PathOf(path), to.PathOf(path));
+  return copied == System::SystemResult::Ok || FailCopy(from.PathOf(path), to.PathOf(path));
 }
 
 template bool Operations<char>::MakeDirectory(const char*);
@@ -290,4 +292,4 @@ template bool Operations<char16_t>::NotifyDirectories(const char16_t*, Notificat
 template bool Operations<char>::CopyDirectory(const char*, const char*, bool);
 template bool Operations<char16_t>::CopyDirectory(const char16_t*, const char16_t*, bool);
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

@@ -1,33 +1,33 @@
 #include "filesystem/DirectoryWalk.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 namespace {
 
 bool IsDone(bool result) { return result; }
-bool IsDone(SystemResult result) { return result == SystemResult::Ok; }
+bool IsDone(System::SystemResult result) { return result == System::SystemResult::Ok; }
 
-SystemResult ListIn(const SystemCalls<char>& /*calls*/, const OpenedTree<char>& tree, const std::string& directory,
-                    EntryList<char>* entries) {
+System::SystemResult ListIn(const SystemCalls<char>& /*calls*/, const OpenedTree<char>& tree,
+                            const std::string& directory, System::EntryList<char>* entries) {
   return tree.trees().List(tree.handle(), directory, entries);
 }
-SystemResult ListIn(const SystemCalls<char16_t>& /*calls*/, const OpenedTree<char16_t>& tree,
-                    const std::u16string& directory, EntryList<char16_t>* entries) {
+System::SystemResult ListIn(const SystemCalls<char16_t>& /*calls*/, const OpenedTree<char16_t>& tree,
+                            const std::u16string& directory, System::EntryList<char16_t>* entries) {
   return tree.trees().List(tree.handle(), directory, entries);
 }
-SystemResult ListIn(const SystemCalls<char16_t>& calls, const OpenedTree<char>& tree, const std::string& directory,
-                    EntryList<char16_t>* entries) {
-  EntryList<char> narrow;
-  const SystemResult result = tree.trees().List(tree.handle(), directory, &narrow);
-  if (result != SystemResult::Ok) return result;
+System::SystemResult ListIn(const SystemCalls<char16_t>& calls, const OpenedTree<char>& tree,
+                            const std::string& directory, System::EntryList<char16_t>* entries) {
+  System::EntryList<char> narrow;
+  const System::SystemResult result = tree.trees().List(tree.handle(), directory, &narrow);
+  if (result != System::SystemResult::Ok) return result;
   entries->Clear();
   for (std::size_t i = 0; i < narrow.size(); ++i) {
     std::u16string name;
-    if (!calls.platform().code_page.Widen(narrow.name(i), &name)) return SystemResult::Failed;
+    if (!calls.platform().code_page.Widen(narrow.name(i), &name)) return System::SystemResult::Failed;
     entries->Add(name, narrow.attributes(i));
   }
   std::u16string left_out;
   if (calls.platform().code_page.Widen(narrow.first_left_out(), &left_out)) entries->LeaveOut(left_out);
-  return SystemResult::Ok;
+  return System::SystemResult::Ok;
 }
 
 }  // namespace
@@ -41,19 +41,19 @@ template <class Char>
 bool IsDirectory(const SystemCalls<Char>& calls, const std::basic_string<Char>& path) {
   std::uint32_t attributes = 0;
   if (!FirstMatch(calls, path, &attributes)) return false;
-  if ((attributes & FileAttribute::kDirectory) != 0) return true;
-  calls.platform().reasons.SetLastCode(RefusalCode(Reason::NotFound));
+  if ((attributes & System::FileAttribute::kDirectory) != 0) return true;
+  calls.platform().reasons.SetLastCode(System::RefusalCode(System::Reason::NotFound));
   return false;
 }
 
 template <class Char>
-SystemResult Tree<Char>::Open(const Text& root, TreeUse use) {
+System::SystemResult Tree<Char>::Open(const Text& root, System::TreeUse use) {
   root_ = root;
   use_ = use;
   opened_ = own_.Open(root_, use_);
-  if (opened_ == SystemResult::Ok) return opened_;
-  const KeptReason kept(calls_.platform().reasons);
-  if (OpenNarrow()) opened_ = SystemResult::Ok;
+  if (opened_ == System::SystemResult::Ok) return opened_;
+  const System::KeptReason kept(calls_.platform().reasons);
+  if (OpenNarrow()) opened_ = System::SystemResult::Ok;
   return opened_;
 }
 
@@ -64,7 +64,7 @@ bool Tree<Char>::OpenNarrow() {
   } else {
     if (narrow_.IsOpen()) return true;
     std::string root;
-    return calls_.NarrowExactly(root_, &root) && narrow_.Open(root, use_) == SystemResult::Ok;
+    return calls_.NarrowExactly(root_, &root) && narrow_.Open(root, use_) == System::SystemResult::Ok;
   }
 }
 
@@ -73,11 +73,11 @@ template <class Call>
 auto Tree<Char>::Try(const Call& call, const Text& path) {
   using Result = decltype(call(own_, path));
   Result result{};
-  if constexpr (std::is_same_v<Result, SystemResult>) result = SystemResult::Failed;
+  if constexpr (std::is_same_v<Result, System::SystemResult>) result = System::SystemResult::Failed;
   if (own_.IsOpen()) result = call(own_, path);
   if constexpr (sizeof(Char) > 1) {
     if (IsDone(result)) return result;
-    const KeptReason kept(calls_.platform().reasons);
+    const System::KeptReason kept(calls_.platform().reasons);
     std::string narrow;
     if (calls_.NarrowExactly(path, &narrow) && OpenNarrow()) result = call(narrow_, narrow);
   }
@@ -85,8 +85,8 @@ auto Tree<Char>::Try(const Call& call, const Text& path) {
 }
 
 template <class Char>
-SystemResult Tree<Char>::List(const Text& directory, EntryList<Char>* entries) {
-  if (opened_ != SystemResult::Ok) return opened_;
+System::SystemResult Tree<Char>::List(const Text& directory, System::EntryList<Char>* entries) {
+  if (opened_ != System::SystemResult::Ok) return opened_;
   return Try([&](auto& tree, const auto& path) { return ListIn(calls_, tree, path, entries); }, directory);
 }
 
@@ -97,37 +97,39 @@ bool Tree<Char>::SetAttributes(const Text& path, std::uint32_t attributes) {
 }
 
 template <class Char>
-SystemResult Tree<Char>::RemoveFile(const Text& path) {
-  return Try([](auto& tree, const auto& p) { return tree.trees().RemoveFileIn(tree.handle(), p, Mark::Ignored); },
-             path);
+System::SystemResult Tree<Char>::RemoveFile(const Text& path) {
+  return Try(
+      [](auto& tree, const auto& p) { return tree.trees().RemoveFileIn(tree.handle(), p, System::Mark::Ignored); },
+      path);
 }
 
 template <class Char>
 bool Tree<Char>::RemoveDirectory(const Text& path) {
-  return Try([](auto& tree, const auto& p) { return tree.trees().RemoveDirectoryIn(tree.handle(), p, Mark::Ignored); },
-             path);
+  return Try(
+      [](auto& tree, const auto& p) { return tree.trees().RemoveDirectoryIn(tree.handle(), p, System::Mark::Ignored); },
+      path);
 }
 
 template <class Char>
-SystemResult Tree<Char>::CreateDirectory(const Text& path) {
+System::SystemResult Tree<Char>::CreateDirectory(const Text& path) {
   return Try([](auto& tree, const auto& p) { return tree.trees().CreateDirectoryIn(tree.handle(), p); }, path);
 }
 
 template <class Char>
-std::vector<bool> Tree<Char>::FindDoubles(const EntryList<Char>& entries) {
+std::vector<bool> Tree<Char>::FindDoubles(const System::EntryList<Char>& entries) {
   std::vector<bool> doubles(entries.size());
   if (own_.IsOpen()) own_.trees().FindDoubles(own_.handle(), entries, &doubles);
   return doubles;
 }
 
 template <class Char>
-SystemResult Tree<Char>::CopyTo(Tree& other, const Text& path, bool fail_if_exists, std::uint32_t listed) {
+System::SystemResult Tree<Char>::CopyTo(Tree& other, const Text& path, bool fail_if_exists, std::uint32_t listed) {
   const auto copy = [&](auto& tree, const auto& p) {
     if constexpr (std::is_same_v<decltype(tree), OpenedTree<Char>&>) {
-      if (!other.own_.IsOpen()) return SystemResult::Failed;
+      if (!other.own_.IsOpen()) return System::SystemResult::Failed;
       return tree.trees().CopyIn(tree.handle(), other.own_.handle(), p, fail_if_exists, listed);
     } else {
-      if (!other.OpenNarrow()) return SystemResult::Failed;
+      if (!other.OpenNarrow()) return System::SystemResult::Failed;
       return tree.trees().CopyIn(tree.handle(), other.narrow_.handle(), p, fail_if_exists, listed);
     }
   };
@@ -141,10 +143,10 @@ WalkResult WalkTree(Tree<Char>& tree, const TreeVisitor<Char>& visitor, const Ga
   while (!waiting.empty()) {
     Listing<Char> listing{std::move(waiting.back()), {}};
     waiting.pop_back();
-    const SystemResult listed = tree.List(listing.start, &listing.entries);
-    if (listed != SystemResult::Ok) {
+    const System::SystemResult listed = tree.List(listing.start, &listing.entries);
+    if (listed != System::SystemResult::Ok) {
       gaps.closed(listing.start);
-      const bool closed = listed == SystemResult::NotFound || listed == SystemResult::Denied;
+      const bool closed = listed == System::SystemResult::NotFound || listed == System::SystemResult::Denied;
       if (!closed || result == WalkResult::Whole) result = closed ? WalkResult::Skipped : WalkResult::Broken;
       continue;
     }
@@ -170,4 +172,4 @@ template bool IsDirectory(const SystemCalls<char16_t>&, const std::u16string&);
 template WalkResult WalkTree(Tree<char>&, const TreeVisitor<char>&, const GapVisitor<char>&);
 template WalkResult WalkTree(Tree<char16_t>&, const TreeVisitor<char16_t>&, const GapVisitor<char16_t>&);
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

@@ -8,7 +8,7 @@
 
 #include "filesystem/SystemCalls.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 
 // The attributes of the first match of a path; false when there is none.
 template <class Char>
@@ -22,20 +22,22 @@ bool IsDirectory(const SystemCalls<Char>& calls, const std::basic_string<Char>& 
 template <class Char>
 class OpenedTree {
  public:
-  explicit OpenedTree(TreesOf<Char>& trees) : trees_(trees) {}
+  explicit OpenedTree(System::TreesOf<Char>& trees) : trees_(trees) {}
   OpenedTree(const OpenedTree&) = delete;
   OpenedTree& operator=(const OpenedTree&) = delete;
   ~OpenedTree() {
     if (IsOpen()) trees_.CloseTree(handle_);
   }
-  bool IsOpen() const { return handle_ != TreeHandle::None; }
-  SystemResult Open(const std::basic_string<Char>& path, TreeUse use) { return trees_.OpenTree(path, use, &handle_); }
-  TreesOf<Char>& trees() const { return trees_; }
-  TreeHandle handle() const { return handle_; }
+  bool IsOpen() const { return handle_ != System::TreeHandle::None; }
+  System::SystemResult Open(const std::basic_string<Char>& path, System::TreeUse use) {
+    return trees_.OpenTree(path, use, &handle_);
+  }
+  System::TreesOf<Char>& trees() const { return trees_; }
+  System::TreeHandle handle() const { return handle_; }
 
  private:
-  TreesOf<Char>& trees_;
-  TreeHandle handle_ = TreeHandle::None;
+  System::TreesOf<Char>& trees_;
+  System::TreeHandle handle_ = System::TreeHandle::None;
 };
 
 // A directory and what lies below it, by paths from there (see platform/Trees.h for the calls). As with SystemCalls a
@@ -50,21 +52,21 @@ class Tree {
       : calls_(calls), own_(calls.platform().template For<Char>().trees), narrow_(calls.platform().narrow.trees) {}
 
   // Once, before anything else; the other calls fail when this does, List with its result.
-  SystemResult Open(const Text& root, TreeUse use);
+  System::SystemResult Open(const Text& root, System::TreeUse use);
 
   // The platform path of an entry.
   Text PathOf(const Text& path) const { return Text(root_).append(1, Char{'\\'}).append(path); }
 
-  SystemResult List(const Text& directory, EntryList<Char>* entries);
+  System::SystemResult List(const Text& directory, System::EntryList<Char>* entries);
   bool SetAttributes(const Text& path, std::uint32_t attributes);
   // Whatever their marks.
-  SystemResult RemoveFile(const Text& path);
+  System::SystemResult RemoveFile(const Text& path);
   bool RemoveDirectory(const Text& path);
-  SystemResult CreateDirectory(const Text& path);
+  System::SystemResult CreateDirectory(const Text& path);
   // See TreesOf::FindDoubles.
-  std::vector<bool> FindDoubles(const EntryList<Char>& entries);
+  std::vector<bool> FindDoubles(const System::EntryList<Char>& entries);
   // See TreesOf::CopyIn.
-  SystemResult CopyTo(Tree& other, const Text& path, bool fail_if_exists, std::uint32_t listed);
+  System::SystemResult CopyTo(Tree& other, const Text& path, bool fail_if_exists, std::uint32_t listed);
 
  private:
   // Makes `call(tree, path)` with the tree of the own width, and of the narrow one when that fails.
@@ -74,8 +76,8 @@ class Tree {
 
   const SystemCalls<Char>& calls_;
   Text root_;
-  TreeUse use_ = TreeUse::Read;
-  SystemResult opened_ = SystemResult::Failed;
+  System::TreeUse use_ = System::TreeUse::Read;
+  System::SystemResult opened_ = System::SystemResult::Failed;
   OpenedTree<Char> own_;
   OpenedTree<char> narrow_;  // Opened when a wide call has failed.
 };
@@ -84,7 +86,7 @@ class Tree {
 template <class Char>
 struct Listing {
   std::basic_string<Char> start;  // Before each name to make a path from the root: empty, or the directory and a "\".
-  EntryList<Char> entries;
+  System::EntryList<Char> entries;
 
   std::basic_string<Char> PathOf(std::size_t i) const { return std::basic_string<Char>(start).append(entries.name(i)); }
 };
@@ -138,4 +140,4 @@ enum class WalkResult {
 template <class Char>
 WalkResult WalkTree(Tree<Char>& tree, const TreeVisitor<Char>& visitor, const GapVisitor<Char>& gaps);
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

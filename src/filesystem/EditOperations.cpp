@@ -2,10 +2,10 @@
 #include <algorithm>
 
 #include "CoreObjects/Marshalled.h"
-#include "filesystem/FileBytes.h"
 #include "filesystem/Operations.h"
+#include "filesystem/TextBytes.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 namespace {
 
 constexpr char16_t kByteOrderMark = 0xFEFF;
@@ -101,4 +101,4 @@ template bool Operations<char16_t>::OverwriteFileString(const char16_t*, std::ui
 template bool Operations<char>::DeleteFileBytes(const char*, std::uint32_t, std::uint32_t);
 template bool Operations<char16_t>::DeleteFileBytes(const char16_t*, std::uint32_t, std::uint32_t);
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

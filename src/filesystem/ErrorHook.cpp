@@ -1,6 +1,6 @@
 #include "filesystem/ErrorHook.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 namespace {
 
 class SilentHook final : public ErrorHook {};
@@ -14,4 +14,4 @@ ErrorHook& SilentErrorHook() noexcept {
   return hook;
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

@@ -1,7 +1,7 @@
 // Where the file system names its failures.
 #pragma once
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 
 struct Failure {
   const char* key;
@@ -54,4 +54,4 @@ class ErrorHook {
 // The hook of every file system that is given no other.
 ErrorHook& SilentErrorHook() noexcept;
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

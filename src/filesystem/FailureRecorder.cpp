@@ -5,7 +5,7 @@
 
 #include "OrvWorkFlow/FileReasons.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 namespace {
 
 // Threads whose last failure is remembered; beyond them the oldest record goes.
@@ -13,57 +13,57 @@ constexpr std::size_t kMostRecords = 64;
 
 thread_local RunningCall* running_call = nullptr;
 
-const char* WordsFor(Reason reason) {
+const char* WordsFor(System::Reason reason) {
   switch (reason) {
-    case Reason::NotFound:
+    case System::Reason::NotFound:
       return FileReasons::kNotFound;
-    case Reason::Denied:
+    case System::Reason::Denied:
       return FileReasons::kDenied;
-    case Reason::MarkedReadOnly:
+    case System::Reason::MarkedReadOnly:
       return FileReasons::kMarkedReadOnly;
-    case Reason::ReadOnlyDisk:
+    case System::Reason::ReadOnlyDisk:
       return FileReasons::kReadOnlyDisk;
-    case Reason::InUse:
+    case System::Reason::InUse:
       return FileReasons::kInUse;
-    case Reason::NoSpace:
+    case System::Reason::NoSpace:
       return FileReasons::kNoSpace;
-    case Reason::NoQuota:
+    case System::Reason::NoQuota:
       return FileReasons::kNoQuota;
-    case Reason::TooLarge:
+    case System::Reason::TooLarge:
       return FileReasons::kTooLarge;
-    case Reason::Exists:
+    case System::Reason::Exists:
       return FileReasons::kExists;
-    case Reason::IsFolder:
+    case System::Reason::IsFolder:
       return FileReasons::kIsFolder;
-    case Reason::NotPlainFile:
+    case System::Reason::NotPlainFile:
       return FileReasons::kNotPlainFile;
-    case Reason::NotEmpty:
+    case System::Reason::NotEmpty:
       return FileReasons::kNotEmpty;
-    case Reason::NameTooLong:
+    case System::Reason::NameTooLong:
       return FileReasons::kNameTooLong;
-    case Reason::InvalidName:
+    case System::Reason::InvalidName:
       return FileReasons::kInvalidName;
-    case Reason::TooManyLinks:
+    case System::Reason::TooManyLinks:
       return FileReasons::kTooManyLinks;
-    case Reason::TooManyOpen:
+    case System::Reason::TooManyOpen:
       return FileReasons::kTooManyOpen;
-    case Reason::DiskFailed:
+    case System::Reason::DiskFailed:
       return FileReasons::kDiskFailed;
-    case Reason::NoMemory:
+    case System::Reason::NoMemory:
       return FileReasons::kNoMemory;
-    case Reason::SameFile:
+    case System::Reason::SameFile:
       return FileReasons::kSameFile;
-    case Reason::SameName:
+    case System::Reason::SameName:
       return FileReasons::kSameName;
-    case Reason::LinkToFolder:
+    case System::Reason::LinkToFolder:
       return FileReasons::kLinkToFolder;
-    case Reason::Root:
+    case System::Reason::Root:
       return FileReasons::kRoot;
-    case Reason::Stopped:
+    case System::Reason::Stopped:
       return FileReasons::kStopped;
-    case Reason::NotHandedOver:
+    case System::Reason::NotHandedOver:
       return FileReasons::kNotHandedOver;
-    case Reason::Unknown:
+    case System::Reason::Unknown:
       break;
   }
   return FileReasons::kUnknown;
@@ -74,7 +74,7 @@ const char* WordsFor(Reason reason) {
 std::string WordsFor(const FailureRecorder::Record& record) {
   if (record.message != nullptr) return record.message;
   std::string words = WordsFor(record.reason);
-  if (record.reason == Reason::Unknown && record.code != 0 && !IsRefusal(record.code)) {
+  if (record.reason == System::Reason::Unknown && record.code != 0 && !System::IsRefusal(record.code)) {
     words += " (system error " + std::to_string(record.code) + ")";
   }
   return words;
@@ -120,8 +120,8 @@ bool FailureRecorder::ReportAt(const Failure& failure, FailedPath place) noexcep
   return false;
 }
 
-bool FailureRecorder::ReportAt(const Failure& failure, Reason reason, FailedPath place) noexcept {
-  reasons_.SetLastCode(RefusalCode(reason));
+bool FailureRecorder::ReportAt(const Failure& failure, System::Reason reason, FailedPath place) noexcept {
+  reasons_.SetLastCode(System::RefusalCode(reason));
   return ReportAt(failure, std::move(place));
 }
 
@@ -164,7 +164,7 @@ bool FailureRecorder::Find(Record* record) const {
 }
 
 void FailureRecorder::Keep(RunningCall& call) noexcept {
-  if (!call.has_reason_) Note(Reason::NotHandedOver);
+  if (!call.has_reason_) Note(System::Reason::NotHandedOver);
   try {
     Record record{std::this_thread::get_id(), call.operation_, {}, call.message_, call.reason_, call.code_};
     try {
@@ -201,4 +201,4 @@ void FailureRecorder::Forget() noexcept {
   std::erase_if(records_, [](const Record& one) { return one.thread == std::this_thread::get_id(); });
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

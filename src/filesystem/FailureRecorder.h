@@ -11,7 +11,7 @@
 #include "filesystem/ErrorHook.h"
 #include "platform/Platform.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 
 class FailureRecorder;
 
@@ -49,7 +49,7 @@ class RunningCall {
   bool has_reason_ = false;
   bool left_out_ = false;
   const char* message_ = nullptr;  // Instead of a reason.
-  Reason reason_ = Reason::Unknown;
+  System::Reason reason_ = System::Reason::Unknown;
   std::uint32_t code_ = 0;
   FailedPath place_;  // When it is not the caller's path.
 };
@@ -62,24 +62,26 @@ class FailureRecorder final : public ErrorHook {
     const char* operation = "";
     FailedPath path;
     const char* message = nullptr;
-    Reason reason = Reason::Unknown;
+    System::Reason reason = System::Reason::Unknown;
     std::uint32_t code = 0;
   };
 
   // Both must outlive this.
-  FailureRecorder(Reasons& reasons, ErrorHook& next) : reasons_(reasons), next_(next) {}
+  FailureRecorder(System::Reasons& reasons, ErrorHook& next) : reasons_(reasons), next_(next) {}
 
   // With the reason of the last system call that failed.
   bool Report(const Failure& failure) noexcept override;
   // The same about another path than the caller's.
   bool ReportAt(const Failure& failure, FailedPath place) noexcept;
-  bool ReportAt(const Failure& failure, Reason reason, FailedPath place) noexcept;
+  bool ReportAt(const Failure& failure, System::Reason reason, FailedPath place) noexcept;
   // What is no failure by itself, but is the reason if the call answers false.
   bool Note() noexcept { return NoteCode(reasons_.LastCode()); }
-  bool Note(Reason reason) noexcept { return NoteCode(RefusalCode(reason)); }
+  bool Note(System::Reason reason) noexcept { return NoteCode(System::RefusalCode(reason)); }
   // The same about another path.
   void NoteAt(FailedPath place) noexcept { NoteCodeAt(reasons_.LastCode(), std::move(place)); }
-  void NoteAt(Reason reason, FailedPath place) noexcept { NoteCodeAt(RefusalCode(reason), std::move(place)); }
+  void NoteAt(System::Reason reason, FailedPath place) noexcept {
+    NoteCodeAt(System::RefusalCode(reason), std::move(place));
+  }
   // What was noted is something left out by a call that may succeed.
   void NoteLeftOut() noexcept;
   // Forgets what the running call has reported so far, since it came to nothing.
@@ -97,7 +99,7 @@ class FailureRecorder final : public ErrorHook {
   void Keep(RunningCall& call) noexcept;
   void Forget() noexcept;
 
-  Reasons& reasons_;
+  System::Reasons& reasons_;
   ErrorHook& next_;
   mutable std::mutex mutex_;  // Guards the records; a leaf.
   std::vector<Record> records_;
@@ -108,4 +110,4 @@ class FailureRecorder final : public ErrorHook {
 // "permission denied", "no such file": the same words on every platform.
 std::string WordsFor(const FailureRecorder::Record& record);
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

@@ -7,7 +7,7 @@
 #include "filesystem/DirectoryWalk.h"
 #include "filesystem/PathText.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 namespace {
 
 // Where the names of a path begin: behind the server and the share of a network path.
@@ -26,8 +26,8 @@ template <class Char>
 bool FileContent<Char>::Exists(const Text& path) const {
   std::uint32_t attributes = 0;
   if (!calls_.GetAttributes(path, &attributes)) return false;
-  if ((attributes & FileAttribute::kDirectory) == 0) return true;
-  reasons().SetLastCode(RefusalCode(Reason::IsFolder));
+  if ((attributes & System::FileAttribute::kDirectory) == 0) return true;
+  reasons().SetLastCode(System::RefusalCode(System::Reason::IsFolder));
   return false;
 }
 
@@ -39,8 +39,8 @@ bool FileContent<Char>::MakeDirectory(const Text& path) const {
     while (end < path.size() && !IsSeparator(path[end])) ++end;
     const Text prefix = path.substr(0, end);
     if (IsBareDrive<Char>(prefix) || IsDirectory(calls_, prefix)) continue;
-    if (calls_.CreateOneDirectory(prefix) == SystemResult::Ok) continue;
-    const KeptReason kept(reasons());
+    if (calls_.CreateOneDirectory(prefix) == System::SystemResult::Ok) continue;
+    const System::KeptReason kept(reasons());
     // Somebody else may have made it in between.
     if (IsDirectory(calls_, prefix)) continue;
     kept.Restore();
@@ -50,8 +50,8 @@ bool FileContent<Char>::MakeDirectory(const Text& path) const {
 }
 
 template <class Char>
-bool FileContent<Char>::FailFor(const Failure& failure, Reason reason) const {
-  reasons().SetLastCode(RefusalCode(reason));
+bool FileContent<Char>::FailFor(const Failure& failure, System::Reason reason) const {
+  reasons().SetLastCode(System::RefusalCode(reason));
   return hook_.Report(failure);
 }
 
@@ -64,16 +64,18 @@ bool FileContent<Char>::MakeParent(const Text& path) const {
 template <class Char>
 bool FileContent<Char>::Make(const Text& path) const {
   OpenedFile file(open_files());
-  const bool made = MakeParent(path) &&
-                    calls_.Open(path, Access::Read, Creation::OpenAlways, file.Slot()) == SystemResult::Ok &&
-                    file.Close();
+  const bool made =
+      MakeParent(path) &&
+      calls_.Open(path, System::Access::Read, System::Creation::OpenAlways, file.Slot()) == System::SystemResult::Ok &&
+      file.Close();
   return made || hook_.Report(Failures::kCannotCreateFile);
 }
 
 template <class Char>
 bool FileContent<Char>::GetSize(const Text& path, std::uint64_t* size) const {
   OpenedFile file(open_files());
-  const bool known = calls_.Open(path, Access::Read, Creation::OpenExisting, file.Slot()) == SystemResult::Ok &&
+  const bool known = calls_.Open(path, System::Access::Read, System::Creation::OpenExisting, file.Slot()) ==
+                         System::SystemResult::Ok &&
                      open_files().GetSize(file.handle(), size);
   return known || hook_.Report(Failures::kCannotOpenForSize);
 }
@@ -86,7 +88,8 @@ bool FileContent<Char>::Remove(const Text& path) const {
 template <class Char>
 bool FileContent<Char>::OpenForReading(const Text& path, OpenedFile& file, std::uint64_t* size) const {
   if (!Exists(path)) return hook_.Report(Failures::kSourceMissing);
-  if (calls_.Open(path, Access::Read, Creation::OpenExisting, file.Slot()) != SystemResult::Ok) {
+  if (calls_.Open(path, System::Access::Read, System::Creation::OpenExisting, file.Slot()) !=
+      System::SystemResult::Ok) {
     return hook_.Report(Failures::kCannotOpenFile);
   }
   return open_files().GetSize(file.handle(), size) || hook_.Report(Failures::kCannotReadFile);
@@ -95,12 +98,13 @@ bool FileContent<Char>::OpenForReading(const Text& path, OpenedFile& file, std::
 template <class Char>
 bool FileContent<Char>::OpenWhole(const Text& path, OpenedFile& file, std::uint64_t* size) const {
   if (!OpenForReading(path, file, size)) return false;
-  return *size <= std::numeric_limits<std::uint32_t>::max() || FailFor(Failures::kCannotReadFile, Reason::TooLarge);
+  return *size <= std::numeric_limits<std::uint32_t>::max() ||
+         FailFor(Failures::kCannotReadFile, System::Reason::TooLarge);
 }
 
 template <class Char>
-bool FileContent<Char>::ReadHere(FileHandle handle, std::uint64_t count, IOrvBasicStream* content) const {
-  if (!std::in_range<std::size_t>(count)) return FailFor(Failures::kCannotReadFile, Reason::TooLarge);
+bool FileContent<Char>::ReadHere(System::FileHandle handle, std::uint64_t count, IOrvBasicStream* content) const {
+  if (!std::in_range<std::size_t>(count)) return FailFor(Failures::kCannotReadFile, System::Reason::TooLarge);
   const auto size = static_cast<std::size_t>(count);
   void* const room = content->GetSize() == 0 && size > 0 ? content->Room(size) : nullptr;
   std::string copy(room == nullptr ? size : 0, '\0');
@@ -120,8 +124,9 @@ bool FileContent<Char>::Read(const Text& path, std::string* content) const {
 }
 
 template <class Char>
-bool FileContent<Char>::ReadWhole(FileHandle handle, std::uint64_t size, std::string* content) const {
-  if (size > std::numeric_limits<std::uint32_t>::max()) return FailFor(Failures::kCannotReadFile, Reason::TooLarge);
+bool FileContent<Char>::ReadWhole(System::FileHandle handle, std::uint64_t size, std::string* content) const {
+  if (size > std::numeric_limits<std::uint32_t>::max())
+    return FailFor(Failures::kCannotReadFile, System::Reason::TooLarge);
   std::string bytes(static_cast<std::size_t>(size), '\0');
   std::size_t done = 0;
   if (!open_files().Read(handle, bytes.data(), bytes.size(), &done)) return hook_.Report(Failures::kCannotReadFile);
@@ -149,32 +154,32 @@ bool FileContent<Char>::ReadRange(const Text& path, std::uint64_t first, std::ui
 }
 
 template <class Char>
-bool FileContent<Char>::OpenForWriting(const Text& path, FileHandle* handle) const {
+bool FileContent<Char>::OpenForWriting(const Text& path, System::FileHandle* handle) const {
   if (!Exists(path) && !Make(path)) return hook_.Report(Failures::kDestinationMissing);
-  return calls_.Open(path, Access::Write, Creation::OpenAlways, handle) == SystemResult::Ok ||
+  return calls_.Open(path, System::Access::Write, System::Creation::OpenAlways, handle) == System::SystemResult::Ok ||
          hook_.Report(Failures::kCannotOpenFile);
 }
 
 template <class Char>
 bool FileContent<Char>::WriteAt(Position position, const Text& path, std::string_view content) const {
   OpenedFile file(open_files());
-  OpenFiles& files = open_files();
+  System::OpenFiles& files = open_files();
   if (!OpenForWriting(path, file.Slot())) return false;
   std::uint64_t old_size = 0;
   std::size_t done = 0;
-  const FileHandle handle = file.handle();
+  const System::FileHandle handle = file.handle();
   const bool placed =
       files.GetSize(handle, &old_size) && (position == Position::Start || files.MoveTo(handle, old_size));
   if (!placed) return hook_.Report(Failures::kCannotWriteFile);
   if (!files.Write(handle, content.data(), content.size(), &done)) {
-    const KeptReason kept(reasons());
+    const System::KeptReason kept(reasons());
     if (files.MoveTo(handle, old_size)) files.SetEnd(handle);
     kept.Restore();
     return hook_.Report(Failures::kCannotWriteFile);
   }
   const bool ended = position == Position::End || files.SetEnd(handle);
   if (ended && file.Close()) return true;
-  const KeptReason kept(reasons());
+  const System::KeptReason kept(reasons());
   if (position == Position::End) CutBack(path, old_size);
   kept.Restore();
   return hook_.Report(Failures::kCannotWriteFile);
@@ -183,7 +188,8 @@ bool FileContent<Char>::WriteAt(Position position, const Text& path, std::string
 template <class Char>
 void FileContent<Char>::CutBack(const Text& path, std::uint64_t size) const {
   OpenedFile file(open_files());
-  if (calls_.Open(path, Access::Write, Creation::OpenExisting, file.Slot()) != SystemResult::Ok) return;
+  if (calls_.Open(path, System::Access::Write, System::Creation::OpenExisting, file.Slot()) != System::SystemResult::Ok)
+    return;
   if (open_files().MoveTo(file.handle(), size)) open_files().SetEnd(file.handle());
 }
 
@@ -200,4 +206,4 @@ bool FileContent<Char>::Append(const Text& path, std::string_view content) const
 template class FileContent<char>;
 template class FileContent<char16_t>;
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

@@ -10,7 +10,7 @@
 #include "filesystem/OpenedFile.h"
 #include "filesystem/SystemCalls.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 
 // Each names its failures to the hook. Any thread.
 template <class Char>
@@ -50,26 +50,27 @@ class FileContent {
  private:
   enum class Position { Start, End };
 
-  bool OpenForWriting(const Text& path, FileHandle* handle) const;
+  bool OpenForWriting(const Text& path, System::FileHandle* handle) const;
   bool OpenForReading(const Text& path, OpenedFile& file, std::uint64_t* size) const;
   bool OpenWhole(const Text& path, OpenedFile& file, std::uint64_t* size) const;
-  bool ReadHere(FileHandle handle, std::uint64_t count, IOrvBasicStream* content) const;
+  bool ReadHere(System::FileHandle handle, std::uint64_t count, IOrvBasicStream* content) const;
   // Takes back what an append has written whose file could not be closed properly.
   void CutBack(const Text& path, std::uint64_t size) const;
   bool WriteAt(Position position, const Text& path, std::string_view content) const;
   bool WriteOver(const Text& path, std::string_view content) const;
-  bool ReadWhole(FileHandle handle, std::uint64_t size, std::string* content) const;
-  bool WriteHeld(FileHandle handle, std::string_view content) const;
+  bool ReadWhole(System::FileHandle handle, std::uint64_t size, std::string* content) const;
+  bool WriteHeld(System::FileHandle handle, std::string_view content) const;
   bool MakeParent(const Text& path) const;
-  SystemResult WriteBeside(const Text& target, bool exists, std::string_view content, FileHandle held) const;
+  System::SystemResult WriteBeside(const Text& target, bool exists, std::string_view content,
+                                   System::FileHandle held) const;
 
-  bool FailFor(const Failure& failure, Reason reason) const;
+  bool FailFor(const Failure& failure, System::Reason reason) const;
 
-  Reasons& reasons() const { return calls_.platform().reasons; }
-  OpenFiles& open_files() const { return calls_.platform().open_files; }
+  System::Reasons& reasons() const { return calls_.platform().reasons; }
+  System::OpenFiles& open_files() const { return calls_.platform().open_files; }
 
   const SystemCalls<Char>& calls_;
   ErrorHook& hook_;
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

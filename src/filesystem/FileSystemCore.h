@@ -4,11 +4,12 @@
 #include "filesystem/AsyncWorker.h"
 #include "filesystem/Operations.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 
 // Owned by the object and by its worker thread, as long as that runs: the object may go from within a notification.
 struct FileSystemCore {
-  FileSystemCore(const Platform& platform, ErrorHook& hook) : parts(platform, hook), narrow(parts), wide(parts) {}
+  FileSystemCore(const System::Platform& platform, ErrorHook& hook)
+      : parts(platform, hook), narrow(parts), wide(parts) {}
 
   template <class Char>
   Operations<Char>& For() {
@@ -25,4 +26,4 @@ struct FileSystemCore {
   AsyncWorker worker;
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

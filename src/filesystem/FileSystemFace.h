@@ -11,7 +11,7 @@
 #include "filesystem/FileSystemCore.h"
 #include "platform/PathMemory.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 
 template <class Char>
 using FileSystemInterface = std::conditional_t<sizeof(Char) == 1, IFileSystemA, IFileSystemW>;
@@ -171,15 +171,15 @@ class FileSystemFace : public FileSystemInterface<Char> {
   template <class Call>
   static auto Told(FailureRecorder& recorder, const char* operation, const Char* path, RunningCall::End success,
                    const Call& call) noexcept -> decltype(call()) {
-    const PathMemory paths;
+    const System::PathMemory paths;
     RunningCall running(recorder, operation, path);
     decltype(call()) result{};
     try {
       result = call();
     } catch (const std::bad_alloc&) {
-      recorder.Note(Reason::NoMemory);
+      recorder.Note(System::Reason::NoMemory);
     } catch (...) {
-      recorder.Note(Reason::NotHandedOver);
+      recorder.Note(System::Reason::NotHandedOver);
     }
     running.Finish(Succeeded(running, result) ? success : RunningCall::End::Failed);
     return result;
@@ -203,7 +203,7 @@ class FileSystemFace : public FileSystemInterface<Char> {
       FileSystemCore* core = core_.get();  // The worker's thread keeps it.
       const auto run = [core, operation, success, work, first = Text(path), ... copies = Text(paths)] {
         return Told(core->parts.hook, operation, first.c_str(), success, [&] {
-          if (core->parts.stopping) return core->parts.hook.Note(Reason::Stopped);
+          if (core->parts.stopping) return core->parts.hook.Note(System::Reason::Stopped);
           return work(core->template For<Char>(), first, copies...);
         });
       };
@@ -236,4 +236,4 @@ class WideFace : public FileSystemFace<char16_t> {
   ~WideFace() = default;
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

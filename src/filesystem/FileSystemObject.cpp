@@ -2,9 +2,9 @@
 
 #include <cstring>
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 
-CFileSystem::CFileSystem(const Platform& platform, ErrorHook& hook)
+CFileSystem::CFileSystem(const System::Platform& platform, ErrorHook& hook)
     : core_(std::make_shared<FileSystemCore>(platform, hook)) {
   FileSystemFace<char>::core_ = core_;
   FileSystemFace<char16_t>::core_ = core_;
@@ -30,4 +30,4 @@ void CFileSystem::AddContentDirectory(const char* directory) {
   }
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

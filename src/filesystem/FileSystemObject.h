@@ -9,7 +9,7 @@
 #include "filesystem/FileSystemFace.h"
 #include "platform/Platform.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 
 // Answers to "IFileSystemA" and "IFileSystemW". Any thread. The base protocol's last error stays empty: why a call
 // failed is told by GetLastFailure.
@@ -18,7 +18,8 @@ class CFileSystem final : public BaseObject<CFileSystem, FileSystemFace<char>, W
   static constexpr const char* kTypeName = ObjectNames::kFileSystem;
 
   // Platform and hook must outlive the object; when it is released from within a notification, also that call.
-  explicit CFileSystem(const Platform& platform = SystemPlatform(), ErrorHook& hook = SilentErrorHook());
+  explicit CFileSystem(const System::Platform& platform = System::SystemPlatform(),
+                       ErrorHook& hook = SilentErrorHook());
   ~CFileSystem();
 
   void* QueryInterface(const char* interface_name) override;
@@ -31,4 +32,4 @@ class CFileSystem final : public BaseObject<CFileSystem, FileSystemFace<char>, W
 
 using CFileSystemObjectCreator = ObjectCreator<CFileSystem, ObjectNames::kFileSystem>;
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

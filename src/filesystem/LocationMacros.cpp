@@ -5,7 +5,7 @@
 
 #include "filesystem/PathText.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 namespace {
 
 // Characters of a value that count, the terminator included. What a query says beyond that is cut.
@@ -32,7 +32,7 @@ bool AskWide(const Query& query, std::u16string* value) {
   return true;
 }
 
-std::u16string Widened(const Platform& platform, const std::string& text) {
+std::u16string Widened(const System::Platform& platform, const std::string& text) {
   std::u16string wide;
   platform.code_page.Widen(text, &wide);
   return wide;
@@ -40,7 +40,7 @@ std::u16string Widened(const Platform& platform, const std::string& text) {
 
 // The wide query, else the narrow one.
 template <std::uint32_t kCapacity, class Query>
-std::u16string AskBoth(const Platform& platform, const Query& query) {
+std::u16string AskBoth(const System::Platform& platform, const Query& query) {
   std::u16string value;
   const auto wide = [&](auto* buffer, std::uint32_t size) { return query(platform.wide.locations, buffer, size); };
   if (AskWide<kCapacity>(wide, &value)) return value;
@@ -48,25 +48,25 @@ std::u16string AskBoth(const Platform& platform, const Query& query) {
   return Widened(platform, Ask<char, kCapacity>(narrow));
 }
 
-std::u16string WindowsDirectory(const Platform& platform) {
+std::u16string WindowsDirectory(const System::Platform& platform) {
   return AskBoth<kDirectoryCapacity>(platform, [](auto& locations, auto* buffer, std::uint32_t size) {
     return locations.WindowsDirectory(buffer, size);
   });
 }
 
-std::u16string SystemDirectory(const Platform& platform) {
+std::u16string SystemDirectory(const System::Platform& platform) {
   return AskBoth<kDirectoryCapacity>(platform, [](auto& locations, auto* buffer, std::uint32_t size) {
     return locations.SystemDirectory(buffer, size);
   });
 }
 
-std::u16string TempPath(const Platform& platform) {
+std::u16string TempPath(const System::Platform& platform) {
   return AskBoth<kLongCapacity>(
       platform, [](auto& locations, auto* buffer, std::uint32_t size) { return locations.TempPath(buffer, size); });
 }
 
 // With its final separator.
-std::u16string ProgramDirectory(const Platform& platform) {
+std::u16string ProgramDirectory(const System::Platform& platform) {
   const std::u16string file = AskBoth<kModuleCapacity>(platform, [](auto& locations, auto* buffer, std::uint32_t size) {
     return locations.ModuleFileName(buffer, size);
   });
@@ -75,7 +75,7 @@ std::u16string ProgramDirectory(const Platform& platform) {
   return file.size() >= 2 && file[1] == u':' ? file.substr(0, 2) : std::u16string();
 }
 
-std::u16string ProgramFiles(const Platform& platform) {
+std::u16string ProgramFiles(const System::Platform& platform) {
   std::u16string value;
   const auto wide = [&](char16_t* buffer, std::uint32_t size) {
     return platform.wide.locations.ExpandVariables(u"%ProgramFiles%", buffer, size);
@@ -101,7 +101,7 @@ const MacroName* FindMacro(std::u16string_view path) {
   return found;
 }
 
-std::u16string MacroValue(const Platform& platform, LocationMacro macro) {
+std::u16string MacroValue(const System::Platform& platform, LocationMacro macro) {
   switch (macro) {
     case LocationMacro::Temp:
       return WindowsDirectory(platform) + u"\\Temp";
@@ -120,7 +120,7 @@ std::u16string MacroValue(const Platform& platform, LocationMacro macro) {
   return {};
 }
 
-std::u16string ExpandMacro(const Platform& platform, std::u16string_view path) {
+std::u16string ExpandMacro(const System::Platform& platform, std::u16string_view path) {
   const MacroName* name = FindMacro(path);
   if (name == nullptr) return {};
   std::u16string value = MacroValue(platform, name->macro);
@@ -130,4 +130,4 @@ std::u16string ExpandMacro(const Platform& platform, std::u16string_view path) {
   return value + rest;
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

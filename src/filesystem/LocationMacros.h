@@ -6,7 +6,7 @@
 
 #include "platform/Platform.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 
 enum class LocationMacro { Temp, Permanent, HostExec, WinDir, WinSysDir, ProgramFiles, WinTemp };
 
@@ -29,9 +29,9 @@ inline constexpr MacroName kMacroNames[] = {
 const MacroName* FindMacro(std::u16string_view path);
 
 // Asks the system anew at every call, in narrow characters when the wide query fails. Empty when both fail.
-std::u16string MacroValue(const Platform& platform, LocationMacro macro);
+std::u16string MacroValue(const System::Platform& platform, LocationMacro macro);
 
 // The path with its macro replaced by the value, in backslashes; empty when the path begins with no macro.
-std::u16string ExpandMacro(const Platform& platform, std::u16string_view path);
+std::u16string ExpandMacro(const System::Platform& platform, std::u16string_view path);
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

@@ -5,28 +5,28 @@
 
 #include "platform/Files.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 
 class OpenedFile {
  public:
-  explicit OpenedFile(OpenFiles& files) : files_(files) {}
+  explicit OpenedFile(System::OpenFiles& files) : files_(files) {}
   OpenedFile(const OpenedFile&) = delete;
   OpenedFile& operator=(const OpenedFile&) = delete;
   ~OpenedFile() { Close(); }
 
   // Where an open call puts its handle; once.
-  FileHandle* Slot() { return &handle_; }
-  FileHandle handle() const { return handle_; }
+  System::FileHandle* Slot() { return &handle_; }
+  System::FileHandle handle() const { return handle_; }
 
   // Closes now. True when nothing was open; false when content may be lost.
   bool Close() {
-    const FileHandle handle = std::exchange(handle_, FileHandle::None);
-    return handle == FileHandle::None || files_.Close(handle);
+    const System::FileHandle handle = std::exchange(handle_, System::FileHandle::None);
+    return handle == System::FileHandle::None || files_.Close(handle);
   }
 
  private:
-  OpenFiles& files_;
-  FileHandle handle_ = FileHandle::None;
+  System::OpenFiles& files_;
+  System::FileHandle handle_ = System::FileHandle::None;
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

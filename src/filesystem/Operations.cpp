@@ -1,10 +1,10 @@
 #include "filesystem/Operations.h"
 
 #include "CoreObjects/Marshalled.h"
-#include "filesystem/FileBytes.h"
 #include "filesystem/PathText.h"
+#include "filesystem/TextBytes.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 namespace {
 
 std::string_view BytesOf(const void* data, std::size_t size) { return {static_cast<const char*>(data), size}; }
@@ -73,7 +73,7 @@ std::uint32_t Operations<Char>::FileSize(const Char* path) {
     return 0;
   }
   Tree<Char> tree(calls_);
-  tree.Open(platform_path, TreeUse::Read);
+  tree.Open(platform_path, System::TreeUse::Read);
   ListedPath<Char> listed(platform_path, Char{'\\'});
   std::uint32_t sum = 0;
   const auto add = [&](const Listing<Char>& listing) {
@@ -197,8 +197,9 @@ bool Operations<Char>::PrepareDestination(const Char* destination, Text* platfor
 template <class Char>
 bool Operations<Char>::FailCopy(const Text& source, const Text& destination) {
   OpenedFile file(parts_.platform.open_files);
-  const KeptReason kept(parts_.platform.reasons);
-  const bool readable = calls_.Open(source, Access::Read, Creation::OpenExisting, file.Slot()) == SystemResult::Ok;
+  const System::KeptReason kept(parts_.platform.reasons);
+  const bool readable = calls_.Open(source, System::Access::Read, System::Creation::OpenExisting, file.Slot()) ==
+                        System::SystemResult::Ok;
   kept.Restore();
   return FailAt(Failures::kCopyFailed, readable ? destination : source);
 }
@@ -211,7 +212,7 @@ bool Operations<Char>::CopyOneFile(const Char* source, const Char* destination, 
   Text from;
   Text to;
   if (!FindSource(source, &from) || !PrepareDestination(destination, &to)) return false;
-  calls_.SetAttributes(to, FileAttribute::kNormal);
+  calls_.SetAttributes(to, System::FileAttribute::kNormal);
   return calls_.CopyOver(from, to, !overwrite) || FailCopy(from, to);
 }
 
@@ -248,4 +249,4 @@ bool Operations<Char>::FlushWrites() {
 template class Operations<char>;
 template class Operations<char16_t>;
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

@@ -15,14 +15,14 @@
 #include "filesystem/SearchDirectories.h"
 #include "filesystem/SystemCalls.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 
 // What both widths of one file system share.
 struct FileSystemParts {
-  FileSystemParts(const Platform& the_platform, ErrorHook& the_hook)
+  FileSystemParts(const System::Platform& the_platform, ErrorHook& the_hook)
       : platform(the_platform), hook(the_platform.reasons, the_hook), translator(the_platform, hook) {}
 
-  const Platform& platform;
+  const System::Platform& platform;
   FailureRecorder hook;
   PathTranslator translator;
   SearchDirectories content_directories;
@@ -119,4 +119,4 @@ class Operations {
   FileContent<Char> content_;
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

@@ -3,7 +3,7 @@
 
 #include <string_view>
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 
 // The same set on every platform, whatever the process's locale: the characters that Unicode calls white space.
 constexpr bool IsWhiteSpace(char16_t c) {
@@ -53,4 +53,4 @@ bool IsBareDrive(std::basic_string_view<Char> path) {
   return path.size() == 2 && path[1] == Char{':'} && is_letter(path[0]);
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

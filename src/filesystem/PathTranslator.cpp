@@ -9,7 +9,7 @@
 #include "filesystem/LocationMacros.h"
 #include "filesystem/PathText.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 namespace {
 
 // Workflows whose definition file lies beside that of another workflow: more links than this are a mistake.
@@ -105,4 +105,4 @@ IWorkFlowEngine* PathTranslator::Engine() {
   return engine;
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

@@ -9,12 +9,12 @@
 #include "filesystem/ErrorHook.h"
 #include "platform/Platform.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 
 // Any thread. Keeps the engine that the first workflow-relative path finds, for good: the engine must outlive it.
 class PathTranslator {
  public:
-  PathTranslator(const Platform& platform, ErrorHook& hook) : platform_(platform), hook_(hook) {}
+  PathTranslator(const System::Platform& platform, ErrorHook& hook) : platform_(platform), hook_(hook) {}
 
   // "$MACRO..." becomes the macro's value with the rest in backslashes; "$Flow/x" the directory of that workflow's
   // definition file with "\x". Anything else is a platform path: white space at its ends goes, then one final backslash
@@ -29,9 +29,9 @@ class PathTranslator {
   bool DirectoryOfWorkflow(IWorkFlowEngine& engine, std::u16string_view name, std::u16string* directory);
   IWorkFlowEngine* Engine();
 
-  const Platform& platform_;
+  const System::Platform& platform_;
   ErrorHook& hook_;
   std::atomic<IWorkFlowEngine*> engine_ = nullptr;
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

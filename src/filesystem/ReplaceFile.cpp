@@ -7,14 +7,14 @@
 #include "filesystem/PathText.h"
 #include "platform/BesideName.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 namespace {
 
 template <class Char>
 std::basic_string<Char> PathBeside(const std::basic_string<Char>& target, int attempt) {
   const std::size_t separator = LastSeparator<Char>(target);
   const std::size_t name = separator == target.npos ? 0 : separator + 1;
-  return target.substr(0, name) + BesideName(std::basic_string_view<Char>(target).substr(name), attempt);
+  return target.substr(0, name) + System::BesideName(std::basic_string_view<Char>(target).substr(name), attempt);
 }
 
 // The file that is to take the target's place, removed in the end when it has not: also when memory runs out.
@@ -25,7 +25,7 @@ struct Beside {
   Beside& operator=(const Beside&) = delete;
   ~Beside() {
     if (!exists) return;
-    const KeptReason kept(calls.platform().reasons);
+    const System::KeptReason kept(calls.platform().reasons);
     try {
       calls.RemoveOneFile(name);
     } catch (...) {  // There is nobody to tell.
@@ -50,13 +50,13 @@ bool FileContent<Char>::Replace(const Text& path, std::string_view content) cons
   if (exists && !calls_.IsWritableFile(target)) return hook_.Report(Failures::kCannotOpenFile);
   if (!exists && !MakeParent(target)) return false;
   OpenedFile turn(open_files());
-  if (exists && calls_.TakeTurn(target, turn.Slot()) == SystemResult::InUse) {
+  if (exists && calls_.TakeTurn(target, turn.Slot()) == System::SystemResult::InUse) {
     return hook_.Report(Failures::kCannotOpenFile);
   }
-  switch (WriteBeside(target, exists, content, FileHandle::None)) {
-    case SystemResult::Ok:
+  switch (WriteBeside(target, exists, content, System::FileHandle::None)) {
+    case System::SystemResult::Ok:
       return true;
-    case SystemResult::Denied:
+    case System::SystemResult::Denied:
       turn.Close();  // Who writes takes it.
       return WriteOver(target, content);
     default:
@@ -72,8 +72,8 @@ bool FileContent<Char>::Edit(const Text& path, const std::function<bool(std::str
   std::string content;
   if (!Exists(path)) return hook_.Report(Failures::kSourceMissing);
   // As with Replace.
-  if (!calls_.FollowLink(path, &target) ||
-      calls_.Open(target, Access::Edit, Creation::OpenExisting, held.Slot()) != SystemResult::Ok) {
+  if (!calls_.FollowLink(path, &target) || calls_.Open(target, System::Access::Edit, System::Creation::OpenExisting,
+                                                       held.Slot()) != System::SystemResult::Ok) {
     return hook_.Report(Failures::kCannotOpenFile);
   }
   if (!open_files().GetSize(held.handle(), &size)) return hook_.Report(Failures::kCannotReadFile);
@@ -82,25 +82,25 @@ bool FileContent<Char>::Edit(const Text& path, const std::function<bool(std::str
   if (!change(content)) return hook_.Report(Failures::kInvalidParameter);
   // A larger file could not be read again.
   if (content.size() > std::numeric_limits<std::uint32_t>::max()) {
-    return FailFor(Failures::kCannotWriteFile, Reason::TooLarge);
+    return FailFor(Failures::kCannotWriteFile, System::Reason::TooLarge);
   }
   switch (WriteBeside(target, true, content, held.handle())) {
-    case SystemResult::Ok:
+    case System::SystemResult::Ok:
       return true;
-    case SystemResult::Denied:
+    case System::SystemResult::Denied:
       if (WriteHeld(held.handle(), content) && held.Close()) return true;
       break;
     default:
       return hook_.Report(Failures::kCannotWriteFile);
   }
   hook_.Report(Failures::kCannotWriteFile);
-  if (held.handle() != FileHandle::None) return WriteHeld(held.handle(), old) && false;
+  if (held.handle() != System::FileHandle::None) return WriteHeld(held.handle(), old) && false;
   return false;
 }
 
 // A crash in here can lose the old content.
 template <class Char>
-bool FileContent<Char>::WriteHeld(FileHandle handle, std::string_view content) const {
+bool FileContent<Char>::WriteHeld(System::FileHandle handle, std::string_view content) const {
   std::size_t done = 0;
   return open_files().MoveTo(handle, 0) && open_files().Write(handle, content.data(), content.size(), &done) &&
          open_files().SetEnd(handle);
@@ -119,17 +119,17 @@ bool FileContent<Char>::WriteOver(const Text& path, std::string_view content) co
 
 // Denied: the directory takes no new file, and nothing has happened. `held` is the file if it is being edited.
 template <class Char>
-SystemResult FileContent<Char>::WriteBeside(const Text& target, bool exists, std::string_view content,
-                                            FileHandle held) const {
-  const Creation creation = exists ? Creation::CreateNewPrivate : Creation::CreateNew;
+System::SystemResult FileContent<Char>::WriteBeside(const Text& target, bool exists, std::string_view content,
+                                                    System::FileHandle held) const {
+  const System::Creation creation = exists ? System::Creation::CreateNewPrivate : System::Creation::CreateNew;
   Beside<Char> beside(calls_);
   OpenedFile file(open_files());
-  SystemResult opened = SystemResult::Exists;
-  for (int number = 0; opened == SystemResult::Exists && number < kMostNamesBeside; ++number) {
+  System::SystemResult opened = System::SystemResult::Exists;
+  for (int number = 0; opened == System::SystemResult::Exists && number < System::kMostNamesBeside; ++number) {
     beside.name = PathBeside(target, number);
-    opened = calls_.Open(beside.name, Access::Write, creation, file.Slot());
+    opened = calls_.Open(beside.name, System::Access::Write, creation, file.Slot());
   }
-  if (opened != SystemResult::Ok) return opened;
+  if (opened != System::SystemResult::Ok) return opened;
 
   beside.exists = true;
   std::size_t done = 0;
@@ -137,10 +137,10 @@ SystemResult FileContent<Char>::WriteBeside(const Text& target, bool exists, std
       open_files().Write(file.handle(), content.data(), content.size(), &done) && open_files().Flush(file.handle());
   replaced = file.Close() && replaced;
   if (replaced && exists) replaced = calls_.CopyPermissions(target, beside.name);
-  if (held != FileHandle::None) open_files().LetReplace(held);
+  if (held != System::FileHandle::None) open_files().LetReplace(held);
   replaced = replaced && calls_.RenameOver(beside.name, target);
   beside.exists = !replaced;
-  return replaced ? SystemResult::Ok : SystemResult::Failed;
+  return replaced ? System::SystemResult::Ok : System::SystemResult::Failed;
 }
 
 template bool FileContent<char>::Edit(const Text&, const std::function<bool(std::string&)>&) const;
@@ -148,4 +148,4 @@ template bool FileContent<char16_t>::Edit(const Text&, const std::function<bool(
 template bool FileContent<char>::Replace(const Text&, std::string_view) const;
 template bool FileContent<char16_t>::Replace(const Text&, std::string_view) const;
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

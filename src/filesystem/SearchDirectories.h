@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 
 // Any thread.
 class SearchDirectories {
@@ -29,4 +29,4 @@ class SearchDirectories {
   std::vector<std::string> directories_;
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

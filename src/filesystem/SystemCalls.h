@@ -9,16 +9,16 @@
 
 #include "platform/Platform.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 
 template <class Char>
 class SystemCalls {
  public:
   using Text = std::basic_string<Char>;
 
-  explicit SystemCalls(const Platform& platform) : platform_(platform) {}
+  explicit SystemCalls(const System::Platform& platform) : platform_(platform) {}
 
-  const Platform& platform() const { return platform_; }
+  const System::Platform& platform() const { return platform_; }
 
   bool GetAttributes(const Text& path, std::uint32_t* attributes) const {
     return Try([&](auto& part, const auto& p) { return part.files.GetAttributes(p, attributes); }, path);
@@ -29,22 +29,23 @@ class SystemCalls {
   bool IsWritableFile(const Text& path) const {
     return Try([](auto& part, const auto& p) { return part.files.IsWritableFile(p); }, path);
   }
-  SystemResult Open(const Text& path, Access access, Creation creation, FileHandle* handle) const {
+  System::SystemResult Open(const Text& path, System::Access access, System::Creation creation,
+                            System::FileHandle* handle) const {
     return Try([&](auto& part, const auto& p) { return part.files.Open(p, access, creation, handle); }, path);
   }
   // The copy has no mark.
   bool CopyOver(const Text& source, const Text& destination, bool fail_if_exists) const {
     const auto copy = [=](auto& part, const auto& from, const auto& to) {
-      return part.files.CopyOver(from, to, fail_if_exists, CopiedMark::Dropped);
+      return part.files.CopyOver(from, to, fail_if_exists, System::CopiedMark::Dropped);
     };
     return Try(copy, source, destination);
   }
-  SystemResult TakeTurn(const Text& path, FileHandle* handle) const {
+  System::SystemResult TakeTurn(const Text& path, System::FileHandle* handle) const {
     return Try([=](auto& part, const auto& p) { return part.files.TakeTurn(p, handle); }, path);
   }
   // Whatever its marks.
   bool RemoveOneFile(const Text& path) const {
-    return Try([](auto& part, const auto& p) { return part.files.RemoveOneFile(p, Mark::Ignored); }, path);
+    return Try([](auto& part, const auto& p) { return part.files.RemoveOneFile(p, System::Mark::Ignored); }, path);
   }
   bool RenameOver(const Text& from, const Text& to) const {
     return Try([](auto& part, const auto& f, const auto& t) { return part.files.RenameOver(f, t); }, from, to);
@@ -55,11 +56,12 @@ class SystemCalls {
   bool FollowLink(const Text& path, Text* target) const {
     return Try([&](auto& part, const auto& p) { return Follow(part.files, p, target); }, path);
   }
-  SystemResult CreateOneDirectory(const Text& path) const {
+  System::SystemResult CreateOneDirectory(const Text& path) const {
     return Try([](auto& part, const auto& p) { return part.directories.CreateOneDirectory(p); }, path);
   }
   bool RemoveOneDirectory(const Text& path) const {
-    return Try([](auto& part, const auto& p) { return part.directories.RemoveOneDirectory(p, Mark::Ignored); }, path);
+    return Try([](auto& part, const auto& p) { return part.directories.RemoveOneDirectory(p, System::Mark::Ignored); },
+               path);
   }
   bool IsRoot(const Text& path) const { return platform_.For<Char>().directories.IsRoot(path); }
 
@@ -71,7 +73,7 @@ class SystemCalls {
       return result;
     } else {
       if (Succeeded(result)) return result;
-      const KeptReason kept(platform_.reasons);
+      const System::KeptReason kept(platform_.reasons);
       std::tuple narrow{Narrowed(paths)...};
       return std::apply(
           [&](const auto&... one) { return (one.exact && ...) ? call(platform_.narrow, one.text...) : result; },
@@ -97,16 +99,18 @@ class SystemCalls {
     return narrow;
   }
 
-  bool Follow(FilesOf<Char>& files, const Text& path, Text* target) const { return files.FollowLink(path, target); }
-  bool Follow(FilesOf<char>& files, const std::string& path, std::u16string* target) const {
+  bool Follow(System::FilesOf<Char>& files, const Text& path, Text* target) const {
+    return files.FollowLink(path, target);
+  }
+  bool Follow(System::FilesOf<char>& files, const std::string& path, std::u16string* target) const {
     std::string narrow;
     return files.FollowLink(path, &narrow) && platform_.code_page.Widen(narrow, target);
   }
 
   static bool Succeeded(bool result) { return result; }
-  static bool Succeeded(SystemResult result) { return result == SystemResult::Ok; }
+  static bool Succeeded(System::SystemResult result) { return result == System::SystemResult::Ok; }
 
-  const Platform& platform_;
+  const System::Platform& platform_;
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::System {
 
 // How often another name is tried before something must be wrong.
 inline constexpr int kMostNamesBeside = 1000;
@@ -56,4 +56,4 @@ std::basic_string<Char> BesideName(std::basic_string_view<Char> name, int attemp
   return result.append(rest.begin(), rest.end());
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::System

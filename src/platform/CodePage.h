@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::System {
 
 // Any thread. False leaves the output as it was.
 class CodePage {
@@ -22,4 +22,4 @@ class CodePage {
   ~CodePage() = default;
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::System

@@ -6,7 +6,7 @@
 
 #include "platform/Files.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::System {
 
 template <class Char>
 class DirectoriesOf {
@@ -28,4 +28,4 @@ class DirectoriesOf {
   ~DirectoriesOf() = default;
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::System

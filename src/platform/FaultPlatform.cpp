@@ -4,7 +4,7 @@
 #include <limits>
 #include <mutex>
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::System {
 namespace {
 
 constexpr std::uint64_t kUnlimited = std::numeric_limits<std::uint64_t>::max();
@@ -390,4 +390,4 @@ void FaultPlatform::SetUnlimitedDiskSpace() { SetDiskSpace(kUnlimited); }
 std::uint64_t FaultPlatform::calls() const { return parts_->state.calls(); }
 int FaultPlatform::open_handles() const { return parts_->state.open_handles(); }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::System

@@ -7,7 +7,7 @@
 
 #include "platform/Platform.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::System {
 
 // What can be made to fail.
 enum class PlatformCall {
@@ -82,4 +82,4 @@ class FaultPlatform {
   std::unique_ptr<Parts> parts_;
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::System

@@ -9,7 +9,7 @@
 #include <cstdint>
 #include <string>
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::System {
 
 // Attribute bits with the values of the Windows calls. `kLink` marks a symbolic link (a reparse point); with
 // `kDirectory` one to a directory.
@@ -112,4 +112,4 @@ class OpenFiles {
   ~OpenFiles() = default;
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::System

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::System {
 
 // Each query writes a terminated text of at most `capacity` characters, the terminator included, and answers its
 // length; 0 means failure. A value that does not fit leaves either its beginning or an empty text in the buffer and
@@ -25,4 +25,4 @@ class LocationsOf {
   ~LocationsOf() = default;
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::System

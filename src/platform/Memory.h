@@ -6,7 +6,7 @@
 #include <new>
 #include <utility>
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::System {
 
 namespace SystemMemory {
 
@@ -71,4 +71,4 @@ struct LargeAllocator {
   friend bool operator==(const LargeAllocator&, const LargeAllocator&) { return true; }
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::System

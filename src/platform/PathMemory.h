@@ -3,7 +3,7 @@
 
 #include <memory>
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::System {
 
 struct KeptPaths;  // The platform's own.
 
@@ -25,4 +25,4 @@ class PathMemory {
   std::unique_ptr<KeptPaths> paths_;
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::System

@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::System {
 
 enum class PlaceRelation {
   Apart,    // also when the directory does not exist, or when its path can name nothing
@@ -23,4 +23,4 @@ bool LeadsToRoot(const std::string& directory);
 // The user's own directory, as a platform path; "" when there is none.
 std::string HomeDirectory();
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::System

@@ -2,7 +2,7 @@
 
 #include "platform/SystemParts.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::System {
 
 Platform& SystemPlatform() {
   static Platform platform{{SystemParts::Files<char>(), SystemParts::Directories<char>(), SystemParts::Trees<char>(),
@@ -16,4 +16,4 @@ Platform& SystemPlatform() {
   return platform;
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::System

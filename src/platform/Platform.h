@@ -16,7 +16,7 @@
 #include "platform/Trees.h"
 #include "platform/WrittenFiles.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::System {
 
 // The calls of one character width.
 template <class Char>
@@ -50,4 +50,4 @@ struct Platform {
 // it.
 Platform& SystemPlatform();
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::System

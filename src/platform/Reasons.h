@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::System {
 
 enum class Reason : std::uint8_t {
   Unknown,
@@ -67,4 +67,4 @@ class KeptReason {
   const std::uint32_t code_;
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::System

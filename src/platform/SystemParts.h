@@ -3,7 +3,7 @@
 
 #include "platform/Platform.h"
 
-namespace OrvWorkFlow::SystemParts {
+namespace OrvWorkFlow::Core::System::SystemParts {
 
 // Each is the one object of its kind, without state.
 template <class Char>
@@ -29,4 +29,4 @@ extern template TreesOf<char16_t>& Trees<char16_t>();
 extern template LocationsOf<char>& Locations<char>();
 extern template LocationsOf<char16_t>& Locations<char16_t>();
 
-}  // namespace OrvWorkFlow::SystemParts
+}  // namespace OrvWorkFlow::Core::System::SystemParts

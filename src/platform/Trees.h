@@ -9,7 +9,7 @@
 
 #include "platform/Files.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::System {
 
 // Names with their attributes, one behind the other in one text: a large directory costs few allocations.
 template <class Char>
@@ -102,4 +102,4 @@ class TreesOf {
   ~TreesOf() = default;
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::System

@@ -1,7 +1,7 @@
 // What this process has written and the system may still hold in memory.
 #pragma once
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::System {
 
 // The calls of this folder that write take note of the files, or of their disks. Any thread.
 class WrittenFiles {
@@ -14,4 +14,4 @@ class WrittenFiles {
   ~WrittenFiles() = default;
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::System

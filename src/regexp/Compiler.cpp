@@ -6,7 +6,7 @@
 
 #include <algorithm>
 
-namespace OrvWorkFlow::Patterns {
+namespace OrvWorkFlow::Core::Patterns {
 
 namespace {
 
@@ -325,4 +325,4 @@ PatternError Compile(const Unit* pattern, Program<Unit>& program) {
 template PatternError Compile(const NarrowUnit*, Program<NarrowUnit>&);
 template PatternError Compile(const WideUnit*, Program<WideUnit>&);
 
-}  // namespace OrvWorkFlow::Patterns
+}  // namespace OrvWorkFlow::Core::Patterns

@@ -9,7 +9,7 @@
 #include "regexp/PatternError.h"
 #include "regexp/Program.h"
 
-namespace OrvWorkFlow::Patterns {
+namespace OrvWorkFlow::Core::Patterns {
 
 // Fills `program` from a zero-terminated pattern. With several errors the first from the left is reported; a program of
 // 32767 units or more is an error only when there is no other. After an error the program's content means nothing.
@@ -17,4 +17,4 @@ namespace OrvWorkFlow::Patterns {
 template <class Unit>
 PatternError Compile(const Unit* pattern, Program<Unit>& program);
 
-}  // namespace OrvWorkFlow::Patterns
+}  // namespace OrvWorkFlow::Core::Patterns

@@ -12,7 +12,7 @@
 
 #include "regexp/Pattern.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Patterns {
 
 // Any thread; none waits for another. A few patterns of moderate length: a new one takes the place of another one when
 // it is asked for the second time, so that patterns that come once drive none out.
@@ -102,4 +102,4 @@ class KeptPatterns {
   std::atomic<std::size_t> next_ = 0;
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Patterns

@@ -5,7 +5,7 @@
 
 #include "regexp/VisitedStates.h"
 
-namespace OrvWorkFlow::Patterns {
+namespace OrvWorkFlow::Core::Patterns {
 
 namespace {
 
@@ -331,4 +331,4 @@ template bool SearchText(const Program<NarrowUnit>&, const Plan<NarrowUnit>&, co
 template bool SearchText(const Program<WideUnit>&, const Plan<WideUnit>&, const WideUnit*, const WideUnit*, SubMatches*,
                          std::size_t);
 
-}  // namespace OrvWorkFlow::Patterns
+}  // namespace OrvWorkFlow::Core::Patterns

@@ -12,7 +12,7 @@
 
 #include "regexp/Plan.h"
 
-namespace OrvWorkFlow::Patterns {
+namespace OrvWorkFlow::Core::Patterns {
 
 inline constexpr std::size_t kNoPosition = static_cast<std::size_t>(-1);
 
@@ -32,4 +32,4 @@ template <class Unit>
 bool SearchText(const Program<Unit>& program, const Plan<Unit>& plan, const Unit* begin, const Unit* end,
                 SubMatches* positions, std::size_t remember_after);
 
-}  // namespace OrvWorkFlow::Patterns
+}  // namespace OrvWorkFlow::Core::Patterns

@@ -4,7 +4,7 @@
 
 #include "regexp/Compiler.h"
 
-namespace OrvWorkFlow::Patterns {
+namespace OrvWorkFlow::Core::Patterns {
 
 namespace {
 
@@ -61,4 +61,4 @@ bool PatternMatch(const char16_t* pattern, const char16_t* text) noexcept { retu
 
 const char* LastPatternError() noexcept { return TextOf(last_error); }
 
-}  // namespace OrvWorkFlow::Patterns
+}  // namespace OrvWorkFlow::Core::Patterns

@@ -14,7 +14,7 @@
 #include "regexp/Plan.h"
 #include "regexp/Program.h"
 
-namespace OrvWorkFlow::Patterns {
+namespace OrvWorkFlow::Core::Patterns {
 
 // Compile is for one thread at a time, searching for any number at once. Stays where it is; keep it behind a pointer to
 // pass it on. About 1.5 KiB; short patterns (programs under 256 characters) and searches of short texts allocate
@@ -63,4 +63,4 @@ bool PatternMatch(const char16_t* pattern, const char16_t* text) noexcept;
 // finding is no failure, and a success leaves the text alone. A constant of this module.
 const char* LastPatternError() noexcept;
 
-}  // namespace OrvWorkFlow::Patterns
+}  // namespace OrvWorkFlow::Core::Patterns

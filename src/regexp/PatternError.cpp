@@ -1,6 +1,6 @@
 #include "regexp/PatternError.h"
 
-namespace OrvWorkFlow::Patterns {
+namespace OrvWorkFlow::Core::Patterns {
 
 const char* TextOf(PatternError error) noexcept {
   switch (error) {
@@ -40,4 +40,4 @@ const char* TextOf(PatternError error) noexcept {
   return "";
 }
 
-}  // namespace OrvWorkFlow::Patterns
+}  // namespace OrvWorkFlow::Core::Patterns

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-namespace OrvWorkFlow::Patterns {
+namespace OrvWorkFlow::Core::Patterns {
 
 enum class PatternError : std::uint8_t {
   kNone,
@@ -27,4 +27,4 @@ enum class PatternError : std::uint8_t {
 // The fixed text of an error; empty for none.
 const char* TextOf(PatternError error) noexcept;
 
-}  // namespace OrvWorkFlow::Patterns
+}  // namespace OrvWorkFlow::Core::Patterns

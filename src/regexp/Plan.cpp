@@ -5,7 +5,7 @@
 
 #include <algorithm>
 
-namespace OrvWorkFlow::Patterns {
+namespace OrvWorkFlow::Core::Patterns {
 
 namespace {
 
@@ -334,4 +334,4 @@ PatternError MakePlan(const Program<Unit>& program, Plan<Unit>& plan) {
 template PatternError MakePlan(const Program<NarrowUnit>&, Plan<NarrowUnit>&);
 template PatternError MakePlan(const Program<WideUnit>&, Plan<WideUnit>&);
 
-}  // namespace OrvWorkFlow::Patterns
+}  // namespace OrvWorkFlow::Core::Patterns

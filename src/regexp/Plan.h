@@ -7,7 +7,7 @@
 #include "regexp/PatternError.h"
 #include "regexp/Program.h"
 
-namespace OrvWorkFlow::Patterns {
+namespace OrvWorkFlow::Core::Patterns {
 
 enum class Action : std::uint8_t {
   kMatch,   // Found.
@@ -90,4 +90,4 @@ struct Plan {
 template <class Unit>
 PatternError MakePlan(const Program<Unit>& program, Plan<Unit>& plan);
 
-}  // namespace OrvWorkFlow::Patterns
+}  // namespace OrvWorkFlow::Core::Patterns

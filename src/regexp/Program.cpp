@@ -3,7 +3,7 @@
 
 #include <string_view>
 
-namespace OrvWorkFlow::Patterns {
+namespace OrvWorkFlow::Core::Patterns {
 
 namespace {
 
@@ -85,4 +85,4 @@ template struct Program<WideUnit>;
 template std::string ToString(const Program<NarrowUnit>&);
 template std::string ToString(const Program<WideUnit>&);
 
-}  // namespace OrvWorkFlow::Patterns
+}  // namespace OrvWorkFlow::Core::Patterns

@@ -12,7 +12,7 @@
 #include "regexp/SmallBuffer.h"
 #include "regexp/Units.h"
 
-namespace OrvWorkFlow::Patterns {
+namespace OrvWorkFlow::Core::Patterns {
 
 enum class Opcode : std::uint8_t {
   kEnd = 0,
@@ -74,4 +74,4 @@ constexpr bool IsClose(unsigned opcode) { return opcode > 30 && opcode <= 30 + k
 template <class Unit>
 std::string ToString(const Program<Unit>& program);
 
-}  // namespace OrvWorkFlow::Patterns
+}  // namespace OrvWorkFlow::Core::Patterns

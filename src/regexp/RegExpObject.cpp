@@ -6,7 +6,7 @@
 #include "OrvWorkFlow/WinUtils.h"
 #include "regexp/KeptPatterns.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Patterns {
 
 namespace {
 
@@ -58,4 +58,4 @@ bool CRegExp::GetLastErrorText(IOrvPString* text) { return AssignText(text, Patt
 bool CRegExp::MatchWide(const char16_t* text, const char16_t* pattern) { return Match(text, pattern); }
 bool CRegExp::MatchNarrow(const char* text, const char* pattern) { return Match(text, pattern); }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Patterns

@@ -7,7 +7,7 @@
 #include "CoreObjects/ObjectCreator.h"
 #include "OrvWorkFlow/IRegExp.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Patterns {
 
 class CRegExp final : public BaseObject<CRegExp, IRegExp> {
  public:
@@ -25,4 +25,4 @@ class CRegExp final : public BaseObject<CRegExp, IRegExp> {
 
 using CRegExpObjectCreator = ObjectCreator<CRegExp, ObjectNames::kRegExp>;
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Patterns

@@ -7,7 +7,7 @@
 #include <type_traits>
 #include <utility>
 
-namespace OrvWorkFlow::Patterns {
+namespace OrvWorkFlow::Core::Patterns {
 
 // For plain data only: elements start without a value. Growing throws std::bad_alloc, and the
 // content stays.
@@ -58,4 +58,4 @@ class SmallBuffer {
   T inline_[kInline];
 };
 
-}  // namespace OrvWorkFlow::Patterns
+}  // namespace OrvWorkFlow::Core::Patterns

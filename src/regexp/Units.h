@@ -6,7 +6,7 @@
 #include <string_view>
 #include <type_traits>
 
-namespace OrvWorkFlow::Patterns {
+namespace OrvWorkFlow::Core::Patterns {
 
 using NarrowUnit = unsigned char;
 using WideUnit = char16_t;
@@ -51,4 +51,4 @@ const Unit* FindLiteral(const Unit* from, const Unit* end, const Unit* literal, 
   return nullptr;
 }
 
-}  // namespace OrvWorkFlow::Patterns
+}  // namespace OrvWorkFlow::Core::Patterns

@@ -10,7 +10,7 @@
 
 #include "regexp/Plan.h"
 
-namespace OrvWorkFlow::Patterns {
+namespace OrvWorkFlow::Core::Patterns {
 
 // One bit a state. Only steps where ways part or meet are kept: what lies between two of them is gone through once for
 // each state of the first.
@@ -65,4 +65,4 @@ class VisitedStates {
   std::unique_ptr<std::uint64_t[], Free> bits_;
 };
 
-}  // namespace OrvWorkFlow::Patterns
+}  // namespace OrvWorkFlow::Core::Patterns

@@ -4,7 +4,7 @@
 
 #include "CoreObjects/MediatorLockDepth.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Mediator {
 
 AccessLock::~AccessLock() {
   if (mutex_ != nullptr) mutex_->Release();
@@ -26,4 +26,4 @@ void AccessLock::Hold::LetGo() {
   if (AccessLock* lock = std::exchange(lock_, nullptr)) lock->GiveBack();
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Mediator

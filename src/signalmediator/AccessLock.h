@@ -4,7 +4,7 @@
 #include "CoreObjects/ThreadSafety.h"
 #include "OrvWorkFlow/OrvBase.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Mediator {
 
 // Lock order: engine mutex, access lock, dictionary mutex, leaf locks. Held across calls of nodes, the host, the logger
 // and the factory where the mediator's operations say so. When the runtime has no mutex to give, locking does nothing.
@@ -38,4 +38,4 @@ class ORV_CAPABILITY AccessLock {
   OrvBase::Mutex* const mutex_;
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Mediator

@@ -4,11 +4,11 @@
 #include "OrvWorkFlow/WorkflowSchema.h"
 #include "signalmediator/DictionaryAccess.h"
 #include "signalmediator/MediatorBox.h"
-#include "signalmediator/Messages.h"
+#include "signalmediator/MediatorMessages.h"
 #include "signalmediator/SignalMediatorObject.h"
 #include "signalmediator/UtilityObjects.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Mediator {
 namespace {
 
 bool SetText(IDictionary& dictionary, const std::string& path, const char* text) {
@@ -124,4 +124,4 @@ bool CSignalMediator::AddWorkNodeInstance(const char* type_name, const char* ins
   }
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Mediator

@@ -10,9 +10,9 @@
 #include "OrvWorkFlow/WorkflowSchema.h"
 #include "signalmediator/DictionaryAccess.h"
 #include "signalmediator/MediatorBox.h"
-#include "signalmediator/Messages.h"
+#include "signalmediator/MediatorMessages.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Mediator {
 namespace {
 
 constexpr int kLoadAttempts = 4;
@@ -129,4 +129,4 @@ void ConfigureWorkNodeObject(IDictionary& dictionary, IBaseWorkFlowObject& objec
   });
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Mediator

@@ -6,7 +6,7 @@
 
 #include "OrvWorkFlow/IDictionary.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Mediator {
 
 enum class Configuring {
   DirectoriesOnly,  // global utility objects of a load, and the host application
@@ -18,4 +18,4 @@ enum class Configuring {
 void ConfigureWorkNodeObject(IDictionary& dictionary, IBaseWorkFlowObject& object, const std::string& definition,
                              Configuring configuring) noexcept;
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Mediator

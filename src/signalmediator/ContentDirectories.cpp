@@ -8,7 +8,7 @@
 #include "OrvWorkFlow/WorkflowSchema.h"
 #include "signalmediator/DictionaryAccess.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Mediator {
 namespace {
 
 // False for a type or an instance whose name holds a "/" or is empty: its entry is not where those of others are.
@@ -114,4 +114,4 @@ void ContentDirectories::Keep(const std::string& workflow_name, const Known& fou
   kept.has_fresh.store(true, std::memory_order_relaxed);
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Mediator

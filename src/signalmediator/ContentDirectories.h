@@ -14,7 +14,7 @@
 #include "OrvWorkFlow/IDictionary.h"
 #include "OrvWorkFlow/WorkflowSchema.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Mediator {
 
 struct FlowDirectories {
   std::string workflow_name;
@@ -82,4 +82,4 @@ class ContentDirectories {
   std::unordered_map<std::string, Flow> by_workflow_;
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Mediator

@@ -10,7 +10,7 @@
 #include "OrvWorkFlow/IRunReport.h"
 #include "signalmediator/WorkNodeList.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Mediator {
 
 // Any thread. Its mutex is a leaf.
 class DeliveriesAtWork {
@@ -79,4 +79,4 @@ class DeliveriesAtWork {
   std::vector<const Entry*> entries_;
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Mediator

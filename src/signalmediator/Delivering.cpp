@@ -5,10 +5,10 @@
 #include "CoreObjects/Format.h"
 #include "CoreObjects/SignalsOfThread.h"
 #include "signalmediator/MediatorBox.h"
-#include "signalmediator/Messages.h"
+#include "signalmediator/MediatorMessages.h"
 #include "signalmediator/SignalMediatorObject.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Mediator {
 namespace {
 
 // Marks the thread: a node that fires from within its Signal, as most do, is known, and so is the cause.
@@ -162,4 +162,4 @@ void CSignalMediator::TellLost(const IRunObserver::Sender& sender) const noexcep
   observer_.Tell(&IRunObserver::SignalLost, IRunObserver::LostSignal{ThisThreadsSignals().delivery.number, sender, {}});
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Mediator

@@ -5,7 +5,7 @@
 #include "CoreObjects/Marshalled.h"
 #include "OrvWorkFlow/WorkflowSchema.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Mediator {
 namespace {
 
 // For a read that failed: throws when a value of the type stands there.
@@ -76,4 +76,4 @@ std::string DirectorySetPath(const std::string& workflow_name) {
   return path + workflow_name;
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Mediator

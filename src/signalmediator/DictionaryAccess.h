@@ -8,7 +8,7 @@
 #include "CoreObjects/Secret.h"
 #include "OrvWorkFlow/IDictionary.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Mediator {
 
 // False, with the output unchanged, when there is no such entry of that type, or none that shows such a value.
 bool ReadEntryText(IDictionary& dictionary, const std::string& path, std::string& text);
@@ -31,4 +31,4 @@ bool HasEntry(IDictionary& dictionary, const std::string& parent, const std::str
 // The entry with the directories of a workflow. A name that begins with a digit gets a leading "_" there.
 std::string DirectorySetPath(const std::string& workflow_name);
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Mediator

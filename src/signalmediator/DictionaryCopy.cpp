@@ -6,7 +6,7 @@
 
 #include "CoreObjects/Marshalled.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Mediator {
 namespace {
 
 // How an entry without a value is marked: its creation needs something to be written.
@@ -100,4 +100,4 @@ void MergeSubtree(IDictionary& from, IDictionary& to, const std::string& path) {
   }
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Mediator

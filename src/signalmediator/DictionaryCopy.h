@@ -5,7 +5,7 @@
 
 #include "OrvWorkFlow/IDictionary.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Mediator {
 
 // Copies the entry and all below it to the same path of the other dictionary. Entries merge by path: a value replaces
 // the one that was there as a whole, what only the other dictionary has stays, an entry without a value only makes sure
@@ -14,4 +14,4 @@ namespace OrvWorkFlow {
 // a dictionary throws passes through.
 void MergeSubtree(IDictionary& from, IDictionary& to, const std::string& path);
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Mediator

@@ -13,7 +13,7 @@
 #include "OrvWorkFlow/IHostApp.h"
 #include "signalmediator/WorkNodeList.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Mediator {
 
 // Zero-terminated texts of whoever fires, during the call.
 struct InputSignal {
@@ -22,34 +22,39 @@ struct InputSignal {
   const char* signal;
 };
 
+}  // namespace OrvWorkFlow::Core::Mediator
+
+namespace OrvWorkFlow {
+
 // Owns its texts. `source` says where the signal comes from, and `place` where the receiver stood when it was fired.
 class InputSignalMessage {
  public:
-  void Write(const InputSignal& signal, const SignalSource& source, WorkNodeList::Place place) {
+  void Write(const Core::Mediator::InputSignal& signal, const Core::SignalSource& source,
+             Core::Mediator::WorkNodeList::Place place) {
     place_ = place;
     type_ = signal.type;
     instance_ = signal.instance;
     signal_ = signal.signal;
     number_ = source.number;
-    if (source.hand_overs != nullptr) hand_over_ = HandOver(*source.hand_overs);
+    if (source.hand_overs != nullptr) hand_over_ = Core::HandOver(*source.hand_overs);
     const bool had_sender = std::exchange(has_sender_, source.sender.type[0] != '\0');
     if (!has_sender_ && !had_sender) return;
     sender_type_ = source.sender.type;
     sender_instance_ = source.sender.instance;
     outgoing_signal_ = source.sender.signal;
   }
-  SignalSource source() const {
+  Core::SignalSource source() const {
     return {number_, {sender_type_.c_str(), sender_instance_.c_str(), outgoing_signal_.c_str()}};
   }
-  WorkNodeList::Place place() const { return place_; }
+  Core::Mediator::WorkNodeList::Place place() const { return place_; }
   // No host application carries it any more.
   void EndHandOver() noexcept { hand_over_.End(); }
-  InputSignal texts() const { return {type_.c_str(), instance_.c_str(), signal_.c_str()}; }
+  Core::Mediator::InputSignal texts() const { return {type_.c_str(), instance_.c_str(), signal_.c_str()}; }
 
  private:
-  WorkNodeList::Place place_;
+  Core::Mediator::WorkNodeList::Place place_;
   std::uint64_t number_ = 0;
-  HandOver hand_over_;
+  Core::HandOver hand_over_;
   bool has_sender_ = false;
   std::string sender_type_;
   std::string sender_instance_;
@@ -58,6 +63,10 @@ class InputSignalMessage {
   std::string instance_;
   std::string signal_;
 };
+
+}  // namespace OrvWorkFlow
+
+namespace OrvWorkFlow::Core::Mediator {
 
 // The messages that no delivery has answered yet. They stay the mediator's while a host carries them, so that a host
 // which drops one leaks nothing and one which delivers twice, or late, frees nothing twice. Any thread; a leaf lock.
@@ -132,4 +141,4 @@ class UnansweredMessages {
   std::vector<Messages::node_type> spares_;
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Mediator

@@ -8,11 +8,11 @@
 #include "signalmediator/ConfigureNode.h"
 #include "signalmediator/DictionaryAccess.h"
 #include "signalmediator/MediatorBox.h"
-#include "signalmediator/Messages.h"
+#include "signalmediator/MediatorMessages.h"
 #include "signalmediator/SignalMediatorObject.h"
 #include "signalmediator/UtilityObjects.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Mediator {
 
 bool CSignalMediator::LoadState(const char* /*path*/) {
   if (GlobalDictionary() == nullptr) return true;
@@ -168,4 +168,4 @@ bool CSignalMediator::MakeNode(IDictionary& dictionary, const std::string& type,
   return true;
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Mediator

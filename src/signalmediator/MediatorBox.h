@@ -7,7 +7,7 @@
 #include "CoreObjects/ErrorBox.h"
 #include "CoreObjects/Format.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Mediator {
 
 inline void ShowMediatorText(std::string_view text) noexcept { ShowErrorBox(text, kMediatorBoxStops); }
 
@@ -24,4 +24,4 @@ void ShowMediatorBox(const char* format, const Value& value, const Values&... va
   }
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Mediator

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Mediator {
 
 struct RebootSignalRecord {
   std::string signal;
@@ -41,4 +41,4 @@ class RebootSignals {
   std::vector<RebootSignalRecord> records_;
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Mediator

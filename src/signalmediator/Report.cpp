@@ -4,7 +4,7 @@
 #include "OrvWorkFlow/IRunReport.h"
 #include "signalmediator/SignalMediatorObject.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Mediator {
 
 // Asks without the access lock: a delivery may hold that for as long as a node works.
 bool CSignalMediator::Report(IRunReport* report) {
@@ -45,4 +45,4 @@ std::uint32_t CSignalMediator::CountBusyNodes() noexcept {
   return busy;
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Mediator

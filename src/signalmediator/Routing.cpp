@@ -4,10 +4,10 @@
 #include "CoreObjects/Format.h"
 #include "CoreObjects/SignalsOfThread.h"
 #include "signalmediator/MediatorBox.h"
-#include "signalmediator/Messages.h"
+#include "signalmediator/MediatorMessages.h"
 #include "signalmediator/SignalMediatorObject.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Mediator {
 
 bool CSignalMediator::FireInputSignal(const char* type_name, const char* instance_name, const char* signal_name) {
   SignalSource* const from_pump = std::exchange(ThisThreadsSignals().to_fire, nullptr);
@@ -112,4 +112,4 @@ bool CSignalMediator::ForwardOutputSignal(const char* type_name, const char* ins
   return true;
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Mediator

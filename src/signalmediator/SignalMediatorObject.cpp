@@ -5,9 +5,9 @@
 
 #include "CoreObjects/FindObject.h"
 #include "signalmediator/MediatorBox.h"
-#include "signalmediator/Messages.h"
+#include "signalmediator/MediatorMessages.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Mediator {
 
 CSignalMediator::~CSignalMediator() {
   for (const WorkNodePointer& entry : nodes_.Copy()) {
@@ -95,4 +95,4 @@ bool CSignalMediator::GetInstantiatedWorknodesThatCallAbsorb(IOrvPStringList* de
   }
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Mediator

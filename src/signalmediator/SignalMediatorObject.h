@@ -32,7 +32,7 @@
 #include "signalmediator/RebootSignals.h"
 #include "signalmediator/WorkNodeList.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Mediator {
 
 // Nodes, utility objects, the host and the logger are foreign code and may throw: it is caught where it arises.
 // SaveState alone lets an exception through, after its box, as its caller expects.
@@ -186,4 +186,4 @@ class CSignalMediator final : public BaseObject<CSignalMediator, ISignalMediator
 
 using CSignalMediatorObjectCreator = ObjectCreator<CSignalMediator, ObjectNames::kSignalMediator>;
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Mediator

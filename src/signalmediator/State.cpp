@@ -7,10 +7,10 @@
 #include "OrvWorkFlow/WorkflowSchema.h"
 #include "signalmediator/DictionaryAccess.h"
 #include "signalmediator/MediatorBox.h"
-#include "signalmediator/Messages.h"
+#include "signalmediator/MediatorMessages.h"
 #include "signalmediator/SignalMediatorObject.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Mediator {
 
 // What escapes from the walks is shown and thrown on: the engine, which saves its own state around this, must know. So
 // must it know of reboot signals that could not be written.
@@ -135,4 +135,4 @@ bool CSignalMediator::DeleteAllUtilityObjectsAndWorknodesFromMemory() {
   }
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Mediator

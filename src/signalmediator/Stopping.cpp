@@ -4,10 +4,10 @@
 #include "CoreObjects/Format.h"
 #include "OrvWorkFlow/OrvBase.h"
 #include "signalmediator/MediatorBox.h"
-#include "signalmediator/Messages.h"
+#include "signalmediator/MediatorMessages.h"
 #include "signalmediator/SignalMediatorObject.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Mediator {
 namespace {
 
 constexpr unsigned kPauseMilliseconds = 100;
@@ -83,4 +83,4 @@ void CSignalMediator::StopNode(const WorkNodeEntry& entry) {
   reboot_signals_.Append(std::move(record));
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Mediator

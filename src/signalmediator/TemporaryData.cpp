@@ -7,7 +7,7 @@
 #include "CoreObjects/Marshalled.h"
 #include "platform/Places.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Mediator {
 namespace {
 
 constexpr const char* kLocations[] = {"$TEMP",      "$PERMANENT",    "$HOSTEXEC", "$WINDIR",
@@ -60,7 +60,7 @@ std::vector<Kept> EverythingKept(IFileSystemA& file_system, const std::vector<st
   std::vector<Kept> everything;
   for (const char* location : kLocations) everything.push_back({location, PlatformPath(file_system, location)});
   everything.push_back({"drive C:", "C:\\"});
-  everything.push_back({"the home folder", HomeDirectory()});
+  everything.push_back({"the home folder", System::HomeDirectory()});
   everything.push_back({"the current folder", "."});
   for (const std::string& path : paths) everything.push_back({path, PlatformPath(file_system, path)});
   return everything;
@@ -76,21 +76,21 @@ std::string WhyNotDeleted(IFileSystemA& file_system, const std::string& director
   const std::string path = PlatformPath(file_system, directory);
   const std::vector<std::string> target = Components(path);
   if (target.empty()) return "its place is not known";
-  if (IsDrive(target) || LeadsToRoot(path)) return "it is a root";
+  if (IsDrive(target) || System::LeadsToRoot(path)) return "it is a root";
   for (const Kept& one : EverythingKept(file_system, kept)) {
     const std::vector<std::string> place = Components(one.path);
     if (place.empty() && one.path != ".") continue;
     if (!place.empty() && IsSameOrInside(place, target)) return "it is or holds " + one.name;
-    switch (RelateToPlace(path, one.path)) {
-      case PlaceRelation::Apart:
+    switch (System::RelateToPlace(path, one.path)) {
+      case System::PlaceRelation::Apart:
         break;
-      case PlaceRelation::Holds:
+      case System::PlaceRelation::Holds:
         return "it is or holds " + one.name;
-      case PlaceRelation::Unknown:
+      case System::PlaceRelation::Unknown:
         return "the system does not say whether it holds " + one.name;
     }
   }
   return {};
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Mediator

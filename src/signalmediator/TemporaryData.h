@@ -6,7 +6,7 @@
 
 #include "OrvWorkFlow/IFileSystem.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Mediator {
 
 // A workflow's write directory is deleted unattended, so a mistake in a definition must not cost more than that
 // directory. Refused are an empty path, a drive or file-system root, a bare location ("$TEMP", a workflow's own place
@@ -16,4 +16,4 @@ namespace OrvWorkFlow {
 std::string WhyNotDeleted(IFileSystemA& file_system, const std::string& directory,
                           const std::vector<std::string>& kept);
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Mediator

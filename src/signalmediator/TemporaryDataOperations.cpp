@@ -4,11 +4,11 @@
 #include "OrvWorkFlow/WorkflowSchema.h"
 #include "signalmediator/DictionaryAccess.h"
 #include "signalmediator/MediatorBox.h"
-#include "signalmediator/Messages.h"
+#include "signalmediator/MediatorMessages.h"
 #include "signalmediator/SignalMediatorObject.h"
 #include "signalmediator/TemporaryData.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Mediator {
 
 bool CSignalMediator::KeepFromDeletion(const char* path) {
   if (path == nullptr || *path == '\0') return false;
@@ -62,4 +62,4 @@ std::string CSignalMediator::DeleteUnlessKept(IFileSystemA& file_system, const s
   return file_system.DeleteDirectory(directory.c_str()) ? "" : "not all of it could be deleted";
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Mediator

@@ -4,7 +4,7 @@
 #include "OrvWorkFlow/WorkflowSchema.h"
 #include "signalmediator/DictionaryAccess.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Mediator {
 
 std::string UtilityObjectPath(const char* parent, const std::string& name) { return std::string(parent) + "/" + name; }
 
@@ -33,4 +33,4 @@ void GiveUtilityStore(IBaseWorkFlowObject* object, IUtilityStore* store) noexcep
   }
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Mediator

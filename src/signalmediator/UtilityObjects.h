@@ -6,7 +6,7 @@
 #include "OrvWorkFlow/IDictionary.h"
 #include "OrvWorkFlow/IUtilityStore.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Mediator {
 
 // `parent` is the entry of the global or of the local utility objects.
 std::string UtilityObjectPath(const char* parent, const std::string& name);
@@ -23,4 +23,4 @@ IBaseWorkFlowObject* GetOrMakeGlobalObject(const std::string& name) noexcept;
 // Null objects and stores are passed over, and so is what the object answers: one that has a store already may refuse.
 void GiveUtilityStore(IBaseWorkFlowObject* object, IUtilityStore* store) noexcept;
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Mediator

@@ -3,7 +3,7 @@
 #include <functional>
 #include <utility>
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Mediator {
 
 WorkNodeEntry::~WorkNodeEntry() {
   if (node == nullptr) return;
@@ -112,4 +112,4 @@ void WorkNodeList::Clear() noexcept {
   for (WorkNodePointer& entry : entries) entry.reset();
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Mediator

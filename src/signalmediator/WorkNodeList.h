@@ -15,7 +15,7 @@
 #include "OrvWorkFlow/IWorkNode.h"
 #include "signalmediator/ContentDirectories.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Mediator {
 
 // One instance. Whoever holds an entry may use its node: the node is released with the last holder, so a node that the
 // list has forgotten lives until its running delivery ends.
@@ -136,4 +136,4 @@ class WorkNodeList {
   std::array<Place, kRecentPlaces> recent_;  // guarded by the access lock alone
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Mediator

@@ -5,7 +5,7 @@
 
 #include "OrvWorkFlow/WorkFlowFactory.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::UtilityStore {
 namespace {
 
 // Room that each sequence has from the start.
@@ -176,4 +176,4 @@ bool CUtilityStore::GetUtilityObjectNames(IOrvPStringList* names) {
   }
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::UtilityStore

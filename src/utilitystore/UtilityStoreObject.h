@@ -12,7 +12,7 @@
 #include "CoreObjects/ObjectCreator.h"
 #include "OrvWorkFlow/IUtilityStore.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::UtilityStore {
 
 // Any thread. The mutex guards the sequences and is never held while a creator, an object or the factory runs, so that
 // an object may come back to the store while it is being made.
@@ -64,4 +64,4 @@ class CUtilityStore final : public BaseObject<CUtilityStore, IUtilityStore> {
 
 using CUtilityStoreObjectCreator = ObjectCreator<CUtilityStore, ObjectNames::kUtilityStore>;
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::UtilityStore

@@ -9,7 +9,7 @@
 #include "OrvWorkFlow/WorkflowSchema.h"
 #include "workflowengine/Entries.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Engine {
 namespace {
 
 constexpr char kNodePrefix[] = "node";  // followed by a number
@@ -133,4 +133,4 @@ void AbsorbTree::Add(const std::string& parent, const std::string& workflow_name
   state_ = after;
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Engine

@@ -12,7 +12,7 @@
 #include "OrvWorkFlow/IDictionary.h"
 #include "OrvWorkFlow/WorkflowSchema.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Engine {
 
 // True when an entry of the tree, from "node0" on, holds the name; never for "".
 bool IsInAbsorbTree(IDictionary& dictionary, const std::string& workflow_name);
@@ -43,4 +43,4 @@ class AbsorbTree {
   std::unordered_map<std::string, std::uint64_t> all_taken_;  // by a parent's path: up to that number
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Engine

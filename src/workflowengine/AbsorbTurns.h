@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Engine {
 
 // Any thread. Its mutex is a leaf.
 class AbsorbTurns {
@@ -69,4 +69,4 @@ class AbsorbTurns {
   std::vector<Running> running_;
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Engine

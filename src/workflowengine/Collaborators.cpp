@@ -2,7 +2,7 @@
 
 #include "OrvWorkFlow/WorkFlowFactory.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Engine {
 
 bool Collaborators::SetStore(IUtilityStore* store) noexcept {
   IUtilityStore* none = nullptr;
@@ -75,4 +75,4 @@ void Collaborators::FindLogger() noexcept {
   if (logger != nullptr && !logger_announced_.exchange(true)) tracer_.SetLogger(logger);
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Engine

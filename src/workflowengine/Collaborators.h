@@ -15,7 +15,7 @@
 #include "OrvWorkFlow/ISignalMediator.h"
 #include "OrvWorkFlow/IUtilityStore.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Engine {
 
 // Any thread. Looking up runs foreign code, so no leaf lock may be held then.
 class Collaborators {
@@ -68,4 +68,4 @@ class Collaborators {
   std::atomic<bool> key_is_new_ = false;
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Engine

@@ -7,9 +7,9 @@
 
 #include "CoreObjects/MediatorLockDepth.h"
 #include "CoreObjects/SignalsOfThread.h"
-#include "workflowengine/Messages.h"
+#include "workflowengine/EngineMessages.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Engine {
 namespace {
 
 constexpr unsigned kStopMilliseconds = 5000;
@@ -240,4 +240,4 @@ void EngineCore::WaitUntilReturned() const {
   }
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Engine

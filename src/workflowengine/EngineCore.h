@@ -18,7 +18,7 @@
 #include "workflowengine/SignalMappings.h"
 #include "workflowengine/SignalQueue.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Engine {
 
 // Named events that wake the pump.
 inline constexpr char kSignalReceivedEvent[] = "SignalReceived";
@@ -207,4 +207,4 @@ bool EngineCore::Start(const std::shared_ptr<EngineCore>& core, OrvBase::Thread:
   return started;
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Engine

@@ -2,7 +2,7 @@
 
 #include <string>
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Engine {
 namespace {
 
 IRunObserver::Sender SenderOf(const SignalName& sender) noexcept {
@@ -63,4 +63,4 @@ void EngineEvents::Lost(std::uint64_t cause, const QueueEntry& entry) const noex
                  IRunObserver::LostSignal{cause, SenderOf(entry), ReceiverOf(entry), Reason::NoMemory});
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Engine

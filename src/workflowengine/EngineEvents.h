@@ -7,7 +7,7 @@
 #include "workflowengine/SignalMappings.h"
 #include "workflowengine/SignalQueue.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Engine {
 
 // Any thread. Without an observer nothing is done. `cause` is a delivery's number, 0 for none.
 class EngineEvents {
@@ -31,4 +31,4 @@ class EngineEvents {
 
 IRunObserver::Sender SenderOf(const QueueEntry& entry) noexcept;
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Engine

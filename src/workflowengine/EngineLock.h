@@ -5,7 +5,7 @@
 
 #include "OrvWorkFlow/OrvBase.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Engine {
 
 // A missing mutex (null) counts as held. Functions that need the lock take it as an argument.
 class EngineLock {
@@ -35,4 +35,4 @@ class EngineLock {
   bool held_;
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Engine

@@ -6,7 +6,7 @@
 
 #include "CoreObjects/Marshalled.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Engine {
 
 std::string ReadString(IDictionary& dictionary, const std::string& path) {
   std::string value;
@@ -46,4 +46,4 @@ std::uint64_t LowestFreeNumber(const std::vector<std::string>& names, std::strin
   return static_cast<std::uint64_t>(std::find(taken.begin(), taken.end(), false) - taken.begin());
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Engine

@@ -8,7 +8,7 @@
 
 #include "OrvWorkFlow/IDictionary.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Engine {
 
 // The path of an entry's child.
 inline std::string Below(std::string_view parent, std::string_view child) {
@@ -34,4 +34,4 @@ bool Remove(IDictionary& dictionary, const char* path);
 // The lowest number N for which no name is `prefix` + N, as it is written without leading zeros.
 std::uint64_t LowestFreeNumber(const std::vector<std::string>& names, std::string_view prefix);
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Engine

@@ -4,7 +4,7 @@
 
 #include "CoreObjects/Marshalled.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Engine {
 namespace {
 
 std::string PlatformPath(const std::string& path, IFileSystemA* file_system) {
@@ -96,4 +96,4 @@ std::vector<FlowRecord> FlowPaths::Records() const {
   return records_;
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Engine

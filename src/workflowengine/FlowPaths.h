@@ -9,7 +9,7 @@
 #include "OrvWorkFlow/IFileSystem.h"
 #include "workflowengine/SavedState.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Engine {
 
 // Any thread. Its mutex is a leaf: path translation asks from under every other lock.
 class FlowPaths {
@@ -44,4 +44,4 @@ class FlowPaths {
   std::unordered_map<std::string, std::string> platform_paths_;  // of the records, by name; the first of a name
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Engine

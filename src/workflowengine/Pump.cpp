@@ -2,9 +2,9 @@
 
 #include "CoreObjects/ErrorBox.h"
 #include "CoreObjects/SignalsOfThread.h"
-#include "workflowengine/Messages.h"
+#include "workflowengine/EngineMessages.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Engine {
 namespace {
 
 // Tells the host, for as long as it lives, that the pump is in a pass.
@@ -99,4 +99,4 @@ unsigned MainWorkFlowProc(void* argument) noexcept {
   return 0;
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Engine

@@ -3,7 +3,7 @@
 
 #include "workflowengine/EngineCore.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Engine {
 
 // The body of the pump thread; `argument` is the EngineCore that started it. Fires what is queued and waits for the
 // next named event, in turns, until a stop is asked for. Answers 0.
@@ -15,4 +15,4 @@ unsigned MainWorkFlowProc(void* argument) noexcept;
 // the host application has as many as it may have, the rest. Throws what the mediator throws.
 void FireAllReadySignals(EngineCore& core);
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Engine

@@ -9,7 +9,7 @@
 #include "OrvWorkFlow/WorkflowSchema.h"
 #include "workflowengine/Entries.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Engine {
 namespace {
 
 // In the order of QueueEntry::Field.
@@ -143,4 +143,4 @@ std::string ReadWriteDirectory(IDictionary& dictionary, const std::string& workf
   return ReadString(dictionary, Below(WorkflowSchema::kDirectories, entry) + WorkflowSchema::kWriteDir);
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Engine

@@ -7,7 +7,7 @@
 #include "OrvWorkFlow/IDictionary.h"
 #include "workflowengine/SignalQueue.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Engine {
 
 // The first input signal of a workflow; an empty type means none.
 struct StartSignal {
@@ -38,4 +38,4 @@ std::vector<FlowRecord> ReadFlowRecords(IDictionary& dictionary);
 // "" when the workflow has none. A workflow name that begins with a digit stands there with a leading "_".
 std::string ReadWriteDirectory(IDictionary& dictionary, const std::string& workflow_name);
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Engine

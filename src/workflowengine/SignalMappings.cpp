@@ -7,7 +7,7 @@
 #include "OrvWorkFlow/WorkflowSchema.h"
 #include "workflowengine/Entries.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Engine {
 namespace {
 
 // Senders beyond this number make MappingAdder start anew.
@@ -199,4 +199,4 @@ void SignalMappings::ForgetOne() noexcept {
   known_.erase(known_.find(known_.begin(bucket)->first));
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Engine

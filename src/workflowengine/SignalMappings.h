@@ -17,7 +17,7 @@
 #include "OrvWorkFlow/WorkflowSchema.h"
 #include "workflowengine/SignalQueue.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Engine {
 
 // Three names: type, instance and signal of a sender or a receiver. Of a sender, zero-terminated.
 struct SignalName {
@@ -119,4 +119,4 @@ class SignalMappings {
   MappedSignal not_kept_;
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Engine

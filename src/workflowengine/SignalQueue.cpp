@@ -3,7 +3,7 @@
 #include <cstring>
 #include <new>
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Engine {
 
 QueueEntry::QueueEntry(const Texts& texts) {
   Texts cut;
@@ -46,4 +46,4 @@ QueueEntry SignalQueue::TakeFront() noexcept {
   return entry;
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Engine

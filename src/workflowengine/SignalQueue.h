@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Engine {
 
 // One signal on its way: six texts that never change, in one block of memory that all copies share.
 class QueueEntry {
@@ -84,4 +84,4 @@ class SignalQueue {
   std::size_t size_ = 0;
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Engine

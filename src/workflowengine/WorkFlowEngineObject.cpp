@@ -5,10 +5,10 @@
 #include <initializer_list>
 
 #include "CoreObjects/ErrorBox.h"
-#include "workflowengine/Messages.h"
+#include "workflowengine/EngineMessages.h"
 #include "workflowengine/Pump.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Engine {
 namespace {
 
 bool AnyNull(std::initializer_list<const char*> texts) {
@@ -221,4 +221,4 @@ bool CWorkFlowEngine::GetQueueState(QueueState* state) {
   return true;
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Engine

@@ -18,7 +18,7 @@
 #include "workflowengine/FlowPaths.h"
 #include "workflowengine/SavedState.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Engine {
 
 // In the engine's write directory from the start of the pump until a completed save.
 inline constexpr char kMarkerFile[] = "WorkFlowIsRunning.txt";
@@ -106,4 +106,4 @@ class CWorkFlowEngine final : public BaseObject<CWorkFlowEngine, IWorkFlowEngine
 
 using CWorkFlowEngineObjectCreator = ObjectCreator<CWorkFlowEngine, ObjectNames::kWorkFlowEngine>;
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Engine

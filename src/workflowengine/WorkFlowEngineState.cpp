@@ -3,11 +3,11 @@
 #include "CoreObjects/ErrorBox.h"
 #include "OrvWorkFlow/WorkflowSchema.h"
 #include "workflowengine/AbsorbTree.h"
+#include "workflowengine/EngineMessages.h"
 #include "workflowengine/Entries.h"
-#include "workflowengine/Messages.h"
 #include "workflowengine/WorkFlowEngineObject.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Engine {
 namespace {
 
 // Left by the last clean run for the host application.
@@ -167,4 +167,4 @@ bool CWorkFlowEngine::WriteState(IDictionary& dictionary) {
          WriteFlowRecords(dictionary, flow_paths_.Records());
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Engine

@@ -8,7 +8,7 @@
 
 #include "tests/CoreObjects/SlowBase64.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core {
 namespace {
 
 using Base64Testing::kAlphabet;
@@ -83,4 +83,4 @@ TEST(Base64Test, CleanTextsHoldNothingButDigitsBlanksAndAnEnd) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core

@@ -7,7 +7,7 @@
 
 #include "tests/fakes/MessageBoxRecorder.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core {
 namespace {
 
 TEST(ErrorBoxTest, TheTextIsFollowedByItsRunOfFullStops) {
@@ -30,4 +30,4 @@ TEST(ErrorBoxTest, ATextIsNotAFormat) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core

@@ -8,7 +8,7 @@
 #include "OrvWorkFlow/WorkFlowFactory.h"
 #include "OrvWorkFlow/sdk/ObjectProtocol.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core {
 namespace {
 
 // An object that counts its releases.
@@ -126,4 +126,4 @@ TEST_F(FindObjectTest, WhatThrowsIsNotFound) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core

@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core {
 namespace {
 
 TEST(FormatTest, FillsInItsValues) {
@@ -23,4 +23,4 @@ TEST(FormatTest, ValuesMayHaveAnyLength) {
 TEST(FormatTest, AValueIsNotAFormat) { EXPECT_EQ(Format("%s", "%s%n%d"), "%s%n%d"); }
 
 }  // namespace
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core

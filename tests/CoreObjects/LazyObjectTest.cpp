@@ -6,7 +6,7 @@
 
 #include "OrvWorkFlow/sdk/ObjectProtocol.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core {
 namespace {
 
 class Thing final : public Sdk::ObjectProtocol<Thing, IBaseWorkFlowObject> {
@@ -73,4 +73,4 @@ TEST_P(LazyObjectTest, AGlobalObjectThatDoesNotAnswerYetIsAskedAgain) {
 INSTANTIATE_TEST_SUITE_P(Orders, LazyObjectTest, ::testing::Values(FindOrder::GlobalFirst, FindOrder::StoreFirst));
 
 }  // namespace
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core {
 namespace {
 
 enum class Fault { None, Refuse, Throw };
@@ -189,4 +189,4 @@ TEST(FetchTextTest, FailuresLeaveTheTextAlone) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core

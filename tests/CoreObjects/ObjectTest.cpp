@@ -10,9 +10,9 @@
 #include "CoreObjects/ObjectCreator.h"
 #include "CoreObjects/Tracer.h"
 #include "tests/fakes/RecordingLogger.h"
-#include "tests/support/Marshalled.h"
+#include "tests/support/MarshalledTexts.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core {
 namespace {
 
 using orv_test::PString;
@@ -179,4 +179,4 @@ TEST(MediatorLockDepthTest, IsCountedForEachThread) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core

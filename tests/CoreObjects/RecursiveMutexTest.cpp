@@ -7,7 +7,7 @@
 
 #include "CoreObjects/RecursiveMutex.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core {
 namespace {
 
 TEST(RecursiveMutex, KeepsOthersOutUntilItsOwnerHasUnlockedAsOftenAsLocked) {
@@ -35,4 +35,4 @@ TEST(RecursiveMutex, KeepsOthersOutUntilItsOwnerHasUnlockedAsOftenAsLocked) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core

@@ -4,7 +4,7 @@
 
 #include "tests/fakes/ForwardingDictionary.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core {
 namespace {
 
 constexpr std::array<const char*, 2> kPatterns = {"/a", "/b"};
@@ -75,4 +75,4 @@ TEST_F(WatchedGlobalDictionaryTest, WithoutAWatchEveryChangeCounts) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core

@@ -1,5 +1,5 @@
 // The scans of sixteen bytes at once against the ones of single bytes, at every offset and length.
-#include "dictionary/ByteScan.h"
+#include "dictionary/xml/ByteScan.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Dictionary {
 namespace {
 
 // A block of exactly that size: one byte read too far is seen by the address sanitizer.
@@ -93,4 +93,4 @@ TEST(ByteScan, SameTextComparesEveryByte) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Dictionary

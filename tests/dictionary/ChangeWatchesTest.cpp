@@ -8,11 +8,11 @@
 #include <thread>
 #include <utility>
 
-#include "dictionary/DictionaryObject.h"
+#include "dictionary/object/DictionaryObject.h"
 #include "tests/dictionary/DictionaryTesting.h"
-#include "tests/support/Marshalled.h"
+#include "tests/support/MarshalledTexts.h"
 
-namespace OrvWorkFlow::DictionaryTesting {
+namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting {
 namespace {
 
 struct Releaser {
@@ -309,4 +309,4 @@ TEST(ChangeWatches, CountAndContentBelongTogetherInOtherThreads) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow::DictionaryTesting
+}  // namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting

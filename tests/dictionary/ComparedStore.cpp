@@ -4,12 +4,12 @@
 #include <stdexcept>
 
 #include "DictionaryTesting.h"
-#include "dictionary/AttributeText.h"
-#include "dictionary/ValueText.h"
+#include "dictionary/values/AttributeText.h"
+#include "dictionary/values/ValueText.h"
 #include "tests/CoreObjects/SlowBase64.h"
-#include "tests/support/Marshalled.h"
+#include "tests/support/MarshalledTexts.h"
 
-namespace OrvWorkFlow::DictionaryTesting {
+namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting {
 namespace {
 
 // Copies double what is there.
@@ -249,4 +249,4 @@ void ComparedStore::ReadLists(const std::string& path, const std::string& word) 
   RequireSame(count_below, paths.size(), "the number of paths", path);
 }
 
-}  // namespace OrvWorkFlow::DictionaryTesting
+}  // namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting

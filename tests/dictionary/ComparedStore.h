@@ -6,9 +6,9 @@
 #include <string_view>
 
 #include "SlowModel.h"
-#include "dictionary/DictionaryObject.h"
+#include "dictionary/object/DictionaryObject.h"
 
-namespace OrvWorkFlow::DictionaryTesting {
+namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting {
 
 // One operation is a line: a letter, the entry's path and further arguments, separated by tabs.
 //
@@ -46,4 +46,4 @@ class ComparedStore {
   SlowModel model_;
 };
 
-}  // namespace OrvWorkFlow::DictionaryTesting
+}  // namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting

@@ -2,10 +2,10 @@
 #include <gtest/gtest.h>
 
 #include "DictionaryTesting.h"
-#include "dictionary/DictionaryObject.h"
-#include "tests/support/Marshalled.h"
+#include "dictionary/object/DictionaryObject.h"
+#include "tests/support/MarshalledTexts.h"
 
-namespace OrvWorkFlow::DictionaryTesting {
+namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting {
 namespace {
 
 TEST(DictionaryObject, AnswersToItsTwoInterfaces) {
@@ -73,4 +73,4 @@ TEST(DictionaryObject, OverloadsGoByTheTypeOfTheValue) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow::DictionaryTesting
+}  // namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting

@@ -1,9 +1,9 @@
 #include "DictionaryTesting.h"
 
-#include "dictionary/XmlReader.h"
-#include "tests/support/Marshalled.h"
+#include "dictionary/xml/XmlReader.h"
+#include "tests/support/MarshalledTexts.h"
 
-namespace OrvWorkFlow::DictionaryTesting {
+namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting {
 namespace {
 
 // What the getter fills in; kFailed when it fails.
@@ -97,4 +97,4 @@ std::string LoadedDump(std::string_view text) {
   return (loaded ? "" : "failed: ") + Dump(tree);
 }
 
-}  // namespace OrvWorkFlow::DictionaryTesting
+}  // namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting

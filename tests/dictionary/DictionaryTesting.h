@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "OrvWorkFlow/IDictionary.h"
-#include "dictionary/ElementTree.h"
+#include "dictionary/tree/ElementTree.h"
 
-namespace OrvWorkFlow::DictionaryTesting {
+namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting {
 
 using Names = std::vector<std::string>;
 
@@ -38,4 +38,4 @@ bool LoadTree(ElementTree& tree, std::string_view text);
 // The dump of what a text loads to, behind "failed: " when the load fails.
 std::string LoadedDump(std::string_view text);
 
-}  // namespace OrvWorkFlow::DictionaryTesting
+}  // namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting

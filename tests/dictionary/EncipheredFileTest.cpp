@@ -7,7 +7,7 @@
 #include "DictionaryTesting.h"
 #include "FakeFiles.h"
 #include "OrvWorkFlow/WorkFlowFactory.h"
-#include "dictionary/DictionaryObject.h"
+#include "dictionary/object/DictionaryObject.h"
 #include "encryption/EncryptionObject.h"
 #include "filesystem/FileSystemObject.h"
 #include "tests/fakes/RecordingLogger.h"
@@ -16,7 +16,7 @@
 #include "tests/support/TimeLimit.h"
 #include "utilitystore/UtilityStoreObject.h"
 
-namespace OrvWorkFlow::DictionaryTesting {
+namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting {
 namespace {
 
 constexpr char kKey[] = "a key";
@@ -50,8 +50,8 @@ class EncipheredFileTest : public ::testing::Test {
 
   FakeFiles files_;
   FakeFileSystemCreator files_creator_{files_};
-  CEncryptionObjectCreator encryption_creator_;
-  CUtilityStore store_;
+  Core::Encryption::CEncryptionObjectCreator encryption_creator_;
+  Core::UtilityStore::CUtilityStore store_;
   CDictionary dictionary_;
 };
 
@@ -235,14 +235,14 @@ TEST_F(EncipheredFileTest, WithoutAKeyThereIsNoCopy) {
 
 // An object of that name that is no "IEncryption" is as good as none.
 TEST(EncipheredFile, WithoutTheObjectEncryptionOnlyPlainFilesAreReadAndNoneIsWrittenAndThatIsTraced) {
-  orv_test::ScriptedCreator misnamed(ObjectNames::kEncryption, [] { return new CUtilityStore; });
+  orv_test::ScriptedCreator misnamed(ObjectNames::kEncryption, [] { return new Core::UtilityStore::CUtilityStore; });
   for (IFactoryObjectCreator* const encryption :
        {static_cast<IFactoryObjectCreator*>(nullptr), static_cast<IFactoryObjectCreator*>(&misnamed)}) {
     orv_test::RecordingLogger logger;
     ASSERT_TRUE(WorkFlowFactory::AddGlobalObject(ObjectNames::kLogger, &logger, false));
     FakeFiles files;
     FakeFileSystemCreator creator(files);
-    CUtilityStore store;
+    Core::UtilityStore::CUtilityStore store;
     store.AddUtilityObjectCreator(&creator);
     store.AddUtilityObjectCreator(encryption);
     CDictionary dictionary;
@@ -266,9 +266,9 @@ TEST(EncipheredFile, WithoutTheObjectEncryptionOnlyPlainFilesAreReadAndNoneIsWri
 TEST(EncipheredFile, WithRealFiles) {
   const orv_test::TempDirectory directory;
   const std::string file = directory.file("dictionary");
-  CFileSystemObjectCreator files_creator;
-  CEncryptionObjectCreator encryption_creator;
-  CUtilityStore store;
+  Core::FileSystem::CFileSystemObjectCreator files_creator;
+  Core::Encryption::CEncryptionObjectCreator encryption_creator;
+  Core::UtilityStore::CUtilityStore store;
   store.AddUtilityObjectCreator(&files_creator);
   store.AddUtilityObjectCreator(&encryption_creator);
   CDictionary dictionary;
@@ -277,7 +277,7 @@ TEST(EncipheredFile, WithRealFiles) {
   ASSERT_TRUE(dictionary.SetValue("/a", "value"));
   ASSERT_TRUE(dictionary.SaveFile(file.c_str()));
   EXPECT_EQ(orv_test::ReadFile(file), kEncipheredFile);
-  CFileSystem file_system;
+  Core::FileSystem::CFileSystem file_system;
   IFileSystemA& files = *static_cast<IFileSystemA*>(file_system.QueryInterface(InterfaceNames::kFileSystemA));
   const bool was_there = files.FileExists("$TEMP/tmpdic0");
   CDictionary other;
@@ -290,4 +290,4 @@ TEST(EncipheredFile, WithRealFiles) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow::DictionaryTesting
+}  // namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <stdexcept>
 
-namespace OrvWorkFlow::DictionaryTesting {
+namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting {
 
 void* FakeFileSystem::QueryInterface(const char* interface_name) {
   const bool answers = std::strcmp(interface_name, InterfaceNames::kFileSystemA) == 0;
@@ -67,4 +67,4 @@ bool FakeFileSystem::Refuse() {
   return false;
 }
 
-}  // namespace OrvWorkFlow::DictionaryTesting
+}  // namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting

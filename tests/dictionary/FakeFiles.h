@@ -10,7 +10,7 @@
 #include "CoreObjects/BaseObject.h"
 #include "tests/fakes/RefusingFileSystem.h"
 
-namespace OrvWorkFlow::DictionaryTesting {
+namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting {
 
 // What all objects of a FakeFileSystem class see. One thread at a time.
 struct FakeFiles {
@@ -70,4 +70,4 @@ class FakeFileSystemCreator final : public IFactoryObjectCreator {
   FakeFiles& files_;
 };
 
-}  // namespace OrvWorkFlow::DictionaryTesting
+}  // namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting

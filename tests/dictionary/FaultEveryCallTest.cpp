@@ -9,14 +9,14 @@
 #include <vector>
 
 #include "DictionaryTesting.h"
-#include "dictionary/DictionaryObject.h"
+#include "dictionary/object/DictionaryObject.h"
 #include "encryption/EncryptionObject.h"
 #include "filesystem/FileSystemObject.h"
 #include "platform/FaultPlatform.h"
 #include "tests/support/TempDirectory.h"
 #include "utilitystore/UtilityStoreObject.h"
 
-namespace OrvWorkFlow::DictionaryTesting {
+namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting {
 namespace {
 
 constexpr char kKey[] = "a key";
@@ -24,7 +24,7 @@ constexpr char kSecret[] = "a secret that no disk may hold";
 
 // The Windows directory is a folder of the test's own, so that nobody else's temporary files are there.
 template <class Char>
-class LocatedIn final : public LocationsOf<Char> {
+class LocatedIn final : public System::LocationsOf<Char> {
  public:
   explicit LocatedIn(const std::string& directory) : directory_(directory.begin(), directory.end()) {}
 
@@ -48,28 +48,28 @@ struct RelocatedPlatform {
 
   LocatedIn<char> narrow;
   LocatedIn<char16_t> wide;
-  const Platform& real = SystemPlatform();
-  const Platform platform{{real.narrow.files, real.narrow.directories, real.narrow.trees, narrow},
-                          {real.wide.files, real.wide.directories, real.wide.trees, wide},
-                          real.open_files,
-                          real.code_page,
-                          real.reasons,
-                          real.written};
+  const System::Platform& real = System::SystemPlatform();
+  const System::Platform platform{{real.narrow.files, real.narrow.directories, real.narrow.trees, narrow},
+                                  {real.wide.files, real.wide.directories, real.wide.trees, wide},
+                                  real.open_files,
+                                  real.code_page,
+                                  real.reasons,
+                                  real.written};
 };
 
 // Makes file systems over the platform that fails now; belongs to the test.
 class FaultyFileSystems final : public IFactoryObjectCreator {
  public:
-  explicit FaultyFileSystems(const std::optional<FaultPlatform>& fault) : fault_(fault) {}
+  explicit FaultyFileSystems(const std::optional<System::FaultPlatform>& fault) : fault_(fault) {}
   bool GetObjectName(IOrvPString* name) override { return AssignText(name, ObjectNames::kFileSystem); }
   bool GetVersion(IOrvPString* version) override { return AssignText(version, kVersionKey); }
-  IBaseWorkFlowObject* Create() override { return new CFileSystem(fault_->platform()); }
+  IBaseWorkFlowObject* Create() override { return new Core::FileSystem::CFileSystem(fault_->platform()); }
   bool CreatesWorkNodes() override { return false; }
   IFactoryObjectCreator* Clone() override { return nullptr; }
   void Destroy() override {}
 
  private:
-  const std::optional<FaultPlatform>& fault_;
+  const std::optional<System::FaultPlatform>& fault_;
 };
 
 enum class Direction { Load, Save };
@@ -159,7 +159,7 @@ class FaultEveryCall : public ::testing::TestWithParam<bool> {
     ExpectNoPlainText();
   }
 
-  void FailEachCall(const Operation& operation, SystemResult failure) {
+  void FailEachCall(const Operation& operation, System::SystemResult failure) {
     SCOPED_TRACE(operation.name);
     Outcome before;
     Outcome after;
@@ -219,21 +219,21 @@ class FaultEveryCall : public ::testing::TestWithParam<bool> {
   const std::string fresh_ = directory_.file("new/deep/f");
   std::string old_content_;
   RelocatedPlatform relocated_{directory_.path().string()};
-  std::optional<FaultPlatform> fault_{std::in_place, relocated_.platform};
+  std::optional<System::FaultPlatform> fault_{std::in_place, relocated_.platform};
   FaultyFileSystems files_creator_{fault_};
-  CEncryptionObjectCreator encryption_creator_;
-  CUtilityStore store_;
+  Core::Encryption::CEncryptionObjectCreator encryption_creator_;
+  Core::UtilityStore::CUtilityStore store_;
 };
 INSTANTIATE_TEST_SUITE_P(Dictionary, FaultEveryCall, ::testing::Bool(),
                          [](const auto& chosen) { return std::string(chosen.param ? "WithKey" : "Plain"); });
 
 TEST_P(FaultEveryCall, LeavesTheOldOrTheNewOneAndNothingElse) {
-  for (const Operation& operation : Operations()) FailEachCall(operation, SystemResult::Failed);
+  for (const Operation& operation : Operations()) FailEachCall(operation, System::SystemResult::Failed);
 }
 
 // As in a folder that takes no new files: then the file itself is written.
 TEST_P(FaultEveryCall, WhenItIsDeniedToo) {
-  for (const Operation& operation : Operations()) FailEachCall(operation, SystemResult::Denied);
+  for (const Operation& operation : Operations()) FailEachCall(operation, System::SystemResult::Denied);
 }
 
 TEST_P(FaultEveryCall, AFullDiskLeavesTheOldOne) {
@@ -261,4 +261,4 @@ TEST_P(FaultEveryCall, ADeathLeavesTheOldOrTheNewOne) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow::DictionaryTesting
+}  // namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting

@@ -5,12 +5,12 @@
 
 #include "DictionaryTesting.h"
 #include "FakeFiles.h"
-#include "dictionary/DictionaryObject.h"
+#include "dictionary/object/DictionaryObject.h"
 #include "encryption/EncryptionObject.h"
-#include "tests/support/Marshalled.h"
+#include "tests/support/MarshalledTexts.h"
 #include "utilitystore/UtilityStoreObject.h"
 
-namespace OrvWorkFlow::DictionaryTesting {
+namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting {
 namespace {
 
 class FileReportTest : public ::testing::Test {
@@ -43,8 +43,8 @@ class FileReportTest : public ::testing::Test {
 
   FakeFiles files_;
   FakeFileSystemCreator files_creator_{files_};
-  CEncryptionObjectCreator encryption_creator_;
-  CUtilityStore store_;
+  Core::Encryption::CEncryptionObjectCreator encryption_creator_;
+  Core::UtilityStore::CUtilityStore store_;
   CDictionary dictionary_;
 };
 
@@ -119,7 +119,7 @@ TEST_F(FileReportTest, AKeyThatIsTooLongIsToldAndNothingWritten) {
 }
 
 TEST_F(FileReportTest, NothingIsWrittenUnderAKeyWithoutTheObjectEncryption) {
-  CUtilityStore store;
+  Core::UtilityStore::CUtilityStore store;
   store.AddUtilityObjectCreator(&files_creator_);
   dictionary_.SetUtilityStore(&store);
   dictionary_.SetEncryptionKey("a key");
@@ -217,4 +217,4 @@ TEST_F(FileReportTest, AThousandLevelsAreWritten) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow::DictionaryTesting
+}  // namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting

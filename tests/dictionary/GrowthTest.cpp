@@ -7,9 +7,9 @@
 #include <string>
 
 #include "DictionaryTesting.h"
-#include "dictionary/DictionaryObject.h"
+#include "dictionary/object/DictionaryObject.h"
 
-namespace OrvWorkFlow::DictionaryTesting {
+namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting {
 namespace {
 
 constexpr int kFew = 1000;
@@ -73,4 +73,4 @@ TEST(Growth, ListsOfTexts) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow::DictionaryTesting
+}  // namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting

@@ -8,11 +8,11 @@
 #include <string>
 
 #include "DictionaryTesting.h"
-#include "dictionary/DictionaryObject.h"
-#include "tests/support/Marshalled.h"
+#include "dictionary/object/DictionaryObject.h"
+#include "tests/support/MarshalledTexts.h"
 #include "tests/support/TimeLimit.h"
 
-namespace OrvWorkFlow::DictionaryTesting {
+namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting {
 namespace {
 
 // How large the largest text is: under a sanitizer the same code runs on a fifth of it, for the time it takes; in a
@@ -284,4 +284,4 @@ TEST(HostileInput, NamesAndAttributesThatAreGoneLeaveNothingWrong) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow::DictionaryTesting
+}  // namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting

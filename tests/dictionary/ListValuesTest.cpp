@@ -5,10 +5,10 @@
 #include <stdexcept>
 
 #include "DictionaryTesting.h"
-#include "dictionary/DictionaryObject.h"
-#include "tests/support/Marshalled.h"
+#include "dictionary/object/DictionaryObject.h"
+#include "tests/support/MarshalledTexts.h"
 
-namespace OrvWorkFlow::DictionaryTesting {
+namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting {
 namespace {
 
 using orv_test::BoolList;
@@ -178,4 +178,4 @@ TEST(Lists, AListThatThrowsOrRefusesMakesTheOperationFail) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow::DictionaryTesting
+}  // namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting

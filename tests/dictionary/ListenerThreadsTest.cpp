@@ -10,10 +10,10 @@
 #include <vector>
 
 #include "DictionaryTesting.h"
-#include "dictionary/DictionaryObject.h"
+#include "dictionary/object/DictionaryObject.h"
 #include "tests/support/TimeLimit.h"
 
-namespace OrvWorkFlow::DictionaryTesting {
+namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting {
 namespace {
 
 constexpr int kThreads = 8;
@@ -191,4 +191,4 @@ TEST(ListenerThreads, AChangeDuringANotificationIsNotTold) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow::DictionaryTesting
+}  // namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting

@@ -6,10 +6,10 @@
 #include <utility>
 
 #include "DictionaryTesting.h"
-#include "dictionary/DictionaryObject.h"
-#include "tests/support/Marshalled.h"
+#include "dictionary/object/DictionaryObject.h"
+#include "tests/support/MarshalledTexts.h"
 
-namespace OrvWorkFlow::DictionaryTesting {
+namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting {
 namespace {
 
 // Notes the paths of which it is told, and then does what the test asks for.
@@ -289,4 +289,4 @@ TEST(Listeners, OfTwoDictionariesAreToldApart) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow::DictionaryTesting
+}  // namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting

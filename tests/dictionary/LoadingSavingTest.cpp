@@ -4,13 +4,13 @@
 #include "DictionaryTesting.h"
 #include "FakeFiles.h"
 #include "OrvWorkFlow/WorkFlowFactory.h"
-#include "dictionary/DictionaryObject.h"
+#include "dictionary/object/DictionaryObject.h"
 #include "filesystem/FileSystemObject.h"
 #include "tests/fakes/ScriptedWorkNode.h"
 #include "tests/support/TempDirectory.h"
 #include "utilitystore/UtilityStoreObject.h"
 
-namespace OrvWorkFlow::DictionaryTesting {
+namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting {
 namespace {
 
 // A dictionary whose utility store makes file systems.
@@ -23,7 +23,7 @@ class FilesTest : public ::testing::Test {
 
   FakeFiles files_;
   FakeFileSystemCreator creator_{files_};
-  CUtilityStore store_;
+  Core::UtilityStore::CUtilityStore store_;
   CDictionary dictionary_;
 };
 
@@ -194,7 +194,7 @@ TEST(Files, WithoutAFileSystemLoadingAndSavingFail) {
   ASSERT_TRUE(dictionary.SetValue("/a", "x"));
   EXPECT_FALSE(dictionary.LoadFile("f"));
   EXPECT_FALSE(dictionary.SaveFile("f"));
-  CUtilityStore store;
+  Core::UtilityStore::CUtilityStore store;
   dictionary.SetUtilityStore(&store);
   EXPECT_FALSE(dictionary.LoadFile("f"));
   ASSERT_TRUE(dictionary.SetValue("/IDictionaryNameValPairs/x", "1"));
@@ -204,8 +204,8 @@ TEST(Files, WithoutAFileSystemLoadingAndSavingFail) {
 }
 
 TEST(Files, AnObjectThatIsNoFileSystemIsAsGoodAsNone) {
-  orv_test::ScriptedCreator creator(ObjectNames::kFileSystem, [] { return new CUtilityStore; });
-  CUtilityStore store;
+  orv_test::ScriptedCreator creator(ObjectNames::kFileSystem, [] { return new Core::UtilityStore::CUtilityStore; });
+  Core::UtilityStore::CUtilityStore store;
   store.AddUtilityObjectCreator(&creator);
   CDictionary dictionary;
   dictionary.SetUtilityStore(&store);
@@ -218,7 +218,7 @@ TEST(Files, ASecondUtilityStoreTakesThePlaceOfTheFirst) {
   for (int i = 0; i < 2; ++i) {
     FakeFiles files;
     FakeFileSystemCreator creator(files);
-    CUtilityStore store;
+    Core::UtilityStore::CUtilityStore store;
     store.AddUtilityObjectCreator(&creator);
     EXPECT_TRUE(dictionary.SetUtilityStore(&store));
     EXPECT_TRUE(dictionary.SaveFile("f"));
@@ -232,7 +232,7 @@ TEST(Files, TheStoresFileSystemComesBeforeTheGlobalOne) {
   ASSERT_TRUE(WorkFlowFactory::AddGlobalObject(ObjectNames::kFileSystem, &global, false));
   FakeFiles store_files;
   FakeFileSystemCreator creator(store_files);
-  CUtilityStore store;
+  Core::UtilityStore::CUtilityStore store;
   CDictionary dictionary;
   EXPECT_TRUE(dictionary.SaveFile("f"));
   EXPECT_EQ(global_files.calls, Names{"replace f"});
@@ -254,8 +254,8 @@ class RealFilesTest : public ::testing::Test {
   }
 
   orv_test::TempDirectory directory_;
-  CFileSystemObjectCreator creator_;
-  CUtilityStore store_;
+  Core::FileSystem::CFileSystemObjectCreator creator_;
+  Core::UtilityStore::CUtilityStore store_;
   CDictionary dictionary_;
 };
 
@@ -304,4 +304,4 @@ TEST_F(RealFilesTest, ASaveThatFailsLeavesTheOldFile) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow::DictionaryTesting
+}  // namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting

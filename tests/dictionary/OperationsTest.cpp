@@ -4,10 +4,10 @@
 #include <cstdint>
 
 #include "DictionaryTesting.h"
-#include "dictionary/DictionaryObject.h"
-#include "tests/support/Marshalled.h"
+#include "dictionary/object/DictionaryObject.h"
+#include "tests/support/MarshalledTexts.h"
 
-namespace OrvWorkFlow::DictionaryTesting {
+namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting {
 namespace {
 
 constexpr char kRootOf[] = "<IDictionaryRoot>";
@@ -234,4 +234,4 @@ TEST_F(Operations, ValueTextsAreThoseOfEveryType) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow::DictionaryTesting
+}  // namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting

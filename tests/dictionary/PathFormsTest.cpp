@@ -7,10 +7,10 @@
 #include <utility>
 
 #include "DictionaryTesting.h"
-#include "dictionary/DictionaryObject.h"
-#include "tests/support/Marshalled.h"
+#include "dictionary/object/DictionaryObject.h"
+#include "tests/support/MarshalledTexts.h"
 
-namespace OrvWorkFlow::DictionaryTesting {
+namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting {
 namespace {
 
 using Path = DictionaryPathWrapperSimple;
@@ -228,4 +228,4 @@ static_assert(kNoneCanBeSet<IOrvPString*, IOrvString*, IOrvBasicStream*, void*, 
                             std::nullptr_t, std::string>);
 
 }  // namespace
-}  // namespace OrvWorkFlow::DictionaryTesting
+}  // namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting

@@ -2,9 +2,9 @@
 #include <gtest/gtest.h>
 
 #include "DictionaryTesting.h"
-#include "dictionary/DictionaryObject.h"
+#include "dictionary/object/DictionaryObject.h"
 
-namespace OrvWorkFlow::DictionaryTesting {
+namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting {
 namespace {
 
 void Redirect(IDictionary& dictionary, const char* path, const Names& targets) {
@@ -124,4 +124,4 @@ TEST(Redirection, OneThatLeadsToItselfFails) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow::DictionaryTesting
+}  // namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting

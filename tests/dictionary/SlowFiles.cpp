@@ -1,7 +1,7 @@
 // The slow model's files: reading and writing by the rules of the format, one character at a time.
 #include "SlowModel.h"
 
-namespace OrvWorkFlow::DictionaryTesting {
+namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting {
 namespace {
 
 std::string Trim(std::string text) {
@@ -189,4 +189,4 @@ void SlowModel::WriteElement(const Element& element, std::size_t depth, std::str
   output += "</" + element.name + ">";
 }
 
-}  // namespace OrvWorkFlow::DictionaryTesting
+}  // namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting

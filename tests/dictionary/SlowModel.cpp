@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-namespace OrvWorkFlow::DictionaryTesting {
+namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting {
 
 bool SlowModel::IsSpace(char c) { return std::strchr(" \t\n\v\f\r", c) != nullptr && c != '\0'; }
 
@@ -220,4 +220,4 @@ void SlowModel::DumpElement(const Element& element, std::string& output) {
   output += ')';
 }
 
-}  // namespace OrvWorkFlow::DictionaryTesting
+}  // namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting

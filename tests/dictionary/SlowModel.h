@@ -10,7 +10,7 @@
 
 #include "OrvWorkFlow/IDictionary.h"
 
-namespace OrvWorkFlow::DictionaryTesting {
+namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting {
 
 class SlowModel {
  public:
@@ -99,4 +99,4 @@ class SlowModel {
   std::unique_ptr<Element> root_;
 };
 
-}  // namespace OrvWorkFlow::DictionaryTesting
+}  // namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting

@@ -7,9 +7,9 @@
 #include "ComparedStore.h"
 #include "DictionaryTesting.h"
 #include "SlowModel.h"
-#include "dictionary/DictionaryObject.h"
+#include "dictionary/object/DictionaryObject.h"
 
-namespace OrvWorkFlow::DictionaryTesting {
+namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting {
 namespace {
 
 class Chance {
@@ -190,4 +190,4 @@ TEST(SlowModel, AgreesOnRandomFiles) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow::DictionaryTesting
+}  // namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting

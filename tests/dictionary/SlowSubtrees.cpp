@@ -3,7 +3,7 @@
 
 #include "SlowModel.h"
 
-namespace OrvWorkFlow::DictionaryTesting {
+namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting {
 namespace {
 
 constexpr char kHolder[] = "__ListEntries";
@@ -160,4 +160,4 @@ void SlowModel::Compare(const Element& first, const Element& second, const std::
   }
 }
 
-}  // namespace OrvWorkFlow::DictionaryTesting
+}  // namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting

@@ -3,7 +3,7 @@
 
 #include "SlowModel.h"
 
-namespace OrvWorkFlow::DictionaryTesting {
+namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting {
 namespace {
 
 constexpr char kMark[] = "_isRedirection";
@@ -115,4 +115,4 @@ bool SlowModel::FollowToWrite(std::string& path) const {
   }
 }
 
-}  // namespace OrvWorkFlow::DictionaryTesting
+}  // namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting

@@ -3,10 +3,10 @@
 
 #include "DictionaryTesting.h"
 #include "FakeFiles.h"
-#include "dictionary/DictionaryObject.h"
+#include "dictionary/object/DictionaryObject.h"
 #include "utilitystore/UtilityStoreObject.h"
 
-namespace OrvWorkFlow::DictionaryTesting {
+namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting {
 namespace {
 
 constexpr char kPairs[] = "/IDictionaryNameValPairs";
@@ -23,7 +23,7 @@ class SubtreeFiles : public ::testing::Test {
 
   FakeFiles files_;
   FakeFileSystemCreator creator_{files_};
-  CUtilityStore store_;
+  Core::UtilityStore::CUtilityStore store_;
   CDictionary dictionary_;
 };
 
@@ -104,4 +104,4 @@ TEST_F(SubtreeFiles, PairsHaveAFileOfTheirOwn) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow::DictionaryTesting
+}  // namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting

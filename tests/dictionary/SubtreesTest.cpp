@@ -6,15 +6,15 @@
 #include "DictionaryTesting.h"
 #include "FakeFiles.h"
 #include "OrvWorkFlow/WorkFlowFactory.h"
-#include "dictionary/DictionaryObject.h"
-#include "dictionary/Subtree.h"
+#include "dictionary/object/DictionaryObject.h"
+#include "dictionary/tree/Subtree.h"
 #include "encryption/EncryptionObject.h"
 #include "tests/fakes/ForwardingDictionary.h"
 #include "tests/fakes/ScriptedWorkNode.h"
-#include "tests/support/Marshalled.h"
+#include "tests/support/MarshalledTexts.h"
 #include "utilitystore/UtilityStoreObject.h"
 
-namespace OrvWorkFlow::DictionaryTesting {
+namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting {
 namespace {
 
 struct Releaser {
@@ -320,8 +320,8 @@ class NewDictionaries : public ::testing::Test {
 TEST_F(NewDictionaries, HaveTheKeyOfTheOneTheyAreCopiedFrom) {
   FakeFiles files;
   FakeFileSystemCreator files_creator(files);
-  CEncryptionObjectCreator encryption_creator;
-  CUtilityStore store;
+  Core::Encryption::CEncryptionObjectCreator encryption_creator;
+  Core::UtilityStore::CUtilityStore store;
   store.AddUtilityObjectCreator(&files_creator);
   store.AddUtilityObjectCreator(&encryption_creator);
   dictionary_.SetUtilityStore(&store);
@@ -338,7 +338,7 @@ TEST_F(NewDictionaries, HaveTheKeyOfTheOneTheyAreCopiedFrom) {
 }
 
 TEST_F(NewDictionaries, AreEmptyOrACopyOfASubtree) {
-  CUtilityStore store;
+  Core::UtilityStore::CUtilityStore store;
   dictionary_.SetUtilityStore(&store);
   const OwnedDictionary empty(dictionary_.MakeDictionary());
   ASSERT_NE(empty, nullptr);
@@ -362,7 +362,7 @@ TEST(NewDictionariesWithoutTheirCreator, AreNull) {
   for (const bool throws : {false, true}) {
     const auto make = [throws]() -> IBaseWorkFlowObject* {
       if (throws) throw 1;
-      return new CUtilityStore;
+      return new Core::UtilityStore::CUtilityStore;
     };
     const WorkFlowFactory registration(new orv_test::ScriptedCreator(ObjectNames::kDictionary, make));
     EXPECT_EQ(dictionary.MakeDictionary(), nullptr);
@@ -371,4 +371,4 @@ TEST(NewDictionariesWithoutTheirCreator, AreNull) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow::DictionaryTesting
+}  // namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting

@@ -8,12 +8,12 @@
 #include <utility>
 #include <vector>
 
-#include "dictionary/ChildIndex.h"
-#include "dictionary/ElementTree.h"
-#include "dictionary/NameTable.h"
-#include "dictionary/StableArray.h"
+#include "dictionary/tree/ChildIndex.h"
+#include "dictionary/tree/ElementTree.h"
+#include "dictionary/tree/NameTable.h"
+#include "dictionary/tree/StableArray.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Dictionary {
 namespace {
 
 TEST(StableArray, NeverMovesWhatItHolds) {
@@ -130,4 +130,4 @@ TEST(ElementTree, TextsStayWhereTheyAreWhileTheTreeGrows) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Dictionary

@@ -5,7 +5,7 @@
 
 #include "DictionaryTesting.h"
 
-namespace OrvWorkFlow::DictionaryTesting {
+namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting {
 namespace {
 
 // The root with these elements in it.
@@ -91,4 +91,4 @@ TEST(TagMemory, ManySiblingsMergeOneByOne) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow::DictionaryTesting
+}  // namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting

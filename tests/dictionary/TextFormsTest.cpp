@@ -9,13 +9,13 @@
 #include <string>
 #include <vector>
 
-#include "dictionary/AttributeText.h"
-#include "dictionary/EntryPath.h"
-#include "dictionary/Escaping.h"
-#include "dictionary/ValueText.h"
-#include "dictionary/ValueTypes.h"
+#include "dictionary/tree/EntryPath.h"
+#include "dictionary/values/AttributeText.h"
+#include "dictionary/values/ValueText.h"
+#include "dictionary/values/ValueTypes.h"
+#include "dictionary/xml/Escaping.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Dictionary {
 namespace {
 
 using Strings = std::vector<std::string>;
@@ -346,4 +346,4 @@ TEST(Escape, ReplacesMarkupAndControlBytes) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Dictionary

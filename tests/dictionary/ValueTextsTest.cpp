@@ -8,11 +8,11 @@
 
 #include "DictionaryTesting.h"
 #include "OrvWorkFlow/IDictionaryListener.h"
-#include "dictionary/DictionaryObject.h"
-#include "tests/support/Marshalled.h"
+#include "dictionary/object/DictionaryObject.h"
+#include "tests/support/MarshalledTexts.h"
 #include "tests/support/TimeLimit.h"
 
-namespace OrvWorkFlow::DictionaryTesting {
+namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting {
 namespace {
 
 bool Set(IDictionary& dictionary, const char* path, ValueType type, const Names& texts) {
@@ -160,4 +160,4 @@ TEST(ValueTexts, AreToldToListenersOnce) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow::DictionaryTesting
+}  // namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting

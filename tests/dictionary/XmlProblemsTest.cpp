@@ -5,11 +5,11 @@
 #include <string>
 
 #include "DictionaryTesting.h"
-#include "dictionary/DictionaryObject.h"
-#include "dictionary/XmlProblems.h"
-#include "tests/support/Marshalled.h"
+#include "dictionary/object/DictionaryObject.h"
+#include "dictionary/xml/XmlProblems.h"
+#include "tests/support/MarshalledTexts.h"
 
-namespace OrvWorkFlow::DictionaryTesting {
+namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting {
 namespace {
 
 struct Found {
@@ -156,4 +156,4 @@ TEST(XmlProblems, AgreeWithTheReaderOnWhatCanBeRead) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow::DictionaryTesting
+}  // namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting

@@ -2,9 +2,9 @@
 #include <gtest/gtest.h>
 
 #include "DictionaryTesting.h"
-#include "dictionary/DictionaryObject.h"
+#include "dictionary/object/DictionaryObject.h"
 
-namespace OrvWorkFlow::DictionaryTesting {
+namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting {
 namespace {
 
 struct Case {
@@ -204,4 +204,4 @@ TEST(LoadedDictionary, KeepsTheFilesTextsWhileItsContentChanges) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow::DictionaryTesting
+}  // namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting

@@ -9,7 +9,7 @@
 #include "SlowCipher.h"
 #include "encryption/BlockFunction.h"
 
-namespace OrvWorkFlow::EncryptionTesting {
+namespace OrvWorkFlow::Core::Encryption::EncryptionTesting {
 namespace {
 
 constexpr std::size_t kLongestKey = 240;
@@ -155,4 +155,4 @@ TEST(CipherTest, RefusesAKeyThatIsTooLong) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow::EncryptionTesting
+}  // namespace OrvWorkFlow::Core::Encryption::EncryptionTesting

@@ -5,9 +5,9 @@
 
 #include "encryption/EncryptionObject.h"
 #include "tests/support/FailingMemory.h"
-#include "tests/support/Marshalled.h"
+#include "tests/support/MarshalledTexts.h"
 
-namespace OrvWorkFlow::EncryptionTesting {
+namespace OrvWorkFlow::Core::Encryption::EncryptionTesting {
 namespace {
 
 using orv_test::PString;
@@ -68,4 +68,4 @@ TEST(EncryptionMemory, EachAllocationThatFailsLeavesTheOutput) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow::EncryptionTesting
+}  // namespace OrvWorkFlow::Core::Encryption::EncryptionTesting

@@ -9,9 +9,9 @@
 
 #include "CoreObjects/Base64.h"
 #include "SlowCipher.h"
-#include "tests/support/Marshalled.h"
+#include "tests/support/MarshalledTexts.h"
 
-namespace OrvWorkFlow::EncryptionTesting {
+namespace OrvWorkFlow::Core::Encryption::EncryptionTesting {
 namespace {
 
 using orv_test::PString;
@@ -344,4 +344,4 @@ TEST_F(EncryptionTest, AListIsFilledWholeOrLeftEmpty) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow::EncryptionTesting
+}  // namespace OrvWorkFlow::Core::Encryption::EncryptionTesting

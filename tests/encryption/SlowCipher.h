@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <string>
 
-namespace OrvWorkFlow::EncryptionTesting {
+namespace OrvWorkFlow::Core::Encryption::EncryptionTesting {
 
 // RFC 1321, with the sines computed.
 inline std::string SlowMd5(std::string message) {
@@ -55,4 +55,4 @@ std::string SlowEncipher(std::string data, const std::string& key, const std::st
   return data;
 }
 
-}  // namespace OrvWorkFlow::EncryptionTesting
+}  // namespace OrvWorkFlow::Core::Encryption::EncryptionTesting

@@ -4,31 +4,31 @@
 #include <cstring>
 
 #include "OrvWorkFlow/IDictionary.h"
-#include "dictionary/PathForms.h"
+#include "dictionary/object/PathForms.h"
 
 namespace OrvWorkFlow {
 
 // The other one stays the caller's. Release does nothing. An operation with its path as an object comes to the one with
 // a text.
-class ForwardingDictionary : public PathForms {
+class ForwardingDictionary : public Core::Dictionary::PathForms {
  public:
   explicit ForwardingDictionary(IDictionary* inner) : inner_(inner) {}
 
-  using PathForms::Clear;
-  using PathForms::CountEntries;
-  using PathForms::CountSubtree;
-  using PathForms::Delete;
-  using PathForms::EnumeratePaths;
-  using PathForms::Exists;
-  using PathForms::FindPaths;
-  using PathForms::GetAttribute;
-  using PathForms::GetEntries;
-  using PathForms::GetValue;
-  using PathForms::GetValueType;
-  using PathForms::HasAttribute;
-  using PathForms::Rename;
-  using PathForms::SetAttribute;
-  using PathForms::SetValue;
+  using Core::Dictionary::PathForms::Clear;
+  using Core::Dictionary::PathForms::CountEntries;
+  using Core::Dictionary::PathForms::CountSubtree;
+  using Core::Dictionary::PathForms::Delete;
+  using Core::Dictionary::PathForms::EnumeratePaths;
+  using Core::Dictionary::PathForms::Exists;
+  using Core::Dictionary::PathForms::FindPaths;
+  using Core::Dictionary::PathForms::GetAttribute;
+  using Core::Dictionary::PathForms::GetEntries;
+  using Core::Dictionary::PathForms::GetValue;
+  using Core::Dictionary::PathForms::GetValueType;
+  using Core::Dictionary::PathForms::HasAttribute;
+  using Core::Dictionary::PathForms::Rename;
+  using Core::Dictionary::PathForms::SetAttribute;
+  using Core::Dictionary::PathForms::SetValue;
 
   void* QueryInterface(const char* name) override {
     return name != nullptr && std::strcmp(name, "IDictionary") == 0 ? static_cast<IDictionary*>(this) : nullptr;

@@ -5,7 +5,7 @@
 #include "tests/filesystem/AsyncTesting.h"
 #include "tests/workflowengine/FakePrimitives.h"
 
-namespace OrvWorkFlow::AsyncTesting {
+namespace OrvWorkFlow::Core::FileSystem::AsyncTesting {
 namespace {
 
 using orv_test::FakeThread;
@@ -193,4 +193,4 @@ TYPED_TEST(AsynchronousRaces, WithoutAThreadACallIsRefused) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow::AsyncTesting
+}  // namespace OrvWorkFlow::Core::FileSystem::AsyncTesting

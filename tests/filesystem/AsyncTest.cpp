@@ -3,7 +3,7 @@
 
 #include "tests/filesystem/AsyncTesting.h"
 
-namespace OrvWorkFlow::AsyncTesting {
+namespace OrvWorkFlow::Core::FileSystem::AsyncTesting {
 namespace {
 
 using orv_test::GlobalEngine;
@@ -211,4 +211,4 @@ TYPED_TEST(Asynchronous, ArgumentsAreCopied) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow::AsyncTesting
+}  // namespace OrvWorkFlow::Core::FileSystem::AsyncTesting

@@ -12,7 +12,7 @@
 #include "tests/filesystem/FileSystemTesting.h"
 #include "tests/support/TimeLimit.h"
 
-namespace OrvWorkFlow::AsyncTesting {
+namespace OrvWorkFlow::Core::FileSystem::AsyncTesting {
 
 using Names = std::vector<std::string>;
 
@@ -121,4 +121,4 @@ class Asynchronous : public orv_test::FileSystemTest<Char> {
   std::basic_string<Char> missing_ = this->At("missing");
 };
 
-}  // namespace OrvWorkFlow::AsyncTesting
+}  // namespace OrvWorkFlow::Core::FileSystem::AsyncTesting

@@ -1,7 +1,7 @@
 // Copies of whole trees.
 #include "tests/filesystem/FileSystemTesting.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 namespace {
 
 using orv_test::FakeEngine;
@@ -138,4 +138,4 @@ TYPED_TEST(CopyDirectory, FromOneDriveToAnother) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

@@ -3,7 +3,7 @@
 
 #include "tests/filesystem/FileSystemTesting.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 namespace {
 
 using Names = std::vector<std::string>;
@@ -110,4 +110,4 @@ TYPED_TEST(CopyGaps, LinksIntoTheTreeThatIsDeleted) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

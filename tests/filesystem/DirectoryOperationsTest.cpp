@@ -1,7 +1,7 @@
 // Operations on directories and trees, and copies.
 #include "tests/filesystem/FileSystemTesting.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 namespace {
 
 using orv_test::FakeEngine;
@@ -149,15 +149,15 @@ TYPED_TEST(DirectoryOperations, DeleteDirectory) {
 
 TYPED_TEST(DirectoryOperations, DeletingGoesOnAfterAFailure) {
   this->MakeTree("t");
-  FileHandle handle = FileHandle::None;
-  ASSERT_EQ(SystemPlatform().For<TypeParam>().files.Open(this->At("t\\b\\c.txt"), Access::Read, Creation::OpenExisting,
-                                                         &handle),
-            SystemResult::Ok);
+  System::FileHandle handle = System::FileHandle::None;
+  ASSERT_EQ(System::SystemPlatform().For<TypeParam>().files.Open(this->At("t\\b\\c.txt"), System::Access::Read,
+                                                                 System::Creation::OpenExisting, &handle),
+            System::SystemResult::Ok);
   EXPECT_FALSE(this->face_->DeleteDirectory(this->At("t").c_str()));
   EXPECT_EQ(this->Everything(), (Names{"t/", "t/b/", "t/b/c.txt"}));
   EXPECT_EQ(this->hook_.Take(),
             (Names{"/errors/cannot delete file|Cannot delete file.", kCannotDeleteDirectory, kCannotDeleteDirectory}));
-  SystemPlatform().open_files.Close(handle);
+  System::SystemPlatform().open_files.Close(handle);
   EXPECT_TRUE(this->face_->DeleteDirectory(this->At("t").c_str()));
 }
 
@@ -297,15 +297,15 @@ TYPED_TEST(DirectoryOperations, AContentDirectoryMayBeAWorkflowPath) {
 }
 
 // Takes every directory to be missing, and makes it.
-class MadeDirectories final : public DirectoriesOf<char> {
+class MadeDirectories final : public System::DirectoriesOf<char> {
  public:
   Names made;
 
-  SystemResult CreateOneDirectory(const std::string& path) override {
+  System::SystemResult CreateOneDirectory(const std::string& path) override {
     made.push_back(path);
-    return SystemResult::Ok;
+    return System::SystemResult::Ok;
   }
-  bool RemoveOneDirectory(const std::string&, Mark) override { return false; }
+  bool RemoveOneDirectory(const std::string&, Core::System::Mark) override { return false; }
   bool FindFirst(const std::string&, std::uint32_t*) override { return false; }
   bool IsRoot(const std::string&) override { return false; }
 };
@@ -327,9 +327,9 @@ TEST(NarrowMakeDirectory, BeginsBehindTheDriveOrTheShare) {
   };
   for (const Case& one : cases) {
     MadeDirectories directories;
-    const Platform& real = SystemPlatform();
-    const PlatformOf<char> narrow{real.narrow.files, directories, real.narrow.trees, real.narrow.locations};
-    const Platform platform{narrow, real.wide, real.open_files, real.code_page, real.reasons, real.written};
+    const System::Platform& real = System::SystemPlatform();
+    const System::PlatformOf<char> narrow{real.narrow.files, directories, real.narrow.trees, real.narrow.locations};
+    const System::Platform platform{narrow, real.wide, real.open_files, real.code_page, real.reasons, real.written};
     CFileSystem* object = new CFileSystem(platform);
     auto* face = static_cast<IFileSystemA*>(object->QueryInterface("IFileSystemA"));
     EXPECT_TRUE(face->MakeDirectory(one.path)) << one.path;
@@ -339,4 +339,4 @@ TEST(NarrowMakeDirectory, BeginsBehindTheDriveOrTheShare) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

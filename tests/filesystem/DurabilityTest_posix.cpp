@@ -13,7 +13,7 @@
 
 #include "tests/filesystem/FileSystemTesting.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 namespace {
 
 // What the calls of this thread do and leave on record, while there is one.
@@ -199,4 +199,4 @@ TYPED_TEST(Durability, FlushingWritesFlushesTheDiskOnceForAll) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

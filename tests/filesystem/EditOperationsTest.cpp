@@ -5,7 +5,7 @@
 
 #include "tests/filesystem/FileSystemTesting.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 namespace {
 
 using orv_test::Stream;
@@ -92,9 +92,9 @@ TYPED_TEST(EditOperations, ReadFileRange) {
   EXPECT_EQ(this->hook_.Take(), Names(3, kInvalidParameter));
   EXPECT_FALSE(this->face_->ReadFileRange(this->At("missing").c_str(), 0, 1, stream.out()));
   EXPECT_EQ(this->hook_.Take(), Names{kSourceMissing});
-  this->fault_.FailCall(PlatformCall::MoveTo, 1);
+  this->fault_.FailCall(System::PlatformCall::MoveTo, 1);
   EXPECT_FALSE(this->face_->ReadFileRange(this->At("a").c_str(), 0, 1, stream.out()));
-  this->fault_.FailCall(PlatformCall::Read, 1);
+  this->fault_.FailCall(System::PlatformCall::Read, 1);
   EXPECT_FALSE(this->face_->ReadFileRange(this->At("a").c_str(), 0, 1, stream.out()));
   EXPECT_EQ(this->hook_.Take(), Names(2, kCannotReadFile));
   EXPECT_EQ(stream.bytes(), "untouched");
@@ -227,47 +227,47 @@ TYPED_TEST(EditOperations, AWriteThatFailsMakesTheFileNoLonger) {
 }
 
 // The n-th write from now on stops half way.
-class BreakingWrites final : public OpenFiles {
+class BreakingWrites final : public System::OpenFiles {
  public:
-  explicit BreakingWrites(OpenFiles& real) : real_(real) {}
+  explicit BreakingWrites(System::OpenFiles& real) : real_(real) {}
 
   int breaking = 0;
 
-  bool Read(FileHandle handle, void* data, std::size_t size, std::size_t* done) override {
+  bool Read(System::FileHandle handle, void* data, std::size_t size, std::size_t* done) override {
     return real_.Read(handle, data, size, done);
   }
-  bool Write(FileHandle handle, const void* data, std::size_t size, std::size_t* done) override {
+  bool Write(System::FileHandle handle, const void* data, std::size_t size, std::size_t* done) override {
     if (--breaking != 0) return real_.Write(handle, data, size, done);
     real_.Write(handle, data, size / 2, done);
     return false;
   }
-  bool GetSize(FileHandle handle, std::uint64_t* size) override { return real_.GetSize(handle, size); }
-  bool MoveTo(FileHandle handle, std::uint64_t position) override { return real_.MoveTo(handle, position); }
-  bool SetEnd(FileHandle handle) override { return real_.SetEnd(handle); }
-  bool Flush(FileHandle handle) override { return real_.Flush(handle); }
-  void LetReplace(FileHandle handle) override { real_.LetReplace(handle); }
-  bool Close(FileHandle handle) override { return real_.Close(handle); }
+  bool GetSize(System::FileHandle handle, std::uint64_t* size) override { return real_.GetSize(handle, size); }
+  bool MoveTo(System::FileHandle handle, std::uint64_t position) override { return real_.MoveTo(handle, position); }
+  bool SetEnd(System::FileHandle handle) override { return real_.SetEnd(handle); }
+  bool Flush(System::FileHandle handle) override { return real_.Flush(handle); }
+  void LetReplace(System::FileHandle handle) override { real_.LetReplace(handle); }
+  bool Close(System::FileHandle handle) override { return real_.Close(handle); }
 
  private:
-  OpenFiles& real_;
+  System::OpenFiles& real_;
 };
 
 // Where the directory takes no new file, the file is written itself; a failure puts back what it held.
 TEST(NarrowEditInPlace, AFailureLosesNothing) {
   orv_test::TempDirectory directory;
-  FaultPlatform fault;
-  Platform platform = fault.platform();
+  System::FaultPlatform fault;
+  System::Platform platform = fault.platform();
   BreakingWrites writes(platform.open_files);
-  const Platform breaking{platform.narrow,    platform.wide,    writes,
-                          platform.code_page, platform.reasons, platform.written};
+  const System::Platform breaking{platform.narrow,    platform.wide,    writes,
+                                  platform.code_page, platform.reasons, platform.written};
   CFileSystem* object = new CFileSystem(breaking);
   auto* face = static_cast<IFileSystemA*>(object->QueryInterface("IFileSystemA"));
   const std::string path = orv_test::PlatformPath(directory.path()) + "\\a";
   orv_test::PString text("a text longer than the file");
   orv_test::WriteFile(directory.path() / "a", "0123456789");
-  fault.SetFailure(SystemResult::Denied);
+  fault.SetFailure(System::SystemResult::Denied);
   for (const bool breaks : {true, false}) {
-    fault.FailCall(PlatformCall::Open, 2);  // The new file: the first is to read.
+    fault.FailCall(System::PlatformCall::Open, 2);  // The new file: the first is to read.
     writes.breaking = breaks ? 1 : 0;
     EXPECT_EQ(face->PrependFileString(path.c_str(), text.out()), !breaks);
     EXPECT_EQ(orv_test::ReadFile(directory.path() / "a"), (breaks ? "" : text.str()) + "0123456789");
@@ -372,4 +372,4 @@ TEST_F(NarrowThrowing, TextsThatThrowFail) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

@@ -5,7 +5,7 @@
 #include "tests/filesystem/FileSystemTesting.h"
 #include "tests/support/TimeLimit.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 namespace {
 
 // Prepends and appends by turns; answers how often it was true.
@@ -41,4 +41,4 @@ TEST(EditProcesses, WhatAnsweredTrueIsInTheFile) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

@@ -5,7 +5,7 @@
 #include "tests/filesystem/FileSystemTesting.h"
 #include "tests/support/TimeLimit.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 namespace {
 
 template <class Char>
@@ -73,4 +73,4 @@ TYPED_TEST(EditRaces, ReplacingBesidePrepending) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

@@ -1,7 +1,7 @@
 // The narrow and the wide face: one object, and what happens where one's characters cannot say what the other's can.
 #include "tests/filesystem/FileSystemTesting.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 namespace {
 
 using orv_test::Stream;
@@ -70,7 +70,7 @@ TEST(WideFace, FilesNamedInSeveralScripts) {
 TEST(WideFace, ReadsNarrowText) {
   orv_test::TempDirectory directory;
   std::string narrow;
-  ASSERT_TRUE(SystemPlatform().code_page.Narrow(u"Gr\u00FC\u00DFe", &narrow, nullptr));
+  ASSERT_TRUE(System::SystemPlatform().code_page.Narrow(u"Gr\u00FC\u00DFe", &narrow, nullptr));
   orv_test::WriteFile(directory.path() / "a", narrow);
   CFileSystem* object = new CFileSystem;
   auto* face = static_cast<IFileSystemW*>(object->QueryInterface("IFileSystemW"));
@@ -84,7 +84,7 @@ TEST(WideFace, ReadsNarrowText) {
 // On a system whose wide calls are stubs the wide face works all the same, as far as names can be narrowed.
 TEST(WideFace, WorksWithoutWideCalls) {
   orv_test::TempDirectory directory;
-  FaultPlatform fault;
+  System::FaultPlatform fault;
   fault.FailWideCalls(true);
   CFileSystem* object = new CFileSystem(fault.platform());
   auto* face = static_cast<IFileSystemW*>(object->QueryInterface("IFileSystemW"));
@@ -131,7 +131,7 @@ TEST(WideFace, WorksWithoutWideCalls) {
 }
 
 // A code page like those that put a similar character in place of one that they lack.
-class LossyCodePage final : public CodePage {
+class LossyCodePage final : public System::CodePage {
  public:
   bool Widen(std::string_view narrow, std::u16string* wide) override {
     *wide = std::u16string(narrow.begin(), narrow.end());
@@ -151,9 +151,9 @@ TEST(WideFace, ANameThatWouldChangeIsNotNarrowed) {
   orv_test::TempDirectory directory;
   orv_test::WriteFile(directory.path() / "a", "precious");
   LossyCodePage lossy;
-  Platform platform = SystemPlatform();
-  const Platform with_lossy{platform.narrow, platform.wide,    platform.open_files,
-                            lossy,           platform.reasons, platform.written};
+  System::Platform platform = System::SystemPlatform();
+  const System::Platform with_lossy{platform.narrow, platform.wide,    platform.open_files,
+                                    lossy,           platform.reasons, platform.written};
   CFileSystem* object = new CFileSystem(with_lossy);
   auto* face = static_cast<IFileSystemW*>(object->QueryInterface("IFileSystemW"));
   const auto path = orv_test::Text<char16_t>(orv_test::PlatformPath(directory.path()) + "\\") + u"\u0101";
@@ -169,7 +169,7 @@ TEST(NarrowFace, AnOperationDoesNotActOnAPathThatLostSomething) {
   orv_test::TempDirectory directory;
   orv_test::WriteFile(directory.path() / "a", "precious");
   // The workflow lies in a directory whose name the code page cannot hold: narrowed it would be another one.
-  class WideningCodePage final : public CodePage {
+  class WideningCodePage final : public System::CodePage {
    public:
     bool Widen(std::string_view narrow, std::u16string* wide) override {
       *wide = std::u16string(narrow.begin(), narrow.end());
@@ -184,9 +184,9 @@ TEST(NarrowFace, AnOperationDoesNotActOnAPathThatLostSomething) {
    private:
     LossyCodePage lossy_;
   } code_page;
-  Platform platform = SystemPlatform();
-  const Platform with_lossy{platform.narrow, platform.wide,    platform.open_files,
-                            code_page,       platform.reasons, platform.written};
+  System::Platform platform = System::SystemPlatform();
+  const System::Platform with_lossy{platform.narrow, platform.wide,    platform.open_files,
+                                    code_page,       platform.reasons, platform.written};
   CFileSystem* object = new CFileSystem(with_lossy);
   auto* face = static_cast<IFileSystemA*>(object->QueryInterface("IFileSystemA"));
   const std::string path = orv_test::PlatformPath(directory.path()) + "\\\x01";
@@ -202,4 +202,4 @@ TEST(NarrowFace, AnOperationDoesNotActOnAPathThatLostSomething) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

@@ -9,7 +9,7 @@
 #include "tests/filesystem/OpenDescriptors.h"
 #include "tests/support/FailingMemory.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 namespace {
 
 // What a failed operation may leave behind.
@@ -277,4 +277,4 @@ TEST_F(FaultWithoutWideCalls, LeavesNothingOpenAndNothingHalfDone) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

@@ -3,7 +3,7 @@
 
 #include "tests/filesystem/FileSystemTesting.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 namespace {
 
 using orv_test::FakeEngine;
@@ -174,9 +174,10 @@ TYPED_TEST(FileOperations, RemoveFile) {
 
 TYPED_TEST(FileOperations, AFileInUseIsNotRemoved) {
   this->MakeFile("a");
-  FileHandle handle = FileHandle::None;
-  ASSERT_EQ(SystemPlatform().For<TypeParam>().files.Open(this->At("a"), Access::Read, Creation::OpenExisting, &handle),
-            SystemResult::Ok);
+  System::FileHandle handle = System::FileHandle::None;
+  ASSERT_EQ(System::SystemPlatform().For<TypeParam>().files.Open(this->At("a"), System::Access::Read,
+                                                                 System::Creation::OpenExisting, &handle),
+            System::SystemResult::Ok);
   EXPECT_FALSE(this->face_->RemoveFile(this->At("a").c_str()));
   EXPECT_EQ(this->hook_.Take(), Names{"/errors/cannot delete file|Cannot delete file."});
   EXPECT_EQ(this->face_->FileSize(this->At("a").c_str()), 0U);
@@ -186,7 +187,7 @@ TYPED_TEST(FileOperations, AFileInUseIsNotRemoved) {
   EXPECT_FALSE(this->face_->WriteFileBytes(this->At("a").c_str(), "x", 1));
   EXPECT_EQ(this->hook_.Take(), Names(2, kCannotOpenFile));
   EXPECT_EQ(stream.bytes(), "untouched");
-  SystemPlatform().open_files.Close(handle);
+  System::SystemPlatform().open_files.Close(handle);
 }
 
 TYPED_TEST(FileOperations, FileSize) {
@@ -353,4 +354,4 @@ TYPED_TEST(FileOperations, ManyThreadsAtOnce) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

@@ -16,21 +16,21 @@
 #include "platform/FaultPlatform.h"
 #include "tests/fakes/FakeEngine.h"
 #include "tests/platform/PlatformTesting.h"
-#include "tests/support/Marshalled.h"
+#include "tests/support/MarshalledTexts.h"
 #include "tests/support/TempDirectory.h"
 
 namespace orv_test {
 
 // Remembers the keys and messages of failures.
-class ListeningHook final : public OrvWorkFlow::ErrorHook {
+class ListeningHook final : public OrvWorkFlow::Core::FileSystem::ErrorHook {
  public:
-  bool Report(const OrvWorkFlow::Failure& failure) noexcept override {
+  bool Report(const OrvWorkFlow::Core::FileSystem::Failure& failure) noexcept override {
     const std::scoped_lock lock(mutex_);
     try {
       reports_.push_back(std::string(failure.key) + "|" + failure.message);
     } catch (const std::bad_alloc&) {  // Of a test that lets memory run out.
     }
-    return OrvWorkFlow::ErrorHook::Report(failure);
+    return OrvWorkFlow::Core::FileSystem::ErrorHook::Report(failure);
   }
   // "key|message" of every failure since the last call.
   std::vector<std::string> Take() {
@@ -74,9 +74,9 @@ class FileSystemTest : public ::testing::Test {
   using Path = std::basic_string<Char>;
   using String = typename MarshalledOf<Char>::String;
   using List = typename MarshalledOf<Char>::List;
-  using Face = OrvWorkFlow::FileSystemInterface<Char>;
+  using Face = OrvWorkFlow::Core::FileSystem::FileSystemInterface<Char>;
 
-  FileSystemTest() : object_(new OrvWorkFlow::CFileSystem(fault_.platform(), hook_)) {
+  FileSystemTest() : object_(new OrvWorkFlow::Core::FileSystem::CFileSystem(fault_.platform(), hook_)) {
     face_ = static_cast<Face*>(object_->QueryInterface(sizeof(Char) == 1 ? "IFileSystemA" : "IFileSystemW"));
   }
   ~FileSystemTest() override {
@@ -100,13 +100,13 @@ class FileSystemTest : public ::testing::Test {
   }
   bool Exists(std::string_view name) { return std::filesystem::exists(std::filesystem::symlink_status(Host(name))); }
   void MarkReadOnly(std::string_view name) {
-    ASSERT_TRUE(
-        OrvWorkFlow::SystemPlatform().For<Char>().files.SetAttributes(At(name), OrvWorkFlow::FileAttribute::kReadOnly));
+    ASSERT_TRUE(OrvWorkFlow::Core::System::SystemPlatform().For<Char>().files.SetAttributes(
+        At(name), OrvWorkFlow::Core::System::FileAttribute::kReadOnly));
   }
   bool IsReadOnly(std::string_view name) {
     std::uint32_t attributes = 0;
-    return OrvWorkFlow::SystemPlatform().For<Char>().files.GetAttributes(At(name), &attributes) &&
-           (attributes & OrvWorkFlow::FileAttribute::kReadOnly) != 0;
+    return OrvWorkFlow::Core::System::SystemPlatform().For<Char>().files.GetAttributes(At(name), &attributes) &&
+           (attributes & OrvWorkFlow::Core::System::FileAttribute::kReadOnly) != 0;
   }
 
   // The platform path for a path; "failed" when there is none.
@@ -133,8 +133,8 @@ class FileSystemTest : public ::testing::Test {
 
   orv_test::TempDirectory directory_;
   ListeningHook hook_;
-  OrvWorkFlow::FaultPlatform fault_;
-  OrvWorkFlow::CFileSystem* object_;
+  OrvWorkFlow::Core::System::FaultPlatform fault_;
+  OrvWorkFlow::Core::FileSystem::CFileSystem* object_;
   Face* face_;
 
  private:

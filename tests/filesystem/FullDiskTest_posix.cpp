@@ -6,7 +6,7 @@
 
 #include "tests/filesystem/FileSystemTesting.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 namespace {
 
 constexpr int kMountForbidden = 77;
@@ -111,4 +111,4 @@ TYPED_TEST(FullDisk, LosesNothing) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

@@ -2,7 +2,7 @@
 #include "tests/filesystem/FileSystemTesting.h"
 #include "tests/support/TimeLimit.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 namespace {
 
 using Names = std::vector<std::string>;
@@ -69,4 +69,4 @@ TYPED_TEST(InvalidNames, DevicesAreNotWritten) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

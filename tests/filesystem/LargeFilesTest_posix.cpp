@@ -1,7 +1,7 @@
 // Files whose size 32 bits cannot hold; where files have holes, they cost nothing.
 #include "tests/filesystem/FileSystemTesting.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 namespace {
 
 template <class Char>
@@ -32,4 +32,4 @@ TYPED_TEST(LargeFiles, AreNotEditedInPart) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

@@ -5,7 +5,7 @@
 #include "tests/filesystem/AsyncTesting.h"
 #include "tests/filesystem/FileSystemTesting.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 namespace {
 
 template <class Char>
@@ -66,10 +66,11 @@ TYPED_TEST(LastFailure, CallsThatAreWrongInThemselves) {
 
 TYPED_TEST(LastFailure, FilesThatAreHeldOrProtected) {
   this->MakeFile("a", "content");
-  FileHandle handle = FileHandle::None;
-  const Platform& platform = SystemPlatform();
-  ASSERT_EQ(platform.For<TypeParam>().files.Open(this->At("a"), Access::Read, Creation::OpenExisting, &handle),
-            SystemResult::Ok);
+  System::FileHandle handle = System::FileHandle::None;
+  const System::Platform& platform = System::SystemPlatform();
+  ASSERT_EQ(platform.For<TypeParam>().files.Open(this->At("a"), System::Access::Read, System::Creation::OpenExisting,
+                                                 &handle),
+            System::SystemResult::Ok);
   typename TestFixture::String text(this->T("x"));
   EXPECT_FALSE(this->face_->ReadFileToString(this->At("a").c_str(), text.out()));
   EXPECT_EQ(this->Last(), "ReadFileToString a: in use");
@@ -93,15 +94,15 @@ TYPED_TEST(LastFailure, OfATreeTheFirstEntry) {
   for (const char* name : {"from/a", "from/b/c", "from/b/d", "to/b/c", "to/b/d"}) this->MakeFile(name, name);
   EXPECT_FALSE(this->face_->CopyDirectory(this->At("from").c_str(), this->At("to").c_str(), false));
   EXPECT_EQ(this->Last(), "CopyDirectory to\\b\\c: already exists");
-  FileHandle handle = FileHandle::None;
-  ASSERT_EQ(SystemPlatform().For<TypeParam>().files.Open(this->At("from\\b\\d"), Access::Read, Creation::OpenExisting,
-                                                         &handle),
-            SystemResult::Ok);
+  System::FileHandle handle = System::FileHandle::None;
+  ASSERT_EQ(System::SystemPlatform().For<TypeParam>().files.Open(this->At("from\\b\\d"), System::Access::Read,
+                                                                 System::Creation::OpenExisting, &handle),
+            System::SystemResult::Ok);
   EXPECT_FALSE(this->face_->CopyDirectory(this->At("from").c_str(), this->At("third").c_str(), false));
   EXPECT_EQ(this->Last(), "CopyDirectory from\\b\\d: in use");
   EXPECT_FALSE(this->face_->DeleteDirectory(this->At("from").c_str()));
   EXPECT_EQ(this->Last(), "DeleteDirectory from\\b\\d: in use");
-  SystemPlatform().open_files.Close(handle);
+  System::SystemPlatform().open_files.Close(handle);
 }
 
 TYPED_TEST(LastFailure, EachThreadHasItsOwn) {
@@ -145,7 +146,7 @@ TYPED_TEST(LastFailure, ACompleteListingForgets) {
 
 TYPED_TEST(LastFailure, MemoryThatRunsOutAndResultsThatAreNotTaken) {
   this->MakeFile("a", "content");
-  this->fault_.FailCall(PlatformCall::Read, 1);
+  this->fault_.FailCall(System::PlatformCall::Read, 1);
   this->fault_.FailWideCalls(false);
   typename TestFixture::String text;
   EXPECT_FALSE(this->face_->ReadFileToString(this->At("a").c_str(), text.out()));
@@ -194,11 +195,11 @@ TYPED_TEST(LastFailure, OfAnAsynchronousCall) {
 TYPED_TEST(LastFailure, FlushingAndWhatADiskRefuses) {
   EXPECT_TRUE(this->face_->FlushWrites()) << "nothing written";
   EXPECT_TRUE(this->Write("a"));
-  this->fault_.FailCall(PlatformCall::FlushAll, 1);
+  this->fault_.FailCall(System::PlatformCall::FlushAll, 1);
   EXPECT_FALSE(this->face_->FlushWrites());
   EXPECT_EQ(this->Last(), "FlushWrites : refused by the system");
   EXPECT_TRUE(this->face_->FlushWrites());
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

@@ -4,7 +4,7 @@
 
 #include "tests/filesystem/FileSystemTesting.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 namespace {
 
 using Names = std::vector<std::string>;
@@ -39,21 +39,23 @@ class LinksSwapped : public orv_test::FileSystemTest<Char> {
 TYPED_TEST_SUITE(LinksSwapped, orv_test::Widths);
 
 TYPED_TEST(LinksSwapped, AtAnyMomentOfADeletion) {
-  auto& trees = SystemPlatform().For<TypeParam>().trees;
+  auto& trees = System::SystemPlatform().For<TypeParam>().trees;
   for (const bool entered : {false, true}) {
     this->MakeTree();
-    TreeHandle tree = TreeHandle::None;
-    ASSERT_EQ(trees.OpenTree(this->At("t"), TreeUse::Remove, &tree), SystemResult::Ok);
-    EntryList<TypeParam> entries;
+    System::TreeHandle tree = System::TreeHandle::None;
+    ASSERT_EQ(trees.OpenTree(this->At("t"), System::TreeUse::Remove, &tree), System::SystemResult::Ok);
+    System::EntryList<TypeParam> entries;
     if (entered) {
-      EXPECT_EQ(trees.List(tree, this->T("d"), &entries), SystemResult::Ok);
+      EXPECT_EQ(trees.List(tree, this->T("d"), &entries), System::SystemResult::Ok);
     }
     this->Swap();
     // A folder that was entered is still the folder that it was; else the way to it is closed.
-    EXPECT_EQ(trees.RemoveFileIn(tree, this->T("d\\precious")), entered ? SystemResult::Ok : SystemResult::NotFound);
-    EXPECT_EQ(trees.List(tree, this->T("d\\sub"), &entries), entered ? SystemResult::Ok : SystemResult::NotFound);
+    EXPECT_EQ(trees.RemoveFileIn(tree, this->T("d\\precious")),
+              entered ? System::SystemResult::Ok : System::SystemResult::NotFound);
+    EXPECT_EQ(trees.List(tree, this->T("d\\sub"), &entries),
+              entered ? System::SystemResult::Ok : System::SystemResult::NotFound);
     EXPECT_EQ(trees.RemoveFileIn(tree, this->T("d\\sub\\precious")),
-              entered ? SystemResult::Ok : SystemResult::NotFound);
+              entered ? System::SystemResult::Ok : System::SystemResult::NotFound);
     trees.CloseTree(tree);
     this->ExpectOutsideIntact();
     std::filesystem::remove_all(this->Host("aside"));
@@ -86,10 +88,10 @@ TYPED_TEST(LinksSwapped, TheRootItself) {
   this->MakeTree();
   std::filesystem::rename(this->Host("t"), this->Host("aside"));
   std::filesystem::create_directory_symlink("outside", this->Host("t"));
-  auto& trees = SystemPlatform().For<TypeParam>().trees;
-  TreeHandle tree = TreeHandle::None;
-  EXPECT_NE(trees.OpenTree(this->At("t"), TreeUse::Remove, &tree), SystemResult::Ok);
-  EXPECT_EQ(tree, TreeHandle::None);
+  auto& trees = System::SystemPlatform().For<TypeParam>().trees;
+  System::TreeHandle tree = System::TreeHandle::None;
+  EXPECT_NE(trees.OpenTree(this->At("t"), System::TreeUse::Remove, &tree), System::SystemResult::Ok);
+  EXPECT_EQ(tree, System::TreeHandle::None);
 }
 
 TYPED_TEST(LinksSwapped, CopyingReadsThroughNoLinkAndWritesThroughThem) {
@@ -110,4 +112,4 @@ TYPED_TEST(LinksSwapped, CopyingReadsThroughNoLinkAndWritesThroughThem) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

@@ -3,7 +3,7 @@
 
 #include "tests/filesystem/FileSystemTesting.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 namespace {
 
 using Names = std::vector<std::string>;
@@ -177,4 +177,4 @@ TEST(WideHostFileSystem, UnpairedSurrogatesNameNothing) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

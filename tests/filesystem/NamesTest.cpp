@@ -1,7 +1,7 @@
 // Names of all kinds, through every road on which a name goes.
 #include "tests/filesystem/FileSystemTesting.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 namespace {
 
 using Names = std::vector<std::string>;
@@ -18,7 +18,7 @@ class FileNames : public orv_test::FileSystemTest<Char> {
       return true;
     } else {
       bool exact = false;
-      return SystemPlatform().code_page.Narrow(name, result, &exact) && exact;
+      return System::SystemPlatform().code_page.Narrow(name, result, &exact) && exact;
     }
   }
 };
@@ -142,4 +142,4 @@ TYPED_TEST(FileNames, StreamsOfFilesAreRefused) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

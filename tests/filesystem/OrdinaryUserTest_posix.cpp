@@ -8,7 +8,7 @@
 
 #include "tests/filesystem/FileSystemTesting.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 namespace {
 
 constexpr unsigned kNobody = 65534;
@@ -175,4 +175,4 @@ TYPED_TEST(OrdinaryUser, ADirectoryThatCannotBeEntered) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

@@ -1,7 +1,7 @@
 // Files that are read to where the stream wants them.
 #include "FileSystemTesting.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 namespace {
 
 using orv_test::Widths;
@@ -68,11 +68,11 @@ TYPED_TEST(ReadIntoRoom, WithoutRoomOrWithContentTheFileIsCopied) {
 TYPED_TEST(ReadIntoRoom, AFailureLeavesTheStreamAsItWas) {
   this->MakeFile("a", "content");
   CountingStream stream(true);
-  this->fault_.FailCall(PlatformCall::Read, 1);
+  this->fault_.FailCall(System::PlatformCall::Read, 1);
   EXPECT_FALSE(this->face_->ReadFileToStream(this->At("a").c_str(), &stream));
   EXPECT_EQ(stream.content, "");
   EXPECT_EQ(stream.copies, 0);
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

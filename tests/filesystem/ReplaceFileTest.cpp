@@ -4,7 +4,7 @@
 
 #include "tests/filesystem/FileSystemTesting.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 namespace {
 
 using Names = std::vector<std::string>;
@@ -91,7 +91,7 @@ TYPED_TEST(ReplaceFile, AKillAtAnyMomentLeavesOneOfTheTwoContents) {
   bool killed = true;
   int old_contents = 0;
   for (n = 1; killed; ++n) {
-    FaultPlatform dying;
+    System::FaultPlatform dying;
     CFileSystem* object = new CFileSystem(dying.platform());
     auto* face = static_cast<typename TestFixture::Face*>(
         object->QueryInterface(sizeof(TypeParam) == 1 ? "IFileSystemA" : "IFileSystemW"));
@@ -114,17 +114,17 @@ TYPED_TEST(ReplaceFile, AKillAtAnyMomentLeavesOneOfTheTwoContents) {
 TEST(NarrowReplaceFile, ADirectoryThatTakesNoNewFilesHasTheFileWrittenItself) {
   orv_test::TempDirectory directory;
   orv_test::WriteFile(directory.path() / "a", kOld);
-  FaultPlatform fault;
+  System::FaultPlatform fault;
   CFileSystem* object = new CFileSystem(fault.platform());
   auto* face = static_cast<IFileSystemA*>(object->QueryInterface("IFileSystemA"));
   const std::string path = orv_test::PlatformPath(directory.path()) + "\\a";
-  fault.SetFailure(SystemResult::Denied);
-  fault.FailCall(PlatformCall::Open, 1);
+  fault.SetFailure(System::SystemResult::Denied);
+  fault.FailCall(System::PlatformCall::Open, 1);
   EXPECT_TRUE(face->ReplaceFileBytes(path.c_str(), kNew.data(), kNew.size()));
   EXPECT_EQ(orv_test::ReadFile(directory.path() / "a"), kNew);
   // A failure of another kind is one.
-  fault.SetFailure(SystemResult::Failed);
-  fault.FailCall(PlatformCall::Open, 1);
+  fault.SetFailure(System::SystemResult::Failed);
+  fault.FailCall(System::PlatformCall::Open, 1);
   EXPECT_FALSE(face->ReplaceFileBytes(path.c_str(), kOld.data(), kOld.size()));
   EXPECT_EQ(orv_test::ReadFile(directory.path() / "a"), kNew);
   object->Release();
@@ -163,7 +163,7 @@ TYPED_TEST_SUITE(FailingCalls, orv_test::Widths);
 // Killed at any call the operations end, and leave no handle.
 TYPED_TEST(FailingCalls, AfterAKill) {
   for (std::uint64_t n = 1; n < 30; ++n) {
-    FaultPlatform dying;
+    System::FaultPlatform dying;
     CFileSystem* object = new CFileSystem(dying.platform());
     auto* face = static_cast<typename TestFixture::Face*>(
         object->QueryInterface(sizeof(TypeParam) == 1 ? "IFileSystemA" : "IFileSystemW"));
@@ -193,7 +193,7 @@ TYPED_TEST(FailingCalls, AnAppendThatFailsLeavesTheFileAsItWas) {
 TYPED_TEST(FailingCalls, AReadThatFails) {
   this->MakeFile("a", kOld);
   orv_test::Stream stream("untouched");
-  this->fault_.FailCall(PlatformCall::Read, 1);
+  this->fault_.FailCall(System::PlatformCall::Read, 1);
   EXPECT_FALSE(this->face_->ReadFileToStream(this->At("a").c_str(), stream.out()));
   EXPECT_EQ(this->hook_.Take(), Names{"/errors/cannot read file|Cannot read file."});
   EXPECT_EQ(stream.bytes(), "untouched");
@@ -203,10 +203,10 @@ TYPED_TEST(FailingCalls, AListingThatBreaksOffFails) {
   for (const char* name : {"t/a", "t/b", "t/c"}) this->MakeFile(name);
   typename TestFixture::List list({this->T("untouched")});
   this->fault_.FailWideCalls(true);  // The wide face would try again.
-  this->fault_.FailCall(PlatformCall::List, 1);
+  this->fault_.FailCall(System::PlatformCall::List, 1);
   EXPECT_FALSE(this->face_->ListFiles(this->At("t").c_str(), list.out()));
   EXPECT_EQ(list.vec(), std::vector{this->T("untouched")});
-  this->fault_.FailCall(PlatformCall::List, 1);
+  this->fault_.FailCall(System::PlatformCall::List, 1);
   EXPECT_FALSE(this->face_->DeleteDirectory(this->At("t").c_str()));
   EXPECT_TRUE(this->Exists("t/c"));
 }
@@ -215,16 +215,16 @@ TEST(NarrowMakeDirectory, ADirectoryThatSomebodyElseMakesMeanwhileIsFine) {
   orv_test::TempDirectory directory;
   std::filesystem::create_directory(directory.path() / "d");
   const std::string path = orv_test::PlatformPath(directory.path()) + "\\d";
-  FaultPlatform fault;
+  System::FaultPlatform fault;
   CFileSystem* object = new CFileSystem(fault.platform());
   auto* face = static_cast<IFileSystemA*>(object->QueryInterface("IFileSystemA"));
   // The look at the last directory says that it is not there, and then it exists already.
   const auto looks = static_cast<std::uint64_t>(std::count(path.begin(), path.end(), '\\'));
-  fault.FailCall(PlatformCall::FindFirst, looks);
+  fault.FailCall(System::PlatformCall::FindFirst, looks);
   EXPECT_TRUE(face->MakeDirectory(path.c_str()));
   EXPECT_EQ(fault.calls(), looks + 2) << "the looks, the attempt, and one more look";
   object->Release();
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

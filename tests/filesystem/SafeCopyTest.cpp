@@ -2,7 +2,7 @@
 #include "OrvWorkFlow/FileReasons.h"
 #include "tests/filesystem/FileSystemTesting.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 namespace {
 
 using Names = std::vector<std::string>;
@@ -66,19 +66,19 @@ TYPED_TEST(SafeCopy, FailedAndReadOnlyCopiesCanBeFlushed) {
 
 TYPED_TEST(SafeCopy, AFailedDeletionLeavesTheMark) {
   this->MakeFile("d/a", "content");
-  FileHandle handle = FileHandle::None;
-  ASSERT_EQ(
-      SystemPlatform().For<TypeParam>().files.Open(this->At("d\\a"), Access::Read, Creation::OpenExisting, &handle),
-      SystemResult::Ok);
+  System::FileHandle handle = System::FileHandle::None;
+  ASSERT_EQ(System::SystemPlatform().For<TypeParam>().files.Open(this->At("d\\a"), System::Access::Read,
+                                                                 System::Creation::OpenExisting, &handle),
+            System::SystemResult::Ok);
   this->MarkReadOnly("d/a");
   EXPECT_FALSE(this->face_->RemoveFile(this->At("d\\a").c_str()));
   EXPECT_TRUE(this->IsReadOnly("d/a"));
   EXPECT_FALSE(this->face_->DeleteDirectory(this->At("d").c_str()));
   EXPECT_TRUE(this->IsReadOnly("d/a"));
-  SystemPlatform().open_files.Close(handle);
+  System::SystemPlatform().open_files.Close(handle);
   EXPECT_TRUE(this->face_->DeleteDirectory(this->At("d").c_str()));
   EXPECT_EQ(this->Everything(), Names{});
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

@@ -8,7 +8,7 @@
 #include "tests/filesystem/FileSystemTesting.h"
 #include "tests/support/TimeLimit.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 namespace {
 
 using Names = std::vector<std::string>;
@@ -88,20 +88,22 @@ TYPED_TEST(SpecialFiles, AreListedNotCopiedAndRemoved) {
 
 // What was a plain file when it was listed is not looked at again before it is opened.
 TYPED_TEST(SpecialFiles, AreNotCopiedWhenTheyTakeThePlaceOfAFile) {
-  auto& trees = SystemPlatform().For<TypeParam>().trees;
+  auto& trees = System::SystemPlatform().For<TypeParam>().trees;
   const Names names = this->MakeAll("d");
   std::filesystem::create_directory(this->Host("to"));
-  TreeHandle from = TreeHandle::None;
-  TreeHandle to = TreeHandle::None;
-  ASSERT_EQ(trees.OpenTree(this->At("d"), TreeUse::Read, &from), SystemResult::Ok);
-  ASSERT_EQ(trees.OpenTree(this->At("to"), TreeUse::Fill, &to), SystemResult::Ok);
-  Reasons& reasons = SystemPlatform().reasons;
+  System::TreeHandle from = System::TreeHandle::None;
+  System::TreeHandle to = System::TreeHandle::None;
+  ASSERT_EQ(trees.OpenTree(this->At("d"), System::TreeUse::Read, &from), System::SystemResult::Ok);
+  ASSERT_EQ(trees.OpenTree(this->At("to"), System::TreeUse::Fill, &to), System::SystemResult::Ok);
+  System::Reasons& reasons = System::SystemPlatform().reasons;
   for (const std::string& name : names) {
-    EXPECT_EQ(trees.CopyIn(from, to, this->T(name), true, FileAttribute::kNormal), SystemResult::Denied) << name;
-    EXPECT_EQ(reasons.Meaning(reasons.LastCode()), Reason::NotPlainFile) << name;
+    EXPECT_EQ(trees.CopyIn(from, to, this->T(name), true, System::FileAttribute::kNormal), System::SystemResult::Denied)
+        << name;
+    EXPECT_EQ(reasons.Meaning(reasons.LastCode()), System::Reason::NotPlainFile) << name;
   }
-  EXPECT_EQ(trees.CopyIn(from, to, this->T("gone"), true, FileAttribute::kNormal), SystemResult::NotFound);
-  EXPECT_EQ(reasons.Meaning(reasons.LastCode()), Reason::NotFound);
+  EXPECT_EQ(trees.CopyIn(from, to, this->T("gone"), true, System::FileAttribute::kNormal),
+            System::SystemResult::NotFound);
+  EXPECT_EQ(reasons.Meaning(reasons.LastCode()), System::Reason::NotFound);
   trees.CloseTree(from);
   trees.CloseTree(to);
   EXPECT_TRUE(std::filesystem::is_empty(this->Host("to")));
@@ -115,4 +117,4 @@ TYPED_TEST(SpecialFiles, TheSystemsOwnFilesAreReadAndCopied) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

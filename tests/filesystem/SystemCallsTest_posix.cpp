@@ -9,7 +9,7 @@
 
 #include "tests/filesystem/FileSystemTesting.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 namespace {
 
 constexpr int kTracingForbidden = 77;
@@ -116,4 +116,4 @@ TYPED_TEST(SystemCallsOf, OtherOperations) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

@@ -6,7 +6,7 @@
 #include "filesystem/PathText.h"
 #include "tests/filesystem/FileSystemTesting.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::FileSystem {
 namespace {
 
 using orv_test::FakeEngine;
@@ -22,7 +22,7 @@ constexpr char kUnknownWorkflow[] =
 
 // Locations that a test sets.
 template <class Char>
-class ScriptedLocations final : public LocationsOf<Char> {
+class ScriptedLocations final : public System::LocationsOf<Char> {
  public:
   std::string windows = "C:\\Windows";
   std::string system = "C:\\Windows\\system32";
@@ -59,13 +59,14 @@ template <class Char>
 class Translation : public orv_test::FileSystemTest<Char> {
  protected:
   Translation()
-      : platform_{{SystemPlatform().narrow.files, SystemPlatform().narrow.directories, SystemPlatform().narrow.trees,
-                   narrow_},
-                  {SystemPlatform().wide.files, SystemPlatform().wide.directories, SystemPlatform().wide.trees, wide_},
-                  SystemPlatform().open_files,
-                  SystemPlatform().code_page,
-                  SystemPlatform().reasons,
-                  SystemPlatform().written} {
+      : platform_{{System::SystemPlatform().narrow.files, System::SystemPlatform().narrow.directories,
+                   System::SystemPlatform().narrow.trees, narrow_},
+                  {System::SystemPlatform().wide.files, System::SystemPlatform().wide.directories,
+                   System::SystemPlatform().wide.trees, wide_},
+                  System::SystemPlatform().open_files,
+                  System::SystemPlatform().code_page,
+                  System::SystemPlatform().reasons,
+                  System::SystemPlatform().written} {
     this->object_->Release();
     this->object_ = new CFileSystem(platform_, this->hook_);
     const char* name = sizeof(Char) == 1 ? "IFileSystemA" : "IFileSystemW";
@@ -77,7 +78,7 @@ class Translation : public orv_test::FileSystemTest<Char> {
 
   ScriptedLocations<char> narrow_;
   ScriptedLocations<char16_t> wide_;
-  const Platform platform_;
+  const System::Platform platform_;
 };
 TYPED_TEST_SUITE(Translation, orv_test::Widths);
 
@@ -369,7 +370,7 @@ TYPED_TEST(Translation, TheRealLocations) {
 TEST(WideTranslation, WhiteSpaceOfAllScriptsGoes) {
   constexpr std::u16string_view kSpaces =
       u"\u0009\u000A\u000B\u000C\u000D\u0020\u0085\u00A0\u1680\u2000\u200A\u2028\u3000";
-  PathTranslator translator(SystemPlatform(), SilentErrorHook());
+  PathTranslator translator(System::SystemPlatform(), SilentErrorHook());
   for (const char16_t space : kSpaces) {
     std::u16string result;
     EXPECT_TRUE(translator.Translate(space + std::u16string(u"C:\\x") + space, &result));
@@ -379,7 +380,7 @@ TEST(WideTranslation, WhiteSpaceOfAllScriptsGoes) {
 }
 
 TEST(WideTranslation, NamesInSeveralScripts) {
-  PathTranslator translator(SystemPlatform(), SilentErrorHook());
+  PathTranslator translator(System::SystemPlatform(), SilentErrorHook());
   for (const std::u16string_view name : {u"Grüße", u"файл", u"文件", u"\U0001F600"}) {
     std::u16string result;
     EXPECT_TRUE(translator.Translate(u"C:\\" + std::u16string(name), &result));
@@ -395,4 +396,4 @@ TEST(SilentHook, RecordsNothingAndAnswersFalse) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::FileSystem

@@ -13,7 +13,7 @@
 #include "OrvWorkFlow/WorkFlowFactory.h"
 #include "tests/library/LoadedLibrary.h"
 #include "tests/library/RawTable.h"
-#include "tests/support/Marshalled.h"
+#include "tests/support/MarshalledTexts.h"
 #include "tests/support/TempDirectory.h"
 #include "tests/support/TimeLimit.h"
 

@@ -2,11 +2,11 @@
 #include <gtest/gtest.h>
 
 #include "OrvWorkFlow/sdk/MarshalledHolder.h"
-#include "nodes/ChecksumVerifier.h"
-#include "nodes/FailureCollector.h"
-#include "nodes/FileCopier.h"
-#include "nodes/FolderCollector.h"
-#include "nodes/ReportWriter.h"
+#include "nodes/backup/ChecksumVerifier.h"
+#include "nodes/backup/FailureCollector.h"
+#include "nodes/backup/FileCopier.h"
+#include "nodes/backup/FolderCollector.h"
+#include "nodes/backup/ReportWriter.h"
 #include "tests/fakes/MessageBoxRecorder.h"
 #include "tests/nodes/NodeFixture.h"
 

@@ -1,8 +1,8 @@
 // What a backup cannot copy is listed as failed, never left out.
 #include <gtest/gtest.h>
 
-#include "nodes/FileCopier.h"
-#include "nodes/FolderCollector.h"
+#include "nodes/backup/FileCopier.h"
+#include "nodes/backup/FolderCollector.h"
 #include "tests/nodes/NodeFixture.h"
 
 namespace OrvWorkFlow::Nodes {

@@ -7,8 +7,8 @@
 #include <thread>
 
 #include "OrvWorkFlow/sdk/MarshalledHolder.h"
-#include "nodes/ChecksumVerifier.h"
-#include "nodes/FilePieces.h"
+#include "nodes/backup/ChecksumVerifier.h"
+#include "nodes/files/FilePieces.h"
 #include "nodes/flow/LongCopier.h"
 #include "tests/fakes/MessageBoxRecorder.h"
 #include "tests/nodes/NodeFixture.h"

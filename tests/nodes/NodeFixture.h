@@ -10,7 +10,7 @@
 
 #include "OrvWorkFlow/WorkFlowFactory.h"
 #include "OrvWorkFlow/sdk/WorkNodeBase.h"
-#include "nodes/BackupJob.h"
+#include "nodes/backup/BackupJob.h"
 #include "tests/support/TempDirectory.h"
 
 namespace OrvWorkFlow::Nodes {

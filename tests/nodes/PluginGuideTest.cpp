@@ -25,7 +25,7 @@ std::vector<std::string> CodeBlocks(const std::string& text) {
 TEST(PluginGuideTest, ItsCodeIsCodeThatIsBuilt) {
   const std::filesystem::path source = orv_test::SourceFolder();
   std::string built;
-  for (const auto& folder : {source / "nodes", source / "tests" / "consumer" / "plugin"}) {
+  for (const auto& folder : {source / "nodes" / "backup", source / "tests" / "consumer" / "plugin"}) {
     for (const auto& entry : std::filesystem::directory_iterator(folder)) {
       if (entry.is_regular_file()) built += orv_test::ReadFile(entry.path());
     }

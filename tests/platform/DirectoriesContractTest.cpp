@@ -7,7 +7,7 @@
 #include "platform/Platform.h"
 #include "tests/platform/PlatformTesting.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::System {
 namespace {
 
 using orv_test::PlatformPath;
@@ -218,4 +218,4 @@ TEST(CodePageContract, AsciiIsAscii) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::System

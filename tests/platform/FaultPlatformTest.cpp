@@ -4,7 +4,7 @@
 
 #include "tests/platform/PlatformTesting.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::System {
 namespace {
 
 using orv_test::PlatformPath;
@@ -107,4 +107,4 @@ TEST_F(FaultPlatformTest, AKilledProcessDoesNothingMore) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::System

@@ -7,7 +7,7 @@
 #include "platform/Platform.h"
 #include "tests/platform/PlatformTesting.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::System {
 namespace {
 
 using orv_test::PlatformPath;
@@ -326,4 +326,4 @@ TEST(WideFiles, NamesInSeveralScripts) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::System

@@ -15,7 +15,7 @@
 #include "platform/posix/HostPath.h"
 #include "tests/platform/PlatformTesting.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::System {
 namespace {
 
 using orv_test::PlatformPath;
@@ -378,4 +378,4 @@ TEST(Locations, VariablesAreExpanded) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::System

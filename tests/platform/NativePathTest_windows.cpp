@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-namespace OrvWorkFlow::Windows {
+namespace OrvWorkFlow::Core::System::Windows {
 namespace {
 
 TEST(NativeAttributes, LinksAreToldFromOtherReparsePoints) {
@@ -33,4 +33,4 @@ TEST(NativePath, AColonBehindTheDrivesIsRefused) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow::Windows
+}  // namespace OrvWorkFlow::Core::System::Windows

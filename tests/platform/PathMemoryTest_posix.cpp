@@ -11,7 +11,7 @@
 
 #include "platform/posix/HostPath.h"
 
-namespace OrvWorkFlow::Posix {
+namespace OrvWorkFlow::Core::System::Posix {
 namespace {
 
 class PathMemoryTest : public testing::Test {
@@ -88,4 +88,4 @@ TEST_F(PathMemoryTest, WhatIsRefusedStaysRefused) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow::Posix
+}  // namespace OrvWorkFlow::Core::System::Posix

@@ -39,22 +39,25 @@ std::string Ascii(const std::basic_string<Char>& text) {
 template <class Char>
 class TestTree {
  public:
-  TestTree(const std::basic_string<Char>& root, OrvWorkFlow::TreeUse use) {
+  TestTree(const std::basic_string<Char>& root, OrvWorkFlow::Core::System::TreeUse use) {
     result_ = trees().OpenTree(root, use, &handle_);
   }
   ~TestTree() {
-    if (result_ == OrvWorkFlow::SystemResult::Ok) trees().CloseTree(handle_);
+    if (result_ == OrvWorkFlow::Core::System::SystemResult::Ok) trees().CloseTree(handle_);
   }
   TestTree(const TestTree&) = delete;
   TestTree& operator=(const TestTree&) = delete;
 
-  static OrvWorkFlow::TreesOf<Char>& trees() { return OrvWorkFlow::SystemPlatform().For<Char>().trees; }
-  OrvWorkFlow::SystemResult result() const { return result_; }
-  OrvWorkFlow::TreeHandle handle() const { return handle_; }
+  static OrvWorkFlow::Core::System::TreesOf<Char>& trees() {
+    return OrvWorkFlow::Core::System::SystemPlatform().For<Char>().trees;
+  }
+  OrvWorkFlow::Core::System::SystemResult result() const { return result_; }
+  OrvWorkFlow::Core::System::TreeHandle handle() const { return handle_; }
   // The names in a directory, with "/" behind a directory's and "@" behind a link's; {"failed"} when it has none.
   std::vector<std::string> Names(std::string_view directory = {}) const {
-    OrvWorkFlow::EntryList<Char> entries;
-    if (trees().List(handle_, Text<Char>(directory), &entries) != OrvWorkFlow::SystemResult::Ok) return {"failed"};
+    OrvWorkFlow::Core::System::EntryList<Char> entries;
+    if (trees().List(handle_, Text<Char>(directory), &entries) != OrvWorkFlow::Core::System::SystemResult::Ok)
+      return {"failed"};
     std::vector<std::string> names;
     for (std::size_t i = 0; i < entries.size(); ++i) {
       std::string name;
@@ -65,8 +68,8 @@ class TestTree {
   }
 
  private:
-  OrvWorkFlow::SystemResult result_;
-  OrvWorkFlow::TreeHandle handle_ = OrvWorkFlow::TreeHandle::None;
+  OrvWorkFlow::Core::System::SystemResult result_;
+  OrvWorkFlow::Core::System::TreeHandle handle_ = OrvWorkFlow::Core::System::TreeHandle::None;
 };
 
 }  // namespace orv_test

@@ -5,7 +5,7 @@
 
 #include "tests/platform/PlatformTesting.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::System {
 namespace {
 
 using orv_test::ReadFile;
@@ -188,4 +188,4 @@ TYPED_TEST(TreesContract, OnDriveCNamesAreFoundWithoutCase) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::System

@@ -6,7 +6,7 @@
 
 #include "platform/posix/Utf8.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::System {
 namespace {
 
 TEST(Utf8, CharactersGoThereAndBack) {
@@ -43,4 +43,4 @@ TEST(Utf8, MalformedTextIsRefused) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::System

@@ -1,5 +1,5 @@
 // When checkpoints are made.
-#include "orvflow/CheckpointPlan.h"
+#include "orvflow/run/CheckpointPlan.h"
 
 #include <gtest/gtest.h>
 

@@ -3,7 +3,7 @@
 
 #include <sstream>
 
-#include "orvflow/HelpText.h"
+#include "orvflow/verbs/HelpText.h"
 #include "tests/program/ProgramFixture.h"
 
 namespace orv_test {

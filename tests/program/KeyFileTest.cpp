@@ -1,9 +1,9 @@
 // What a key file may hold.
-#include "orvflow/KeyFile.h"
+#include "orvflow/files/KeyFile.h"
 
 #include <gtest/gtest.h>
 
-#include "orvflow/Terminal.h"
+#include "orvflow/terminal/Terminal.h"
 #include "tests/support/TempDirectory.h"
 
 namespace OrvWorkFlow::Program {

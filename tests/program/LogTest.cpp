@@ -6,8 +6,8 @@
 #include <set>
 #include <sstream>
 
-#include "orvflow/TraceCategories.h"
-#include "orvflow/WatchOptions.h"
+#include "orvflow/verbs/TraceCategories.h"
+#include "orvflow/verbs/WatchOptions.h"
 #include "tests/program/ProgramFixture.h"
 #include "tests/support/SourceFolder.h"
 

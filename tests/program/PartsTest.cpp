@@ -2,11 +2,11 @@
 #include <gtest/gtest.h>
 
 #include "OrvWorkFlow/sdk/MarshalledHolder.h"
-#include "orvflow/BoxPrinter.h"
-#include "orvflow/Setting.h"
-#include "orvflow/Suggestion.h"
-#include "orvflow/Terminal.h"
-#include "orvflow/WorkflowHost.h"
+#include "base/text/Suggestion.h"
+#include "orvflow/files/Setting.h"
+#include "orvflow/run/WorkflowHost.h"
+#include "orvflow/terminal/BoxPrinter.h"
+#include "orvflow/terminal/Terminal.h"
 #include "tests/program/ProgramFixture.h"
 
 namespace OrvWorkFlow::Program {
@@ -14,16 +14,18 @@ namespace {
 
 TEST(SuggestionTest, NamesTheClosestKnownNameOrNone) {
   const std::vector<std::string> known = {"run", "inspect", "SourceFolder"};
-  EXPECT_EQ(Suggest("rnu", known), "; did you mean run?");
-  EXPECT_EQ(Suggest("runn", known), "; did you mean run?");
-  EXPECT_EQ(Suggest("inspct", known), "; did you mean inspect?");
-  EXPECT_EQ(Suggest("sourcefolder", known), "; did you mean SourceFolder?");
-  EXPECT_EQ(Suggest("walk", known), "");
-  EXPECT_EQ(Suggest("", known), "");
-  EXPECT_EQ(Suggest("run", {}), "");
+  EXPECT_EQ(Base::Suggest("rnu", known), "; did you mean run?");
+  EXPECT_EQ(Base::Suggest("runn", known), "; did you mean run?");
+  EXPECT_EQ(Base::Suggest("inspct", known), "; did you mean inspect?");
+  EXPECT_EQ(Base::Suggest("sourcefolder", known), "; did you mean SourceFolder?");
+  EXPECT_EQ(Base::Suggest("walk", known), "");
+  EXPECT_EQ(Base::Suggest("", known), "");
+  EXPECT_EQ(Base::Suggest("run", {}), "");
 }
 
-TEST(SuggestionTest, OfEquallyCloseNamesTheFirst) { EXPECT_EQ(Suggest("cat", {"car", "bat"}), "; did you mean car?"); }
+TEST(SuggestionTest, OfEquallyCloseNamesTheFirst) {
+  EXPECT_EQ(Base::Suggest("cat", {"car", "bat"}), "; did you mean car?");
+}
 
 TEST(BoxPrinterTest, LeavesOutWhatOnlyABoxNeeds) {
   const std::string stops(140, '.');

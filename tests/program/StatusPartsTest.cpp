@@ -1,10 +1,10 @@
 // What the status line and the report are made of.
 #include <gtest/gtest.h>
 
-#include "orvflow/RunReport.h"
-#include "orvflow/RunTally.h"
-#include "orvflow/ScreenText.h"
-#include "orvflow/StatusLine.h"
+#include "orvflow/terminal/ScreenText.h"
+#include "orvflow/terminal/StatusLine.h"
+#include "orvflow/watch/RunReport.h"
+#include "orvflow/watch/RunTally.h"
 
 namespace OrvWorkFlow::Program {
 namespace {

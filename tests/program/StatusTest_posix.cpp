@@ -10,7 +10,7 @@
 #include <cstdlib>
 #include <thread>
 
-#include "orvflow/ScreenText.h"
+#include "orvflow/terminal/ScreenText.h"
 #include "tests/program/ProgramFixture.h"
 
 namespace orv_test {

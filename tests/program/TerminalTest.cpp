@@ -1,7 +1,7 @@
 // What a terminal would obey is shown instead.
 #include <gtest/gtest.h>
 
-#include "orvflow/Terminal.h"
+#include "orvflow/terminal/Terminal.h"
 
 namespace OrvWorkFlow::Program {
 namespace {

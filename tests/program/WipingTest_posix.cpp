@@ -12,8 +12,8 @@
 #include <string>
 
 #include "OrvWorkFlow/sdk/MarshalledHolder.h"
-#include "orvflow/Verb.h"
-#include "orvflow/WorkflowHost.h"
+#include "orvflow/run/WorkflowHost.h"
+#include "orvflow/verbs/Verb.h"
 #include "tests/support/TempDirectory.h"
 
 namespace {

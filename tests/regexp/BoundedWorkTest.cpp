@@ -8,7 +8,7 @@
 
 #include "regexp/Pattern.h"
 
-namespace OrvWorkFlow::Patterns {
+namespace OrvWorkFlow::Core::Patterns {
 namespace {
 
 std::string Repeated(const std::string& piece, std::size_t count) {
@@ -103,4 +103,4 @@ TEST(BoundedWorkTest, TimeIsLinear) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow::Patterns
+}  // namespace OrvWorkFlow::Core::Patterns

@@ -19,10 +19,10 @@ inline std::u16string Widen(std::string_view text) {
   return wide;
 }
 
-inline std::string Describe(const OrvWorkFlow::Patterns::SubMatches& positions) {
+inline std::string Describe(const OrvWorkFlow::Core::Patterns::SubMatches& positions) {
   std::string out;
   for (std::size_t i = 0; i < positions.begin.size(); ++i) {
-    if (positions.begin[i] == OrvWorkFlow::Patterns::kNoPosition) continue;
+    if (positions.begin[i] == OrvWorkFlow::Core::Patterns::kNoPosition) continue;
     out += std::to_string(i) + "=[" + std::to_string(positions.begin[i]) + ',' + std::to_string(positions.end[i]) + ')';
   }
   return out;
@@ -35,7 +35,7 @@ class ComparedPattern {
     narrow_.Compile(pattern.c_str());
     wide_.Compile(Widen(pattern).c_str());
     if (narrow_.IsCompiled()) {
-      OrvWorkFlow::Patterns::MakePlan(narrow_.program(), plan_);
+      OrvWorkFlow::Core::Patterns::MakePlan(narrow_.program(), plan_);
     }
   }
 
@@ -55,7 +55,7 @@ class ComparedPattern {
     if (answer == NaivePattern::Answer::kGaveUp) return {};
     std::string expected = "no";
     if (answer == NaivePattern::Answer::kYes) {
-      OrvWorkFlow::Patterns::SubMatches positions{};
+      OrvWorkFlow::Core::Patterns::SubMatches positions{};
       for (std::size_t i = 0; i < groups.size(); ++i) {
         positions.begin[i] = groups[i].first;
         positions.end[i] = groups[i].second;
@@ -72,7 +72,7 @@ class ComparedPattern {
  private:
   // What each way of searching gives. One that tells yes from no only gives `yes` for a yes.
   std::vector<std::string> Results(const std::string& text, const std::string& yes) const {
-    using OrvWorkFlow::Patterns::SubMatches;
+    using OrvWorkFlow::Core::Patterns::SubMatches;
     std::vector<std::string> results;
     const auto add = [&](bool found, const SubMatches* positions) {
       const std::string unexpected = yes == "no" ? "yes" : yes;
@@ -84,11 +84,11 @@ class ComparedPattern {
     const std::u16string wide = Widen(text);
     add(wide_.Search(std::u16string_view(wide)), nullptr);
     add(wide_.Search(std::u16string_view(wide), &positions), &positions);
-    const auto* begin = OrvWorkFlow::Patterns::AsUnits(text.data());
+    const auto* begin = OrvWorkFlow::Core::Patterns::AsUnits(text.data());
     for (const std::size_t remember_after : {0U, 1U, 5U}) {
       const auto search = [&](SubMatches* to) {
-        return OrvWorkFlow::Patterns::SearchText(narrow_.program(), plan_, begin, begin + text.size(), to,
-                                                 remember_after);
+        return OrvWorkFlow::Core::Patterns::SearchText(narrow_.program(), plan_, begin, begin + text.size(), to,
+                                                       remember_after);
       };
       add(search(nullptr), nullptr);
       add(search(&positions), &positions);
@@ -98,9 +98,9 @@ class ComparedPattern {
 
   std::string pattern_;
   NaivePattern naive_;
-  OrvWorkFlow::Patterns::Pattern narrow_;
-  OrvWorkFlow::Patterns::WidePattern wide_;
-  OrvWorkFlow::Patterns::Plan<OrvWorkFlow::Patterns::NarrowUnit> plan_;
+  OrvWorkFlow::Core::Patterns::Pattern narrow_;
+  OrvWorkFlow::Core::Patterns::WidePattern wide_;
+  OrvWorkFlow::Core::Patterns::Plan<OrvWorkFlow::Core::Patterns::NarrowUnit> plan_;
 };
 
 }  // namespace orv_test

@@ -7,7 +7,7 @@
 #include "regexp/Pattern.h"
 #include "tests/regexp/Compare.h"
 
-namespace OrvWorkFlow::Patterns {
+namespace OrvWorkFlow::Core::Patterns {
 namespace {
 
 struct Case {
@@ -159,4 +159,4 @@ TEST(PatternErrorTest, BelongsToItsThread) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow::Patterns
+}  // namespace OrvWorkFlow::Core::Patterns

@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "regexp/RegExpObject.h"
-#include "tests/support/Marshalled.h"
+#include "tests/support/MarshalledTexts.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Patterns {
 namespace {
 
 using Kept = KeptPatterns<char>;
@@ -128,4 +128,4 @@ TEST_F(KeptByObjectTest, ManyThreadsAndPatterns) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Patterns

@@ -6,7 +6,7 @@
 #include "regexp/Compiler.h"
 #include "regexp/Plan.h"
 
-namespace OrvWorkFlow::Patterns {
+namespace OrvWorkFlow::Core::Patterns {
 namespace {
 
 class PlanTest : public testing::Test {
@@ -108,4 +108,4 @@ TEST_F(PlanTest, LinkOutOfTheProgramIsRefused) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow::Patterns
+}  // namespace OrvWorkFlow::Core::Patterns

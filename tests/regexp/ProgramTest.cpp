@@ -3,7 +3,7 @@
 
 #include "regexp/Pattern.h"
 
-namespace OrvWorkFlow::Patterns {
+namespace OrvWorkFlow::Core::Patterns {
 namespace {
 
 struct Case {
@@ -78,4 +78,4 @@ TEST(ProgramTextTest, BeginsWithItsMark) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow::Patterns
+}  // namespace OrvWorkFlow::Core::Patterns

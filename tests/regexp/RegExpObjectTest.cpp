@@ -7,9 +7,9 @@
 #include <thread>
 
 #include "OrvWorkFlow/WinUtils.h"
-#include "tests/support/Marshalled.h"
+#include "tests/support/MarshalledTexts.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Patterns {
 namespace {
 
 class RegExpObjectTest : public testing::Test {
@@ -99,4 +99,4 @@ TEST(RegExpMatchTest, TakesThePatternFirst) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Patterns

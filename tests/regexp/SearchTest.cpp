@@ -7,7 +7,7 @@
 #include "regexp/Pattern.h"
 #include "tests/regexp/Compare.h"
 
-namespace OrvWorkFlow::Patterns {
+namespace OrvWorkFlow::Core::Patterns {
 namespace {
 
 struct Case {
@@ -193,4 +193,4 @@ TEST(SearchTextTest, ManyPiecesAndAlternatives) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow::Patterns
+}  // namespace OrvWorkFlow::Core::Patterns

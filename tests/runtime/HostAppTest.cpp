@@ -11,7 +11,7 @@
 #include <thread>
 #include <vector>
 
-#include "tests/support/Marshalled.h"
+#include "tests/support/MarshalledTexts.h"
 #include "tests/support/TimeLimit.h"
 
 namespace OrvWorkFlow {

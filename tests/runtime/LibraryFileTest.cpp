@@ -7,7 +7,7 @@
 
 #include "OrvWorkFlow/WorkFlowFactory.h"
 #include "runtime/PluginLoader.h"
-#include "tests/support/Marshalled.h"
+#include "tests/support/MarshalledTexts.h"
 #include "tests/support/TempDirectory.h"
 
 namespace {

@@ -13,7 +13,7 @@
 
 #include "runtime/LogLine.h"
 #include "tests/fakes/RecordingLogger.h"
-#include "tests/support/Marshalled.h"
+#include "tests/support/MarshalledTexts.h"
 #include "tests/support/TempDirectory.h"
 #include "tests/support/TimeLimit.h"
 

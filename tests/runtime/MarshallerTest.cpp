@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/Marshalled.h"
+#include "tests/support/MarshalledTexts.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 
 #include "OrvWorkFlow/IUtilityStore.h"
 #include "OrvWorkFlow/sdk/SharedObject.h"
-#include "tests/support/Marshalled.h"
+#include "tests/support/MarshalledTexts.h"
 
 namespace {
 

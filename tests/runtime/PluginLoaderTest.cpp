@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "OrvWorkFlow/WorkFlowFactory.h"
-#include "tests/support/Marshalled.h"
+#include "tests/support/MarshalledTexts.h"
 #include "tests/support/TempDirectory.h"
 #include "tests/support/TimeLimit.h"
 

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "OrvWorkFlow/OrvBase.h"
-#include "tests/support/Marshalled.h"
+#include "tests/support/MarshalledTexts.h"
 #include "tests/support/TimeLimit.h"
 
 namespace {

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "tests/runtime/TestObjects.h"
-#include "tests/support/Marshalled.h"
+#include "tests/support/MarshalledTexts.h"
 #include "tests/support/TimeLimit.h"
 
 namespace {

@@ -9,11 +9,11 @@
 namespace orv_test {
 namespace {
 
-using OrvWorkFlow::CDictionary;
 using OrvWorkFlow::IOrvPStringList;
 using OrvWorkFlow::IOrvString;
-using OrvWorkFlow::Marshalled;
 using OrvWorkFlow::ValueType;
+using OrvWorkFlow::Core::Marshalled;
+using OrvWorkFlow::Core::Dictionary::CDictionary;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -24,7 +24,7 @@ class AddingTest : public MediatorTest {
   bool AddInstance(const char* type, const char* instance, const std::vector<std::string>& read_directories,
                    const char* write_directory = "write") {
     const Marshalled<IOrvPStringList> list;
-    EXPECT_TRUE(OrvWorkFlow::AssignTexts(list.get(), read_directories));
+    EXPECT_TRUE(OrvWorkFlow::Core::AssignTexts(list.get(), read_directories));
     return mediator_->AddWorkNodeInstance(type, instance, "config", list.get(), write_directory);
   }
 };
@@ -286,7 +286,7 @@ TEST_F(AbsorbingTest, EveryKindOfValueIsCopiedAsAWhole) {
   const std::string parent_entry = parent.substr(0, parent.size() - 1);
   ASSERT_TRUE(dictionary_->CompareSubtrees(parent_entry.c_str(), &absorbed_, parent_entry.c_str(), differences.get()));
   std::vector<std::string> different;
-  ASSERT_TRUE(OrvWorkFlow::ReadTexts(differences.get(), different));
+  ASSERT_TRUE(OrvWorkFlow::Core::ReadTexts(differences.get(), different));
   EXPECT_THAT(different, ElementsAre("/nothing"));
 }
 

@@ -57,7 +57,7 @@ TEST_F(ConcurrencyTest, SignalsFromManyThreadsAreAllDelivered) {
   for (int sender = 0; sender < 3; ++sender) {
     senders.emplace_back([&] {
       for (unsigned i = 0; i < kSignals; ++i) EXPECT_TRUE(Fire("Alpha", Name(static_cast<int>(i)), "go"));
-      EXPECT_EQ(OrvWorkFlow::MediatorLockDepth(), 0);
+      EXPECT_EQ(OrvWorkFlow::Core::MediatorLockDepth(), 0);
     });
   }
   for (std::thread& sender : senders) sender.join();

@@ -7,9 +7,9 @@
 namespace orv_test {
 namespace {
 
-using OrvWorkFlow::HandOvers;
-using OrvWorkFlow::SignalSource;
-using OrvWorkFlow::ThisThreadsSignals;
+using OrvWorkFlow::Core::HandOvers;
+using OrvWorkFlow::Core::SignalSource;
+using OrvWorkFlow::Core::ThisThreadsSignals;
 
 class HandOverTest : public RoutingTest {
  protected:

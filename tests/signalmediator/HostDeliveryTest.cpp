@@ -5,7 +5,7 @@
 namespace orv_test {
 namespace {
 
-using OrvWorkFlow::MediatorLockDepth;
+using OrvWorkFlow::Core::MediatorLockDepth;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 

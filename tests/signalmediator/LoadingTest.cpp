@@ -10,10 +10,10 @@ namespace {
 
 using OrvWorkFlow::IOrvPString;
 using OrvWorkFlow::IOrvPStringList;
-using OrvWorkFlow::Marshalled;
-using OrvWorkFlow::MediatorLockDepth;
-using OrvWorkFlow::ReadTexts;
 using OrvWorkFlow::WorkFlowFactory;
+using OrvWorkFlow::Core::Marshalled;
+using OrvWorkFlow::Core::MediatorLockDepth;
+using OrvWorkFlow::Core::ReadTexts;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -76,7 +76,7 @@ TEST_F(LoadingTest, NamesItsNeeds) {
 
 TEST_F(LoadingTest, TakesASecondStoreAndNoNullOne) {
   EXPECT_FALSE(mediator_->SetUtilityStore(nullptr));
-  OrvWorkFlow::CUtilityStore second;
+  OrvWorkFlow::Core::UtilityStore::CUtilityStore second;
   EXPECT_TRUE(mediator_->SetUtilityStore(&second));
   AddHost();
   EXPECT_TRUE(mediator_->SetUtilityStore(store_));
@@ -96,7 +96,7 @@ TEST_F(LoadingTest, LooksForEngineHostAndFileSystemInANewStore) {
     made.emplace_back("FileSystem");
     return nullptr;
   });
-  OrvWorkFlow::CUtilityStore store;
+  OrvWorkFlow::Core::UtilityStore::CUtilityStore store;
   for (auto* creator : {&engine, &host, &files}) store.AddUtilityObjectCreator(creator);
   EXPECT_TRUE(mediator_->SetUtilityStore(&store));
   EXPECT_THAT(made, ElementsAre("WorkFlowEngine", "HostApp", "FileSystem"));

@@ -4,12 +4,12 @@
 
 namespace orv_test {
 
-using OrvWorkFlow::AssignTexts;
 using OrvWorkFlow::IOrvPString;
 using OrvWorkFlow::IOrvPStringList;
-using OrvWorkFlow::Marshalled;
-using OrvWorkFlow::ReadTexts;
 using OrvWorkFlow::WorkFlowFactory;
+using OrvWorkFlow::Core::AssignTexts;
+using OrvWorkFlow::Core::Marshalled;
+using OrvWorkFlow::Core::ReadTexts;
 
 namespace {
 
@@ -52,11 +52,11 @@ std::size_t ManualHost::GetQueued() const {
 }
 
 MediatorTest::MediatorTest() {
-  dictionary_ = new OrvWorkFlow::CDictionary;
-  store_ = new OrvWorkFlow::CUtilityStore;
+  dictionary_ = new OrvWorkFlow::Core::Dictionary::CDictionary;
+  store_ = new OrvWorkFlow::Core::UtilityStore::CUtilityStore;
   Globalise("Dictionary", dictionary_);
   Globalise("Logger", &logger_);
-  IBaseWorkFlowObject* object = OrvWorkFlow::CSignalMediatorObjectCreator().Create();
+  IBaseWorkFlowObject* object = OrvWorkFlow::Core::Mediator::CSignalMediatorObjectCreator().Create();
   mediator_ = static_cast<OrvWorkFlow::ISignalMediator*>(object->QueryInterface("ISignalMediator"));
   mediator_->SetUtilityStore(store_);
 }

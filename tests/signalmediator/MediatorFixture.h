@@ -15,7 +15,7 @@
 #include "OrvWorkFlow/IHostApp.h"
 #include "OrvWorkFlow/WorkFlowFactory.h"
 #include "OrvWorkFlow/sdk/ObjectProtocol.h"
-#include "dictionary/DictionaryObject.h"
+#include "dictionary/object/DictionaryObject.h"
 #include "signalmediator/SignalMediatorObject.h"
 #include "tests/fakes/FakeClock.h"
 #include "tests/fakes/FakeEngine.h"
@@ -111,7 +111,7 @@ class MediatorTest : public ::testing::Test {
   RecordingLogger logger_;
   FakeEngine engine_;
   ManualHost host_;
-  OrvWorkFlow::CDictionary* dictionary_ = nullptr;
+  OrvWorkFlow::Core::Dictionary::CDictionary* dictionary_ = nullptr;
   OrvWorkFlow::IUtilityStore* store_ = nullptr;
   OrvWorkFlow::ISignalMediator* mediator_ = nullptr;
 };

@@ -10,7 +10,7 @@ namespace orv_test {
 namespace {
 
 using OrvWorkFlow::IOutgoingSignalHandler;
-using OrvWorkFlow::MediatorLockDepth;
+using OrvWorkFlow::Core::MediatorLockDepth;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -47,7 +47,7 @@ TEST_F(OutputSignalTest, WithoutAnEngineTheAnswerIsTrueAndTheEngineIsLookedForAg
 TEST_F(OutputSignalTest, ANodeThatIsNotInTheListIsAskedForItsNames) {
   AddEngine();
   stage_.ScriptOf("a1").on_load_state = [](const std::string&) { return true; };
-  IOutgoingSignalHandler* const handler = static_cast<OrvWorkFlow::CSignalMediator*>(mediator_);
+  IOutgoingSignalHandler* const handler = static_cast<OrvWorkFlow::Core::Mediator::CSignalMediator*>(mediator_);
   auto* stranger = new ScriptedWorkNode("Stranger");
   stranger->Initialise("s1");
   EXPECT_TRUE(handler->Signal(stranger, "hello"));

@@ -12,7 +12,7 @@
 namespace orv_test {
 namespace {
 
-using OrvWorkFlow::MediatorLockDepth;
+using OrvWorkFlow::Core::MediatorLockDepth;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -275,13 +275,13 @@ TEST_F(RoutingTest, WithoutADictionaryNoInstanceIsMade) {
 TEST(RoutingWithoutMutexTest, SignalsAreDeliveredAllTheSame) {
   const auto none = []() -> OrvWorkFlow::OrvBase::Mutex* { return nullptr; };
   const auto previous = OrvWorkFlow::OrvBase::SetPrimitiveSource({nullptr, none, nullptr});
-  OrvWorkFlow::CDictionary dictionary;
+  OrvWorkFlow::Core::Dictionary::CDictionary dictionary;
   Stage stage;
   ASSERT_TRUE(OrvWorkFlow::WorkFlowFactory::AddGlobalObject("Dictionary", &dictionary, false));
   dictionary.SetValue("/WorkFlowEngine/WorkNodes/Alpha/Binaries/win32_bin", "GoodPlugin");
   dictionary.SetValue("/WorkFlowEngine/WorkNodes/Alpha/Instances/a1/wfName", "Flow");
   {
-    OrvWorkFlow::CSignalMediator mediator;
+    OrvWorkFlow::Core::Mediator::CSignalMediator mediator;
     OrvWorkFlow::OrvBase::SetPrimitiveSource(previous);
     EXPECT_TRUE(mediator.LoadState(nullptr));
     EXPECT_TRUE(mediator.FireInputSignal("Alpha", "a1", "go"));

@@ -11,7 +11,7 @@
 namespace orv_test {
 namespace {
 
-using OrvWorkFlow::MediatorLockDepth;
+using OrvWorkFlow::Core::MediatorLockDepth;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 

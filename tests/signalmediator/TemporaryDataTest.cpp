@@ -5,7 +5,7 @@
 #include "filesystem/FileSystemObject.h"
 #include "tests/platform/PlatformTesting.h"
 #include "tests/signalmediator/MediatorFixture.h"
-#include "tests/support/Marshalled.h"
+#include "tests/support/MarshalledTexts.h"
 #include "tests/support/TempDirectory.h"
 
 namespace orv_test {
@@ -32,11 +32,12 @@ class RealTemporaryDataTest : public MediatorTest {
   }
 
   struct Releaser {
-    void operator()(OrvWorkFlow::CFileSystem* object) const { object->Release(); }
+    void operator()(OrvWorkFlow::Core::FileSystem::CFileSystem* object) const { object->Release(); }
   };
 
   TempDirectory directory_;
-  std::unique_ptr<OrvWorkFlow::CFileSystem, Releaser> file_system_{new OrvWorkFlow::CFileSystem};
+  std::unique_ptr<OrvWorkFlow::Core::FileSystem::CFileSystem, Releaser> file_system_{
+      new OrvWorkFlow::Core::FileSystem::CFileSystem};
 };
 
 TEST_F(RealTemporaryDataTest, ADirectoryOfItsOwnIsDeletedWithAllThatIsInIt) {

@@ -13,7 +13,7 @@
 #include "tests/fakes/ScriptedWorkNode.h"
 #include "utilitystore/UtilityStoreObject.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::UtilityStore {
 
 class UtilityStoreTest : public ::testing::Test {
  protected:
@@ -52,4 +52,4 @@ class UtilityStoreTest : public ::testing::Test {
   std::vector<IBaseWorkFlowObject*> made_;
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::UtilityStore

@@ -16,7 +16,7 @@
 #include "tests/utilitystore/UtilityStoreFixture.h"
 #include "utilitystore/UtilityStoreObject.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::UtilityStore {
 namespace {
 
 using orv_test::ScriptedCreator;
@@ -320,4 +320,4 @@ TEST(UtilityStoreLifeTest, FreesNeitherCreatorsNorObjects) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::UtilityStore

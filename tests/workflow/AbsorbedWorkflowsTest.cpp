@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "OrvWorkFlow/WorkFlowFactory.h"
-#include "tests/support/Marshalled.h"
+#include "tests/support/MarshalledTexts.h"
 #include "tests/support/TempDirectory.h"
 #include "tests/support/TimeLimit.h"
 #include "tests/workflow/Actor.h"

@@ -3,7 +3,7 @@
 #include <thread>
 
 #include "OrvWorkFlow/WorkFlowFactory.h"
-#include "tests/support/Marshalled.h"
+#include "tests/support/MarshalledTexts.h"
 
 namespace orv_test {
 

@@ -12,7 +12,7 @@
 #include "tests/fakes/FakeClock.h"
 #include "tests/fakes/ForwardingDictionary.h"
 #include "tests/fakes/MessageBoxRecorder.h"
-#include "tests/support/Marshalled.h"
+#include "tests/support/MarshalledTexts.h"
 #include "tests/support/TimeLimit.h"
 #include "tests/workflow/Actor.h"
 #include "tests/workflow/RandomWrites.h"

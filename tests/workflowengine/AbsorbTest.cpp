@@ -18,6 +18,8 @@ namespace orv_test {
 namespace {
 
 using namespace OrvWorkFlow;
+using namespace OrvWorkFlow::Core;
+using namespace OrvWorkFlow::Core::Engine;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -35,7 +37,7 @@ class AbsorbTest : public EngineTest {
 
   // The file of a workflow; an empty start type leaves the start signal out.
   std::string WriteFlow(const std::string& name, const std::string& start_type = "Start") {
-    const auto flow = MakeObject<CDictionaryObjectCreator, IDictionary>("IDictionary");
+    const auto flow = MakeObject<Core::Dictionary::CDictionaryObjectCreator, IDictionary>("IDictionary");
     const auto set = [&](const std::string& path, const std::string& value) {
       EXPECT_TRUE(flow->SetValue(path.c_str(), value.c_str()));
     };
@@ -65,8 +67,9 @@ class AbsorbTest : public EngineTest {
 
   const TimeLimit limit{std::chrono::seconds(120)};
   TempDirectory directory;
-  Owned<IFileSystemA> file_system = MakeObject<CFileSystemObjectCreator, IFileSystemA>("IFileSystemA");
-  std::optional<WorkFlowFactory> dictionaries{std::in_place, new CDictionaryObjectCreator};
+  Owned<IFileSystemA> file_system =
+      MakeObject<Core::FileSystem::CFileSystemObjectCreator, IFileSystemA>("IFileSystemA");
+  std::optional<WorkFlowFactory> dictionaries{std::in_place, new Core::Dictionary::CDictionaryObjectCreator};
 };
 
 TEST_F(AbsorbTest, AFlowIsRecordedTakenInAndStarted) {
@@ -108,7 +111,7 @@ TEST_F(AbsorbTest, TheSameFlowAgainOnlyStartsAgain) {
 TEST_F(AbsorbTest, NamesDecideExactly) {
   EXPECT_TRUE(Absorb(WriteFlow("Sub")));
   EXPECT_TRUE(Absorb(WriteFlow("Sub2")));
-  const auto flow = MakeObject<CDictionaryObjectCreator, IDictionary>("IDictionary");
+  const auto flow = MakeObject<Core::Dictionary::CDictionaryObjectCreator, IDictionary>("IDictionary");
   flow->SetValue("/WorkFlowEngine/WorkFlowName", "sub");
   ASSERT_TRUE(flow->SaveFile(directory.file("other case.xml").c_str()));
   EXPECT_TRUE(Absorb(directory.file("other case.xml")));
@@ -204,7 +207,7 @@ class WatchedDictionary final : public ForwardingDictionary {
 };
 
 TEST_F(AbsorbTest, TheStoresDictionaryGetsTheKeyAndIsReleasedOnEveryWayOut) {
-  const auto inner = MakeObject<CDictionaryObjectCreator, IDictionary>("IDictionary");
+  const auto inner = MakeObject<Core::Dictionary::CDictionaryObjectCreator, IDictionary>("IDictionary");
   WatchedDictionary flow(inner.get());
   OneObjectStore store("Dictionary", &flow);
   ASSERT_TRUE(Engine().SetUtilityStore(&store));

@@ -7,6 +7,8 @@ namespace orv_test {
 namespace {
 
 using namespace OrvWorkFlow;
+using namespace OrvWorkFlow::Core;
+using namespace OrvWorkFlow::Core::Engine;
 
 constexpr char kTree[] = "/WorkFlowEngine/AbsorbTree";
 
@@ -42,7 +44,8 @@ class AbsorbTreeFixture : public ::testing::Test {
     return entries;
   }
 
-  const Owned<IDictionary> dictionary = MakeObject<CDictionaryObjectCreator, IDictionary>("IDictionary");
+  const Owned<IDictionary> dictionary =
+      MakeObject<Core::Dictionary::CDictionaryObjectCreator, IDictionary>("IDictionary");
   AbsorbTree tree;
 };
 

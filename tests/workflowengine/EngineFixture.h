@@ -10,10 +10,10 @@
 #include <vector>
 
 #include "OrvWorkFlow/WorkFlowFactory.h"
-#include "dictionary/DictionaryObject.h"
+#include "dictionary/object/DictionaryObject.h"
 #include "tests/fakes/MessageBoxRecorder.h"
 #include "tests/fakes/RecordingLogger.h"
-#include "tests/support/Marshalled.h"
+#include "tests/support/MarshalledTexts.h"
 #include "tests/workflowengine/FakeMediator.h"
 #include "tests/workflowengine/FakePrimitives.h"
 #include "tests/workflowengine/FaultyDictionary.h"
@@ -63,7 +63,8 @@ class EngineTest : public ::testing::Test {
 
   // For tests that install primitives of their own, or look at the engine's end.
   static Owned<OrvWorkFlow::IWorkFlowEngine> MakeEngine() {
-    return MakeObject<OrvWorkFlow::CWorkFlowEngineObjectCreator, OrvWorkFlow::IWorkFlowEngine>("IWorkFlowEngine");
+    return MakeObject<OrvWorkFlow::Core::Engine::CWorkFlowEngineObjectCreator, OrvWorkFlow::IWorkFlowEngine>(
+        "IWorkFlowEngine");
   }
 
   OrvWorkFlow::IWorkFlowEngine& Engine() {
@@ -95,7 +96,7 @@ class EngineTest : public ::testing::Test {
   }
 
   Owned<OrvWorkFlow::IDictionary> inner_dictionary =
-      MakeObject<OrvWorkFlow::CDictionaryObjectCreator, OrvWorkFlow::IDictionary>("IDictionary");
+      MakeObject<OrvWorkFlow::Core::Dictionary::CDictionaryObjectCreator, OrvWorkFlow::IDictionary>("IDictionary");
   FaultyDictionary dictionary{inner_dictionary.get()};
   FakeMediator mediator;
   RecordingLogger logger;

@@ -10,6 +10,8 @@ namespace orv_test {
 namespace {
 
 using namespace OrvWorkFlow;
+using namespace OrvWorkFlow::Core;
+using namespace OrvWorkFlow::Core::Engine;
 using namespace std::chrono_literals;
 
 class EngineLocksTest : public EngineStateTest {
@@ -48,7 +50,7 @@ TEST_F(EngineLocksTest, EveryWayOutOfAnOutputSignalGivesTheMutexBack) {
 
 // The mediator's operations may need threads that fire just then.
 TEST_F(EngineLocksTest, TheMutexIsFreeWhileTheMediatorSavesStopsAbsorbsAndDeletes) {
-  const WorkFlowFactory dictionaries(new CDictionaryObjectCreator);
+  const WorkFlowFactory dictionaries(new Core::Dictionary::CDictionaryObjectCreator);
   Set("/WorkFlowEngine/WorkFlowName", "Sub");
   ASSERT_TRUE(dictionary.SaveFile(flow.c_str()));
   int calls = 0;

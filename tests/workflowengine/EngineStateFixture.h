@@ -57,7 +57,7 @@ class EngineStateTest : public EngineTest {
   const std::string write_directory = directory.file("write");
   const std::string marker = write_directory + "/WorkFlowIsRunning.txt";
   Owned<OrvWorkFlow::IFileSystemA> file_system =
-      MakeObject<OrvWorkFlow::CFileSystemObjectCreator, OrvWorkFlow::IFileSystemA>("IFileSystemA");
+      MakeObject<OrvWorkFlow::Core::FileSystem::CFileSystemObjectCreator, OrvWorkFlow::IFileSystemA>("IFileSystemA");
 };
 
 }  // namespace orv_test

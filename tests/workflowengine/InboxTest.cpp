@@ -12,6 +12,8 @@ namespace orv_test {
 namespace {
 
 using namespace OrvWorkFlow;
+using namespace OrvWorkFlow::Core;
+using namespace OrvWorkFlow::Core::Engine;
 using ::testing::ElementsAre;
 
 class InboxTest : public EngineStateTest {
@@ -53,7 +55,7 @@ TEST_F(InboxTest, ComesBeforeASignalThatIsFiredLater) {
 }
 
 TEST_F(InboxTest, ComesBeforeTheStartSignalOfAFlowThatIsAbsorbedLater) {
-  const WorkFlowFactory dictionaries(new CDictionaryObjectCreator);
+  const WorkFlowFactory dictionaries(new Core::Dictionary::CDictionaryObjectCreator);
   Set("/Kept", "1");
   const std::string kept = directory.file("kept.xml");
   ASSERT_TRUE(dictionary.SaveFile(kept.c_str()));

@@ -12,6 +12,8 @@ namespace orv_test {
 namespace {
 
 using namespace OrvWorkFlow;
+using namespace OrvWorkFlow::Core;
+using namespace OrvWorkFlow::Core::Engine;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using namespace std::chrono_literals;

@@ -9,6 +9,8 @@ namespace orv_test {
 namespace {
 
 using namespace OrvWorkFlow;
+using namespace OrvWorkFlow::Core;
+using namespace OrvWorkFlow::Core::Engine;
 using ::testing::ElementsAre;
 
 class MappingChangesTest : public EngineTest {
@@ -67,7 +69,7 @@ TEST_P(MappingChangeTest, IsSeenByTheNextSignal) {
 }
 
 bool LoadText(IDictionary& dictionary, const std::string& path) {
-  const auto other = MakeObject<CDictionaryObjectCreator, IDictionary>("IDictionary");
+  const auto other = MakeObject<Core::Dictionary::CDictionaryObjectCreator, IDictionary>("IDictionary");
   const PString text;
   return other->SetValue(path.c_str(), "L,l,s") && other->SaveToText(text.out()) &&
          dictionary.LoadFromText(text.str().data(), text.str().size());

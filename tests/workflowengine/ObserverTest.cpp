@@ -13,6 +13,8 @@ namespace orv_test {
 namespace {
 
 using namespace OrvWorkFlow;
+using namespace OrvWorkFlow::Core;
+using namespace OrvWorkFlow::Core::Engine;
 using ::testing::ElementsAre;
 
 class ObserverTest : public EngineStateTest {

@@ -6,7 +6,7 @@
 #include <random>
 #include <string>
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::Engine {
 namespace {
 
 QueueEntry Numbered(int number) {
@@ -101,4 +101,4 @@ TEST(SignalQueueTest, RoomStaysWhenEntriesComeAndGo) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::Engine

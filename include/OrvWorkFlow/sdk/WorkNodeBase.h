@@ -11,6 +11,7 @@
 #include "OrvWorkFlow/IFileSystem.h"
 #include "OrvWorkFlow/INodeDescription.h"
 #include "OrvWorkFlow/IWorkNode.h"
+#include "OrvWorkFlow/Names.h"
 #include "OrvWorkFlow/sdk/ObjectProtocol.h"
 #include "OrvWorkFlow/sdk/ParameterValue.h"
 
@@ -51,9 +52,10 @@ class WorkNodeBase : public ObjectProtocol<WorkNodeBase, IWorkNode>, public INod
  protected:
   // Both have static storage.
   WorkNodeBase(const char* type_name, const NodeDescription& description)
-      : ObjectProtocol(type_name, "IWorkNode"), type_name_(type_name), description_(&description) {}
+      : ObjectProtocol(type_name, InterfaceNames::kWorkNode), type_name_(type_name), description_(&description) {}
   // A node that says nothing about itself: it gets and fires any signal, and has no parameters.
-  explicit WorkNodeBase(const char* type_name) : ObjectProtocol(type_name, "IWorkNode"), type_name_(type_name) {}
+  explicit WorkNodeBase(const char* type_name)
+      : ObjectProtocol(type_name, InterfaceNames::kWorkNode), type_name_(type_name) {}
   virtual ~WorkNodeBase() = default;
 
   // A declared input signal. False means a failure that no output signal tells; the user is shown it.

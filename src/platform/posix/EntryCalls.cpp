@@ -7,7 +7,7 @@
 #include "platform/posix/HostFile.h"
 #include "platform/posix/PosixReasons.h"
 
-namespace OrvWorkFlow::Posix {
+namespace OrvWorkFlow::Core::System::Posix {
 namespace {
 
 bool StatusOf(EntryName entry, int flags, struct stat* status) {
@@ -100,4 +100,4 @@ SystemResult OpenToChange(EntryName entry, int flags, Descriptor* file, struct s
   return SystemResult::InUse;
 }
 
-}  // namespace OrvWorkFlow::Posix
+}  // namespace OrvWorkFlow::Core::System::Posix

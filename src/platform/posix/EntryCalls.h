@@ -8,7 +8,7 @@
 #include "platform/Files.h"
 #include "platform/posix/HostFile.h"
 
-namespace OrvWorkFlow::Posix {
+namespace OrvWorkFlow::Core::System::Posix {
 
 struct EntryName {
   int folder;
@@ -35,4 +35,4 @@ SystemResult OpenToChange(EntryName entry, int flags, Descriptor* file, struct s
 // Whether the name still stands for the open file.
 bool IsStillNamed(int file, EntryName entry);
 
-}  // namespace OrvWorkFlow::Posix
+}  // namespace OrvWorkFlow::Core::System::Posix

@@ -17,7 +17,7 @@
 #include "platform/posix/PosixReasons.h"
 #include "platform/posix/WrittenDisks.h"
 
-namespace OrvWorkFlow::Posix {
+namespace OrvWorkFlow::Core::System::Posix {
 namespace {
 
 SystemResult Denied(Reason reason) {
@@ -220,4 +220,4 @@ SystemResult CopyFile(EntryName source_name, EntryName destination, const CopyWa
   return made == SystemResult::Exists ? CopyToOld(source, entry, way.mark, way.flush) : made;
 }
 
-}  // namespace OrvWorkFlow::Posix
+}  // namespace OrvWorkFlow::Core::System::Posix

@@ -3,7 +3,7 @@
 
 #include "platform/posix/EntryCalls.h"
 
-namespace OrvWorkFlow::Posix {
+namespace OrvWorkFlow::Core::System::Posix {
 
 // Whether a name that stands for another file now is on the disk at the end.
 enum class Flush { FolderToo, FileOnly };
@@ -24,4 +24,4 @@ struct CopyWay {
 // no new file.
 SystemResult CopyFile(EntryName source, EntryName destination, const CopyWay& way);
 
-}  // namespace OrvWorkFlow::Posix
+}  // namespace OrvWorkFlow::Core::System::Posix

@@ -7,7 +7,7 @@
 
 #include "platform/posix/Utf8.h"
 
-namespace OrvWorkFlow::Posix {
+namespace OrvWorkFlow::Core::System::Posix {
 namespace {
 
 // Deeper chains close their upper folders, and open them again on the way back.
@@ -111,4 +111,4 @@ std::string FolderChain::NameInLast(std::string_view name) {
   return level.names->try_emplace(Capitals(exact), exact).first->second;
 }
 
-}  // namespace OrvWorkFlow::Posix
+}  // namespace OrvWorkFlow::Core::System::Posix

@@ -9,7 +9,7 @@
 
 #include "platform/posix/HostFile.h"
 
-namespace OrvWorkFlow::Posix {
+namespace OrvWorkFlow::Core::System::Posix {
 
 enum class ChainLinks { Followed, Refused };
 enum class ChainCase { Counts, Ignored };
@@ -58,4 +58,4 @@ class FolderChain {
   std::string name_;
 };
 
-}  // namespace OrvWorkFlow::Posix
+}  // namespace OrvWorkFlow::Core::System::Posix

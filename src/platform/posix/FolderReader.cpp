@@ -13,7 +13,7 @@
 #include "platform/posix/HostPath.h"
 #include "platform/posix/Utf8.h"
 
-namespace OrvWorkFlow::Posix {
+namespace OrvWorkFlow::Core::System::Posix {
 namespace {
 
 constexpr std::size_t kBufferBytes = std::size_t{64} * 1024;
@@ -160,4 +160,4 @@ void FolderReader::Sort(const std::basic_string<Unit>& capitals, const std::vect
   });
 }
 
-}  // namespace OrvWorkFlow::Posix
+}  // namespace OrvWorkFlow::Core::System::Posix

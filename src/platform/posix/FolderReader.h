@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-namespace OrvWorkFlow::Posix {
+namespace OrvWorkFlow::Core::System::Posix {
 
 // Sorted without regard to case, then byte by byte; "." and ".." and names that no path can hold are left out. Keeps
 // its memory from one folder to the next.
@@ -54,4 +54,4 @@ class FolderReader {
   std::vector<Ordered> order_;
 };
 
-}  // namespace OrvWorkFlow::Posix
+}  // namespace OrvWorkFlow::Core::System::Posix

@@ -8,7 +8,7 @@
 
 #include "platform/posix/PosixReasons.h"
 
-namespace OrvWorkFlow::Posix {
+namespace OrvWorkFlow::Core::System::Posix {
 
 SystemResult LastResult() {
   switch (errno) {
@@ -132,4 +132,4 @@ std::string FollowHostLink(const std::string& path) {
   return {};
 }
 
-}  // namespace OrvWorkFlow::Posix
+}  // namespace OrvWorkFlow::Core::System::Posix

@@ -16,7 +16,7 @@
 #include "platform/Files.h"
 #include "platform/posix/HostPath.h"
 
-namespace OrvWorkFlow::Posix {
+namespace OrvWorkFlow::Core::System::Posix {
 
 // Owns a descriptor.
 class Descriptor {
@@ -100,4 +100,4 @@ bool LockFile(int fd, bool shared);
 // when the folder of the target is missing.
 std::string FollowHostLink(const std::string& path);
 
-}  // namespace OrvWorkFlow::Posix
+}  // namespace OrvWorkFlow::Core::System::Posix

@@ -9,7 +9,7 @@
 #include "platform/posix/PosixReasons.h"
 #include "platform/posix/Utf8.h"
 
-namespace OrvWorkFlow::Posix {
+namespace OrvWorkFlow::Core::System::Posix {
 namespace {
 
 std::string CurrentDirectory() {
@@ -237,4 +237,4 @@ bool IsNameable(std::string_view name) {
   return ascii || IsUtf8(name);
 }
 
-}  // namespace OrvWorkFlow::Posix
+}  // namespace OrvWorkFlow::Core::System::Posix

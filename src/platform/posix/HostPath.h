@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace OrvWorkFlow::Posix {
+namespace OrvWorkFlow::Core::System::Posix {
 
 struct HostPath {
   std::string path;                 // Absolute, "." and ".." folded, without a final "/".
@@ -41,4 +41,4 @@ std::string_view WithoutTail(std::string_view name);
 inline bool IsSeparator(char c) { return c == '\\' || c == '/'; }
 inline bool IsDriveLetter(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
 
-}  // namespace OrvWorkFlow::Posix
+}  // namespace OrvWorkFlow::Core::System::Posix

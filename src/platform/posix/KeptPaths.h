@@ -9,7 +9,7 @@
 #include "platform/PathMemory.h"
 #include "platform/posix/HostPath.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::System {
 
 // The last few: an operation has a source, a destination, and what it makes beside that.
 struct KeptPaths {
@@ -35,4 +35,4 @@ struct KeptPaths {
   std::size_t next = 0;
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::System

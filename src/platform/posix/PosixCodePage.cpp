@@ -2,7 +2,7 @@
 #include "platform/SystemParts.h"
 #include "platform/posix/Utf8.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::System {
 namespace Posix {
 namespace {
 
@@ -28,4 +28,4 @@ CodePage& TheCodePage() {
 }
 
 }  // namespace SystemParts
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::System

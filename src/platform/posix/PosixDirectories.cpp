@@ -8,7 +8,7 @@
 #include "platform/posix/PosixReasons.h"
 #include "platform/posix/Utf8.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::System {
 namespace Posix {
 namespace {
 
@@ -133,4 +133,4 @@ template DirectoriesOf<char>& Directories<char>();
 template DirectoriesOf<char16_t>& Directories<char16_t>();
 
 }  // namespace SystemParts
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::System

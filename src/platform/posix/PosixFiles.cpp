@@ -13,7 +13,7 @@
 #include "platform/posix/Utf8.h"
 #include "platform/posix/WrittenDisks.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::System {
 namespace Posix {
 namespace {
 
@@ -239,4 +239,4 @@ OpenFiles& Handles() {
 }
 
 }  // namespace SystemParts
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::System

@@ -10,7 +10,7 @@
 #include "platform/posix/HostPath.h"
 #include "platform/posix/Utf8.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::System {
 namespace Posix {
 namespace {
 
@@ -123,4 +123,4 @@ template LocationsOf<char>& Locations<char>();
 template LocationsOf<char16_t>& Locations<char16_t>();
 
 }  // namespace SystemParts
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::System

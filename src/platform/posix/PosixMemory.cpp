@@ -5,7 +5,7 @@
 
 #include "platform/Memory.h"
 
-namespace OrvWorkFlow::SystemMemory {
+namespace OrvWorkFlow::Core::System::SystemMemory {
 namespace {
 
 std::size_t UpTo(std::size_t value, std::size_t step) { return (value + step - 1) / step * step; }
@@ -40,4 +40,4 @@ void GiveBack(void* memory, std::size_t size) noexcept {
   }
 }
 
-}  // namespace OrvWorkFlow::SystemMemory
+}  // namespace OrvWorkFlow::Core::System::SystemMemory

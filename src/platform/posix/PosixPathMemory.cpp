@@ -1,6 +1,6 @@
 #include "platform/posix/KeptPaths.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::System {
 namespace {
 
 constinit thread_local PathMemory* innermost = nullptr;
@@ -16,4 +16,4 @@ KeptPaths* PathMemory::OfThread() {
   return innermost->paths_.get();
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::System

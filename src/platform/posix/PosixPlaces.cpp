@@ -11,7 +11,7 @@
 #include "platform/Places.h"
 #include "platform/posix/HostPath.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::System {
 namespace Posix {
 namespace {
 
@@ -93,4 +93,4 @@ std::string HomeDirectory() {
   return user == nullptr || user->pw_dir == nullptr ? std::string() : Posix::ToDriveZPath(user->pw_dir);
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::System

@@ -4,7 +4,7 @@
 
 #include "platform/SystemParts.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::System {
 namespace Posix {
 namespace {
 
@@ -88,4 +88,4 @@ Reasons& TheReasons() {
 }
 
 }  // namespace SystemParts
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::System

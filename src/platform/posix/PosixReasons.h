@@ -3,7 +3,7 @@
 
 #include "platform/Reasons.h"
 
-namespace OrvWorkFlow::Posix {
+namespace OrvWorkFlow::Core::System::Posix {
 
 // Sets `errno`; answers false, for `return Refuse(...)`.
 bool Refuse(Reason reason) noexcept;
@@ -20,4 +20,4 @@ class KeptErrno {
   const int code_;
 };
 
-}  // namespace OrvWorkFlow::Posix
+}  // namespace OrvWorkFlow::Core::System::Posix

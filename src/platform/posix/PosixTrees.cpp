@@ -15,7 +15,7 @@
 #include "platform/posix/PosixReasons.h"
 #include "platform/posix/Utf8.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::System {
 namespace Posix {
 namespace {
 
@@ -177,4 +177,4 @@ template TreesOf<char>& Trees<char>();
 template TreesOf<char16_t>& Trees<char16_t>();
 
 }  // namespace SystemParts
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::System

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace OrvWorkFlow::Posix {
+namespace OrvWorkFlow::Core::System::Posix {
 namespace {
 
 constexpr char32_t kLastCharacter = 0x10FFFF;
@@ -160,4 +160,4 @@ bool EqualsWithoutCase(std::string_view a, std::string_view b) {
   return Capitals(a) == Capitals(b);
 }
 
-}  // namespace OrvWorkFlow::Posix
+}  // namespace OrvWorkFlow::Core::System::Posix

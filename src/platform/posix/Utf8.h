@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace OrvWorkFlow::Posix {
+namespace OrvWorkFlow::Core::System::Posix {
 
 // Reads the character at `*position` and moves it behind; false for anything malformed.
 bool NextCharacter(std::string_view text, std::size_t* position, char32_t* character);
@@ -24,4 +24,4 @@ std::u16string Capitals(std::string_view text);
 // Whether the texts have the same capitals.
 bool EqualsWithoutCase(std::string_view a, std::string_view b);
 
-}  // namespace OrvWorkFlow::Posix
+}  // namespace OrvWorkFlow::Core::System::Posix

@@ -12,7 +12,7 @@
 #include "platform/posix/HostFile.h"
 #include "platform/posix/PosixReasons.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::System {
 namespace Posix {
 namespace {
 
@@ -114,4 +114,4 @@ namespace SystemParts {
 WrittenFiles& Written() { return Posix::TheDisks(); }
 
 }  // namespace SystemParts
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::System

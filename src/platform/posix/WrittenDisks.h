@@ -3,7 +3,7 @@
 
 #include <sys/types.h>
 
-namespace OrvWorkFlow::Posix {
+namespace OrvWorkFlow::Core::System::Posix {
 
 // Takes note of the disk of an open file, behind what was written to it. Cheap when it is the disk of the note before.
 void NoteWritten(int file) noexcept;
@@ -16,4 +16,4 @@ struct FolderOnDisk {
 // The same for what was written to new files of a folder, without a look at the file.
 void NoteWrittenIn(const FolderOnDisk& folder) noexcept;
 
-}  // namespace OrvWorkFlow::Posix
+}  // namespace OrvWorkFlow::Core::System::Posix

@@ -7,7 +7,7 @@
 #include "platform/SystemParts.h"
 #include "platform/windows/WindowsReasons.h"
 
-namespace OrvWorkFlow::Windows {
+namespace OrvWorkFlow::Core::System::Windows {
 namespace {
 
 // "NUL", "com1.txt": devices in every directory. Their names end at the first dot or colon, without blanks before it.
@@ -164,4 +164,4 @@ std::uint32_t ToAttributes(DWORD attributes, DWORD reparse_tag) {
 bool AttributesOf(const std::string& path, std::uint32_t* attributes) { return AttributesIn(path, attributes); }
 bool AttributesOf(const std::u16string& path, std::uint32_t* attributes) { return AttributesIn(path, attributes); }
 
-}  // namespace OrvWorkFlow::Windows
+}  // namespace OrvWorkFlow::Core::System::Windows

@@ -18,7 +18,7 @@
 
 #include "platform/Files.h"
 
-namespace OrvWorkFlow::Windows {
+namespace OrvWorkFlow::Core::System::Windows {
 
 inline const wchar_t* Native(const char16_t* text) { return reinterpret_cast<const wchar_t*>(text); }
 inline wchar_t* Native(char16_t* text) { return reinterpret_cast<wchar_t*>(text); }
@@ -74,4 +74,4 @@ bool AttributesOf(const std::u16string& path, std::uint32_t* attributes);
 // In the library's bits; `reparse_tag` counts with the reparse bit only.
 std::uint32_t ToAttributes(DWORD attributes, DWORD reparse_tag);
 
-}  // namespace OrvWorkFlow::Windows
+}  // namespace OrvWorkFlow::Core::System::Windows

@@ -4,7 +4,7 @@
 #include "platform/SystemParts.h"
 #include "platform/windows/NativePath.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::System {
 namespace Windows {
 namespace {
 
@@ -70,4 +70,4 @@ CodePage& TheCodePage() {
 }
 
 }  // namespace SystemParts
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::System

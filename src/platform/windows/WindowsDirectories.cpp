@@ -2,7 +2,7 @@
 #include "platform/SystemParts.h"
 #include "platform/windows/NativePath.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::System {
 namespace Windows {
 namespace {
 
@@ -98,4 +98,4 @@ template DirectoriesOf<char>& Directories<char>();
 template DirectoriesOf<char16_t>& Directories<char16_t>();
 
 }  // namespace SystemParts
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::System

@@ -12,7 +12,7 @@
 #include "platform/windows/WindowsTurns.h"
 #include "platform/windows/WindowsWrittenFiles.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::System {
 namespace Windows {
 namespace {
 
@@ -396,4 +396,4 @@ OpenFiles& Handles() {
 }
 
 }  // namespace SystemParts
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::System

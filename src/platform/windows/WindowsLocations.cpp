@@ -4,7 +4,7 @@
 #include "platform/SystemParts.h"
 #include "platform/windows/NativePath.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::System {
 namespace Windows {
 namespace {
 
@@ -58,4 +58,4 @@ template LocationsOf<char>& Locations<char>();
 template LocationsOf<char16_t>& Locations<char16_t>();
 
 }  // namespace SystemParts
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::System

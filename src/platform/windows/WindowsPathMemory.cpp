@@ -1,7 +1,7 @@
 // The system takes paths as they are: there is nothing to be kept.
 #include "platform/PathMemory.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::System {
 
 struct KeptPaths {};
 
@@ -10,4 +10,4 @@ PathMemory::~PathMemory() = default;
 
 KeptPaths* PathMemory::OfThread() { return nullptr; }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::System

@@ -6,7 +6,7 @@
 #include "platform/Places.h"
 #include "platform/windows/NativePath.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::System {
 namespace Windows {
 namespace {
 
@@ -117,4 +117,4 @@ std::string HomeDirectory() {
   return length < sizeof buffer ? std::string(buffer, length) : std::string();
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::System

@@ -3,7 +3,7 @@
 #include "platform/SystemParts.h"
 #include "platform/windows/NativePath.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::System {
 namespace Windows {
 namespace {
 
@@ -93,4 +93,4 @@ Reasons& TheReasons() {
 }
 
 }  // namespace SystemParts
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::System

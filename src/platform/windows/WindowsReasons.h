@@ -3,9 +3,9 @@
 
 #include "platform/Reasons.h"
 
-namespace OrvWorkFlow::Windows {
+namespace OrvWorkFlow::Core::System::Windows {
 
 // Sets the thread's last error; answers false, for `return Refuse(...)`.
 bool Refuse(Reason reason) noexcept;
 
-}  // namespace OrvWorkFlow::Windows
+}  // namespace OrvWorkFlow::Core::System::Windows

@@ -7,7 +7,7 @@
 #include "platform/windows/NativePath.h"
 #include "platform/windows/WindowsReasons.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::System {
 namespace Windows {
 namespace {
 
@@ -240,4 +240,4 @@ template TreesOf<char>& Trees<char>();
 template TreesOf<char16_t>& Trees<char16_t>();
 
 }  // namespace SystemParts
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::System

@@ -4,7 +4,7 @@
 
 #include "platform/SystemParts.h"
 
-namespace OrvWorkFlow::Windows {
+namespace OrvWorkFlow::Core::System::Windows {
 namespace {
 
 constexpr DWORD kMostMilliseconds = 2000;
@@ -38,4 +38,4 @@ void EndTurn(HANDLE turn) {
   CloseHandle(turn);
 }
 
-}  // namespace OrvWorkFlow::Windows
+}  // namespace OrvWorkFlow::Core::System::Windows

@@ -5,7 +5,7 @@
 
 #include "platform/windows/NativePath.h"
 
-namespace OrvWorkFlow::Windows {
+namespace OrvWorkFlow::Core::System::Windows {
 
 // Waits until nobody else of this session has the turn at the file of that path, whatever its letter case, for two
 // seconds at most. Null, with the reason, when that takes longer.
@@ -31,4 +31,4 @@ class Turn {
   HANDLE turn_;
 };
 
-}  // namespace OrvWorkFlow::Windows
+}  // namespace OrvWorkFlow::Core::System::Windows

@@ -6,7 +6,7 @@
 #include "platform/SystemParts.h"
 #include "platform/windows/NativePath.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Core::System {
 namespace Windows {
 namespace {
 
@@ -91,4 +91,4 @@ namespace SystemParts {
 WrittenFiles& Written() { return Windows::TheFiles(); }
 
 }  // namespace SystemParts
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Core::System

@@ -7,9 +7,9 @@
 
 #include "encryption/EncryptionObject.h"
 #include "tests/encryption/SlowCipher.h"
-#include "tests/support/Marshalled.h"
+#include "tests/support/MarshalledTexts.h"
 
-namespace OrvWorkFlow::EncryptionTesting {
+namespace OrvWorkFlow::Core::Encryption::EncryptionTesting {
 namespace {
 
 std::string OpenSslMd5(const std::string& message) {
@@ -59,4 +59,4 @@ TEST(OpenSslTest, AgreesForEveryLengthOfKeyAndText) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow::EncryptionTesting
+}  // namespace OrvWorkFlow::Core::Encryption::EncryptionTesting

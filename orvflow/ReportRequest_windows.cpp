@@ -1,9 +1,0 @@
-#include "orvflow/ReportRequest.h"
-
-namespace OrvWorkFlow::Program {
-
-void WatchForReportRequests() {}
-
-bool TakeReportRequest() { return false; }
-
-}  // namespace OrvWorkFlow::Program

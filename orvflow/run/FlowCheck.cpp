@@ -1,0 +1,104 @@
+#include "orvflow/run/FlowCheck.h"
+
+#include <algorithm>
+#include <iterator>
+#include <new>
+
+#include "OrvWorkFlow/WorkFlowFactory.h"
+#include "OrvWorkFlow/WorkflowSchema.h"
+#include "flow/Check.h"
+#include "orvflow/files/DictionaryLoading.h"
+#include "orvflow/files/HostFiles.h"
+#include "orvflow/run/ConfigurationFile.h"
+#include "orvflow/terminal/Terminal.h"
+#include "orvflow/trial/PluginTrial.h"
+#include "runtime/PluginLoader.h"
+
+namespace OrvWorkFlow::Program {
+
+namespace {
+
+// As the mediator loads a library: by its name as it stands, then from the plug-in directories. The reason is that of
+// the first attempt.
+bool LoadLibrary(const std::string& library, std::string& reason) {
+  if (WorkFlowFactory::LoadSharedLibrary(library.c_str())) return true;
+  reason = WorkFlowFactory::LastLoadError();
+  if (reason == PluginLoader::kNoMemory) throw std::bad_alloc();
+  return WorkFlowFactory::LoadSharedLibrary((WorkflowSchema::kPluginPrefix + library).c_str());
+}
+
+constexpr std::size_t kMostLines = 100;
+
+std::string TextOf(const Flow::Finding& finding) {
+  const std::string begin = finding.severity == Flow::Severity::Warning ? "warning: " : "";
+  return begin + finding.what + (finding.remedy.empty() ? "" : "; " + finding.remedy);
+}
+
+ExitCode CodeOf(const Flow::Findings& errors) {
+  const bool is_plugin = std::any_of(errors.begin(), errors.end(),
+                                     [](const Flow::Finding& error) { return error.area == Flow::Area::Plugins; });
+  return is_plugin ? ExitCode::PluginBroken : ExitCode::DictionaryDamaged;
+}
+
+Flow::Findings Of(const Flow::Findings& findings, Flow::Severity severity) {
+  Flow::Findings some;
+  std::copy_if(findings.begin(), findings.end(), std::back_inserter(some),
+               [&](const Flow::Finding& finding) { return finding.severity == severity; });
+  return some;
+}
+
+void PrintFindings(const Flow::Findings& findings, const std::string& shown_name) {
+  for (std::size_t i = 0; i < std::min(findings.size(), kMostLines); ++i) {
+    PrintErrorLine(FileError(ExitCode::Failed, shown_name, findings[i].path, TextOf(findings[i])).what());
+  }
+  if (findings.size() > kMostLines) {
+    PrintErrorLine(shown_name + ": and " + std::to_string(findings.size() - kMostLines) + " more of these");
+  }
+}
+
+// What is accepted and was hardly meant so.
+void TellProblems(IDictionary& dictionary, const std::string& shown_name) {
+  const std::vector<std::string> problems = LookAtLoadedText(dictionary).problems;
+  for (std::size_t i = 0; i < std::min(problems.size(), kMostLines); ++i)
+    PrintErrorLine(shown_name + ": " + problems[i]);
+  if (problems.size() > kMostLines) {
+    PrintErrorLine(shown_name + ": and " + std::to_string(problems.size() - kMostLines) + " more of these");
+  }
+}
+
+}  // namespace
+
+void ReadFlow(IDictionary& dictionary, const std::string& file, const std::string& shown_name) {
+  if (FindFileKind(file) == FileKind::Folder) {
+    throw FileError(ExitCode::Failed, shown_name, "", "is a folder; name the workflow's file in it");
+  }
+  LoadDictionary(dictionary, file, shown_name);
+  if (!dictionary.Exists("/")) {
+    throw FileError(ExitCode::DictionaryDamaged, shown_name, "", "is no dictionary: its root is not IDictionaryRoot");
+  }
+  TellProblems(dictionary, shown_name);
+}
+
+void CheckFlow(IDictionary& dictionary, const std::string& shown_name, const FlowUse& use) {
+  Flow::CheckOptions options;
+  const PluginTrial trial(dictionary);
+  options.load_library = [&trial](const std::string& library, std::string& reason) {
+    reason = trial.FaultOf(library);
+    return reason.empty() && LoadLibrary(library, reason);
+  };
+  options.read_configuration = [&](const std::string& instance, const std::string& file) {
+    return ReadConfiguration(dictionary, instance, file, use.file);
+  };
+  options.takes_in_others = use.takes_in_others;
+  options.is_guest = use.is_guest;
+  options.is_continued = use.is_continued;
+  const Flow::Findings findings = Flow::Check(dictionary, options);
+  PrintFindings(Of(findings, Flow::Severity::Warning), shown_name);
+  const Flow::Findings errors = Of(findings, Flow::Severity::Error);
+  if (errors.empty()) return;
+  if (errors.size() == 1) throw FileError(CodeOf(errors), shown_name, errors[0].path, TextOf(errors[0]));
+  PrintFindings(errors, shown_name);
+  throw FileError(CodeOf(errors), shown_name, "", "not started: " + std::to_string(errors.size()) + " errors");
+}
+
+}  // namespace OrvWorkFlow::Program

@@ -1,0 +1,169 @@
+#include "orvflow/run/FlowRun.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <stdexcept>
+#include <utility>
+
+#include "orvflow/run/FlowUpdate.h"
+#include "orvflow/run/RunEnding.h"
+#include "orvflow/run/StoppableRun.h"
+#include "orvflow/terminal/StatusLine.h"
+#include "orvflow/terminal/StopRequest.h"
+
+namespace OrvWorkFlow::Program {
+
+namespace {
+
+// With one decimal.
+std::string Seconds(std::chrono::nanoseconds time) {
+  const auto tenths = std::chrono::duration_cast<std::chrono::milliseconds>(time).count() / 100;
+  return std::to_string(tenths / 10) + "." + std::to_string(tenths % 10) + " s";
+}
+
+void BeginAnew(const StateFile& state) {
+  const std::string why = state.Remove();
+  if (!why.empty()) throw FileError(ExitCode::Failed, state.shown_name(), "", "cannot be removed: " + why);
+  ForgetDeaths(state);
+}
+
+void SayThatNoStateIsKept(const StateFile& state, const std::string& flow) {
+  if (state.CanBeWritten()) return;
+  if (!state.IsNamed()) {
+    PrintErrorLine(flow + ": no state is kept; a run that is stopped begins anew (--state names a place)");
+    return;
+  }
+  PrintErrorLine(state.shown_name() + ": no state can be kept there: " + state.why_not_written() +
+                 "; a run that is stopped begins anew (--state names another place)");
+}
+
+// The watch is told of each save.
+void NoteSaves(WorkflowHost::Limits& limits, RunWatch& watch) {
+  limits.after_save = [after_save = std::move(limits.after_save), &watch] {
+    if (after_save) after_save();
+    watch.NoteSave();
+  };
+}
+
+}  // namespace
+
+FlowRun::FlowRun(const RunOptions& options, FlowSource& source, const char* key, Watching watching)
+    : options_(options),
+      source_(source),
+      key_(key),
+      watching_(std::move(watching)),
+      shown_name_(source.shown_name()),
+      boxes_(shown_name_) {}
+
+ExitCode FlowRun::Execute() {
+  MakeHost();
+  Prepare();
+  ChangeState();
+  records_.emplace(*host_, *state_, shown_name_);
+  Load();
+  const WorkflowHost::Result result = Run();
+  SetActivity("at the end of the run");
+  if (result.end == WorkflowHost::End::Idle) write_directory_->EndRun();
+  return Finish(result);
+}
+
+void FlowRun::MakeHost() {
+  SetActivity("while the library was loaded");
+  try {
+    host_.emplace();
+  } catch (const std::runtime_error& error) {
+    throw ProgramError(ExitCode::PluginBroken, error.what());
+  }
+  if (key_ != nullptr) host_->UseKey(key_);
+}
+
+void FlowRun::Prepare() {
+  SetActivity("while the flow and its state were read");
+  state_.emplace(options_.flow, options_.state_file);
+  plan_ = MakeRunPlan(options_, source_, *host_, *state_);
+  watch_.emplace(RunWatch::Settings{watching_.log, watching_.progress, shown_name_, state_->path()}, boxes_);
+  host_->AddObserver(watch_->record());
+  if (watch_->logger() != nullptr) host_->UseLogger(*watch_->logger());
+  SayThatNoStateIsKept(*state_, shown_name_);
+}
+
+void FlowRun::ChangeState() {
+  if (options_.fresh && state_->IsNamed()) BeginAnew(*state_);
+  if (options_.retry) RetryKeptSignals(*host_, *state_, plan_.name);
+  if (options_.update && plan_.continued) UpdateSavedState(*host_, *state_, plan_.name, plan_.file);
+}
+
+void FlowRun::Load() {
+  SetActivity("while the workflow was loaded");
+  KeepFilesOfRun(options_, plan_, *state_, *host_);
+  const Clock::time_point begin = Clock::now();
+  LoadRun(options_, source_, plan_, *host_);
+  load_time_ = Clock::now() - begin;
+  source_.Forget();
+  write_directory_.emplace(*host_, plan_.flow);
+  if (!plan_.continued) write_directory_->BeginAnew();
+  if (plan_.continued) {
+    std::printf("%s: continues from %s\n", Visible(plan_.name).c_str(), Visible(state_->shown_name()).c_str());
+  }
+  std::fflush(stdout);
+}
+
+WorkflowHost::Limits FlowRun::MakeLimits() {
+  WorkflowHost::Limits limits;
+  limits.time_limit = options_.time_limit;
+  limits.wants_stop = [] { return RequestedStop() != StopRequest::None; };
+  limits.stuck = [this] {
+    try {
+      PrintErrorLine(shown_name_ + ": not idle after " + options_.timeout +
+                     " s, and a node does not return; ended without it");
+      watch_->FinishLog();
+      StatusLine::Finish();
+    } catch (...) {  // Without memory there is no line, but an end.
+    }
+    std::_Exit(static_cast<int>(ExitCode::Failed));
+  };
+  if (state_->CanBeWritten()) limits.state_file = state_->path();
+  limits.save = [this](IWorkFlowEngine& engine) {
+    return state_->Save([&engine](const char* file) { return engine.SaveState(file); });
+  };
+  limits.checkpoint = options_.checkpoint;
+  limits.checkpoint.expected_cost = load_time_;
+  limits.checkpoint_failed = [this] {
+    PrintErrorLine(state_->shown_name() +
+                   ": the checkpoint was not saved; the workflow goes on, and the file holds the "
+                   "state that was saved before, if any");
+  };
+  return limits;
+}
+
+WorkflowHost::Result FlowRun::Run() {
+  WorkflowHost::Limits limits = MakeLimits();
+  records_->AddTo(limits);
+  SetActivity("while the workflow ran");
+  NoteSaves(limits, *watch_);
+  const RunWatch::Showing showing(
+      *watch_, plan_.name, shown_name_ + (plan_.continued ? ": continues from " + state_->shown_name() : ": begins"),
+      host_->mediator());
+  return RunUntilStopped(*host_, limits, shown_name_);
+}
+
+ExitCode FlowRun::Finish(const WorkflowHost::Result& result) {
+  const ISignalMediator::Statistics statistics = host_->GetStatistics();
+  const unsigned failures =
+      std::max<unsigned>(statistics.failures, watch_->CountFailures()) + watch_->TellUntaken(host_->dictionary());
+  boxes_.PrintRepeated();
+  const ExitCode code = ReportEnding({result, *host_, *state_, *records_, failures, shown_name_, options_.timeout});
+  records_.reset();
+  write_directory_.reset();
+  host_.reset();
+  const std::string summary = Count(statistics.finished, "signal") + " delivered, " + Count(statistics.nodes, "node") +
+                              " made, " + Count(failures, "failure") + ", " + Seconds(Clock::now() - start_);
+  std::printf("%s: %s\n", Visible(plan_.name).c_str(), summary.c_str());
+  std::fflush(stdout);
+  watch_->WriteLog(shown_name_ + ": " + summary + ", exit code " + std::to_string(static_cast<int>(code)));
+  if (watch_->FinishLog()) return code;
+  return code == ExitCode::Done ? ExitCode::Failed : code;
+}
+
+}  // namespace OrvWorkFlow::Program

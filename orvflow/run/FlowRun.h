@@ -1,0 +1,61 @@
+// One run of a flow, from its preparation to its last line.
+#pragma once
+
+#include <chrono>
+#include <optional>
+
+#include "orvflow/run/FlowSource.h"
+#include "orvflow/run/RunOptions.h"
+#include "orvflow/run/RunPlan.h"
+#include "orvflow/run/RunRecords.h"
+#include "orvflow/run/StateFile.h"
+#include "orvflow/run/WorkflowHost.h"
+#include "orvflow/run/WriteDirectory.h"
+#include "orvflow/terminal/BoxPrinter.h"
+#include "orvflow/terminal/Terminal.h"
+#include "orvflow/watch/RunWatch.h"
+#include "orvflow/watch/Tracing.h"
+
+namespace OrvWorkFlow::Program {
+
+class FlowRun {
+ public:
+  struct Watching {
+    LogOptions log;
+    std::optional<std::chrono::duration<double>> progress;
+  };
+
+  // `key` is null for none. All that is given outlives this. After WatchForStopRequests and WatchForReportRequests.
+  FlowRun(const RunOptions& options, FlowSource& source, const char* key, Watching watching);
+
+  // Once. Throws ProgramError when the flow cannot be run.
+  ExitCode Execute();
+
+ private:
+  using Clock = std::chrono::steady_clock;
+
+  void MakeHost();
+  void Prepare();
+  void ChangeState();
+  void Load();
+  WorkflowHost::Limits MakeLimits();
+  WorkflowHost::Result Run();
+  ExitCode Finish(const WorkflowHost::Result& result);
+
+  const RunOptions& options_;
+  FlowSource& source_;
+  const char* const key_;
+  const Watching watching_;
+  const std::string& shown_name_;  // of the flow
+  BoxPrinter boxes_;
+  std::optional<RunWatch> watch_;  // Made when nothing can be refused any more, and gone after the host.
+  const Clock::time_point start_ = Clock::now();
+  std::optional<WorkflowHost> host_;
+  std::optional<StateFile> state_;
+  RunPlan plan_;
+  std::optional<RunRecords> records_;
+  Clock::duration load_time_{};
+  std::optional<WriteDirectory> write_directory_;
+};
+
+}  // namespace OrvWorkFlow::Program

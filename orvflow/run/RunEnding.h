@@ -1,0 +1,31 @@
+// What is said when a run has ended, and what becomes of its state.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "orvflow/run/RunRecords.h"
+#include "orvflow/run/StateFile.h"
+#include "orvflow/run/WorkflowHost.h"
+#include "orvflow/terminal/Terminal.h"
+
+namespace OrvWorkFlow::Program {
+
+struct RunEnding {
+  const WorkflowHost::Result& result;
+  const WorkflowHost& host;
+  const StateFile& state;
+  const RunRecords& records;
+  unsigned failures;              // that were counted in the run
+  const std::string& shown_name;  // of the flow
+  const std::string& time_limit;  // in seconds, as the user gave it
+};
+
+// Says how the run ended where that was not simply its end. The state of a run that has nothing left to do is removed:
+// then the next one begins anew.
+ExitCode ReportEnding(const RunEnding& ending);
+
+// "1 signal", "2 signals".
+std::string Count(std::uint64_t number, const std::string& thing);
+
+}  // namespace OrvWorkFlow::Program

@@ -1,0 +1,142 @@
+// One run of a workflow that is loaded: starts it, watches it, saves it, stops it in order.
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "OrvWorkFlow/ISignalMediator.h"
+#include "OrvWorkFlow/IWorkFlowEngine.h"
+#include "orvflow/run/Alarm.h"
+#include "orvflow/run/Bell.h"
+#include "orvflow/run/CheckpointPlan.h"
+#include "orvflow/run/DeliveryWatch.h"
+#include "runtime/HostApp.h"
+
+namespace OrvWorkFlow::Program {
+
+// What was not done when a run ended.
+struct RunBacklog {
+  std::uint32_t waiting = 0;      // signals in the engine's queue
+  std::uint32_t undelivered = 0;  // signals handed over whose delivery has not ended
+  std::uint32_t busy = 0;         // nodes at work outside of a signal
+};
+
+enum class RunEnd {
+  Idle,        // nothing waiting, nothing undelivered, no node busy
+  Stopped,     // `wants_stop` said so
+  Restart,     // a node asked for a restart
+  TimedOut,    // the time limit was reached first
+  EngineDied,  // the engine's thread ended on its own
+  NotStarted,  // the engine could not start its thread
+  Broken,      // the host itself failed, for lack of memory for example
+};
+
+struct RunResult {
+  RunEnd end = RunEnd::NotStarted;
+  RunBacklog backlog;   // of a saved run: what the state holds, else what there was when the end was seen
+  bool saved = false;   // the state is that of the end: also of an idle workflow, whose nodes have saved theirs
+  std::string problem;  // of a Broken run
+};
+
+struct RunLimits {
+  // Asked several times a second, and after each Wake, on a thread of its own.
+  std::function<bool()> wants_stop;
+  std::optional<std::chrono::duration<double>> time_limit;
+  // Called on a thread of its own when a run that timed out does not come to its end within some seconds, because a
+  // node does not return. It should end the process: there is no other way out of a node.
+  std::function<void()> stuck;
+  // Where the state is saved at an end other than by failure; "" for nowhere: then no node may ask for a restart. The
+  // file is replaced as a whole or not at all.
+  std::string state_file;
+  // How it is saved there, in place of the engine's SaveState; true when it is.
+  std::function<bool(IWorkFlowEngine& engine)> save;
+  // When the state is saved between two signals too. The workflow stands still meanwhile; for 200 ms at least when
+  // something is at work then. Nothing is saved when nothing has changed.
+  CheckpointPlan::Setting checkpoint;
+  // The following are called on a thread of the run's own. A checkpoint was not saved; the workflow goes on.
+  std::function<void()> checkpoint_failed;
+  // A checkpoint has been waiting for some seconds: for a delivery to end, or a node to stop. Once a checkpoint.
+  std::function<void()> checkpoint_overdue;
+  // Whether a checkpoint is to be made at once. Asked with `wants_stop`.
+  std::function<bool()> wants_checkpoint;
+  // The workflow is at rest and is to be saved now: what the host wants in the state goes into the dictionary. False
+  // when it cannot.
+  std::function<bool()> before_save;
+  // The state is in its file.
+  std::function<void()> after_save;
+};
+
+class RunLoop {
+ public:
+  // The objects outlive it.
+  RunLoop(IWorkFlowEngine& engine, ISignalMediator& mediator, IDictionary& dictionary, HostApp& host_app, Bell& bell,
+          DeliveryWatch& deliveries, const RunLimits& limits);
+
+  // Delivers the signals on this thread, the GUI thread, until the run has ended. When it returns the engine's thread
+  // has ended and all nodes have been asked to stop.
+  //
+  // A state is that between two signals: what was handed over for delivery has been delivered before, and what that
+  // fired is in the queue; a node that was at work outside of a signal has stopped and has its reboot signal in the
+  // state. With a node that does not stop nothing is saved.
+  RunResult Run();
+
+ private:
+  using Clock = std::chrono::steady_clock;
+
+  // What tells whether anything has happened.
+  struct Mark {
+    std::uint64_t changes = 0;
+    std::uint32_t sent = 0;
+    std::uint32_t finished = 0;
+    std::uint32_t waiting = 0;
+    bool operator==(const Mark&) const = default;
+  };
+
+  // Nodes that a checkpoint stopped at their work.
+  struct Stopped {
+    bool any = false;
+    bool may_begin_anew = false;
+  };
+
+  RunResult StartAndWatch();
+  RunResult WatchUntilEnd();
+  std::optional<RunEnd> FindEnd() const;
+  Clock::time_point NextLook(const std::optional<Clock::time_point>& checkpoint);
+  void StopAtEnd(RunResult& result);
+  void StopFlowing();
+  bool HasChanged() const;
+  bool IsBetweenDeliveries(Clock::time_point due);
+  std::optional<RunResult> SaveCheckpoint(CheckpointPlan& plan);
+  bool StopAndSave();
+  bool StopBetweenSignals();
+  bool WaitUntilAtRest();
+  Stopped FindStopped() const;
+  void SayOverdue(Clock::time_point since);
+  bool IsIdle() const;
+  Mark GetMark() const;
+  RunBacklog GetBacklog() const;
+  ISignalMediator::Statistics GetStatistics() const;
+  bool WantsStop() const { return limits_.wants_stop && limits_.wants_stop(); }
+
+  IWorkFlowEngine& engine_;
+  ISignalMediator& mediator_;
+  IDictionary& dictionary_;
+  HostApp& host_app_;
+  Bell& bell_;
+  DeliveryWatch& deliveries_;
+  const RunLimits& limits_;
+  Clock::duration watch_;  // until the next look while no signals are on their way
+  std::optional<Clock::time_point> deadline_;
+  std::optional<Alarm> stuck_;
+  Mark saved_mark_;
+  bool in_checkpoint_ = false;
+  std::optional<std::uint64_t> awaited_;  // the deliveries that had ended when a checkpoint found one at work
+  bool overdue_said_ = false;
+  Clock::time_point at_rest_;  // since when the last stop had nothing to wait for
+};
+
+}  // namespace OrvWorkFlow::Program

@@ -1,0 +1,31 @@
+// What the user asks of a run.
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "orvflow/files/Setting.h"
+#include "orvflow/run/CheckpointPlan.h"
+
+namespace OrvWorkFlow::Program {
+
+// Files and folders are as the user names them; "" where there is none.
+struct RunOptions {
+  std::string flow;
+  std::string state_file;
+  bool fresh = false;
+  bool retry = false;
+  bool update = false;
+  CheckpointPlan::Setting checkpoint;
+  std::vector<std::string> absorbs;
+  std::string key_file;
+  std::string log_file;
+  std::string timeout;  // seconds, as they were given
+  std::optional<std::chrono::duration<double>> time_limit;
+  std::vector<std::string> plugin_directories;
+  std::vector<Setting> settings;
+};
+
+}  // namespace OrvWorkFlow::Program

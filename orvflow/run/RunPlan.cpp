@@ -1,0 +1,133 @@
+#include "orvflow/run/RunPlan.h"
+
+#include <algorithm>
+#include <new>
+
+#include "OrvWorkFlow/WorkflowSchema.h"
+#include "base/dictionary/DictionaryReading.h"
+#include "orvflow/files/HostFiles.h"
+#include "orvflow/run/FlowCheck.h"
+#include "orvflow/run/FlowUpdate.h"
+#include "orvflow/terminal/Terminal.h"
+
+namespace OrvWorkFlow::Program {
+
+namespace {
+
+// The workflows that a saved state has absorbed, by name.
+std::vector<std::string> AbsorbedNames(IDictionary& state) {
+  std::vector<std::string> names;
+  for (const std::string& entry : Base::NamesBelow(state, WorkflowSchema::kWorkFlows)) {
+    names.push_back(Base::TextAt(
+        state, std::string(WorkflowSchema::kWorkFlows) + "/" + entry + WorkflowSchema::kWorkFlowRecordName));
+  }
+  return names;
+}
+
+// The dictionary becomes that of the state.
+void PlanContinuation(const RunOptions& options, const FlowSource& source, const WorkflowHost& host,
+                      IDictionary& dictionary, const StateFile& state, RunPlan& plan) {
+  state.Read(dictionary, plan.name);
+  plan.start = state.path();
+  const std::string checksum = ReadFlowChecksum(dictionary);
+  if (options.update) {
+    ShowFlowUpdate(host, dictionary, plan.file, source.shown_name(), state);
+    return;
+  }
+  if (checksum != plan.checksum) {
+    PrintErrorLine(source.shown_name() + ": has changed since " + state.shown_name() +
+                   " was saved; the state is continued as it was saved (--update takes the changes in, --fresh begins "
+                   "anew)");
+  }
+  plan.checksum = checksum;
+}
+
+// What the state has absorbed is part of it, and is not taken in again.
+void PlanAbsorbs(const RunOptions& options, const WorkflowHost& host, IDictionary& dictionary, RunPlan& plan) {
+  std::vector<std::string> known;
+  if (plan.continued) known = AbsorbedNames(dictionary);
+  for (const std::string& shown_name : options.absorbs) {
+    const WorkflowHost::OwnedDictionary flow = host.MakeDictionary();
+    const std::string file = MakeAbsolutePath(shown_name);
+    ReadFlow(*flow, file, shown_name);
+    const std::string name = Base::TextAt(*flow, WorkflowSchema::kWorkFlowName);
+    if (name.empty()) {
+      throw FileError(ExitCode::DictionaryDamaged, shown_name, WorkflowSchema::kWorkFlowName,
+                      "only a workflow with a name can be absorbed; give it one");
+    }
+    CheckFlow(*flow, shown_name, {.is_guest = true, .file = file});
+    if (std::find(known.begin(), known.end(), name) == known.end()) plan.absorbs.push_back(file);
+  }
+}
+
+// One that the user wants to have.
+void RefuseAStateThatCannotBeSaved(const RunOptions& options, const StateFile& state, const RunPlan& plan) {
+  const bool is_wanted =
+      options.checkpoint.kind == CheckpointPlan::Kind::Fixed || !options.state_file.empty() || plan.continued;
+  if (state.CanBeWritten() || !is_wanted) return;
+  throw FileError(ExitCode::Failed, state.shown_name(), "",
+                  "the state cannot be saved there: " + state.why_not_written() + "; check the folder");
+}
+
+}  // namespace
+
+RunPlan MakeRunPlan(const RunOptions& options, const FlowSource& source, const WorkflowHost& host,
+                    const StateFile& state) {
+  RunPlan plan;
+  plan.flow = source.path();
+  plan.file = source.file();
+  plan.start = plan.file;
+  const WorkflowHost::OwnedDictionary dictionary = host.MakeDictionary();
+  ReadFlow(*dictionary, plan.file, source.shown_name());
+  plan.checksum = ChecksumOfFile(plan.file, source.shown_name());
+  plan.name = Base::TextAt(*dictionary, WorkflowSchema::kWorkFlowName);
+  plan.continued = !options.fresh && state.Exists();
+  if (plan.continued) PlanContinuation(options, source, host, *dictionary, state, plan);
+  const std::string& shown_name = plan.continued ? state.shown_name() : source.shown_name();
+  for (const Setting& setting : options.settings) ApplySetting(*dictionary, setting, shown_name);
+  CheckFlow(*dictionary, shown_name,
+            {.takes_in_others = !options.absorbs.empty(), .is_continued = plan.continued, .file = plan.flow});
+  PlanAbsorbs(options, host, *dictionary, plan);
+  if (plan.name.empty()) plan.name = source.shown_name();
+  RefuseAStateThatCannotBeSaved(options, state, plan);
+  return plan;
+}
+
+void LoadRun(const RunOptions& options, const FlowSource& source, const RunPlan& plan, WorkflowHost& host) {
+  const std::string& shown_name = source.shown_name();
+  if (!host.LoadWorkflow(plan.start.c_str())) {
+    // It was read whole a moment ago.
+    throw FileError(ExitCode::Failed, plan.start == plan.file ? shown_name : plan.start, "",
+                    "the engine cannot load it now; the file may be whole");
+  }
+  host.engine().SetWorkFlowFilePath(plan.flow.c_str());
+  for (const Setting& setting : options.settings) ApplySetting(host.dictionary(), setting, shown_name);
+  WriteFlowChecksum(host.dictionary(), plan.checksum);
+  // The engine read the start signal before the settings came.
+  const std::string start = WorkflowSchema::kStartSignal;
+  host.engine().SetStartSignal(Base::TextAt(host.dictionary(), start + WorkflowSchema::kReceiverTypeName).c_str(),
+                               Base::TextAt(host.dictionary(), start + WorkflowSchema::kReceiverInstanceName).c_str(),
+                               Base::TextAt(host.dictionary(), start + WorkflowSchema::kIncomingSignalName).c_str());
+  if (!host.LoadNodes()) throw FileError(ExitCode::Failed, shown_name, "", "the work nodes cannot be loaded");
+  for (const std::string& file : plan.absorbs) {
+    if (!host.engine().AbsorbFlow(file.c_str(), true)) {
+      throw FileError(ExitCode::Failed, file, "", "the workflow cannot be absorbed");
+    }
+  }
+}
+
+void KeepFilesOfRun(const RunOptions& options, const RunPlan& plan, const StateFile& state, WorkflowHost& host) {
+  host.engine().KeepTemporaryData(true);
+  std::vector<std::string> files = plan.absorbs;
+  files.push_back(plan.flow);
+  if (state.IsNamed()) files.push_back(state.path());
+  for (const std::string& name : {options.key_file, options.log_file}) {
+    if (!name.empty()) files.push_back(MakeAbsolutePath(name));
+  }
+  for (const std::string& directory : options.plugin_directories) files.push_back(MakeAbsolutePath(directory));
+  for (const std::string& file : files) {
+    if (!host.mediator().KeepFromDeletion(file.c_str())) throw std::bad_alloc();
+  }
+}
+
+}  // namespace OrvWorkFlow::Program

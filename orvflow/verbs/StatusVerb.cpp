@@ -1,0 +1,60 @@
+#include "orvflow/verbs/StatusVerb.h"
+
+#include <optional>
+#include <string_view>
+
+#include "orvflow/files/FileLock.h"
+#include "orvflow/files/HostFiles.h"
+#include "orvflow/run/FlowSource.h"
+#include "orvflow/run/StateFile.h"
+#include "orvflow/terminal/StandardStreams.h"
+#include "orvflow/watch/StatusServer.h"
+
+namespace OrvWorkFlow::Program {
+
+namespace {
+
+class StatusVerb final : public Verb {
+ public:
+  explicit StatusVerb(CLI::App& program);
+  ExitCode Execute() override;
+
+ private:
+  std::string flow_;
+  std::string state_file_;
+};
+
+StatusVerb::StatusVerb(CLI::App& program)
+    : Verb(program, "status", "Shows how the run of a workflow stands: queue, nodes, failures") {
+  command().add_option("FLOW.xml", flow_, "The workflow's dictionary file, as it was given to run")->type_name("");
+  command().add_option("--state", state_file_, "As it was given to run")->type_name("FILE");
+}
+
+// What is asked is the process that has the lock of the state, and it is asked which state it has: the lock of a run
+// that was killed may name a process of today.
+ExitCode StatusVerb::Execute() {
+  if (flow_.empty()) throw UsageError("no workflow file given");
+  const bool has_file = !IsStandardStream(flow_);
+  if (!has_file && state_file_.empty()) {
+    throw UsageError("a flow from standard input is known by its state; name that with --state");
+  }
+  if (has_file && FindFileKind(MakeAbsolutePath(flow_)) == FileKind::Missing) {
+    throw FileError(ExitCode::Failed, flow_, "", "no such file");
+  }
+  const std::string state = StateFile::NameFor(flow_, state_file_);
+  const std::string path = ResolveLinks(MakeAbsolutePath(state));
+  const std::string process = FileLock::ReadOwner(path + ".lock");
+  const ProgramError nothing_runs = FileError(ExitCode::Failed, flow_, "", "no run of it with the state " + state);
+  if (process.empty()) throw nothing_runs;
+  const std::optional<std::string> answer = AskForStatus(process);
+  if (!answer || !answer->starts_with(path + "\n")) throw nothing_runs;
+  const std::size_t end = path.size();
+  WriteStandardOutput(std::string_view(*answer).substr(end + 1));
+  return ExitCode::Done;
+}
+
+}  // namespace
+
+std::unique_ptr<Verb> MakeStatusVerb(CLI::App& program) { return std::make_unique<StatusVerb>(program); }
+
+}  // namespace OrvWorkFlow::Program

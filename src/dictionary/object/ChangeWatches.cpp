@@ -1,0 +1,117 @@
+#include "dictionary/object/ChangeWatches.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "dictionary/tree/EntryPath.h"
+
+namespace OrvWorkFlow::Core::Dictionary {
+namespace {
+
+// The element after `at` in pre-order below `top`; kNoElement behind the last.
+ElementId NextBelow(const ElementTree& tree, ElementId top, ElementId at) {
+  ElementId next = tree.first_child(at);
+  while (next == kNoElement && at != top) {
+    next = tree.next_sibling(at);
+    at = tree.parent(at);
+  }
+  return next;
+}
+
+bool HasRedirectionBelow(const ElementTree& tree, ElementId top) {
+  for (ElementId at = top; at != kNoElement; at = NextBelow(tree, top, at)) {
+    if (tree.IsRedirection(at)) return true;
+  }
+  return false;
+}
+
+// Recurses no deeper than the pattern.
+bool HasRedirection(const ElementTree& tree, ElementId at, const PathPattern& pattern, std::size_t depth) {
+  if (depth == pattern.size()) return HasRedirectionBelow(tree, at);
+  for (ElementId child = tree.first_child(at); child != kNoElement; child = tree.next_sibling(child)) {
+    if (pattern.Accepts(depth, tree.name(child)) && HasRedirection(tree, child, pattern, depth + 1)) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+PathPattern::PathPattern(std::string_view text) {
+  PathComponents components(text);
+  std::string_view component;
+  while (components.Next(component)) components_.emplace_back(component);
+}
+
+bool PathPattern::IsValid() const {
+  return std::all_of(components_.begin(), components_.end(),
+                     [](const std::string& component) { return component == kAnyName || IsValidPath(component); });
+}
+
+bool PathPattern::IsRelatedTo(std::string_view path) const {
+  PathComponents components(path);
+  std::string_view component;
+  for (std::size_t i = 0; i < components_.size(); ++i) {
+    if (!components.Next(component)) return true;
+    if (!Accepts(i, component)) return false;
+  }
+  return true;
+}
+
+class ChangeWatches::Handle final : public IDictionaryWatch {
+ public:
+  explicit Handle(std::shared_ptr<Watch> watch) : watch_(std::move(watch)) {}
+
+  std::uint64_t GetCount() override { return watch_->count.load(std::memory_order_acquire); }
+  void Release() override {
+    watch_->is_released.store(true);
+    delete this;
+  }
+
+ private:
+  ~Handle() = default;
+
+  const std::shared_ptr<Watch> watch_;
+};
+
+IDictionaryWatch* ChangeWatches::Add(std::vector<PathPattern> patterns) {
+  const auto is_valid = [](const PathPattern& pattern) { return pattern.IsValid(); };
+  if (patterns.empty() || !std::all_of(patterns.begin(), patterns.end(), is_valid)) return nullptr;
+  std::erase_if(watches_, [](const std::shared_ptr<Watch>& watch) { return watch->is_released.load(); });
+  auto watch = std::make_shared<Watch>();
+  watch->patterns = std::move(patterns);
+  watches_.push_back(watch);
+  return new Handle(std::move(watch));
+}
+
+void ChangeWatches::NoteRelated(Watch& watch) {
+  watch.count.fetch_add(1, std::memory_order_release);
+  watch.redirected = Watch::Redirected::Unknown;
+}
+
+void ChangeWatches::NoteAll() {
+  for (const std::shared_ptr<Watch>& watch : watches_) NoteRelated(*watch);
+}
+
+void ChangeWatches::NoteToEach(ElementTree& tree, std::string_view path) {
+  for (const std::shared_ptr<Watch>& watch : watches_) {
+    const auto is_related = [&](const PathPattern& pattern) { return pattern.IsRelatedTo(path); };
+    if (std::any_of(watch->patterns.begin(), watch->patterns.end(), is_related)) {
+      NoteRelated(*watch);
+    } else if (tree.HasRedirections() && IsRedirected(tree, *watch)) {
+      watch->count.fetch_add(1, std::memory_order_release);
+    }
+  }
+}
+
+// Looked for once after each change of what is watched, at the first change elsewhere.
+bool ChangeWatches::IsRedirected(ElementTree& tree, Watch& watch) {
+  if (watch.redirected == Watch::Redirected::Unknown) {
+    const auto leads_out = [&](const PathPattern& pattern) { return HasRedirection(tree, tree.root(), pattern, 0); };
+    const bool found =
+        tree.root() != kNoElement && std::any_of(watch.patterns.begin(), watch.patterns.end(), leads_out);
+    watch.redirected = found ? Watch::Redirected::Yes : Watch::Redirected::No;
+  }
+  return watch.redirected == Watch::Redirected::Yes;
+}
+
+}  // namespace OrvWorkFlow::Core::Dictionary

@@ -1,0 +1,71 @@
+// Who wants to know that a part of the dictionary has changed: IDictionaryWatch.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "OrvWorkFlow/IDictionaryWatch.h"
+#include "dictionary/tree/ElementTree.h"
+
+namespace OrvWorkFlow::Core::Dictionary {
+
+// The components of a path in which "*" stands for any name.
+class PathPattern {
+ public:
+  static constexpr std::string_view kAnyName = "*";
+
+  explicit PathPattern(std::string_view text);
+
+  // False when a component is no name of an entry.
+  bool IsValid() const;
+  std::size_t size() const { return components_.size(); }
+  bool Accepts(std::size_t index, std::string_view name) const {
+    return components_[index] == kAnyName || components_[index] == name;
+  }
+  // True when the path names an entry that matches, one above it, or one below it.
+  bool IsRelatedTo(std::string_view path) const;
+
+ private:
+  std::vector<std::string> components_;
+};
+
+// Guarded by the dictionary's mutex. The counts are read by anybody.
+class ChangeWatches {
+ public:
+  ChangeWatches() = default;
+  ChangeWatches(const ChangeWatches&) = delete;
+  ChangeWatches& operator=(const ChangeWatches&) = delete;
+
+  // Null when a pattern is not valid. Throws std::bad_alloc.
+  IDictionaryWatch* Add(std::vector<PathPattern> patterns);
+
+  // To be called with the path of each entry that is about to be changed, made or removed, before that is done.
+  void Note(ElementTree& tree, std::string_view path) {
+    if (!watches_.empty()) NoteToEach(tree, path);
+  }
+  // The same for a change of everything.
+  void NoteAll();
+
+ private:
+  // Lives as long as the dictionary or the caller uses it.
+  struct Watch {
+    std::vector<PathPattern> patterns;
+    std::atomic<std::uint64_t> count = 0;
+    std::atomic<bool> is_released = false;
+    // Redirections may lead out of what is watched.
+    enum class Redirected { No, Yes, Unknown } redirected = Redirected::Unknown;
+  };
+  class Handle;
+
+  static void NoteRelated(Watch& watch);
+  void NoteToEach(ElementTree& tree, std::string_view path);
+  static bool IsRedirected(ElementTree& tree, Watch& watch);
+
+  std::vector<std::shared_ptr<Watch>> watches_;
+};
+
+}  // namespace OrvWorkFlow::Core::Dictionary
