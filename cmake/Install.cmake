@@ -36,7 +36,8 @@ install(TARGETS BackupNodes FlowNodes ComponentFinder LIBRARY DESTINATION ${orv_
 install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT program USE_SOURCE_PERMISSIONS
   PATTERN "*.state.xml*" EXCLUDE PATTERN "report.txt" EXCLUDE PATTERN "started" EXCLUDE
   PATTERN ".git*" EXCLUDE PATTERN "backup" EXCLUDE PATTERN "source" EXCLUDE PATTERN "CMakeLists.txt" EXCLUDE)
-install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/pages COMPONENT development FILES_MATCHING PATTERN "*.md")
+install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/pages COMPONENT development FILES_MATCHING PATTERN "*.md"
+  PATTERN "*.schema.json")
 if(WIN32)
   foreach(dll libgcc_s_dw2-1.dll libstdc++-6.dll libwinpthread-1.dll)
     install(FILES ${PROJECT_BINARY_DIR}/bin/${dll} DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT library)

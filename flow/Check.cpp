@@ -1,5 +1,7 @@
 #include "flow/Check.h"
 
+#include <algorithm>
+
 #include "OrvWorkFlow/WorkflowSchema.h"
 #include "flow/Checks.h"
 
@@ -15,6 +17,8 @@ NodeKinds DescribeTypes(const Workflow& workflow) {
   return kinds;
 }
 
+constexpr char kAbsorbingType[] = "AbsorbWorkflow";
+
 void CheckThereIsAWorkflow(const Workflow& workflow, const CheckOptions& options, Findings& findings) {
   if (workflow.types.empty() && !options.is_guest) {
     findings.push_back({Severity::Error, Area::Wiring, WorkflowSchema::kWorkNodes,
@@ -27,6 +31,12 @@ void CheckThereIsAWorkflow(const Workflow& workflow, const CheckOptions& options
 
 }  // namespace
 
+bool MayTakeOthersIn(const Workflow& workflow, const CheckOptions& options) {
+  if (options.takes_in_others || options.is_guest || workflow.has_absorbed) return true;
+  return std::any_of(workflow.types.begin(), workflow.types.end(),
+                     [](const NodeType& type) { return type.name == kAbsorbingType && !type.instances.empty(); });
+}
+
 Findings Check(IDictionary& dictionary, const CheckOptions& options) {
   Findings findings;
   const Workflow workflow = ReadWorkflow(dictionary);
@@ -37,6 +47,7 @@ Findings Check(IDictionary& dictionary, const CheckOptions& options) {
   CheckPlugins(dictionary, workflow, options, findings);
   const NodeKinds kinds = DescribeTypes(workflow);
   CheckWiring(dictionary, workflow, kinds, options, findings);
+  CheckRoads(dictionary, workflow, kinds, options, findings);
   CheckParameters(dictionary, workflow, kinds, options, findings);
   if (options.is_continued) {
     for (Finding& finding : findings) {

@@ -13,6 +13,10 @@ namespace OrvWorkFlow::Flow {
 // What the node types that have instances say about themselves; null for those that say nothing.
 using NodeKinds = std::map<std::string, const NodeDescription*>;
 
+// Whether nodes of other workflows may come, and signals with them. Nodes of one type take workflows in; the library
+// knows it by its name.
+bool MayTakeOthersIn(const Workflow& workflow, const CheckOptions& options);
+
 // Names that are nearly those of the schema, and values of another type.
 void CheckSchema(IDictionary& dictionary, const Workflow& workflow, Findings& findings);
 
@@ -26,5 +30,12 @@ void CheckWiring(IDictionary& dictionary, const Workflow& workflow, const NodeKi
 // Parameters of nodes that say which ones they read.
 void CheckParameters(IDictionary& dictionary, const Workflow& workflow, const NodeKinds& kinds,
                      const CheckOptions& options, Findings& findings);
+
+// A yes there says that signals are meant to go round for ever.
+inline constexpr char kEndlessIsMeant[] = "/Orvflow/EndlessIsMeant";
+
+// Nodes that no signal can come to, circles without a way out.
+void CheckRoads(IDictionary& dictionary, const Workflow& workflow, const NodeKinds& kinds, const CheckOptions& options,
+                Findings& findings);
 
 }  // namespace OrvWorkFlow::Flow

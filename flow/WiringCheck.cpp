@@ -14,8 +14,6 @@ namespace OrvWorkFlow::Flow {
 namespace {
 
 constexpr char kMappingForm[] = "write \"type,instance,signal\"";
-// The library knows this type by its name: its instances take other workflows in.
-constexpr char kAbsorbingType[] = "AbsorbWorkflow";
 // Names are not compared with all others once it is plain that something larger is wrong.
 constexpr std::size_t kMostSuggestions = 100;
 
@@ -34,10 +32,9 @@ class WiringCheck {
         known.instance_names.push_back(instance.name);
         known.instances.insert(instance.name);
       }
-      if (type.name == kAbsorbingType && !type.instances.empty()) absorbs_ = true;
       if (!type.instances.empty() && known.kind == nullptr) all_are_described_ = false;
     }
-    absorbs_ = absorbs_ || options.takes_in_others || options.is_guest || workflow.has_absorbed;
+    absorbs_ = MayTakeOthersIn(workflow, options);
   }
 
   void Check() {

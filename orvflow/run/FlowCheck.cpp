@@ -79,7 +79,7 @@ void ReadFlow(IDictionary& dictionary, const std::string& file, const std::strin
   TellProblems(dictionary, shown_name);
 }
 
-void CheckFlow(IDictionary& dictionary, const std::string& shown_name, const FlowUse& use) {
+Flow::Findings FindFaults(IDictionary& dictionary, const FlowUse& use) {
   Flow::CheckOptions options;
   const PluginTrial trial(dictionary);
   options.load_library = [&trial](const std::string& library, std::string& reason) {
@@ -92,10 +92,19 @@ void CheckFlow(IDictionary& dictionary, const std::string& shown_name, const Flo
   options.takes_in_others = use.takes_in_others;
   options.is_guest = use.is_guest;
   options.is_continued = use.is_continued;
-  const Flow::Findings findings = Flow::Check(dictionary, options);
+  return Flow::Check(dictionary, options);
+}
+
+void CheckFlow(IDictionary& dictionary, const std::string& shown_name, const FlowUse& use) {
+  const Flow::Findings findings = FindFaults(dictionary, use);
   PrintFindings(Of(findings, Flow::Severity::Warning), shown_name);
   const Flow::Findings errors = Of(findings, Flow::Severity::Error);
   if (errors.empty()) return;
+  if (use.is_forced) {
+    PrintFindings(errors, shown_name);
+    PrintErrorLine(shown_name + ": begun all the same, with --force");
+    return;
+  }
   if (errors.size() == 1) throw FileError(CodeOf(errors), shown_name, errors[0].path, TextOf(errors[0]));
   PrintFindings(errors, shown_name);
   throw FileError(CodeOf(errors), shown_name, "", "not started: " + std::to_string(errors.size()) + " errors");

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "OrvWorkFlow/IDictionary.h"
+#include "flow/Finding.h"
 
 namespace OrvWorkFlow::Program {
 
@@ -16,12 +17,16 @@ struct FlowUse {
   bool takes_in_others = false;  // other workflows join it before it starts
   bool is_guest = false;         // it joins another workflow
   bool is_continued = false;     // the dictionary is that of a saved state
+  bool is_forced = false;        // errors are printed, and the run begins
   std::string file = {};         // of the workflow, from the root of the host's file system
 };
 
-// Looks for all that can be known to be wrong (flow/Check.h), and loads the plug-in libraries. Prints each warning as a
-// line. Throws ProgramError when there are errors: with the error itself when it is the only one, else it prints them
-// and counts. `shown_name` is how messages call the file.
+// All that can be known to be wrong (flow/Check.h), with the plug-in libraries tried in a child process and loaded.
+Flow::Findings FindFaults(IDictionary& dictionary, const FlowUse& use);
+
+// Looks for the same before a run. Prints each warning as a
+// line. Throws ProgramError when there are errors, unless it is forced: with the error itself when it is the only one,
+// else it prints them and counts. `shown_name` is how messages call the file.
 void CheckFlow(IDictionary& dictionary, const std::string& shown_name, const FlowUse& use);
 
 }  // namespace OrvWorkFlow::Program

@@ -18,6 +18,7 @@ struct RunOptions {
   bool fresh = false;
   bool retry = false;
   bool update = false;
+  bool force = false;  // errors that are found before the run do not keep it from beginning
   CheckpointPlan::Setting checkpoint;
   std::vector<std::string> absorbs;
   std::string key_file;

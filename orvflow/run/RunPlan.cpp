@@ -55,7 +55,7 @@ void PlanAbsorbs(const RunOptions& options, const WorkflowHost& host, IDictionar
       throw FileError(ExitCode::DictionaryDamaged, shown_name, WorkflowSchema::kWorkFlowName,
                       "only a workflow with a name can be absorbed; give it one");
     }
-    CheckFlow(*flow, shown_name, {.is_guest = true, .file = file});
+    CheckFlow(*flow, shown_name, {.is_guest = true, .is_forced = options.force, .file = file});
     if (std::find(known.begin(), known.end(), name) == known.end()) plan.absorbs.push_back(file);
   }
 }
@@ -86,7 +86,10 @@ RunPlan MakeRunPlan(const RunOptions& options, const FlowSource& source, const W
   const std::string& shown_name = plan.continued ? state.shown_name() : source.shown_name();
   for (const Setting& setting : options.settings) ApplySetting(*dictionary, setting, shown_name);
   CheckFlow(*dictionary, shown_name,
-            {.takes_in_others = !options.absorbs.empty(), .is_continued = plan.continued, .file = plan.flow});
+            {.takes_in_others = !options.absorbs.empty(),
+             .is_continued = plan.continued,
+             .is_forced = options.force,
+             .file = plan.flow});
   PlanAbsorbs(options, host, *dictionary, plan);
   if (plan.name.empty()) plan.name = source.shown_name();
   RefuseAStateThatCannotBeSaved(options, state, plan);

@@ -12,6 +12,7 @@ enum class ExitCode : int {
   Done = 0,
   Failed = 1,             // also: not found, and a run that took too long
   Usage = 2,              // the command line
+  CheckFailed = 3,        // a check found errors
   PluginBroken = 4,       // a plug-in library is missing, cannot be loaded or lacks a type
   DictionaryDamaged = 5,  // a file is no dictionary, no workflow or no state
   Resumable = 6,          // stopped, with the state saved

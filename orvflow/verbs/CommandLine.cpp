@@ -101,12 +101,14 @@ ExitCode ExecuteCommandLine(std::vector<std::string> words) {
   program.set_version_flag("--version", "orvflow " ORVFLOW_VERSION);
   program.allow_extras();
   program.footer(
-      "Exit codes: 0 done, 1 failed or not found, 2 usage, 4 a plug-in is missing or broken,\n"
+      "Exit codes: 0 done, 1 failed or not found, 2 usage, 3 check found errors,\n"
+      "4 a plug-in is missing or broken,\n"
       "5 a file is no workflow or a saved state is damaged, 6 stopped with its state saved,\n"
       "7 a file is in use by another process, 130 and 143 stopped without.");
   std::vector<std::unique_ptr<Verb>> verbs;
   verbs.push_back(MakeRunVerb(program));
   verbs.push_back(MakeStatusVerb(program));
+  verbs.push_back(MakeCheckVerb(program));
   verbs.push_back(MakeInspectVerb(program));
   verbs.push_back(MakeDictVerb(program));
   verbs.push_back(MakeMatchVerb(program));

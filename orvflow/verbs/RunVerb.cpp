@@ -51,6 +51,7 @@ RunVerb::RunVerb(CLI::App& program)
   command().add_flag("--retry", options_.retry,
                      "Continues, and delivers the signals that failed in earlier runs once more");
   command().add_flag("--update", options_.update, "Continues, with what was added or changed in the flow file since");
+  command().add_flag("--force", options_.force, "Runs although errors were found that it cannot get past");
   command()
       .add_option(
           "--checkpoint", checkpoint_,

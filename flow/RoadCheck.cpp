@@ -1,0 +1,218 @@
+// What the wiring leads to as a whole: nodes that no signal can come to, and circles that no signal gets out of.
+#include <algorithm>
+#include <unordered_map>
+#include <unordered_set>
+
+#include "base/text/Suggestion.h"
+#include "flow/Checks.h"
+
+namespace OrvWorkFlow::Flow {
+
+namespace {
+
+using Place = std::size_t;  // of an instance
+
+struct Node {
+  const NodeType* type = nullptr;
+  const Instance* instance = nullptr;
+  const NodeDescription* kind = nullptr;
+  std::vector<Place> next;  // without the same one twice
+  bool has_way_out = false;
+};
+
+std::string KeyOf(const std::string& type, const std::string& instance) { return type + "," + instance; }
+std::string NameOf(const Node& node) { return node.type->name + " " + node.instance->name; }
+
+// The strongly connected parts, after Tarjan, without recursion: a chain of 10^5 nodes has to fit.
+class Circles {
+ public:
+  explicit Circles(const std::vector<Node>& nodes)
+      : nodes_(nodes), order_(nodes.size(), kNew), low_(nodes.size(), 0), on_path_(nodes.size(), false) {
+    for (Place place = 0; place < nodes.size(); ++place) {
+      if (order_[place] == kNew) Walk(place);
+    }
+  }
+
+  // Each with its nodes in the order in which they are in the workflow.
+  std::vector<std::vector<Place>> found;
+
+ private:
+  static constexpr std::size_t kNew = static_cast<std::size_t>(-1);
+  struct Step {
+    Place place;
+    std::size_t next;
+  };
+
+  void Enter(Place place) {
+    order_[place] = low_[place] = count_++;
+    path_.push_back(place);
+    on_path_[place] = true;
+    steps_.push_back({place, 0});
+  }
+
+  void Walk(Place first) {
+    Enter(first);
+    while (!steps_.empty()) {
+      Step& step = steps_.back();
+      const Place place = step.place;
+      if (step.next < nodes_[place].next.size()) {
+        const Place next = nodes_[place].next[step.next++];
+        if (order_[next] == kNew) {
+          Enter(next);
+        } else if (on_path_[next]) {
+          low_[place] = std::min(low_[place], order_[next]);
+        }
+        continue;
+      }
+      steps_.pop_back();
+      if (!steps_.empty()) low_[steps_.back().place] = std::min(low_[steps_.back().place], low_[place]);
+      if (low_[place] == order_[place]) TakePart(place);
+    }
+  }
+
+  void TakePart(Place first) {
+    std::vector<Place> part;
+    for (Place place = kNew; place != first;) {
+      place = path_.back();
+      path_.pop_back();
+      on_path_[place] = false;
+      part.push_back(place);
+    }
+    const auto& next = nodes_[first].next;
+    const bool leads_to_itself = std::find(next.begin(), next.end(), first) != next.end();
+    if (part.size() == 1 && !leads_to_itself) return;
+    std::sort(part.begin(), part.end());
+    found.push_back(std::move(part));
+  }
+
+  const std::vector<Node>& nodes_;
+  std::vector<std::size_t> order_;
+  std::vector<std::size_t> low_;
+  std::vector<bool> on_path_;
+  std::vector<Place> path_;
+  std::vector<Step> steps_;
+  std::size_t count_ = 0;
+};
+
+class RoadCheck {
+ public:
+  RoadCheck(const Workflow& workflow, const NodeKinds& kinds, Findings& findings) : findings_(findings) {
+    for (const NodeType& type : workflow.types) {
+      const auto kind = kinds.find(type.name);
+      for (const Instance& instance : type.instances) {
+        places_.emplace(KeyOf(type.name, instance.name), nodes_.size());
+        nodes_.push_back({&type, &instance, kind == kinds.end() ? nullptr : kind->second, {}, false});
+      }
+    }
+    for (Node& node : nodes_) ReadRoads(node);
+  }
+
+  void CheckReached(const Address& start) {
+    std::vector<bool> reached(nodes_.size(), false);
+    std::vector<Place> waiting;
+    const auto reach = [&](Place place) {
+      if (!reached[place]) waiting.push_back(place);
+      reached[place] = true;
+    };
+    const auto first = places_.find(KeyOf(start.type, start.instance));
+    if (first == places_.end()) return;
+    reach(first->second);
+    // What says nothing about itself may begin on its own.
+    for (Place place = 0; place < nodes_.size(); ++place) {
+      if (nodes_[place].kind == nullptr) reach(place);
+    }
+    while (!waiting.empty()) {
+      const Place place = waiting.back();
+      waiting.pop_back();
+      for (const Place next : nodes_[place].next) reach(next);
+    }
+    TellUnreached(reached);
+  }
+
+  void CheckCircles() {
+    for (const std::vector<Place>& circle : Circles(nodes_).found) {
+      const std::unordered_set<Place> inside(circle.begin(), circle.end());
+      const bool ends = std::any_of(circle.begin(), circle.end(), [&](Place place) {
+        const Node& node = nodes_[place];
+        return node.kind == nullptr || node.has_way_out ||
+               std::any_of(node.next.begin(), node.next.end(), [&](Place next) { return inside.count(next) == 0; });
+      });
+      if (ends) continue;
+      std::vector<std::string> names;
+      for (const Place place : circle) {
+        if (names.size() < kMostNames) names.push_back(NameOf(nodes_[place]));
+      }
+      const std::string more = circle.size() > names.size() ? ", and others" : "";
+      Add(Severity::Warning, circle.front(),
+          circle.size() == 1 ? "its signals lead to itself only, so the workflow never comes to its end"
+                             : "signals go round for ever between " + Base::Enumerate(names) + more,
+          std::string("map one of their signals to a node outside, or say that it is meant: a boolean yes in ") +
+              kEndlessIsMeant);
+    }
+  }
+
+ private:
+  static constexpr std::size_t kMostNames = 4;
+
+  // Those that no other instance leads to are named elsewhere.
+  void TellUnreached(const std::vector<bool>& reached) {
+    std::unordered_map<Place, std::vector<std::string>> from;
+    for (Place place = 0; place < nodes_.size(); ++place) {
+      for (const Place next : nodes_[place].next) {
+        if (reached[next] || next == place) continue;
+        std::vector<std::string>& names = from[next];
+        if (names.size() < kMostNames) names.push_back(NameOf(nodes_[place]));
+      }
+    }
+    for (Place place = 0; place < nodes_.size(); ++place) {
+      const auto names = from.find(place);
+      if (names == from.end()) continue;
+      Add(Severity::Note, place,
+          "no signal comes to this instance, since none comes to " + Base::Enumerate(names->second), "");
+    }
+  }
+
+  void ReadRoads(Node& node) {
+    std::unordered_set<std::string> mapped;
+    for (const OutputSignal& output : node.instance->outputs) {
+      for (const Mapping& mapping : output.mappings) {
+        if (!mapping.receiver) continue;
+        const auto receiver = places_.find(KeyOf(mapping.receiver->type, mapping.receiver->instance));
+        // To somebody who may come later.
+        if (receiver == places_.end()) node.has_way_out = true;
+        if (receiver != places_.end()) node.next.push_back(receiver->second);
+        mapped.insert(output.name);
+      }
+    }
+    std::sort(node.next.begin(), node.next.end());
+    node.next.erase(std::unique(node.next.begin(), node.next.end()), node.next.end());
+    if (node.kind == nullptr) return;
+    // A signal that nobody takes ends its road.
+    for (const NodeOutput& output : node.kind->outputs) {
+      if (mapped.count(output.name) == 0) node.has_way_out = true;
+    }
+  }
+
+  void Add(Severity severity, Place place, std::string what, std::string remedy) {
+    findings_.push_back({severity, Area::Wiring, nodes_[place].instance->path, std::move(what), std::move(remedy)});
+  }
+
+  std::vector<Node> nodes_;
+  std::unordered_map<std::string, Place> places_;
+  Findings& findings_;
+};
+
+}  // namespace
+
+void CheckRoads(IDictionary& dictionary, const Workflow& workflow, const NodeKinds& kinds, const CheckOptions& options,
+                Findings& findings) {
+  RoadCheck check(workflow, kinds, findings);
+  const bool is_whole = !options.is_continued && !MayTakeOthersIn(workflow, options);
+  // An error may be why nothing comes.
+  if (is_whole && !HasErrors(findings)) check.CheckReached(workflow.start);
+  bool is_meant = false;
+  if (dictionary.GetValue(kEndlessIsMeant, &is_meant) && is_meant) return;
+  check.CheckCircles();
+}
+
+}  // namespace OrvWorkFlow::Flow

@@ -1,0 +1,127 @@
+#include "orvflow/check/FindingsOutput.h"
+
+#include "nlohmann/json.hpp"
+#include "orvflow/terminal/Terminal.h"
+
+namespace OrvWorkFlow::Program {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+using Flow::Severity;
+
+const char* WordFor(Severity severity) {
+  switch (severity) {
+    case Severity::Error:
+      return "error";
+    case Severity::Warning:
+      return "warning";
+    case Severity::Note:
+      return "note";
+  }
+  return "note";
+}
+
+const char* RuleOf(const Flow::Finding& finding) { return finding.area == Flow::Area::Plugins ? "plugin" : "wiring"; }
+
+std::string TextOf(const Flow::Finding& finding) {
+  return finding.remedy.empty() ? finding.what : finding.what + "; " + finding.remedy;
+}
+
+std::string Counted(std::size_t count, const char* word) {
+  return std::to_string(count) + " " + word + (count == 1 ? "" : "s");
+}
+
+// Texts of a flow may be no UTF-8: what is not stands as U+FFFD.
+std::string Written(const Json& json) { return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n"; }
+
+Json LocationOf(const std::string& file, const PlacedFinding& placed) {
+  Json physical = {{"artifactLocation", {{"uri", file}}}};
+  if (placed.place.line > 0) {
+    physical["region"] = {{"startLine", placed.place.line}, {"startColumn", placed.place.column}};
+  }
+  Json location = {{"physicalLocation", physical}};
+  if (!placed.finding.path.empty()) {
+    location["logicalLocations"] = Json::array({{{"fullyQualifiedName", placed.finding.path}}});
+  }
+  return location;
+}
+
+}  // namespace
+
+FindingCounts Count(const std::vector<FileFindings>& files) {
+  FindingCounts counts;
+  for (const FileFindings& file : files) {
+    for (const PlacedFinding& placed : file.findings) {
+      const Severity severity = placed.finding.severity;
+      ++(severity == Severity::Error ? counts.errors : severity == Severity::Warning ? counts.warnings : counts.notes);
+    }
+  }
+  return counts;
+}
+
+std::string FindingsAsText(const std::vector<FileFindings>& files) {
+  std::string text;
+  for (const FileFindings& file : files) {
+    for (const auto& [finding, place] : file.findings) {
+      std::string line = file.shown_name;
+      if (place.line > 0) line += ":" + std::to_string(place.line) + ":" + std::to_string(place.column);
+      line += ": ";
+      if (!finding.path.empty()) line += finding.path + ": ";
+      text += Visible(line + WordFor(finding.severity) + ": " + TextOf(finding)) + "\n";
+    }
+  }
+  if (text.empty()) return text;
+  const FindingCounts counts = Count(files);
+  text += Counted(counts.errors, "error") + ", " + Counted(counts.warnings, "warning");
+  if (counts.notes > 0) text += ", " + Counted(counts.notes, "note");
+  return text + "\n";
+}
+
+std::string FindingsAsJson(const std::vector<FileFindings>& files) {
+  Json list = Json::array();
+  for (const FileFindings& file : files) {
+    Json findings = Json::array();
+    for (const auto& [finding, place] : file.findings) {
+      Json one = {{"severity", WordFor(finding.severity)}, {"rule", RuleOf(finding)}, {"path", finding.path}};
+      if (place.line > 0) {
+        one["line"] = place.line;
+        one["column"] = place.column;
+      }
+      one["what"] = finding.what;
+      one["remedy"] = finding.remedy;
+      findings.push_back(std::move(one));
+    }
+    list.push_back({{"file", file.shown_name}, {"findings", std::move(findings)}});
+  }
+  const FindingCounts counts = Count(files);
+  return Written({{"version", 1},
+                  {"errors", counts.errors},
+                  {"warnings", counts.warnings},
+                  {"notes", counts.notes},
+                  {"files", std::move(list)}});
+}
+
+std::string FindingsAsSarif(const std::vector<FileFindings>& files) {
+  Json results = Json::array();
+  for (const FileFindings& file : files) {
+    for (const PlacedFinding& placed : file.findings) {
+      results.push_back({{"ruleId", RuleOf(placed.finding)},
+                         {"level", WordFor(placed.finding.severity)},
+                         {"message", {{"text", TextOf(placed.finding)}}},
+                         {"locations", Json::array({LocationOf(file.shown_name, placed)})}});
+    }
+  }
+  const auto rule = [](const char* id, const char* sentence) {
+    return Json{{"id", id}, {"shortDescription", {{"text", sentence}}}};
+  };
+  const Json driver = {{"name", "orvflow"},
+                       {"version", ORVFLOW_VERSION},
+                       {"rules", Json::array({rule("wiring", "Names, signals, mappings and parameters of a workflow"),
+                                              rule("plugin", "The libraries that hold the nodes of a workflow")})}};
+  return Written({{"$schema", "https://json.schemastore.org/sarif-2.1.0.json"},
+                  {"version", "2.1.0"},
+                  {"runs", Json::array({{{"tool", {{"driver", driver}}}, {"results", std::move(results)}}})}});
+}
+
+}  // namespace OrvWorkFlow::Program

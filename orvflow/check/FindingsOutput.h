@@ -1,0 +1,37 @@
+// What was found in flows, as people, programs and code hosts read it.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "flow/Finding.h"
+#include "flow/SourcePlaces.h"
+
+namespace OrvWorkFlow::Program {
+
+struct PlacedFinding {
+  Flow::Finding finding;
+  Flow::SourcePlace place;  // line 0 where the file cannot be looked into
+};
+
+// What was found in one file, in the order of its lines.
+struct FileFindings {
+  std::string shown_name;
+  std::vector<PlacedFinding> findings;
+};
+
+struct FindingCounts {
+  std::size_t errors = 0;
+  std::size_t warnings = 0;
+  std::size_t notes = 0;
+};
+FindingCounts Count(const std::vector<FileFindings>& files);
+
+// "FILE:LINE:COLUMN: /Path: severity: what; what to do", a line each, and a line that counts; "" for none.
+std::string FindingsAsText(const std::vector<FileFindings>& files);
+// docs/findings.schema.json.
+std::string FindingsAsJson(const std::vector<FileFindings>& files);
+// SARIF 2.1.0.
+std::string FindingsAsSarif(const std::vector<FileFindings>& files);
+
+}  // namespace OrvWorkFlow::Program
