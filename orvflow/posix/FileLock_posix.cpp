@@ -21,9 +21,32 @@ struct FileLock::System {
     if (file >= 0) close(file);
     file = -1;
   }
+  // Makes the file, or opens the one that is there. False with the system's error.
+  bool Open() {
+    constexpr int kFlags = O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
+    file = open(path.c_str(), kFlags | O_EXCL, 0600);
+    is_new = file >= 0;
+    if (!is_new) file = open(path.c_str(), kFlags, 0600);
+    return file >= 0;
+  }
+  // False with the system's error. Tries a second time: a failing disk may have recovered.
+  bool Lock() const {
+    for (int attempt = 0; attempt < 2; ++attempt) {
+      int result = 0;
+      do {
+        result = flock(file, LOCK_EX | LOCK_NB);
+      } while (result != 0 && errno == EINTR);
+      if (result == 0 || errno == EWOULDBLOCK) return result == 0;
+    }
+    return false;
+  }
   // False when the file that was opened is not the one of that name any more: its owner has removed it meanwhile.
   // Nothing when the system cannot tell.
   std::optional<bool> IsCurrent() const {
+    const std::optional<bool> first = Look();
+    return first ? first : Look();  // As with Lock.
+  }
+  std::optional<bool> Look() const {
     struct stat opened = {};
     struct stat named = {};
     if (fstat(file, &opened) != 0) return std::nullopt;
@@ -43,25 +66,22 @@ struct FileLock::System {
 
   std::string path;
   int file = -1;
+  bool is_new = false;
 };
 
 FileLock::FileLock(const std::string& file) : system_(std::make_unique<System>(file)) {
   for (;;) {
-    system_->file = open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600);
-    if (system_->file < 0) {
+    if (!system_->Open()) {
       Fail();
       return;
     }
-    if (flock(system_->file, LOCK_EX | LOCK_NB) != 0) {
-      if (errno == EINTR) {
-        system_->Close();
-        continue;
-      }
+    if (!system_->Lock()) {
       if (errno == EWOULDBLOCK) {
         outcome_ = Outcome::InUse;
         owner_ = system_->Read();
       } else {
         Fail();
+        if (system_->is_new) unlink(file.c_str());  // Where nothing can be locked it is of use to nobody.
       }
       return;
     }
