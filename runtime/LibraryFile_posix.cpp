@@ -36,18 +36,20 @@ class OpenFile {
   bool IsOpen() const { return file_ >= 0; }
   bool GetStatus(struct stat* status) const { return fstat(file_, status) == 0; }
 
-  // False when the file ends before.
-  bool Read(void* bytes, std::size_t size, std::uint64_t offset) const {
+  // 0, the system's error, or kEnded when the file ends before.
+  static constexpr int kEnded = -1;
+  int Read(void* bytes, std::size_t size, std::uint64_t offset) const {
     auto* to = static_cast<char*>(bytes);
     while (size != 0) {
       const ssize_t count = pread(file_, to, size, static_cast<off_t>(offset));
       if (count < 0 && errno == EINTR) continue;
-      if (count <= 0) return false;
+      if (count < 0) return errno;
+      if (count == 0) return kEnded;
       to += count;
       size -= static_cast<std::size_t>(count);
       offset += static_cast<std::uint64_t>(count);
     }
-    return true;
+    return 0;
   }
 
  private:
@@ -64,8 +66,18 @@ bool IsWithin(std::uint64_t offset, std::uint64_t size, std::uint64_t file_size)
   return offset <= file_size && size <= file_size - offset;
 }
 
+std::string DescribeError(int error) { return "cannot be read: " + std::generic_category().message(error); }
+
+// Reads a part of a file of that size; where the file is too short the reason is `missing`.
+bool ReadPart(const OpenFile& file, std::uint64_t file_size, void* bytes, std::size_t size, std::uint64_t offset,
+              const char* missing, std::string* reason) {
+  if (!IsWithin(offset, size, file_size)) return Fail(reason, missing);
+  const int error = file.Read(bytes, size, offset);
+  return error == 0 || Fail(reason, error == OpenFile::kEnded ? missing : DescribeError(error));
+}
+
 // The header of the running program, which says what this machine loads.
-bool ReadOwnHeader(Header* header) { return OpenFile("/proc/self/exe").Read(header, sizeof *header, 0); }
+bool ReadOwnHeader(Header* header) { return OpenFile("/proc/self/exe").Read(header, sizeof *header, 0) == 0; }
 
 bool CheckHeader(const Header& header, std::string* reason) {
   if (std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0) return Fail(reason, "is no library: it is not in ELF format");
@@ -85,9 +97,7 @@ bool CheckSegments(const OpenFile& file, const Header& header, std::uint64_t siz
   }
   std::vector<Segment> segments(header.e_phnum);
   const std::size_t table_size = segments.size() * sizeof(Segment);
-  if (!IsWithin(header.e_phoff, table_size, size) || !file.Read(segments.data(), table_size, header.e_phoff)) {
-    return Fail(reason, kCutOff);
-  }
+  if (!ReadPart(file, size, segments.data(), table_size, header.e_phoff, kCutOff, reason)) return false;
   bool has_dynamic = false;
   for (const Segment& segment : segments) {
     if (segment.p_type == PT_DYNAMIC) has_dynamic = true;
@@ -130,8 +140,6 @@ bool CheckOwner(const std::string& file, const struct stat& target, std::string*
   return Fail(reason, "refused: it belongs to another user and lies in a folder that all may write to");
 }
 
-std::string DescribeError(int error) { return "cannot be read: " + std::generic_category().message(error); }
-
 }  // namespace
 
 bool CheckLibraryFile(const std::string& file, std::string* reason) {
@@ -145,10 +153,8 @@ bool CheckLibraryFile(const std::string& file, std::string* reason) {
   if (!CheckOwner(file, status, reason)) return false;
   const auto size = static_cast<std::uint64_t>(status.st_size);
   Header header = {};
-  if (size < sizeof header || !opened.Read(&header, sizeof header, 0)) {
-    return Fail(reason, "is no library: it is too short");
-  }
-  return CheckHeader(header, reason) && CheckSegments(opened, header, size, reason) &&
+  return ReadPart(opened, size, &header, sizeof header, 0, "is no library: it is too short", reason) &&
+         CheckHeader(header, reason) && CheckSegments(opened, header, size, reason) &&
          CheckSections(header, size, reason);
 }
 

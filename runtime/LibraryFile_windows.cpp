@@ -34,13 +34,16 @@ class OpenFile {
     return GetFileSizeEx(file_, &size) != 0 ? static_cast<std::uint64_t>(size.QuadPart) : 0;
   }
 
-  // False when the file ends before.
-  bool Read(void* bytes, std::size_t size, std::uint64_t offset) const {
+  // ERROR_SUCCESS, the system's error, or ERROR_HANDLE_EOF when the file ends before.
+  DWORD Read(void* bytes, std::size_t size, std::uint64_t offset) const {
     LARGE_INTEGER place = {};
     place.QuadPart = static_cast<LONGLONG>(offset);
     DWORD count = 0;
-    return SetFilePointerEx(file_, place, nullptr, FILE_BEGIN) != 0 &&
-           ReadFile(file_, bytes, static_cast<DWORD>(size), &count, nullptr) != 0 && count == size;
+    if (SetFilePointerEx(file_, place, nullptr, FILE_BEGIN) == 0 ||
+        ReadFile(file_, bytes, static_cast<DWORD>(size), &count, nullptr) == 0) {
+      return GetLastError();
+    }
+    return count == size ? ERROR_SUCCESS : ERROR_HANDLE_EOF;
   }
 
  private:
@@ -55,6 +58,16 @@ bool Fail(std::string* reason, std::string text) {
 // Without an overflow: the numbers come from the file.
 bool IsWithin(std::uint64_t offset, std::uint64_t size, std::uint64_t file_size) {
   return offset <= file_size && size <= file_size - offset;
+}
+
+std::string DescribeError(DWORD error) { return "cannot be read (error " + std::to_string(error) + ")"; }
+
+// Reads a part of a file of that size; where the file is too short the reason is `missing`.
+bool ReadPart(const OpenFile& file, std::uint64_t file_size, void* bytes, std::size_t size, std::uint64_t offset,
+              const char* missing, std::string* reason) {
+  if (!IsWithin(offset, size, file_size)) return Fail(reason, missing);
+  const DWORD error = file.Read(bytes, size, offset);
+  return error == ERROR_SUCCESS || Fail(reason, error == ERROR_HANDLE_EOF ? missing : DescribeError(error));
 }
 
 // The headers of the running program, which say what this process loads.
@@ -82,9 +95,7 @@ bool CheckSections(const OpenFile& file, const IMAGE_FILE_HEADER& header, std::u
   std::vector<IMAGE_SECTION_HEADER> sections(header.NumberOfSections);
   if (sections.empty()) return Fail(reason, "is no library that can be loaded: it has no sections");
   const std::size_t table_size = sections.size() * sizeof(IMAGE_SECTION_HEADER);
-  if (!IsWithin(table, table_size, size) || !file.Read(sections.data(), table_size, table)) {
-    return Fail(reason, kCutOff);
-  }
+  if (!ReadPart(file, size, sections.data(), table_size, table, kCutOff, reason)) return false;
   for (const IMAGE_SECTION_HEADER& section : sections) {
     if (section.PointerToRawData == 0) continue;  // Has no bytes in the file.
     if (!IsWithin(section.PointerToRawData, section.SizeOfRawData, size)) return Fail(reason, kCutOff);
@@ -99,12 +110,9 @@ bool CheckSymbols(const OpenFile& file, const IMAGE_FILE_HEADER& header, std::ui
   constexpr std::uint64_t kSymbolSize = 18;
   const std::uint64_t names = header.PointerToSymbolTable + header.NumberOfSymbols * kSymbolSize;
   std::uint32_t names_size = 0;
-  const bool is_whole = IsWithin(names, sizeof names_size, size) && file.Read(&names_size, sizeof names_size, names) &&
-                        IsWithin(names, names_size, size);
-  return is_whole || Fail(reason, kCutOff);
+  return ReadPart(file, size, &names_size, sizeof names_size, names, kCutOff, reason) &&
+         (IsWithin(names, names_size, size) || Fail(reason, kCutOff));
 }
-
-std::string DescribeError(DWORD error) { return "cannot be read (error " + std::to_string(error) + ")"; }
 
 }  // namespace
 
@@ -114,13 +122,11 @@ bool CheckLibraryFile(const std::string& file, std::string* reason) {
   if (!opened.IsOnDisk()) return Fail(reason, "is no regular file");
   const std::uint64_t size = opened.GetSize();
   IMAGE_DOS_HEADER dos = {};
-  if (size < sizeof dos || !opened.Read(&dos, sizeof dos, 0)) return Fail(reason, "is no library: it is too short");
+  if (!ReadPart(opened, size, &dos, sizeof dos, 0, "is no library: it is too short", reason)) return false;
   if (dos.e_magic != IMAGE_DOS_SIGNATURE) return Fail(reason, "is no library of this system");
   const auto place = static_cast<std::uint64_t>(static_cast<std::uint32_t>(dos.e_lfanew));
   IMAGE_NT_HEADERS headers = {};
-  if (!IsWithin(place, sizeof headers, size) || !opened.Read(&headers, sizeof headers, place)) {
-    return Fail(reason, kCutOff);
-  }
+  if (!ReadPart(opened, size, &headers, sizeof headers, place, kCutOff, reason)) return false;
   if (!CheckHeaders(headers, reason)) return false;
   const std::uint64_t table =
       place + offsetof(IMAGE_NT_HEADERS, OptionalHeader) + headers.FileHeader.SizeOfOptionalHeader;

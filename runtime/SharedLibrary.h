@@ -11,7 +11,8 @@ namespace OrvWorkFlow {
 class SharedLibrary {
  public:
   // Loads the file of that absolute path, with all that it needs: null and a one-line `reason` of the system otherwise.
-  // Runs the library's static objects. The system's search path is not used for the file itself.
+  // Throws std::bad_alloc when the system has no memory for it. Runs the library's static objects. The system's search
+  // path is not used for the file itself.
   static std::unique_ptr<SharedLibrary> Open(const std::string& file, std::string* reason);
 
   virtual ~SharedLibrary() = default;

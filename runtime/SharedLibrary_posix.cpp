@@ -4,7 +4,9 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
+#include <new>
 #include <string_view>
 
 namespace OrvWorkFlow {
@@ -51,8 +53,10 @@ std::string WithoutEnding(const std::string& name) {
 }  // namespace
 
 std::unique_ptr<SharedLibrary> SharedLibrary::Open(const std::string& file, std::string* reason) {
+  errno = 0;
   void* const handle = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (handle == nullptr) {
+    if (errno == ENOMEM) throw std::bad_alloc();  // The library may be whole.
     *reason = GetLoadError(file);
     return nullptr;
   }

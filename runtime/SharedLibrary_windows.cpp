@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <new>
 #include <string_view>
 
 #include "runtime/SharedLibrary.h"
@@ -66,6 +67,10 @@ std::string DescribeError(DWORD error) {
   return (text.empty() ? "cannot be loaded" : text) + " (error " + std::to_string(error) + ")";
 }
 
+bool IsLackOfMemory(DWORD error) {
+  return error == ERROR_NOT_ENOUGH_MEMORY || error == ERROR_OUTOFMEMORY || error == ERROR_COMMITMENT_LIMIT;
+}
+
 // The directory of a module's file; "" for one that the system does not tell.
 std::string GetDirectoryOfModule(HMODULE module) {
   std::wstring file(MAX_PATH, L'\0');
@@ -106,7 +111,9 @@ std::unique_ptr<SharedLibrary> SharedLibrary::Open(const std::string& file, std:
   const DWORD flags = LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_DEFAULT_DIRS;
   HMODULE const module = LoadLibraryExW(ToWide(file).c_str(), nullptr, flags);
   if (module == nullptr) {
-    *reason = DescribeError(::GetLastError());
+    const DWORD error = ::GetLastError();
+    if (IsLackOfMemory(error)) throw std::bad_alloc();  // The library may be whole.
+    *reason = DescribeError(error);
     return nullptr;
   }
   return std::make_unique<WindowsLibrary>(module);

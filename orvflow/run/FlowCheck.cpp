@@ -18,13 +18,18 @@ namespace OrvWorkFlow::Program {
 
 namespace {
 
+bool LoadFrom(const std::string& path, std::string& reason) {
+  if (WorkFlowFactory::LoadSharedLibrary(path.c_str())) return true;
+  reason = WorkFlowFactory::LastLoadError();
+  if (reason == PluginLoader::kNoMemory) throw std::bad_alloc();
+  return false;
+}
+
 // As the mediator loads a library: by its name as it stands, then from the plug-in directories. The reason is that of
 // the first attempt.
 bool LoadLibrary(const std::string& library, std::string& reason) {
-  if (WorkFlowFactory::LoadSharedLibrary(library.c_str())) return true;
-  reason = WorkFlowFactory::LastLoadError();
-  if (reason == PluginLoader::kNoMemory) throw std::bad_alloc();
-  return WorkFlowFactory::LoadSharedLibrary((WorkflowSchema::kPluginPrefix + library).c_str());
+  std::string second_reason;
+  return LoadFrom(library, reason) || LoadFrom(WorkflowSchema::kPluginPrefix + library, second_reason);
 }
 
 constexpr std::size_t kMostLines = 100;

@@ -1,5 +1,6 @@
 // orvflow inspect LIBRARY...: what a library registers.
 #include <algorithm>
+#include <new>
 #include <vector>
 
 #include "OrvWorkFlow/Names.h"
@@ -124,7 +125,9 @@ bool InspectVerb::Inspect(const std::string& library) {
     }
   }
   if (!WorkFlowFactory::LoadSharedLibrary(path.c_str())) {
-    PrintErrorLine(WorkFlowFactory::LastLoadError());
+    const std::string reason = WorkFlowFactory::LastLoadError();
+    if (reason == PluginLoader::kNoMemory) throw std::bad_alloc();
+    PrintErrorLine(reason);
     return false;
   }
   std::vector<TypeDescription> types;
