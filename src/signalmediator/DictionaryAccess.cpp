@@ -13,6 +13,24 @@ void ThrowUnlessMissing(IDictionary& dictionary, const std::string& path, ValueT
   if (dictionary.GetValueType(path.c_str()) == type && !dictionary.IsRedirection(path.c_str())) throw std::bad_alloc();
 }
 
+// Overwrites what the marshalled text holds, in its place, before it is given back.
+class WipedAtEnd {
+ public:
+  explicit WipedAtEnd(const Marshalled<IOrvPString>& text) : text_(text) {}
+  ~WipedAtEnd() {
+    if (!text_ || text_.get()->GetLength() == 0) return;
+    try {
+      text_.get()->Assign(std::string(text_.get()->GetLength(), '\0').data(), text_.get()->GetLength());
+    } catch (...) {  // It goes with what it holds.
+    }
+  }
+  WipedAtEnd(const WipedAtEnd&) = delete;
+  WipedAtEnd& operator=(const WipedAtEnd&) = delete;
+
+ private:
+  const Marshalled<IOrvPString>& text_;
+};
+
 }  // namespace
 
 bool ReadEntryText(IDictionary& dictionary, const std::string& path, std::string& text) {
@@ -32,6 +50,7 @@ bool ReadEntryTexts(IDictionary& dictionary, const std::string& path, std::vecto
 void ReadEntrySecret(IDictionary& dictionary, const std::string& path, SecretText& text) {
   text.Clear();
   const Marshalled<IOrvPString> value;
+  const WipedAtEnd wiped(value);
   if (value && dictionary.GetValue(path.c_str(), value.get())) {
     text.Assign({value.get()->GetText(), value.get()->GetLength()});
   } else {

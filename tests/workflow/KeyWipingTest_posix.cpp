@@ -82,5 +82,20 @@ TEST(KeyWipingTest, EngineAndMediatorWipeTheirCopies) {
             0);
 }
 
+// The dictionary that the key is read from keeps it; nobody else does.
+TEST(KeyWipingTest, AWorkflowsKeyGoesWithTheNodesThatWereGivenIt) {
+  const TimeLimit limit(std::chrono::seconds(120));
+  Workbench bench(Host::kNone, Log::kNone);
+  bench.AddNode("Actor", "A", "GoodPlugin");
+  bench.dictionary().SetValue("/WorkFlowEngine/WorkNodes/Actor/Instances/A/wfName", "Flow");
+  bench.dictionary().SetValue("/WorkFlowEngine/Directories/Flow/ObfuscationKey", kKey);
+  ASSERT_TRUE(bench.LoadNodes());
+  EXPECT_EQ(BlocksWithKey([&] {
+              EXPECT_TRUE(bench.mediator().LoadWorkNodesNow(true));
+              EXPECT_TRUE(bench.mediator().DeleteAllUtilityObjectsAndWorknodesFromMemory());
+            }),
+            0);
+}
+
 }  // namespace
 }  // namespace orv_test

@@ -9,6 +9,7 @@
 // Override what the object does differently. The texts lie in the object's own module and never leave it.
 #pragma once
 
+#include <cstddef>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -48,7 +49,11 @@ class ObjectProtocol : public Interface {
   bool SaveState(const char* /*path*/) override { return false; }
   bool ReservedSave(const char* /*argument*/) override { return false; }
 
-  void SetEncryptionKey(const char* key) override { KeepText(&encryption_key_, key); }
+  // Nothing of a key stays in memory when another one or the object's end comes.
+  void SetEncryptionKey(const char* key) override {
+    Wipe(&encryption_key_);
+    KeepText(&encryption_key_, key);
+  }
   bool GetTypeName(IOrvPString* name) override { return AssignText(name, type_name_); }
 
   // Null is refused; a second store takes the place of the first.
@@ -71,7 +76,7 @@ class ObjectProtocol : public Interface {
       : type_name_(type_name), interface_name_(interface_name) {}
   ObjectProtocol(const ObjectProtocol&) = delete;
   ObjectProtocol& operator=(const ObjectProtocol&) = delete;
-  ~ObjectProtocol() = default;
+  ~ObjectProtocol() { Wipe(&encryption_key_); }
 
   // False when `out` is null, refuses or throws.
   static bool AssignText(IOrvPString* out, const char* text) noexcept {
@@ -101,6 +106,12 @@ class ObjectProtocol : public Interface {
     } catch (...) {
       return false;
     }
+  }
+
+  // Through a volatile pointer: else the compiler leaves out what nobody reads again.
+  static void Wipe(std::string* text) noexcept {
+    volatile char* const characters = text->data();
+    for (std::size_t i = 0; i < text->size(); ++i) characters[i] = '\0';
   }
 
   void KeepText(std::string* kept, const char* text) {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "CoreObjects/Base64.h"
+#include "CoreObjects/Secret.h"
 #include "dictionary/object/Guarded.h"
 #include "dictionary/object/MarshalledLists.h"
 #include "dictionary/values/ValueTypes.h"
@@ -39,7 +40,10 @@ template <class Char, class String>
 bool GetText(DataStore& store, const char* path, String* value) noexcept {
   return Guarded([&] {
     std::basic_string<Char> text;
-    return value != nullptr && store.Get(path, text) && AssignText(value, std::basic_string_view<Char>(text));
+    if (value == nullptr || !store.Get(path, text)) return false;
+    const bool is_assigned = AssignText(value, std::basic_string_view<Char>(text));
+    Wipe(text.data(), text.size() * sizeof(Char));  // It may be a key.
+    return is_assigned;
   });
 }
 
