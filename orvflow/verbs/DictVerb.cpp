@@ -10,6 +10,7 @@
 #include "orvflow/files/DictionaryText.h"
 #include "orvflow/files/HostFiles.h"
 #include "orvflow/files/KeyFile.h"
+#include "orvflow/files/SaveLeftovers.h"
 #include "orvflow/run/WorkflowHost.h"
 #include "orvflow/terminal/StandardStreams.h"
 #include "orvflow/verbs/Verb.h"
@@ -190,7 +191,9 @@ void DictVerb::TellWhatASaveChanges(bool is_allowed) const {
 
 void DictVerb::Save() {
   if (file_ == "-") return Format();
-  SaveDictionary(*dictionary_, MakeAbsolutePath(file_), file_);
+  const std::string path = MakeAbsolutePath(file_);
+  RemoveSaveLeftovers(path);
+  SaveDictionary(*dictionary_, path, file_);
 }
 
 void DictVerb::Get() {

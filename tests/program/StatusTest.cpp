@@ -62,6 +62,20 @@ TEST_F(StatusTest, FindsTheRunOfAnotherState) {
   ExpectNoRun({"status", flow_}, flow_, state_);
 }
 
+// It has no name, so its state stands for it.
+TEST_F(StatusTest, FindsTheRunOfAFlowFromStandardInput) {
+  const std::string state = File("state.xml");
+  ExpectNoRun({"status", "-", "--state", state}, "-", state);
+  const ChildProcess run(ORVFLOW_PROGRAM, {"run", "-", "--state", state}, ReadFile(flow_));
+  const ProcessResult result = WaitForReport({"status", "-", "--state", state});
+  EXPECT_EQ(result.exit_code, 0);
+  EXPECT_EQ(result.error, "");
+  EXPECT_TRUE(result.output.starts_with("Test (standard input), process ")) << result.output;
+  const ProcessResult nameless = Run({"status", "-"});
+  EXPECT_EQ(nameless.exit_code, 2);
+  EXPECT_NE(nameless.error.find("name that with --state"), std::string::npos) << nameless.error;
+}
+
 TEST_F(StatusTest, SaysThatNothingRuns) {
   ExpectNoRun({"status", flow_}, flow_, state_);
   EXPECT_FALSE(std::filesystem::exists(state_ + ".lock"));

@@ -3,6 +3,7 @@
 //   ONE_FAILURE_KIND   which calls: "memory", or the name of a group of system calls below
 //   ONE_FAILURE_AT     the number of the one that fails, from 1, since `main` began, on any thread
 //   ONE_FAILURE_LASTS  "1": all from that one on
+//   ONE_FAILURE_KILLS  "1": the process is killed instead, before the call
 //   ONE_FAILURE_ERROR  the number of the system's error; else EIO, for memory ENOMEM
 //   ONE_FAILURE_PATH   only calls count that are given a path with this end
 //   ONE_FAILURE_COUNT  a file that gets the number of such calls when the program exits
@@ -20,6 +21,8 @@
 
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <signal.h>
+#include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -40,6 +43,7 @@ char path_end[256];
 char count_file[4096];
 long failing = 0;
 bool lasts = false;
+bool kills = false;
 int error = 0;
 int (*program_main)(int, char**, char**) = nullptr;
 __thread int without_memory = 0;  // so many allocations; -1 for all
@@ -58,6 +62,7 @@ bool Fails(const char* name, const char* path = nullptr) {
   const long number = calls.fetch_add(1) + 1;
   if (failing == 0 || (lasts ? number < failing : number != failing)) return false;
   OneFailureFails();
+  if (kills) kill(getpid(), SIGKILL);
   errno = error;
   return true;
 }
@@ -90,6 +95,7 @@ int Main(int argument_count, char** arguments, char** environment) {
   TakeText("ONE_FAILURE_COUNT", count_file);
   failing = TakeNumber("ONE_FAILURE_AT", 0);
   lasts = TakeNumber("ONE_FAILURE_LASTS", 0) != 0;
+  kills = TakeNumber("ONE_FAILURE_KILLS", 0) != 0;
   error = static_cast<int>(TakeNumber("ONE_FAILURE_ERROR", std::strcmp(kind, "memory") == 0 ? ENOMEM : EIO));
   unsetenv("ONE_FAILURE_KIND");  // Children get none of it.
   unsetenv("ONE_FAILURE_COUNT");
@@ -142,6 +148,7 @@ ONE_FAILURE("read", nullptr, pread, ssize_t, (int f, void* d, size_t n, off_t o)
 ONE_FAILURE("read", nullptr, pread64, ssize_t, (int f, void* d, size_t n, off64_t o), (f, d, n, o))
 ONE_FAILURE("fsync", nullptr, fsync, int, (int f), (f))
 ONE_FAILURE("fsync", nullptr, fdatasync, int, (int f), (f))
+ONE_FAILURE("flock", nullptr, flock, int, (int f, int how), (f, how))
 ONE_FAILURE("rename", b, rename, int, (const char* a, const char* b), (a, b))
 ONE_FAILURE("rename", b, renameat, int, (int f, const char* a, int g, const char* b), (f, a, g, b))
 ONE_FAILURE("rename", b, renameat2, int, (int f, const char* a, int g, const char* b, unsigned x), (f, a, g, b, x))
