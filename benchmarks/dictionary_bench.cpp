@@ -41,6 +41,7 @@ int main(int argc, char** argv) {
   Check(mkdtemp(directory.data()) != nullptr, "no temporary directory can be made");
   MeasureFiles(sizes, directory);
   MeasureValues(std::max<std::size_t>(100, *std::max_element(sizes.begin(), sizes.end())));
+  MeasureWatches();
   MeasureLists(directory);
   std::filesystem::remove_all(directory);
   OrvWorkFlow::WorkFlowFactory::ReleaseGlobalObjects();

@@ -27,6 +27,7 @@ constexpr Case kCases[] = {
     {"growth", &Growth},
     {"writing", &Writing},
     {"signals", &ManySignals},
+    {"options", &Options},
     {"absorbing", &Absorbing},
     {"saved_queues", &SavedQueues},
 };

@@ -24,6 +24,9 @@ void MeasureFiles(const std::vector<std::size_t>& sizes, const std::string& dire
 // Reads and writes integers in random order: 10^4 in a tree of fan-out 10, and 10^2 to `most` in one element.
 void MeasureValues(std::size_t most);
 
+// Writes entries of a dictionary in which others are watched.
+void MeasureWatches();
+
 // Sets, reads, saves and loads lists of 10^3 to 10^5 items.
 void MeasureLists(const std::string& directory);
 

@@ -15,6 +15,8 @@ void Growth();
 void ManySignals();
 // Nodes that write to the dictionary at each signal.
 void Writing();
+// With and without what a host may ask for.
+void Options();
 // Taking in a workflow beside many others.
 void Absorbing();
 // States with many waiting signals.
