@@ -34,31 +34,22 @@ ElementId NextPath(const ElementTree& tree, ElementId top, ElementId at, std::st
 
 bool DataStore::IsWritable(const char* path) { return path != nullptr && IsValidPath(path); }
 
-ElementId DataStore::WriteEntry(std::string_view path, ValueType type, std::string_view text, WriteScope& scope) {
-  EntryPlace place = FindPlace(tree_, path);
-  if (place.element != kNoElement && tree_.IsRedirection(place.element)) {
-    const auto redirected = FollowToWrite(tree_, place.element);
-    if (!redirected) {
-      scope.ChangeNothing();
-      return kNoElement;
-    }
-    path = redirected->path;
-    place = redirected->place;
-    NoteChange(path);
-  }
-  return WriteAt(path, place, type, text, scope);
-}
-
-ElementId DataStore::WriteAt(std::string_view path, const EntryPlace& place, ValueType type, std::string_view text,
-                             WriteScope& scope) {
-  const ElementId entry = place.element != kNoElement ? place.element : MakeEntry(tree_, path, place);
+// Inlined where values are written.
+inline ElementId DataStore::WriteAt(std::string_view path, const EntryPlace& place, ValueType type,
+                                    std::string_view text, WriteScope& scope) {
+  const bool is_there = place.element != kNoElement;
+  const ElementId entry = is_there ? place.element : MakeEntry(tree_, path, place);
   if (entry == kNoElement) {
     scope.ChangeNothing();
     return kNoElement;
   }
   const AttributeTable::Id attributes = tree_.AttributesWithType(entry, type);
-  if (place.element != kNoElement && tree_.attributes_id(entry) == attributes && SameText(tree_.text(entry), text)) {
-    scope.ChangeNothing();
+  if (is_there && tree_.attributes_id(entry) == attributes) {
+    if (SameText(tree_.text(entry), text)) {
+      scope.ChangeNothing();
+    } else {
+      tree_.SetText(entry, text);
+    }
     return entry;
   }
   tree_.SetText(entry, text);
@@ -66,11 +57,29 @@ ElementId DataStore::WriteAt(std::string_view path, const EntryPlace& place, Val
   return entry;
 }
 
+ElementId DataStore::WriteEntry(std::string_view path, ValueType type, std::string_view text, WriteScope& scope) {
+  const EntryPlace place = FindPlace(tree_, path);
+  const bool is_redirection = place.element != kNoElement && tree_.IsRedirection(place.element);
+  return is_redirection ? WriteRedirected(place.element, type, text, scope) : WriteAt(path, place, type, text, scope);
+}
+
+ElementId DataStore::WriteRedirected(ElementId redirection, ValueType type, std::string_view text, WriteScope& scope) {
+  const auto redirected = FollowToWrite(tree_, redirection);
+  if (!redirected) {
+    scope.ChangeNothing();
+    return kNoElement;
+  }
+  NoteChange(redirected->path);
+  return WriteAt(redirected->path, redirected->place, type, text, scope);
+}
+
 bool DataStore::SetText(const char* path, ValueType type, std::string_view text) {
-  if (!IsWritable(path)) return false;
+  if (path == nullptr) return false;
+  const std::string_view entry_path = path;  // Measured once: this is the way of every value.
+  if (!IsValidPath(entry_path)) return false;
   {
-    WriteScope scope(*this, path);
-    if (WriteEntry(path, type, text, scope) == kNoElement) return false;
+    WriteScope scope(*this, entry_path);
+    if (WriteEntry(entry_path, type, text, scope) == kNoElement) return false;
   }
   Tell(path);
   return true;

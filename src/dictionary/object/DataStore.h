@@ -191,6 +191,7 @@ class DataStore {
   ElementId WriteEntry(std::string_view path, ValueType type, std::string_view text, WriteScope& scope);
   ElementId WriteAt(std::string_view path, const EntryPlace& place, ValueType type, std::string_view text,
                     WriteScope& scope);
+  ElementId WriteRedirected(ElementId redirection, ValueType type, std::string_view text, WriteScope& scope);
   void ReplaceNameValuePairs(WriteScope& scope);
   // False for no value: then there are no texts.
   bool TextsOf(ElementId entry, Texts& texts);
