@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "OrvWorkFlow/IDictionary.h"
-#include "dictionary/Cases.h"
-#include "dictionary/Measure.h"
+#include "dictionary/DictionaryCases.h"
+#include "dictionary/Peers.h"
 
 namespace DictionaryBench {
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "OrvWorkFlow/IRunObserver.h"
-#include "benchmarks/signals/Cases.h"
+#include "benchmarks/signals/SignalCases.h"
 #include "benchmarks/signals/Measure.h"
 
 namespace signals_bench {
