@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "OrvWorkFlow/IRunObserver.h"
-#include "benchmarks/signals/SignalCases.h"
 #include "benchmarks/signals/Measure.h"
+#include "benchmarks/signals/SignalCases.h"
 
 namespace signals_bench {
 
