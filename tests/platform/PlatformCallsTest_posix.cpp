@@ -76,10 +76,10 @@ using orv_test::ReadFile;
 using orv_test::TestTree;
 using orv_test::WriteFile;
 
-class SystemCallsTest : public ::testing::Test {
+class PlatformCallsTest : public ::testing::Test {
  protected:
-  SystemCallsTest() { Begin(); }
-  ~SystemCallsTest() override { watching = false; }
+  PlatformCallsTest() { Begin(); }
+  ~PlatformCallsTest() override { watching = false; }
 
   static void Begin() {
     flushed_files = flushed_folders = flush_error = close_error = interruptions = 0;
@@ -99,7 +99,7 @@ class SystemCallsTest : public ::testing::Test {
   orv_test::TempDirectory directory_;
 };
 
-TEST_F(SystemCallsTest, AFlushReachesTheDiskAndTellsItsFailure) {
+TEST_F(PlatformCallsTest, AFlushReachesTheDiskAndTellsItsFailure) {
   const FileHandle file = Open("f", Access::Write, Creation::CreateNew);
   EXPECT_TRUE(open_files().Flush(file));
   EXPECT_EQ(flushed_files, 1);
@@ -108,20 +108,20 @@ TEST_F(SystemCallsTest, AFlushReachesTheDiskAndTellsItsFailure) {
   EXPECT_TRUE(open_files().Close(file));
 }
 
-TEST_F(SystemCallsTest, ANewNameIsFlushedWithItsFolder) {
+TEST_F(PlatformCallsTest, ANewNameIsFlushedWithItsFolder) {
   WriteFile(Host("new"), "new");
   EXPECT_TRUE(files().RenameOver(At("new"), At("old")));
   EXPECT_EQ(flushed_folders, 1);
 }
 
-TEST_F(SystemCallsTest, AFailureOfClosingIsTold) {
+TEST_F(PlatformCallsTest, AFailureOfClosingIsTold) {
   close_error = EIO;
   EXPECT_FALSE(open_files().Close(Open("f", Access::Write, Creation::CreateNew)));
   close_error = EINTR;  // Closed all the same.
   EXPECT_TRUE(open_files().Close(Open("g", Access::Write, Creation::CreateNew)));
 }
 
-TEST_F(SystemCallsTest, ACopyTellsAFailureOfClosingAndLeavesNothing) {
+TEST_F(PlatformCallsTest, ACopyTellsAFailureOfClosingAndLeavesNothing) {
   WriteFile(Host("from"), "content");
   close_error = EIO;
   EXPECT_FALSE(files().CopyOver(At("from"), At("to"), false));
@@ -132,7 +132,7 @@ TEST_F(SystemCallsTest, ACopyTellsAFailureOfClosingAndLeavesNothing) {
 }
 
 // What it replaces is gone when the new content has its name.
-TEST_F(SystemCallsTest, ACopyOverAFileIsFlushedBeforeItTakesItsPlace) {
+TEST_F(PlatformCallsTest, ACopyOverAFileIsFlushedBeforeItTakesItsPlace) {
   WriteFile(Host("from"), "content");
   WriteFile(Host("to"), "old");
   flush_error = EIO;
@@ -145,7 +145,7 @@ TEST_F(SystemCallsTest, ACopyOverAFileIsFlushedBeforeItTakesItsPlace) {
   EXPECT_EQ(ReadFile(Host("to")), "content");
 }
 
-TEST_F(SystemCallsTest, WritingGoesOnAfterInterruptionsAndHalfTheWork) {
+TEST_F(PlatformCallsTest, WritingGoesOnAfterInterruptionsAndHalfTheWork) {
   const FileHandle file = Open("f", Access::Write, Creation::CreateNew);
   interruptions = 2;
   most_at_once = 3;
@@ -157,7 +157,7 @@ TEST_F(SystemCallsTest, WritingGoesOnAfterInterruptionsAndHalfTheWork) {
   EXPECT_EQ(ReadFile(Host("f")), "0123456789");
 }
 
-TEST_F(SystemCallsTest, ReadingGoesOnAfterInterruptionsAndHalfTheWork) {
+TEST_F(PlatformCallsTest, ReadingGoesOnAfterInterruptionsAndHalfTheWork) {
   WriteFile(Host("f"), "0123456789");
   const FileHandle file = Open("f", Access::Read, Creation::OpenExisting);
   interruptions = 2;
@@ -170,7 +170,7 @@ TEST_F(SystemCallsTest, ReadingGoesOnAfterInterruptionsAndHalfTheWork) {
 }
 
 // The way to a file outside, by a link that takes a directory's place while the tree is open.
-class LinkInPlaceTest : public SystemCallsTest {
+class LinkInPlaceTest : public PlatformCallsTest {
  protected:
   LinkInPlaceTest() {
     for (const char* folder : {"outside", "tree", "tree/sub"}) std::filesystem::create_directory(Host(folder));
