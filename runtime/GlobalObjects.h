@@ -22,7 +22,7 @@ class GlobalObjects {
   // The object that has the name then: `object`, or the one that was there before.
   IBaseWorkFlowObject* Add(std::string_view name, IBaseWorkFlowObject* object, bool owned);
   // Has grown by the time a change can be seen; never 0.
-  std::uint64_t GetChangeCount() const noexcept { return changes_.load(std::memory_order_acquire); }
+  static std::uint64_t GetChangeCount() noexcept { return changes_.load(std::memory_order_acquire); }
   // Forgets all, the last added first, and releases the owned ones.
   void ReleaseAll();
 
@@ -38,7 +38,7 @@ class GlobalObjects {
 
   mutable std::mutex mutex_;
   std::vector<Global> globals_;
-  std::atomic<std::uint64_t> changes_ = 1;
+  static constinit inline std::atomic<std::uint64_t> changes_ = 1;
 };
 
 }  // namespace OrvWorkFlow

@@ -37,7 +37,7 @@ struct HostApp::State {
     }
     *call = taken.front();
     taken.pop_front();
-    delivered.fetch_add(1, std::memory_order_relaxed);
+    delivered.store(delivered.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
     return true;
   }
 
@@ -62,8 +62,8 @@ struct HostApp::State {
   unsigned loops = 0;                  // that run now, nested ones included
   std::thread::id gui_thread;
 
-  // Used by the GUI thread.
-  std::deque<Call> taken;
+  // Used by the GUI thread, and so apart from what others write.
+  alignas(64) std::deque<Call> taken;
   std::atomic<std::uint64_t> delivered = 0;  // read by others
   ShortWait short_wait;
 

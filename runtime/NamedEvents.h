@@ -2,36 +2,34 @@
 #pragma once
 
 #include <atomic>
+#include <cstdint>
 #include <memory>
 #include <string>
-#include <string_view>
-#include <utility>
 
 namespace OrvWorkFlow::OrvBase {
 
-// Names are remembered for ever, so that a later post of one needs neither memory nor a lock: most posts find their
-// event waiting already, and then all they do is to count. Operations marked "locked" want the owner's mutex held.
+// Names are remembered for ever, so that a later post of one needs neither memory nor a lock. Operations marked
+// "locked" want the owner's mutex held; those marked "taker" are for the one thread that takes events.
 class NamedEvents {
  public:
   class Event {
    public:
-    explicit Event(std::string_view name) : name_(name) {}
+    explicit Event(const char* name) : name_(name) {}
     const std::string& name() const noexcept { return name_; }
-    unsigned long posts() const noexcept { return posts_.load(std::memory_order_relaxed); }
-
-    // Any thread. True when the event was not waiting: the caller must put it in line then. What a thread did before
-    // its post is seen by the thread that takes the event afterwards, also when the post came upon a waiting event.
-    bool Post() noexcept {
-      posts_.fetch_add(1, std::memory_order_relaxed);
-      return !waiting_.exchange(true, std::memory_order_acq_rel);
+    unsigned long posts() const noexcept {
+      return static_cast<unsigned long>(state_.load(std::memory_order_relaxed) % kOneTurn / kOnePost);
     }
 
    private:
     friend class NamedEvents;
+    // The state: whether it waits, the posts, and above them the turn in which a waiting one is taken.
+    static constexpr std::uint64_t kWaiting = 1;
+    static constexpr std::uint64_t kOnePost = 2;
+    static constexpr std::uint64_t kOneTurn = std::uint64_t{1} << 48;
+    static std::uint16_t TurnOf(std::uint64_t state) noexcept { return static_cast<std::uint16_t>(state / kOneTurn); }
+
     const std::string name_;
-    std::atomic<unsigned long> posts_ = 0;
-    std::atomic<bool> waiting_ = false;
-    Event* next_in_line_ = nullptr;
+    std::atomic<std::uint64_t> state_ = 0;
     std::unique_ptr<Event> next_known_;
   };
 
@@ -45,28 +43,32 @@ class NamedEvents {
   NamedEvents& operator=(const NamedEvents&) = delete;
 
   // Any thread; null when the name was never posted.
-  Event* Find(std::string_view name) const noexcept;
+  Event* Find(const char* name) const noexcept;
 
   // Locked. Null without memory.
-  Event* FindOrAdd(std::string_view name) noexcept;
-  // Locked.
-  void PutInLine(Event* event) noexcept;
-  // Locked. An event whose name could not be remembered.
-  void PutNamelessInLine() noexcept { nameless_waits_ = true; }
-  // Any thread.
-  bool HasWaiting() const noexcept { return first_ != nullptr || nameless_waits_; }
+  Event* FindOrAdd(const char* name) noexcept;
+
+  // Any thread. True when the event was not waiting; it is the last in line then. What a thread did before its post is
+  // seen by the thread that takes the event afterwards, also when the post came upon a waiting event.
+  bool Post(Event* event) noexcept;
+  // Any thread. An event whose name could not be remembered.
+  void PostNameless() noexcept { nameless_waits_ = true; }
+
+  // Taker.
+  bool HasWaiting() const noexcept { return FindFirst() != nullptr || nameless_waits_; }
   unsigned long PostsOfFirst() const noexcept {
-    const Event* const first = first_;
+    const Event* const first = FindFirst();
     return first != nullptr ? first->posts() : 0;
   }
-  // Locked. Null is an event without a name. There must be a waiting one.
+  // Taker. Null is an event without a name. There must be a waiting one.
   const Event* TakeFirst() noexcept;
 
  private:
+  Event* FindFirst() const noexcept;
+  std::uint16_t TurnAfterAllBut(const Event* event) const noexcept;
+
   std::unique_ptr<Event> known_;  // locked; the others hang on it
   std::atomic<Event*> newest_ = nullptr;
-  std::atomic<Event*> first_ = nullptr;  // this and the flag are changed locked
-  Event* last_ = nullptr;
   std::atomic<bool> nameless_waits_ = false;
 };
 

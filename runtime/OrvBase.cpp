@@ -29,55 +29,51 @@ PrimitiveSource GetPrimitiveSource() {
   return state.source;
 }
 
-// Differs from thread to thread.
-const void* ThisThread() noexcept {
-  thread_local const char place = 0;
-  return &place;
-}
-
 // A lock that fails leaves nothing to go on with: the operations are noexcept. Locking again what this thread holds
 // costs a comparison: only the owner can find itself in `owner_`.
 class RuntimeMutex final : public Mutex {
  public:
   void Lock() noexcept override {
-    if (!Reenter()) {
+    const std::thread::id self = std::this_thread::get_id();
+    if (!Reenter(self)) {
       mutex_.lock();
-      Own();
+      Own(self);
     }
   }
   void Unlock() noexcept override {
     if (--depth_ == 0) {
-      owner_.store(nullptr, std::memory_order_relaxed);
+      owner_.store({}, std::memory_order_relaxed);
       mutex_.unlock();
     }
   }
   bool TryLock() noexcept override {
-    if (Reenter()) {
+    const std::thread::id self = std::this_thread::get_id();
+    if (Reenter(self)) {
       return true;
     }
     if (!mutex_.try_lock()) {
       return false;
     }
-    Own();
+    Own(self);
     return true;
   }
   void Release() noexcept override { delete this; }
 
  private:
-  bool Reenter() noexcept {
-    if (owner_.load(std::memory_order_relaxed) != ThisThread()) {
+  bool Reenter(std::thread::id self) noexcept {
+    if (owner_.load(std::memory_order_relaxed) != self) {
       return false;
     }
     ++depth_;
     return true;
   }
-  void Own() noexcept {
-    owner_.store(ThisThread(), std::memory_order_relaxed);
+  void Own(std::thread::id self) noexcept {
+    owner_.store(self, std::memory_order_relaxed);
     depth_ = 1;
   }
 
   std::mutex mutex_;
-  std::atomic<const void*> owner_ = nullptr;
+  std::atomic<std::thread::id> owner_;
   std::uint64_t depth_ = 0;  // Guarded by mutex_.
 };
 

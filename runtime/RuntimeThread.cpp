@@ -78,44 +78,39 @@ void RuntimeThread::PostNamedEvent(const char* name) {
     return;
   }
   NamedEvents::Event* event = events_.Find(name);
-  if (event != nullptr && !event->Post()) {
+  if (event == nullptr) {
+    const std::lock_guard lock(mutex_);
+    event = events_.FindOrAdd(name);
+  }
+  if (event == nullptr) {
+    events_.PostNameless();
+  } else if (!events_.Post(event)) {
     return;  // It waits already.
   }
-  const std::lock_guard lock(mutex_);
-  if (event == nullptr) {
-    event = events_.FindOrAdd(name);
-    if (event != nullptr && !event->Post()) {
-      return;
-    }
-  }
-  if (event != nullptr) {
-    events_.PutInLine(event);
-  } else {
-    events_.PutNamelessInLine();
-  }
   if (waits_) {
+    const std::lock_guard lock(mutex_);
     posted_.notify_one();
   }
 }
 
 bool RuntimeThread::WaitForEvent(IOrvPString* name) {
-  std::string_view taken;
   const auto is_there = [this] { return events_.HasWaiting(); };
-  const auto count = [this] { return events_.PostsOfFirst(); };
-  short_wait_.WaitFor(is_there, count);
   if (!is_there()) {
-    short_wait_.SleepFor([&] { Sleep(); }, is_there, count);
-  }
-  {
-    const std::lock_guard lock(mutex_);
-    const NamedEvents::Event* const event = events_.TakeFirst();
-    if (event != nullptr) {
-      taken = event->name();  // Never forgotten.
+    const auto count = [this] { return events_.PostsOfFirst(); };
+    short_wait_.WaitFor(is_there, count);
+    if (!is_there()) {
+      short_wait_.SleepFor([&] { Sleep(); }, is_there, count);
     }
   }
-  return name == nullptr || name->Assign(taken.data(), taken.size());
+  const NamedEvents::Event* const event = events_.TakeFirst();
+  if (name == nullptr) {
+    return true;
+  }
+  const std::string_view taken = event != nullptr ? event->name() : std::string_view();  // Never forgotten.
+  return name->Assign(taken.data(), taken.size());
 }
 
+// A post that finds nobody waiting was made before the look, and is seen by it.
 void RuntimeThread::Sleep() {
   std::unique_lock lock(mutex_);
   waits_ = true;

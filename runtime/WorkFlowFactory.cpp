@@ -81,7 +81,7 @@ IBaseWorkFlowObject* WorkFlowFactory::GetGlobalObj(const char* name) {
   return name != nullptr ? GlobalObjects::Get().Find(name) : nullptr;
 }
 
-std::uint64_t WorkFlowFactory::GetGlobalsChangeCount() noexcept { return GlobalObjects::Get().GetChangeCount(); }
+std::uint64_t WorkFlowFactory::GetGlobalsChangeCount() noexcept { return GlobalObjects::GetChangeCount(); }
 
 bool WorkFlowFactory::IsObjectPresent(const char* name) {
   return name != nullptr && (CreatorRegistry::Get().Find(name, CreatorRegistry::Kind::kObject) != nullptr ||

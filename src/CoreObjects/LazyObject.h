@@ -24,8 +24,15 @@ class LazyObject {
   Interface* Get(IUtilityStore* store) noexcept {
     if (Interface* known = face_.load(std::memory_order_acquire)) return known;
     const std::uint64_t globals = WorkFlowFactory::GetGlobalsChangeCount();
+    const bool may_be_global = not_global_at_.load(std::memory_order_relaxed) != globals;
+    return store == nullptr && !may_be_global ? nullptr : Look(store, globals);
+  }
+
+ private:
+  // Seldom, and so not to be in the way of what calls Get for each signal.
+  [[gnu::noinline]] Interface* Look(IUtilityStore* store, std::uint64_t globals) noexcept {
     if (not_global_at_.load(std::memory_order_relaxed) == globals) {
-      return store == nullptr ? nullptr : Keep(MakeObjectFromStore<Interface>(store, object_name_, interface_name_));
+      return Keep(MakeObjectFromStore<Interface>(store, object_name_, interface_name_));
     }
     Interface* const face = Keep(FindObject<Interface>(order_, store, object_name_, interface_name_));
     if (face == nullptr && WorkFlowFactory::GetGlobalObj(object_name_) == nullptr) {
@@ -34,7 +41,6 @@ class LazyObject {
     return face;
   }
 
- private:
   Interface* Keep(Found<Interface> found) noexcept {
     if (!found) return nullptr;
     const std::scoped_lock lock(mutex_);

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "CoreObjects/HandOvers.h"
+#include "CoreObjects/SignalTexts.h"
 #include "OrvWorkFlow/IRunObserver.h"
 
 namespace OrvWorkFlow::Core::Mediator {
@@ -14,12 +15,13 @@ struct WorkNodeEntry;
 
 namespace OrvWorkFlow::Core {
 
-// Where a signal comes from: its number (see IRunObserver.h; 0 before it has one), who fired it, and what counts it
-// while a host application carries it (null: nothing does).
+// Where a signal comes from: its number (see IRunObserver.h; 0 before it has one), who fired it, what counts it while a
+// host application carries it (null: nothing does), and its texts if they can be shared.
 struct SignalSource {
   std::uint64_t number = 0;
   IRunObserver::Sender sender;
   const std::shared_ptr<HandOvers>* hand_overs = nullptr;
+  const SignalTexts* texts = nullptr;
 };
 
 // The delivery that a thread performs now.
@@ -35,6 +37,9 @@ struct SignalsOfThread {
   SignalSource* to_fire = nullptr;
   CurrentDelivery delivery;
 };
-SignalsOfThread& ThisThreadsSignals() noexcept;
+inline SignalsOfThread& ThisThreadsSignals() noexcept {
+  static constinit thread_local SignalsOfThread signals;
+  return signals;
+}
 
 }  // namespace OrvWorkFlow::Core

@@ -41,7 +41,7 @@ class WatchedGlobalDictionary {
   };
 
   // Numbers of an earlier dictionary are not used again.
-  void Look(std::uint64_t globals) noexcept {
+  [[gnu::noinline]] void Look(std::uint64_t globals) noexcept {
     constexpr std::uint64_t kManyChanges = std::uint64_t{1} << 48;
     dictionary_ = FindGlobalObject<IDictionary>(ObjectNames::kDictionary, InterfaceNames::kDictionary).get();
     watch_.reset(dictionary_ == nullptr ? nullptr : dictionary_->WatchChanges(kPatterns.data(), kPatterns.size()));

@@ -1,7 +1,5 @@
 #include "signalmediator/AccessLock.h"
 
-#include <utility>
-
 #include "CoreObjects/MediatorLockDepth.h"
 
 namespace OrvWorkFlow::Core::Mediator {
@@ -20,10 +18,6 @@ void AccessLock::GiveBack() {
   if (mutex_ == nullptr) return;
   --MediatorLockDepth();
   mutex_->Unlock();
-}
-
-void AccessLock::Hold::LetGo() {
-  if (AccessLock* lock = std::exchange(lock_, nullptr)) lock->GiveBack();
 }
 
 }  // namespace OrvWorkFlow::Core::Mediator

@@ -55,15 +55,21 @@ ContentDirectories::Places ContentDirectories::ReadTree(IDictionary& dictionary)
   return places;
 }
 
-ContentDirectories::Recalled ContentDirectories::Recall(OfNode& kept) {
-  if (kept.has_fresh.load(std::memory_order_relaxed)) {
+ContentDirectories::Recalled ContentDirectories::Recall(OfNode& kept, Giving giving, bool is_lent) {
+  if (!is_lent && kept.has_fresh.load(std::memory_order_relaxed)) {
     const std::scoped_lock lock(mutex_);
     kept.known = std::move(kept.fresh);
     kept.has_fresh.store(false, std::memory_order_relaxed);
   }
-  const WatchedState now = dictionary_.Get();
-  if (kept.known.state == now && kept.known.flow != nullptr) return {now, kept.known.flow, {}};
-  return {now, nullptr, tree_.Get()};
+  Recalled recalled;
+  recalled.state = dictionary_.Get();
+  if (kept.known.state == recalled.state && kept.known.flow != nullptr) {
+    recalled.flow = kept.known.flow.get();
+    if (giving == Giving::Share) recalled.owner = kept.known.flow;
+  } else {
+    recalled.tree = tree_.Get();
+  }
+  return recalled;
 }
 
 ContentDirectories::Flow ContentDirectories::Read(const Recalled& recalled, const std::string& definition,

@@ -52,11 +52,14 @@ class ContentDirectories {
   // The present state of the dictionary, and what is known of the node in it; null for nothing.
   struct Recalled {
     WatchedState state;
-    Flow flow;
+    const FlowDirectories* flow = nullptr;
+    Flow owner;         // of the flow, when it is shared
     WatchedState tree;  // when there is no flow
   };
-  // With the mediator's access lock held.
-  Recalled Recall(OfNode& kept);
+  // A flow that is lent rather than shared is valid as long as `kept` is lent, which is then left as it is.
+  enum class Giving { Share, Lend };
+  // With the mediator's access lock held, or as much of it as its own Receive wants.
+  Recalled Recall(OfNode& kept, Giving giving, bool is_lent);
 
   // Reads the directories of the node defined at that path, in a dictionary that was recalled just before. Never null.
   // Waits for no lock that is held while nodes run. What the dictionary throws passes through.

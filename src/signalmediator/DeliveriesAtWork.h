@@ -20,13 +20,9 @@ class DeliveriesAtWork {
   // A delivery, for as long as it lives. What it points to must outlive it.
   class Entry {
    public:
-    // Without `all` it is none. One that finds no memory is not listed.
-    Entry(DeliveriesAtWork* all, const IRunObserver::Delivery& delivery, const WorkNodeEntry& node) noexcept
-        : all_(all) {
-      if (all_ == nullptr) return;
-      delivery_ = delivery;
-      node_ = &node;
-      since_ = Clock::now();
+    // One that finds no memory is not listed.
+    Entry(DeliveriesAtWork& all, const IRunObserver::Delivery& delivery, const WorkNodeEntry& node) noexcept
+        : all_(&all), delivery_(delivery), node_(&node), since_(Clock::now()) {
       const std::scoped_lock lock(all_->mutex_);
       try {
         all_->entries_.push_back(this);
@@ -45,9 +41,9 @@ class DeliveriesAtWork {
    private:
     friend class DeliveriesAtWork;
     DeliveriesAtWork* all_;
-    IRunObserver::Delivery delivery_;
-    const WorkNodeEntry* node_ = nullptr;
-    Clock::time_point since_;
+    const IRunObserver::Delivery delivery_;
+    const WorkNodeEntry* const node_;
+    const Clock::time_point since_;
   };
 
   // Owns its texts.

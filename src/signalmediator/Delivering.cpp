@@ -1,5 +1,6 @@
 // The delivery of an input signal, on whatever thread it is performed, and what the node fires meanwhile.
 #include <exception>
+#include <optional>
 #include <utility>
 
 #include "CoreObjects/Format.h"
@@ -37,23 +38,55 @@ void CSignalMediator::TellEnd(const InputSignal& signal, const SignalSource& sou
 }
 
 void CSignalMediator::DeliverInputSignal(InputSignalMessage* message) {
-  if (const UnansweredMessages::Taken taken = messages_.Take(message)) {
-    Deliver(taken->texts(), taken->source(), taken->place());
+  CarriedSignal carried;
+  Received received;
+  if (!TakeAndReceive(message, carried, received)) return;
+  Deliver(carried.signal(), carried.source(), received);
+  ++finished_;
+}
+
+// The observer is foreign, and wants the whole lock held.
+bool CSignalMediator::TakeAndReceive(const InputSignalMessage* message, CarriedSignal& carried,
+                                     Received& received) noexcept {
+  const bool tells = static_cast<bool>(observer_);
+  std::optional<AccessLock::Hold> hold;
+  if (tells) hold.emplace(access_lock_);
+  const AccessLock::Beginning beginning(access_lock_);
+  if (!messages_.Take(message, carried)) return false;
+  received = Receive(carried.signal(), carried.place);
+  if (tells) TellBegun(carried.signal(), carried.source());
+  return true;
+}
+
+void CSignalMediator::TellBegun(const InputSignal& signal, const SignalSource& source) const noexcept {
+  if (observer_) observer_.Tell(&IRunObserver::DeliveryBegun, MakeDelivery(signal, source));
+}
+
+// Where the host's runtime has no mutex nothing is locked.
+void CSignalMediator::DeliverLocked(const InputSignal& signal, const SignalSource& source,
+                                    WorkNodeList::Place place) noexcept {
+  const bool is_locked = static_cast<bool>(access_lock_);
+  const Received received = is_locked ? ReceiveLocked(signal, place) : Receive(signal, place);
+  TellBegun(signal, source);
+  Deliver(signal, source, received);
+  if (!is_locked) {
+    ++finished_;
+    return;
   }
+  Add(finished_locked_, 1);
+  if (received.entry == nullptr) return;
+  std::atomic<std::uint32_t>& deliveries = received.entry->locked_deliveries;
+  Add(deliveries, -1);
+  if (deliveries.load(std::memory_order_relaxed) > 0) return;
+  const WorkNodePointer last = std::move(received.entry->forgotten);
 }
 
 void CSignalMediator::Deliver(const InputSignal& signal, const SignalSource& source,
-                              WorkNodeList::Place place) noexcept {
+                              const Received& received) noexcept {
   bool done = false;
-  ContentDirectories::Recalled recalled;
-  WorkNodePointer entry;
   try {
-    entry = Receive(signal, source, place, recalled);
-  } catch (...) {  // The host's lock failed: like a node that is not there.
-  }
-  try {
-    if (entry != nullptr) {
-      done = DeliverTo(*entry, signal, source, std::move(recalled));
+    if (received.entry != nullptr) {
+      done = DeliverTo(*received.entry, signal, source, received.recalled);
     } else {
       TellEnd(signal, source, IRunObserver::Outcome::NoNode);
       tracer_.Log(MediatorCategories::kSignal, MediatorLines::kNoNodeToFireOn, signal.type, signal.instance,
@@ -62,19 +95,35 @@ void CSignalMediator::Deliver(const InputSignal& signal, const SignalSource& sou
   } catch (...) {  // No memory for the text of a failure.
   }
   if (!done) ++failures_;
-  ++finished_;
 }
 
 // A stop waits for deliveries to begin, not to end: the signal counts as received before the node sees it.
-// What is known of the node's content directories is taken along.
-WorkNodePointer CSignalMediator::Receive(const InputSignal& signal, const SignalSource& source,
-                                         WorkNodeList::Place place, ContentDirectories::Recalled& recalled) {
-  const AccessLock::Hold hold(access_lock_);
-  WorkNodePointer entry = nodes_.GetAt(place, signal.type, signal.instance);
+// What is known of the node's content directories is taken along. With the second half of the access lock held.
+CSignalMediator::Received CSignalMediator::Receive(const InputSignal& signal, WorkNodeList::Place place) {
+  Received received;
+  received.owner = nodes_.GetAt(place, signal.type, signal.instance);
+  received.entry = received.owner.get();
   Add(received_, 1);
-  if (observer_) observer_.Tell(&IRunObserver::DeliveryBegun, MakeDelivery(signal, source));
-  if (entry != nullptr) recalled = content_directories_.Recall(entry->content_directories);
-  return entry;
+  if (received.entry == nullptr) return received;
+  const bool is_lent = received.entry->locked_deliveries.load(std::memory_order_acquire) > 0;
+  received.recalled =
+      content_directories_.Recall(received.entry->content_directories, ContentDirectories::Giving::Share, is_lent);
+  return received;
+}
+
+// The same without a host application, with the first half held until the delivery has ended: there are no messages
+// that another thread could take.
+CSignalMediator::Received CSignalMediator::ReceiveLocked(const InputSignal& signal, WorkNodeList::Place place) {
+  Received received;
+  received.entry = nodes_.LookAt(place, signal.type, signal.instance);
+  Add(received_, 1);
+  if (received.entry == nullptr) return received;
+  std::atomic<std::uint32_t>& locked = received.entry->locked_deliveries;
+  const bool is_lent = locked.load(std::memory_order_relaxed) > 0;
+  received.recalled =
+      content_directories_.Recall(received.entry->content_directories, ContentDirectories::Giving::Lend, is_lent);
+  Add(locked, 1);
+  return received;
 }
 
 // Only whoever holds the access lock changes these counters; everybody may read them.
@@ -84,16 +133,17 @@ void CSignalMediator::Add(std::atomic<std::uint32_t>& counter, int change) noexc
 }
 
 bool CSignalMediator::DeliverTo(WorkNodeEntry& entry, const InputSignal& signal, const SignalSource& source,
-                                ContentDirectories::Recalled recalled) {
+                                const ContentDirectories::Recalled& recalled) {
   const auto [type, instance, name] = signal;
   tracer_.Log(MediatorCategories::kSignal, MediatorLines::kFiring, name, type, instance);
-  const DeliveriesAtWork::Entry at_work(observer_ ? &at_work_ : nullptr, MakeDelivery(signal, source), entry);
+  std::optional<DeliveriesAtWork::Entry> at_work;
+  if (observer_) at_work.emplace(at_work_, MakeDelivery(signal, source), entry);
   bool told = false;
   const auto tell_end = [&](IRunObserver::Outcome outcome, const char* text) {
     if (!std::exchange(told, true)) TellEnd(signal, source, outcome, text);
   };
   try {
-    if (CallNode(entry, name, source.number, std::move(recalled))) {
+    if (CallNode(entry, name, source.number, recalled)) {
       tell_end(IRunObserver::Outcome::Accepted, "");
       return true;
     }
@@ -113,9 +163,9 @@ bool CSignalMediator::DeliverTo(WorkNodeEntry& entry, const InputSignal& signal,
 }
 
 bool CSignalMediator::CallNode(WorkNodeEntry& entry, const char* signal_name, std::uint64_t number,
-                               ContentDirectories::Recalled recalled) {
+                               const ContentDirectories::Recalled& recalled) {
   const DeliveryScope scope({this, &entry, number});
-  RenewContentDirectories(entry, std::move(recalled));
+  RenewContentDirectories(entry, recalled);
   return entry.node->Signal(signal_name);
 }
 
@@ -125,10 +175,12 @@ void CSignalMediator::ShowThatItThrew(const InputSignal& signal) {
   ShowMediatorText(text);
 }
 
-void CSignalMediator::RenewContentDirectories(WorkNodeEntry& entry, ContentDirectories::Recalled recalled) {
-  ContentDirectories::Flow& flow = recalled.flow;
+void CSignalMediator::RenewContentDirectories(WorkNodeEntry& entry, const ContentDirectories::Recalled& recalled) {
+  ContentDirectories::Flow read;
+  const FlowDirectories* flow = recalled.flow;
   if (flow == nullptr && recalled.state.dictionary != nullptr) {
-    flow = content_directories_.Read(recalled, entry.definition, entry.content_directories);
+    read = content_directories_.Read(recalled, entry.definition, entry.content_directories);
+    flow = read.get();
   }
   if (flow != nullptr && !flow->in_absorb_tree) {
     tracer_.Log(MediatorCategories::kContentDirectories, MediatorLines::kFlowNotInTree, flow->workflow_name.c_str());

@@ -1,14 +1,16 @@
 // Input signals on their way to a node, and the messages in which a host application carries them.
 #pragma once
 
+#include <array>
+#include <atomic>
+#include <cstddef>
 #include <cstdint>
+#include <map>
 #include <memory>
-#include <mutex>
-#include <string>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
+#include "CoreObjects/SignalTexts.h"
 #include "CoreObjects/SignalsOfThread.h"
 #include "OrvWorkFlow/IHostApp.h"
 #include "signalmediator/WorkNodeList.h"
@@ -22,46 +24,56 @@ struct InputSignal {
   const char* signal;
 };
 
+// Whether the texts that are shared, if any, are the signal's own.
+inline bool AreTextsOf(const SignalTexts* texts, const InputSignal& signal) noexcept {
+  return texts != nullptr && texts->Text(SignalTexts::ReceiverType) == signal.type &&
+         texts->Text(SignalTexts::ReceiverInstance) == signal.instance &&
+         texts->Text(SignalTexts::IncomingSignal) == signal.signal;
+}
+
+// A signal that a host application carries. It counts as handed over as long as this lives.
+struct CarriedSignal {
+  CarriedSignal() = default;
+  // `source` says where the signal comes from, and `place` where the receiver stood when it was fired. Throws without
+  // memory for the texts.
+  CarriedSignal(const InputSignal& signal, const SignalSource& source, WorkNodeList::Place where)
+      : place(where), number(source.number), has_sender(source.sender.type[0] != '\0') {
+    texts = AreTextsOf(source.texts, signal)
+                ? *source.texts
+                : SignalTexts({source.sender.type, source.sender.instance, source.sender.signal, signal.type,
+                               signal.instance, signal.signal});
+    if (source.hand_overs != nullptr) hand_over = HandOver(*source.hand_overs);
+  }
+
+  InputSignal signal() const noexcept {
+    return {texts.Text(SignalTexts::ReceiverType), texts.Text(SignalTexts::ReceiverInstance),
+            texts.Text(SignalTexts::IncomingSignal)};
+  }
+  SignalSource source() const noexcept {
+    if (!has_sender) return {number, {}};
+    return {number,
+            {texts.Text(SignalTexts::SenderType), texts.Text(SignalTexts::SenderInstance),
+             texts.Text(SignalTexts::OutgoingSignal)}};
+  }
+
+  WorkNodeList::Place place;
+  std::uint64_t number = 0;
+  SignalTexts texts;
+  HandOver hand_over;
+  bool has_sender = false;
+};
+
+class UnansweredMessages;
+
 }  // namespace OrvWorkFlow::Core::Mediator
 
 namespace OrvWorkFlow {
 
-// Owns its texts. `source` says where the signal comes from, and `place` where the receiver stood when it was fired.
+// What a host application is given for it.
 class InputSignalMessage {
- public:
-  void Write(const Core::Mediator::InputSignal& signal, const Core::SignalSource& source,
-             Core::Mediator::WorkNodeList::Place place) {
-    place_ = place;
-    type_ = signal.type;
-    instance_ = signal.instance;
-    signal_ = signal.signal;
-    number_ = source.number;
-    if (source.hand_overs != nullptr) hand_over_ = Core::HandOver(*source.hand_overs);
-    const bool had_sender = std::exchange(has_sender_, source.sender.type[0] != '\0');
-    if (!has_sender_ && !had_sender) return;
-    sender_type_ = source.sender.type;
-    sender_instance_ = source.sender.instance;
-    outgoing_signal_ = source.sender.signal;
-  }
-  Core::SignalSource source() const {
-    return {number_, {sender_type_.c_str(), sender_instance_.c_str(), outgoing_signal_.c_str()}};
-  }
-  Core::Mediator::WorkNodeList::Place place() const { return place_; }
-  // No host application carries it any more.
-  void EndHandOver() noexcept { hand_over_.End(); }
-  Core::Mediator::InputSignal texts() const { return {type_.c_str(), instance_.c_str(), signal_.c_str()}; }
-
- private:
-  Core::Mediator::WorkNodeList::Place place_;
-  std::uint64_t number_ = 0;
-  Core::HandOver hand_over_;
-  bool has_sender_ = false;
-  std::string sender_type_;
-  std::string sender_instance_;
-  std::string outgoing_signal_;
-  std::string type_;
-  std::string instance_;
-  std::string signal_;
+  friend class Core::Mediator::UnansweredMessages;
+  std::atomic<bool> is_unanswered = false;
+  Core::Mediator::CarriedSignal carried;  // when it is
 };
 
 }  // namespace OrvWorkFlow
@@ -69,76 +81,59 @@ class InputSignalMessage {
 namespace OrvWorkFlow::Core::Mediator {
 
 // The messages that no delivery has answered yet. They stay the mediator's while a host carries them, so that a host
-// which drops one leaks nothing and one which delivers twice, or late, frees nothing twice. Any thread; a leaf lock.
+// which drops one leaks nothing and one which delivers twice, or late, frees nothing twice.
+//
+// Messages stand in blocks, which are filled one after another and used again when all of a block were answered. Adding
+// wants the first half of the mediator's access lock held, taking the second one, and making room both.
 class UnansweredMessages {
-  using Messages = std::unordered_map<const InputSignalMessage*, std::unique_ptr<InputSignalMessage>>;
-
  public:
-  InputSignalMessage* Add(const InputSignal& signal, const SignalSource& source, WorkNodeList::Place place) {
-    Messages::node_type spare = TakeSpare();
-    if (spare.empty()) spare = MakeSpare();
-    InputSignalMessage* const message = spare.mapped().get();
-    message->Write(signal, source, place);
-    const std::scoped_lock lock(mutex_);
-    messages_.insert(std::move(spare));
-    return message;
+  UnansweredMessages() = default;
+  UnansweredMessages(const UnansweredMessages&) = delete;
+  UnansweredMessages& operator=(const UnansweredMessages&) = delete;
+
+  bool NeedsRoom() const noexcept { return used_ == kBlockSize; }
+  // Throws without memory.
+  void MakeRoom();
+  // There must be room.
+  InputSignalMessage* Add(CarriedSignal carried) noexcept {
+    InputSignalMessage& message = filled_->messages[used_++];
+    message.carried = std::move(carried);
+    message.is_unanswered.store(true, std::memory_order_release);
+    return &message;
   }
 
-  // A message that was taken out; its delivery ends with this object, and it is used again for another signal. Empty
-  // when it was not among them (any more).
-  class Taken {
-   public:
-    Taken(UnansweredMessages& owner, Messages::node_type node) : owner_(owner), node_(std::move(node)) {}
-    Taken(const Taken&) = delete;
-    Taken& operator=(const Taken&) = delete;
-    ~Taken() {
-      if (node_.empty()) return;
-      node_.mapped()->EndHandOver();
-      owner_.KeepSpare(std::move(node_));
-    }
-    explicit operator bool() const { return !node_.empty(); }
-    const InputSignalMessage* operator->() const { return node_.mapped().get(); }
-
-   private:
-    UnansweredMessages& owner_;
-    Messages::node_type node_;
-  };
-
-  // The pointer is not followed.
-  Taken Take(const InputSignalMessage* message) noexcept {
-    const std::scoped_lock lock(mutex_);
-    return Taken(*this, messages_.extract(message));
-  }
+  // False when the message was not among them (any more). The pointer is not followed before it is known.
+  bool Take(const InputSignalMessage* message, CarriedSignal& carried) noexcept;
 
  private:
-  static constexpr std::size_t kMostSpares = 1024;
+  static constexpr std::size_t kBlockSize = 32;
+  static constexpr std::size_t kMostSpares = 32;
 
-  static Messages::node_type MakeSpare() {
-    Messages table;
-    auto message = std::make_unique<InputSignalMessage>();
-    const InputSignalMessage* const key = message.get();
-    table.emplace(key, std::move(message));
-    return table.extract(table.begin());
-  }
-  Messages::node_type TakeSpare() noexcept {
-    const std::scoped_lock lock(mutex_);
-    if (spares_.empty()) return {};
-    Messages::node_type spare = std::move(spares_.back());
-    spares_.pop_back();
-    return spare;
-  }
-  void KeepSpare(Messages::node_type spare) noexcept {
-    const std::scoped_lock lock(mutex_);
-    if (spares_.size() == kMostSpares) return;
-    try {
-      spares_.push_back(std::move(spare));
-    } catch (...) {  // It goes.
+  struct Block {
+    // kBlockSize when it is none of this block.
+    std::size_t IndexOf(const InputSignalMessage* message) const noexcept {
+      const std::size_t offset =
+          reinterpret_cast<std::uintptr_t>(message) - reinterpret_cast<std::uintptr_t>(messages.data());
+      const std::size_t index = offset / sizeof(InputSignalMessage);
+      return index < kBlockSize && index * sizeof(InputSignalMessage) == offset ? index : kBlockSize;
     }
-  }
 
-  std::mutex mutex_;
-  Messages messages_;
-  std::vector<Messages::node_type> spares_;
+    std::array<InputSignalMessage, kBlockSize> messages;
+    std::size_t answered = 0;
+  };
+  using Blocks = std::map<std::uintptr_t, std::unique_ptr<Block>>;  // by address
+
+  Block* FindBlock(const InputSignalMessage* message) noexcept;
+  void UseAgain(Block& block) noexcept;
+
+  // The first half.
+  Block* filled_ = nullptr;  // valid as long as there is room in it
+  std::size_t used_ = kBlockSize;
+
+  // The second half.
+  alignas(64) Block* recent_ = nullptr;  // the block of the message that was taken last, while it is in use
+  Blocks blocks_;                        // in use
+  std::vector<Blocks::node_type> spares_;
 };
 
 }  // namespace OrvWorkFlow::Core::Mediator

@@ -28,23 +28,24 @@ bool CSignalMediator::Fire(const InputSignal& signal, SignalSource& source) noex
 
 bool CSignalMediator::HandOver(const InputSignal& signal, SignalSource& source) {
   tracer_.Log(MediatorCategories::kFireInputSignal, MediatorLines::kBeforeFirstLock);
-  const AccessLock::Hold hold(access_lock_);
+  const AccessLock::HandingOver handing_over(access_lock_);
   tracer_.Log(MediatorCategories::kFireInputSignal, MediatorLines::kAfterFirstLock);
   if (source.number == 0) source.number = NextNumberPastQueue();
-  WorkNodeList::Place place = nodes_.Recall(signal.type, signal.instance);
+  SignalTexts::Note* const note = AreTextsOf(source.texts, signal) ? source.texts->note() : nullptr;
+  WorkNodeList::Place place = note != nullptr ? nodes_.Recall(*note) : WorkNodeList::Place();
   if (!place.found()) {
     if (!EnsureTypeIsLoaded(signal.type)) {
       TellEnd(signal, source, IRunObserver::Outcome::TypeNotLoaded);
       return false;
     }
     place = EnsureNodeIsMade(signal);
-    nodes_.Remember(signal.type, signal.instance, place);
+    if (note != nullptr) WorkNodeList::Remember(*note, place);
   }
   tracer_.Log(MediatorCategories::kFireInputSignal, MediatorLines::kDoneInstantiating, signal.type, signal.instance);
   Add(sent_, 1);
   if (IHostApp* host = Host()) return HandToHost(*host, signal, source, place);
   tracer_.Log(MediatorCategories::kFireInputSignal, MediatorLines::kNoHostApp);
-  Deliver(signal, source, place);
+  DeliverLocked(signal, source, place);
   return true;
 }
 
@@ -83,16 +84,30 @@ bool CSignalMediator::HandToHost(IHostApp& host, const InputSignal& signal, cons
   bool queued = false;
   try {
     const IRunObserver::Sender sender = observer_ ? source.sender : IRunObserver::Sender();
-    message = messages_.Add(signal, {source.number, sender, source.hand_overs}, place);
+    message = AddMessage(CarriedSignal(signal, {source.number, sender, source.hand_overs, source.texts}, place));
     queued = host.RunOnGuiThread(this, message);
   } catch (...) {
   }
-  if (!queued && (message == nullptr || messages_.Take(message))) {
+  if (!queued && (message == nullptr || TakeBack(message))) {
     Add(sent_, -1);
     if (message == nullptr) ++failures_;
     TellEnd(signal, source, message == nullptr ? IRunObserver::Outcome::NoMemory : IRunObserver::Outcome::HostRefused);
   }
   return queued;
+}
+
+InputSignalMessage* CSignalMediator::AddMessage(CarriedSignal carried) {
+  if (messages_.NeedsRoom()) {
+    const AccessLock::Beginning beginning(access_lock_);
+    messages_.MakeRoom();
+  }
+  return messages_.Add(std::move(carried));
+}
+
+bool CSignalMediator::TakeBack(const InputSignalMessage* message) noexcept {
+  CarriedSignal carried;
+  const AccessLock::Beginning beginning(access_lock_);
+  return messages_.Take(message, carried);
 }
 
 bool CSignalMediator::ForwardFired(const std::string& type, const std::string& instance, const char* signal_name) {

@@ -70,7 +70,7 @@ bool CSignalMediator::GetStatistics(Statistics* statistics) {
   if (statistics == nullptr) return false;
   // In this order no number is ahead of the one that it follows.
   statistics->busy = CountBusyNodes();
-  statistics->finished = finished_;
+  statistics->finished = finished_ + finished_locked_;
   statistics->received = received_;
   statistics->sent = sent_;
   statistics->nodes = made_;

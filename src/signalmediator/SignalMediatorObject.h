@@ -111,7 +111,9 @@ class CSignalMediator final : public BaseObject<CSignalMediator, ISignalMediator
   bool EnsureTypeIsLoaded(const char* type) ORV_REQUIRES(access_lock_);
   WorkNodeList::Place EnsureNodeIsMade(const InputSignal& signal);
   bool HandToHost(IHostApp& host, const InputSignal& signal, const SignalSource& source,
-                  WorkNodeList::Place place) noexcept;
+                  WorkNodeList::Place place) noexcept ORV_REQUIRES(access_lock_);
+  InputSignalMessage* AddMessage(CarriedSignal carried) ORV_REQUIRES(access_lock_);
+  bool TakeBack(const InputSignalMessage* message) noexcept;
   bool ForwardFired(const std::string& type, const std::string& instance, const char* signal_name);
 
   // Delivering.cpp
@@ -119,16 +121,26 @@ class CSignalMediator final : public BaseObject<CSignalMediator, ISignalMediator
                const char* text = "") const noexcept;
   // A signal that gets nowhere, for lack of memory.
   void TellLost(const IRunObserver::Sender& sender) const noexcept;
-  void Deliver(const InputSignal& signal, const SignalSource& source, WorkNodeList::Place place) noexcept;
-  WorkNodePointer Receive(const InputSignal& signal, const SignalSource& source, WorkNodeList::Place place,
-                          ContentDirectories::Recalled& recalled);
+  // A delivery that has begun: its node, if it is there, and what is known of the node's content directories.
+  struct Received {
+    WorkNodeEntry* entry = nullptr;
+    WorkNodePointer owner;  // of the entry, when it is shared
+    ContentDirectories::Recalled recalled;
+  };
+  Received Receive(const InputSignal& signal, WorkNodeList::Place place);
+  Received ReceiveLocked(const InputSignal& signal, WorkNodeList::Place place);
+  bool TakeAndReceive(const InputSignalMessage* message, CarriedSignal& carried, Received& received) noexcept;
+  void TellBegun(const InputSignal& signal, const SignalSource& source) const noexcept;
+  void Deliver(const InputSignal& signal, const SignalSource& source, const Received& received) noexcept;
+  void DeliverLocked(const InputSignal& signal, const SignalSource& source, WorkNodeList::Place place) noexcept
+      ORV_REQUIRES(access_lock_);
   static void Add(std::atomic<std::uint32_t>& counter, int change) noexcept;
   bool DeliverTo(WorkNodeEntry& entry, const InputSignal& signal, const SignalSource& source,
-                 ContentDirectories::Recalled recalled);
+                 const ContentDirectories::Recalled& recalled);
   bool CallNode(WorkNodeEntry& entry, const char* signal_name, std::uint64_t number,
-                ContentDirectories::Recalled recalled);
+                const ContentDirectories::Recalled& recalled);
   void ShowThatItThrew(const InputSignal& signal);
-  void RenewContentDirectories(WorkNodeEntry& entry, ContentDirectories::Recalled recalled);
+  void RenewContentDirectories(WorkNodeEntry& entry, const ContentDirectories::Recalled& recalled);
 
   // Report.cpp
   std::uint32_t CountBusyNodes() noexcept;
@@ -167,9 +179,11 @@ class CSignalMediator final : public BaseObject<CSignalMediator, ISignalMediator
   RebootSignals reboot_signals_;
   UnansweredMessages messages_;
   ContentDirectories content_directories_;
-  std::atomic<std::uint32_t> sent_ = 0;      // changed with access_lock_ held
-  std::atomic<std::uint32_t> received_ = 0;  // the same
+  // What the pump writes at each signal stands apart from what the thread of the deliveries does.
+  alignas(64) std::atomic<std::uint32_t> sent_ = 0;      // changed with the first half of access_lock_ held
+  alignas(64) std::atomic<std::uint32_t> received_ = 0;  // changed with what Receive wants held
   std::atomic<std::uint32_t> finished_ = 0;
+  alignas(64) std::atomic<std::uint32_t> finished_locked_ = 0;  // changed with the first half of access_lock_ held
   std::atomic<std::uint32_t> made_ = 0;
   std::atomic<std::uint32_t> failures_ = 0;
 

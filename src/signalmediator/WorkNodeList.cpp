@@ -59,29 +59,12 @@ void WorkNodeList::Append(const WorkNodePointer& entry) {
     entries_.pop_back();
     throw;
   }
-  ++changes_;
+  changes_ = NextChange();
 }
 
 std::size_t WorkNodeList::IndexOf(std::string_view type, std::string_view instance) const {
   const auto found = by_name_.find({type, instance});
   return found == by_name_.end() ? Place::kNone : found->second;
-}
-
-std::size_t WorkNodeList::RecentSlot(const char* type, const char* instance) noexcept {
-  constexpr int kWithinABlock = 4;  // these bits of an address hardly differ
-  return ((reinterpret_cast<std::uintptr_t>(type) ^ reinterpret_cast<std::uintptr_t>(instance) * 3) >> kWithinABlock) %
-         kRecentPlaces;
-}
-
-WorkNodeList::Place WorkNodeList::Recall(const char* type, const char* instance) const {
-  const Place place = recent_[RecentSlot(type, instance)];
-  if (place.changes_ != changes_) return {};
-  const WorkNodeEntry& entry = *entries_[place.index_];
-  return entry.type == type && entry.instance == instance ? place : Place();
-}
-
-void WorkNodeList::Remember(const char* type, const char* instance, Place place) {
-  if (place.found()) recent_[RecentSlot(type, instance)] = place;
 }
 
 WorkNodePointer WorkNodeList::Find(std::string_view type, std::string_view instance) const {
@@ -105,11 +88,17 @@ void WorkNodeList::Clear() noexcept {
   {
     const std::scoped_lock lock(mutex_);
     entries.swap(entries_);
-    ++changes_;
+    changes_ = NextChange();
     by_name_.clear();
     by_node_.clear();
   }
-  for (WorkNodePointer& entry : entries) entry.reset();
+  for (WorkNodePointer& entry : entries) {
+    if (entry->locked_deliveries > 0) {
+      WorkNodeEntry& known = *entry;
+      known.forgotten = std::move(entry);
+    }
+    entry.reset();
+  }
 }
 
 }  // namespace OrvWorkFlow::Core::Mediator

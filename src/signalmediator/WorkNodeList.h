@@ -1,7 +1,7 @@
 // The instantiated work nodes, in the order of their creation and findable by name.
 #pragma once
 
-#include <array>
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "CoreObjects/Marshalled.h"
+#include "CoreObjects/SignalTexts.h"
 #include "OrvWorkFlow/IWorkNode.h"
 #include "signalmediator/ContentDirectories.h"
 
@@ -35,6 +36,11 @@ struct WorkNodeEntry {
   std::string instance;
   bool has_names = false;
   ContentDirectories::OfNode content_directories;
+
+  // The deliveries that a thread performs with the access lock held throughout: they keep the node alive without
+  // sharing it. Changed with the first half of the lock held.
+  std::atomic<std::uint32_t> locked_deliveries = 0;
+  std::shared_ptr<WorkNodeEntry> forgotten;  // this entry, when the list forgot it while there were any
 };
 
 using WorkNodePointer = std::shared_ptr<WorkNodeEntry>;
@@ -90,15 +96,22 @@ class WorkNodeList {
   // Locked. Of two entries with the same names the first appended is found. Unchanged when it throws (no memory).
   void Append(const WorkNodePointer& entry);
 
-  // Locked. Recall finds, without a look-up, what was remembered for names at these addresses, as long as the list does
-  // not change and the texts there are the same: whoever fires a signal often passes the same texts every time.
-  Place Recall(const char* type, const char* instance) const;
-  void Remember(const char* type, const char* instance, Place place);
+  // Locked. Recall finds, without a look-up, what was remembered in that note, as long as the list does not change.
+  Place Recall(const SignalTexts::Note& note) const noexcept {
+    return note.changes == changes_ ? Place(note.index, changes_) : Place();
+  }
+  static void Remember(SignalTexts::Note& note, Place place) noexcept {
+    if (place.found()) note = {place.index_, place.changes_};
+  }
 
   // Locked. GetAt answers what Find does for the names, without a look-up while the place is still good.
   Place Locate(std::string_view type, std::string_view instance) const { return {IndexOf(type, instance), changes_}; }
   WorkNodePointer GetAt(Place place, std::string_view type, std::string_view instance) const {
     return At(place.changes_ == changes_ ? place.index_ : IndexOf(type, instance));
+  }
+  WorkNodeEntry* LookAt(Place place, std::string_view type, std::string_view instance) const {
+    const std::size_t index = place.changes_ == changes_ ? place.index_ : IndexOf(type, instance);
+    return index != Place::kNone ? entries_[index].get() : nullptr;
   }
 
   // Null when there is none.
@@ -120,20 +133,21 @@ class WorkNodeList {
     std::size_t operator()(const Name& name) const noexcept;
   };
 
-  static constexpr std::size_t kRecentPlaces = 256;
-  static std::size_t RecentSlot(const char* type, const char* instance) noexcept;
+  // A number that no state of any list had before.
+  static std::uint64_t NextChange() noexcept {
+    static constinit std::atomic<std::uint64_t> last = 0;
+    return ++last;
+  }
 
   // Want the mutex or the access lock held.
   std::size_t IndexOf(std::string_view type, std::string_view instance) const;
   WorkNodePointer At(std::size_t index) const { return index != Place::kNone ? entries_[index] : nullptr; }
 
   mutable std::mutex mutex_;
-  std::uint64_t changes_ = 1;
+  std::uint64_t changes_ = NextChange();
   Snapshot entries_;
   std::unordered_map<Name, std::size_t, NameHash> by_name_;  // the names are the entries' own texts
   std::unordered_map<const IWorkNode*, std::size_t> by_node_;
-
-  std::array<Place, kRecentPlaces> recent_;  // guarded by the access lock alone
 };
 
 }  // namespace OrvWorkFlow::Core::Mediator

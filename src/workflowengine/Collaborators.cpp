@@ -26,16 +26,13 @@ Found<IDictionary> Collaborators::MakeDictionary(const IDictionary* global) {
   return made;
 }
 
-ISignalMediator* Collaborators::Mediator() noexcept {
-  ISignalMediator* mediator = mediator_.Get(store_.load());
-  if (mediator != nullptr && key_is_new_.load(std::memory_order_relaxed) && key_is_new_.exchange(false)) {
-    try {
-      GiveKey(*mediator);
-    } catch (...) {
-      key_is_new_ = true;  // The next call tries again.
-    }
+void Collaborators::GiveNewKey(ISignalMediator& mediator) noexcept {
+  if (!key_is_new_.exchange(false)) return;
+  try {
+    GiveKey(mediator);
+  } catch (...) {
+    key_is_new_ = true;  // The next call tries again.
   }
-  return mediator;
 }
 
 IFileSystemA* Collaborators::FileSystem() noexcept { return file_system_.Get(store_.load()); }
@@ -69,10 +66,8 @@ bool Collaborators::GiveKey(IBaseWorkFlowObject& object) const {
   return true;
 }
 
-void Collaborators::FindLogger() noexcept {
-  if (tracer_) return;
-  ILogger* logger = logger_.Get(store_.load());
-  if (logger != nullptr && !logger_announced_.exchange(true)) tracer_.SetLogger(logger);
+void Collaborators::UseLogger(ILogger& logger) noexcept {
+  if (!logger_announced_.exchange(true)) tracer_.SetLogger(&logger);
 }
 
 }  // namespace OrvWorkFlow::Core::Engine

@@ -30,7 +30,11 @@ class Collaborators {
   Found<IDictionary> MakeDictionary(const IDictionary* global);
 
   // Null when there is none. The mediator is given the key that it has not heard of yet.
-  ISignalMediator* Mediator() noexcept;
+  ISignalMediator* Mediator() noexcept {
+    ISignalMediator* const mediator = mediator_.Get(store_.load());
+    if (mediator != nullptr && key_is_new_.load(std::memory_order_relaxed)) GiveNewKey(*mediator);
+    return mediator;
+  }
   IFileSystemA* FileSystem() noexcept;
   IHostApp* HostApp() noexcept;
 
@@ -42,7 +46,10 @@ class Collaborators {
   bool GiveKey(IBaseWorkFlowObject& object) const;
 
   // Looks for the logger while there is none. The store's is preferred to the global one.
-  void FindLogger() noexcept;
+  void FindLogger() noexcept {
+    if (tracer_) return;
+    if (ILogger* const logger = logger_.Get(store_.load())) UseLogger(*logger);
+  }
 
   template <class... Values>
   void Log(const char* category, const char* format, Values... values) const noexcept {
@@ -52,6 +59,9 @@ class Collaborators {
   void Detach() noexcept { detached_.store(true); }
 
  private:
+  void GiveNewKey(ISignalMediator& mediator) noexcept;
+  void UseLogger(ILogger& logger) noexcept;
+
   std::atomic<IUtilityStore*> store_ = nullptr;
   LazyObject<ILogger> logger_{FindOrder::StoreFirst, ObjectNames::kLogger, InterfaceNames::kLogger};
   std::atomic<bool> logger_announced_ = false;

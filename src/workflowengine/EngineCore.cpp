@@ -25,13 +25,12 @@ EngineCore::EngineCore()
       stopped_(OrvBase::Event::GetNewEvent()),
       hand_overs_(std::make_shared<HandOvers>([this] { Post(kSignalReceivedEvent); })) {}
 
-bool EngineCore::OutputSignal(const SignalName& sender) {
+bool EngineCore::OutputSignal(const SenderTexts& sender) {
   const std::uint64_t cause = CauseOfThisThread();
   EngineLock lock = LockUnlessInverted();
   if (!lock) {
     try {
-      PutInInbox(
-          {std::string(sender.type), std::string(sender.instance), std::string(sender.signal), std::nullopt, cause});
+      PutInInbox({sender.type, sender.instance, sender.signal, std::nullopt, cause});
     } catch (...) {
       events_.Lost(cause, sender, EngineEvents::Reason::NoMemory);
       throw;
@@ -72,21 +71,20 @@ EngineLock EngineCore::LockUnlessInverted() const {
   return MediatorLockDepth() > 0 ? EngineLock::Try(mutex_.get()) : Lock();
 }
 
-bool EngineCore::MapAndQueue(const EngineLock& lock, const SignalName& sender, std::uint64_t cause) {
+bool EngineCore::MapAndQueue(const EngineLock& lock, const SenderTexts& sender, std::uint64_t cause) {
   const MappedSignal* const mapped = Map(lock, sender, cause);
   if (mapped == nullptr) return false;
   const bool failed = mapped->outcome == MappedSignal::Outcome::Failed;
   if (mapped->receivers.empty() && !failed) {
-    Log(EngineCategories::kIgnoredSignals, EngineLines::kIgnored, sender.type.data(), sender.instance.data(),
-        sender.signal.data());
+    Log(EngineCategories::kIgnoredSignals, EngineLines::kIgnored, sender.type, sender.instance, sender.signal);
     events_.Ignored(cause, sender, *mapped);
     return mapped->outcome == MappedSignal::Outcome::Mapped;
   }
   std::size_t queued = 0;
   try {
-    for (const QueueEntry& receiver : mapped->receivers) {
+    for (const QueueEntry::Source& receiver : mapped->receivers) {
       Log(EngineCategories::kSignal, EngineLines::kAdded);
-      Append(lock, receiver, cause);
+      Append(lock, receiver.Copy(), cause);
       ++queued;
       PostQueued();
     }
@@ -101,7 +99,7 @@ bool EngineCore::MapAndQueue(const EngineLock& lock, const SignalName& sender, s
   return !failed;
 }
 
-const MappedSignal* EngineCore::Map(const EngineLock& /*lock*/, const SignalName& sender, std::uint64_t cause) {
+const MappedSignal* EngineCore::Map(const EngineLock& /*lock*/, const SenderTexts& sender, std::uint64_t cause) {
   const WatchedState state = dictionary_.Get();
   if (state.dictionary == nullptr) {
     events_.Lost(cause, sender, EngineEvents::Reason::NoDictionary);
@@ -128,9 +126,12 @@ void EngineCore::AppendOrTell(const EngineLock& lock, const QueueEntry& entry, s
   }
 }
 
-void EngineCore::Append(const EngineLock& lock, QueueEntry entry, std::uint64_t cause) {
-  {
-    const std::unique_lock listing = LockListing(lock);
+void EngineCore::Append(const EngineLock& /*lock*/, QueueEntry entry, std::uint64_t cause) {
+  if (listed_) {
+    const std::scoped_lock listing(listing_mutex_);
+    queue_.Append(std::move(entry));
+    ++last_number_;
+  } else {
     queue_.Append(std::move(entry));
     ++last_number_;
   }
@@ -140,6 +141,7 @@ void EngineCore::Append(const EngineLock& lock, QueueEntry entry, std::uint64_t 
 
 QueueEntry EngineCore::TakeFront(const EngineLock& lock) noexcept {
   AddToLoad(0U - kOneWaiting);
+  if (!listed_) return queue_.TakeFront();
   const std::unique_lock listing = LockListing(lock);
   return queue_.TakeFront();
 }
@@ -190,7 +192,6 @@ void EngineCore::PutInInbox(Letter letter) {
 }
 
 bool EngineCore::TakeFromInbox(Letter& letter) {
-  if (unmapped_.load() == 0) return false;
   const std::scoped_lock lock(inbox_mutex_);
   if (inbox_.empty()) return false;
   letter = std::move(inbox_.front());
@@ -198,14 +199,14 @@ bool EngineCore::TakeFromInbox(Letter& letter) {
   return true;
 }
 
-void EngineCore::MapInbox(const EngineLock& lock) {
+void EngineCore::MapLetters(const EngineLock& lock) {
   Letter letter;
   while (TakeFromInbox(letter)) {
     try {
       if (letter.entry) {
         AppendOrTell(lock, *letter.entry, letter.cause);
       } else {
-        MapAndQueue(lock, {letter.type, letter.instance, letter.signal}, letter.cause);
+        MapAndQueue(lock, {letter.type.c_str(), letter.instance.c_str(), letter.signal.c_str()}, letter.cause);
       }
     } catch (...) {  // The sender was answered long ago; the others still have to be mapped.
     }

@@ -53,7 +53,7 @@ class EngineCore {
   // Maps the signal and queues an entry a receiver, under the engine mutex. While another thread has that mutex, a
   // thread that holds the mediator's lock (which the pump may be waiting for) only leaves the three names in the inbox;
   // whoever takes the engine mutex next maps them.
-  bool OutputSignal(const SignalName& sender);
+  bool OutputSignal(const SenderTexts& sender);
 
   // Queues an entry that is no answer to an output signal, on the same terms, and wakes the pump.
   void Queue(const QueueEntry& entry);
@@ -63,11 +63,15 @@ class EngineCore {
 
   // Maps what is in the inbox, in its order. To be done first by whoever has taken the engine mutex to look at the
   // queue.
-  void MapInbox(const EngineLock& lock);
+  void MapInbox(const EngineLock& lock) {
+    if (unmapped_.load() != 0) MapLetters(lock);
+  }
 
   // The entry is caused by the delivery that this thread performs, if it does.
   void Append(const EngineLock& lock, QueueEntry entry);
   QueueEntry TakeFront(const EngineLock& lock) noexcept;
+  // What TakeFront gave, when it is not needed any more.
+  void PutAway(const EngineLock& /*lock*/, QueueEntry entry) noexcept { done_.Take(std::move(entry)); }
   // The number of the front entry. Numbers stand in the queue without a gap, since entries leave it at the front alone.
   std::uint64_t FrontNumber(const EngineLock& /*lock*/) const noexcept { return last_number_ - queue_.Size() + 1; }
   const SignalQueue& Queue(const EngineLock& /*lock*/) const noexcept { return queue_; }
@@ -146,10 +150,11 @@ class EngineCore {
     load_.store(load_.load(std::memory_order_relaxed) + change, std::memory_order_release);
   }
   bool TakeFromInbox(Letter& letter);
+  void MapLetters(const EngineLock& lock);
   std::uint64_t CauseOfThisThread() const noexcept;
   // These throw for lack of memory, after the observer was told what is lost.
-  bool MapAndQueue(const EngineLock& lock, const SignalName& sender, std::uint64_t cause);
-  const MappedSignal* Map(const EngineLock& lock, const SignalName& sender, std::uint64_t cause);
+  bool MapAndQueue(const EngineLock& lock, const SenderTexts& sender, std::uint64_t cause);
+  const MappedSignal* Map(const EngineLock& lock, const SenderTexts& sender, std::uint64_t cause);
   void AppendOrTell(const EngineLock& lock, const QueueEntry& entry, std::uint64_t cause);
   // Throws for lack of memory; nothing has changed then, and nobody was told.
   void Append(const EngineLock& lock, QueueEntry entry, std::uint64_t cause);
@@ -171,6 +176,7 @@ class EngineCore {
   // Guarded by the engine mutex.
   MappingsDictionary dictionary_;
   SignalQueue queue_;
+  QueueEntry::Sink done_;
   std::uint64_t last_number_ = 0;  // of the entry at the back, or that was there last
   SignalMappings mappings_;
   // Held as well by whoever changes the queue while there is an observer, and enough to read it then. Leaf.

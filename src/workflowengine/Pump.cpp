@@ -1,5 +1,7 @@
 #include "workflowengine/Pump.h"
 
+#include <utility>
+
 #include "CoreObjects/ErrorBox.h"
 #include "CoreObjects/SignalsOfThread.h"
 #include "workflowengine/EngineMessages.h"
@@ -45,13 +47,15 @@ void FireQueue(EngineCore& core, const EngineLock& lock) {
     ISignalMediator* mediator = core.Others().Mediator();
     if (mediator == nullptr || core.OfHost()->IsFull()) break;
     source.number = core.FrontNumber(lock);
-    const QueueEntry entry = core.TakeFront(lock);
+    QueueEntry entry = core.TakeFront(lock);
     source.sender = SenderOf(entry);
+    source.texts = &entry;
     source.hand_overs = core.OfHost()->HasLimit() ? &core.OfHost() : nullptr;
     source_mark.Set();
     count = core.Queue(lock).Size();
     mediator->FireInputSignal(entry.Text(QueueEntry::ReceiverType), entry.Text(QueueEntry::ReceiverInstance),
                               entry.Text(QueueEntry::IncomingSignal));
+    core.PutAway(lock, std::move(entry));
     core.Log(EngineCategories::kFireAllReadySignals, EngineLines::kRemoved);
     core.Log(EngineCategories::kFireAllReadySignals, EngineLines::kLeft, static_cast<int>(count));
   }

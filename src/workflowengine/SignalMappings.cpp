@@ -1,5 +1,6 @@
 #include "workflowengine/SignalMappings.h"
 
+#include <cstring>
 #include <mutex>
 #include <utility>
 
@@ -148,28 +149,26 @@ void RemoveAllMappings(IDictionary& dictionary) {
   }
 }
 
-std::size_t SignalMappings::RecentSlot(const SignalName& sender) noexcept {
+std::size_t SignalMappings::RecentSlot(const SenderTexts& sender) noexcept {
   constexpr int kWithinABlock = 3;  // these bits of an address hardly differ
-  const auto address = [](std::string_view text) { return reinterpret_cast<std::uintptr_t>(text.data()); };
+  const auto address = [](const char* text) { return reinterpret_cast<std::uintptr_t>(text); };
   return ((address(sender.type) ^ address(sender.instance) * 3 ^ address(sender.signal) * 5) >> kWithinABlock) %
          kRecentSenders;
 }
 
-bool SignalMappings::IsKeyOf(std::string_view key, const SignalName& sender) noexcept {
-  const std::size_t second = sender.type.size() + 1;
-  const std::size_t third = second + sender.instance.size() + 1;
-  return key.size() == third + sender.signal.size() && key.starts_with(sender.type) &&
-         key.substr(second).starts_with(sender.instance) && key.ends_with(sender.signal) && key[second - 1] == '\0' &&
-         key[third - 1] == '\0';
+bool SignalMappings::Recent::IsOf(const SenderTexts& sender) const noexcept {
+  return std::strcmp(signal, sender.signal) == 0 && std::strcmp(instance, sender.instance) == 0 &&
+         std::strcmp(type, sender.type) == 0;
 }
 
-const MappedSignal& SignalMappings::Find(const WatchedState& now, const SignalName& sender) {
-  const auto& [key, known] = recent_[RecentSlot(sender)];
-  if (known != nullptr && known->state == now && IsKeyOf(key, sender)) return known->mapped;
+const MappedSignal& SignalMappings::Find(const WatchedState& now, const SenderTexts& sender) {
+  const Recent& recent = recent_[RecentSlot(sender)];
+  if (recent.known != nullptr && recent.known->state == now && recent.IsOf(sender)) return recent.known->mapped;
   return FindByText(now, sender);
 }
 
-const MappedSignal& SignalMappings::FindByText(const WatchedState& now, const SignalName& sender) {
+const MappedSignal& SignalMappings::FindByText(const WatchedState& now, const SenderTexts& texts) {
+  const SignalName sender = texts;
   key_.assign(sender.type).append(1, '\0').append(sender.instance).append(1, '\0').append(sender.signal);
   auto place = known_.find(std::string_view(key_));
   if (place == known_.end() || place->second.state != now) {
@@ -181,7 +180,9 @@ const MappedSignal& SignalMappings::FindByText(const WatchedState& now, const Si
     if (place == known_.end()) place = MakeRoomFor(key_);
     place->second = {now, std::move(mapped)};
   }
-  recent_[RecentSlot(sender)] = {place->first, &place->second};
+  const char* const key = place->first.c_str();
+  const char* const instance = key + sender.type.size() + 1;
+  recent_[RecentSlot(texts)] = {key, instance, instance + sender.instance.size() + 1, &place->second};
   return place->second.mapped;
 }
 

@@ -26,6 +26,15 @@ struct SignalName {
   std::string_view signal;
 };
 
+// The names of a sender, each zero-terminated.
+struct SenderTexts {
+  const char* type;
+  const char* instance;
+  const char* signal;
+
+  operator SignalName() const { return {type, instance, signal}; }
+};
+
 // The operations on the mappings of the dictionary. Any thread; they may throw for lack of memory.
 
 // The first that is equal; false when none is.
@@ -63,7 +72,7 @@ struct MappedSignal {
     Failed,     // behind the receivers stands something that cannot be read or is not three parts
   };
   Outcome outcome = Outcome::Failed;
-  std::vector<QueueEntry> receivers;  // ready for the queue, in the dictionary's order
+  std::vector<QueueEntry::Source> receivers;  // of entries for the queue, in the dictionary's order
 
   // After a failure: the child that could not be read, "" when they could not be listed, and its text if it has one.
   std::string unread_child;
@@ -83,7 +92,7 @@ class SignalMappings {
   explicit SignalMappings(std::size_t most_known = kMostKnown) : most_known_(most_known) {}
 
   // `now` was taken just before, and has a dictionary. The answer is valid until the next call.
-  const MappedSignal& Find(const WatchedState& now, const SignalName& sender);
+  const MappedSignal& Find(const WatchedState& now, const SenderTexts& sender);
 
   std::size_t Size() const noexcept { return known_.size(); }
   void Forget() noexcept {
@@ -100,14 +109,17 @@ class SignalMappings {
 
   // What was found for names at these addresses: whoever fires often passes the same texts every time.
   struct Recent {
-    std::string_view key;
+    bool IsOf(const SenderTexts& sender) const noexcept;
+
+    const char* type = nullptr;  // the parts of its key
+    const char* instance = nullptr;
+    const char* signal = nullptr;
     const Known* known = nullptr;
   };
   static constexpr std::size_t kRecentSenders = 64;
 
-  static std::size_t RecentSlot(const SignalName& sender) noexcept;
-  static bool IsKeyOf(std::string_view key, const SignalName& sender) noexcept;
-  const MappedSignal& FindByText(const WatchedState& now, const SignalName& sender);
+  static std::size_t RecentSlot(const SenderTexts& sender) noexcept;
+  const MappedSignal& FindByText(const WatchedState& now, const SenderTexts& texts);
   KnownSignals::iterator MakeRoomFor(const std::string& key);
   void ForgetOne() noexcept;
 

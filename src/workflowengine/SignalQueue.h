@@ -1,59 +1,15 @@
 // The signals that wait to be fired, in order.
 #pragma once
 
-#include <array>
-#include <atomic>
 #include <cstddef>
-#include <cstdint>
-#include <string_view>
 #include <utility>
 #include <vector>
 
+#include "CoreObjects/SignalTexts.h"
+
 namespace OrvWorkFlow::Core::Engine {
 
-// One signal on its way: six texts that never change, in one block of memory that all copies share.
-class QueueEntry {
- public:
-  enum Field {
-    SenderType,
-    SenderInstance,
-    OutgoingSignal,
-    ReceiverType,
-    ReceiverInstance,
-    IncomingSignal,
-    kFieldCount,
-  };
-  using Texts = std::array<std::string_view, kFieldCount>;
-
-  QueueEntry() = default;  // six empty texts
-  // A text ends at its first zero character.
-  explicit QueueEntry(const Texts& texts);
-  QueueEntry(const QueueEntry& other) noexcept : block_(other.block_) {
-    if (block_ != nullptr) block_->shares.fetch_add(1, std::memory_order_relaxed);
-  }
-  QueueEntry(QueueEntry&& other) noexcept : block_(std::exchange(other.block_, nullptr)) {}
-  QueueEntry& operator=(QueueEntry other) noexcept {
-    std::swap(block_, other.block_);
-    return *this;
-  }
-  ~QueueEntry() {
-    if (block_ != nullptr && block_->shares.fetch_sub(1, std::memory_order_acq_rel) == 1) Free(block_);
-  }
-
-  // Zero-terminated; valid as long as any copy of the entry.
-  const char* Text(Field field) const noexcept { return block_ != nullptr ? block_->texts[field] : ""; }
-
- private:
-  // The characters stand behind it, each text with its terminator.
-  struct Block {
-    std::atomic<std::uint32_t> shares = 1;
-    std::array<const char*, kFieldCount> texts{};
-  };
-
-  static void Free(Block* block) noexcept;
-
-  Block* block_ = nullptr;
-};
+using QueueEntry = SignalTexts;
 
 // A ring of entries, with room for 10 at first, that doubles when it is full. Appending and taking cost the same
 // however many entries wait. One thread at a time.
@@ -67,9 +23,18 @@ class SignalQueue {
   std::size_t Room() const noexcept { return slots_.size(); }
 
   // At the back; without memory it throws and nothing has changed.
-  void Append(QueueEntry entry);
+  void Append(QueueEntry&& entry) {
+    if (size_ == slots_.size()) Grow();
+    slots_[Place(size_)] = std::move(entry);
+    ++size_;
+  }
   // The front entry, which leaves the queue. Not on an empty queue.
-  QueueEntry TakeFront() noexcept;
+  QueueEntry TakeFront() noexcept {
+    QueueEntry entry = std::move(slots_[head_]);
+    head_ = Place(1);
+    --size_;
+    return entry;
+  }
   // Entry number `index` from the front, less than Size().
   const QueueEntry& At(std::size_t index) const noexcept { return slots_[Place(index)]; }
 
@@ -78,6 +43,8 @@ class SignalQueue {
     const std::size_t place = head_ + index;
     return place < slots_.size() ? place : place - slots_.size();
   }
+
+  void Grow();
 
   std::vector<QueueEntry> slots_;
   std::size_t head_ = 0;

@@ -99,7 +99,7 @@ bool CWorkFlowEngine::RemoveAllSignalMappings() {
 }
 
 bool CWorkFlowEngine::OutputSignal(const char* sender_type, const char* sender_instance, const char* outgoing_signal) {
-  if (AnyNull({sender_type, sender_instance, outgoing_signal})) return false;
+  if (sender_type == nullptr || sender_instance == nullptr || outgoing_signal == nullptr) return false;
   try {
     Others().FindLogger();
     return core_->OutputSignal({sender_type, sender_instance, outgoing_signal});

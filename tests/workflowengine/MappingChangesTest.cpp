@@ -219,7 +219,7 @@ TEST_F(MappingChangesTest, MoreSignalsThanAreKeptLeadWhereTheyShould) {
   for (int i = 0; i < 100; ++i) AddMapping("T", "i", name(i).c_str(), "A", "a", name(i).c_str());
   for (int round = 0; round < 3; ++round) {
     for (int i = 0; i < 100; ++i) {
-      const MappedSignal& mapped = mappings.Find(known.Get(), {"T", "i", name(i)});
+      const MappedSignal& mapped = mappings.Find(known.Get(), {"T", "i", name(i).c_str()});
       ASSERT_EQ(mapped.receivers.size(), 1u);
       EXPECT_EQ(mapped.receivers[0].Text(QueueEntry::IncomingSignal), name(i));
       EXPECT_LE(mappings.Size(), kKept);
