@@ -1,0 +1,295 @@
+#include "flow/Drawing.h"
+
+#include <algorithm>
+#include <map>
+#include <set>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "OrvWorkFlow/WorkflowSchema.h"
+
+namespace OrvWorkFlow::Flow {
+
+namespace {
+
+// Fills and borders that are told apart by most eyes, and in grey by their names.
+struct Colour {
+  const char* fill;
+  const char* line;
+};
+constexpr Colour kColours[] = {
+    {"#e8f1fb", "#2b6cb0"}, {"#eaf6ec", "#2f7d45"}, {"#fdf3e1", "#b0731a"}, {"#f3ecfa", "#7a4fa3"},
+    {"#fdecef", "#b03a5b"}, {"#e6f5f5", "#1f7a80"}, {"#f4f1ea", "#77643a"}, {"#eceff3", "#4a5a70"},
+};
+constexpr char kErrorColour[] = "#c62828";
+constexpr char kWarningColour[] = "#d98200";
+constexpr char kText[] = "#1f2933";
+constexpr char kQuiet[] = "#6b7785";
+// More signals on one arrow are counted.
+constexpr std::size_t kMostLabelLines = 6;
+
+// Bytes that are no UTF-8, or no text, become a question mark: Graphviz refuses a file with one.
+std::string Clean(std::string_view text) {
+  std::string clean;
+  for (std::size_t i = 0; i < text.size();) {
+    const auto byte = static_cast<unsigned char>(text[i]);
+    const std::size_t size = byte < 0x80                   ? 1
+                             : byte >= 0xC2 && byte < 0xE0 ? 2
+                             : byte >= 0xE0 && byte < 0xF0 ? 3
+                             : byte >= 0xF0 && byte < 0xF5 ? 4
+                                                           : 0;
+    bool is_whole = size > 0 && i + size <= text.size() && byte >= 0x20 && byte != 0x7F;
+    for (std::size_t k = 1; is_whole && k < size; ++k) {
+      is_whole = (static_cast<unsigned char>(text[i + k]) & 0xC0) == 0x80;
+    }
+    clean += is_whole ? std::string(text.substr(i, size)) : "?";
+    i += is_whole ? size : 1;
+  }
+  return clean;
+}
+
+// In double quotes; a backslash stands for itself.
+std::string Quoted(std::string_view text) {
+  std::string quoted = "\"";
+  for (const char c : Clean(text)) {
+    if (c == '"' || c == '\\') quoted += '\\';
+    quoted += c;
+  }
+  return quoted + "\"";
+}
+
+std::string InHtml(std::string_view text) {
+  std::string html;
+  for (const char c : Clean(text)) {
+    switch (c) {
+      case '&':
+        html += "&amp;";
+        break;
+      case '<':
+        html += "&lt;";
+        break;
+      case '>':
+        html += "&gt;";
+        break;
+      case '"':
+        html += "&quot;";
+        break;
+      default:
+        html += c;
+    }
+  }
+  // Graphviz takes an empty one for a mistake.
+  return html.empty() ? " " : html;
+}
+
+std::string Font(const char* attributes, const std::string& html) {
+  return "<font " + std::string(attributes) + ">" + html + "</font>";
+}
+
+class Drawing {
+ public:
+  Drawing(const Workflow& workflow, const Findings& findings, bool grouped) : workflow_(workflow), grouped_(grouped) {
+    for (const Finding& finding : findings) {
+      if (finding.severity != Severity::Note) findings_.push_back(&finding);
+    }
+    for (std::size_t i = 0; i < workflow.types.size(); ++i) {
+      for (const Instance& instance : workflow.types[i].instances) {
+        names_.emplace(Key(workflow.types[i].name, instance.name), "n" + std::to_string(names_.size()));
+      }
+    }
+  }
+
+  std::string Draw(const std::string& title) {
+    FindMissing();
+    Head();
+    // Around all of it, so that the title stands above the picture and the legend below.
+    Line("subgraph cluster_workflow {");
+    Line("label=<<b>" + InHtml(title) + "</b>>; labelloc=t; labeljust=c; fontsize=20; fontcolor=\"" + kText +
+         "\"; peripheries=0; margin=16;");
+    for (std::size_t i = 0; i < workflow_.types.size(); ++i) DrawType(i);
+    DrawStart();
+    for (const NodeType& type : workflow_.types) {
+      for (const Instance& instance : type.instances) DrawSignals(type, instance);
+    }
+    for (const auto& [key, name] : missing_) DrawMissing(key, name);
+    Line("}");
+    return std::move(dot_) + "}\n";
+  }
+
+ private:
+  using Key = std::pair<std::string, std::string>;
+
+  void Line(const std::string& line) { dot_ += "  " + line + "\n"; }
+
+  void Head() {
+    dot_ = "digraph workflow {\n";
+    Line(std::string(
+             "graph [fontname=\"Helvetica,Arial,sans-serif\", rankdir=LR, nodesep=0.35, ranksep=0.7, pad=0.4, ") +
+         "bgcolor=white, newrank=true, labelloc=b, labeljust=l, label=<" + Legend() + ">];");
+    Line(
+        "node [shape=box, style=\"filled,rounded\", fontname=\"Helvetica,Arial,sans-serif\", fontsize=12, "
+        "margin=\"0.16,0.09\", penwidth=1.4, fontcolor=\"" +
+        std::string(kText) + "\"];");
+    Line(
+        "edge [fontname=\"Helvetica,Arial,sans-serif\", fontsize=10, color=\"#52606d\", fontcolor=\"#3e4c59\", "
+        "penwidth=1.2, arrowsize=0.8];");
+  }
+
+  // The worst of what was found at an instance or below it, and how much.
+  struct Mark {
+    std::size_t errors = 0;
+    std::size_t warnings = 0;
+    std::string text;
+  };
+  Mark MarkOf(const Instance& instance, const NodeType& type) const {
+    Mark mark;
+    for (const Finding* finding : findings_) {
+      const bool is_here = finding->path == instance.path || finding->path.starts_with(instance.path + "/");
+      const bool is_of_type = finding->path == type.path || finding->path.starts_with(type.path + "/Binaries");
+      if (!is_here && !is_of_type) continue;
+      ++(finding->severity == Severity::Error ? mark.errors : mark.warnings);
+      mark.text += (mark.text.empty() ? "" : "&#10;") + InHtml(finding->what);
+    }
+    return mark;
+  }
+
+  void DrawType(std::size_t index) {
+    const NodeType& type = workflow_.types[index];
+    if (type.instances.empty()) return;
+    const Colour& colour = kColours[index % std::size(kColours)];
+    const bool is_group = grouped_ && type.instances.size() > 1;
+    if (is_group) {
+      Line("subgraph cluster_" + std::to_string(index) + " {");
+      Line("  label=<" + Font("point-size=\"11\"", InHtml(type.name)) +
+           ">; labeljust=l; peripheries=1; style=\"rounded,dashed\"; color=\"" + colour.line + "\"; fontcolor=\"" +
+           colour.line + "\"; margin=14;");
+    }
+    for (const Instance& instance : type.instances) DrawInstance(type, instance, colour, is_group);
+    if (is_group) Line("}");
+  }
+
+  void DrawInstance(const NodeType& type, const Instance& instance, const Colour& colour, bool is_in_group) {
+    const Mark mark = MarkOf(instance, type);
+    std::string label = "<b>" + InHtml(instance.name) + "</b>";
+    if (!is_in_group) {
+      label +=
+          "<br/>" + Font(("point-size=\"10\" color=\"" + std::string(colour.line) + "\"").c_str(), InHtml(type.name));
+    }
+    std::string line = colour.line;
+    std::string width;
+    const auto add_badge = [&](std::size_t count, const char* word, const char* badge_colour) {
+      if (count == 0) return;
+      label += "<br/>" + Font(("point-size=\"10\" color=\"" + std::string(badge_colour) + "\"").c_str(),
+                              std::to_string(count) + " " + word + (count == 1 ? "" : "s"));
+    };
+    add_badge(mark.errors, "error", kErrorColour);
+    add_badge(mark.warnings, "warning", kWarningColour);
+    if (mark.errors + mark.warnings > 0) {
+      line = mark.errors > 0 ? kErrorColour : kWarningColour;
+      width = ", penwidth=2.6";
+    }
+    Line("  " + names_.at({type.name, instance.name}) + " [label=<" + label + ">, fillcolor=\"" + colour.fill +
+         "\", color=\"" + line + "\"" + width + ", tooltip=\"" +
+         (mark.text.empty() ? InHtml(type.name + " " + instance.name) : mark.text) + "\"];");
+  }
+
+  void DrawStart() {
+    if (workflow_.start.type.empty()) return;
+    Line("start [shape=circle, label=\"\", width=0.22, style=filled, fillcolor=\"" + std::string(kText) +
+         "\", color=\"" + kText + "\", tooltip=\"the workflow begins here\"];");
+    Line("start -> " + NameOf(workflow_.start) + " [label=" + Quoted(" " + workflow_.start.signal + " ") +
+         ", style=bold, color=\"" + kText + "\"];");
+  }
+
+  // One arrow between two instances, with all signals that go along it.
+  void DrawSignals(const NodeType& type, const Instance& instance) {
+    std::vector<std::pair<std::string, std::vector<std::string>>> arrows;
+    for (const OutputSignal& output : instance.outputs) {
+      for (const Mapping& mapping : output.mappings) {
+        if (!mapping.receiver) continue;
+        const std::string to = NameOf(*mapping.receiver);
+        auto arrow = std::find_if(arrows.begin(), arrows.end(), [&](const auto& a) { return a.first == to; });
+        if (arrow == arrows.end()) arrow = arrows.insert(arrow, {to, {}});
+        const bool is_same = mapping.receiver->signal == output.name;
+        arrow->second.push_back(is_same ? output.name : output.name + " \xE2\x86\x92 " + mapping.receiver->signal);
+      }
+    }
+    const std::string from = names_.at({type.name, instance.name});
+    for (const auto& [to, signals] : arrows) {
+      std::string label;
+      for (std::size_t i = 0; i < std::min(signals.size(), kMostLabelLines); ++i) {
+        label += " " + InHtml(signals[i]) + " <br align=\"left\"/>";
+      }
+      if (signals.size() > kMostLabelLines)
+        label += " and " + std::to_string(signals.size() - kMostLabelLines) + " more ";
+      const bool is_lost = to[0] == 'm';
+      Line(from + " -> " + to + " [label=<" + label + ">" +
+           (is_lost ? std::string(", style=dashed, color=\"") + kErrorColour + "\"" : "") + "];");
+    }
+  }
+
+  std::string NameOf(const Address& receiver) {
+    const Key key(receiver.type, receiver.instance);
+    const auto known = names_.find(key);
+    if (known != names_.end()) return known->second;
+    return missing_.try_emplace(key, "m" + std::to_string(missing_.size())).first->second;
+  }
+
+  void DrawMissing(const Key& key, const std::string& name) {
+    Line(name + " [label=<" + InHtml(key.second) + "<br/>" +
+         Font(("point-size=\"10\" color=\"" + std::string(kErrorColour) + "\"").c_str(),
+              InHtml(key.first) + ", not there") +
+         ">, style=\"rounded,dashed\", color=\"" + kErrorColour + "\", fontcolor=\"" + kErrorColour + "\"];");
+  }
+
+  // Receivers that are not there are known before the legend is.
+  void FindMissing() {
+    if (!workflow_.start.type.empty()) NameOf(workflow_.start);
+    for (const NodeType& type : workflow_.types) {
+      for (const Instance& instance : type.instances) {
+        for (const OutputSignal& output : instance.outputs) {
+          for (const Mapping& mapping : output.mappings) {
+            if (mapping.receiver) NameOf(*mapping.receiver);
+          }
+        }
+      }
+    }
+  }
+
+  std::string Legend() const {
+    std::string rows;
+    const auto add = [&rows](const char* colour, const char* sign, const char* text) {
+      const auto cell = [](const char* of_cell, const char* what) {
+        return "<td align=\"left\">" +
+               Font(("point-size=\"10\" color=\"" + std::string(of_cell) + "\"").c_str(), what) + "</td>";
+      };
+      rows += "<tr>" + cell(colour, sign) + cell(kQuiet, text) + "</tr>";
+    };
+    if (!workflow_.start.type.empty()) add(kText, "&#9679;", "where the workflow begins");
+    add(kQuiet, "<b>Name</b>",
+        grouped_ ? "an instance; a dashed frame holds those of one type"
+                 : "an instance, and its node type, each in its colour");
+    add(kQuiet, "fired &rarr; taken", "a signal, and what it is called where it arrives");
+    if (!findings_.empty() || !missing_.empty()) {
+      add(kErrorColour, "red", "cannot work as it is written: orvflow check says why");
+      add(kWarningColour, "orange", "is hardly meant so");
+    }
+    return "<table border=\"0\" cellborder=\"0\" cellspacing=\"1\">" + rows + "</table>";
+  }
+
+  const Workflow& workflow_;
+  std::vector<const Finding*> findings_;
+  std::map<Key, std::string> names_;
+  std::map<Key, std::string> missing_;
+  std::string dot_;
+  const bool grouped_;
+};
+
+}  // namespace
+
+std::string DrawAsDot(const Workflow& workflow, const Findings& findings, const std::string& title, bool grouped) {
+  return Drawing(workflow, findings, grouped).Draw(title);
+}
+
+}  // namespace OrvWorkFlow::Flow

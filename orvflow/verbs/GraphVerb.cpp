@@ -1,0 +1,156 @@
+// orvflow graph FLOW.xml: the wiring of a workflow as a picture.
+#include <algorithm>
+#include <cctype>
+#include <cstdio>
+#include <fstream>
+#include <memory>
+#include <optional>
+
+#include "OrvWorkFlow/WorkflowSchema.h"
+#include "flow/Drawing.h"
+#include "flow/Workflow.h"
+#include "orvflow/files/HostFiles.h"
+#include "orvflow/files/KeyFile.h"
+#include "orvflow/run/FlowCheck.h"
+#include "orvflow/run/FlowSource.h"
+#include "orvflow/run/WorkflowHost.h"
+#include "orvflow/terminal/OtherProgram.h"
+#include "orvflow/terminal/StandardStreams.h"
+#include "orvflow/verbs/Verb.h"
+
+namespace OrvWorkFlow::Program {
+
+namespace {
+
+class GraphVerb final : public Verb {
+ public:
+  explicit GraphVerb(CLI::App& program);
+  ExitCode Execute() override;
+
+ private:
+  std::string PictureForm() const;
+  std::string Draw() const;
+  void DrawPicture(const std::string& form, const std::string& dot) const;
+
+  std::string flow_;
+  std::string output_;
+  std::string key_file_;
+  std::vector<std::string> plugin_directories_;
+  bool without_findings_ = false;
+  bool grouped_ = false;
+};
+
+GraphVerb::GraphVerb(CLI::App& program) : Verb(program, "graph", "Draws the wiring of a workflow") {
+  command().add_option("FLOW.xml", flow_, "The workflow's dictionary file; - for standard input")->type_name("");
+  command()
+      .add_option("-o,--output", output_,
+                  "The picture: a file that ends in .svg, .png or .pdf (drawn by Graphviz), or .dot; else DOT is "
+                  "written to standard output")
+      ->type_name("FILE");
+  command().add_flag("--group", grouped_, "Puts the instances of one type side by side, in a frame");
+  command().add_flag("--no-findings", without_findings_, "Loads no libraries, and does not mark what check finds");
+  AddKeyFileOption(command(), key_file_);
+  command()
+      .add_option("--plugin-path", plugin_directories_, "Looks for plug-in libraries there too")
+      ->type_name("DIR")
+      ->allow_extra_args(false);
+  command().footer(
+      "  orvflow graph flow.xml -o flow.svg\n"
+      "  orvflow graph flow.xml | dot -Tx11");
+}
+
+// "svg" and so on; "" for DOT on standard output.
+std::string GraphVerb::PictureForm() const {
+  if (output_.empty() || IsStandardStream(output_)) return {};
+  const std::size_t dot = output_.find_last_of("./\\");
+  std::string form = dot == std::string::npos || output_[dot] != '.' ? "" : output_.substr(dot + 1);
+  std::transform(form.begin(), form.end(), form.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  for (const char* known : {"svg", "png", "pdf", "dot"}) {
+    if (form == known) return form;
+  }
+  if (form == "html")
+    throw UsageError("-o " + output_ + ": pages are not there yet; take .svg, which browsers show too");
+  throw UsageError("-o " + output_ + ": the name has to end in .svg, .png, .pdf or .dot");
+}
+
+ExitCode GraphVerb::Execute() {
+  if (flow_.empty()) throw UsageError("no workflow file given");
+  const std::string form = PictureForm();
+  AddPluginDirectories(plugin_directories_);
+  const std::string dot = Draw();
+  if (form.empty()) {
+    WriteStandardOutput(dot);
+  } else {
+    DrawPicture(form, dot);
+  }
+  return ExitCode::Done;
+}
+
+std::string GraphVerb::Draw() const {
+  std::optional<KeyFile> key;
+  if (!key_file_.empty()) key.emplace(key_file_);
+  const std::unique_ptr<WorkflowHost> host = MakeHost();
+  if (key) host->UseKey(key->key());
+  const FlowSource source(flow_);
+  const WorkflowHost::OwnedDictionary dictionary = host->MakeDictionary();
+  ReadFlow(*dictionary, source.file(), source.shown_name());
+  const Flow::Workflow workflow = Flow::ReadWorkflow(*dictionary);
+  if (workflow.types.empty()) {
+    throw FileError(ExitCode::DictionaryDamaged, source.shown_name(), WorkflowSchema::kWorkNodes,
+                    "a dictionary, but no workflow: it has no work nodes");
+  }
+  Flow::Findings findings;
+  if (!without_findings_) findings = FindFaults(*dictionary, {.file = source.path()});
+  return Flow::DrawAsDot(workflow, findings, workflow.name.empty() ? source.shown_name() : workflow.name, grouped_);
+}
+
+// Beside the picture, and gone in the end.
+class TextFile {
+ public:
+  TextFile(std::string path, const std::string& text) : path_(std::move(path)) {
+    std::ofstream file(path_, std::ios::binary);
+    file << text;
+    file.close();
+    is_written_ = !file.fail();
+  }
+  TextFile(const TextFile&) = delete;
+  TextFile& operator=(const TextFile&) = delete;
+  ~TextFile() {
+    if (!is_kept_) std::remove(path_.c_str());
+  }
+
+  bool is_written() const { return is_written_; }
+  void Keep() { is_kept_ = true; }
+
+ private:
+  std::string path_;
+  bool is_written_ = false;
+  bool is_kept_ = false;
+};
+
+void GraphVerb::DrawPicture(const std::string& form, const std::string& dot) const {
+  const std::string path = MakeAbsolutePath(output_);
+  const auto fail = [&](const std::string& text) { throw FileError(ExitCode::Failed, output_, "", text); };
+  const bool is_dot = form == "dot";
+  const std::string text_path = is_dot ? path : path + ".dot";
+  if (!is_dot && FindFileKind(text_path) != FileKind::Missing) {
+    fail("its text would be written to " + output_ + ".dot for a moment, and there is such a file; move it");
+  }
+  TextFile text(text_path, dot);
+  if (!text.is_written()) fail("cannot be written; check the folder and the disk");
+  if (is_dot) return text.Keep();
+  const std::optional<int> code = RunOtherProgram("dot", {"-T" + form, "-o", path, text_path});
+  if (!code) {
+    fail(
+        "pictures are drawn by the program dot of Graphviz, which is not in the PATH; install the package graphviz, or "
+        "write DOT with -o FILE.dot");
+  }
+  if (*code != 0) fail("dot failed with exit code " + std::to_string(*code));
+}
+
+}  // namespace
+
+std::unique_ptr<Verb> MakeGraphVerb(CLI::App& program) { return std::make_unique<GraphVerb>(program); }
+
+}  // namespace OrvWorkFlow::Program
