@@ -1,12 +1,14 @@
-// orvflow inspect LIBRARY...: what a library registers.
+// orvflow inspect [LIBRARY...]: what libraries register, and what their nodes say about themselves.
 #include <algorithm>
-#include <new>
+#include <filesystem>
+#include <optional>
+#include <set>
 #include <vector>
 
-#include "OrvWorkFlow/Names.h"
 #include "OrvWorkFlow/WorkFlowFactory.h"
 #include "OrvWorkFlow/sdk/MarshalledHolder.h"
 #include "orvflow/files/HostFiles.h"
+#include "orvflow/inspect/LibraryOutput.h"
 #include "orvflow/terminal/StandardStreams.h"
 #include "orvflow/trial/LibraryTrial.h"
 #include "orvflow/verbs/Verb.h"
@@ -16,126 +18,115 @@ namespace OrvWorkFlow::Program {
 
 namespace {
 
-constexpr const char* kInterfaces[] = {
-    InterfaceNames::kWorkNode,       InterfaceNames::kDictionary,   InterfaceNames::kDictionary3,
-    InterfaceNames::kFileSystemA,    InterfaceNames::kFileSystemW,  InterfaceNames::kEncryption,
-    InterfaceNames::kRegExp,         InterfaceNames::kUtilityStore, InterfaceNames::kSignalMediator,
-    InterfaceNames::kWorkFlowEngine, InterfaceNames::kHostApp,      InterfaceNames::kLogger,
-};
+namespace fs = std::filesystem;
 
-struct TypeDescription {
-  std::string kind;
-  std::string name;
-  std::string version;
-  std::string interfaces;
-};
+// Libraries that stand in the plug-in directories and are none, such as those of the compiler.
+bool IsNoPlugin(const std::string& error) { return error.find("is no plug-in: ") != std::string::npos; }
 
-// The interfaces that an object of this type answers to. What a node throws while it is made is told in their place.
-std::string FindInterfaces(IFactoryObjectCreator& creator) {
-  IBaseWorkFlowObject* object = nullptr;
-  try {
-    object = creator.Create();
-  } catch (...) {
+// The names of all files that may be libraries, each once: the first directory that has one wins.
+std::vector<std::string> LibrariesInPluginDirectories() {
+  const Sdk::TextListHolder directories;
+  if (!PluginLoader::GetDirectories(directories.get())) throw std::bad_alloc();
+  std::vector<std::string> names;
+  for (const std::string& directory : directories.Texts()) {
+    std::set<std::string> here;
+    std::error_code error;
+    for (fs::directory_iterator entry(directory, error), end; !error && entry != end; entry.increment(error)) {
+      const std::string ending = entry->path().extension().string();
+      if (ending == ".so" || ending == ".dll") here.insert(entry->path().filename().string());
+    }
+    for (const std::string& name : here) {
+      if (std::find(names.begin(), names.end(), name) == names.end()) names.push_back(name);
+    }
   }
-  if (object == nullptr) return "(none can be made)";
-  std::string interfaces;
-  for (const char* name : kInterfaces) {
-    if (object->QueryInterface(name) == nullptr) continue;
-    interfaces += (interfaces.empty() ? "" : " ") + std::string(name);
-  }
-  object->Release();
-  return interfaces.empty() ? "(no known interface)" : interfaces;
-}
-
-TypeDescription DescribeType(const std::string& name) {
-  TypeDescription type;
-  type.name = name;
-  IFactoryObjectCreator* const creator = WorkFlowFactory::CloneCreator(name.c_str());
-  if (creator == nullptr) return type;
-  type.kind = creator->CreatesWorkNodes() ? "node" : "object";
-  type.version = Sdk::TextFrom([&](IOrvPString* text) { return creator->GetVersion(text); }, "-");
-  type.interfaces = FindInterfaces(*creator);
-  creator->Destroy();
-  return type;
-}
-
-std::vector<std::string> RegisteredNames() {
-  const Sdk::TextListHolder names;
-  WorkFlowFactory::GetObjectTypeNames(names.get());
-  return names.Texts();
-}
-
-std::string TypesAsText(const std::vector<TypeDescription>& types) {
-  std::size_t name_width = 0;
-  std::size_t version_width = 0;
-  for (const TypeDescription& type : types) {
-    name_width = std::max(name_width, type.name.size());
-    version_width = std::max(version_width, type.version.size());
-  }
-  std::string text;
-  const auto append = [&text](const std::string& column, std::size_t width) {
-    text.append("  ").append(column).append(width - std::min(width, column.size()), ' ');
-  };
-  for (const TypeDescription& type : types) {
-    append(type.kind, 6);
-    append(type.name, name_width);
-    append(type.version, version_width);
-    append(type.interfaces, 0);
-    text.push_back('\n');
-  }
-  return text;
+  return names;
 }
 
 class InspectVerb final : public Verb {
  public:
-  explicit InspectVerb(CLI::App& program) : Verb(program, "inspect", "Shows what libraries register") {
-    command().add_option("LIBRARY", libraries_, "Files, or names in the plug-in directories")->type_name("");
-    command()
-        .add_option("--plugin-path", plugin_directories_, "Looks for plug-in libraries there too")
-        ->type_name("DIR")
-        ->allow_extra_args(false);
-  }
-
-  ExitCode Execute() override {
-    if (libraries_.empty()) throw UsageError("no library given");
-    AddPluginDirectories(plugin_directories_);
-    ExitCode code = ExitCode::Done;
-    for (const std::string& library : libraries_) {
-      if (!Inspect(library)) code = ExitCode::PluginBroken;
-    }
-    return code;
-  }
+  explicit InspectVerb(CLI::App& program);
+  ExitCode Execute() override;
 
  private:
-  static bool Inspect(const std::string& library);
+  static std::optional<LibraryDescription> Inspect(const std::string& library, bool is_named);
 
   std::vector<std::string> libraries_;
   std::vector<std::string> plugin_directories_;
+  bool json_ = false;
+  bool markdown_ = false;
 };
 
-// Alone in the process, so that everything registered is the library's own. False after an error line.
-bool InspectVerb::Inspect(const std::string& library) {
+InspectVerb::InspectVerb(CLI::App& program)
+    : Verb(program, "inspect", "Shows what libraries register, and how their nodes are used") {
+  command()
+      .add_option("LIBRARY", libraries_, "Files, or names in the plug-in directories; without any, all that are there")
+      ->type_name("");
+  command()
+      .add_option("--plugin-path", plugin_directories_, "Looks for plug-in libraries there too")
+      ->type_name("DIR")
+      ->allow_extra_args(false);
+  command().add_flag("--json", json_, "Prints JSON (docs/libraries.schema.json)");
+  command().add_flag("--markdown", markdown_, "Prints a page");
+  command().footer(
+      "Each library is loaded in a child process first: one that crashes, ends the process or hangs is reported.\n"
+      "Exit codes: 0 done, 4 a library is missing or broken.\n"
+      "\n"
+      "  orvflow inspect\n"
+      "  orvflow inspect BackupNodes\n"
+      "  orvflow inspect --json ./libMyNodes.so");
+}
+
+ExitCode InspectVerb::Execute() {
+  if (json_ && markdown_) throw UsageError("--json and --markdown are two forms of one output; give one of them");
+  AddPluginDirectories(plugin_directories_);
+  const bool is_named = !libraries_.empty();
+  ExitCode code = ExitCode::Done;
+  std::vector<LibraryDescription> libraries;
+  for (const std::string& name : is_named ? libraries_ : LibrariesInPluginDirectories()) {
+    std::optional<LibraryDescription> library;
+    try {
+      library = Inspect(name, is_named);
+    } catch (const ProgramError& error) {
+      if (error.code() != ExitCode::PluginBroken) throw;
+      PrintErrorLine(error.what());
+      code = ExitCode::PluginBroken;
+    }
+    if (!library) continue;
+    // At once: what the next library does must not hide it.
+    if (!json_ && !markdown_) WriteStandardOutput(LibraryAsText(*library));
+    libraries.push_back(std::move(*library));
+  }
+  if (json_) WriteStandardOutput(LibrariesAsJson(libraries));
+  if (markdown_) WriteStandardOutput(LibrariesAsMarkdown(libraries));
+  if (!is_named && libraries.empty() && code == ExitCode::Done) {
+    throw ProgramError(ExitCode::PluginBroken,
+                       "no plug-in library in the plug-in directories; name one's folder with "
+                       "--plugin-path");
+  }
+  return code;
+}
+
+// Alone in the process, so that everything registered is the library's own. Nothing for one that is no plug-in and was
+// not asked for by its name. Throws ProgramError for one that is broken.
+std::optional<LibraryDescription> InspectVerb::Inspect(const std::string& library, bool is_named) {
   const bool is_file = FindFileKind(library) == FileKind::Readable;
-  const std::string path = is_file ? MakeAbsolutePath(library) : library;
+  const std::string path = is_named && is_file ? MakeAbsolutePath(library) : library;
   const Sdk::TextHolder file;
   if (PluginLoader::Find(path.c_str(), file.get())) {
     for (const auto& [name, fault] : TryLibraries({file.Text()}, TrialDepth::Make)) {
-      PrintErrorLine(name + ": " + fault);
-      return false;
+      throw ProgramError(ExitCode::PluginBroken, name + ": " + fault);
     }
   }
   if (!WorkFlowFactory::LoadSharedLibrary(path.c_str())) {
-    const std::string reason = WorkFlowFactory::LastLoadError();
-    if (reason == PluginLoader::kNoMemory) throw std::bad_alloc();
-    PrintErrorLine(reason);
-    return false;
+    const std::string error = WorkFlowFactory::LastLoadError();
+    if (!is_named && IsNoPlugin(error)) return std::nullopt;
+    throw ProgramError(ExitCode::PluginBroken, error);
   }
-  std::vector<TypeDescription> types;
-  for (const std::string& name : RegisteredNames()) types.push_back(DescribeType(name));
-  WriteStandardOutput(library + '\n' + TypesAsText(types));
+  LibraryDescription description{library, DescribeRegisteredTypes()};
   WorkFlowFactory::UnloadSharedLibraries();
-  if (types.empty()) PrintErrorLine(library + ": registers nothing");
-  return !types.empty();
+  if (!description.types.empty()) return description;
+  if (!is_named) return std::nullopt;
+  throw ProgramError(ExitCode::PluginBroken, library + ": registers nothing");
 }
 
 }  // namespace

@@ -1,0 +1,54 @@
+// What a plug-in library registers, in words of its own: nothing here points into the library.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace OrvWorkFlow::Program {
+
+struct SignalDescription {
+  std::string name;
+  std::string sentence;
+  bool must_be_taken = false;  // of an output signal
+};
+
+struct ParameterDescription {
+  std::string name;
+  std::string type;  // "text", "yes or no", "number"
+  std::string fallback;
+  std::optional<std::int32_t> minimum;  // of a number that has one
+  std::optional<std::int32_t> maximum;
+  std::string sentence;
+};
+
+// What a node type says about itself.
+struct NodeWords {
+  std::string sentence;
+  std::vector<SignalDescription> inputs;
+  std::vector<SignalDescription> outputs;
+  std::vector<ParameterDescription> parameters;
+  bool state_in_dictionary = false;
+  bool acts_outside = false;
+};
+
+struct TypeDescription {
+  std::string kind;  // "node", "object"; "" when the type has no creator any more
+  std::string name;
+  std::string version;
+  std::vector<std::string> interfaces;
+  bool can_be_made = true;
+  std::optional<NodeWords> words;
+};
+
+struct LibraryDescription {
+  std::string shown_name;
+  std::vector<TypeDescription> types;
+};
+
+// All types that are registered now, in their order: of one library when it is the only one that is loaded. What a type
+// throws while it is made counts as one that cannot be made.
+std::vector<TypeDescription> DescribeRegisteredTypes();
+
+}  // namespace OrvWorkFlow::Program
