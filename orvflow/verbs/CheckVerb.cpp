@@ -30,7 +30,7 @@ std::string TextOfFile(const std::string& file) {
   if (size < 0 || static_cast<std::size_t>(size) > kMostBytes) return {};
   std::string text(static_cast<std::size_t>(size), '\0');
   stream.seekg(0);
-  stream.read(text.data(), size);
+  stream.read(text.data(), static_cast<std::streamsize>(size));
   return stream ? text : std::string();
 }
 
