@@ -8,6 +8,7 @@
 #include <system_error>
 
 #include "orvflow/files/FileLock.h"
+#include "orvflow/windows/WidePath.h"
 
 namespace OrvWorkFlow::Program {
 
@@ -31,7 +32,7 @@ struct FileLock::System {
 
 FileLock::FileLock(const std::string& file)
     // Whoever has it open for writing keeps others from opening it so.
-    : system_(std::make_unique<System>(CreateFileA(file.c_str(), GENERIC_WRITE | DELETE,
+    : system_(std::make_unique<System>(CreateFileW(Widen(file).c_str(), GENERIC_WRITE | DELETE,
                                                    FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr, CREATE_ALWAYS,
                                                    FILE_ATTRIBUTE_NORMAL | FILE_FLAG_DELETE_ON_CLOSE, nullptr))) {
   if (system_->file == INVALID_HANDLE_VALUE) {
@@ -56,8 +57,8 @@ FileLock::FileLock(const std::string& file)
 void FileLock::Fail() { reason_ = std::system_category().message(static_cast<int>(GetLastError())); }
 
 std::string FileLock::ReadOwner(const std::string& path) {
-  const HANDLE file =
-      CreateFileA(path.c_str(), GENERIC_READ, kAllSharing, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  const HANDLE file = CreateFileW(Widen(path).c_str(), GENERIC_READ, kAllSharing, nullptr, OPEN_EXISTING,
+                                  FILE_ATTRIBUTE_NORMAL, nullptr);
   if (file == INVALID_HANDLE_VALUE) return {};
   char text[32];
   DWORD length = 0;

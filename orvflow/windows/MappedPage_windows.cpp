@@ -8,6 +8,7 @@
 #include <array>
 
 #include "orvflow/files/MappedPage.h"
+#include "orvflow/windows/WidePath.h"
 
 namespace OrvWorkFlow::Program {
 
@@ -37,16 +38,16 @@ bool Fill(HANDLE file) {
 
 MappedPage::MappedPage(const std::string& path) : path_(path), system_(std::make_unique<System>()) {
   System& system = *system_;
-  system.file = CreateFileA(path.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr,
-                            OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
+  system.file = CreateFileW(Widen(path).c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE,
+                            nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
   if (system.file == INVALID_HANDLE_VALUE) return;
   const bool is_new = GetLastError() != ERROR_ALREADY_EXISTS;
-  if (Fill(system.file)) system.mapping = CreateFileMappingA(system.file, nullptr, PAGE_READWRITE, 0, kSize, nullptr);
+  if (Fill(system.file)) system.mapping = CreateFileMappingW(system.file, nullptr, PAGE_READWRITE, 0, kSize, nullptr);
   if (system.mapping != nullptr) system.view = MapViewOfFile(system.mapping, FILE_MAP_WRITE, 0, 0, kSize);
   data_ = system.view;
   if (data_ != nullptr || !is_new) return;
   system_ = std::make_unique<System>();
-  DeleteFileA(path.c_str());
+  DeleteFileW(Widen(path).c_str());
 }
 
 MappedPage::~MappedPage() = default;
@@ -55,7 +56,7 @@ void MappedPage::Remove() {
   const bool is_there = data_ != nullptr;
   data_ = nullptr;
   system_ = std::make_unique<System>();
-  if (is_there) DeleteFileA(path_.c_str());
+  if (is_there) DeleteFileW(Widen(path_).c_str());
 }
 
 }  // namespace OrvWorkFlow::Program

@@ -1,0 +1,50 @@
+// Locks and pages under names that a code page may lack.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+#include "orvflow/files/FileIdentity.h"
+#include "orvflow/files/FileLock.h"
+#include "orvflow/files/MappedPage.h"
+#include "tests/support/TempDirectory.h"
+
+namespace OrvWorkFlow::Program {
+namespace {
+
+namespace fs = std::filesystem;
+
+class WideNamesTest : public ::testing::Test {
+ protected:
+  // "κόσμε" in UTF-8, as the command line has it.
+  static constexpr char kName[] = "\xCE\xBA\xCF\x8C\xCF\x83\xCE\xBC\xCE\xB5";
+
+  std::string file() const { return directory_.file(kName); }
+  bool Exists() const {
+    return fs::exists(directory_.path() / fs::path(std::u8string(std::begin(kName), std::end(kName) - 1)));
+  }
+
+  orv_test::TempDirectory directory_;
+};
+
+TEST_F(WideNamesTest, ALock) {
+  {
+    const FileLock lock(file());
+    EXPECT_EQ(lock.outcome(), FileLock::Outcome::Held) << lock.reason();
+    EXPECT_TRUE(Exists());
+    EXPECT_EQ(FileLock(file()).outcome(), FileLock::Outcome::InUse);
+  }
+  EXPECT_FALSE(Exists());
+}
+
+TEST_F(WideNamesTest, APage) {
+  MappedPage page(file());
+  EXPECT_NE(page.data(), nullptr);
+  EXPECT_TRUE(Exists());
+  EXPECT_NE(IdentityOfFile(file()), "");
+  page.Remove();
+  EXPECT_FALSE(Exists());
+}
+
+}  // namespace
+}  // namespace OrvWorkFlow::Program
