@@ -15,6 +15,7 @@ set_target_properties(wffDDR CoreObjects PROPERTIES
   VERSION ${contract_version}.${PROJECT_VERSION} SOVERSION ${contract_version})
 set_target_properties(wffDDR PROPERTIES EXPORT_NAME Runtime)
 set_target_properties(orv_sdk PROPERTIES EXPORT_NAME Sdk OUTPUT_NAME OrvWorkFlowSdk)
+set_target_properties(orv_host PROPERTIES EXPORT_NAME Host OUTPUT_NAME OrvWorkFlowHost)
 target_include_directories(wffDDR PUBLIC $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 target_include_directories(CoreObjects PUBLIC $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 
@@ -29,7 +30,7 @@ install(TARGETS wffDDR CoreObjects EXPORT OrvWorkFlowTargets
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT library
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library NAMELINK_COMPONENT development
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
-install(TARGETS orv_sdk EXPORT OrvWorkFlowTargets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
+install(TARGETS orv_sdk orv_host EXPORT OrvWorkFlowTargets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
 install(DIRECTORY include/OrvWorkFlow DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development FILES_MATCHING PATTERN "*.h")
 install(TARGETS orvflow RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT program)
 install(TARGETS BackupNodes FlowNodes ComponentFinder LIBRARY DESTINATION ${orv_plugin_dir} COMPONENT program)
@@ -58,4 +59,5 @@ install(FILES ${PROJECT_BINARY_DIR}/package/OrvWorkFlowConfig.cmake ${PROJECT_BI
   cmake/OrvWorkFlowPlugin.cmake cmake/plugin.map DESTINATION ${orv_config_dir} COMPONENT development)
 file(RELATIVE_PATH orv_pc_to_prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(cmake/orvworkflow.pc.in ${PROJECT_BINARY_DIR}/package/orvworkflow.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/package/orvworkflow.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+configure_file(cmake/orvworkflow-host.pc.in ${PROJECT_BINARY_DIR}/package/orvworkflow-host.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/package/orvworkflow.pc ${PROJECT_BINARY_DIR}/package/orvworkflow-host.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)

@@ -11,7 +11,7 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/OneTime.cmake)
 
 # All that is laid down, and no test.
-add_custom_target(packaged DEPENDS wffDDR CoreObjects orv_sdk orvflow BackupNodes FlowNodes ComponentFinder)
+add_custom_target(packaged DEPENDS wffDDR CoreObjects orv_sdk orv_host orvflow BackupNodes FlowNodes ComponentFinder)
 
 if(WIN32)
   set(CPACK_GENERATOR ZIP NSIS)
@@ -49,8 +49,8 @@ maps and queues signals, and the mediator that loads the work nodes.")
   set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${orv_library_package} (= ${PROJECT_VERSION})")
   set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "headers for work nodes and hosts of workflows
 What it takes to write a work node or a program that runs workflows: the
-headers of the contract, base classes for nodes, a CMake package and a
-pkg-config file.")
+headers of the contract, base classes for nodes, a class that runs a
+workflow in a program, a CMake package and pkg-config files.")
 
   set(CPACK_DEBIAN_PROGRAM_PACKAGE_NAME orvflow)
   set(CPACK_DEBIAN_PROGRAM_PACKAGE_SECTION utils)

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "orvflow/terminal/Arguments.h"
+#include "orvflow/terminal/HostErrors.h"
 #include "orvflow/terminal/LastResort.h"
 #include "orvflow/terminal/StandardStreams.h"
 #include "orvflow/terminal/Terminal.h"
@@ -29,6 +30,9 @@ ExitCode Execute(int argument_count, char** arguments) {
   } catch (const ProgramError& error) {
     PrintErrorLine(error.what());
     return error.code();
+  } catch (const Host::HostError& error) {
+    PrintErrorLine(error.what());
+    return CodeOf(error.kind());
   } catch (const std::bad_alloc&) {
     PrintOutOfMemory();
     return ExitCode::Failed;

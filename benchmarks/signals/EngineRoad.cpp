@@ -72,7 +72,7 @@ EngineRoad::EngineRoad(long receivers, Host host) : Road(receivers) {
   mediator_ = Global<ISignalMediator>("SignalMediator", "ISignalMediator");
   engine_ = Global<IWorkFlowEngine>("WorkFlowEngine", "IWorkFlowEngine");
   if (host == Host::kGuiThread) {
-    host_app_ = HostApp::New();
+    host_app_ = OrvWorkFlow::Host::HostApp::New();
     WorkFlowFactory::AddGlobalObject("HostApp", host_app_, false);
     gui_thread_ = std::thread([this] { host_app_->RunGuiThread(); });
   }

@@ -9,7 +9,7 @@
 #include "OrvWorkFlow/IWorkFlowEngine.h"
 #include "OrvWorkFlow/WorkFlowFactory.h"
 #include "benchmarks/signals/Road.h"
-#include "runtime/HostApp.h"
+#include "host/run/HostApp.h"
 
 namespace signals_bench {
 
@@ -42,7 +42,7 @@ class EngineRoad final : public Road {
 
   bool sets_values_ = false;
   std::int32_t value_ = 0;
-  OrvWorkFlow::HostApp* host_app_ = nullptr;
+  OrvWorkFlow::Host::HostApp* host_app_ = nullptr;
   std::thread gui_thread_;
   OrvWorkFlow::IDictionary* dictionary_ = nullptr;
   OrvWorkFlow::ISignalMediator* mediator_ = nullptr;

@@ -7,9 +7,9 @@
 #include <memory>
 #include <new>
 
+#include "OrvWorkFlow/host/WorkflowHost.h"
 #include "OrvWorkFlow/sdk/MarshalledHolder.h"
 #include "base/text/Suggestion.h"
-#include "orvflow/run/WorkflowHost.h"
 #include "orvflow/terminal/WideText.h"
 
 namespace OrvWorkFlow::Program {
@@ -74,7 +74,7 @@ struct WideText {
 struct Base64Text {
   static constexpr char kWhat[] = "base64 text";
   std::optional<std::string> Parse(const std::string& text) const {
-    const std::unique_ptr<IDictionary, ObjectReleaser> scratch(dictionary.MakeDictionary());
+    const std::unique_ptr<IDictionary, Host::ObjectReleaser> scratch(dictionary.MakeDictionary());
     const Sdk::StreamHolder bytes;
     const Sdk::TextListHolder again;
     if (scratch == nullptr) throw std::bad_alloc();

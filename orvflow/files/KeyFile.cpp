@@ -4,7 +4,7 @@
 #include <memory>
 #include <string_view>
 
-#include "orvflow/files/HostFiles.h"
+#include "host/files/HostFiles.h"
 #include "orvflow/files/SecretMemory.h"
 #include "orvflow/terminal/Terminal.h"
 
@@ -40,10 +40,10 @@ void AddKeyFileOption(CLI::App& command, std::string& path) {
 }
 
 KeyFile::KeyFile(const std::string& path) {
-  const FileKind kind = FindFileKind(path);
-  if (kind == FileKind::Missing) throw KeyError(path, "no such file; --key-file needs one that holds the key");
-  if (kind == FileKind::Folder) throw KeyError(path, "is a folder; --key-file needs a file that holds the key");
-  const std::unique_ptr<std::FILE, FileCloser> file(std::fopen(MakeAbsolutePath(path).c_str(), "rb"));
+  const Host::FileKind kind = Host::FindFileKind(path);
+  if (kind == Host::FileKind::Missing) throw KeyError(path, "no such file; --key-file needs one that holds the key");
+  if (kind == Host::FileKind::Folder) throw KeyError(path, "is a folder; --key-file needs a file that holds the key");
+  const std::unique_ptr<std::FILE, FileCloser> file(std::fopen(Host::MakeAbsolutePath(path).c_str(), "rb"));
   if (file == nullptr) throw KeyError(path, "the key file cannot be read");
   std::setvbuf(file.get(), nullptr, _IONBF, 0);  // No second copy of the key.
   const std::size_t size = std::fread(key_.data(), 1, key_.size() - 1, file.get());

@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "orvflow/files/HostFiles.h"
+#include "host/files/HostFiles.h"
 
 namespace OrvWorkFlow::Program {
 
@@ -18,8 +18,8 @@ bool IsNumberOfASave(std::string_view text) {
 
 void RemoveSaveLeftovers(const std::string& file) {
   constexpr std::string_view kTemporary = ".tmp";
-  const std::string path = ResolveLinks(file);
-  for (const std::string& found : FilesNamedAfter(path)) {
+  const std::string path = Host::ResolveLinks(file);
+  for (const std::string& found : Host::FilesNamedAfter(path)) {
     const std::string_view ending = std::string_view(found).substr(path.size());
     if (ending.starts_with(kTemporary) && IsNumberOfASave(ending.substr(kTemporary.size()))) RemoveSaveLeftover(found);
   }

@@ -2,35 +2,16 @@
 
 #include <algorithm>
 #include <iterator>
-#include <new>
 
-#include "OrvWorkFlow/WorkFlowFactory.h"
-#include "OrvWorkFlow/WorkflowSchema.h"
 #include "flow/Check.h"
-#include "orvflow/files/DictionaryLoading.h"
-#include "orvflow/files/HostFiles.h"
+#include "host/NodeLibraries.h"
 #include "orvflow/run/ConfigurationFile.h"
 #include "orvflow/terminal/Terminal.h"
 #include "orvflow/trial/PluginTrial.h"
-#include "runtime/PluginLoader.h"
 
 namespace OrvWorkFlow::Program {
 
 namespace {
-
-bool LoadFrom(const std::string& path, std::string& reason) {
-  if (WorkFlowFactory::LoadSharedLibrary(path.c_str())) return true;
-  reason = WorkFlowFactory::LastLoadError();
-  if (reason == PluginLoader::kNoMemory) throw std::bad_alloc();
-  return false;
-}
-
-// As the mediator loads a library: by its name as it stands, then from the plug-in directories. The reason is that of
-// the first attempt.
-bool LoadLibrary(const std::string& library, std::string& reason) {
-  std::string second_reason;
-  return LoadFrom(library, reason) || LoadFrom(WorkflowSchema::kPluginPrefix + library, second_reason);
-}
 
 constexpr std::size_t kMostLines = 100;
 
@@ -61,35 +42,14 @@ void PrintFindings(const Flow::Findings& findings, const std::string& shown_name
   }
 }
 
-// What is accepted and was hardly meant so.
-void TellProblems(IDictionary& dictionary, const std::string& shown_name) {
-  const std::vector<std::string> problems = LookAtLoadedText(dictionary).problems;
-  for (std::size_t i = 0; i < std::min(problems.size(), kMostLines); ++i)
-    PrintErrorLine(shown_name + ": " + problems[i]);
-  if (problems.size() > kMostLines) {
-    PrintErrorLine(shown_name + ": and " + std::to_string(problems.size() - kMostLines) + " more of these");
-  }
-}
-
 }  // namespace
-
-void ReadFlow(IDictionary& dictionary, const std::string& file, const std::string& shown_name) {
-  if (FindFileKind(file) == FileKind::Folder) {
-    throw FileError(ExitCode::Failed, shown_name, "", "is a folder; name the workflow's file in it");
-  }
-  LoadDictionary(dictionary, file, shown_name);
-  if (!dictionary.Exists("/")) {
-    throw FileError(ExitCode::DictionaryDamaged, shown_name, "", "is no dictionary: its root is not IDictionaryRoot");
-  }
-  TellProblems(dictionary, shown_name);
-}
 
 Flow::Findings FindFaults(IDictionary& dictionary, const FlowUse& use) {
   Flow::CheckOptions options;
   const PluginTrial trial(dictionary);
   options.load_library = [&trial](const std::string& library, std::string& reason) {
     reason = trial.FaultOf(library);
-    return reason.empty() && LoadLibrary(library, reason);
+    return reason.empty() && Host::LoadNodeLibrary(library, reason);
   };
   options.read_configuration = [&](const std::string& instance, const std::string& file) {
     return ReadConfiguration(dictionary, instance, file, use.file);

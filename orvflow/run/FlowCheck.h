@@ -8,10 +8,6 @@
 
 namespace OrvWorkFlow::Program {
 
-// Reads the file into the dictionary, an empty one that serves nothing else. Throws ProgramError when the file is
-// missing, a folder, unreadable, or no dictionary. `shown_name` is how messages call the file.
-void ReadFlow(IDictionary& dictionary, const std::string& file, const std::string& shown_name);
-
 // What is known about the run for which a workflow is looked at.
 struct FlowUse {
   bool takes_in_others = false;  // other workflows join it before it starts

@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <stdexcept>
 #include <utility>
 
+#include "host/state/RunRecords.h"
+#include "orvflow/files/FileLoading.h"
 #include "orvflow/run/FlowUpdate.h"
+#include "orvflow/run/KeptSignals.h"
 #include "orvflow/run/RunEnding.h"
 #include "orvflow/run/StoppableRun.h"
 #include "orvflow/terminal/StatusLine.h"
@@ -22,13 +24,13 @@ std::string Seconds(std::chrono::nanoseconds time) {
   return std::to_string(tenths / 10) + "." + std::to_string(tenths % 10) + " s";
 }
 
-void BeginAnew(const StateFile& state) {
+void BeginAnew(const Host::StateFile& state) {
   const std::string why = state.Remove();
   if (!why.empty()) throw FileError(ExitCode::Failed, state.shown_name(), "", "cannot be removed: " + why);
-  ForgetDeaths(state);
+  Host::ForgetDeaths(state);
 }
 
-void SayThatNoStateIsKept(const StateFile& state, const std::string& flow) {
+void SayThatNoStateIsKept(const Host::StateFile& state, const std::string& flow) {
   if (state.CanBeWritten()) return;
   if (!state.IsNamed()) {
     PrintErrorLine(flow + ": no state is kept; a run that is stopped begins anew (--state names a place)");
@@ -36,14 +38,6 @@ void SayThatNoStateIsKept(const StateFile& state, const std::string& flow) {
   }
   PrintErrorLine(state.shown_name() + ": no state can be kept there: " + state.why_not_written() +
                  "; a run that is stopped begins anew (--state names another place)");
-}
-
-// The watch is told of each save.
-void NoteSaves(WorkflowHost::Limits& limits, RunWatch& watch) {
-  limits.after_save = [after_save = std::move(limits.after_save), &watch] {
-    if (after_save) after_save();
-    watch.NoteSave();
-  };
 }
 
 }  // namespace
@@ -60,27 +54,27 @@ ExitCode FlowRun::Execute() {
   MakeHost();
   Prepare();
   ChangeState();
-  records_.emplace(*host_, *state_, shown_name_);
   Load();
-  const WorkflowHost::Result result = Run();
+  const Host::RunResult result = Run();
   SetActivity("at the end of the run");
-  if (result.end == WorkflowHost::End::Idle) write_directory_->EndRun();
   return Finish(result);
 }
 
 void FlowRun::MakeHost() {
   SetActivity("while the library was loaded");
-  try {
-    host_.emplace();
-  } catch (const std::runtime_error& error) {
-    throw ProgramError(ExitCode::PluginBroken, error.what());
-  }
+  host_.emplace();
+  host_->TellWith(PrintErrorLine);
   if (key_ != nullptr) host_->UseKey(key_);
 }
 
 void FlowRun::Prepare() {
   SetActivity("while the flow and its state were read");
-  state_.emplace(options_.flow, options_.state_file);
+  if (IsStandardStream(options_.flow) && options_.state_file.empty()) {
+    state_.emplace();
+  } else {
+    state_.emplace(options_.flow, options_.state_file, PrintErrorLine, kStateWords);
+  }
+  host_->UseState(*state_);
   plan_ = MakeRunPlan(options_, source_, *host_, *state_);
   watch_.emplace(RunWatch::Settings{watching_.log, watching_.progress, shown_name_, state_->path()}, boxes_);
   host_->AddObserver(watch_->record());
@@ -96,7 +90,7 @@ void FlowRun::ChangeState() {
 
 void FlowRun::Load() {
   SetActivity("while the workflow was loaded");
-  KeepFilesOfRun(options_, plan_, *state_, *host_);
+  KeepFilesOfRun(options_, plan_, *host_);
   const Clock::time_point begin = Clock::now();
   LoadRun(options_, source_, plan_, *host_);
   load_time_ = Clock::now() - begin;
@@ -109,11 +103,10 @@ void FlowRun::Load() {
   std::fflush(stdout);
 }
 
-WorkflowHost::Limits FlowRun::MakeLimits() {
-  WorkflowHost::Limits limits;
-  limits.time_limit = options_.time_limit;
-  limits.wants_stop = [] { return RequestedStop() != StopRequest::None; };
-  limits.stuck = [this] {
+Host::RunSettings FlowRun::MakeSettings() {
+  Host::RunSettings settings;
+  settings.time_limit = options_.time_limit;
+  settings.stuck = [this] {
     try {
       PrintErrorLine(shown_name_ + ": not idle after " + options_.timeout +
                      " s, and a node does not return; ended without it");
@@ -123,38 +116,30 @@ WorkflowHost::Limits FlowRun::MakeLimits() {
     }
     std::_Exit(static_cast<int>(ExitCode::Failed));
   };
-  if (state_->CanBeWritten()) limits.state_file = state_->path();
-  limits.save = [this](IWorkFlowEngine& engine) {
-    return state_->Save([&engine](const char* file) { return engine.SaveState(file); });
+  settings.checkpoint = options_.checkpoint;
+  settings.checkpoint.expected_cost = load_time_;
+  settings.saved = [this] { watch_->NoteSave(); };
+  settings.finished = [this] {
+    SetActivity("at the end of the run");
+    write_directory_->EndRun();
   };
-  limits.checkpoint = options_.checkpoint;
-  limits.checkpoint.expected_cost = load_time_;
-  limits.checkpoint_failed = [this] {
-    PrintErrorLine(state_->shown_name() +
-                   ": the checkpoint was not saved; the workflow goes on, and the file holds the "
-                   "state that was saved before, if any");
-  };
-  return limits;
+  return settings;
 }
 
-WorkflowHost::Result FlowRun::Run() {
-  WorkflowHost::Limits limits = MakeLimits();
-  records_->AddTo(limits);
+Host::RunResult FlowRun::Run() {
   SetActivity("while the workflow ran");
-  NoteSaves(limits, *watch_);
   const RunWatch::Showing showing(
       *watch_, plan_.name, shown_name_ + (plan_.continued ? ": continues from " + state_->shown_name() : ": begins"),
       host_->mediator());
-  return RunUntilStopped(*host_, limits, shown_name_);
+  return RunUntilStopped(*host_, MakeSettings(), shown_name_, state_->CanBeWritten());
 }
 
-ExitCode FlowRun::Finish(const WorkflowHost::Result& result) {
+ExitCode FlowRun::Finish(const Host::RunResult& result) {
   const ISignalMediator::Statistics statistics = host_->GetStatistics();
   const unsigned failures =
       std::max<unsigned>(statistics.failures, watch_->CountFailures()) + watch_->TellUntaken(host_->dictionary());
   boxes_.PrintRepeated();
-  const ExitCode code = ReportEnding({result, *host_, *state_, *records_, failures, shown_name_, options_.timeout});
-  records_.reset();
+  const ExitCode code = ReportEnding({result, *host_, *state_, failures, shown_name_, options_.timeout});
   write_directory_.reset();
   host_.reset();
   const std::string summary = Count(statistics.finished, "signal") + " delivered, " + Count(statistics.nodes, "node") +

@@ -4,12 +4,11 @@
 #include <chrono>
 #include <optional>
 
+#include "OrvWorkFlow/host/StateFile.h"
+#include "OrvWorkFlow/host/WorkflowHost.h"
 #include "orvflow/run/FlowSource.h"
 #include "orvflow/run/RunOptions.h"
 #include "orvflow/run/RunPlan.h"
-#include "orvflow/run/RunRecords.h"
-#include "orvflow/run/StateFile.h"
-#include "orvflow/run/WorkflowHost.h"
 #include "orvflow/run/WriteDirectory.h"
 #include "orvflow/terminal/BoxPrinter.h"
 #include "orvflow/terminal/Terminal.h"
@@ -38,9 +37,9 @@ class FlowRun {
   void Prepare();
   void ChangeState();
   void Load();
-  WorkflowHost::Limits MakeLimits();
-  WorkflowHost::Result Run();
-  ExitCode Finish(const WorkflowHost::Result& result);
+  Host::RunSettings MakeSettings();
+  Host::RunResult Run();
+  ExitCode Finish(const Host::RunResult& result);
 
   const RunOptions& options_;
   FlowSource& source_;
@@ -50,10 +49,9 @@ class FlowRun {
   BoxPrinter boxes_;
   std::optional<RunWatch> watch_;  // Made when nothing can be refused any more, and gone after the host.
   const Clock::time_point start_ = Clock::now();
-  std::optional<WorkflowHost> host_;
-  std::optional<StateFile> state_;
+  std::optional<Host::StateFile> state_;  // This and what stands above is there to the host's end.
+  std::optional<Host::WorkflowHost> host_;
   RunPlan plan_;
-  std::optional<RunRecords> records_;
   Clock::duration load_time_{};
   std::optional<WriteDirectory> write_directory_;
 };

@@ -5,7 +5,7 @@
 #include <memory>
 #include <system_error>
 
-#include "orvflow/files/HostFiles.h"
+#include "host/files/HostFiles.h"
 #include "orvflow/terminal/StandardStreams.h"
 #include "orvflow/terminal/Terminal.h"
 #include "orvflow/watch/StatusServer.h"
@@ -36,14 +36,16 @@ bool IsStandardStream(const std::string& name) { return name == "-"; }
 
 // The engine and the nodes read files only.
 FlowSource::FlowSource(const std::string& name)
-    : shown_name_(IsStandardStream(name) ? kStandardInputName : name), path_(MakeAbsolutePath(name)), file_(path_) {
+    : shown_name_(IsStandardStream(name) ? kStandardInputName : name),
+      path_(Host::MakeAbsolutePath(name)),
+      file_(path_) {
   if (!IsStandardStream(name)) return;
   const std::string text = ReadStandardInput();
   std::error_code error;
   const std::filesystem::path folder = std::filesystem::temp_directory_path(error);
   if (error) Fail(error.message());
-  file_ = MakeAbsolutePath((folder / ("orvflow-" + NumberOfThisProcess() + ".xml")).string());
-  const std::string reason = MakePrivateFile(file_);
+  file_ = Host::MakeAbsolutePath((folder / ("orvflow-" + NumberOfThisProcess() + ".xml")).string());
+  const std::string reason = Host::MakePrivateFile(file_);
   if (!reason.empty()) Fail(reason);
   is_copy_ = true;
   if (Write(file_, text)) return;

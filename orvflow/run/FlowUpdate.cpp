@@ -73,9 +73,9 @@ std::vector<std::string> DescribeFlowChanges(const FlowChanges& changes, IDictio
   return lines;
 }
 
-void ShowFlowUpdate(const WorkflowHost& host, IDictionary& state, const std::string& flow,
-                    const std::string& shown_flow, const StateFile& file) {
-  std::vector<WorkflowHost::OwnedDictionary> dictionaries;
+void ShowFlowUpdate(const Host::WorkflowHost& host, IDictionary& state, const std::string& flow,
+                    const std::string& shown_flow, const Host::StateFile& file) {
+  std::vector<Host::WorkflowHost::OwnedDictionary> dictionaries;
   std::vector<IDictionary*> flows;
   std::vector<std::string> paths = {flow};
   for (const std::string& entry : Base::NamesBelow(state, WorkflowSchema::kWorkFlows)) {
@@ -102,11 +102,11 @@ void ShowFlowUpdate(const WorkflowHost& host, IDictionary& state, const std::str
   }
 }
 
-void UpdateSavedState(const WorkflowHost& host, const StateFile& file, const std::string& workflow_name,
+void UpdateSavedState(const Host::WorkflowHost& host, const Host::StateFile& file, const std::string& workflow_name,
                       const std::string& flow) {
-  const WorkflowHost::OwnedDictionary state = host.MakeDictionary();
+  const Host::WorkflowHost::OwnedDictionary state = host.MakeDictionary();
   file.Read(*state, workflow_name);
-  const WorkflowHost::OwnedDictionary changed = host.MakeDictionary();
+  const Host::WorkflowHost::OwnedDictionary changed = host.MakeDictionary();
   if (!changed->LoadFile(flow.c_str()) || !TakeFlowChanges(*state, *changed) || !state->SaveFile(file.path().c_str())) {
     throw FileError(ExitCode::Failed, file.shown_name(), "", "the state cannot be written; it is as it was");
   }

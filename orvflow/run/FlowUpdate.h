@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "OrvWorkFlow/IDictionary.h"
-#include "orvflow/run/StateFile.h"
-#include "orvflow/run/WorkflowHost.h"
+#include "OrvWorkFlow/host/StateFile.h"
+#include "OrvWorkFlow/host/WorkflowHost.h"
 
 namespace OrvWorkFlow::Program {
 
@@ -23,10 +23,10 @@ struct FlowChanges {
 // "--update" in two steps. Both throw ProgramError. The first shows what has changed and makes it in `state`, a
 // dictionary of the caller's with the saved state in it; it refuses what cannot be taken in. `flow` and `shown_flow`:
 // the file from the root of the host's file system, and as the user knows it.
-void ShowFlowUpdate(const WorkflowHost& host, IDictionary& state, const std::string& flow,
-                    const std::string& shown_flow, const StateFile& file);
+void ShowFlowUpdate(const Host::WorkflowHost& host, IDictionary& state, const std::string& flow,
+                    const std::string& shown_flow, const Host::StateFile& file);
 // The second makes it in the file.
-void UpdateSavedState(const WorkflowHost& host, const StateFile& file, const std::string& workflow_name,
+void UpdateSavedState(const Host::WorkflowHost& host, const Host::StateFile& file, const std::string& workflow_name,
                       const std::string& flow);
 
 // The parts. `flows`: the flow file's dictionary first, then those of the workflows that the state has absorbed.

@@ -2,6 +2,7 @@
 
 #include "OrvWorkFlow/WorkflowSchema.h"
 #include "base/dictionary/DictionaryReading.h"
+#include "orvflow/run/KeptSignals.h"
 #include "orvflow/run/Outcome.h"
 #include "orvflow/terminal/StopRequest.h"
 
@@ -9,45 +10,42 @@ namespace OrvWorkFlow::Program {
 
 namespace {
 
-std::string Describe(const WorkflowHost::Backlog& backlog) {
+std::string Describe(const Host::RunBacklog& backlog) {
   return Count(backlog.waiting, "signal") + " waiting, " + std::to_string(backlog.undelivered) + " undelivered, " +
          Count(backlog.busy, "node") + " busy";
 }
 
-// The signals that failed are to be delivered once more some day.
-ExitCode ReportKept(const RunEnding& ending) {
+// What has become of the state of a workflow that has nothing more to do.
+ExitCode ReportFinished(const RunEnding& ending) {
   const std::string& state = ending.state.shown_name();
-  if (ending.records.HasForgotten()) {
-    PrintErrorLine(ending.shown_name +
-                   ": signals failed or were lost, and there was no memory to note which; not saved, so that nothing "
-                   "is left out: " +
-                   state + " stays as it was, if it is there");
-  } else if (!ending.result.saved) {
-    PrintErrorLine(state + ": the signals that failed cannot be saved; the file stays as it was, if any");
-  } else {
-    ending.records.ReportKept();
+  switch (ending.result.finished_state) {
+    case Host::FinishedState::None:
+    case Host::FinishedState::Removed:
+      return ending.failures != 0 || ending.result.failures != 0 ? ExitCode::Failed : ExitCode::Done;
+    case Host::FinishedState::NotRemoved:
+      PrintErrorLine(state +
+                     ": the workflow has finished, but its saved state cannot be removed: " + ending.result.problem);
+      return ExitCode::Failed;
+    case Host::FinishedState::Forgotten:
+      PrintErrorLine(ending.shown_name +
+                     ": signals failed or were lost, and there was no memory to note which; not saved, so that nothing "
+                     "is left out: " +
+                     state + " stays as it was, if it is there");
+      return ExitCode::Failed;
+    case Host::FinishedState::NotSaved:
+      PrintErrorLine(state + ": the signals that failed cannot be saved; the file stays as it was, if any");
+      return ExitCode::Failed;
+    case Host::FinishedState::Kept:
+      // They are to be delivered once more some day.
+      ReportKeptSignals(ending.host.dictionary(), ending.shown_name, ending.state);
+      return ExitCode::Failed;
   }
   return ExitCode::Failed;
 }
 
-// Unless signals have failed nothing is left to continue, and the next run begins anew.
-ExitCode ReportFinished(const RunEnding& ending) {
-  const StateFile& state = ending.state;
-  const RunRecords& records = ending.records;
-  const bool has_failed = ending.failures != 0 || records.CountFailures() != 0;
-  if (!state.CanBeWritten()) return has_failed ? ExitCode::Failed : ExitCode::Done;
-  if (records.HasForgotten() || records.HasNew() || records.HasKept()) return ReportKept(ending);
-  const std::string why = state.Remove();
-  if (!why.empty()) {
-    PrintErrorLine(state.shown_name() + ": the workflow has finished, but its saved state cannot be removed: " + why);
-    return ExitCode::Failed;
-  }
-  return has_failed ? ExitCode::Failed : ExitCode::Done;
-}
-
 ExitCode ReportStopped(const RunEnding& ending) {
-  const WorkflowHost::Result& result = ending.result;
-  const bool restart = result.end == WorkflowHost::End::Restart;
+  const Host::RunResult& result = ending.result;
+  const bool restart = result.end == Host::RunEnd::Restart;
   const StopRequest request = RequestedStop();
   const std::string line =
       ending.shown_name + ": stopped by " + (restart ? "a node's wish to restart" : NameOf(request));
@@ -63,15 +61,15 @@ ExitCode ReportStopped(const RunEnding& ending) {
 }
 
 std::string DescribeFailure(const RunEnding& ending) {
-  const WorkflowHost::Result& result = ending.result;
+  const Host::RunResult& result = ending.result;
   const std::string backlog = Describe(result.backlog);
   switch (result.end) {
-    case WorkflowHost::End::TimedOut:
+    case Host::RunEnd::TimedOut:
       return "stopped, not idle after " + ending.time_limit + " s (" + backlog + ")" +
              (result.saved ? ", saved in " + ending.state.shown_name() + "; run it again to continue" : "");
-    case WorkflowHost::End::EngineDied:
+    case Host::RunEnd::EngineDied:
       return "the engine's thread has ended (" + backlog + ")";
-    case WorkflowHost::End::Broken:
+    case Host::RunEnd::Broken:
       return "the run has failed: " + result.problem;
     default:
       return "the engine could not be started";
@@ -86,13 +84,13 @@ std::string Count(std::uint64_t number, const std::string& thing) {
 
 ExitCode ReportEnding(const RunEnding& ending) {
   switch (ending.result.end) {
-    case WorkflowHost::End::Idle: {
+    case Host::RunEnd::Idle: {
       const bool is_done = ReportOutcome(ending.host.dictionary(), ending.shown_name);
       const ExitCode code = ReportFinished(ending);
       return is_done || code != ExitCode::Done ? code : ExitCode::Failed;
     }
-    case WorkflowHost::End::Stopped:
-    case WorkflowHost::End::Restart:
+    case Host::RunEnd::Stopped:
+    case Host::RunEnd::Restart:
       return ReportStopped(ending);
     default:
       PrintErrorLine(ending.shown_name + ": " + DescribeFailure(ending));

@@ -4,18 +4,16 @@
 #include <cstdint>
 #include <string>
 
-#include "orvflow/run/RunRecords.h"
-#include "orvflow/run/StateFile.h"
-#include "orvflow/run/WorkflowHost.h"
+#include "OrvWorkFlow/host/StateFile.h"
+#include "OrvWorkFlow/host/WorkflowHost.h"
 #include "orvflow/terminal/Terminal.h"
 
 namespace OrvWorkFlow::Program {
 
 struct RunEnding {
-  const WorkflowHost::Result& result;
-  const WorkflowHost& host;
-  const StateFile& state;
-  const RunRecords& records;
+  const Host::RunResult& result;
+  const Host::WorkflowHost& host;
+  const Host::StateFile& state;
   unsigned failures;              // that were counted in the run
   const std::string& shown_name;  // of the flow
   const std::string& time_limit;  // in seconds, as the user gave it

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "OrvWorkFlow/host/HostedRun.h"
 #include "orvflow/files/Setting.h"
-#include "orvflow/run/CheckpointPlan.h"
 
 namespace OrvWorkFlow::Program {
 
@@ -19,7 +19,7 @@ struct RunOptions {
   bool retry = false;
   bool update = false;
   bool force = false;  // errors that are found before the run do not keep it from beginning
-  CheckpointPlan::Setting checkpoint;
+  Host::CheckpointSetting checkpoint;
   std::vector<std::string> absorbs;
   std::string key_file;
   std::string log_file;

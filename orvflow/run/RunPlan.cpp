@@ -5,7 +5,10 @@
 
 #include "OrvWorkFlow/WorkflowSchema.h"
 #include "base/dictionary/DictionaryReading.h"
-#include "orvflow/files/HostFiles.h"
+#include "host/HostParts.h"
+#include "host/files/HostFiles.h"
+#include "host/state/FlowChecksum.h"
+#include "orvflow/files/FileLoading.h"
 #include "orvflow/run/FlowCheck.h"
 #include "orvflow/run/FlowUpdate.h"
 #include "orvflow/terminal/Terminal.h"
@@ -25,11 +28,11 @@ std::vector<std::string> AbsorbedNames(IDictionary& state) {
 }
 
 // The dictionary becomes that of the state.
-void PlanContinuation(const RunOptions& options, const FlowSource& source, const WorkflowHost& host,
-                      IDictionary& dictionary, const StateFile& state, RunPlan& plan) {
+void PlanContinuation(const RunOptions& options, const FlowSource& source, const Host::WorkflowHost& host,
+                      IDictionary& dictionary, const Host::StateFile& state, RunPlan& plan) {
   state.Read(dictionary, plan.name);
   plan.start = state.path();
-  const std::string checksum = ReadFlowChecksum(dictionary);
+  const std::string checksum = Host::ReadFlowChecksum(dictionary);
   if (options.update) {
     ShowFlowUpdate(host, dictionary, plan.file, source.shown_name(), state);
     return;
@@ -43,12 +46,12 @@ void PlanContinuation(const RunOptions& options, const FlowSource& source, const
 }
 
 // What the state has absorbed is part of it, and is not taken in again.
-void PlanAbsorbs(const RunOptions& options, const WorkflowHost& host, IDictionary& dictionary, RunPlan& plan) {
+void PlanAbsorbs(const RunOptions& options, const Host::WorkflowHost& host, IDictionary& dictionary, RunPlan& plan) {
   std::vector<std::string> known;
   if (plan.continued) known = AbsorbedNames(dictionary);
   for (const std::string& shown_name : options.absorbs) {
-    const WorkflowHost::OwnedDictionary flow = host.MakeDictionary();
-    const std::string file = MakeAbsolutePath(shown_name);
+    const Host::WorkflowHost::OwnedDictionary flow = host.MakeDictionary();
+    const std::string file = Host::MakeAbsolutePath(shown_name);
     ReadFlow(*flow, file, shown_name);
     const std::string name = Base::TextAt(*flow, WorkflowSchema::kWorkFlowName);
     if (name.empty()) {
@@ -61,9 +64,9 @@ void PlanAbsorbs(const RunOptions& options, const WorkflowHost& host, IDictionar
 }
 
 // One that the user wants to have.
-void RefuseAStateThatCannotBeSaved(const RunOptions& options, const StateFile& state, const RunPlan& plan) {
+void RefuseAStateThatCannotBeSaved(const RunOptions& options, const Host::StateFile& state, const RunPlan& plan) {
   const bool is_wanted =
-      options.checkpoint.kind == CheckpointPlan::Kind::Fixed || !options.state_file.empty() || plan.continued;
+      options.checkpoint.kind == Host::CheckpointSetting::Kind::Fixed || !options.state_file.empty() || plan.continued;
   if (state.CanBeWritten() || !is_wanted) return;
   throw FileError(ExitCode::Failed, state.shown_name(), "",
                   "the state cannot be saved there: " + state.why_not_written() + "; check the folder");
@@ -71,15 +74,15 @@ void RefuseAStateThatCannotBeSaved(const RunOptions& options, const StateFile& s
 
 }  // namespace
 
-RunPlan MakeRunPlan(const RunOptions& options, const FlowSource& source, const WorkflowHost& host,
-                    const StateFile& state) {
+RunPlan MakeRunPlan(const RunOptions& options, const FlowSource& source, const Host::WorkflowHost& host,
+                    const Host::StateFile& state) {
   RunPlan plan;
   plan.flow = source.path();
   plan.file = source.file();
   plan.start = plan.file;
-  const WorkflowHost::OwnedDictionary dictionary = host.MakeDictionary();
+  const Host::WorkflowHost::OwnedDictionary dictionary = host.MakeDictionary();
   ReadFlow(*dictionary, plan.file, source.shown_name());
-  plan.checksum = ChecksumOfFile(plan.file, source.shown_name());
+  plan.checksum = Host::ChecksumOfFile(plan.file, source.shown_name());
   plan.name = Base::TextAt(*dictionary, WorkflowSchema::kWorkFlowName);
   plan.continued = !options.fresh && state.Exists();
   if (plan.continued) PlanContinuation(options, source, host, *dictionary, state, plan);
@@ -96,22 +99,24 @@ RunPlan MakeRunPlan(const RunOptions& options, const FlowSource& source, const W
   return plan;
 }
 
-void LoadRun(const RunOptions& options, const FlowSource& source, const RunPlan& plan, WorkflowHost& host) {
+void LoadRun(const RunOptions& options, const FlowSource& source, const RunPlan& plan, Host::WorkflowHost& host) {
   const std::string& shown_name = source.shown_name();
-  if (!host.LoadWorkflow(plan.start.c_str())) {
-    // It was read whole a moment ago.
-    throw FileError(ExitCode::Failed, plan.start == plan.file ? shown_name : plan.start, "",
-                    "the engine cannot load it now; the file may be whole");
-  }
-  host.engine().SetWorkFlowFilePath(plan.flow.c_str());
-  for (const Setting& setting : options.settings) ApplySetting(host.dictionary(), setting, shown_name);
-  WriteFlowChecksum(host.dictionary(), plan.checksum);
-  // The engine read the start signal before the settings came.
-  const std::string start = WorkflowSchema::kStartSignal;
-  host.engine().SetStartSignal(Base::TextAt(host.dictionary(), start + WorkflowSchema::kReceiverTypeName).c_str(),
-                               Base::TextAt(host.dictionary(), start + WorkflowSchema::kReceiverInstanceName).c_str(),
-                               Base::TextAt(host.dictionary(), start + WorkflowSchema::kIncomingSignalName).c_str());
-  if (!host.LoadNodes()) throw FileError(ExitCode::Failed, shown_name, "", "the work nodes cannot be loaded");
+  const auto change = [&] {
+    for (const Setting& setting : options.settings) ApplySetting(host.dictionary(), setting, shown_name);
+    Host::WriteFlowChecksum(host.dictionary(), plan.checksum);
+    // The engine read the start signal before the settings came.
+    const auto text = [&](const char* key) {
+      return Base::TextAt(host.dictionary(), std::string(WorkflowSchema::kStartSignal) + key);
+    };
+    host.engine().SetStartSignal(text(WorkflowSchema::kReceiverTypeName).c_str(),
+                                 text(WorkflowSchema::kReceiverInstanceName).c_str(),
+                                 text(WorkflowSchema::kIncomingSignalName).c_str());
+  };
+  host.parts().LoadFrom({.start = plan.start,
+                         .start_name = plan.start == plan.file ? shown_name : plan.start,
+                         .flow = plan.flow,
+                         .flow_name = shown_name,
+                         .change = change});
   for (const std::string& file : plan.absorbs) {
     if (!host.engine().AbsorbFlow(file.c_str(), true)) {
       throw FileError(ExitCode::Failed, file, "", "the workflow cannot be absorbed");
@@ -119,15 +124,12 @@ void LoadRun(const RunOptions& options, const FlowSource& source, const RunPlan&
   }
 }
 
-void KeepFilesOfRun(const RunOptions& options, const RunPlan& plan, const StateFile& state, WorkflowHost& host) {
-  host.engine().KeepTemporaryData(true);
+void KeepFilesOfRun(const RunOptions& options, const RunPlan& plan, Host::WorkflowHost& host) {
   std::vector<std::string> files = plan.absorbs;
-  files.push_back(plan.flow);
-  if (state.IsNamed()) files.push_back(state.path());
   for (const std::string& name : {options.key_file, options.log_file}) {
-    if (!name.empty()) files.push_back(MakeAbsolutePath(name));
+    if (!name.empty()) files.push_back(Host::MakeAbsolutePath(name));
   }
-  for (const std::string& directory : options.plugin_directories) files.push_back(MakeAbsolutePath(directory));
+  for (const std::string& directory : options.plugin_directories) files.push_back(Host::MakeAbsolutePath(directory));
   for (const std::string& file : files) {
     if (!host.mediator().KeepFromDeletion(file.c_str())) throw std::bad_alloc();
   }

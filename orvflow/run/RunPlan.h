@@ -4,10 +4,10 @@
 #include <string>
 #include <vector>
 
+#include "OrvWorkFlow/host/StateFile.h"
+#include "OrvWorkFlow/host/WorkflowHost.h"
 #include "orvflow/run/FlowSource.h"
 #include "orvflow/run/RunOptions.h"
-#include "orvflow/run/StateFile.h"
-#include "orvflow/run/WorkflowHost.h"
 
 namespace OrvWorkFlow::Program {
 
@@ -24,13 +24,14 @@ struct RunPlan {
 
 // Finds everything on dictionaries apart, before the engine touches anything. Prints what is doubtful; throws
 // ProgramError for what cannot be run.
-RunPlan MakeRunPlan(const RunOptions& options, const FlowSource& source, const WorkflowHost& host,
-                    const StateFile& state);
+RunPlan MakeRunPlan(const RunOptions& options, const FlowSource& source, const Host::WorkflowHost& host,
+                    const Host::StateFile& state);
 
 // Loads what the plan says into the engine and the mediator. Throws ProgramError when that fails.
-void LoadRun(const RunOptions& options, const FlowSource& source, const RunPlan& plan, WorkflowHost& host);
+void LoadRun(const RunOptions& options, const FlowSource& source, const RunPlan& plan, Host::WorkflowHost& host);
 
-// Nothing that the run needs is taken for what its nodes have written; nor is anything deleted but by this program.
-void KeepFilesOfRun(const RunOptions& options, const RunPlan& plan, const StateFile& state, WorkflowHost& host);
+// Nothing that the run needs is taken for what its nodes have written. Before LoadRun, which does that for the flow and
+// its state.
+void KeepFilesOfRun(const RunOptions& options, const RunPlan& plan, Host::WorkflowHost& host);
 
 }  // namespace OrvWorkFlow::Program

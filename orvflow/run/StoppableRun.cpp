@@ -16,21 +16,16 @@ std::string DescribeWaitingStop(const std::string& flow, const std::string& node
 
 }  // namespace
 
-RunResult RunUntilStopped(WorkflowHost& host, RunLimits limits, const std::string& flow) {
-  const auto requested = [&host] {
-    host.deliveries().Forgive();
-    host.Wake();
-  };
+Host::RunResult RunUntilStopped(Host::WorkflowHost& host, const Host::RunSettings& settings, const std::string& flow,
+                                bool saves) {
+  const auto requested = [&host] { host.RequestStop(); };
   const auto waits = [&] {
     const std::string node = host.NodeAtWork();
-    if (!node.empty()) PrintErrorLine(DescribeWaitingStop(flow, node, !limits.state_file.empty()));
-  };
-  limits.checkpoint_overdue = [&] {
-    const std::string node = host.NodeAtWork();
-    if (!node.empty()) PrintErrorLine(flow + ": a checkpoint is overdue: it waits for " + node);
+    if (!node.empty()) PrintErrorLine(DescribeWaitingStop(flow, node, saves));
   };
   const StopAnnouncer announcer(requested, waits);
-  return host.Run(limits);
+  if (RequestedStop() != StopRequest::None) host.RequestStop();
+  return host.Run(settings);
 }
 
 }  // namespace OrvWorkFlow::Program

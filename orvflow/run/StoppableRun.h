@@ -3,12 +3,13 @@
 
 #include <string>
 
-#include "orvflow/run/WorkflowHost.h"
+#include "OrvWorkFlow/host/WorkflowHost.h"
 
 namespace OrvWorkFlow::Program {
 
-// Runs the workflow to its end, after WatchForStopRequests. A stop and a checkpoint that have to wait say what they
-// wait for; `flow` is how messages call the flow file.
-RunResult RunUntilStopped(WorkflowHost& host, RunLimits limits, const std::string& flow);
+// Runs the workflow to its end, after WatchForStopRequests. A stop that has to wait says what it waits for; `flow` is
+// how messages call the flow file, `saves` whether a stop saves the state.
+Host::RunResult RunUntilStopped(Host::WorkflowHost& host, const Host::RunSettings& settings, const std::string& flow,
+                                bool saves);
 
 }  // namespace OrvWorkFlow::Program

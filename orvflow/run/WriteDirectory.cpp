@@ -33,7 +33,7 @@ std::string ReadDirectory(IDictionary& dictionary) {
 
 }  // namespace
 
-WriteDirectory::WriteDirectory(WorkflowHost& host, const std::string& flow)
+WriteDirectory::WriteDirectory(Host::WorkflowHost& host, const std::string& flow)
     : host_(host),
       directory_(ReadDirectory(host.dictionary())),
       marker_(directory_ + kMarkerFile),

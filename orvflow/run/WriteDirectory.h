@@ -7,7 +7,7 @@
 
 #include <string>
 
-#include "orvflow/run/WorkflowHost.h"
+#include "OrvWorkFlow/host/WorkflowHost.h"
 
 namespace OrvWorkFlow::Program {
 
@@ -15,7 +15,7 @@ class WriteDirectory {
  public:
   // For a host that has loaded its workflow and knows its file. `flow` is that file from the root of the host's file
   // system. The host outlives this.
-  WriteDirectory(WorkflowHost& host, const std::string& flow);
+  WriteDirectory(Host::WorkflowHost& host, const std::string& flow);
 
   // A run begins anew: says what a killed run has left and whether it was deleted, and marks the directory as made by
   // this run when there is none.
@@ -27,7 +27,7 @@ class WriteDirectory {
  private:
   void ClearUp();
 
-  WorkflowHost& host_;
+  Host::WorkflowHost& host_;
   std::string directory_;  // "" when the workflow has none
   std::string marker_;
   std::string made_by_;  // what the marker of such a run says

@@ -7,9 +7,9 @@
 #include <set>
 
 #include "OrvWorkFlow/WorkFlowFactory.h"
+#include "OrvWorkFlow/host/WorkflowHost.h"
 #include "OrvWorkFlow/sdk/MarshalledHolder.h"
 #include "orvflow/files/FileIdentity.h"
-#include "orvflow/run/WorkflowHost.h"
 #include "orvflow/terminal/StopRequest.h"
 #include "orvflow/trial/TrialProcess.h"
 #include "orvflow/verbs/Verb.h"
@@ -171,8 +171,8 @@ ExitCode ServeTrial() {
   std::vector<const char*> pointers;
   for (const std::string& directory : directories) pointers.push_back(directory.c_str());
   PluginLoader::SetPluginDirectories(pointers.data(), pointers.size());
-  std::unique_ptr<WorkflowHost> host;
-  if (!makes) host = MakeHost();
+  std::unique_ptr<Host::WorkflowHost> host;
+  if (!makes) host = std::make_unique<Host::WorkflowHost>();
   for (const std::string& file : files) {
     std::string line;
     AppendLine(line, kBegun, file);

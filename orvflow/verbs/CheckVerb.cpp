@@ -6,14 +6,14 @@
 #include <memory>
 #include <optional>
 
+#include "OrvWorkFlow/host/WorkflowHost.h"
 #include "OrvWorkFlow/sdk/MarshalledHolder.h"
 #include "orvflow/check/FindingsOutput.h"
-#include "orvflow/files/DictionaryLoading.h"
-#include "orvflow/files/HostFiles.h"
+#include "orvflow/files/FileLoading.h"
 #include "orvflow/files/KeyFile.h"
 #include "orvflow/run/FlowCheck.h"
 #include "orvflow/run/FlowSource.h"
-#include "orvflow/run/WorkflowHost.h"
+#include "orvflow/terminal/HostErrors.h"
 #include "orvflow/terminal/StandardStreams.h"
 #include "orvflow/verbs/Verb.h"
 
@@ -117,6 +117,9 @@ ExitCode CheckVerb::Execute() {
       } catch (const ProgramError& error) {  // The others are looked at all the same.
         PrintErrorLine(error.what());
         code = error.code();
+      } catch (const Host::HostError& error) {
+        PrintErrorLine(error.what());
+        code = CodeOf(error.kind());
       }
     }
   };
@@ -129,11 +132,11 @@ ExitCode CheckVerb::Execute() {
 
 // Each file has the libraries to itself: a type is that of the library that this file names.
 FileFindings CheckVerb::Check(const std::string& flow, bool is_guest, const char* key) const {
-  const std::unique_ptr<WorkflowHost> host = MakeHost();
+  const auto host = std::make_unique<Host::WorkflowHost>();
   host->UseKey(key);
   const FlowSource source(flow);
   FileFindings file{source.shown_name(), {}};
-  const WorkflowHost::OwnedDictionary dictionary = host->MakeDictionary();
+  const Host::WorkflowHost::OwnedDictionary dictionary = host->MakeDictionary();
   if (!Load(*dictionary, source, file)) return file;
   const Flow::SourcePlaces places(TextOfFile(source.file()));
   const FlowUse use{.takes_in_others = !absorbs_.empty(), .is_guest = is_guest, .file = source.path()};
@@ -147,17 +150,17 @@ FileFindings CheckVerb::Check(const std::string& flow, bool is_guest, const char
   return file;
 }
 
-// False when there is nothing to look at; the finding says why. Throws ProgramError when the file cannot be read.
+// False when there is nothing to look at; the finding says why. Throws HostError when the file cannot be read.
 bool CheckVerb::Load(IDictionary& dictionary, const FlowSource& source, FileFindings& file) {
   try {
     LoadDictionary(dictionary, source.file(), source.shown_name());
-  } catch (const ProgramError&) {
+  } catch (const Host::HostError&) {
     const std::optional<PlacedFinding> damage = DamageOf(dictionary);
     if (!damage) throw;
     file.findings.push_back(*damage);
     return false;
   }
-  for (const std::string& problem : LookAtLoadedText(dictionary).problems) {
+  for (const std::string& problem : Host::LookAtLoadedText(dictionary).problems) {
     file.findings.push_back(FindingFor(problem));
   }
   if (dictionary.Exists("/")) return true;

@@ -9,7 +9,7 @@
 #include "CLI/Config.hpp"
 #include "CLI/Formatter.hpp"
 #include "base/text/Suggestion.h"
-#include "orvflow/files/HostFiles.h"
+#include "host/files/HostFiles.h"
 #include "orvflow/terminal/StandardStreams.h"
 #include "orvflow/verbs/HelpText.h"
 #include "orvflow/verbs/StatusVerb.h"
@@ -66,7 +66,7 @@ void RefuseUnknownOption(const std::string& where, const CLI::App& app, const st
 std::string SuggestVerb(const std::string& word, const std::vector<std::string>& verbs) {
   const std::string suggestion = Base::Suggest(word, verbs);
   const bool is_flow = word.ends_with(".xml") || word.ends_with(".XML");
-  if (!suggestion.empty() || (!is_flow && FindFileKind(word) != FileKind::Readable)) return suggestion;
+  if (!suggestion.empty() || (!is_flow && Host::FindFileKind(word) != Host::FileKind::Readable)) return suggestion;
   return "; to run a workflow: orvflow run " + word;
 }
 

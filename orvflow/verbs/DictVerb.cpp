@@ -4,14 +4,14 @@
 #include <vector>
 
 #include "OrvWorkFlow/IDictionary.h"
+#include "OrvWorkFlow/host/WorkflowHost.h"
 #include "OrvWorkFlow/sdk/MarshalledHolder.h"
 #include "base/text/Suggestion.h"
-#include "orvflow/files/DictionaryLoading.h"
+#include "host/files/HostFiles.h"
 #include "orvflow/files/DictionaryText.h"
-#include "orvflow/files/HostFiles.h"
+#include "orvflow/files/FileLoading.h"
 #include "orvflow/files/KeyFile.h"
 #include "orvflow/files/SaveLeftovers.h"
-#include "orvflow/run/WorkflowHost.h"
 #include "orvflow/terminal/StandardStreams.h"
 #include "orvflow/verbs/Verb.h"
 
@@ -134,8 +134,8 @@ ExitCode DictVerb::Execute() {
     throw UsageError(words_.front() + ": one argument too many: " + arguments_[action.most_arguments]);
   }
   if (file_ == "-" && !key_file_.empty()) throw UsageError("--key-file is for files, not for standard input");
-  const std::unique_ptr<WorkflowHost> host = MakeHost();
-  const WorkflowHost::OwnedDictionary dictionary = host->MakeDictionary();
+  const std::unique_ptr<Host::WorkflowHost> host = std::make_unique<Host::WorkflowHost>();
+  const Host::WorkflowHost::OwnedDictionary dictionary = host->MakeDictionary();
   dictionary_ = dictionary.get();
   if (!key_file_.empty()) dictionary->SetEncryptionKey(KeyFile(key_file_).key());
   try {
@@ -167,18 +167,18 @@ bool DictVerb::Load(bool makes_file) {
     LoadDictionaryText(*dictionary_, ReadStandardInput(), ShownName());
     return true;
   }
-  if (makes_file && FindFileKind(file_) == FileKind::Missing) {
-    const std::string folder = FolderOf(MakeAbsolutePath(file_));
-    if (FindFileKind(folder) == FileKind::Folder) return false;
+  if (makes_file && Host::FindFileKind(file_) == Host::FileKind::Missing) {
+    const std::string folder = FolderOf(Host::MakeAbsolutePath(file_));
+    if (Host::FindFileKind(folder) == Host::FileKind::Folder) return false;
     throw FileError(ExitCode::Failed, file_, "", "there is no such folder; make it first");
   }
-  LoadDictionary(*dictionary_, MakeAbsolutePath(file_), file_);
+  LoadDictionary(*dictionary_, Host::MakeAbsolutePath(file_), file_);
   return true;
 }
 
 // A save writes what the dictionary holds and nothing else: what that leaves out of the file is said before.
 void DictVerb::TellWhatASaveChanges(bool is_allowed) const {
-  const LoadedText text = LookAtLoadedText(*dictionary_);
+  const Host::LoadedText text = Host::LookAtLoadedText(*dictionary_);
   for (const std::string& problem : text.problems) PrintErrorLine(ShownName() + ": " + problem);
   if (text.remarks == 0) return;
   const std::string what = std::to_string(text.remarks) +
@@ -191,9 +191,9 @@ void DictVerb::TellWhatASaveChanges(bool is_allowed) const {
 
 void DictVerb::Save() {
   if (file_ == "-") return Format();
-  const std::string path = MakeAbsolutePath(file_);
+  const std::string path = Host::MakeAbsolutePath(file_);
   RemoveSaveLeftovers(path);
-  SaveDictionary(*dictionary_, path, file_);
+  Host::SaveDictionary(*dictionary_, path, file_);
 }
 
 void DictVerb::Get() {

@@ -15,7 +15,8 @@ std::string_view WithoutEnd(std::string_view base64) { return base64.substr(0, b
 }  // namespace
 
 EncryptionAccess::EncryptionAccess()
-    : host_(MakeHost()), object_(WorkFlowFactory::CreateNewObject(ObjectNames::kEncryption)) {
+    : host_(std::make_unique<Host::WorkflowHost>()),
+      object_(WorkFlowFactory::CreateNewObject(ObjectNames::kEncryption)) {
   encryption_ =
       object_ == nullptr ? nullptr : static_cast<IEncryption*>(object_->QueryInterface(InterfaceNames::kEncryption));
   if (encryption_ == nullptr) throw ProgramError(ExitCode::PluginBroken, "the library has no object Encryption");

@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "OrvWorkFlow/IEncryption.h"
-#include "orvflow/run/WorkflowHost.h"
+#include "OrvWorkFlow/host/WorkflowHost.h"
 
 namespace OrvWorkFlow::Program {
 
@@ -24,8 +24,8 @@ class EncryptionAccess {
   std::optional<std::string> Decode(const std::string& text) const;
 
  private:
-  std::unique_ptr<WorkflowHost> host_;
-  std::unique_ptr<IBaseWorkFlowObject, ObjectReleaser> object_;
+  std::unique_ptr<Host::WorkflowHost> host_;
+  std::unique_ptr<IBaseWorkFlowObject, Host::ObjectReleaser> object_;
   IEncryption* encryption_;
 };
 

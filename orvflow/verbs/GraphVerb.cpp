@@ -7,13 +7,14 @@
 #include <optional>
 
 #include "OrvWorkFlow/WorkflowSchema.h"
+#include "OrvWorkFlow/host/WorkflowHost.h"
 #include "flow/Drawing.h"
 #include "flow/Workflow.h"
-#include "orvflow/files/HostFiles.h"
+#include "host/files/HostFiles.h"
+#include "orvflow/files/FileLoading.h"
 #include "orvflow/files/KeyFile.h"
 #include "orvflow/run/FlowCheck.h"
 #include "orvflow/run/FlowSource.h"
-#include "orvflow/run/WorkflowHost.h"
 #include "orvflow/terminal/OtherProgram.h"
 #include "orvflow/terminal/StandardStreams.h"
 #include "orvflow/verbs/Verb.h"
@@ -90,10 +91,10 @@ ExitCode GraphVerb::Execute() {
 std::string GraphVerb::Draw() const {
   std::optional<KeyFile> key;
   if (!key_file_.empty()) key.emplace(key_file_);
-  const std::unique_ptr<WorkflowHost> host = MakeHost();
+  const std::unique_ptr<Host::WorkflowHost> host = std::make_unique<Host::WorkflowHost>();
   if (key) host->UseKey(key->key());
   const FlowSource source(flow_);
-  const WorkflowHost::OwnedDictionary dictionary = host->MakeDictionary();
+  const Host::WorkflowHost::OwnedDictionary dictionary = host->MakeDictionary();
   ReadFlow(*dictionary, source.file(), source.shown_name());
   const Flow::Workflow workflow = Flow::ReadWorkflow(*dictionary);
   if (workflow.types.empty()) {
@@ -130,11 +131,11 @@ class TextFile {
 };
 
 void GraphVerb::DrawPicture(const std::string& form, const std::string& dot) const {
-  const std::string path = MakeAbsolutePath(output_);
+  const std::string path = Host::MakeAbsolutePath(output_);
   const auto fail = [&](const std::string& text) { throw FileError(ExitCode::Failed, output_, "", text); };
   const bool is_dot = form == "dot";
   const std::string text_path = is_dot ? path : path + ".dot";
-  if (!is_dot && FindFileKind(text_path) != FileKind::Missing) {
+  if (!is_dot && Host::FindFileKind(text_path) != Host::FileKind::Missing) {
     fail("its text would be written to " + output_ + ".dot for a moment, and there is such a file; move it");
   }
   TextFile text(text_path, dot);

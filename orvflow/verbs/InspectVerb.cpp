@@ -7,7 +7,7 @@
 
 #include "OrvWorkFlow/WorkFlowFactory.h"
 #include "OrvWorkFlow/sdk/MarshalledHolder.h"
-#include "orvflow/files/HostFiles.h"
+#include "host/files/HostFiles.h"
 #include "orvflow/inspect/LibraryOutput.h"
 #include "orvflow/terminal/StandardStreams.h"
 #include "orvflow/trial/LibraryTrial.h"
@@ -109,8 +109,8 @@ ExitCode InspectVerb::Execute() {
 // Alone in the process, so that everything registered is the library's own. Nothing for one that is no plug-in and was
 // not asked for by its name. Throws ProgramError for one that is broken.
 std::optional<LibraryDescription> InspectVerb::Inspect(const std::string& library, bool is_named) {
-  const bool is_file = FindFileKind(library) == FileKind::Readable;
-  const std::string path = is_named && is_file ? MakeAbsolutePath(library) : library;
+  const bool is_file = Host::FindFileKind(library) == Host::FileKind::Readable;
+  const std::string path = is_named && is_file ? Host::MakeAbsolutePath(library) : library;
   const Sdk::TextHolder file;
   if (PluginLoader::Find(path.c_str(), file.get())) {
     for (const auto& [name, fault] : TryLibraries({file.Text()}, TrialDepth::Make)) {

@@ -4,8 +4,8 @@
 #include "OrvWorkFlow/IFileSystem.h"
 #include "OrvWorkFlow/Names.h"
 #include "OrvWorkFlow/WorkFlowFactory.h"
+#include "OrvWorkFlow/host/WorkflowHost.h"
 #include "OrvWorkFlow/sdk/MarshalledHolder.h"
-#include "orvflow/run/WorkflowHost.h"
 #include "orvflow/terminal/StandardStreams.h"
 #include "orvflow/terminal/WideText.h"
 #include "orvflow/verbs/Verb.h"
@@ -37,7 +37,7 @@ class PathVerb final : public Verb {
 
   ExitCode Execute() override {
     if (paths_.empty()) throw UsageError("no path given");
-    const std::unique_ptr<WorkflowHost> host = MakeHost();
+    const std::unique_ptr<Host::WorkflowHost> host = std::make_unique<Host::WorkflowHost>();
     auto* const files = static_cast<IFileSystemW*>(
         WorkFlowFactory::GetGlobalObj(ObjectNames::kFileSystem)->QueryInterface(InterfaceNames::kFileSystemW));
     ExitCode code = ExitCode::Done;

@@ -28,7 +28,7 @@ class RunVerb final : public Verb {
   void ReadOptions();
   void CheckStandardInput() const;
   SecondsGiven ParseSeconds(const char* option, const std::string& text) const;
-  CheckpointPlan::Setting ParseCheckpoint() const;
+  Host::CheckpointSetting ParseCheckpoint() const;
 
   RunOptions options_;
   std::string checkpoint_;
@@ -115,7 +115,7 @@ void RunVerb::CheckStandardInput() const {
   if (!IsStandardStream(options_.flow)) return;
   if (!options_.key_file.empty()) throw UsageError("--key-file is for files, not for standard input");
   if (!options_.state_file.empty()) return;
-  const bool is_fixed = options_.checkpoint.kind == CheckpointPlan::Kind::Fixed;
+  const bool is_fixed = options_.checkpoint.kind == Host::CheckpointSetting::Kind::Fixed;
   const char* const option = options_.retry    ? "--retry"
                              : options_.update ? "--update"
                              : is_fixed        ? "--checkpoint"
@@ -139,10 +139,10 @@ RunVerb::SecondsGiven RunVerb::ParseSeconds(const char* option, const std::strin
   return std::chrono::duration<double>(seconds);
 }
 
-CheckpointPlan::Setting RunVerb::ParseCheckpoint() const {
-  if (checkpoint_.empty()) return {CheckpointPlan::Kind::Adapted, {}, {}};
+Host::CheckpointSetting RunVerb::ParseCheckpoint() const {
+  if (checkpoint_.empty()) return {Host::CheckpointSetting::Kind::Adapted, {}, {}};
   if (checkpoint_ == "0") return {};
-  return {CheckpointPlan::Kind::Fixed, *ParseSeconds("--checkpoint", checkpoint_), {}};
+  return {Host::CheckpointSetting::Kind::Fixed, *ParseSeconds("--checkpoint", checkpoint_), {}};
 }
 
 }  // namespace

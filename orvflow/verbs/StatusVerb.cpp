@@ -3,10 +3,10 @@
 #include <optional>
 #include <string_view>
 
-#include "orvflow/files/FileLock.h"
-#include "orvflow/files/HostFiles.h"
+#include "OrvWorkFlow/host/StateFile.h"
+#include "host/files/HostFiles.h"
+#include "host/state/FileLock.h"
 #include "orvflow/run/FlowSource.h"
-#include "orvflow/run/StateFile.h"
 #include "orvflow/terminal/StandardStreams.h"
 #include "orvflow/watch/StatusServer.h"
 
@@ -38,12 +38,12 @@ ExitCode StatusVerb::Execute() {
   if (!has_file && state_file_.empty()) {
     throw UsageError("a flow from standard input is known by its state; name that with --state");
   }
-  if (has_file && FindFileKind(MakeAbsolutePath(flow_)) == FileKind::Missing) {
+  if (has_file && Host::FindFileKind(Host::MakeAbsolutePath(flow_)) == Host::FileKind::Missing) {
     throw FileError(ExitCode::Failed, flow_, "", "no such file");
   }
-  const std::string state = StateFile::NameFor(flow_, state_file_);
-  const std::string path = ResolveLinks(MakeAbsolutePath(state));
-  const std::string process = FileLock::ReadOwner(path + ".lock");
+  const std::string state = Host::StateFile::NameFor(flow_, state_file_);
+  const std::string path = Host::ResolveLinks(Host::MakeAbsolutePath(state));
+  const std::string process = Host::FileLock::ReadOwner(path + ".lock");
   const ProgramError nothing_runs = FileError(ExitCode::Failed, flow_, "", "no run of it with the state " + state);
   if (process.empty()) throw nothing_runs;
   const std::optional<std::string> answer = AskForStatus(process);

@@ -43,10 +43,6 @@ std::unique_ptr<Verb> MakeEncryptVerb(CLI::App& program);
 std::unique_ptr<Verb> MakeDecryptVerb(CLI::App& program);
 std::unique_ptr<Verb> MakeBase64Verb(CLI::App& program);
 
-class WorkflowHost;
-// The library's objects. Throws ProgramError when something is missing.
-std::unique_ptr<WorkflowHost> MakeHost();
-
 // Adds directories that the user named to those in which plug-in libraries are looked for.
 void AddPluginDirectories(const std::vector<std::string>& directories);
 

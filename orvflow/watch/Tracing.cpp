@@ -6,7 +6,7 @@
 #include <cstring>
 #include <new>
 
-#include "orvflow/files/HostFiles.h"
+#include "host/files/HostFiles.h"
 #include "orvflow/terminal/Terminal.h"
 
 namespace OrvWorkFlow::Program {
@@ -68,7 +68,7 @@ Tracing::Tracing(const LogOptions& options) : options_(options) {
   if (options.file.empty()) return;
   Logger::Growth growth;
   growth.limit = options.size_limit;
-  log_ = Logger::NewForAppending(MakeAbsolutePath(options.file).c_str(), Logger::Writing::kBuffered, growth);
+  log_ = Logger::NewForAppending(Host::MakeAbsolutePath(options.file).c_str(), Logger::Writing::kBuffered, growth);
   if (log_ == nullptr) {
     const std::string reason = std::strerror(errno);
     if (trace_ != nullptr) trace_->Release();

@@ -5,14 +5,15 @@
 #define NOGDI
 #include <windows.h>
 
+#include "host/windows/WidePath.h"
 #include "orvflow/files/FileIdentity.h"
-#include "orvflow/windows/WidePath.h"
 
 namespace OrvWorkFlow::Program {
 
 std::string IdentityOfFile(const std::string& file) {
-  const HANDLE handle = CreateFileW(Widen(file).c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                                    nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  const HANDLE handle =
+      CreateFileW(Host::Widen(file).c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                  OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
   if (handle == INVALID_HANDLE_VALUE) return {};
   BY_HANDLE_FILE_INFORMATION status = {};
   const bool is_known = GetFileInformationByHandle(handle, &status) != 0;

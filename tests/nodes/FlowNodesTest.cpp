@@ -5,12 +5,12 @@
 #include <thread>
 
 #include "OrvWorkFlow/sdk/MarshalledHolder.h"
+#include "host/run/HostApp.h"
 #include "nodes/component/ComponentFinder.h"
 #include "nodes/flow/AbsorbWorkflow.h"
 #include "nodes/flow/LongCopier.h"
 #include "nodes/flow/Restarter.h"
 #include "nodes/flow/Timer.h"
-#include "runtime/HostApp.h"
 #include "tests/fakes/FakeEngine.h"
 #include "tests/fakes/MessageBoxRecorder.h"
 #include "tests/nodes/NodeFixture.h"
@@ -129,7 +129,7 @@ TEST_F(FlowNodesTest, ARestarterAsksTheHostAndGoesOnAfterwards) {
   EXPECT_EQ(TakeFired(), Signals{"refused"}) << "there is no host";
   EXPECT_FALSE(restarter->StopWork());
 
-  HostApp* const host = HostApp::New();
+  Host::HostApp* const host = Host::HostApp::New();
   WorkFlowFactory::AddGlobalObject("HostApp", host, false);
   EXPECT_TRUE(restarter->Signal("restart"));
   EXPECT_EQ(TakeFired(), Signals{"refused"}) << "the host keeps no state";

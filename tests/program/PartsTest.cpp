@@ -1,10 +1,10 @@
 // The program's parts that need no process of their own.
 #include <gtest/gtest.h>
 
+#include "OrvWorkFlow/host/WorkflowHost.h"
 #include "OrvWorkFlow/sdk/MarshalledHolder.h"
 #include "base/text/Suggestion.h"
 #include "orvflow/files/Setting.h"
-#include "orvflow/run/WorkflowHost.h"
 #include "orvflow/terminal/BoxPrinter.h"
 #include "orvflow/terminal/Terminal.h"
 #include "tests/program/ProgramFixture.h"
@@ -56,7 +56,7 @@ class HostTest : public orv_test::ProgramFixture {
 };
 
 TEST_F(HostTest, SettingsKeepTheTypeOfTheirEntry) {
-  const WorkflowHost host;
+  const Host::WorkflowHost host;
   IDictionary& dictionary = host.dictionary();
   dictionary.SetValue("/Text", "old");
   dictionary.SetValue("/Number", std::int32_t{1});
@@ -79,7 +79,7 @@ TEST_F(HostTest, SettingsKeepTheTypeOfTheirEntry) {
 }
 
 TEST_F(HostTest, SettingsThatDoNotFitAreRefusedAndChangeNothing) {
-  const WorkflowHost host;
+  const Host::WorkflowHost host;
   IDictionary& dictionary = host.dictionary();
   dictionary.SetValue("/Number", std::int32_t{1});
   dictionary.SetValue("/Flag", true);
@@ -100,36 +100,10 @@ TEST_F(HostTest, SettingsThatDoNotFitAreRefusedAndChangeNothing) {
   EXPECT_FALSE(dictionary.Exists("/Missing"));
 }
 
-TEST_F(HostTest, OneHostAfterAnotherRunsAWorkflowInOneProcess) {
-  const std::string flow = WriteFlow({{"EchoNode", "A"}}, "EchoNode,A,go");
-  for (int round = 0; round < 2; ++round) {
-    WorkflowHost host;
-    ASSERT_TRUE(host.LoadWorkflow(flow.c_str()));
-    ASSERT_TRUE(host.LoadNodes());
-    const WorkflowHost::Result result = host.Run({});
-    EXPECT_EQ(result.end, WorkflowHost::End::Idle);
-    EXPECT_EQ(result.backlog.waiting, 0u);
-    EXPECT_EQ(host.GetStatistics().finished, 1u);
-  }
-}
-
-TEST_F(HostTest, AHostStopsWhenItIsTold) {
-  const std::string flow = WriteFlow({{"EchoNode", "A", "ProgramNodes", {"out=EchoNode,A,go"}}}, "EchoNode,A,go");
-  WorkflowHost host;
-  ASSERT_TRUE(host.LoadWorkflow(flow.c_str()));
-  ASSERT_TRUE(host.LoadNodes());
-  WorkflowHost::Limits limits;
-  limits.wants_stop = [&] { return host.GetStatistics().finished > 100; };
-  EXPECT_EQ(host.Run(limits).end, WorkflowHost::End::Stopped);
-  const std::uint32_t finished = host.GetStatistics().finished;
-  EXPECT_GT(finished, 100u);
-  EXPECT_EQ(finished, host.GetStatistics().sent);
-}
-
 TEST_F(HostTest, TheExamplesFlowFileIsInTheFormThatASaveGivesIt) {
   const std::string file = CopyExample();
   const std::string written = orv_test::ReadFile(file);
-  const WorkflowHost host;
+  const Host::WorkflowHost host;
   ASSERT_TRUE(host.dictionary().LoadFile(file.c_str()));
   ASSERT_TRUE(host.dictionary().SaveFile(file.c_str()));
   EXPECT_EQ(orv_test::ReadFile(file), written);

@@ -4,9 +4,9 @@
 #include <filesystem>
 #include <string>
 
+#include "host/state/FileLock.h"
+#include "host/state/MappedPage.h"
 #include "orvflow/files/FileIdentity.h"
-#include "orvflow/files/FileLock.h"
-#include "orvflow/files/MappedPage.h"
 #include "tests/support/TempDirectory.h"
 
 namespace OrvWorkFlow::Program {
@@ -29,16 +29,16 @@ class WideNamesTest : public ::testing::Test {
 
 TEST_F(WideNamesTest, ALock) {
   {
-    const FileLock lock(file());
-    EXPECT_EQ(lock.outcome(), FileLock::Outcome::Held) << lock.reason();
+    const Host::FileLock lock(file());
+    EXPECT_EQ(lock.outcome(), Host::FileLock::Outcome::Held) << lock.reason();
     EXPECT_TRUE(Exists());
-    EXPECT_EQ(FileLock(file()).outcome(), FileLock::Outcome::InUse);
+    EXPECT_EQ(Host::FileLock(file()).outcome(), Host::FileLock::Outcome::InUse);
   }
   EXPECT_FALSE(Exists());
 }
 
 TEST_F(WideNamesTest, APage) {
-  MappedPage page(file());
+  Host::MappedPage page(file());
   EXPECT_NE(page.data(), nullptr);
   EXPECT_TRUE(Exists());
   EXPECT_NE(IdentityOfFile(file()), "");

@@ -11,8 +11,8 @@
 #include <new>
 #include <string>
 
+#include "OrvWorkFlow/host/WorkflowHost.h"
 #include "OrvWorkFlow/sdk/MarshalledHolder.h"
-#include "orvflow/run/WorkflowHost.h"
 #include "orvflow/verbs/Verb.h"
 #include "tests/support/TempDirectory.h"
 
@@ -112,9 +112,9 @@ TEST_F(WipingTest, TheLookFindsWhatStays) {
             }),
             0)
       << "the runtime's blocks are looked into as well";
-  const std::unique_ptr<WorkflowHost> host = MakeHost();
+  const std::unique_ptr<Host::WorkflowHost> host = std::make_unique<Host::WorkflowHost>();
   EXPECT_GT(BlocksWithSecret([&] {
-              const WorkflowHost::OwnedDictionary dictionary = host->MakeDictionary();
+              const Host::WorkflowHost::OwnedDictionary dictionary = host->MakeDictionary();
               const Sdk::TextHolder text;
               dictionary->SetValue("/a", kSecret);
               dictionary->SaveToText(text.get());
@@ -138,15 +138,15 @@ TEST_F(WipingTest, EncryptAndDecrypt) {
 
 // A dictionary's file with a key; what an owner of the dictionary reads from it is the owner's affair.
 TEST_F(WipingTest, EncipheredDictionaries) {
-  const std::unique_ptr<WorkflowHost> host = MakeHost();
+  const std::unique_ptr<Host::WorkflowHost> host = std::make_unique<Host::WorkflowHost>();
   const std::string file = File("dictionary");
-  const WorkflowHost::OwnedDictionary saved = host->MakeDictionary();
+  const Host::WorkflowHost::OwnedDictionary saved = host->MakeDictionary();
   saved->SetEncryptionKey("key");
   saved->SetValue("/a", kSecret);
   EXPECT_EQ(BlocksWithSecret([&] { EXPECT_TRUE(saved->SaveFile(file.c_str())); }), 0);
   EXPECT_EQ(orv_test::ReadFile(file).find(kSecret), std::string::npos);
   EXPECT_EQ(BlocksWithSecret([&] {
-              const WorkflowHost::OwnedDictionary loaded = host->MakeDictionary();
+              const Host::WorkflowHost::OwnedDictionary loaded = host->MakeDictionary();
               loaded->SetEncryptionKey("key");
               EXPECT_TRUE(loaded->LoadFile(file.c_str()));
               EXPECT_TRUE(loaded->Exists("/a"));

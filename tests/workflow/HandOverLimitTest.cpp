@@ -16,8 +16,8 @@
 namespace orv_test {
 namespace {
 
-using OrvWorkFlow::HostApp;
 using OrvWorkFlow::IWorkFlowEngine;
+using OrvWorkFlow::Host::HostApp;
 
 class HandOverLimitTest : public ::testing::Test {
  protected:

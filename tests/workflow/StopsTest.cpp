@@ -126,7 +126,7 @@ INSTANTIATE_TEST_SUITE_P(Hosts, StopsTest, ::testing::Values(Host::kNone, Host::
 // Refuses, throws, or passes the delivery on, in turns.
 class MoodyHost final : public OrvWorkFlow::Sdk::ObjectProtocol<MoodyHost, OrvWorkFlow::IHostApp> {
  public:
-  explicit MoodyHost(OrvWorkFlow::HostApp& inner) : ObjectProtocol("HostApp", "IHostApp"), inner_(inner) {}
+  explicit MoodyHost(OrvWorkFlow::Host::HostApp& inner) : ObjectProtocol("HostApp", "IHostApp"), inner_(inner) {}
   bool RunOnGuiThread(OrvWorkFlow::IHostAppGuiThreadCallback* callback,
                       OrvWorkFlow::InputSignalMessage* message) override {
     const int call = ++calls;
@@ -139,13 +139,13 @@ class MoodyHost final : public OrvWorkFlow::Sdk::ObjectProtocol<MoodyHost, OrvWo
   std::atomic<int> calls = 0;
 
  private:
-  OrvWorkFlow::HostApp& inner_;
+  OrvWorkFlow::Host::HostApp& inner_;
 };
 
 TEST(HostsTest, WhatAHostRefusesOrThrowsAtIsNotWaitedFor) {
   const TimeLimit limit(std::chrono::seconds(120));
   constexpr int kSignals = 400;
-  OrvWorkFlow::HostApp* const inner = OrvWorkFlow::HostApp::New();
+  OrvWorkFlow::Host::HostApp* const inner = OrvWorkFlow::Host::HostApp::New();
   MoodyHost host(*inner);
   {
     Workbench bench(Host::kNone, Log::kNone);

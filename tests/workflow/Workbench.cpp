@@ -39,7 +39,7 @@ Workbench::Workbench(Host host, Log log, const DictionaryFront& front) {
   mediator_ = MakeGlobal<OrvWorkFlow::ISignalMediator>("SignalMediator", "ISignalMediator");
   engine_ = MakeGlobal<OrvWorkFlow::IWorkFlowEngine>("WorkFlowEngine", "IWorkFlowEngine");
   if (host == Host::kWithGuiThread) {
-    host_app_ = OrvWorkFlow::HostApp::New();
+    host_app_ = OrvWorkFlow::Host::HostApp::New();
     WorkFlowFactory::AddGlobalObject("HostApp", host_app_, false);
   }
   store_ = static_cast<OrvWorkFlow::IUtilityStore*>(

@@ -9,7 +9,7 @@
 #include "OrvWorkFlow/ISignalMediator.h"
 #include "OrvWorkFlow/IUtilityStore.h"
 #include "OrvWorkFlow/IWorkFlowEngine.h"
-#include "runtime/HostApp.h"
+#include "host/run/HostApp.h"
 #include "tests/fakes/RecordingLogger.h"
 
 namespace orv_test {
@@ -49,13 +49,13 @@ class Workbench {
   OrvWorkFlow::IDictionary& dictionary() { return *dictionary_; }
   OrvWorkFlow::IWorkFlowEngine& engine() { return *engine_; }
   OrvWorkFlow::ISignalMediator& mediator() { return *mediator_; }
-  OrvWorkFlow::HostApp& host_app() { return *host_app_; }  // only with a GUI thread
+  OrvWorkFlow::Host::HostApp& host_app() { return *host_app_; }  // only with a GUI thread
   RecordingLogger& logger() { return logger_; }
   OrvWorkFlow::ISignalMediator::Statistics statistics() const;
 
  private:
   RecordingLogger logger_;
-  OrvWorkFlow::HostApp* host_app_ = nullptr;
+  OrvWorkFlow::Host::HostApp* host_app_ = nullptr;
   OrvWorkFlow::IUtilityStore* store_ = nullptr;
   std::vector<OrvWorkFlow::IFactoryObjectCreator*> store_creators_;
   OrvWorkFlow::IDictionary* behind_front_ = nullptr;
