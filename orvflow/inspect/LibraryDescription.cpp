@@ -1,6 +1,7 @@
 #include "orvflow/inspect/LibraryDescription.h"
 
 #include <limits>
+#include <new>
 
 #include "OrvWorkFlow/INodeDescription.h"
 #include "OrvWorkFlow/Names.h"
@@ -84,7 +85,7 @@ TypeDescription DescribeType(const std::string& name) {
 
 std::vector<TypeDescription> DescribeRegisteredTypes() {
   const Sdk::TextListHolder names;
-  WorkFlowFactory::GetObjectTypeNames(names.get());
+  if (!WorkFlowFactory::GetObjectTypeNames(names.get())) throw std::bad_alloc();
   std::vector<TypeDescription> types;
   for (const std::string& name : names.Texts()) types.push_back(DescribeType(name));
   return types;

@@ -1,6 +1,7 @@
 // orvflow inspect [LIBRARY...]: what libraries register, and what their nodes say about themselves.
 #include <algorithm>
 #include <filesystem>
+#include <new>
 #include <optional>
 #include <set>
 #include <vector>
@@ -119,6 +120,7 @@ std::optional<LibraryDescription> InspectVerb::Inspect(const std::string& librar
   }
   if (!WorkFlowFactory::LoadSharedLibrary(path.c_str())) {
     const std::string error = WorkFlowFactory::LastLoadError();
+    if (error == PluginLoader::kNoMemory) throw std::bad_alloc();  // It may be whole.
     if (!is_named && IsNoPlugin(error)) return std::nullopt;
     throw ProgramError(ExitCode::PluginBroken, error);
   }

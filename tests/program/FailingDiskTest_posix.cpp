@@ -1,4 +1,5 @@
-// What a disk that fails once, or from then on, makes of locks and libraries; and what a death in a save leaves.
+// What a disk or memory that fails once, or from then on, makes of locks and libraries; and what a death in a save
+// leaves.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -40,6 +41,19 @@ TEST_F(FailingDiskTest, ALibraryThatCannotBeReadIsNotCalledTooShort) {
     if (result.error.find("cannot be read: Input/output error") != std::string::npos) ++told;
   }
   EXPECT_GT(told, 0);
+}
+
+TEST_F(FailingDiskTest, ALibraryThatIsNotLoadedForLackOfMemoryIsNotBroken) {
+  const std::string count = File("count");
+  const Arguments inspect = {"inspect", "FlowNodes"};
+  ASSERT_EQ(RunFailing({{"KIND", "memory"}, {"COUNT", count}}, inspect).exit_code, 0);
+  const long calls = std::atol(ReadFile(count).c_str());
+  // The library is loaded after the program has read its arguments.
+  for (int i = 1; i <= 24; ++i) {
+    const std::string failure = std::to_string(calls - i * calls / 100);
+    const ProcessResult result = RunFailing({{"KIND", "memory"}, {"AT", failure}}, inspect);
+    EXPECT_NE(result.exit_code, 4) << failure << ": " << result.error;
+  }
 }
 
 class KilledSaveTest : public FailureFixture {

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "orvflow/run/StateFile.h"
 #include "tests/program/ProgramFixture.h"
 
 namespace orv_test {
@@ -91,6 +92,26 @@ TEST_F(StateFileTest, TheNextRunRemovesWhatKilledSavesHaveLeft) {
   for (const std::string& name : leftovers) EXPECT_FALSE(fs::exists(File(name))) << name;
   for (const std::string& name : others) EXPECT_TRUE(fs::exists(File(name))) << name;
   EXPECT_TRUE(fs::exists(File("flow.state.xml.tmp5")));
+}
+
+TEST_F(StateFileTest, OneThatCannotBeMadeIsNotSaved) {
+  // What the first save would write to.
+  fs::create_directories(directory_.path() / "flow.state.xml.tmp100000" / "sub");
+  WriteFlow({{"Restarter", "R", "FlowNodes", {"restarted=MarkingNode,M,mark"}}, {"MarkingNode", "M"}},
+            "Restarter,R,restart");
+  const ProcessResult result = Run({"run", flow_});
+  EXPECT_EQ(result.exit_code, 1);
+  EXPECT_NE(result.error.find("not saved"), std::string::npos) << result.error;
+  EXPECT_FALSE(fs::exists(state_));
+}
+
+TEST_F(StateFileTest, ItsNameIsTheFlowsWithAnotherEnding) {
+  using OrvWorkFlow::Program::StateFile;
+  EXPECT_EQ(StateFile::NameFor("folder/a.xml", ""), "folder/a.state.xml");
+  EXPECT_EQ(StateFile::NameFor("a.b.xml", ""), "a.b.state.xml");
+  EXPECT_EQ(StateFile::NameFor("folder.xml/flow", ""), "folder.xml/flow.state.xml");
+  EXPECT_EQ(StateFile::NameFor("folder/.xml", ""), "folder/.xml.state.xml");
+  EXPECT_EQ(StateFile::NameFor("a.xml", "named"), "named");
 }
 
 TEST_F(StateFileTest, ALockThatAKilledRunLeavesGoesWithTheState) {
