@@ -53,7 +53,6 @@ INSTANTIATE_TEST_SUITE_P(
         UsageCase{{"run", "a.xml", "--set", "/Jobs"}, "run: --set /Jobs: not of the form /Dictionary/Path=VALUE"},
         UsageCase{{"run", "a.xml", "--plugin-path", "no-such-folder"},
                   "no-such-folder: no such folder; --plugin-path needs one with plug-in libraries"},
-        UsageCase{{"inspect"}, "inspect: no library given (see orvflow inspect --help)"},
         UsageCase{{"inspect", "--trace", "BackupNodes"}, "inspect: unknown option --trace"}));
 
 class BadFlowTest : public ProgramFixture {
