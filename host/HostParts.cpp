@@ -31,7 +31,10 @@ class FirstBusyNode final : public IRunReport {
 
 }  // namespace
 
-WorkflowHost::Parts::Parts() { observers.Add(deliveries); }
+WorkflowHost::Parts::Parts() {
+  observers.Add(deliveries);
+  objects.host_app().SetRestartWish([](void* told) { static_cast<Bell*>(told)->Ring(); }, &bell);
+}
 
 // The records first: what is still delivered is no longer recorded.
 WorkflowHost::Parts::~Parts() {

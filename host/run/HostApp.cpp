@@ -70,6 +70,8 @@ struct HostApp::State {
   Condition refuses = nullptr;  // Set once, before any delivery.
   void* refusal_context = nullptr;
 
+  Task restart_told = nullptr;  // Set once, before any node is there.
+  void* restart_context = nullptr;
   std::atomic<bool> restart_allowed = false;
   std::atomic<bool> restart_requested = false;
 };
@@ -271,9 +273,15 @@ HostApp::Counts HostApp::GetCounts() const noexcept {
 
 void HostApp::AllowRestart(bool allowed) noexcept { state_->restart_allowed = allowed; }
 
+void HostApp::SetRestartWish(Task told, void* context) noexcept {
+  state_->restart_context = context;
+  state_->restart_told = told;
+}
+
 bool HostApp::RequestRestart() {
   if (!state_->restart_allowed) return false;
   state_->restart_requested = true;
+  if (state_->restart_told != nullptr) state_->restart_told(state_->restart_context);
   return true;
 }
 

@@ -84,6 +84,8 @@ class HostApp final : public Sdk::SharedObject<HostApp, IHostApp>, public IHostR
 
   // Whether nodes may ask for a restart; at first they may not.
   void AllowRestart(bool allowed) noexcept;
+  // Called on the thread of a node that asks and may. Before the workflow is loaded.
+  void SetRestartWish(Task told, void* context) noexcept;
   bool RequestRestart() override;
   // True once a node has asked.
   bool RestartRequested() const noexcept;

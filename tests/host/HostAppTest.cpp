@@ -300,4 +300,15 @@ TEST_F(HostAppTest, NodesMayAskForARestartOnceItIsAllowed) {
   EXPECT_TRUE(host_->RestartRequested());
 }
 
+TEST_F(HostAppTest, AWishToRestartIsToldAtOnce) {
+  int told = 0;
+  host_->SetRestartWish([](void* count) { ++*static_cast<int*>(count); }, &told);
+  EXPECT_FALSE(host_->RequestRestart());
+  EXPECT_EQ(told, 0) << "it may not restart";
+  host_->AllowRestart(true);
+  EXPECT_TRUE(host_->RequestRestart());
+  EXPECT_EQ(told, 1);
+  EXPECT_TRUE(host_->RestartRequested());
+}
+
 }  // namespace
