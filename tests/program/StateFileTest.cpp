@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <system_error>
 
-#include "orvflow/run/StateFile.h"
+#include "OrvWorkFlow/host/StateFile.h"
 #include "tests/program/ProgramFixture.h"
 
 namespace orv_test {
@@ -106,7 +106,7 @@ TEST_F(StateFileTest, OneThatCannotBeMadeIsNotSaved) {
 }
 
 TEST_F(StateFileTest, ItsNameIsTheFlowsWithAnotherEnding) {
-  using OrvWorkFlow::Program::StateFile;
+  using OrvWorkFlow::Host::StateFile;
   EXPECT_EQ(StateFile::NameFor("folder/a.xml", ""), "folder/a.state.xml");
   EXPECT_EQ(StateFile::NameFor("a.b.xml", ""), "a.b.state.xml");
   EXPECT_EQ(StateFile::NameFor("folder.xml/flow", ""), "folder.xml/flow.state.xml");
