@@ -28,6 +28,9 @@ NamedEvents::Event* NamedEvents::FindOrAdd(const char* name) noexcept {
   }
   try {
     auto event = std::make_unique<Event>(name);
+    if (asleep_) {
+      event->state_ = Event::kAsleep;
+    }
     event->next_known_ = std::move(known_);
     known_ = std::move(event);
     newest_.store(known_.get());
@@ -37,16 +40,40 @@ NamedEvents::Event* NamedEvents::FindOrAdd(const char* name) noexcept {
   }
 }
 
-bool NamedEvents::Post(Event* event) noexcept {
-  std::uint64_t before = event->state_.load(std::memory_order_relaxed);
-  std::uint64_t after = 0;
+bool NamedEvents::PostUnlessAsleep(Event* event) noexcept {
+  std::uint64_t state = event->state_.load(std::memory_order_relaxed);
   do {
-    after = before + Event::kOnePost;
-    if ((before & Event::kWaiting) == 0) {
-      after = after % Event::kOneTurn + TurnAfterAllBut(event) * Event::kOneTurn + Event::kWaiting;
+    if ((state & Event::kAsleep) != 0) {
+      return false;
     }
-  } while (!event->state_.compare_exchange_weak(before, after));
-  return (before & Event::kWaiting) == 0;
+  } while (!event->state_.compare_exchange_weak(state, AfterPost(event, state)));
+  return true;
+}
+
+void NamedEvents::Post(Event* event) noexcept {
+  std::uint64_t state = event->state_.load(std::memory_order_relaxed);
+  while (!event->state_.compare_exchange_weak(state, AfterPost(event, state))) {
+  }
+}
+
+std::uint64_t NamedEvents::AfterPost(const Event* event, std::uint64_t state) const noexcept {
+  state += Event::kOnePost;
+  if ((state & Event::kWaiting) != 0) {
+    return state;
+  }
+  return state % Event::kOneTurn + TurnAfterAllBut(event) * Event::kOneTurn + Event::kWaiting;
+}
+
+// A post that was not told of the sleep is seen by who looks afterwards.
+void NamedEvents::SetAsleep(bool asleep) noexcept {
+  asleep_ = asleep;
+  for (Event* event = newest_.load(); event != nullptr; event = event->next_known_.get()) {
+    if (asleep) {
+      event->state_.fetch_or(Event::kAsleep);
+    } else {
+      event->state_.fetch_and(~Event::kAsleep);
+    }
+  }
 }
 
 // Who posts two events one after the other finds the first one waiting, or taken.

@@ -22,9 +22,11 @@ class NamedEvents {
 
    private:
     friend class NamedEvents;
-    // The state: whether it waits, the posts, and above them the turn in which a waiting one is taken.
+    // The state: whether it waits, whether the taker sleeps, the posts, and above them the turn in which a waiting one
+    // is taken.
     static constexpr std::uint64_t kWaiting = 1;
-    static constexpr std::uint64_t kOnePost = 2;
+    static constexpr std::uint64_t kAsleep = 2;
+    static constexpr std::uint64_t kOnePost = 4;
     static constexpr std::uint64_t kOneTurn = std::uint64_t{1} << 48;
     static std::uint16_t TurnOf(std::uint64_t state) noexcept { return static_cast<std::uint16_t>(state / kOneTurn); }
 
@@ -48,11 +50,17 @@ class NamedEvents {
   // Locked. Null without memory.
   Event* FindOrAdd(const char* name) noexcept;
 
-  // Any thread. True when the event was not waiting; it is the last in line then. What a thread did before its post is
-  // seen by the thread that takes the event afterwards, also when the post came upon a waiting event.
-  bool Post(Event* event) noexcept;
-  // Any thread. An event whose name could not be remembered.
+  // Any thread. The event is the last in line then, unless it waits already. What a thread did before its post is seen
+  // by the thread that takes the event afterwards, also when the post came upon a waiting event. False, with nothing
+  // done, when the taker sleeps; else nothing of this object is touched any more once the event can be taken.
+  bool PostUnlessAsleep(Event* event) noexcept;
+  // Locked. The same, whether the taker sleeps or not.
+  void Post(Event* event) noexcept;
+  // Locked. An event whose name could not be remembered.
   void PostNameless() noexcept { nameless_waits_ = true; }
+
+  // Taker, locked: from now on posts want the mutex, or no longer.
+  void SetAsleep(bool asleep) noexcept;
 
   // Taker.
   bool HasWaiting() const noexcept { return FindFirst() != nullptr || nameless_waits_; }
@@ -66,8 +74,10 @@ class NamedEvents {
  private:
   Event* FindFirst() const noexcept;
   std::uint16_t TurnAfterAllBut(const Event* event) const noexcept;
+  std::uint64_t AfterPost(const Event* event, std::uint64_t state) const noexcept;
 
   std::unique_ptr<Event> known_;  // locked; the others hang on it
+  bool asleep_ = false;           // locked
   std::atomic<Event*> newest_ = nullptr;
   std::atomic<bool> nameless_waits_ = false;
 };

@@ -78,19 +78,19 @@ void RuntimeThread::PostNamedEvent(const char* name) {
     return;
   }
   NamedEvents::Event* event = events_.Find(name);
+  if (event != nullptr && events_.PostUnlessAsleep(event)) {
+    return;
+  }
+  const std::lock_guard lock(mutex_);
   if (event == nullptr) {
-    const std::lock_guard lock(mutex_);
     event = events_.FindOrAdd(name);
   }
-  if (event == nullptr) {
+  if (event != nullptr) {
+    events_.Post(event);
+  } else {
     events_.PostNameless();
-  } else if (!events_.Post(event)) {
-    return;  // It waits already.
   }
-  if (waits_) {
-    const std::lock_guard lock(mutex_);
-    posted_.notify_one();
-  }
+  posted_.notify_one();
 }
 
 bool RuntimeThread::WaitForEvent(IOrvPString* name) {
@@ -110,12 +110,11 @@ bool RuntimeThread::WaitForEvent(IOrvPString* name) {
   return name->Assign(taken.data(), taken.size());
 }
 
-// A post that finds nobody waiting was made before the look, and is seen by it.
 void RuntimeThread::Sleep() {
   std::unique_lock lock(mutex_);
-  waits_ = true;
+  events_.SetAsleep(true);
   posted_.wait(lock, [this] { return events_.HasWaiting(); });
-  waits_ = false;
+  events_.SetAsleep(false);
 }
 
 bool RuntimeThread::IsRunning() const {

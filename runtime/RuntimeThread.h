@@ -48,9 +48,8 @@ class RuntimeThread final : public Thread {
   Procedure procedure_ = nullptr;
   void* argument_ = nullptr;
   bool running_ = false;
-  std::atomic<bool> waits_ = false;  // The procedure, for an event; read without the mutex too.
-  NamedEvents events_;               // The procedure takes them.
-  ShortWait short_wait_;             // The procedure's.
+  NamedEvents events_;    // The procedure takes them.
+  ShortWait short_wait_;  // The procedure's.
 };
 
 }  // namespace OrvWorkFlow::OrvBase

@@ -108,6 +108,41 @@ TEST_F(ThreadTest, AnEventThatWasTakenCanBePostedAgain) {
   EXPECT_THAT(collector.events, ElementsAre("again", "end", "again", "end", "again", "end"));
 }
 
+// More often than turns are counted.
+TEST_F(ThreadTest, AnEventThatIsPostedAgainStandsBehindThoseThatWait) {
+  constexpr int kRounds = 70000;
+  Thread* const thread = Thread::GetNewThread();
+  const PString name;
+  thread->PostNamedEvent("odd");
+  for (int round = 0; round < kRounds; ++round) {
+    const bool odd = round % 2 != 0;
+    thread->PostNamedEvent(odd ? "odd" : "even");
+    ASSERT_TRUE(thread->WaitForEvent(name.out()));
+    ASSERT_EQ(name.str(), odd ? "even" : "odd") << round;
+  }
+  EXPECT_EQ(thread->GetPostCount("even"), 35000U);
+  EXPECT_EQ(thread->GetPostCount("odd"), 35001U);
+  thread->Release();
+}
+
+// Whoever posts the event is still about it when the procedure takes it.
+TEST_F(ThreadTest, AProcedureMayReleaseItsThreadAtThePostThatWakesIt) {
+  const auto take_and_release = [](void* argument) -> unsigned {
+    auto* const thread = static_cast<Thread*>(argument);
+    thread->WaitForEvent(nullptr);
+    thread->Release();
+    return 0;
+  };
+  for (int round = 0; round < 300; ++round) {
+    Thread* const thread = Thread::GetNewThread();
+    ASSERT_TRUE(thread->SetProcedure(take_and_release));
+    thread->SetArgument(thread);
+    ASSERT_TRUE(thread->Start());
+    if (round % 2 == 0) std::this_thread::yield();
+    thread->PostNamedEvent("end");
+  }
+}
+
 TEST_F(ThreadTest, ANullNameIsNoEventAndAnEmptyOneIs) {
   EventCollector collector;
   collector.thread->PostNamedEvent(nullptr);

@@ -1,4 +1,7 @@
 // Input signals that a host application delivers on its GUI thread: in time, late, twice or never.
+#include <string>
+#include <vector>
+
 #include "CoreObjects/MediatorLockDepth.h"
 #include "tests/signalmediator/RoutingFixture.h"
 
@@ -133,6 +136,27 @@ TEST_F(HostDeliveryTest, AMessageIsDeliveredOnce) {
   const auto statistics = GetStatistics();
   EXPECT_EQ(statistics.sent, 1u);
   EXPECT_EQ(statistics.received, 1u);
+}
+
+// In any order, and long after it was answered.
+TEST_F(HostDeliveryTest, EachOfManyMessagesIsDeliveredOnce) {
+  constexpr int kMessages = 2500;  // more than are kept for other signals
+  AddHost();
+  std::vector<ManualHost::Call> calls;
+  host_.on_run = [&](ManualHost::Call call) {
+    calls.push_back(call);
+    return true;
+  };
+  for (int i = 0; i < kMessages; ++i) EXPECT_TRUE(Fire("Alpha", "a1", std::to_string(i).c_str()));
+  std::vector<std::string> expected;
+  for (int i = kMessages - 1; i >= 0; --i) expected.push_back("a1.Signal(" + std::to_string(i) + ")");
+  for (int round = 0; round < 2; ++round) {
+    for (std::size_t i = calls.size(); i > 0; --i) {
+      calls[i - 1].callback->DeliverInputSignal(calls[i - 1].message);
+    }
+  }
+  EXPECT_EQ(stage_.GetJournal("Signal("), expected);
+  EXPECT_EQ(GetStatistics().finished, static_cast<unsigned>(kMessages));
 }
 
 TEST_F(HostDeliveryTest, AHostMayDeliverAtOnceOnTheSameThread) {
