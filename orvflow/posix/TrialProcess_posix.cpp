@@ -5,12 +5,15 @@
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <memory>
+#include <utility>
 
 #include "orvflow/trial/TrialProcess.h"
 
@@ -28,6 +31,10 @@ class Descriptor {
   Descriptor& operator=(const Descriptor&) = delete;
 
   int get() const { return number_; }
+  void Take(int number) {
+    Close();
+    number_ = number;
+  }
   void Close() {
     if (number_ >= 0) close(number_);
     number_ = -1;
@@ -67,8 +74,12 @@ class Child {
     posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&files);
     is_gone_ = error != 0;
+    if (!is_gone_) watch_.Take(static_cast<int>(syscall(SYS_pidfd_open, process_, 0)));
     return error == 0;
   }
+
+  // Can be read from when the process has ended; -1 where the system has no such thing.
+  int watch() const { return watch_.get(); }
 
   bool HasEnded() {
     if (!is_gone_) is_gone_ = waitpid(process_, &status_, WNOHANG) != 0;
@@ -92,6 +103,7 @@ class Child {
 
  private:
   pid_t process_ = -1;
+  Descriptor watch_{-1};
   int status_ = 0;
   bool is_gone_ = true;
 };
@@ -122,19 +134,50 @@ bool ReceiveSome(int socket, std::string& bytes) {
   }
 }
 
+struct Trial {
+  bool Start(const char* its_argument) {
+    std::array<int, 2> pair = {-1, -1};
+    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair.data()) != 0) return false;
+    own.Take(pair[0]);
+    const Descriptor other(pair[1]);
+    argument = its_argument;
+    return child.Start(its_argument, other.get());
+  }
+
+  std::string argument;
+  Descriptor own{-1};
+  Child child;
+};
+
+// Ended by force when this process ends without having used it.
+std::unique_ptr<Trial>& Prepared() {
+  static std::unique_ptr<Trial> prepared;
+  return prepared;
+}
+
 }  // namespace
+
+void PrepareTrialProcess(const char* argument) noexcept {
+  try {
+    auto trial = std::make_unique<Trial>();
+    if (trial->Start(argument)) Prepared() = std::move(trial);
+  } catch (...) {  // It is started when it is needed.
+  }
+}
+
+void DropPreparedTrial() noexcept { Prepared().reset(); }
 
 std::optional<TrialEnd> RunTrialProcess(const char* argument, std::string_view input, std::chrono::milliseconds limit,
                                         const std::function<bool()>& gives_up) {
-  std::array<int, 2> pair = {-1, -1};
-  if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair.data()) != 0) return std::nullopt;
-  const Descriptor own(pair[0]);
-  Descriptor other(pair[1]);
-  Child child;
-  if (!child.Start(argument, other.get())) return std::nullopt;
-  other.Close();
-  SendAll(own.get(), input);
-  shutdown(own.get(), SHUT_WR);
+  std::unique_ptr<Trial> trial = std::exchange(Prepared(), nullptr);
+  if (trial == nullptr || trial->argument != argument) {
+    trial = std::make_unique<Trial>();
+    if (!trial->Start(argument)) return std::nullopt;
+  }
+  Child& child = trial->child;
+  const int socket = trial->own.get();
+  SendAll(socket, input);
+  shutdown(socket, SHUT_WR);
   TrialEnd end;
   const Clock::time_point deadline = Clock::now() + limit;
   // What the process started may hold the socket open beyond its end.
@@ -144,11 +187,11 @@ std::optional<TrialEnd> RunTrialProcess(const char* argument, std::string_view i
       end.manner = "does not return within " + std::to_string(limit.count() / 1000) + " s";
       break;
     }
-    pollfd ready = {own.get(), POLLIN, 0};
-    poll(open ? &ready : nullptr, open ? 1 : 0, open ? 20 : 1);
-    open = open && ReceiveSome(own.get(), end.output);
+    std::array<pollfd, 2> ready = {{{open ? socket : -1, POLLIN, 0}, {child.watch(), POLLIN, 0}}};
+    poll(ready.data(), ready.size(), open || child.watch() >= 0 ? 20 : 1);
+    open = open && ReceiveSome(socket, end.output);
   }
-  ReceiveSome(own.get(), end.output);
+  ReceiveSome(socket, end.output);
   if (end.manner.empty()) end.manner = child.Manner();
   return end;
 }

@@ -140,7 +140,10 @@ TrialFaults TryLibraries(const std::vector<std::string>& files, TrialDepth depth
     unknown.push_back(file);
     identities.push_back(std::move(identity));
   }
-  if (unknown.empty()) return {};
+  if (unknown.empty()) {
+    DropPreparedTrial();
+    return {};
+  }
   const TrialVerdict verdict = TryTogether(unknown, depth);
   if (verdict.fault.empty()) {
     KnownFiles().insert(identities.begin(), identities.end());
@@ -157,9 +160,12 @@ TrialFaults TryLibraries(const std::vector<std::string>& files, TrialDepth depth
   return faults;
 }
 
+void PrepareToTryLibraries() noexcept { PrepareTrialProcess(kTrialArgument); }
+
 ExitCode ServeTrial() {
   std::string task;
   const std::function<void(std::string_view)> report = BeginTrial(task);
+  if (task.empty()) EndTrial();  // Who had it made ready is gone.
   bool makes = false;
   std::vector<std::string> directories;
   std::vector<std::string> files;

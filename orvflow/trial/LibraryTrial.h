@@ -24,6 +24,9 @@ using TrialFaults = std::map<std::string, std::string>;
 // to stop meanwhile. Where no process can be started nothing is tried, and no fault is found.
 TrialFaults TryLibraries(const std::vector<std::string>& files, TrialDepth depth);
 
+// Gets such a process ready, for a TryLibraries that comes soon. One thread.
+void PrepareToTryLibraries() noexcept;
+
 // The first argument of a program that is such a process.
 constexpr char kTrialArgument[] = "--try-libraries-and-report";
 

@@ -21,6 +21,12 @@ struct TrialEnd {
 std::optional<TrialEnd> RunTrialProcess(const char* argument, std::string_view input, std::chrono::milliseconds limit,
                                         const std::function<bool()>& gives_up);
 
+// Starts one ahead, which loads while this process does other things; the next RunTrialProcess with that argument uses
+// it. Nothing is done where that does not pay. One thread. It ends with this process at the latest.
+void PrepareTrialProcess(const char* argument) noexcept;
+// Ends one that was started ahead, if there is any.
+void DropPreparedTrial() noexcept;
+
 // In the process that was started: from now on standard input is empty and what is printed is lost; a fault ends the
 // process without a question to the user and without a file that holds its memory. The returned function reports.
 std::function<void(std::string_view)> BeginTrial(std::string& input);

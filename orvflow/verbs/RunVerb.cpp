@@ -9,6 +9,7 @@
 #include "orvflow/terminal/ReportRequest.h"
 #include "orvflow/terminal/StandardStreams.h"
 #include "orvflow/terminal/StopRequest.h"
+#include "orvflow/trial/LibraryTrial.h"
 #include "orvflow/verbs/TraceCategories.h"
 #include "orvflow/verbs/Verb.h"
 #include "orvflow/verbs/WatchOptions.h"
@@ -85,6 +86,7 @@ ExitCode RunVerb::Execute() {
   const FlowRun::Watching watching{watch_options_.MakeLogOptions(), watch_options_.ProgressInterval()};
   ReadOptions();
   CheckStandardInput();
+  PrepareToTryLibraries();
   std::optional<KeyFile> key;  // The host uses it to its end.
   if (!options_.key_file.empty()) key.emplace(options_.key_file);
   AddPluginDirectories(options_.plugin_directories);

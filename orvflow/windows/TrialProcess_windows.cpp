@@ -124,6 +124,10 @@ LONG CALLBACK EndWithFault(EXCEPTION_POINTERS* fault) {
 
 }  // namespace
 
+void PrepareTrialProcess(const char* /*argument*/) noexcept {}
+
+void DropPreparedTrial() noexcept {}
+
 std::optional<TrialEnd> RunTrialProcess(const char* argument, std::string_view input, std::chrono::milliseconds limit,
                                         const std::function<bool()>& gives_up) {
   Handle child_input;
