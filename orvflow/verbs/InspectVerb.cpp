@@ -127,7 +127,6 @@ std::optional<LibraryDescription> InspectVerb::Inspect(const std::string& librar
   LibraryDescription description{library, DescribeRegisteredTypes()};
   WorkFlowFactory::UnloadSharedLibraries();
   if (!description.types.empty()) return description;
-  if (!is_named) return std::nullopt;
   throw ProgramError(ExitCode::PluginBroken, library + ": registers nothing");
 }
 

@@ -53,6 +53,11 @@ INSTANTIATE_TEST_SUITE_P(
         UsageCase{{"run", "a.xml", "--set", "/Jobs"}, "run: --set /Jobs: not of the form /Dictionary/Path=VALUE"},
         UsageCase{{"run", "a.xml", "--plugin-path", "no-such-folder"},
                   "no-such-folder: no such folder; --plugin-path needs one with plug-in libraries"},
+        UsageCase{{"inspect", "--json", "--markdown"},
+                  "inspect: --json and --markdown are two forms of one output; give one of them (see orvflow inspect "
+                  "--help)"},
+        UsageCase{{"check"}, "check: no workflow file given (see orvflow check --help)"},
+        UsageCase{{"graph"}, "graph: no workflow file given (see orvflow graph --help)"},
         UsageCase{{"inspect", "--trace", "BackupNodes"}, "inspect: unknown option --trace"}));
 
 class BadFlowTest : public ProgramFixture {
