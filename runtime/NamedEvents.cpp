@@ -43,7 +43,7 @@ NamedEvents::Event* NamedEvents::FindOrAdd(const char* name) noexcept {
 bool NamedEvents::PostUnlessAsleep(Event* event) noexcept {
   std::uint64_t state = event->state_.load(std::memory_order_relaxed);
   do {
-    if ((state & Event::kAsleep) != 0) {
+    if ((state & (Event::kAsleep | Event::kWaiting)) == Event::kAsleep) {
       return false;
     }
   } while (!event->state_.compare_exchange_weak(state, AfterPost(event, state)));
