@@ -52,7 +52,8 @@ class NamedEvents {
 
   // Any thread. The event is the last in line then, unless it waits already. What a thread did before its post is seen
   // by the thread that takes the event afterwards, also when the post came upon a waiting event. False, with nothing
-  // done, when the taker sleeps; else nothing of this object is touched any more once the event can be taken.
+  // done, when the taker sleeps and the event does not wait yet: it has to be woken. Else nothing of this object is
+  // touched any more once the event can be taken.
   bool PostUnlessAsleep(Event* event) noexcept;
   // Locked. The same, whether the taker sleeps or not.
   void Post(Event* event) noexcept;
