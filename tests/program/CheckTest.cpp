@@ -197,7 +197,8 @@ TEST_F(CheckTest, ARunJudgesAsACheckDoes) {
     check.push_back(File(fs::path(file).filename().string()));
     fs::copy_file(file, check.back());
   }
-  for (const Json& file : Json::parse(Run(check).output)["files"]) {
+  const Json checked = Json::parse(Run(check).output);
+  for (const Json& file : checked["files"]) {
     const std::string name = file["file"];
     const Json& findings = file["findings"];
     const bool passes =
