@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include "tests/filesystem/FileSystemTesting.h"
+#include "tests/support/ForkAlone_posix.h"
 #include "tests/support/TimeLimit.h"
 
 namespace OrvWorkFlow::Core::FileSystem {
@@ -25,13 +26,13 @@ int EditOften(const std::string& path) {
 }
 
 TEST(EditProcesses, WhatAnsweredTrueIsInTheFile) {
-  const orv_test::TimeLimit limit(std::chrono::seconds(120));
   const orv_test::TempDirectory directory;
   const std::string path = (directory.path() / "a").string();
   orv_test::WriteFile(path, "");
-  const pid_t child = ::fork();
+  const pid_t child = orv_test::ForkAlone();
   ASSERT_GE(child, 0);
   if (child == 0) ::_exit(EditOften(path));
+  const orv_test::TimeLimit limit(std::chrono::seconds(120));
   const int own = EditOften(path);
   int status = 0;
   ASSERT_EQ(::waitpid(child, &status, 0), child);

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include "tests/filesystem/FileSystemTesting.h"
+#include "tests/support/ForkAlone_posix.h"
 
 namespace OrvWorkFlow::Core::FileSystem {
 namespace {
@@ -17,7 +18,7 @@ std::string OnSmallDisk(const std::filesystem::path& directory, const std::funct
                         bool* forbidden) {
   int ends[2];
   if (::pipe(ends) != 0) return "no pipe";
-  const pid_t child = ::fork();
+  const pid_t child = orv_test::ForkAlone();
   if (child == 0) {
     const std::string options = "size=" + std::to_string(kDiskBytes);
     if ((::geteuid() != 0 && ::unshare(CLONE_NEWUSER) != 0) || ::unshare(CLONE_NEWNS) != 0 ||

@@ -7,6 +7,7 @@
 #include <cstdio>
 
 #include "tests/filesystem/FileSystemTesting.h"
+#include "tests/support/ForkAlone_posix.h"
 
 namespace OrvWorkFlow::Core::FileSystem {
 namespace {
@@ -39,7 +40,7 @@ class OrdinaryUser : public orv_test::FileSystemTest<Char> {
     bool holds;
   };
   void ExpectAsUser(const std::function<std::vector<Check>()>& checks) {
-    const pid_t child = ::fork();
+    const pid_t child = orv_test::ForkAlone();
     ASSERT_GE(child, 0);
     if (child == 0) {
       if (IsRoot() && (::setgid(kNobody) != 0 || ::setuid(kNobody) != 0)) ::_exit(2);

@@ -8,6 +8,7 @@
 #include <optional>
 
 #include "tests/filesystem/FileSystemTesting.h"
+#include "tests/support/ForkAlone_posix.h"
 
 namespace OrvWorkFlow::Core::FileSystem {
 namespace {
@@ -42,7 +43,7 @@ std::optional<int> Follow(pid_t child) {
 
 // Runs the work in a child process; empty when that does not end well, or may not be traced.
 std::optional<int> CountWithStops(const std::function<bool()>& work) {
-  const pid_t child = ::fork();
+  const pid_t child = orv_test::ForkAlone();
   if (child != 0) return Follow(child);
   if (::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) ::_exit(kTracingForbidden);
   ::raise(SIGSTOP);

@@ -185,7 +185,9 @@ TEST(HostsTest, AHostThatGoesAwayDeliversWhatItHasAndTheStopComesToItsEnd) {
   std::jthread sender([&] {
     while (!over) EXPECT_TRUE(bench.engine().OutputSignal("Actor", "A", "out"));
   });
-  while (played < 100) bench.Deliver();
+  // What is queued never comes to its end while the sender goes on.
+  const auto is_enough = [](void* count) { return *static_cast<std::atomic<int>*>(count) >= 100; };
+  bench.host_app().RunGuiThreadUntil(is_enough, &played);
   bench.host_app().Close();
   bench.Deliver();
   over = true;
