@@ -67,7 +67,9 @@ class HostApp final : public Sdk::SharedObject<HostApp, IHostApp>, public IHostR
   // True when the condition ended it, false when Quit did or when `condition` is null.
   bool RunGuiThreadUntil(Condition condition, void* context);
 
-  // GUI thread: performs what is queued now and what that queues, without waiting, Quit or not. The number of calls.
+  // GUI thread: performs what is queued now and what that queues, without waiting, Quit or not. The number of calls. As
+  // long as other threads queue faster than this one performs it does not return: after Close, or when they have
+  // stopped, it does; RunGuiThreadUntil returns in any case.
   std::uint64_t DeliverQueued();
 
   // Ends all loops that run now, after the call that each performs; with none, the next one ends before its first call.
