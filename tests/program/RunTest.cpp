@@ -30,7 +30,8 @@ TEST_F(RunTest, EndsWhenNothingIsLeft) {
   const ProcessResult result = Run({"run", WriteFlow({{"EchoNode", "A"}}, "EchoNode,A,go")});
   EXPECT_EQ(result.exit_code, 0);
   EXPECT_EQ(result.error, "");
-  EXPECT_EQ(result.output.substr(0, 52), "Test: 1 signal delivered, 1 node made, 0 failures, 0");
+  // The seconds that follow depend on the machine.
+  EXPECT_EQ(result.output.substr(0, 51), "Test: 1 signal delivered, 1 node made, 0 failures, ");
 }
 
 TEST_F(RunTest, WhatFollowsTwoDashesIsTheFile) {
