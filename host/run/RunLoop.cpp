@@ -17,9 +17,9 @@ namespace {
 // soon, and later.
 constexpr std::chrono::microseconds kFirstWatch{100};
 constexpr std::chrono::milliseconds kWatchInterval{5};
-// While signals are on their way, whose end is told, as are a wish to stop, to save or to restart: for an engine that
-// has died.
-constexpr std::chrono::milliseconds kPatience{250};
+// While signals are on their way. Their end is told, as are a wish to stop, to save or to restart; an engine that has
+// died is not, nor is the moment after the last delivery in which its message counts as carried.
+constexpr std::chrono::milliseconds kPatience{20};
 // More than the engine's own wait for its thread.
 constexpr std::chrono::seconds kStopPatience{6};
 // For a node that was asked to stop and is still at work.
