@@ -1,5 +1,7 @@
 #include "orvflow/check/FindingsOutput.h"
 
+#include <string_view>
+
 #include "nlohmann/json.hpp"
 #include "orvflow/terminal/Terminal.h"
 
@@ -35,8 +37,27 @@ std::string Counted(std::size_t count, const char* word) {
 // Texts of a flow may be no UTF-8: what is not stands as U+FFFD.
 std::string Written(const Json& json) { return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n"; }
 
+// A path as a URI has it: with slashes, and what no URI may hold as %XX.
+std::string UriOf(const std::string& path) {
+  static constexpr char kKept[] = "-._~/:!$&'()*+,;=@";
+  static constexpr char kDigits[] = "0123456789ABCDEF";
+  std::string uri;
+  for (const char c : path) {
+    const auto byte = static_cast<unsigned char>(c);
+    const bool is_letter = (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') || (byte >= '0' && byte <= '9');
+    if (c == '\\') {
+      uri += '/';
+    } else if (is_letter || std::string_view(kKept).find(c) != std::string_view::npos) {
+      uri += c;
+    } else {
+      uri.append("%").append(1, kDigits[byte / 16]).append(1, kDigits[byte % 16]);
+    }
+  }
+  return uri;
+}
+
 Json LocationOf(const std::string& file, const PlacedFinding& placed) {
-  Json physical = {{"artifactLocation", {{"uri", file}}}};
+  Json physical = {{"artifactLocation", {{"uri", UriOf(file)}}}};
   if (placed.place.line > 0) {
     physical["region"] = {{"startLine", placed.place.line}, {"startColumn", placed.place.column}};
   }

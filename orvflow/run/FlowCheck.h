@@ -20,9 +20,9 @@ struct FlowUse {
 // All that can be known to be wrong (flow/Check.h), with the plug-in libraries tried in a child process and loaded.
 Flow::Findings FindFaults(IDictionary& dictionary, const FlowUse& use);
 
-// Looks for the same before a run. Prints each warning as a
-// line. Throws ProgramError when there are errors, unless it is forced: with the error itself when it is the only one,
-// else it prints them and counts. `shown_name` is how messages call the file.
+// Looks for the same before a run. Prints each warning as a line. Throws ProgramError when there are errors, unless it
+// is forced: with the error itself when it is the only one, else it prints them and counts. `shown_name` is how
+// messages call the file.
 void CheckFlow(IDictionary& dictionary, const std::string& shown_name, const FlowUse& use);
 
 }  // namespace OrvWorkFlow::Program

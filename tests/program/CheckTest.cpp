@@ -167,7 +167,9 @@ TEST_F(CheckTest, AnEncipheredFlowIsCheckedWithoutPlaces) {
 }
 
 TEST_F(CheckTest, SarifNamesRuleLevelAndPlace) {
-  const ProcessResult result = Run({"check", "--sarif", (Cases() / "mapping-empty.xml").string()});
+  const std::string file = File("a flow #1.xml");
+  fs::copy_file(Cases() / "mapping-empty.xml", file);
+  const ProcessResult result = Run({"check", "--sarif", file});
   EXPECT_EQ(result.exit_code, 3);
   const Json json = Json::parse(result.output);
   EXPECT_EQ(json["version"], "2.1.0");
@@ -175,6 +177,8 @@ TEST_F(CheckTest, SarifNamesRuleLevelAndPlace) {
   EXPECT_EQ(found["ruleId"], "wiring");
   EXPECT_EQ(found["level"], "error");
   EXPECT_EQ(found["locations"][0]["physicalLocation"]["region"]["startLine"], 22);
+  const std::string uri = found["locations"][0]["physicalLocation"]["artifactLocation"]["uri"];
+  EXPECT_TRUE(uri.ends_with("/a%20flow%20%231.xml")) << uri;
   EXPECT_EQ(Run({"check", "--sarif", "--json", "x.xml"}).exit_code, 2);
 }
 
