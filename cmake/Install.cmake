@@ -20,6 +20,7 @@ target_include_directories(wffDDR PUBLIC $<INSTALL_INTERFACE:${CMAKE_INSTALL_INC
 target_include_directories(CoreObjects PUBLIC $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 
 set(orv_config_dir ${CMAKE_INSTALL_LIBDIR}/cmake/OrvWorkFlow)
+set(orv_program ${CMAKE_INSTALL_BINDIR}/orvflow${CMAKE_EXECUTABLE_SUFFIX})
 if(WIN32)
   set(orv_plugin_dir ${CMAKE_INSTALL_BINDIR})
 else()
@@ -53,7 +54,7 @@ endif()
 
 install(EXPORT OrvWorkFlowTargets NAMESPACE OrvWorkFlow:: DESTINATION ${orv_config_dir} COMPONENT development)
 configure_package_config_file(cmake/OrvWorkFlowConfig.cmake.in ${PROJECT_BINARY_DIR}/package/OrvWorkFlowConfig.cmake
-  INSTALL_DESTINATION ${orv_config_dir} PATH_VARS orv_plugin_dir)
+  INSTALL_DESTINATION ${orv_config_dir} PATH_VARS orv_plugin_dir orv_program)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/package/OrvWorkFlowConfigVersion.cmake COMPATIBILITY SameMinorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/package/OrvWorkFlowConfig.cmake ${PROJECT_BINARY_DIR}/package/OrvWorkFlowConfigVersion.cmake
   cmake/OrvWorkFlowPlugin.cmake cmake/plugin.map DESTINATION ${orv_config_dir} COMPONENT development)

@@ -46,7 +46,7 @@ class WorkflowHostTest : public ::testing::Test {
  protected:
   // The flow of the guide, with `times` ticks of `milliseconds`.
   std::string WriteFlow(int times, int milliseconds) const {
-    std::string text = ReadFile(SourceFolder() / "tests" / "consumer" / "host" / "flow.xml");
+    std::string text = ReadFile(SourceFolder() / "orvflow" / "new" / "templates" / "host" / "flow.xml");
     Replace(text, ">5<", ">" + std::to_string(times) + "<");
     Replace(text, ">100<", ">" + std::to_string(milliseconds) + "<");
     const std::string file = directory_.file("flow.xml");

@@ -26,7 +26,7 @@ class Watcher final : public Host::RunObserver {
   }
 };
 
-void PrintError(const std::string& line) { std::fprintf(stderr, "tickhost: %s\n", line.c_str()); }
+void PrintError(const std::string& line) { std::fprintf(stderr, "NewHost: %s\n", line.c_str()); }
 
 int Execute(const std::string& flow, int stop_after) {
   Watcher watcher;
@@ -56,7 +56,7 @@ int Execute(const std::string& flow, int stop_after) {
 int main(int argc, char** argv) {
   try {
     if (argc > 1) return Execute(argv[1], argc > 2 ? std::atoi(argv[2]) : 0);
-    PrintError("usage: tickhost FLOW.xml [STOP-AFTER]");
+    PrintError("usage: NewHost FLOW.xml [STOP-AFTER]");
     return 2;
   } catch (const Host::HostError& error) {
     PrintError(error.what());
