@@ -13,6 +13,7 @@
 #include "host/files/HostFiles.h"
 #include "orvflow/files/FileLoading.h"
 #include "orvflow/files/KeyFile.h"
+#include "orvflow/graph/GraphPage.h"
 #include "orvflow/run/FlowCheck.h"
 #include "orvflow/run/FlowSource.h"
 #include "orvflow/terminal/OtherProgram.h"
@@ -30,7 +31,9 @@ class GraphVerb final : public Verb {
 
  private:
   std::string PictureForm() const;
-  std::string Draw() const;
+  // The text for Graphviz, or the page around it.
+  std::string Draw(bool as_page) const;
+  void WriteText(const std::string& text) const;
   void DrawPicture(const std::string& form, const std::string& dot) const;
 
   std::string flow_;
@@ -44,9 +47,10 @@ class GraphVerb final : public Verb {
 GraphVerb::GraphVerb(CLI::App& program) : Verb(program, "graph", "Draws the wiring of a workflow") {
   command().add_option("FLOW.xml", flow_, "The workflow's dictionary file; - for standard input")->type_name("");
   command()
-      .add_option("-o,--output", output_,
-                  "The picture: a file that ends in .svg, .png or .pdf (drawn by Graphviz), or .dot; else DOT is "
-                  "written to standard output")
+      .add_option(
+          "-o,--output", output_,
+          "The picture: a file that ends in .html (a page to pan, zoom and search), in .svg, .png or .pdf (drawn by "
+          "Graphviz), or in .dot; else DOT is written to standard output")
       ->type_name("FILE");
   command().add_flag("--group", grouped_, "Puts the instances of one type side by side, in a frame");
   command().add_flag("--no-findings", without_findings_, "Loads no libraries, and does not mark what check finds");
@@ -56,6 +60,7 @@ GraphVerb::GraphVerb(CLI::App& program) : Verb(program, "graph", "Draws the wiri
       ->type_name("DIR")
       ->allow_extra_args(false);
   command().footer(
+      "  orvflow graph flow.xml -o flow.html\n"
       "  orvflow graph flow.xml -o flow.svg\n"
       "  orvflow graph flow.xml | dot -Tx11");
 }
@@ -67,28 +72,34 @@ std::string GraphVerb::PictureForm() const {
   std::string form = dot == std::string::npos || output_[dot] != '.' ? "" : output_.substr(dot + 1);
   std::transform(form.begin(), form.end(), form.begin(),
                  [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  for (const char* known : {"svg", "png", "pdf", "dot"}) {
+  for (const char* known : {"html", "svg", "png", "pdf", "dot"}) {
     if (form == known) return form;
   }
-  if (form == "html")
-    throw UsageError("-o " + output_ + ": pages are not there yet; take .svg, which browsers show too");
-  throw UsageError("-o " + output_ + ": the name has to end in .svg, .png, .pdf or .dot");
+  throw UsageError("-o " + output_ + ": the name has to end in .html, .svg, .png, .pdf or .dot");
 }
 
 ExitCode GraphVerb::Execute() {
   if (flow_.empty()) throw UsageError("no workflow file given");
   const std::string form = PictureForm();
   AddPluginDirectories(plugin_directories_);
-  const std::string dot = Draw();
+  const bool is_page = form == "html";
+  if (is_page && !HasGraphPage()) {
+    throw ProgramError(ExitCode::Failed, "-o " + output_ +
+                                             ": this program was built without the page, because npm was missing; take "
+                                             ".svg, or build it with npm");
+  }
+  const std::string text = Draw(is_page);
   if (form.empty()) {
-    WriteStandardOutput(dot);
+    WriteStandardOutput(text);
+  } else if (is_page || form == "dot") {
+    WriteText(text);
   } else {
-    DrawPicture(form, dot);
+    DrawPicture(form, text);
   }
   return ExitCode::Done;
 }
 
-std::string GraphVerb::Draw() const {
+std::string GraphVerb::Draw(bool as_page) const {
   std::optional<KeyFile> key;
   if (!key_file_.empty()) key.emplace(key_file_);
   const std::unique_ptr<Host::WorkflowHost> host = std::make_unique<Host::WorkflowHost>();
@@ -103,10 +114,14 @@ std::string GraphVerb::Draw() const {
   }
   Flow::Findings findings;
   if (!without_findings_) findings = FindFaults(*dictionary, {.file = source.path()});
-  return Flow::DrawAsDot(workflow, findings, workflow.name.empty() ? source.shown_name() : workflow.name, grouped_);
+  const std::string title = workflow.name.empty() ? source.shown_name() : workflow.name;
+  const std::string dot = Flow::DrawAsDot(workflow, findings, title, grouped_);
+  return as_page ? MakeGraphPage(title, dot, workflow, findings) : dot;
 }
 
-// Beside the picture, and gone in the end.
+constexpr char kNotWritten[] = "cannot be written; check the folder and the disk";
+
+// Gone in the end, unless it is kept.
 class TextFile {
  public:
   TextFile(std::string path, const std::string& text) : path_(std::move(path)) {
@@ -130,22 +145,26 @@ class TextFile {
   bool is_kept_ = false;
 };
 
+void GraphVerb::WriteText(const std::string& text) const {
+  TextFile file(Host::MakeAbsolutePath(output_), text);
+  if (!file.is_written()) throw FileError(ExitCode::Failed, output_, "", kNotWritten);
+  file.Keep();
+}
+
 void GraphVerb::DrawPicture(const std::string& form, const std::string& dot) const {
   const std::string path = Host::MakeAbsolutePath(output_);
   const auto fail = [&](const std::string& text) { throw FileError(ExitCode::Failed, output_, "", text); };
-  const bool is_dot = form == "dot";
-  const std::string text_path = is_dot ? path : path + ".dot";
-  if (!is_dot && Host::FindFileKind(text_path) != Host::FileKind::Missing) {
+  const std::string text_path = path + ".dot";
+  if (Host::FindFileKind(text_path) != Host::FileKind::Missing) {
     fail("its text would be written to " + output_ + ".dot for a moment, and there is such a file; move it");
   }
-  TextFile text(text_path, dot);
-  if (!text.is_written()) fail("cannot be written; check the folder and the disk");
-  if (is_dot) return text.Keep();
+  const TextFile text(text_path, dot);
+  if (!text.is_written()) fail(kNotWritten);
   const std::optional<int> code = RunOtherProgram("dot", {"-T" + form, "-o", path, text_path});
   if (!code) {
     fail(
         "pictures are drawn by the program dot of Graphviz, which is not in the PATH; install the package graphviz, or "
-        "write DOT with -o FILE.dot");
+        "take .html, which browsers draw");
   }
   if (*code != 0) fail("dot failed with exit code " + std::to_string(*code));
 }

@@ -1,0 +1,177 @@
+// The picture: panned and zoomed by mouse, fingers and keys.
+
+const kLeast = 0.05;
+const kMost = 8;
+const kStep = 1.25;
+const kKeyStep = 60; // pixels
+const kMargin = 16;
+
+interface Point {
+  x: number;
+  y: number;
+}
+
+export class View {
+  private readonly stage: SVGGElement;
+  private readonly width: number; // of the picture, in its own units
+  private readonly height: number;
+  private scale = 1;
+  private offset: Point = { x: 0, y: 0 };
+  private readonly fingers = new Map<number, Point>();
+  private moved = 0; // pixels since the button went down: a click does not move
+  private frame = 0;
+
+  constructor(
+    private readonly box: HTMLElement,
+    readonly svg: SVGSVGElement,
+    private readonly onScale: (scale: number) => void,
+  ) {
+    const size = svg.viewBox.baseVal;
+    this.width = size.width;
+    this.height = size.height;
+    this.stage = document.createElementNS("http://www.w3.org/2000/svg", "g");
+    this.stage.append(...Array.from(svg.childNodes));
+    svg.append(this.stage);
+    svg.removeAttribute("viewBox");
+    svg.setAttribute("width", "100%");
+    svg.setAttribute("height", "100%");
+    box.replaceChildren(svg);
+    box.addEventListener("wheel", (event) => this.onWheel(event), { passive: false });
+    box.addEventListener("pointerdown", (event) => this.onDown(event));
+    box.addEventListener("pointermove", (event) => this.onMove(event));
+    for (const end of ["pointerup", "pointercancel"] as const) {
+      box.addEventListener(end, (event) => this.fingers.delete(event.pointerId));
+    }
+    new ResizeObserver(() => this.keepInSight()).observe(box);
+    this.fit();
+  }
+
+  // Whether the button that was just let go moved the picture.
+  get wasDragged(): boolean {
+    return this.moved > 4;
+  }
+
+  fit(): void {
+    const { clientWidth, clientHeight } = this.box;
+    const most = Math.min((clientWidth - 2 * kMargin) / this.width, (clientHeight - 2 * kMargin) / this.height);
+    this.scale = clamp(Math.min(most, 1.5));
+    this.offset = {
+      x: (clientWidth - this.width * this.scale) / 2,
+      y: (clientHeight - this.height * this.scale) / 2,
+    };
+    this.show();
+  }
+
+  zoom(factor: number, at: Point = { x: this.box.clientWidth / 2, y: this.box.clientHeight / 2 }): void {
+    const scale = clamp(this.scale * factor);
+    const ratio = scale / this.scale;
+    this.offset = { x: at.x - (at.x - this.offset.x) * ratio, y: at.y - (at.y - this.offset.y) * ratio };
+    this.scale = scale;
+    this.show();
+  }
+
+  larger(): void {
+    this.zoom(kStep);
+  }
+
+  smaller(): void {
+    this.zoom(1 / kStep);
+  }
+
+  // In sight and large enough to be read; into the middle where it is not.
+  reveal(element: SVGGraphicsElement): void {
+    this.apply();
+    const box = this.box.getBoundingClientRect();
+    const isIn = (place: DOMRect) =>
+      place.left >= box.left && place.right <= box.right && place.top >= box.top && place.bottom <= box.bottom;
+    if (this.scale >= 0.6 && isIn(element.getBoundingClientRect())) return;
+    if (this.scale < 0.6) this.zoom(0.9 / this.scale);
+    this.apply();
+    const place = element.getBoundingClientRect();
+    this.offset.x += box.x + box.width / 2 - (place.x + place.width / 2);
+    this.offset.y += box.y + box.height / 2 - (place.y + place.height / 2);
+    this.show();
+  }
+
+  // True where the key was for the picture.
+  onKey(key: string): boolean {
+    const moves: Record<string, Point> = {
+      ArrowLeft: { x: kKeyStep, y: 0 },
+      ArrowRight: { x: -kKeyStep, y: 0 },
+      ArrowUp: { x: 0, y: kKeyStep },
+      ArrowDown: { x: 0, y: -kKeyStep },
+    };
+    const move = moves[key];
+    if (move) this.pan(move);
+    else if (key === "+" || key === "=") this.larger();
+    else if (key === "-") this.smaller();
+    else if (key === "0") this.fit();
+    else return false;
+    return true;
+  }
+
+  private pan(by: Point): void {
+    this.offset = { x: this.offset.x + by.x, y: this.offset.y + by.y };
+    this.show();
+  }
+
+  private onWheel(event: WheelEvent): void {
+    event.preventDefault();
+    const lines = event.deltaMode === WheelEvent.DOM_DELTA_LINE ? 16 : 1;
+    const box = this.box.getBoundingClientRect();
+    const at = { x: event.clientX - box.x, y: event.clientY - box.y };
+    this.zoom(Math.exp((-event.deltaY * lines) / 400), at);
+  }
+
+  private onDown(event: PointerEvent): void {
+    if (event.button !== 0) return;
+    if (this.fingers.size === 0) this.moved = 0;
+    this.fingers.set(event.pointerId, { x: event.clientX, y: event.clientY });
+  }
+
+  private onMove(event: PointerEvent): void {
+    const before = this.fingers.get(event.pointerId);
+    if (!before) return;
+    const now = { x: event.clientX, y: event.clientY };
+    const other = [...this.fingers].find(([id]) => id !== event.pointerId)?.[1];
+    if (other) {
+      const box = this.box.getBoundingClientRect();
+      const spread = Math.hypot(before.x - other.x, before.y - other.y);
+      const middle = { x: (now.x + other.x) / 2 - box.x, y: (now.y + other.y) / 2 - box.y };
+      if (spread > 0) this.zoom(Math.hypot(now.x - other.x, now.y - other.y) / spread, middle);
+      this.moved = Number.MAX_VALUE;
+    } else {
+      this.moved += Math.abs(now.x - before.x) + Math.abs(now.y - before.y);
+      // Only what is dragged is held: a click has to reach its node.
+      if (this.wasDragged) this.box.setPointerCapture(event.pointerId);
+      this.pan({ x: now.x - before.x, y: now.y - before.y });
+    }
+    this.fingers.set(event.pointerId, now);
+  }
+
+  // A smaller window does not leave the picture outside of it.
+  private keepInSight(): void {
+    const { clientWidth, clientHeight } = this.box;
+    const clampInto = (value: number, size: number, room: number) =>
+      Math.min(Math.max(value, 40 - size * this.scale), room - 40);
+    this.offset.x = clampInto(this.offset.x, this.width, clientWidth);
+    this.offset.y = clampInto(this.offset.y, this.height, clientHeight);
+    this.show();
+  }
+
+  private show(): void {
+    this.onScale(this.scale);
+    this.frame ||= requestAnimationFrame(() => {
+      this.frame = 0;
+      this.apply();
+    });
+  }
+
+  private apply(): void {
+    this.stage.setAttribute("transform", `translate(${this.offset.x} ${this.offset.y}) scale(${this.scale})`);
+  }
+}
+
+function clamp(scale: number): number {
+  return Math.min(Math.max(scale, kLeast), kMost);
+}
