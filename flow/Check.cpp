@@ -9,15 +9,26 @@ namespace OrvWorkFlow::Flow {
 
 namespace {
 
-NodeKinds DescribeTypes(const Workflow& workflow) {
-  NodeKinds kinds;
+void DescribeTypes(const Workflow& workflow, NodeKinds& kinds) {
   for (const NodeType& type : workflow.types) {
-    if (!type.instances.empty()) kinds[type.name] = DescribeNodeType(type.name);
+    if (type.instances.empty() || kinds.count(type.name) != 0) continue;
+    kinds[type.name] = DescribeNodeType(type.name);
   }
-  return kinds;
 }
 
-constexpr char kAbsorbingType[] = "AbsorbWorkflow";
+// What is wrong with the libraries of the workflows beside this one is found when these are looked at.
+void LoadLibrariesOf(const Workflow& workflow, const CheckOptions& options) {
+  for (const NodeType& type : workflow.types) {
+    std::string reason;
+    if (!type.instances.empty() && !type.plugin.empty()) options.load_library(type.plugin, reason);
+  }
+}
+
+bool TakesIn(const Workflow& workflow) {
+  return workflow.has_absorbed || std::any_of(workflow.types.begin(), workflow.types.end(), [](const NodeType& type) {
+           return type.name == kAbsorbingType && !type.instances.empty();
+         });
+}
 
 void CheckThereIsAWorkflow(const Workflow& workflow, const CheckOptions& options, Findings& findings) {
   if (workflow.types.empty() && !options.is_guest) {
@@ -32,23 +43,41 @@ void CheckThereIsAWorkflow(const Workflow& workflow, const CheckOptions& options
 }  // namespace
 
 bool MayTakeOthersIn(const Workflow& workflow, const CheckOptions& options) {
-  if (options.takes_in_others || options.is_guest || workflow.has_absorbed) return true;
-  return std::any_of(workflow.types.begin(), workflow.types.end(),
-                     [](const NodeType& type) { return type.name == kAbsorbingType && !type.instances.empty(); });
+  if (TakesIn(workflow)) return true;
+  if (options.beside.empty()) return options.takes_in_others || options.is_guest;
+  return std::any_of(options.beside.begin(), options.beside.end(),
+                     [](const FlowBeside& flow) { return TakesIn(flow.workflow); });
+}
+
+std::vector<FlowBeside> WithoutOne(std::vector<FlowBeside> company, std::size_t one) {
+  if (one >= company.size()) return {};
+  for (std::size_t i = 0; i < one; ++i) company[i].comes_first = true;
+  company.erase(company.begin() + static_cast<std::ptrdiff_t>(one));
+  return company;
 }
 
 Findings Check(IDictionary& dictionary, const CheckOptions& options) {
   Findings findings;
   const Workflow workflow = ReadWorkflow(dictionary);
-  CheckSchema(dictionary, workflow, findings);
+  CheckSchema(dictionary, workflow, options, findings);
   // Names that are nearly right explain what is missing.
   if (!options.is_continued && !HasErrors(findings)) CheckThereIsAWorkflow(workflow, options, findings);
   if (HasErrors(findings) && workflow.types.empty()) return findings;
   CheckPlugins(dictionary, workflow, options, findings);
-  const NodeKinds kinds = DescribeTypes(workflow);
+  for (const FlowBeside& flow : options.beside) LoadLibrariesOf(flow.workflow, options);
+  NodeKinds kinds;
+  DescribeTypes(workflow, kinds);
+  for (const FlowBeside& flow : options.beside) DescribeTypes(flow.workflow, kinds);
   CheckWiring(dictionary, workflow, kinds, options, findings);
   CheckRoads(dictionary, workflow, kinds, options, findings);
   CheckParameters(dictionary, workflow, kinds, options, findings);
+  CheckNames(workflow, findings);
+  CheckFiles(dictionary, workflow, kinds, options, findings);
+  if (!options.is_continued) {
+    CheckTree(dictionary, workflow, options, findings);
+    CheckCollisions(workflow, options, findings);
+    CheckValues(dictionary, findings);
+  }
   if (options.is_continued) {
     for (Finding& finding : findings) {
       if (finding.area == Area::Wiring && finding.severity == Severity::Error) finding.severity = Severity::Warning;

@@ -2,20 +2,35 @@
 #pragma once
 
 #include <functional>
-#include <memory>
 #include <string>
+#include <vector>
 
 #include "OrvWorkFlow/IDictionary.h"
 #include "flow/Finding.h"
+#include "flow/Workflow.h"
 
 namespace OrvWorkFlow::Flow {
+
+// A workflow that runs together with the one that is looked at: one takes the other in before it starts.
+struct FlowBeside {
+  Workflow workflow;
+  std::string shown_name;    // what findings call it
+  std::string file = {};     // as CheckOptions::file
+  bool is_guest = true;      // false for the one that takes the others in
+  bool comes_first = false;  // before the one that is looked at: what stands in both is that one's at first
+};
+
+// Of all that run together, in their order, those beside the one with that number; none of none.
+std::vector<FlowBeside> WithoutOne(std::vector<FlowBeside> company, std::size_t one);
 
 struct CheckOptions {
   // Loads a plug-in library by the name that the dictionary gives it; false, and why, when that fails.
   std::function<bool(const std::string& library, std::string& reason)> load_library;
-  // Reads the dictionary file that an instance, by its path, names as its configuration, as the node will; null when it
-  // cannot be read now. Without it configurations are not looked at.
-  std::function<std::shared_ptr<IDictionary>(const std::string& instance, const std::string& file)> read_configuration;
+  // The workflow's own file, from the root of the host's file system. Without it no files and folders are looked for.
+  std::string file = {};
+  // All that run together with it, in their order. When there are some they and it are the whole: nobody else brings
+  // what is missing.
+  std::vector<FlowBeside> beside = {};
   // Other workflows join this one before it starts.
   bool takes_in_others = false;
   // It joins another workflow: nothing has to begin it, and its signals may go to nodes of the other one.

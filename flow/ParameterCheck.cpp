@@ -1,11 +1,15 @@
 // Parameters that no node reads, or whose value is none that the node takes.
 #include <algorithm>
+#include <memory>
+#include <set>
 
 #include "OrvWorkFlow/WorkflowSchema.h"
 #include "OrvWorkFlow/sdk/ParameterValue.h"
 #include "base/dictionary/DictionaryReading.h"
 #include "base/text/Suggestion.h"
 #include "flow/Checks.h"
+#include "flow/ConfigurationFile.h"
+#include "flow/PathLook.h"
 
 namespace OrvWorkFlow::Flow {
 
@@ -15,10 +19,13 @@ constexpr char kFolder[] = "Parameters";
 
 class ParameterCheck {
  public:
-  ParameterCheck(IDictionary& dictionary, const CheckOptions& options, Findings& findings)
-      : dictionary_(dictionary), options_(options), findings_(findings) {}
+  ParameterCheck(IDictionary& dictionary, const Workflow& workflow, const CheckOptions& options, Findings& findings)
+      : dictionary_(dictionary), paths_(workflow.name, options.file, options.beside), findings_(findings) {
+    reads_files_ = !options.file.empty();
+  }
 
   void CheckInstance(const std::string& type, const NodeDescription& kind, const Instance& instance) {
+    meant_.clear();
     CheckFolder(kind, instance);
     for (const std::string& name : instance.parameters) {
       const std::string path = instance.path + "/" + kFolder + "/" + name;
@@ -43,12 +50,14 @@ class ParameterCheck {
   // Parameters that the workflow sets are not read from the file. Several nodes may share one, so what this node does
   // not know may be another one's.
   void CheckConfiguration(const NodeDescription& kind, const Instance& instance) {
-    if (!options_.read_configuration || kind.parameters.count == 0) return;
+    if (kind.parameters.count == 0) return;
     const std::string entry = instance.path + WorkflowSchema::kConfigFile;
     const std::string file = Base::TextAt(dictionary_, entry);
-    if (file.empty()) return;
-    const std::shared_ptr<IDictionary> configuration = options_.read_configuration(instance.path, file);
+    if (file.empty()) return CheckMissing(kind, instance, {});
+    const std::shared_ptr<IDictionary> configuration =
+        reads_files_ ? ReadConfiguration(dictionary_, instance.path, file, paths_) : nullptr;
     if (configuration == nullptr) return;
+    CheckMissing(kind, instance, Base::NamesBelow(*configuration, std::string("/") + kFolder));
     for (const std::string& name : Base::NamesBelow(*configuration, std::string("/") + kFolder)) {
       const NodeParameter* const parameter = FindRow(kind.parameters, name);
       const auto& set = instance.parameters;
@@ -58,12 +67,29 @@ class ParameterCheck {
     }
   }
 
+  // A text for which nothing counts when it is not set. One that stands there empty is meant so.
+  void CheckMissing(const NodeDescription& kind, const Instance& instance, const std::vector<std::string>& in_file) {
+    if (meant_.count(kFolder) != 0) return;
+    const auto is_in = [](const std::vector<std::string>& names, const std::string& name) {
+      return std::find(names.begin(), names.end(), name) != names.end();
+    };
+    for (const NodeParameter& parameter : kind.parameters) {
+      const std::string name = parameter.name;
+      if (parameter.type != ParameterType::Text || *parameter.fallback != '\0' || meant_.count(name) != 0) continue;
+      if (is_in(instance.parameters, name) || is_in(in_file, name)) continue;
+      Add(Severity::Warning, instance.path + "/" + kFolder + "/" + name,
+          "is not set, so it is empty: " + std::string(parameter.sentence),
+          "set it, to an empty text if that is meant");
+    }
+  }
+
   // Parameters in a folder of nearly the right name are those of nobody.
   void CheckFolder(const NodeDescription& kind, const Instance& instance) {
     if (kind.parameters.count == 0 || !instance.parameters.empty()) return;
     for (const std::string& name : Base::NamesBelow(dictionary_, instance.path)) {
       if (name == kFolder || Base::NearestName(name, {kFolder}).empty()) continue;
       if (Base::NamesBelow(dictionary_, instance.path + "/" + name).empty()) continue;
+      meant_.insert(kFolder);
       Add(Severity::Error, instance.path + "/" + name, "is read by nobody",
           "did you mean " + std::string(kFolder) + "?");
     }
@@ -77,6 +103,7 @@ class ParameterCheck {
     const std::string nearest = Base::NearestName(name, known);
     const auto& set = instance.parameters;
     const bool misspelt = !nearest.empty() && std::find(set.begin(), set.end(), nearest) == set.end();
+    if (misspelt) meant_.insert(nearest);
     const std::string remedy = misspelt        ? "did you mean " + nearest + "?"
                                : known.empty() ? "it has no parameters"
                                                : "it reads " + Base::Enumerate(known);
@@ -113,15 +140,17 @@ class ParameterCheck {
   }
 
   IDictionary& dictionary_;
-  const CheckOptions& options_;
+  const FlowPaths paths_;
   Findings& findings_;
+  std::set<std::string> meant_;  // by names that are misspelt, in the instance at hand
+  bool reads_files_ = false;
 };
 
 }  // namespace
 
 void CheckParameters(IDictionary& dictionary, const Workflow& workflow, const NodeKinds& kinds,
                      const CheckOptions& options, Findings& findings) {
-  ParameterCheck check(dictionary, options, findings);
+  ParameterCheck check(dictionary, workflow, options, findings);
   for (const NodeType& type : workflow.types) {
     const auto kind = kinds.find(type.name);
     if (kind == kinds.end() || kind->second == nullptr) continue;

@@ -18,6 +18,7 @@ struct Node {
   const NodeDescription* kind = nullptr;
   std::vector<Place> next;  // without the same one twice
   bool has_way_out = false;
+  bool is_own = true;  // of the workflow that is looked at, not of one beside it
 };
 
 std::string KeyOf(const std::string& type, const std::string& instance) { return type + "," + instance; }
@@ -96,27 +97,34 @@ class Circles {
 
 class RoadCheck {
  public:
-  RoadCheck(const Workflow& workflow, const NodeKinds& kinds, Findings& findings) : findings_(findings) {
-    for (const NodeType& type : workflow.types) {
-      const auto kind = kinds.find(type.name);
-      for (const Instance& instance : type.instances) {
-        places_.emplace(KeyOf(type.name, instance.name), nodes_.size());
-        nodes_.push_back({&type, &instance, kind == kinds.end() ? nullptr : kind->second, {}, false});
-      }
+  // All in the order in which they begin, whichever is looked at, so that each finding is made once.
+  RoadCheck(const Workflow& workflow, const NodeKinds& kinds, const std::vector<FlowBeside>& beside, Findings& findings)
+      : findings_(findings) {
+    for (const FlowBeside& flow : beside) {
+      if (flow.comes_first) AddNodes(flow.workflow, kinds, false);
+    }
+    AddNodes(workflow, kinds, true);
+    for (const FlowBeside& flow : beside) {
+      if (!flow.comes_first) AddNodes(flow.workflow, kinds, false);
     }
     for (Node& node : nodes_) ReadRoads(node);
   }
 
-  void CheckReached(const Address& start) {
+  void CheckReached() {
     std::vector<bool> reached(nodes_.size(), false);
     std::vector<Place> waiting;
     const auto reach = [&](Place place) {
       if (!reached[place]) waiting.push_back(place);
       reached[place] = true;
     };
-    const auto first = places_.find(KeyOf(start.type, start.instance));
-    if (first == places_.end()) return;
-    reach(first->second);
+    bool begins = false;
+    for (const Address& start : starts_) {
+      const auto first = places_.find(KeyOf(start.type, start.instance));
+      if (first == places_.end()) continue;
+      reach(first->second);
+      begins = true;
+    }
+    if (!begins) return;
     // What says nothing about itself may begin on its own.
     for (Place place = 0; place < nodes_.size(); ++place) {
       if (nodes_[place].kind == nullptr) reach(place);
@@ -153,6 +161,17 @@ class RoadCheck {
 
  private:
   static constexpr std::size_t kMostNames = 4;
+
+  void AddNodes(const Workflow& workflow, const NodeKinds& kinds, bool is_own) {
+    starts_.push_back(workflow.start);
+    for (const NodeType& type : workflow.types) {
+      const auto kind = kinds.find(type.name);
+      for (const Instance& instance : type.instances) {
+        places_.emplace(KeyOf(type.name, instance.name), nodes_.size());
+        nodes_.push_back({&type, &instance, kind == kinds.end() ? nullptr : kind->second, {}, false, is_own});
+      }
+    }
+  }
 
   // Those that no other instance leads to are named elsewhere.
   void TellUnreached(const std::vector<bool>& reached) {
@@ -194,11 +213,13 @@ class RoadCheck {
   }
 
   void Add(Severity severity, Place place, std::string what, std::string remedy) {
+    if (!nodes_[place].is_own) return;
     findings_.push_back({severity, Area::Wiring, nodes_[place].instance->path, std::move(what), std::move(remedy)});
   }
 
   std::vector<Node> nodes_;
   std::unordered_map<std::string, Place> places_;
+  std::vector<Address> starts_;
   Findings& findings_;
 };
 
@@ -206,10 +227,10 @@ class RoadCheck {
 
 void CheckRoads(IDictionary& dictionary, const Workflow& workflow, const NodeKinds& kinds, const CheckOptions& options,
                 Findings& findings) {
-  RoadCheck check(workflow, kinds, findings);
+  RoadCheck check(workflow, kinds, options.beside, findings);
   const bool is_whole = !options.is_continued && !MayTakeOthersIn(workflow, options);
   // An error may be why nothing comes.
-  if (is_whole && !HasErrors(findings)) check.CheckReached(workflow.start);
+  if (is_whole && !HasErrors(findings)) check.CheckReached();
   bool is_meant = false;
   if (dictionary.GetValue(kEndlessIsMeant, &is_meant) && is_meant) return;
   check.CheckCircles();

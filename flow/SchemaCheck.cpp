@@ -61,7 +61,8 @@ constexpr KnownEntry kOfDirectories[] = {
 
 class SchemaCheck {
  public:
-  SchemaCheck(IDictionary& dictionary, Findings& findings) : dictionary_(dictionary), findings_(findings) {}
+  SchemaCheck(IDictionary& dictionary, const CheckOptions& options, Findings& findings)
+      : dictionary_(dictionary), options_(options), findings_(findings) {}
 
   void CheckWorkflow(const Workflow& workflow) {
     CheckNames("", kOfRoot);
@@ -75,6 +76,8 @@ class SchemaCheck {
     CheckObjects(WorkflowSchema::kGlobalUtilityObjects);
     CheckObjects(WorkflowSchema::kLocalUtilityObjects);
     for (const NodeType& type : workflow.types) CheckType(type, workflow);
+    CheckDirectories(workflow);
+    CheckEndlessIsMeant();
   }
 
  private:
@@ -91,7 +94,42 @@ class SchemaCheck {
     for (const Instance& instance : type.instances) {
       CheckNames(instance.path, kOfInstance);
       CheckWorkflowName(instance, workflow);
+      CheckIsOfAWorkflow(instance);
     }
+  }
+
+  void CheckIsOfAWorkflow(const Instance& instance) {
+    const std::string name = Base::TextAt(dictionary_, instance.path + WorkflowSchema::kInstanceWorkFlowName);
+    if (!name.empty()) {
+      owners_.insert(name);
+    } else if (!Base::TextAt(dictionary_, instance.path + WorkflowSchema::kWriteDir).empty()) {
+      Add(Severity::Warning, instance.path + WorkflowSchema::kWriteDir,
+          "is not read: the instance does not say of which workflow it is", "write the workflow's name in wfName");
+    }
+  }
+
+  // Directories of a workflow that nobody is of. A name that begins with a digit has a "_" before it there.
+  void CheckDirectories(const Workflow& workflow) {
+    if (workflow.name.empty()) return;
+    if (!tree_read_) ReadTree(workflow.name);
+    owners_.insert(tree_.begin(), tree_.end());
+    std::vector<std::string> known;
+    for (const std::string& name : owners_) {
+      if (!name.empty()) known.push_back((name[0] >= '0' && name[0] <= '9' ? "_" : "") + name);
+    }
+    for (const std::string& name : workflow.directories) {
+      if (std::find(known.begin(), known.end(), name) != known.end()) continue;
+      const std::string nearest = Base::NearestName(name, known);
+      Add(Severity::Warning, std::string(WorkflowSchema::kDirectories) + "/" + name,
+          "are the directories of a workflow that is not here",
+          nearest.empty() ? "this one is called " + workflow.name : "did you mean " + nearest + "?");
+    }
+  }
+
+  void CheckEndlessIsMeant() {
+    bool is_meant = false;
+    if (!dictionary_.Exists(kEndlessIsMeant) || dictionary_.GetValue(kEndlessIsMeant, &is_meant)) return;
+    Add(Severity::Warning, kEndlessIsMeant, "is not read: it is no boolean", "write __type=\"Bool\" with 1 or 0");
   }
 
   // The directories and the key of an instance are those of the workflow that it names.
@@ -109,6 +147,7 @@ class SchemaCheck {
   void ReadTree(const std::string& workflow_name) {
     tree_read_ = true;
     tree_.push_back(workflow_name);
+    for (const FlowBeside& flow : options_.beside) tree_.push_back(flow.workflow.name);
     const Sdk::TextListHolder paths;
     if (!dictionary_.EnumeratePaths(WorkflowSchema::kAbsorbTree, paths.get())) return;
     for (const std::string& path : paths.Texts()) tree_.push_back(Base::TextAt(dictionary_, path));
@@ -180,15 +219,17 @@ class SchemaCheck {
   }
 
   IDictionary& dictionary_;
+  const CheckOptions& options_;
   Findings& findings_;
+  std::set<std::string> owners_;   // the workflows that instances are of
   std::vector<std::string> tree_;  // the names in the absorb tree, and this workflow's own
   bool tree_read_ = false;
 };
 
 }  // namespace
 
-void CheckSchema(IDictionary& dictionary, const Workflow& workflow, Findings& findings) {
-  SchemaCheck(dictionary, findings).CheckWorkflow(workflow);
+void CheckSchema(IDictionary& dictionary, const Workflow& workflow, const CheckOptions& options, Findings& findings) {
+  SchemaCheck(dictionary, options, findings).CheckWorkflow(workflow);
 }
 
 }  // namespace OrvWorkFlow::Flow

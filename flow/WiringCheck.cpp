@@ -23,21 +23,14 @@ class WiringCheck {
  public:
   WiringCheck(IDictionary& dictionary, const Workflow& workflow, const NodeKinds& kinds, const CheckOptions& options,
               Findings& findings)
-      : dictionary_(dictionary), workflow_(workflow), kinds_(kinds), findings_(findings) {
-    for (const NodeType& type : workflow.types) {
-      type_names_.push_back(type.name);
-      Known& known = known_[type.name];
-      known.kind = KindOf(type.name);
-      for (const Instance& instance : type.instances) {
-        known.instance_names.push_back(instance.name);
-        known.instances.insert(instance.name);
-      }
-      if (!type.instances.empty() && known.kind == nullptr) all_are_described_ = false;
-    }
+      : dictionary_(dictionary), workflow_(workflow), kinds_(kinds), options_(options), findings_(findings) {
+    Know(workflow);
+    for (const FlowBeside& flow : options.beside) Know(flow.workflow);
     absorbs_ = MayTakeOthersIn(workflow, options);
   }
 
   void Check() {
+    for (const FlowBeside& flow : options_.beside) ReachFrom(flow.workflow);
     CheckStart();
     for (const NodeType& type : workflow_.types) {
       for (const Instance& instance : type.instances) {
@@ -61,6 +54,35 @@ class WiringCheck {
     std::vector<std::string> instance_names;
     std::unordered_set<std::string> instances;
   };
+
+  void Know(const Workflow& workflow) {
+    for (const NodeType& type : workflow.types) {
+      type_names_.push_back(type.name);
+      Known& known = known_[type.name];
+      known.kind = KindOf(type.name);
+      for (const Instance& instance : type.instances) {
+        known.instance_names.push_back(instance.name);
+        known.instances.insert(instance.name);
+      }
+      if (!type.instances.empty() && known.kind == nullptr) all_are_described_ = false;
+    }
+  }
+
+  void Reach(const Address& receiver) { reached_.insert(receiver.type + "," + receiver.instance); }
+
+  // What is wrong with these mappings is found when their own workflow is looked at.
+  void ReachFrom(const Workflow& workflow) {
+    Reach(workflow.start);
+    for (const NodeType& type : workflow.types) {
+      for (const Instance& instance : type.instances) {
+        for (const OutputSignal& output : instance.outputs) {
+          for (const Mapping& mapping : output.mappings) {
+            if (mapping.receiver) Reach(*mapping.receiver);
+          }
+        }
+      }
+    }
+  }
 
   const NodeDescription* KindOf(const std::string& type) const {
     const auto kind = kinds_.find(type);
@@ -128,7 +150,7 @@ class WiringCheck {
                  known->second.instance_names);
       return;
     }
-    reached_.insert(receiver.type + "," + receiver.instance);
+    Reach(receiver);
     const NodeDescription* const kind = known->second.kind;
     if (kind == nullptr || FindRow(kind->inputs, receiver.signal) != nullptr) return;
     const std::vector<std::string> inputs = RowNames(kind->inputs);
@@ -148,6 +170,7 @@ class WiringCheck {
     ++suggestions_;
     std::string remedy = "add it, or correct the name";
     if (absorbs_) remedy = "a workflow that is taken in has to bring it";
+    if (!name.empty() && !CanStandInAPath(name)) remedy = kNameForm;
     if (!nearest.empty()) remedy = "did you mean " + nearest + "?";
     Add(may_come ? Severity::Warning : Severity::Error, path, std::move(what), std::move(remedy));
   }
@@ -204,6 +227,7 @@ class WiringCheck {
   IDictionary& dictionary_;
   const Workflow& workflow_;
   const NodeKinds& kinds_;
+  const CheckOptions& options_;
   Findings& findings_;
   std::vector<std::string> type_names_;
   std::unordered_map<std::string, Known> known_;

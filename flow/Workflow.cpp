@@ -35,6 +35,7 @@ class Reader {
     workflow_.has_waiting_signals = !Base::NamesBelow(dictionary_, WorkflowSchema::kSignalQueue).empty() ||
                                     !Base::NamesBelow(dictionary_, WorkflowSchema::kRebootSignals).empty();
     workflow_.has_absorbed = !Base::NamesBelow(dictionary_, WorkflowSchema::kWorkFlows).empty();
+    workflow_.directories = Base::NamesBelow(dictionary_, WorkflowSchema::kDirectories);
     for (const std::string& name : Base::NamesBelow(dictionary_, WorkflowSchema::kWorkNodes))
       workflow_.types.push_back(ReadType(name));
     return std::move(workflow_);

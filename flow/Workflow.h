@@ -51,6 +51,7 @@ struct Workflow {
   bool has_waiting_signals = false;  // of a saved state
   bool has_absorbed = false;         // other workflows, in a saved state
   std::vector<NodeType> types;
+  std::vector<std::string> directories;  // the names of the workflows that have some
 };
 
 Workflow ReadWorkflow(IDictionary& dictionary);

@@ -5,7 +5,6 @@
 
 #include "flow/Check.h"
 #include "host/NodeLibraries.h"
-#include "orvflow/run/ConfigurationFile.h"
 #include "orvflow/terminal/Terminal.h"
 #include "orvflow/trial/PluginTrial.h"
 
@@ -42,18 +41,27 @@ void PrintFindings(const Flow::Findings& findings, const std::string& shown_name
   }
 }
 
+std::vector<std::string> LibrariesOf(const std::vector<Flow::FlowBeside>& flows) {
+  std::vector<std::string> libraries;
+  for (const Flow::FlowBeside& flow : flows) {
+    for (const Flow::NodeType& type : flow.workflow.types) {
+      if (!type.instances.empty() && !type.plugin.empty()) libraries.push_back(type.plugin);
+    }
+  }
+  return libraries;
+}
+
 }  // namespace
 
 Flow::Findings FindFaults(IDictionary& dictionary, const FlowUse& use) {
   Flow::CheckOptions options;
-  const PluginTrial trial(dictionary);
+  const PluginTrial trial(dictionary, LibrariesOf(use.beside));
   options.load_library = [&trial](const std::string& library, std::string& reason) {
     reason = trial.FaultOf(library);
     return reason.empty() && Host::LoadNodeLibrary(library, reason);
   };
-  options.read_configuration = [&](const std::string& instance, const std::string& file) {
-    return ReadConfiguration(dictionary, instance, file, use.file);
-  };
+  options.file = use.file;
+  options.beside = use.beside;
   options.takes_in_others = use.takes_in_others;
   options.is_guest = use.is_guest;
   options.is_continued = use.is_continued;

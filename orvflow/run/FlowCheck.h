@@ -2,19 +2,21 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "OrvWorkFlow/IDictionary.h"
-#include "flow/Finding.h"
+#include "flow/Check.h"
 
 namespace OrvWorkFlow::Program {
 
 // What is known about the run for which a workflow is looked at.
 struct FlowUse {
-  bool takes_in_others = false;  // other workflows join it before it starts
-  bool is_guest = false;         // it joins another workflow
-  bool is_continued = false;     // the dictionary is that of a saved state
-  bool is_forced = false;        // errors are printed, and the run begins
-  std::string file = {};         // of the workflow, from the root of the host's file system
+  bool takes_in_others = false;               // other workflows join it before it starts
+  bool is_guest = false;                      // it joins another workflow
+  bool is_continued = false;                  // the dictionary is that of a saved state
+  bool is_forced = false;                     // errors are printed, and the run begins
+  std::string file = {};                      // of the workflow, from the root of the host's file system
+  std::vector<Flow::FlowBeside> beside = {};  // what is known of the workflows that run together with it
 };
 
 // All that can be known to be wrong (flow/Check.h), with the plug-in libraries tried in a child process and loaded.

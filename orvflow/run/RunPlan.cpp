@@ -45,21 +45,52 @@ void PlanContinuation(const RunOptions& options, const FlowSource& source, const
   plan.checksum = checksum;
 }
 
-// What the state has absorbed is part of it, and is not taken in again.
-void PlanAbsorbs(const RunOptions& options, const Host::WorkflowHost& host, IDictionary& dictionary, RunPlan& plan) {
-  std::vector<std::string> known;
-  if (plan.continued) known = AbsorbedNames(dictionary);
+// A workflow that is to be taken in.
+struct Guest {
+  Host::WorkflowHost::OwnedDictionary dictionary;
+  std::string shown_name;
+  std::string file;
+  std::string name;
+};
+
+std::vector<Guest> ReadGuests(const RunOptions& options, const Host::WorkflowHost& host) {
+  std::vector<Guest> guests;
   for (const std::string& shown_name : options.absorbs) {
-    const Host::WorkflowHost::OwnedDictionary flow = host.MakeDictionary();
-    const std::string file = Host::MakeAbsolutePath(shown_name);
-    ReadFlow(*flow, file, shown_name);
-    const std::string name = Base::TextAt(*flow, WorkflowSchema::kWorkFlowName);
-    if (name.empty()) {
+    Guest guest{host.MakeDictionary(), shown_name, Host::MakeAbsolutePath(shown_name), {}};
+    ReadFlow(*guest.dictionary, guest.file, shown_name);
+    guest.name = Base::TextAt(*guest.dictionary, WorkflowSchema::kWorkFlowName);
+    if (guest.name.empty()) {
       throw FileError(ExitCode::DictionaryDamaged, shown_name, WorkflowSchema::kWorkFlowName,
                       "only a workflow with a name can be absorbed; give it one");
     }
-    CheckFlow(*flow, shown_name, {.is_guest = true, .is_forced = options.force, .file = file});
-    if (std::find(known.begin(), known.end(), name) == known.end()) plan.absorbs.push_back(file);
+    guests.push_back(std::move(guest));
+  }
+  return guests;
+}
+
+// All that run as one. A state is looked at alone: what it has absorbed is part of it.
+std::vector<Flow::FlowBeside> CompanyOf(const RunPlan& plan, const std::string& shown_name, IDictionary& dictionary,
+                                        const std::vector<Guest>& guests) {
+  std::vector<Flow::FlowBeside> company;
+  if (plan.continued || guests.empty()) return company;
+  company.push_back({Flow::ReadWorkflow(dictionary), shown_name, plan.flow, false});
+  for (const Guest& guest : guests) {
+    company.push_back({Flow::ReadWorkflow(*guest.dictionary), guest.shown_name, guest.file});
+  }
+  return company;
+}
+
+// What the state has absorbed is not taken in again.
+void PlanAbsorbs(const RunOptions& options, const std::vector<Guest>& guests, IDictionary& dictionary,
+                 const std::vector<Flow::FlowBeside>& company, RunPlan& plan) {
+  std::vector<std::string> known;
+  if (plan.continued) known = AbsorbedNames(dictionary);
+  for (std::size_t i = 0; i < guests.size(); ++i) {
+    const Guest& guest = guests[i];
+    CheckFlow(
+        *guest.dictionary, guest.shown_name,
+        {.is_guest = true, .is_forced = options.force, .file = guest.file, .beside = Flow::WithoutOne(company, i + 1)});
+    if (std::find(known.begin(), known.end(), guest.name) == known.end()) plan.absorbs.push_back(guest.file);
   }
 }
 
@@ -88,12 +119,15 @@ RunPlan MakeRunPlan(const RunOptions& options, const FlowSource& source, const H
   if (plan.continued) PlanContinuation(options, source, host, *dictionary, state, plan);
   const std::string& shown_name = plan.continued ? state.shown_name() : source.shown_name();
   for (const Setting& setting : options.settings) ApplySetting(*dictionary, setting, shown_name);
+  const std::vector<Guest> guests = ReadGuests(options, host);
+  const std::vector<Flow::FlowBeside> company = CompanyOf(plan, shown_name, *dictionary, guests);
   CheckFlow(*dictionary, shown_name,
             {.takes_in_others = !options.absorbs.empty(),
              .is_continued = plan.continued,
              .is_forced = options.force,
-             .file = plan.flow});
-  PlanAbsorbs(options, host, *dictionary, plan);
+             .file = plan.flow,
+             .beside = Flow::WithoutOne(company, 0)});
+  PlanAbsorbs(options, guests, *dictionary, company, plan);
   if (plan.name.empty()) plan.name = source.shown_name();
   RefuseAStateThatCannotBeSaved(options, state, plan);
   return plan;

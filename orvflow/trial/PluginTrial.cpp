@@ -44,8 +44,13 @@ std::map<std::string, std::string> FindLibraries(IDictionary& dictionary) {
 
 }  // namespace
 
-PluginTrial::PluginTrial(IDictionary& dictionary) {
-  const std::map<std::string, std::string> libraries = FindLibraries(dictionary);
+PluginTrial::PluginTrial(IDictionary& dictionary, const std::vector<std::string>& others) {
+  std::map<std::string, std::string> libraries = FindLibraries(dictionary);
+  for (const std::string& other : others) {
+    if (libraries.count(other) != 0) continue;
+    const std::string file = FindLibrary(other);
+    if (!file.empty()) libraries.emplace(other, file);
+  }
   std::vector<std::string> files;
   for (const auto& [name, file] : libraries) files.push_back(file);
   const TrialFaults faults = TryLibraries(files, TrialDepth::Load);

@@ -3,6 +3,7 @@
 
 #include <map>
 #include <string>
+#include <vector>
 
 #include "OrvWorkFlow/IDictionary.h"
 
@@ -10,8 +11,9 @@ namespace OrvWorkFlow::Program {
 
 class PluginTrial {
  public:
-  // Tries the libraries that the workflow of the dictionary would load. Throws what TryLibraries throws.
-  explicit PluginTrial(IDictionary& dictionary);
+  // Tries the libraries that the workflow of the dictionary would load, and others by their names. Throws what
+  // TryLibraries throws.
+  explicit PluginTrial(IDictionary& dictionary, const std::vector<std::string>& others = {});
 
   // Why the library of that name, as the dictionary has it, is not to be loaded: its file and what it does, in one
   // line;

@@ -8,6 +8,7 @@
 
 #include "OrvWorkFlow/host/WorkflowHost.h"
 #include "OrvWorkFlow/sdk/MarshalledHolder.h"
+#include "host/files/HostFiles.h"
 #include "orvflow/check/FindingsOutput.h"
 #include "orvflow/files/FileLoading.h"
 #include "orvflow/files/KeyFile.h"
@@ -66,11 +67,15 @@ class CheckVerb final : public Verb {
   ExitCode Execute() override;
 
  private:
-  FileFindings Check(const std::string& flow, bool is_guest, const char* key) const;
+  FileFindings Check(const std::string& flow, FlowUse use, const char* key) const;
+  void ReadCompany(const char* key);
   static bool Load(IDictionary& dictionary, const FlowSource& source, FileFindings& file);
 
   std::vector<std::string> flows_;
   std::vector<std::string> absorbs_;
+  // What runs together: the workflow, if it is the only one, and those that it takes in; nothing where one of them
+  // cannot be read.
+  std::vector<Flow::FlowBeside> company_;
   std::vector<std::string> plugin_directories_;
   std::string key_file_;
   bool json_ = false;
@@ -110,28 +115,47 @@ ExitCode CheckVerb::Execute() {
   AddPluginDirectories(plugin_directories_);
   std::vector<FileFindings> files;
   ExitCode code = ExitCode::Done;
-  const auto check = [&](const std::vector<std::string>& flows, bool is_guest) {
-    for (const std::string& flow : flows) {
-      try {
-        files.push_back(Check(flow, is_guest, key ? key->key() : nullptr));
-      } catch (const ProgramError& error) {  // The others are looked at all the same.
-        PrintErrorLine(error.what());
-        code = error.code();
-      } catch (const Host::HostError& error) {
-        PrintErrorLine(error.what());
-        code = CodeOf(error.kind());
-      }
+  const auto check = [&](const std::string& flow, const FlowUse& use) {
+    try {
+      files.push_back(Check(flow, use, key ? key->key() : nullptr));
+    } catch (const ProgramError& error) {  // The others are looked at all the same.
+      PrintErrorLine(error.what());
+      code = error.code();
+    } catch (const Host::HostError& error) {
+      PrintErrorLine(error.what());
+      code = CodeOf(error.kind());
     }
   };
-  check(flows_, false);
-  check(absorbs_, true);
+  ReadCompany(key ? key->key() : nullptr);
+  for (const std::string& flow : flows_) {
+    check(flow, {.takes_in_others = !absorbs_.empty(), .beside = Flow::WithoutOne(company_, 0)});
+  }
+  for (std::size_t i = 0; i < absorbs_.size(); ++i) {
+    check(absorbs_[i], {.is_guest = true, .beside = Flow::WithoutOne(company_, i + 1)});
+  }
   WriteStandardOutput(json_ ? FindingsAsJson(files) : sarif_ ? FindingsAsSarif(files) : FindingsAsText(files));
   if (code != ExitCode::Done) return code;
   return Count(files).errors > 0 ? ExitCode::CheckFailed : ExitCode::Done;
 }
 
+// A workflow that cannot be read says so when it is looked at.
+void CheckVerb::ReadCompany(const char* key) {
+  const bool is_one = flows_.size() == 1 && !IsStandardStream(flows_[0]);
+  if (absorbs_.empty() || !is_one) return;
+  const auto host = std::make_unique<Host::WorkflowHost>();
+  host->UseKey(key);
+  std::vector<std::string> names = absorbs_;
+  names.insert(names.begin(), flows_[0]);
+  for (const std::string& name : names) {
+    const std::string file = Host::MakeAbsolutePath(name);
+    const Host::WorkflowHost::OwnedDictionary dictionary = host->MakeDictionary();
+    if (!dictionary->LoadFile(file.c_str())) return company_.clear();
+    company_.push_back({Flow::ReadWorkflow(*dictionary), name, file, !company_.empty()});
+  }
+}
+
 // Each file has the libraries to itself: a type is that of the library that this file names.
-FileFindings CheckVerb::Check(const std::string& flow, bool is_guest, const char* key) const {
+FileFindings CheckVerb::Check(const std::string& flow, FlowUse use, const char* key) const {
   const auto host = std::make_unique<Host::WorkflowHost>();
   host->UseKey(key);
   const FlowSource source(flow);
@@ -139,7 +163,7 @@ FileFindings CheckVerb::Check(const std::string& flow, bool is_guest, const char
   const Host::WorkflowHost::OwnedDictionary dictionary = host->MakeDictionary();
   if (!Load(*dictionary, source, file)) return file;
   const Flow::SourcePlaces places(TextOfFile(source.file()));
-  const FlowUse use{.takes_in_others = !absorbs_.empty(), .is_guest = is_guest, .file = source.path()};
+  use.file = source.path();
   for (Flow::Finding& finding : FindFaults(*dictionary, use)) {
     const Flow::SourcePlace place = places.At(finding.path);
     file.findings.push_back({std::move(finding), place});

@@ -62,7 +62,7 @@ TEST_F(CheckTest, EveryBrokenFlowIsFoundWithItsPlace) {
   EXPECT_EQ(result.error, "");
   const Json json = Json::parse(result.output);
   ASSERT_EQ(json["files"].size(), files.size());
-  ASSERT_GT(files.size(), 50u);
+  ASSERT_GT(files.size(), 100u);
   std::map<std::string, std::size_t> counts;
   for (std::size_t i = 0; i < files.size(); ++i) {
     const Json& file = json["files"][i];
@@ -94,6 +94,57 @@ TEST_F(CheckTest, EveryBrokenFlowIsFoundWithItsPlace) {
   EXPECT_EQ(json["errors"], counts["error"]);
   EXPECT_EQ(json["warnings"], counts["warning"]);
   EXPECT_EQ(json["notes"], counts["note"]);
+}
+
+// "guest: " stands before what is found in the workflow that is taken in.
+TEST_F(CheckTest, FlowsThatAreTakenInAreCheckedTogether) {
+  std::size_t count = 0;
+  for (const auto& entry : fs::directory_iterator(Cases() / "together")) {
+    if (entry.path().extension() != ".expected") continue;
+    ++count;
+    const std::string name = fs::path(entry.path()).replace_extension().string();
+    Arguments arguments = {"check", "--json", name + ".xml", "--absorb", name + ".guest.xml"};
+    if (fs::exists(name + ".guest2.xml")) arguments.insert(arguments.end(), {"--absorb", name + ".guest2.xml"});
+    const ProcessResult result = Run(arguments);
+    const Json json = Json::parse(result.output);
+    static constexpr const char* kBefore[] = {"", "guest: ", "guest2: "};
+    std::vector<std::string> found;
+    for (std::size_t i = 0; i < json["files"].size(); ++i) {
+      for (const Json& finding : json["files"][i]["findings"]) {
+        std::string line = kBefore[i] + finding["severity"].get<std::string>() + " " +
+                           finding["path"].get<std::string>() + ": " + finding["what"].get<std::string>();
+        if (finding["remedy"] != "") line += "; " + finding["remedy"].get<std::string>();
+        // The files are called as they were given; in the list of what is expected their folder is left out.
+        const std::size_t folder = line.find(Cases().string());
+        if (folder != std::string::npos) {
+          const std::size_t end = line.find(entry.path().stem().string() + ".", folder);
+          line.erase(folder, end - folder);
+        }
+        found.push_back(line);
+      }
+    }
+    std::vector<std::string> expected = LinesOf(ReadFile(entry.path()));
+    std::sort(expected.begin(), expected.end());
+    std::sort(found.begin(), found.end());
+    EXPECT_EQ(found, expected) << name;
+    EXPECT_EQ(result.exit_code, json["errors"] > 0 ? 3 : 0) << name;
+  }
+  EXPECT_GT(count, 10u);
+}
+
+// What is wrong with the text of a file: "LINE:COLUMN: ... severity: what".
+TEST_F(CheckTest, DoubtfulTextIsFoundWhereItStands) {
+  std::size_t count = 0;
+  for (const auto& entry : fs::directory_iterator(Cases() / "text")) {
+    if (entry.path().extension() != ".xml") continue;
+    ++count;
+    std::string found = Run({"check", entry.path().string()}).output;
+    const std::string name = entry.path().string() + ":";
+    for (std::size_t at = found.find(name); at != std::string::npos; at = found.find(name))
+      found.erase(at, name.size());
+    EXPECT_EQ(LinesOf(found), ExpectedOf(entry.path().string())) << entry.path();
+  }
+  EXPECT_GT(count, 5u);
 }
 
 TEST_F(CheckTest, EachLineNamesFilePlacePathAndRemedy) {
