@@ -111,6 +111,7 @@ ExitCode ExecuteCommandLine(std::vector<std::string> words) {
   verbs.push_back(MakeCheckVerb(program));
   verbs.push_back(MakeGraphVerb(program));
   verbs.push_back(MakeInspectVerb(program));
+  verbs.push_back(MakeSchemaVerb(program));
   verbs.push_back(MakeNewVerb(program));
   verbs.push_back(MakeDictVerb(program));
   verbs.push_back(MakeMatchVerb(program));

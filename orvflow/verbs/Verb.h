@@ -37,6 +37,7 @@ std::unique_ptr<Verb> MakeCheckVerb(CLI::App& program);
 std::unique_ptr<Verb> MakeGraphVerb(CLI::App& program);
 std::unique_ptr<Verb> MakeInspectVerb(CLI::App& program);
 std::unique_ptr<Verb> MakeNewVerb(CLI::App& program);
+std::unique_ptr<Verb> MakeSchemaVerb(CLI::App& program);
 std::unique_ptr<Verb> MakeDictVerb(CLI::App& program);
 std::unique_ptr<Verb> MakeMatchVerb(CLI::App& program);
 std::unique_ptr<Verb> MakePathVerb(CLI::App& program);
