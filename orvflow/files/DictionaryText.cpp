@@ -171,7 +171,7 @@ std::string WriteList(IDictionary& dictionary, const std::string& path, const st
   return {};
 }
 
-const Tag* FindTag(const std::string& tag) {
+const Tag* FindTag(std::string_view tag) {
   const Tag* const found = std::find_if(std::begin(kTags), std::end(kTags), [&](Tag one) { return tag == one.text; });
   return found == std::end(kTags) ? nullptr : found;
 }
@@ -187,6 +187,16 @@ std::vector<std::string> TagTexts() {
 const char* TagOfType(ValueType type) {
   const auto* const tag = std::find_if(std::begin(kTags), std::end(kTags), [&](Tag one) { return one.type == type; });
   return tag == std::end(kTags) ? "Nil" : tag->text;
+}
+
+ValueType TypeOfTag(std::string_view tag) {
+  const Tag* const found = FindTag(tag);
+  return found == nullptr ? ValueType::Nil : found->type;
+}
+
+bool IsList(ValueType type) {
+  return type == ValueType::StringList || type == ValueType::WideStringList || type == ValueType::IntegerList ||
+         type == ValueType::DoubleList || type == ValueType::BooleanList;
 }
 
 std::optional<std::string> ReadValue(IDictionary& dictionary, const std::string& path) {

@@ -9,10 +9,17 @@
 
 namespace OrvWorkFlow::Program {
 
-bool CanRewriteLine() {
+namespace {
+
+bool HasTerminalType() {
   const char* const terminal = std::getenv("TERM");
-  if (terminal == nullptr || *terminal == '\0' || std::string_view(terminal) == "dumb") return false;
-  return isatty(STDERR_FILENO) != 0 && tcgetpgrp(STDERR_FILENO) == getpgrp();
+  return terminal != nullptr && *terminal != '\0' && std::string_view(terminal) != "dumb";
+}
+
+}  // namespace
+
+bool CanRewriteLine() {
+  return HasTerminalType() && isatty(STDERR_FILENO) != 0 && tcgetpgrp(STDERR_FILENO) == getpgrp();
 }
 
 bool TakesBytes() noexcept {
@@ -26,6 +33,9 @@ std::size_t ConsoleColumns() {
 }
 
 bool UnderstandsEscapes() { return true; }
+
+bool OutputShowsColours() { return HasTerminalType() && isatty(STDOUT_FILENO) != 0; }
+bool ErrorsShowColours() { return HasTerminalType() && isatty(STDERR_FILENO) != 0; }
 
 void WriteToConsole(const char* bytes, std::size_t size) noexcept {
   while (size > 0) {

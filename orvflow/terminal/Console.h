@@ -1,4 +1,4 @@
-// What the program asks of the terminal that standard error may be.
+// What the program asks of the terminal that standard error, or standard output, may be.
 #pragma once
 
 #include <cstddef>
@@ -18,6 +18,11 @@ std::size_t ConsoleColumns();
 
 // Whether it understands escape sequences (cursor, colours). Makes it understand them where that has to be asked for.
 bool UnderstandsEscapes();
+
+// Whether standard output, or standard error, is a terminal that shows colours. Makes it show them where that has to be
+// asked for.
+bool OutputShowsColours();
+bool ErrorsShowColours();
 
 // Writes the bytes, UTF-8, to standard error in one call. Fails silently: nobody could be told. A signal handler may
 // call it.

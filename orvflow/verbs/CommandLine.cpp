@@ -114,6 +114,9 @@ ExitCode ExecuteCommandLine(std::vector<std::string> words) {
   verbs.push_back(MakeSchemaVerb(program));
   verbs.push_back(MakeNewVerb(program));
   verbs.push_back(MakeDictVerb(program));
+  verbs.push_back(MakeFormatVerb(program));
+  verbs.push_back(MakeDiffVerb(program));
+  verbs.push_back(MakeMergeVerb(program));
   verbs.push_back(MakeMatchVerb(program));
   verbs.push_back(MakePathVerb(program));
   verbs.push_back(MakeEncryptVerb(program));

@@ -18,11 +18,21 @@ constexpr DWORD kEscapes = 0x0004;  // ENABLE_VIRTUAL_TERMINAL_PROCESSING, which
 
 HANDLE ErrorHandle() { return GetStdHandle(STD_ERROR_HANDLE); }
 
+bool IsDumb() {
+  const char* const terminal = std::getenv("TERM");
+  return terminal != nullptr && std::string_view(terminal) == "dumb";
+}
+
+bool TakesEscapes(HANDLE console) {
+  DWORD mode = 0;
+  if (GetConsoleMode(console, &mode) == 0) return false;
+  return (mode & kEscapes) != 0 || SetConsoleMode(console, mode | kEscapes) != 0;
+}
+
 }  // namespace
 
 bool CanRewriteLine() {
-  const char* const terminal = std::getenv("TERM");
-  if (terminal != nullptr && std::string_view(terminal) == "dumb") return false;
+  if (IsDumb()) return false;
   DWORD mode = 0;
   return GetConsoleMode(ErrorHandle(), &mode) != 0;
 }
@@ -37,12 +47,10 @@ std::size_t ConsoleColumns() {
   return columns > 0 ? static_cast<std::size_t>(columns) : 80;
 }
 
-bool UnderstandsEscapes() {
-  DWORD mode = 0;
-  const HANDLE console = ErrorHandle();
-  if (GetConsoleMode(console, &mode) == 0) return false;
-  return (mode & kEscapes) != 0 || SetConsoleMode(console, mode | kEscapes) != 0;
-}
+bool UnderstandsEscapes() { return TakesEscapes(ErrorHandle()); }
+
+bool OutputShowsColours() { return !IsDumb() && TakesEscapes(GetStdHandle(STD_OUTPUT_HANDLE)); }
+bool ErrorsShowColours() { return !IsDumb() && TakesEscapes(ErrorHandle()); }
 
 void WriteToConsole(const char* bytes, std::size_t size) noexcept {
   constexpr int kMost = 4096;
