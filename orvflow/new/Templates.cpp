@@ -1,9 +1,10 @@
 #include "orvflow/new/Templates.h"
 
 #include <algorithm>
-#include <array>
 #include <cctype>
 #include <iterator>
+
+#include "OrvWorkFlow/Names.h"
 
 namespace OrvWorkFlow::Program {
 
@@ -30,6 +31,27 @@ constexpr const char* kTakenWords[] = {
     "stderr",      "stdin",    "stdout",     "unix",      "windows",   "WIN32",        "offsetof",
 };
 
+// What the library registers itself: a node of that name would never be made.
+constexpr const char* kObjects[] = {
+    ObjectNames::kDictionary,     ObjectNames::kEncryption,   ObjectNames::kFileSystem,
+    ObjectNames::kRegExp,         ObjectNames::kUtilityStore, ObjectNames::kWorkFlowEngine,
+    ObjectNames::kSignalMediator, ObjectNames::kLogger,       ObjectNames::kHostApp,
+};
+
+// Targets and folders that CMake makes beside that of a host.
+constexpr const char* kTargets[] = {
+    "all",           "clean",
+    "help",          "install",
+    "package",       "package_source",
+    "preinstall",    "edit_cache",
+    "rebuild_cache", "list_install_components",
+    "test",          "ALL_BUILD",
+    "INSTALL",       "PACKAGE",
+    "RUN_TESTS",     "ZERO_CHECK",
+    "CMakeFiles",    "Testing",
+    "Makefile",
+};
+
 // Windows takes these for devices, whatever comes behind a dot.
 constexpr const char* kDevices[] = {"con", "prn", "aux", "nul"};
 
@@ -37,11 +59,16 @@ bool IsLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 bool IsWordCharacter(char c) { return IsLetter(c) || IsDigit(c) || c == '_'; }
 
+template <std::size_t kCount>
+bool IsAmong(std::string_view name, const char* const (&names)[kCount]) {
+  return std::find(std::begin(names), std::end(names), name) != std::end(names);
+}
+
 bool IsDevice(std::string_view name) {
   std::string lower(name);
   std::transform(lower.begin(), lower.end(), lower.begin(),
                  [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  if (std::find(std::begin(kDevices), std::end(kDevices), lower) != std::end(kDevices)) return true;
+  if (IsAmong(lower, kDevices)) return true;
   return lower.size() == 4 && (lower.starts_with("com") || lower.starts_with("lpt")) && IsDigit(lower.back());
 }
 
@@ -61,7 +88,7 @@ bool HasWord(std::string_view text, std::string_view word) {
   return false;
 }
 
-// Where a name would be a name of something else as well.
+// Where a node's name would be a name of something else as well.
 bool IsCode(std::string_view path) { return path.ends_with(".cpp") || path.ends_with("CMakeLists.txt"); }
 
 std::string Replaced(std::string_view text, std::string_view token, std::string_view name) {
@@ -95,11 +122,11 @@ std::string WhyNotAName(std::string_view kind, std::string_view name) {
   }
   if (name.size() > kLongestName) return "a name has " + std::to_string(kLongestName) + " characters at most";
   if (IsDevice(name)) return "Windows takes that name for a device; choose another one";
-  if (kind == "flow") return {};
+  if (kind == "host" && IsAmong(name, kTargets)) return "CMake makes something of that name; choose another one";
+  if (kind != "node") return {};
+  if (IsAmong(name, kObjects)) return "the library has an object of that name; choose another one";
   if (name.find("__") != std::string_view::npos) return "C++ keeps names with __ for itself; choose another one";
-  if (std::find(std::begin(kTakenWords), std::end(kTakenWords), name) != std::end(kTakenWords)) {
-    return "C++ or its compilers know that word; choose another one";
-  }
+  if (IsAmong(name, kTakenWords)) return "C++ or its compilers know that word; choose another one";
   const std::string token = TokenOf(kind);
   const std::vector<TemplateFile> templates = TemplateFiles();
   for (const TemplateFile& file : templates) {

@@ -98,11 +98,13 @@ TEST_F(NewTest, NamesThatCannotBeAreRefused) {
     EXPECT_EQ(result.exit_code, 2) << name;
     EXPECT_THAT(result.error, HasSubstr("orvflow: new: " + std::string(name))) << result.error;
   }
-  EXPECT_EQ(New("host", "main").exit_code, 2);
+  EXPECT_THAT(New("node", "Dictionary").error, HasSubstr("the library has an object of that name"));
+  EXPECT_THAT(New("host", "clean").error, HasSubstr("CMake makes something of that name"));
   EXPECT_EQ(New("flow", "con").exit_code, 2);
   EXPECT_TRUE(IsEmpty());
-  // No word of C++ for a workflow.
+  // These are no words of C++ there.
   EXPECT_EQ(New("flow", "class").exit_code, 0);
+  EXPECT_EQ(New("host", "linux").exit_code, 0);
 }
 
 TEST_F(NewTest, TheCommandLineIsHelpedWith) {
