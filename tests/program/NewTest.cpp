@@ -1,5 +1,6 @@
 // orvflow new: the files that it makes, the names that it refuses, and what it leaves alone.
-#include <algorithm>
+#include <gmock/gmock.h>
+
 #include <filesystem>
 #include <map>
 

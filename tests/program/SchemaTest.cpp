@@ -1,4 +1,6 @@
 // orvflow schema: what the text says, and what becomes of it where something is missing.
+#include <gmock/gmock.h>
+
 #include <filesystem>
 
 #include "tests/program/ProgramFixture.h"
