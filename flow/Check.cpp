@@ -24,12 +24,6 @@ void LoadLibrariesOf(const Workflow& workflow, const CheckOptions& options) {
   }
 }
 
-bool TakesIn(const Workflow& workflow) {
-  return workflow.has_absorbed || std::any_of(workflow.types.begin(), workflow.types.end(), [](const NodeType& type) {
-           return type.name == kAbsorbingType && !type.instances.empty();
-         });
-}
-
 void CheckThereIsAWorkflow(const Workflow& workflow, const CheckOptions& options, Findings& findings) {
   if (workflow.types.empty() && !options.is_guest) {
     findings.push_back({Severity::Error, Area::Wiring, WorkflowSchema::kWorkNodes,
@@ -42,11 +36,17 @@ void CheckThereIsAWorkflow(const Workflow& workflow, const CheckOptions& options
 
 }  // namespace
 
+bool TakesOthersIn(const Workflow& workflow) {
+  return workflow.has_absorbed || std::any_of(workflow.types.begin(), workflow.types.end(), [](const NodeType& type) {
+           return type.name == kAbsorbingType && !type.instances.empty();
+         });
+}
+
 bool MayTakeOthersIn(const Workflow& workflow, const CheckOptions& options) {
-  if (TakesIn(workflow)) return true;
+  if (TakesOthersIn(workflow)) return true;
   if (options.beside.empty()) return options.takes_in_others || options.is_guest;
   return std::any_of(options.beside.begin(), options.beside.end(),
-                     [](const FlowBeside& flow) { return TakesIn(flow.workflow); });
+                     [](const FlowBeside& flow) { return TakesOthersIn(flow.workflow); });
 }
 
 std::vector<FlowBeside> WithoutOne(std::vector<FlowBeside> company, std::size_t one) {
@@ -72,7 +72,7 @@ Findings Check(IDictionary& dictionary, const CheckOptions& options) {
   CheckRoads(dictionary, workflow, kinds, options, findings);
   CheckParameters(dictionary, workflow, kinds, options, findings);
   CheckNames(workflow, findings);
-  CheckFiles(dictionary, workflow, kinds, options, findings);
+  CheckFiles(dictionary, workflow, options, findings);
   if (!options.is_continued) {
     CheckTree(dictionary, workflow, options, findings);
     CheckCollisions(workflow, options, findings);

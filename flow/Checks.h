@@ -15,6 +15,9 @@ using NodeKinds = std::map<std::string, const NodeDescription*>;
 
 inline constexpr char kAbsorbingType[] = "AbsorbWorkflow";
 
+// Whether it has such a node, or has taken a workflow in.
+bool TakesOthersIn(const Workflow& workflow);
+
 // Whether nodes of workflows that are not known may come, and signals with them. Nodes of one type take workflows in;
 // the library knows it by its name.
 bool MayTakeOthersIn(const Workflow& workflow, const CheckOptions& options);
@@ -39,8 +42,7 @@ void CheckCollisions(const Workflow& workflow, const CheckOptions& options, Find
 void CheckValues(IDictionary& dictionary, Findings& findings);
 
 // Files and folders that are not there, and paths that begin with an unknown workflow.
-void CheckFiles(IDictionary& dictionary, const Workflow& workflow, const NodeKinds& kinds, const CheckOptions& options,
-                Findings& findings);
+void CheckFiles(IDictionary& dictionary, const Workflow& workflow, const CheckOptions& options, Findings& findings);
 
 // Libraries that cannot be loaded, or lack what they should hold.
 void CheckPlugins(IDictionary& dictionary, const Workflow& workflow, const CheckOptions& options, Findings& findings);

@@ -1,8 +1,9 @@
 // Files and folders that a workflow's own entries name, and paths that begin with a workflow that is not here.
 #include <algorithm>
+#include <set>
 
 #include "OrvWorkFlow/WorkflowSchema.h"
-#include "OrvWorkFlow/sdk/ParameterValue.h"
+#include "OrvWorkFlow/sdk/MarshalledHolder.h"
 #include "base/dictionary/DictionaryReading.h"
 #include "base/text/Suggestion.h"
 #include "flow/Checks.h"
@@ -29,21 +30,27 @@ class FileCheck {
     }
   }
 
-  void CheckInstance(const NodeType& type, const NodeDescription* kind, const Instance& instance) {
+  void CheckInstance(const NodeType& type, const Instance& instance) {
     CheckFoldersOf(instance.path);
     CheckConfiguration(instance);
-    if (kind == nullptr) return;
-    for (const NodeParameter& parameter : kind->parameters) {
-      const std::string path = instance.path + "/Parameters/" + parameter.name;
-      if (parameter.type != ParameterType::Text) continue;
+    if (type.name != kAbsorbingType) return;
+    const std::string path = instance.path + "/Parameters/File";
+    const std::string file = Base::TextAt(dictionary_, path);
+    if (KnowsBegin(path, file) && CanBeLookedFor(file) && !look_.IsFile(*paths_.Translate(file))) {
+      Add(Severity::Warning, path, "there is no such file: " + file, "put it there before the signal comes");
+    }
+  }
+
+  // All other texts of the workflow that begin as a path of a workflow does.
+  void CheckTexts() {
+    std::set<std::string> told;
+    for (const Finding& finding : findings_) told.insert(finding.path);
+    const Sdk::TextListHolder paths;
+    if (!dictionary_.EnumeratePaths("", paths.get())) return;
+    for (const std::string& path : paths.Texts()) {
+      if (dictionary_.GetValueType(path.c_str()) != ValueType::String || told.count(path) != 0) continue;
       const std::string text = Base::TextAt(dictionary_, path);
-      const bool is_file = type.name == kAbsorbingType && parameter.name == std::string("File");
-      // Another text is taken for a path only when it looks much like one.
-      if (!is_file && text.find('/') == std::string::npos) continue;
-      if (!KnowsBegin(path, text, is_file) || !is_file || text.empty()) continue;
-      if (CanBeLookedFor(text) && !look_.IsFile(*paths_.Translate(text))) {
-        Add(Severity::Warning, path, "there is no such file: " + text, "put it there before the signal comes");
-      }
+      if (text.starts_with("$") && text.find('/') != std::string::npos) KnowsBegin(path, text);
     }
   }
 
@@ -51,12 +58,12 @@ class FileCheck {
   void CheckFoldersOf(const std::string& owner) {
     const std::string write = owner + WorkflowSchema::kWriteDir;
     const std::string directory = Base::TextAt(dictionary_, write);
-    if (KnowsBegin(write, directory, true) && CanBeLookedFor(directory) && look_.IsFile(*paths_.Translate(directory))) {
+    if (KnowsBegin(write, directory) && CanBeLookedFor(directory) && look_.IsFile(*paths_.Translate(directory))) {
       Add(Severity::Warning, write, "is a file, so nothing can be written into it: " + directory, "name a folder");
     }
     const std::string read = owner + WorkflowSchema::kReadDirs;
     for (const std::string& folder : TextsAt(dictionary_, read)) {
-      if (!KnowsBegin(read, folder, true) || !CanBeLookedFor(folder)) continue;
+      if (!KnowsBegin(read, folder) || !CanBeLookedFor(folder)) continue;
       if (look_.IsFolder(*paths_.Translate(folder))) continue;
       Add(Severity::Warning, read, "there is no such folder: " + folder, "make it, or take it out");
     }
@@ -67,7 +74,7 @@ class FileCheck {
     const std::string path = instance.path + WorkflowSchema::kConfigFile;
     const std::string file = Base::TextAt(dictionary_, path);
     if (file.empty() || options_.file.empty() || !look_.CanLook()) return;
-    if (!KnowsBegin(path, file, true) || ReadConfiguration(dictionary_, instance.path, file, paths_)) return;
+    if (!KnowsBegin(path, file) || ReadConfiguration(dictionary_, instance.path, file, paths_)) return;
     const bool is_there = IsThere(instance, file);
     Add(Severity::Warning, path,
         is_there ? "is no dictionary that can be read: " + file : "there is no such file: " + file,
@@ -85,12 +92,11 @@ class FileCheck {
   }
 
   // False, and told, for a path that begins with a workflow that is not here; nothing is told where it may come.
-  bool KnowsBegin(const std::string& path, const std::string& text, bool is_path) {
+  bool KnowsBegin(const std::string& path, const std::string& text) {
     const std::string name = FlowPaths::WorkflowIn(text);
     if (name.empty() || paths_.Knows(name)) return true;
     const std::string nearest = Base::NearestName(name, paths_.Names());
-    const bool is_meant_so = is_path || CanStandInAPath(name);
-    if (may_take_in_ ? nearest.empty() : !is_meant_so) return false;
+    if (may_take_in_ ? nearest.empty() : !CanStandInAPath(name)) return false;
     Add(Severity::Warning, path, "begins with a workflow that is not here: $" + name,
         nearest.empty() ? "write the name of this workflow or of one that is taken in"
                         : "did you mean $" + nearest + "?");
@@ -116,16 +122,13 @@ class FileCheck {
 
 }  // namespace
 
-void CheckFiles(IDictionary& dictionary, const Workflow& workflow, const NodeKinds& kinds, const CheckOptions& options,
-                Findings& findings) {
+void CheckFiles(IDictionary& dictionary, const Workflow& workflow, const CheckOptions& options, Findings& findings) {
   FileCheck check(dictionary, workflow, options, findings);
   check.CheckFolders();
   for (const NodeType& type : workflow.types) {
-    const auto kind = kinds.find(type.name);
-    for (const Instance& instance : type.instances) {
-      check.CheckInstance(type, kind == kinds.end() ? nullptr : kind->second, instance);
-    }
+    for (const Instance& instance : type.instances) check.CheckInstance(type, instance);
   }
+  if (!options.is_continued) check.CheckTexts();
 }
 
 }  // namespace OrvWorkFlow::Flow

@@ -1,17 +1,23 @@
 // What a node type says about itself.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "OrvWorkFlow/INodeDescription.h"
+#include "OrvWorkFlow/INodeFiring.h"
 
 namespace OrvWorkFlow::Flow {
 
 // Makes a node of the type, whose library is loaded, asks it and lets it go; it is not initialised. Null when it says
 // nothing, or cannot be made. Stays good until the library is unloaded.
 const NodeDescription* DescribeNodeType(const std::string& type) noexcept;
+
+// The most output signals that a node of the type fires for one that it gets; negative when it does not say. Asks as
+// above.
+std::int32_t MostSignalsFiredBy(const std::string& type) noexcept;
 
 // The row of that name; null when there is none.
 template <class Row>

@@ -5,6 +5,7 @@
 
 #include "base/text/Suggestion.h"
 #include "flow/Checks.h"
+#include "flow/Circles.h"
 
 namespace OrvWorkFlow::Flow {
 
@@ -23,77 +24,6 @@ struct Node {
 
 std::string KeyOf(const std::string& type, const std::string& instance) { return type + "," + instance; }
 std::string NameOf(const Node& node) { return node.type->name + " " + node.instance->name; }
-
-// The strongly connected parts, after Tarjan, without recursion: a chain of 10^5 nodes has to fit.
-class Circles {
- public:
-  explicit Circles(const std::vector<Node>& nodes)
-      : nodes_(nodes), order_(nodes.size(), kNew), low_(nodes.size(), 0), on_path_(nodes.size(), false) {
-    for (Place place = 0; place < nodes.size(); ++place) {
-      if (order_[place] == kNew) Walk(place);
-    }
-  }
-
-  // Each with its nodes in the order in which they are in the workflow.
-  std::vector<std::vector<Place>> found;
-
- private:
-  static constexpr std::size_t kNew = static_cast<std::size_t>(-1);
-  struct Step {
-    Place place;
-    std::size_t next;
-  };
-
-  void Enter(Place place) {
-    order_[place] = low_[place] = count_++;
-    path_.push_back(place);
-    on_path_[place] = true;
-    steps_.push_back({place, 0});
-  }
-
-  void Walk(Place first) {
-    Enter(first);
-    while (!steps_.empty()) {
-      Step& step = steps_.back();
-      const Place place = step.place;
-      if (step.next < nodes_[place].next.size()) {
-        const Place next = nodes_[place].next[step.next++];
-        if (order_[next] == kNew) {
-          Enter(next);
-        } else if (on_path_[next]) {
-          low_[place] = std::min(low_[place], order_[next]);
-        }
-        continue;
-      }
-      steps_.pop_back();
-      if (!steps_.empty()) low_[steps_.back().place] = std::min(low_[steps_.back().place], low_[place]);
-      if (low_[place] == order_[place]) TakePart(place);
-    }
-  }
-
-  void TakePart(Place first) {
-    std::vector<Place> part;
-    for (Place place = kNew; place != first;) {
-      place = path_.back();
-      path_.pop_back();
-      on_path_[place] = false;
-      part.push_back(place);
-    }
-    const auto& next = nodes_[first].next;
-    const bool leads_to_itself = std::find(next.begin(), next.end(), first) != next.end();
-    if (part.size() == 1 && !leads_to_itself) return;
-    std::sort(part.begin(), part.end());
-    found.push_back(std::move(part));
-  }
-
-  const std::vector<Node>& nodes_;
-  std::vector<std::size_t> order_;
-  std::vector<std::size_t> low_;
-  std::vector<bool> on_path_;
-  std::vector<Place> path_;
-  std::vector<Step> steps_;
-  std::size_t count_ = 0;
-};
 
 class RoadCheck {
  public:
@@ -138,7 +68,9 @@ class RoadCheck {
   }
 
   void CheckCircles() {
-    for (const std::vector<Place>& circle : Circles(nodes_).found) {
+    std::vector<std::vector<Place>> roads;
+    for (const Node& node : nodes_) roads.push_back(node.next);
+    for (const std::vector<Place>& circle : FindCircles(roads)) {
       const std::unordered_set<Place> inside(circle.begin(), circle.end());
       const bool ends = std::any_of(circle.begin(), circle.end(), [&](Place place) {
         const Node& node = nodes_[place];

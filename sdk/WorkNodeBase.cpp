@@ -44,9 +44,10 @@ bool Has(const NodeTable<Row>& signals, std::string_view name) {
 }  // namespace
 
 void* WorkNodeBase::QueryInterface(const char* interface_name) {
-  const bool asks_for_description = interface_name != nullptr && std::string_view(interface_name) == "INodeDescription";
-  if (!asks_for_description) return ObjectProtocol::QueryInterface(interface_name);
-  return description_ == nullptr ? nullptr : static_cast<INodeDescription*>(this);
+  const std::string_view name = interface_name == nullptr ? "" : interface_name;
+  if (name == "INodeDescription") return description_ == nullptr ? nullptr : static_cast<INodeDescription*>(this);
+  if (name == "INodeFiring") return MostSignalsFired() < 0 ? nullptr : static_cast<INodeFiring*>(this);
+  return ObjectProtocol::QueryInterface(interface_name);
 }
 
 bool WorkNodeBase::LoadState(const char* path) {
@@ -75,6 +76,7 @@ bool WorkNodeBase::GetInstanceName(IOrvPString* name) { return AssignText(name, 
 
 bool WorkNodeBase::Signal(const char* signal_name) {
   if (signal_name == nullptr || (description_ != nullptr && !Has(description_->inputs, signal_name))) return false;
+  may_fire_ += MostSignalsFired();
   return OnSignal(signal_name);
 }
 
@@ -87,6 +89,10 @@ bool WorkNodeBase::Initialise(const char* instance_name) {
 void WorkNodeBase::FireOutput(const char* signal_name) {
   if (description_ != nullptr && !Has(description_->outputs, signal_name)) {
     throw std::logic_error(std::string(type_name_) + " fires a signal that it does not declare: " + signal_name);
+  }
+  if (MostSignalsFired() >= 0 && --may_fire_ < 0) {
+    ++may_fire_;
+    throw std::logic_error(std::string(type_name_) + " fires more signals for one than it says: " + signal_name);
   }
   if (handler_ != nullptr) handler_->Signal(this, signal_name);
 }

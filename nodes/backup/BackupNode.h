@@ -11,6 +11,9 @@ inline constexpr NodeParameter kJobParameter =
     TextParameterRow("Job", "Default", "the record of the job below /Jobs in the workflow's dictionary");
 
 class BackupNode : public Sdk::WorkNodeBase {
+ public:
+  std::int32_t MostSignalsFired() override { return 1; }
+
  protected:
   using Sdk::WorkNodeBase::WorkNodeBase;
 

@@ -12,6 +12,8 @@ class AbsorbWorkflow final : public Sdk::WorkNodeBase {
   static const NodeDescription kDescription;
   AbsorbWorkflow() : Sdk::WorkNodeBase(kTypeName, kDescription) {}
 
+  std::int32_t MostSignalsFired() override { return 1; }
+
  private:
   bool OnSignal(std::string_view signal) override;
 };

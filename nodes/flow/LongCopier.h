@@ -17,6 +17,8 @@ class LongCopier final : public WorkerNode {
   static const NodeDescription kDescription;
   LongCopier() : WorkerNode(kTypeName, kDescription) {}
 
+  std::int32_t MostSignalsFired() override { return 1; }
+
   bool SaveState(const char* path) override;
 
  private:

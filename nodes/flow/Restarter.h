@@ -14,6 +14,8 @@ class Restarter final : public Sdk::WorkNodeBase {
   static const NodeDescription kDescription;
   Restarter() : Sdk::WorkNodeBase(kTypeName, kDescription) {}
 
+  std::int32_t MostSignalsFired() override { return 1; }
+
   // True from the request to the restart.
   bool StopWork() override { return asked_; }
   bool GetRebootSignal(IOrvPString* signal_name) override { return AssignText(signal_name, "restarted"); }

@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "nlohmann/json.hpp"
+#include "orvflow/check/ProofOutput.h"
 #include "orvflow/terminal/Terminal.h"
 
 namespace OrvWorkFlow::Program {
@@ -92,11 +93,15 @@ std::string FindingsAsText(const std::vector<FileFindings>& files) {
       text += Visible(line + WordFor(finding.severity) + ": " + TextOf(finding)) + "\n";
     }
   }
-  if (text.empty()) return text;
-  const FindingCounts counts = Count(files);
-  text += Counted(counts.errors, "error") + ", " + Counted(counts.warnings, "warning");
-  if (counts.notes > 0) text += ", " + Counted(counts.notes, "note");
-  return text + "\n";
+  if (!text.empty()) {
+    const FindingCounts counts = Count(files);
+    text += Counted(counts.errors, "error") + ", " + Counted(counts.warnings, "warning");
+    text += (counts.notes > 0 ? ", " + Counted(counts.notes, "note") : "") + "\n";
+  }
+  for (const FileFindings& file : files) {
+    if (file.proof) text += ProofAsText(file.shown_name, *file.proof);
+  }
+  return text;
 }
 
 std::string FindingsAsJson(const std::vector<FileFindings>& files) {
@@ -114,6 +119,7 @@ std::string FindingsAsJson(const std::vector<FileFindings>& files) {
       findings.push_back(std::move(one));
     }
     list.push_back({{"file", file.shown_name}, {"findings", std::move(findings)}});
+    if (file.proof) list.back()["proof"] = ProofAsJson(*file.proof);
   }
   const FindingCounts counts = Count(files);
   return Written({{"version", 1},

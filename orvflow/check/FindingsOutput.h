@@ -1,10 +1,12 @@
 // What was found in flows, as people, programs and code hosts read it.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "flow/Finding.h"
+#include "flow/Proof.h"
 #include "flow/SourcePlaces.h"
 
 namespace OrvWorkFlow::Program {
@@ -18,6 +20,7 @@ struct PlacedFinding {
 struct FileFindings {
   std::string shown_name;
   std::vector<PlacedFinding> findings;
+  std::optional<Flow::Proof> proof = {};  // where one was asked for
 };
 
 struct FindingCounts {
@@ -28,6 +31,7 @@ struct FindingCounts {
 FindingCounts Count(const std::vector<FileFindings>& files);
 
 // "FILE:LINE:COLUMN: /Path: severity: what; what to do", a line each, and a line that counts; "" for none.
+// Then what is proved.
 std::string FindingsAsText(const std::vector<FileFindings>& files);
 // docs/findings.schema.json.
 std::string FindingsAsJson(const std::vector<FileFindings>& files);

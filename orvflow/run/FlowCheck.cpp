@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "flow/Check.h"
+#include "flow/Checks.h"
 #include "host/NodeLibraries.h"
 #include "orvflow/terminal/Terminal.h"
 #include "orvflow/trial/PluginTrial.h"
@@ -66,6 +67,15 @@ Flow::Findings FindFaults(IDictionary& dictionary, const FlowUse& use) {
   options.is_guest = use.is_guest;
   options.is_continued = use.is_continued;
   return Flow::Check(dictionary, options);
+}
+
+Flow::Proof ProveFlow(IDictionary& dictionary, const FlowUse& use) {
+  const Flow::Workflow workflow = Flow::ReadWorkflow(dictionary);
+  std::vector<const Flow::Workflow*> workflows = {&workflow};
+  for (const Flow::FlowBeside& flow : use.beside) workflows.push_back(&flow.workflow);
+  bool endless_is_meant = false;
+  if (!dictionary.GetValue(Flow::kEndlessIsMeant, &endless_is_meant)) endless_is_meant = false;
+  return Flow::ProveWorkflows(workflows, endless_is_meant);
 }
 
 void CheckFlow(IDictionary& dictionary, const std::string& shown_name, const FlowUse& use) {

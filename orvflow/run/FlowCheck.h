@@ -6,6 +6,7 @@
 
 #include "OrvWorkFlow/IDictionary.h"
 #include "flow/Check.h"
+#include "flow/Proof.h"
 
 namespace OrvWorkFlow::Program {
 
@@ -22,7 +23,10 @@ struct FlowUse {
 // All that can be known to be wrong (flow/Check.h), with the plug-in libraries tried in a child process and loaded.
 Flow::Findings FindFaults(IDictionary& dictionary, const FlowUse& use);
 
-// Looks for the same before a run. Prints each warning as a line. Throws ProgramError when there are errors, unless it
+// What is certain of its runs, after its faults were looked for and no error was found.
+Flow::Proof ProveFlow(IDictionary& dictionary, const FlowUse& use);
+
+// Looks for faults before a run. Prints each warning as a line. Throws ProgramError when there are errors, unless it
 // is forced: with the error itself when it is the only one, else it prints them and counts. `shown_name` is how
 // messages call the file.
 void CheckFlow(IDictionary& dictionary, const std::string& shown_name, const FlowUse& use);

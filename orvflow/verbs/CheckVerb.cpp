@@ -78,6 +78,7 @@ class CheckVerb final : public Verb {
   std::vector<Flow::FlowBeside> company_;
   std::vector<std::string> plugin_directories_;
   std::string key_file_;
+  bool proves_ = false;
   bool json_ = false;
   bool sarif_ = false;
 };
@@ -94,20 +95,26 @@ CheckVerb::CheckVerb(CLI::App& program)
       .add_option("--plugin-path", plugin_directories_, "Looks for plug-in libraries there too")
       ->type_name("DIR")
       ->allow_extra_args(false);
+  command().add_flag(
+      "--prove", proves_,
+      "Says what is certain of every run, or shows the way to the contrary: all signals are handled, all "
+      "nodes are reached, circles end, the queue is never longer than some number");
   command().add_flag("--json", json_, "Prints the findings as JSON (docs/findings.schema.json)");
   command().add_flag("--sarif", sarif_, "Prints them as SARIF, for code hosts");
   command().footer(
       "A line for each finding: FILE:LINE:COLUMN: /Dictionary/Path: severity: what; what to do.\n"
-      "Exit codes: 0 no errors, 3 errors, 1 a file cannot be read, 2 usage, 5 a file cannot be\n"
-      "deciphered, 7 a file is in use.\n"
+      "Exit codes: 0 no errors, 3 errors or not all is proved, 1 a file cannot be read, 2 usage,\n"
+      "5 a file cannot be deciphered, 7 a file is in use.\n"
       "\n"
       "  orvflow check flow.xml\n"
       "  orvflow check --absorb guest.xml flow.xml\n"
+      "  orvflow check --prove flow.xml\n"
       "  orvflow check --json *.xml");
 }
 
 ExitCode CheckVerb::Execute() {
   if (flows_.empty()) throw UsageError("no workflow file given");
+  if (proves_ && sarif_) throw UsageError("--sarif has no place for what --prove says; take --json");
   if (json_ && sarif_) throw UsageError("--json and --sarif are two forms of one output; give one of them");
   if (std::count(flows_.begin(), flows_.end(), "-") > 1) throw UsageError("standard input can be read once only");
   std::optional<KeyFile> key;
@@ -135,7 +142,9 @@ ExitCode CheckVerb::Execute() {
   }
   WriteStandardOutput(json_ ? FindingsAsJson(files) : sarif_ ? FindingsAsSarif(files) : FindingsAsText(files));
   if (code != ExitCode::Done) return code;
-  return Count(files).errors > 0 ? ExitCode::CheckFailed : ExitCode::Done;
+  const bool fails = std::any_of(files.begin(), files.end(),
+                                 [](const FileFindings& file) { return file.proof && !file.proof->Holds(); });
+  return fails || Count(files).errors > 0 ? ExitCode::CheckFailed : ExitCode::Done;
 }
 
 // A workflow that cannot be read says so when it is looked at.
@@ -168,6 +177,8 @@ FileFindings CheckVerb::Check(const std::string& flow, FlowUse use, const char* 
     const Flow::SourcePlace place = places.At(finding.path);
     file.findings.push_back({std::move(finding), place});
   }
+  const bool has_errors = Count({file}).errors > 0;
+  if (proves_ && !use.is_guest && !has_errors) file.proof = ProveFlow(*dictionary, use);
   std::stable_sort(file.findings.begin(), file.findings.end(), [](const PlacedFinding& a, const PlacedFinding& b) {
     return a.place.line != b.place.line ? a.place.line < b.place.line : a.place.column < b.place.column;
   });

@@ -38,6 +38,17 @@ class ProbeNode final : public Sdk::WorkNodeBase {
   }
 };
 
+// Says that it fires one signal for each that it gets.
+class FrugalNode final : public Sdk::WorkNodeBase {
+ public:
+  FrugalNode() : Sdk::WorkNodeBase("Frugal", kDescription) {}
+  std::int32_t MostSignalsFired() override { return 1; }
+  using Sdk::WorkNodeBase::FireOutput;
+
+ private:
+  bool OnSignal(std::string_view /*signal*/) override { return true; }
+};
+
 class WorkNodeBaseTest : public NodeFixture {
  protected:
   void SetUp() override {
@@ -179,6 +190,21 @@ TEST_F(WorkNodeBaseTest, ParametersOfTheInstanceWinOverTheFileAndTheFileOverTheD
 TEST_F(WorkNodeBaseTest, ParametersOfAnotherInstanceAreNotItsOwn) {
   SetText("/WorkFlowEngine/WorkNodes/Probe/Instances/Second/Parameters/Color", "blue");
   EXPECT_EQ(probe_->TextParameter("Color"), "none");
+}
+
+TEST_F(WorkNodeBaseTest, FiresNoMoreThanItSays) {
+  EXPECT_EQ(node_->QueryInterface("INodeFiring"), nullptr);
+  const NodePointer node = Make<FrugalNode>("First");
+  auto* const frugal = static_cast<FrugalNode*>(node.get());
+  auto* const firing = static_cast<INodeFiring*>(node->QueryInterface("INodeFiring"));
+  ASSERT_NE(firing, nullptr);
+  EXPECT_EQ(firing->MostSignalsFired(), 1);
+  EXPECT_THROW(frugal->FireOutput("done"), std::logic_error);
+  // Work that goes on after the next signal came may still fire what it owes.
+  EXPECT_TRUE(node->Signal("known") && node->Signal("known"));
+  EXPECT_NO_THROW(frugal->FireOutput("done"));
+  EXPECT_NO_THROW(frugal->FireOutput("done"));
+  EXPECT_THROW(frugal->FireOutput("done"), std::logic_error);
 }
 
 TEST_F(WorkNodeBaseTest, FindsABareConfigurationFileInItsContentDirectories) {

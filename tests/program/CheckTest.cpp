@@ -233,6 +233,54 @@ TEST_F(CheckTest, SarifNamesRuleLevelAndPlace) {
   EXPECT_EQ(Run({"check", "--sarif", "--json", "x.xml"}).exit_code, 2);
 }
 
+TEST_F(CheckTest, WhatIsCertainOfEveryRunIsProved) {
+  const std::string flow = (SourceFolder() / "examples/01_backup/flow.xml").string();
+  const ProcessResult proved = Run({"check", "--prove", flow});
+  EXPECT_EQ(proved.exit_code, 0);
+  EXPECT_EQ(proved.output,
+            flow + ": proved: every signal is handled (5 nodes, 8 signals)\n" + flow +
+                ": proved: every node can be reached\n" + flow +
+                ": proved: every circle ends: the circle of FileCopier Copier, ChecksumVerifier Verifier "
+                "and FailureCollector Failures by finished of FileCopier Copier\n" +
+                flow + ": proved: the queue never holds more than 1 signal\n");
+}
+
+TEST_F(CheckTest, TheContraryOfAProofIsShownWithItsWay) {
+  const std::string flow = (Cases() / "circle-of-one.xml").string();
+  const ProcessResult result = Run({"check", "--prove", flow});
+  EXPECT_EQ(result.exit_code, 3);
+  EXPECT_NE(result.output.find(": disproved: nothing that they fire leads out of the circle of FailureCollector "
+                               "Failures\n  FolderCollector Source.collect -> FileCopier Copier.next -> "
+                               "FailureCollector Failures.record -> FailureCollector Failures.record\n"),
+            std::string::npos)
+      << result.output;
+  const Json json = Json::parse(Run({"check", "--prove", "--json", flow}).output);
+  const Json& proof = json["files"][0]["proof"];
+  ASSERT_EQ(proof.size(), 4u);
+  EXPECT_EQ(proof[2]["claim"], "ends");
+  EXPECT_EQ(proof[2]["verdict"], "disproved");
+  EXPECT_EQ(proof[2]["way"].size(), 4u);
+}
+
+TEST_F(CheckTest, AProofTakesWorkflowsThatRunTogetherAsOne) {
+  const std::string flow = (Cases() / "together/whole.xml").string();
+  const std::string guest = (Cases() / "together/whole.guest.xml").string();
+  const ProcessResult result = Run({"check", "--prove", "--absorb", guest, flow});
+  EXPECT_EQ(result.exit_code, 0);
+  EXPECT_NE(result.output.find("the queue never holds more than 3 signals"), std::string::npos) << result.output;
+}
+
+TEST_F(CheckTest, WhatIsNotKnownOrWrongIsNotProved) {
+  const ProcessResult absorbing = Run({"check", "--prove", (SourceFolder() / "examples/03_absorb/flow.xml").string()});
+  EXPECT_EQ(absorbing.exit_code, 3);
+  EXPECT_NE(absorbing.output.find(": not known: how long the queue gets: workflows that are not known here"),
+            std::string::npos);
+  const ProcessResult broken = Run({"check", "--prove", (Cases() / "mapping-empty.xml").string()});
+  EXPECT_EQ(broken.exit_code, 3);
+  EXPECT_EQ(broken.output.find("proved"), std::string::npos);
+  EXPECT_EQ(Run({"check", "--prove", "--sarif", "x.xml"}).exit_code, 2);
+}
+
 // What no terminal should be given stands escaped in lines, and any bytes make JSON.
 TEST_F(CheckTest, HostileNamesAreShownHarmlessly) {
   const std::string file =

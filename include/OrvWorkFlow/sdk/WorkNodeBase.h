@@ -2,6 +2,7 @@
 // and file system, reads parameters and fires output signals. A node supplies OnSignal and a description of itself.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -10,6 +11,7 @@
 #include "OrvWorkFlow/IDictionary.h"
 #include "OrvWorkFlow/IFileSystem.h"
 #include "OrvWorkFlow/INodeDescription.h"
+#include "OrvWorkFlow/INodeFiring.h"
 #include "OrvWorkFlow/IWorkNode.h"
 #include "OrvWorkFlow/Names.h"
 #include "OrvWorkFlow/sdk/ObjectProtocol.h"
@@ -28,11 +30,13 @@ namespace OrvWorkFlow::Sdk {
 //
 // The node's description is the only list of its signals and parameters: what it does not declare it can neither
 // receive, fire nor read.
-class WorkNodeBase : public ObjectProtocol<WorkNodeBase, IWorkNode>, public INodeDescription {
+class WorkNodeBase : public ObjectProtocol<WorkNodeBase, IWorkNode>, public INodeDescription, public INodeFiring {
  public:
-  // "IWorkNode", and "INodeDescription" for a node that has one.
+  // "IWorkNode", "INodeDescription" for a node that has one, and "INodeFiring" for one that says how much it fires.
   void* QueryInterface(const char* interface_name) override;
   const NodeDescription* Describe() override { return description_; }
+  // A node that overrides it says how many signals it fires at most for one that it gets, and can fire no more.
+  std::int32_t MostSignalsFired() override { return kAnyNumber; }
 
   // Reads the configuration file, a dictionary; false when it is none.
   bool LoadState(const char* path) override;
@@ -61,8 +65,10 @@ class WorkNodeBase : public ObjectProtocol<WorkNodeBase, IWorkNode>, public INod
   // A declared input signal. False means a failure that no output signal tells; the user is shown it.
   virtual bool OnSignal(std::string_view signal) = 0;
 
+  static constexpr std::int32_t kAnyNumber = -1;
+
   // Queues an output signal; the receivers get it after this node has returned from its own signal. Throws
-  // std::logic_error for one that is not declared.
+  // std::logic_error for one that is not declared, and for more than MostSignalsFired for each input signal.
   void FireOutput(const char* signal_name);
 
   // The workflow's dictionary and the host's file system; they throw std::runtime_error when the host has none. The
@@ -99,6 +105,7 @@ class WorkNodeBase : public ObjectProtocol<WorkNodeBase, IWorkNode>, public INod
   std::string instance_name_;
   DictionaryPointer configuration_;  // Null when the instance names no file.
   IOutgoingSignalHandler* handler_ = nullptr;
+  std::atomic<std::int64_t> may_fire_ = 0;  // for the input signals so far; of no meaning for any number
 };
 
 }  // namespace OrvWorkFlow::Sdk
