@@ -9,6 +9,7 @@
 #include "OrvWorkFlow/WorkflowSchema.h"
 #include "OrvWorkFlow/host/WorkflowHost.h"
 #include "flow/Drawing.h"
+#include "flow/DrawingDifference.h"
 #include "flow/Workflow.h"
 #include "host/files/HostFiles.h"
 #include "orvflow/files/FileLoading.h"
@@ -33,10 +34,13 @@ class GraphVerb final : public Verb {
   std::string PictureForm() const;
   // The text for Graphviz, or the page around it.
   std::string Draw(bool as_page) const;
+  std::string DrawDifferenceFrom(IDictionary& other, IDictionary& dictionary, const Flow::Workflow& workflow,
+                                 const std::string& title) const;
   void WriteText(const std::string& text) const;
   void DrawPicture(const std::string& form, const std::string& dot) const;
 
   std::string flow_;
+  std::string other_;
   std::string output_;
   std::string key_file_;
   std::vector<std::string> plugin_directories_;
@@ -52,6 +56,10 @@ GraphVerb::GraphVerb(CLI::App& program) : Verb(program, "graph", "Draws the wiri
           "The picture: a file that ends in .html (a page to pan, zoom and search), in .svg, .png or .pdf (drawn by "
           "Graphviz), or in .dot; else DOT is written to standard output")
       ->type_name("FILE");
+  command()
+      .add_option("--diff", other_,
+                  "Draws what has changed since this one: added, removed, changed; findings are left out")
+      ->type_name("OTHER.xml");
   command().add_flag("--group", grouped_, "Puts the instances of one type side by side, in a frame");
   command().add_flag("--no-findings", without_findings_, "Loads no libraries, and does not mark what check finds");
   AddKeyFileOption(command(), key_file_);
@@ -62,6 +70,7 @@ GraphVerb::GraphVerb(CLI::App& program) : Verb(program, "graph", "Draws the wiri
   command().footer(
       "  orvflow graph flow.xml -o flow.html\n"
       "  orvflow graph flow.xml -o flow.svg\n"
+      "  orvflow graph flow.xml --diff flow-before.xml -o changes.svg\n"
       "  orvflow graph flow.xml | dot -Tx11");
 }
 
@@ -80,6 +89,8 @@ std::string GraphVerb::PictureForm() const {
 
 ExitCode GraphVerb::Execute() {
   if (flow_.empty()) throw UsageError("no workflow file given");
+  if (!other_.empty() && grouped_) throw UsageError("--diff draws no groups; leave --group out");
+  if (IsStandardStream(other_)) throw UsageError("--diff -: the other workflow has to be a file");
   const std::string form = PictureForm();
   AddPluginDirectories(plugin_directories_);
   const bool is_page = form == "html";
@@ -113,10 +124,22 @@ std::string GraphVerb::Draw(bool as_page) const {
                     "a dictionary, but no workflow: it has no work nodes");
   }
   Flow::Findings findings;
-  if (!without_findings_) findings = FindFaults(*dictionary, {.file = source.path()});
+  if (!without_findings_ && other_.empty()) findings = FindFaults(*dictionary, {.file = source.path()});
   const std::string title = workflow.name.empty() ? source.shown_name() : workflow.name;
-  const std::string dot = Flow::DrawAsDot(workflow, findings, title, grouped_);
+  const std::string dot = other_.empty() ? Flow::DrawAsDot(workflow, findings, title, grouped_)
+                                         : DrawDifferenceFrom(*host->MakeDictionary(), *dictionary, workflow, title);
   return as_page ? MakeGraphPage(title, dot, workflow, findings) : dot;
+}
+
+std::string GraphVerb::DrawDifferenceFrom(IDictionary& other, IDictionary& dictionary, const Flow::Workflow& workflow,
+                                          const std::string& title) const {
+  ReadFlow(other, Host::MakeAbsolutePath(other_), other_);
+  const Flow::Workflow before = Flow::ReadWorkflow(other);
+  if (before.types.empty()) {
+    throw FileError(ExitCode::DictionaryDamaged, other_, WorkflowSchema::kWorkNodes,
+                    "a dictionary, but no workflow: it has no work nodes");
+  }
+  return Flow::DrawDifference(before, workflow, Flow::CompareNodes(other, dictionary, workflow), title, other_);
 }
 
 constexpr char kNotWritten[] = "cannot be written; check the folder and the disk";

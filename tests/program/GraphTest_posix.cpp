@@ -41,6 +41,14 @@ TEST_F(PictureTest, HostileNamesAreDrawn) {
   EXPECT_THAT(ReadFile(File("hostile.svg")), HasSubstr("a&lt;/b&gt;&amp;"));
 }
 
+TEST_F(PictureTest, DifferencesAreDrawn) {
+  const std::string other = (SourceFolder() / "examples" / "02_interrupted" / "flow.xml").string();
+  const ProcessResult result = Run({"graph", flow_, "--diff", other, "-o", File("x.svg")});
+  EXPECT_EQ(result.exit_code, 0) << result.error;
+  EXPECT_EQ(result.error, "");
+  EXPECT_THAT(ReadFile(File("x.svg")), HasSubstr("+ Copier"));
+}
+
 TEST_F(PictureTest, AMissingGraphvizIsNamed) {
   const std::string path = std::getenv("PATH");
   setenv("PATH", "/nonexistent", 1);
