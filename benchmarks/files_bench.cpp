@@ -1,7 +1,9 @@
 // Listing and copying trees, copying a large file, and saving a dictionary durably, beside find, cp, std::filesystem
 // and the plain system calls.
 //
-//   files_bench [ROUNDS]    (default 7; own work and peers take turns in each round, the median counts)
+//   files_bench [ROUNDS [ROWS]]    (default 7; own work and peers take turns in each round, the median counts; ROWS:
+//   only
+//                                  listing, small, large or saving)
 //
 // The file system is used as a host does, through the built library and its interface. Needs 4 GiB in /dev/shm and a
 // little in the directory for temporary files. "ratio" is the library's time by the peer's; each row says which ratio
@@ -23,6 +25,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "OrvWorkFlow/IDictionary.h"
@@ -298,19 +301,27 @@ void MeasureSaving(Table& table, IFileSystemA& files, const fs::path& parent, in
 
 int main(int argc, char** argv) {
   const int rounds = argc > 1 ? std::max(1, std::atoi(argv[1])) : 7;
+  const std::string wanted = argc > 2 ? argv[2] : "";
+  const auto is_wanted = [&wanted](std::string_view rows) { return rows.find(wanted) != std::string_view::npos; };
   const fs::path disk = fs::temp_directory_path();
   const fs::path memory = "/dev/shm";
   Check(fs::is_directory(memory), "there is no /dev/shm");
   const auto files = Make<IFileSystemA>("FileSystem", "IFileSystemA");
   Check(WorkFlowFactory::CreateNewGlobalObject("FileSystem") != nullptr, "the library registers no file system");
   Table table(rounds);
-  MeasureListing(table, *files, "tmpfs", memory);
-  MeasureListing(table, *files, "disk", disk);
-  MeasureTreeCopy(table, *files, memory, 1, kSmallFilesOfCp);
-  MeasureTreeCopy(table, *files, memory, 2, 1.0);
-  MeasureLargeCopy(table, *files, memory);
-  MeasureSaving(table, *files, disk, 2000);
-  MeasureSaving(table, *files, disk, 50'000);
+  if (is_wanted("listing")) {
+    MeasureListing(table, *files, "tmpfs", memory);
+    MeasureListing(table, *files, "disk", disk);
+  }
+  if (is_wanted("small")) {
+    MeasureTreeCopy(table, *files, memory, 1, kSmallFilesOfCp);
+    MeasureTreeCopy(table, *files, memory, 2, 1.0);
+  }
+  if (is_wanted("large")) MeasureLargeCopy(table, *files, memory);
+  if (is_wanted("saving")) {
+    MeasureSaving(table, *files, disk, 2000);
+    MeasureSaving(table, *files, disk, 50'000);
+  }
   WorkFlowFactory::ReleaseGlobalObjects();
   std::printf("%s\n", table.met() ? "all targets met" : "targets missed");
   return table.met() ? 0 : 1;

@@ -5,12 +5,14 @@
 #include <cstdlib>
 #include <utility>
 
+#include "host/files/HostFiles.h"
 #include "host/state/RunRecords.h"
 #include "orvflow/files/FileLoading.h"
 #include "orvflow/run/FlowUpdate.h"
 #include "orvflow/run/KeptSignals.h"
 #include "orvflow/run/RunEnding.h"
 #include "orvflow/run/StoppableRun.h"
+#include "orvflow/terminal/HostErrors.h"
 #include "orvflow/terminal/StatusLine.h"
 #include "orvflow/terminal/StopRequest.h"
 
@@ -54,7 +56,7 @@ ExitCode FlowRun::Execute() {
   MakeHost();
   Prepare();
   ChangeState();
-  Load();
+  LoadRecorded();
   const Host::RunResult result = Run();
   SetActivity("at the end of the run");
   return Finish(result);
@@ -78,6 +80,10 @@ void FlowRun::Prepare() {
   plan_ = MakeRunPlan(options_, source_, *host_, *state_);
   watch_.emplace(RunWatch::Settings{watching_.log, watching_.progress, shown_name_, state_->path()}, boxes_);
   host_->AddObserver(watch_->record());
+  if (!options_.record_file.empty()) {
+    record_.emplace(Host::MakeAbsolutePath(options_.record_file), options_.record_file);
+    host_->AddObserver(*record_);
+  }
   if (watch_->logger() != nullptr) host_->UseLogger(*watch_->logger());
   SayThatNoStateIsKept(*state_, shown_name_);
 }
@@ -91,6 +97,7 @@ void FlowRun::ChangeState() {
 void FlowRun::Load() {
   SetActivity("while the workflow was loaded");
   KeepFilesOfRun(options_, plan_, *host_);
+  if (record_) record_->Begin({ORVFLOW_VERSION, ORVFLOW_PLATFORM, plan_.flow, plan_.continued});
   const Clock::time_point begin = Clock::now();
   LoadRun(options_, source_, plan_, *host_);
   load_time_ = Clock::now() - begin;
@@ -101,6 +108,19 @@ void FlowRun::Load() {
     std::printf("%s: continues from %s\n", Visible(plan_.name).c_str(), Visible(state_->shown_name()).c_str());
   }
   std::fflush(stdout);
+}
+
+// A run that cannot begin says so in its record, too.
+void FlowRun::LoadRecorded() {
+  try {
+    Load();
+  } catch (const ProgramError& error) {
+    if (record_) record_->End(static_cast<int>(error.code()));
+    throw;
+  } catch (const Host::HostError& error) {
+    if (record_) record_->End(static_cast<int>(CodeOf(error.kind())));
+    throw;
+  }
 }
 
 Host::RunSettings FlowRun::MakeSettings() {
@@ -118,7 +138,10 @@ Host::RunSettings FlowRun::MakeSettings() {
   };
   settings.checkpoint = options_.checkpoint;
   settings.checkpoint.expected_cost = load_time_;
-  settings.saved = [this] { watch_->NoteSave(); };
+  settings.saved = [this] {
+    watch_->NoteSave();
+    if (record_) record_->NoteSave();
+  };
   settings.finished = [this] {
     SetActivity("at the end of the run");
     write_directory_->EndRun();
@@ -134,14 +157,25 @@ Host::RunResult FlowRun::Run() {
   return RunUntilStopped(*host_, MakeSettings(), shown_name_, state_->CanBeWritten());
 }
 
+// False when the record lacks something, which is said then.
+bool FlowRun::EndRecord(ExitCode code) {
+  if (!record_) return true;
+  record_->End(static_cast<int>(code));
+  const std::string problem = record_->problem();
+  record_.reset();
+  if (!problem.empty()) PrintErrorLine(options_.record_file + ": the record ends before the run: " + problem);
+  return problem.empty();
+}
+
 ExitCode FlowRun::Finish(const Host::RunResult& result) {
   const ISignalMediator::Statistics statistics = host_->GetStatistics();
   const unsigned failures =
       std::max<unsigned>(statistics.failures, watch_->CountFailures()) + watch_->TellUntaken(host_->dictionary());
   boxes_.PrintRepeated();
-  const ExitCode code = ReportEnding({result, *host_, *state_, failures, shown_name_, options_.timeout});
+  ExitCode code = ReportEnding({result, *host_, *state_, failures, shown_name_, options_.timeout});
   write_directory_.reset();
   host_.reset();
+  if (!EndRecord(code) && code == ExitCode::Done) code = ExitCode::Failed;
   const std::string summary = Count(statistics.finished, "signal") + " delivered, " + Count(statistics.nodes, "node") +
                               " made, " + Count(failures, "failure") + ", " + Seconds(Clock::now() - start_);
   std::printf("%s: %s\n", Visible(plan_.name).c_str(), summary.c_str());

@@ -6,6 +6,7 @@
 
 #include "OrvWorkFlow/host/StateFile.h"
 #include "OrvWorkFlow/host/WorkflowHost.h"
+#include "journal/RunRecord.h"
 #include "orvflow/run/FlowSource.h"
 #include "orvflow/run/RunOptions.h"
 #include "orvflow/run/RunPlan.h"
@@ -36,9 +37,11 @@ class FlowRun {
   void MakeHost();
   void Prepare();
   void ChangeState();
+  void LoadRecorded();
   void Load();
   Host::RunSettings MakeSettings();
   Host::RunResult Run();
+  bool EndRecord(ExitCode code);
   ExitCode Finish(const Host::RunResult& result);
 
   const RunOptions& options_;
@@ -47,7 +50,8 @@ class FlowRun {
   const Watching watching_;
   const std::string& shown_name_;  // of the flow
   BoxPrinter boxes_;
-  std::optional<RunWatch> watch_;  // Made when nothing can be refused any more, and gone after the host.
+  std::optional<RunWatch> watch_;             // Made when nothing can be refused any more, and gone after the host.
+  std::optional<Journal::RunRecord> record_;  // So is this.
   const Clock::time_point start_ = Clock::now();
   std::optional<Host::StateFile> state_;  // This and what stands above is there to the host's end.
   std::optional<Host::WorkflowHost> host_;

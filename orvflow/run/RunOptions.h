@@ -23,6 +23,7 @@ struct RunOptions {
   std::vector<std::string> absorbs;
   std::string key_file;
   std::string log_file;
+  std::string record_file;
   std::string timeout;  // seconds, as they were given
   std::optional<std::chrono::duration<double>> time_limit;
   std::vector<std::string> plugin_directories;

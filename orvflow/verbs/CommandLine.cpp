@@ -108,6 +108,7 @@ ExitCode ExecuteCommandLine(std::vector<std::string> words) {
   std::vector<std::unique_ptr<Verb>> verbs;
   verbs.push_back(MakeRunVerb(program));
   verbs.push_back(MakeStatusVerb(program));
+  verbs.push_back(MakeHistoryVerb(program));
   verbs.push_back(MakeCheckVerb(program));
   verbs.push_back(MakeGraphVerb(program));
   verbs.push_back(MakeInspectVerb(program));

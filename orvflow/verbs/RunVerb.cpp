@@ -69,6 +69,11 @@ RunVerb::RunVerb(CLI::App& program)
       ->type_name("/PATH=VALUE")
       ->allow_extra_args(false);
   command()
+      .add_option("--record", options_.record_file,
+                  "Records what happens in the run, also when it is killed, behind what the file holds already; "
+                  "orvflow history shows it")
+      ->type_name("FILE");
+  command()
       .add_option("--timeout", options_.timeout, "Stops the workflow after so many seconds, exit code 1")
       ->type_name("S");
   command()
@@ -104,6 +109,9 @@ void RunVerb::ReadOptions() {
   if (options_.fresh && (options_.retry || options_.update)) {
     throw UsageError(std::string(options_.retry ? "--retry" : "--update") +
                      " continues a saved state, and --fresh removes it; give one of them");
+  }
+  if (!options_.record_file.empty() && !options_.key_file.empty()) {
+    throw UsageError("--record would write names and failures of an enciphered workflow in plain text; leave it out");
   }
   for (const std::string& text : settings_) options_.settings.push_back(ParseSetting(text));
 }

@@ -35,6 +35,7 @@ class Verb {
 std::unique_ptr<Verb> MakeRunVerb(CLI::App& program);
 std::unique_ptr<Verb> MakeCheckVerb(CLI::App& program);
 std::unique_ptr<Verb> MakeGraphVerb(CLI::App& program);
+std::unique_ptr<Verb> MakeHistoryVerb(CLI::App& program);
 std::unique_ptr<Verb> MakeInspectVerb(CLI::App& program);
 std::unique_ptr<Verb> MakeNewVerb(CLI::App& program);
 std::unique_ptr<Verb> MakeSchemaVerb(CLI::App& program);

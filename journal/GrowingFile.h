@@ -1,0 +1,54 @@
+// A file that grows at its end, and whose last part is memory: what was written there is in the file however the
+// process ends, without a call of the system.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace OrvWorkFlow::Journal {
+
+// One thread at a time. Other processes may read the file meanwhile; none may grow it.
+class GrowingFile {
+ public:
+  // Bytes that are memory at a time; a run on a 32-bit system has no address space to give away.
+  static constexpr std::size_t kWindow = std::size_t{1} << 20;
+
+  enum class Outcome {
+    Open,
+    InUse,    // another process grows it
+    Refused,  // by the system
+  };
+
+  // Makes the file when it is not there, for its owner alone to read. `path` is what MakeAbsolutePath gave.
+  explicit GrowingFile(const std::string& path);
+  GrowingFile(const GrowingFile&) = delete;
+  GrowingFile& operator=(const GrowingFile&) = delete;
+  ~GrowingFile();
+
+  Outcome outcome() const { return outcome_; }
+  // The system's, of the last operation that failed.
+  const std::string& reason() const { return reason_; }
+
+  // False with a reason when the system refuses. Not while a part of the file is memory.
+  bool GetSize(std::uint64_t* size);
+  bool CutAt(std::uint64_t size);
+
+  // The bytes from `offset` on as memory, `*room` of them, at least half a window; what was memory before is no longer.
+  // The file is made as long as that, with zeros, and the disk has room for it. Null with a reason when it has not.
+  unsigned char* Map(std::uint64_t offset, std::size_t* room);
+  void Unmap();
+
+ private:
+  struct System;  // What the platform keeps.
+
+  std::unique_ptr<System> system_;
+  Outcome outcome_ = Outcome::Refused;
+  std::string reason_;
+};
+
+// Whether a process grows the file now. False for one that is not there or cannot be looked at.
+bool IsGrowing(const std::string& path);
+
+}  // namespace OrvWorkFlow::Journal

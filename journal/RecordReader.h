@@ -1,0 +1,87 @@
+// Reads the record of runs, entry by entry, while it is written or afterwards.
+#pragma once
+
+#include <cstdint>
+#include <fstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "OrvWorkFlow/IRunObserver.h"
+#include "journal/RecordFormat.h"
+
+namespace OrvWorkFlow::Journal {
+
+// A signal's way; of what nothing takes the receiver is empty.
+struct Route {
+  std::string sender_type;
+  std::string sender_instance;
+  std::string sender_signal;
+  std::string receiver_type;
+  std::string receiver_instance;
+  std::string receiver_signal;
+};
+
+// An entry. Members that its kind does not have are 0 and empty.
+struct Event {
+  Kind kind = Kind::RunBegun;
+  std::uint64_t time = 0;    // nanoseconds since the run began; of RunBegun since 1970
+  std::uint64_t number = 0;  // of the signal, see IRunObserver.h
+  std::uint64_t cause = 0;
+  std::uint64_t count = 0;  // of signals dropped; of mappings reached
+  const Route* route = nullptr;
+  bool is_marked = false;  // restored; has a key for its mappings; has a text; continued
+  IRunObserver::Outcome outcome = IRunObserver::Outcome::Accepted;
+  IRunObserver::LossReason loss = IRunObserver::LossReason::NoMemory;
+  int exit_code = 0;
+  std::string text;               // of a failure, of a mapping
+  std::string type, instance;     // of a node
+  std::string path;               // of a mapping; the flow's file
+  std::string program, platform;  // of a run
+};
+
+// What it reads may be anything: an entry is whole and of the chain, or there is none. One thread.
+class RecordReader {
+ public:
+  enum class State {
+    Reading,
+    AtEnd,       // of all that is there; more may be read when more is written
+    Damaged,     // something else follows
+    Unreadable,  // the file cannot be read, or is no record
+  };
+
+  explicit RecordReader(const std::string& path);
+
+  // False at the end, and when no more can be read. `event`'s route is valid until the next run in the record begins.
+  bool Next(Event* event);
+
+  State state() const { return state_; }
+  // What is wrong, for a user.
+  const std::string& problem() const { return problem_; }
+  // Behind the last whole entry, and the checksum there.
+  std::uint64_t offset() const { return offset_; }
+  std::uint64_t chain() const { return chain_; }
+
+ private:
+  bool Fill(std::size_t wanted);
+  bool ReadHead();
+  bool Stop(State state, const std::string& problem);
+  bool StopAtGap();
+  bool IsZeroBehind(std::uint64_t begin);
+  bool Decode(std::string_view record, Event* event);
+  const Route* RouteAt(std::uint64_t number) const;
+
+  std::ifstream file_;
+  std::string buffer_;     // of the file from buffer_begin_
+  std::size_t taken_ = 0;  // of the buffer
+  std::uint64_t offset_ = 0;
+  std::uint64_t chain_ = 0;
+  std::uint64_t time_ = 0;
+  SignalNumbers numbers_;
+  std::vector<Route> routes_;
+  State state_ = State::Reading;
+  bool has_head_ = false;
+  std::string problem_;
+};
+
+}  // namespace OrvWorkFlow::Journal

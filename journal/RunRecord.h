@@ -1,0 +1,86 @@
+// The record of a run: what happens in it, in its order, in a file that loses nothing when the process is killed.
+#pragma once
+
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+#include "OrvWorkFlow/host/RunObserver.h"
+#include "journal/GrowingFile.h"
+#include "journal/RecordFormat.h"
+
+namespace OrvWorkFlow::Journal {
+
+// What the head of a run says.
+struct RunNote {
+  std::string program;   // its version
+  std::string platform;  // "linux", "windows"
+  std::string flow;      // the workflow's file, by its whole path
+  bool continued = false;
+};
+
+// Registered with the host as an observer; outlives the run. Each operation costs some hundred nanoseconds at most and
+// calls nothing of the system but once a megabyte. Where the disk has no more room the record ends, and the run does
+// not: `problem` says so. Level of durability: what was told is in the file when the process dies, however; not
+// promised when the machine does.
+class RunRecord final : public Host::RunObserver {
+ public:
+  // Opens the file, or makes it. One that holds the record of earlier runs is continued behind its last whole entry.
+  // `path` is what MakeAbsolutePath gave. Throws HostError: InUse when another process writes it, Damaged when it is
+  // something else, Failed when the system refuses.
+  RunRecord(const std::string& path, const std::string& shown_name);
+  ~RunRecord();
+
+  // Before anything is told.
+  void Begin(const RunNote& note);
+  // The state was saved. Any thread.
+  void NoteSave();
+  // The last entry; nothing is recorded after it.
+  void End(int exit_code);
+
+  // Why, and after which moment, nothing was recorded any more; "" when all was. Any thread.
+  std::string problem() const;
+
+  void SignalQueued(const QueuedSignal& signal) override;
+  void SignalsDropped(std::uint64_t first, std::uint64_t count) override;
+  void SignalIgnored(const IgnoredSignal& signal) override;
+  void MappingNotRead(const UnreadMapping& mapping) override;
+  void SignalLost(const LostSignal& signal) override;
+  void DeliveryBegun(const Delivery& delivery) override;
+  void DeliveryEnded(const Delivery& delivery, Outcome outcome, const char* text) override;
+  void RebootSignalFired(std::uint64_t number, const Receiver& receiver) override;
+  void NodeMade(const char* type, const char* instance) override;
+
+ private:
+  using Clock = std::chrono::steady_clock;
+
+  void Continue(const std::string& path, const std::string& shown_name, std::uint64_t size);
+  bool MakeRoom();
+  // All that is recorded goes through here: one at a time, and no exception gets out.
+  template <class Entries>
+  void Record(const Entries& entries) noexcept;
+  template <class Values>
+  void Append(Kind kind, const Values& values);
+  std::uint64_t TimePassed();
+  std::uint32_t RouteOf(const Sender& sender, const Receiver& receiver);
+
+  mutable std::mutex mutex_;  // A leaf; guards all.
+  GrowingFile file_;
+  std::uint64_t offset_ = 0;  // of what follows in the file
+  unsigned char* at_ = nullptr;
+  std::size_t room_ = 0;
+  std::uint64_t chain_ = 0;
+  Clock::time_point last_ = Clock::now();
+  SignalNumbers numbers_;
+  std::string route_;  // The key that is looked up; kept for its memory.
+  std::unordered_map<std::string, std::uint32_t> routes_;
+  bool is_on_ = false;
+  const char* problem_ = nullptr;  // a literal; what the system says is the file's reason
+};
+
+}  // namespace OrvWorkFlow::Journal
