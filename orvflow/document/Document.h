@@ -65,7 +65,7 @@ class Document {
   };
   struct KeyHash {
     std::size_t operator()(const Key& key) const {
-      return std::hash<std::string>()(key.name) ^ (key.parent * 0x9E3779B97F4A7C15u);
+      return std::hash<std::string>()(key.name) ^ static_cast<std::size_t>(key.parent * 0x9E3779B97F4A7C15ull);
     }
   };
 
