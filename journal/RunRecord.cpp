@@ -182,7 +182,7 @@ void RunRecord::SignalQueued(const QueuedSignal& signal) {
   Record([&] {
     const std::uint32_t route = RouteOf(signal.sender, signal.receiver);
     Append(Kind::SignalQueued, [&](Encoder& values) {
-      values.Number(TimePassed());
+      values.Number(0);  // At the moment of the entry before, near enough: asking for the time takes a third of it all.
       values.Number(numbers_.Encode(signal.number));
       values.Number(Rotated(signal.cause));
       values.Number((std::uint64_t{route} << 1) | (signal.restored ? 1 : 0));

@@ -12,7 +12,7 @@ namespace signals_bench {
 // Counts down the deliveries of one run, on the receiving thread; the firing thread waits for the last.
 class Countdown {
  public:
-  void Start(long deliveries) { left_.store(deliveries, std::memory_order_relaxed); }
+  void Start(long count) { left_.store(count, std::memory_order_relaxed); }
   // True while deliveries are left. The last one must not touch anything of the run afterwards.
   bool Next() {
     if (left_.fetch_sub(1, std::memory_order_acq_rel) > 1) return true;
