@@ -120,7 +120,8 @@ void RandomDictionary::Change(Entry& root, unsigned changes) {
     } else if (kind == 1 && at != &root) {
       at->attributes["note"] = std::to_string(Below(3));
     } else if (kind == 2 && !at->entries.empty()) {
-      at->entries.erase(at->entries.begin() + Below(static_cast<unsigned>(at->entries.size())));
+      at->entries.erase(at->entries.begin() +
+                        static_cast<std::ptrdiff_t>(Below(static_cast<unsigned>(at->entries.size()))));
     } else {
       const std::string name = kNames[Below(std::size(kNames))];
       const auto place =
