@@ -132,6 +132,32 @@ TEST_F(CheckTest, FlowsThatAreTakenInAreCheckedTogether) {
   EXPECT_GT(count, 10u);
 }
 
+TEST_F(CheckTest, ARunJudgesFlowsTogetherAsACheckDoes) {
+  for (const auto& entry : fs::directory_iterator(Cases() / "together")) {
+    if (entry.path().extension() != ".expected") continue;
+    const std::string name = entry.path().stem().string();
+    Arguments arguments = {File(name + ".xml")};
+    fs::copy_file(Cases() / "together" / (name + ".xml"), arguments.back());
+    for (const char* role : {".guest.xml", ".guest2.xml"}) {
+      const fs::path guest = Cases() / "together" / (name + role);
+      if (!fs::exists(guest)) continue;
+      arguments.insert(arguments.end(), {"--absorb", File(name + role)});
+      fs::copy_file(guest, arguments.back());
+    }
+    Arguments check = {"check"};
+    check.insert(check.end(), arguments.begin(), arguments.end());
+    const bool passes = Run(check).exit_code == 0;
+    Arguments run = {"run", "--timeout", "2"};  // One goes round for ever.
+    run.insert(run.end(), arguments.begin(), arguments.end());
+    const ProcessResult judged = Run(run);
+    EXPECT_EQ(judged.exit_code == 4 || judged.exit_code == 5, !passes) << name << ": " << judged.error;
+    if (passes) continue;
+    run.insert(run.end(), {"--fresh", "--force"});
+    const ProcessResult forced = Run(run);
+    EXPECT_NE(forced.exit_code, 0) << name << ": " << forced.output;
+  }
+}
+
 // What is wrong with the text of a file: "LINE:COLUMN: ... severity: what".
 TEST_F(CheckTest, DoubtfulTextIsFoundWhereItStands) {
   std::size_t count = 0;
