@@ -1,5 +1,5 @@
 // Random mistakes in the examples: what a check calls an error fails or does nothing in a run that is forced, and what
-// it lets pass fails for no reason that it should have known. ORV_TEST_FLOW_MUTANTS makes more of them.
+// it lets pass fails for no reason that it should have known. ORVFLOW_FLOW_MUTANTS makes more of them.
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
@@ -16,7 +16,7 @@ using Json = nlohmann::json;
 namespace fs = std::filesystem;
 
 int HowMany() {
-  const char* const text = std::getenv("ORV_TEST_FLOW_MUTANTS");
+  const char* const text = std::getenv("ORVFLOW_FLOW_MUTANTS");
   return text == nullptr ? 60 : std::atoi(text);
 }
 
