@@ -109,6 +109,7 @@ ExitCode ExecuteCommandLine(std::vector<std::string> words) {
   verbs.push_back(MakeRunVerb(program));
   verbs.push_back(MakeStatusVerb(program));
   verbs.push_back(MakeHistoryVerb(program));
+  verbs.push_back(MakeWhyVerb(program));
   verbs.push_back(MakeCheckVerb(program));
   verbs.push_back(MakeGraphVerb(program));
   verbs.push_back(MakeInspectVerb(program));

@@ -3,10 +3,10 @@
 #include <optional>
 #include <thread>
 
-#include "host/files/HostFiles.h"
 #include "journal/DeliveryHistory.h"
 #include "journal/GrowingFile.h"
 #include "orvflow/history/HistoryOutput.h"
+#include "orvflow/history/RecordFile.h"
 #include "orvflow/terminal/StandardStreams.h"
 #include "orvflow/verbs/Verb.h"
 
@@ -67,21 +67,14 @@ HistoryVerb::HistoryVerb(CLI::App& program)
 
 ExitCode HistoryVerb::Execute() {
   if (file_.empty()) throw UsageError("no record given");
-  path_ = Host::MakeAbsolutePath(file_);
-  const Host::FileLook look = Host::LookAtFile(path_);
-  if (look.kind == Host::FileKind::Missing) throw FileError(ExitCode::Failed, file_, "", "no such file");
-  if (look.kind != Host::FileKind::Readable) {
-    throw FileError(ExitCode::Failed, file_, "",
-                    look.kind == Host::FileKind::Folder ? "a folder, not a record" : "cannot be read: " + look.reason);
-  }
-  RecordReader reader(path_);
-  Journal::Event event;
-  while (reader.Next(&event)) Take(event);
-  if (follows_ && reader.state() == RecordReader::State::AtEnd) Follow(reader);
+  RecordFile record(file_);
+  path_ = record.path();
+  record.ReadAll([this](const Journal::Event& event) { Take(event); });
+  if (follows_ && record.reader().state() == RecordReader::State::AtEnd) Follow(record.reader());
   EndRun();
   PrintAll();
-  if (reader.state() == RecordReader::State::AtEnd) return ExitCode::Done;
-  throw FileError(ExitCode::DictionaryDamaged, file_, "", reader.problem());
+  record.ThrowIfDamaged();
+  return ExitCode::Done;
 }
 
 bool HistoryVerb::IsWanted(const Journal::Delivery& delivery) const {

@@ -1,0 +1,35 @@
+#include "orvflow/history/RecordFile.h"
+
+#include "host/files/HostFiles.h"
+#include "orvflow/terminal/Terminal.h"
+
+namespace OrvWorkFlow::Program {
+
+namespace {
+
+std::string PathOf(const std::string& file) {
+  std::string path = Host::MakeAbsolutePath(file);
+  const Host::FileLook look = Host::LookAtFile(path);
+  if (look.kind == Host::FileKind::Missing) throw FileError(ExitCode::Failed, file, "", "no such file");
+  if (look.kind == Host::FileKind::Folder) throw FileError(ExitCode::Failed, file, "", "a folder, not a record");
+  if (look.kind == Host::FileKind::Unreadable) {
+    throw FileError(ExitCode::Failed, file, "", "cannot be read: " + look.reason);
+  }
+  return path;
+}
+
+}  // namespace
+
+RecordFile::RecordFile(const std::string& file) : file_(file), path_(PathOf(file)), reader_(path_) {}
+
+void RecordFile::ReadAll(const std::function<void(const Journal::Event&)>& take) {
+  Journal::Event event;
+  while (reader_.Next(&event)) take(event);
+}
+
+void RecordFile::ThrowIfDamaged() const {
+  if (reader_.state() == Journal::RecordReader::State::AtEnd) return;
+  throw FileError(ExitCode::DictionaryDamaged, file_, "", reader_.problem());
+}
+
+}  // namespace OrvWorkFlow::Program
