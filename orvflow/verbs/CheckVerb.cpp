@@ -115,6 +115,10 @@ CheckVerb::CheckVerb(CLI::App& program)
 ExitCode CheckVerb::Execute() {
   if (flows_.empty()) throw UsageError("no workflow file given");
   if (proves_ && sarif_) throw UsageError("--sarif has no place for what --prove says; take --json");
+  const bool is_file = flows_.size() == 1 && !IsStandardStream(flows_[0]);
+  if (proves_ && !absorbs_.empty() && !is_file) {
+    throw UsageError("--prove takes what is absorbed together with one workflow, which has to be a file");
+  }
   if (json_ && sarif_) throw UsageError("--json and --sarif are two forms of one output; give one of them");
   if (std::count(flows_.begin(), flows_.end(), "-") > 1) throw UsageError("standard input can be read once only");
   std::optional<KeyFile> key;
@@ -178,7 +182,8 @@ FileFindings CheckVerb::Check(const std::string& flow, FlowUse use, const char* 
     file.findings.push_back({std::move(finding), place});
   }
   const bool has_errors = Count({file}).errors > 0;
-  if (proves_ && !use.is_guest && !has_errors) file.proof = ProveFlow(*dictionary, use);
+  const bool is_whole = absorbs_.empty() || !use.beside.empty();  // All could be read.
+  if (proves_ && is_whole && !use.is_guest && !has_errors) file.proof = ProveFlow(*dictionary, use);
   std::stable_sort(file.findings.begin(), file.findings.end(), [](const PlacedFinding& a, const PlacedFinding& b) {
     return a.place.line != b.place.line ? a.place.line < b.place.line : a.place.column < b.place.column;
   });

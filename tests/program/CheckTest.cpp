@@ -305,6 +305,11 @@ TEST_F(CheckTest, WhatIsNotKnownOrWrongIsNotProved) {
   EXPECT_EQ(broken.exit_code, 3);
   EXPECT_EQ(broken.output.find("proved"), std::string::npos);
   EXPECT_EQ(Run({"check", "--prove", "--sarif", "x.xml"}).exit_code, 2);
+  EXPECT_EQ(Run({"check", "--prove", "--absorb", "x.xml", "y.xml", "z.xml"}).exit_code, 2);
+  const std::string whole = (Cases() / "whole.xml").string();
+  const ProcessResult missing = Run({"check", "--prove", "--absorb", File("none.xml"), whole});
+  EXPECT_EQ(missing.exit_code, 1);
+  EXPECT_EQ(missing.output, "");
 }
 
 // What no terminal should be given stands escaped in lines, and any bytes make JSON.
