@@ -62,19 +62,29 @@ Runs a workflow that a dictionary file describes, stops it when asked and
 goes on where it was: with ready-made nodes that copy, verify and report,
 and tools for dictionary files.")
 
-  find_program(ORVFLOW_HELP2MAN help2man)
-  if(ORVFLOW_HELP2MAN)
-    set(orv_page ${PROJECT_BINARY_DIR}/package/orvflow.1)
-    add_custom_command(OUTPUT ${orv_page}.gz DEPENDS orvflow
-      COMMAND ${ORVFLOW_HELP2MAN} --no-info --output=${orv_page} --name "runs workflows of plug-in nodes" $<TARGET_FILE:orvflow>
-      COMMAND gzip -9nf ${orv_page})
-    add_custom_target(orvflow_manual DEPENDS ${orv_page}.gz)
-    add_dependencies(packaged orvflow_manual)
-    install(FILES ${orv_page}.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT program)
-  endif()
+  # Manual pages and completions, by what the program says of itself.
+  find_program(ORVFLOW_GZIP gzip REQUIRED)
+  set(orv_pages ${PROJECT_BINARY_DIR}/package/man1)
+  set(orv_completions ${PROJECT_BINARY_DIR}/package/completions)
+  set(orv_texts_made ${PROJECT_BINARY_DIR}/package/texts-made)
+  add_custom_command(OUTPUT ${orv_texts_made} DEPENDS orvflow
+    COMMAND ${CMAKE_COMMAND} -E rm -rf ${orv_pages} ${orv_completions}
+    COMMAND ${CMAKE_COMMAND} -E make_directory ${orv_pages} ${orv_completions}
+    COMMAND orvflow manual --into ${orv_pages}
+    COMMAND ${ORVFLOW_GZIP} -9nfr ${orv_pages}
+    COMMAND orvflow completion bash > ${orv_completions}/orvflow
+    COMMAND orvflow completion zsh > ${orv_completions}/_orvflow
+    COMMAND orvflow completion fish > ${orv_completions}/orvflow.fish
+    COMMAND ${CMAKE_COMMAND} -E touch ${orv_texts_made})
+  add_custom_target(orvflow_manual ALL DEPENDS ${orv_texts_made})
+  add_dependencies(packaged orvflow_manual)
+  install(DIRECTORY ${orv_pages}/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT program)
+  install(FILES ${orv_completions}/orvflow DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT program)
+  install(FILES ${orv_completions}/_orvflow DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions COMPONENT program)
+  install(FILES ${orv_completions}/orvflow.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d
+    COMPONENT program)
 
   # What Debian wants to find beside the files of each package.
-  find_program(ORVFLOW_GZIP gzip REQUIRED)
   string(TIMESTAMP orv_date "%a, %d %b %Y %H:%M:%S +0000" UTC)
   foreach(component library development program)
     string(TOUPPER ${component} upper)

@@ -25,6 +25,12 @@ const char* WordFor(Severity severity) {
   return "note";
 }
 
+std::string Painted(Severity severity, const Colours& colours) {
+  const char* const word = WordFor(severity);
+  if (severity == Severity::Error) return colours.Red(word);
+  return severity == Severity::Warning ? colours.Yellow(word) : word;
+}
+
 const char* RuleOf(const Flow::Finding& finding) { return finding.area == Flow::Area::Plugins ? "plugin" : "wiring"; }
 
 std::string TextOf(const Flow::Finding& finding) {
@@ -82,7 +88,7 @@ FindingCounts Count(const std::vector<FileFindings>& files) {
   return counts;
 }
 
-std::string FindingsAsText(const std::vector<FileFindings>& files) {
+std::string FindingsAsText(const std::vector<FileFindings>& files, const Colours& colours) {
   std::string text;
   for (const FileFindings& file : files) {
     for (const auto& [finding, place] : file.findings) {
@@ -90,7 +96,7 @@ std::string FindingsAsText(const std::vector<FileFindings>& files) {
       if (place.line > 0) line += ":" + std::to_string(place.line) + ":" + std::to_string(place.column);
       line += ": ";
       if (!finding.path.empty()) line += finding.path + ": ";
-      text += Visible(line + WordFor(finding.severity) + ": " + TextOf(finding)) + "\n";
+      text += Visible(line) + Painted(finding.severity, colours) + Visible(": " + TextOf(finding)) + "\n";
     }
   }
   if (!text.empty()) {

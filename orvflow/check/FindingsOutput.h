@@ -8,6 +8,7 @@
 #include "flow/Finding.h"
 #include "flow/Proof.h"
 #include "flow/SourcePlaces.h"
+#include "orvflow/terminal/Colours.h"
 
 namespace OrvWorkFlow::Program {
 
@@ -32,7 +33,7 @@ FindingCounts Count(const std::vector<FileFindings>& files);
 
 // "FILE:LINE:COLUMN: /Path: severity: what; what to do", a line each, and a line that counts; "" for none.
 // Then what is proved.
-std::string FindingsAsText(const std::vector<FileFindings>& files);
+std::string FindingsAsText(const std::vector<FileFindings>& files, const Colours& colours);
 // docs/findings.schema.json.
 std::string FindingsAsJson(const std::vector<FileFindings>& files);
 // SARIF 2.1.0.

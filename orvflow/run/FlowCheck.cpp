@@ -35,7 +35,8 @@ Flow::Findings Of(const Flow::Findings& findings, Flow::Severity severity) {
 
 void PrintFindings(const Flow::Findings& findings, const std::string& shown_name) {
   for (std::size_t i = 0; i < std::min(findings.size(), kMostLines); ++i) {
-    PrintErrorLine(FileError(ExitCode::Failed, shown_name, findings[i].path, TextOf(findings[i])).what());
+    const LineTone tone = findings[i].severity == Flow::Severity::Error ? LineTone::Error : LineTone::Warning;
+    PrintFindingLine(FileError(ExitCode::Failed, shown_name, findings[i].path, TextOf(findings[i])).what(), tone);
   }
   if (findings.size() > kMostLines) {
     PrintErrorLine(shown_name + ": and " + std::to_string(findings.size() - kMostLines) + " more of these");

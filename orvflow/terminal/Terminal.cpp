@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "orvflow/terminal/Colours.h"
 #include "orvflow/terminal/LastResort.h"
 #include "orvflow/terminal/StatusLine.h"
 
@@ -72,7 +73,10 @@ ProgramError FileError(ExitCode code, std::string_view file, std::string_view di
   return ProgramError(code, line);
 }
 
-void PrintErrorLine(std::string_view line) {
+namespace {
+
+// On one line, as a terminal may show it.
+std::string OneLine(std::string_view line) {
   std::string text;
   bool break_pending = false;
   for (const char character : line) {
@@ -84,7 +88,17 @@ void PrintErrorLine(std::string_view line) {
     break_pending = false;
     text.push_back(character);
   }
-  WriteErrorText("orvflow: " + Visible(text) + "\n");
+  return Visible(text);
+}
+
+}  // namespace
+
+void PrintErrorLine(std::string_view line) { WriteErrorText("orvflow: " + OneLine(line) + "\n"); }
+
+void PrintFindingLine(std::string_view line, LineTone tone) {
+  const Colours colours = Colours::ForErrors(ColourUse::Auto);
+  const std::string name = tone == LineTone::Error ? colours.Red("orvflow:") : colours.Yellow("orvflow:");
+  WriteErrorText(name + " " + OneLine(line) + "\n");
 }
 
 void SetActivity(const char* words) { activity = words; }

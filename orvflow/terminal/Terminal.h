@@ -41,6 +41,9 @@ std::string Visible(std::string_view text);
 // Writes "orvflow: LINE" to standard error. Line breaks within become blanks; what else is no text for a terminal is
 // shown as Visible does. Any thread.
 void PrintErrorLine(std::string_view line);
+// The same with the program's name in a colour where the terminal shows colours and NO_COLOR does not forbid them.
+enum class LineTone { Warning, Error };
+void PrintFindingLine(std::string_view line, LineTone tone);
 
 // What the program is about, for PrintOutOfMemory: "while ..." A literal.
 void SetActivity(const char* words);

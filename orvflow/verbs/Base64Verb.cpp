@@ -17,7 +17,8 @@ class Base64Verb final : public Verb {
         "White space in base64 does not count, and the \"=\" at its end may be missing.\n"
         "\n"
         "Example:\n"
-        "  orvflow base64 encode < picture.png");
+        "  orvflow base64 encode < picture.png\n"
+        "  orvflow base64 decode < picture.txt > picture.png");
   }
 
   ExitCode Execute() override {

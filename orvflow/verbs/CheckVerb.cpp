@@ -14,6 +14,7 @@
 #include "orvflow/files/KeyFile.h"
 #include "orvflow/run/FlowCheck.h"
 #include "orvflow/run/FlowSource.h"
+#include "orvflow/terminal/Colours.h"
 #include "orvflow/terminal/HostErrors.h"
 #include "orvflow/terminal/StandardStreams.h"
 #include "orvflow/verbs/Verb.h"
@@ -81,6 +82,7 @@ class CheckVerb final : public Verb {
   bool proves_ = false;
   bool json_ = false;
   bool sarif_ = false;
+  ColourUse colour_use_ = ColourUse::Auto;
 };
 
 CheckVerb::CheckVerb(CLI::App& program)
@@ -101,11 +103,13 @@ CheckVerb::CheckVerb(CLI::App& program)
       "nodes are reached, circles end, the queue is never longer than some number");
   command().add_flag("--json", json_, "Prints the findings as JSON (docs/findings.schema.json)");
   command().add_flag("--sarif", sarif_, "Prints them as SARIF, for code hosts");
+  AddColourOption(command(), colour_use_);
   command().footer(
       "A line for each finding: FILE:LINE:COLUMN: /Dictionary/Path: severity: what; what to do.\n"
       "Exit codes: 0 no errors, 3 errors or not all is proved, 1 a file cannot be read, 2 usage,\n"
       "5 a file cannot be deciphered, 7 a file is in use.\n"
       "\n"
+      "Example:\n"
       "  orvflow check flow.xml\n"
       "  orvflow check --absorb guest.xml flow.xml\n"
       "  orvflow check --prove flow.xml\n"
@@ -144,7 +148,9 @@ ExitCode CheckVerb::Execute() {
   for (std::size_t i = 0; i < absorbs_.size(); ++i) {
     check(absorbs_[i], {.is_guest = true, .beside = Flow::WithoutOne(company_, i + 1)});
   }
-  WriteStandardOutput(json_ ? FindingsAsJson(files) : sarif_ ? FindingsAsSarif(files) : FindingsAsText(files));
+  WriteStandardOutput(json_    ? FindingsAsJson(files)
+                      : sarif_ ? FindingsAsSarif(files)
+                               : FindingsAsText(files, Colours::ForOutput(colour_use_)));
   if (code != ExitCode::Done) return code;
   const bool fails = std::any_of(files.begin(), files.end(),
                                  [](const FileFindings& file) { return file.proof && !file.proof->Holds(); });

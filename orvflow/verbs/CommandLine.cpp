@@ -104,7 +104,12 @@ ExitCode ExecuteCommandLine(std::vector<std::string> words) {
       "Exit codes: 0 done, 1 failed or not found, 2 usage, 3 check found errors,\n"
       "4 a plug-in is missing or broken,\n"
       "5 a file is no workflow or a saved state is damaged, 6 stopped with its state saved,\n"
-      "7 a file is in use by another process, 130 and 143 stopped without.");
+      "7 a file is in use by another process, 130 and 143 stopped without.\n"
+      "\n"
+      "Example:\n"
+      "  orvflow check flow.xml\n"
+      "  orvflow run flow.xml\n"
+      "  orvflow run --help");
   std::vector<std::unique_ptr<Verb>> verbs;
   verbs.push_back(MakeRunVerb(program));
   verbs.push_back(MakeStatusVerb(program));
@@ -124,6 +129,8 @@ ExitCode ExecuteCommandLine(std::vector<std::string> words) {
   verbs.push_back(MakeEncryptVerb(program));
   verbs.push_back(MakeDecryptVerb(program));
   verbs.push_back(MakeBase64Verb(program));
+  verbs.push_back(MakeCompletionVerb(program));
+  verbs.push_back(MakeManualVerb(program));
   for (const auto& verb : verbs) {
     verb->command().allow_extras();
     UnmarkArguments(verb->command());

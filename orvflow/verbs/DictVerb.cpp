@@ -8,10 +8,12 @@
 #include "OrvWorkFlow/sdk/MarshalledHolder.h"
 #include "base/text/Suggestion.h"
 #include "host/files/HostFiles.h"
+#include "nlohmann/json.hpp"
 #include "orvflow/files/DictionaryText.h"
 #include "orvflow/files/FileLoading.h"
 #include "orvflow/files/KeyFile.h"
 #include "orvflow/files/SaveLeftovers.h"
+#include "orvflow/shell/CommandDescription.h"
 #include "orvflow/terminal/StandardStreams.h"
 #include "orvflow/verbs/Verb.h"
 
@@ -60,6 +62,8 @@ class DictVerb final : public Verb {
   // False for a file that is to be made.
   bool Load(bool makes_file);
   void Save();
+  // What an action found, as JSON.
+  void WriteJson(const char* name, nlohmann::ordered_json value) const;
   std::string Path() const;
   std::string ShownName() const;
   void TellWhatASaveChanges(bool is_allowed) const;
@@ -77,6 +81,7 @@ class DictVerb final : public Verb {
   std::vector<std::string> words_;
   std::string key_file_;
   bool force_ = false;
+  bool json_ = false;
   std::string file_;                    // as the user named it; "-" for the standard streams
   std::vector<std::string> arguments_;  // behind the file
   IDictionary* dictionary_ = nullptr;   // while the host is there
@@ -90,9 +95,15 @@ const DictVerb::Action DictVerb::kActions[] = {
 };
 
 DictVerb::DictVerb(CLI::App& program) : Verb(program, "dict", "Reads and edits a dictionary file") {
-  command().add_option("ACTION", words_, "One of those below, with its arguments")->type_name("FILE [PATH] ...");
+  CLI::Option* const words = command().add_option("ACTION", words_, "One of those below, with its arguments");
+  words->type_name("FILE [PATH] ...");
+  std::vector<std::string> actions;
+  for (const Action& action : kActions) actions.emplace_back(action.name);
+  using Kind = WordKind::Kind;
+  DeclareWords(words, {WordKind::OneOf(actions), {Kind::Files, {}}, {Kind::EntryPaths, {}}, {}});
   AddKeyFileOption(command(), key_file_);
   command().add_flag("--force", force_, "Drops comments when saving; removes all that is in the file");
+  command().add_flag("--json", json_, "get, type, list and paths print JSON (docs/dict.schema.json)");
   command().footer(
       "Actions:\n"
       "  get FILE [PATH]                  the value; a list one item a line. Exit 1 where there is none\n"
@@ -112,7 +123,12 @@ DictVerb::DictVerb(CLI::App& program) : Verb(program, "dict", "Reads and edits a
       "\n"
       "Example:\n"
       "  orvflow dict set flow.xml /WorkFlowEngine/Retries int -1\n"
-      "  orvflow dict get flow.xml /WorkFlowEngine/Retries");
+      "  orvflow dict get flow.xml /WorkFlowEngine/Retries\n"
+      "  orvflow dict type flow.xml /WorkFlowEngine/Retries\n"
+      "  orvflow dict list flow.xml /WorkFlowEngine --json\n"
+      "  orvflow dict paths flow.xml\n"
+      "  orvflow dict remove flow.xml /WorkFlowEngine/Retries\n"
+      "  orvflow dict format - < flow.xml");
 }
 
 const DictVerb::Action& DictVerb::FindAction() const {
@@ -133,6 +149,7 @@ ExitCode DictVerb::Execute() {
   if (arguments_.size() > action.most_arguments) {
     throw UsageError(words_.front() + ": one argument too many: " + arguments_[action.most_arguments]);
   }
+  if (json_ && (action.saves || action.makes_file)) throw UsageError("--json is for get, type, list and paths");
   if (file_ == "-" && !key_file_.empty()) throw UsageError("--key-file is for files, not for standard input");
   const std::unique_ptr<Host::WorkflowHost> host = std::make_unique<Host::WorkflowHost>();
   const Host::WorkflowHost::OwnedDictionary dictionary = host->MakeDictionary();
@@ -199,10 +216,28 @@ void DictVerb::Save() {
 void DictVerb::Get() {
   const std::optional<std::string> value = ReadValue(*dictionary_, Path());
   if (!value) throw Error(ExitCode::Failed, dictionary_->Exists(Path().c_str()) ? "no value" : "no such entry");
+  if (json_) {
+    const Sdk::TextListHolder texts;
+    if (!dictionary_->GetValueTexts(Path().c_str(), texts.get())) throw std::bad_alloc();
+    return WriteJson("texts", texts.Texts());
+  }
   WriteStandardOutput(*value);
 }
 
-void DictVerb::Type() { WriteStandardOutput(std::string(TagOfType(dictionary_->GetValueType(Path().c_str()))) + '\n'); }
+void DictVerb::Type() {
+  if (json_) return WriteJson("exists", dictionary_->Exists(Path().c_str()));
+  WriteStandardOutput(std::string(TagOfType(dictionary_->GetValueType(Path().c_str()))) + '\n');
+}
+
+void DictVerb::WriteJson(const char* name, nlohmann::ordered_json value) const {
+  using Json = nlohmann::ordered_json;
+  const std::string path = Path();
+  const Json json = {{"version", 1},
+                     {"path", path.empty() ? "/" : path},
+                     {"type", TagOfType(dictionary_->GetValueType(path.c_str()))},
+                     {name, std::move(value)}};
+  WriteStandardOutput(json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
+}
 
 void DictVerb::Set() {
   if (arguments_.size() < 2) throw UsageError("set: PATH, TAG and values are needed");
@@ -238,6 +273,7 @@ std::string DictVerb::FindBadName() const {
 void DictVerb::List() {
   const Sdk::TextListHolder names;
   if (!dictionary_->GetEntries(Path().c_str(), names.get())) throw Error(ExitCode::Failed, "no such entry");
+  if (json_) return WriteJson("entries", names.Texts());
   WriteStandardOutput(Lines(names.Texts()));
 }
 
@@ -246,6 +282,7 @@ void DictVerb::Paths() {
   if (!dictionary_->EnumeratePaths(Path().c_str(), paths.get())) throw Error(ExitCode::Failed, "no such entry");
   std::vector<std::string> texts = paths.Texts();
   if (texts.front().empty()) texts.front() = "/";
+  if (json_) return WriteJson("paths", texts);
   WriteStandardOutput(Lines(texts));
 }
 

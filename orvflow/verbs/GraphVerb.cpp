@@ -68,6 +68,7 @@ GraphVerb::GraphVerb(CLI::App& program) : Verb(program, "graph", "Draws the wiri
       ->type_name("DIR")
       ->allow_extra_args(false);
   command().footer(
+      "Example:\n"
       "  orvflow graph flow.xml -o flow.html\n"
       "  orvflow graph flow.xml -o flow.svg\n"
       "  orvflow graph flow.xml --diff flow-before.xml -o changes.svg\n"

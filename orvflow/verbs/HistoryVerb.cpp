@@ -61,6 +61,7 @@ HistoryVerb::HistoryVerb(CLI::App& program)
   command().add_flag("--follow", follows_, "Goes on while a run is recorded, until it ends");
   command().add_flag("--json", as_json_, "A JSON object a line; docs/history.schema.json describes them");
   command().footer(
+      "Example:\n"
       "  orvflow run flow.xml --record flow.record\n"
       "  orvflow history flow.record --failed");
 }

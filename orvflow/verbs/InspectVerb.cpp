@@ -38,6 +38,7 @@ InspectVerb::InspectVerb(CLI::App& program)
       "Each library is loaded in a child process first: one that crashes, ends the process or hangs is reported.\n"
       "Exit codes: 0 done, 4 a library is missing or broken.\n"
       "\n"
+      "Example:\n"
       "  orvflow inspect\n"
       "  orvflow inspect BackupNodes\n"
       "  orvflow inspect --json ./libMyNodes.so");

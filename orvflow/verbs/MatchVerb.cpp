@@ -23,7 +23,8 @@ class MatchVerb final : public Verb {
         "break does not count. Characters are those of UTF-8, or bytes where a text is no UTF-8.\n"
         "\n"
         "Example:\n"
-        "  orvflow match '^/Jobs/[^/]*$' /Jobs/Backup && echo found");
+        "  orvflow match '^/Jobs/[^/]*$' /Jobs/Backup && echo found\n"
+        "  orvflow match '[0-9]+' < list.txt");
   }
 
   ExitCode Execute() override {

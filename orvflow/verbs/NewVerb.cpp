@@ -4,6 +4,7 @@
 #include "base/text/Suggestion.h"
 #include "orvflow/new/NewFolder.h"
 #include "orvflow/new/Templates.h"
+#include "orvflow/shell/CommandDescription.h"
 #include "orvflow/terminal/StandardStreams.h"
 #include "orvflow/verbs/Verb.h"
 
@@ -26,7 +27,8 @@ class NewVerb final : public Verb {
 
 NewVerb::NewVerb(CLI::App& program)
     : Verb(program, "new", "Makes a folder with a node, a workflow or a host to begin with") {
-  command().add_option("KIND", kind_, "node, flow or host")->type_name("");
+  DeclareWords(command().add_option("KIND", kind_, "node, flow or host")->type_name(""),
+               {WordKind::OneOf({"node", "flow", "host"})});
   command()
       .add_option("NAME", name_, "Its name and the folder's: letters, digits and _, a letter first")
       ->type_name("");
@@ -39,6 +41,7 @@ NewVerb::NewVerb(CLI::App& program)
       "Each has a README.md that says how it is built. Nothing that is there is written over. The packages\n"
       "for developers have to be installed for nodes and hosts.\n"
       "\n"
+      "Example:\n"
       "  orvflow new node LineCounter\n"
       "  orvflow new flow Nightly --into flows");
 }

@@ -6,6 +6,7 @@
 #include "OrvWorkFlow/WorkFlowFactory.h"
 #include "OrvWorkFlow/host/WorkflowHost.h"
 #include "OrvWorkFlow/sdk/MarshalledHolder.h"
+#include "nlohmann/json.hpp"
 #include "orvflow/terminal/StandardStreams.h"
 #include "orvflow/terminal/WideText.h"
 #include "orvflow/verbs/Verb.h"
@@ -26,13 +27,15 @@ class PathVerb final : public Verb {
  public:
   explicit PathVerb(CLI::App& program) : Verb(program, "path", "Shows the platform paths of workflow paths") {
     command().add_option("TEXT", paths_, "Workflow paths, and platform paths to be cleaned")->type_name("");
+    command().add_flag("--json", json_, "Prints a list of objects, \"path\" and \"platform_path\" (null for none)");
     command().footer(
         "One line a path; exit 1 when one has none. Locations are $TEMP, $PERMANENT, $HOSTEXEC, $WINDIR, $WINSYSDIR,\n"
         "$PROGRAMFILES and $WINTEMP. $NAME/x, beside the file of the workflow NAME, is known to a running workflow\n"
         "only. Platform paths have Windows shape everywhere.\n"
         "\n"
         "Example:\n"
-        "  orvflow path '$TEMP/list.txt'");
+        "  orvflow path '$TEMP/list.txt'\n"
+        "  orvflow path --json '$TEMP' '$PERMANENT'");
   }
 
   ExitCode Execute() override {
@@ -41,34 +44,41 @@ class PathVerb final : public Verb {
     auto* const files = static_cast<IFileSystemW*>(
         WorkFlowFactory::GetGlobalObj(ObjectNames::kFileSystem)->QueryInterface(InterfaceNames::kFileSystemW));
     ExitCode code = ExitCode::Done;
+    Json list = Json::array();
     for (const std::string& path : paths_) {
-      if (!Show(*files, path)) code = ExitCode::Failed;
+      const std::optional<std::string> found = Find(*files, path);
+      if (!found) code = ExitCode::Failed;
+      if (json_) {
+        list.push_back({{"path", path}, {"platform_path", found ? Json(*found) : Json()}});
+      } else if (found) {
+        WriteStandardOutput(*found + '\n');
+      }
     }
+    if (json_) WriteStandardOutput(list.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
     return code;
   }
 
  private:
-  // False after an error line.
-  static bool Show(IFileSystemW& files, const std::string& path) {
+  using Json = nlohmann::ordered_json;
+
+  // Nothing after an error line.
+  static std::optional<std::string> Find(IFileSystemW& files, const std::string& path) {
     const std::optional<std::u16string> wide = ToWide(path);
     if (!wide) {
       PrintErrorLine("path: \"" + path + "\": no UTF-8 text");
-      return false;
+      return std::nullopt;
     }
     const Sdk::MarshalledHolder<IOrvString> result("IOrvString");
     std::optional<std::string> platform_path;
     if (files.WorkflowPathToPlatformPathString(wide->c_str(), result.get())) {
       platform_path = ToUtf8({result->GetText(), result->GetLength()});
     }
-    if (platform_path) {
-      WriteStandardOutput(*platform_path + '\n');
-    } else {
-      PrintErrorLine("path: " + Reason(path));
-    }
-    return platform_path.has_value();
+    if (!platform_path) PrintErrorLine("path: " + Reason(path));
+    return platform_path;
   }
 
   std::vector<std::string> paths_;
+  bool json_ = false;
 };
 
 }  // namespace

@@ -80,6 +80,13 @@ RunVerb::RunVerb(CLI::App& program)
       .add_option("--plugin-path", options_.plugin_directories, "Looks for plug-in libraries there too")
       ->type_name("DIR")
       ->allow_extra_args(false);
+  command().footer(
+      "Runs until the workflow is idle. Ctrl-C stops it and saves its state, and the same command goes on.\n"
+      "\n"
+      "Example:\n"
+      "  orvflow run flow.xml\n"
+      "  orvflow run flow.xml --fresh --set /Backup/Source=/home --log run.log\n"
+      "  orvflow run flow.xml --timeout 600");
 }
 
 ExitCode RunVerb::Execute() {

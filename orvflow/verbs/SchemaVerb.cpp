@@ -58,6 +58,7 @@ SchemaVerb::SchemaVerb(CLI::App& program)
       "\n"
       "Exit codes: 0 done, 4 a library is missing or broken; the schema of the others is written.\n"
       "\n"
+      "Example:\n"
       "  orvflow schema -o workflow.xsd\n"
       "  xmllint --noout --schema workflow.xsd flow.xml");
 }

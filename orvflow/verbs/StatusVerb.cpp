@@ -28,6 +28,13 @@ StatusVerb::StatusVerb(CLI::App& program)
     : Verb(program, "status", "Shows how the run of a workflow stands: queue, nodes, failures") {
   command().add_option("FLOW.xml", flow_, "The workflow's dictionary file, as it was given to run")->type_name("");
   command().add_option("--state", state_file_, "As it was given to run")->type_name("FILE");
+  command().footer(
+      "Says what is at work, what waits, and what each node has delivered and failed. Exit code 1 when no run\n"
+      "of the workflow goes on.\n"
+      "\n"
+      "Example:\n"
+      "  orvflow status flow.xml\n"
+      "  orvflow status flow.xml --state other.state.xml");
 }
 
 // What is asked is the process that has the lock of the state, and it is asked which state it has: the lock of a run

@@ -49,6 +49,8 @@ std::unique_ptr<Verb> MakePathVerb(CLI::App& program);
 std::unique_ptr<Verb> MakeEncryptVerb(CLI::App& program);
 std::unique_ptr<Verb> MakeDecryptVerb(CLI::App& program);
 std::unique_ptr<Verb> MakeBase64Verb(CLI::App& program);
+std::unique_ptr<Verb> MakeCompletionVerb(CLI::App& program);
+std::unique_ptr<Verb> MakeManualVerb(CLI::App& program);
 
 // Adds directories that the user named to those in which plug-in libraries are looked for.
 void AddPluginDirectories(const std::vector<std::string>& directories);

@@ -6,6 +6,7 @@
 #include <thread>
 #include <vector>
 
+#include "nlohmann/json.hpp"
 #include "tests/program/ProgramFixture.h"
 
 namespace orv_test {
@@ -84,6 +85,23 @@ TEST_F(DictTest, ListsEntriesAndPaths) {
   EXPECT_EQ(Dict("list", {"/a"}).output, "");
   EXPECT_EQ(Dict("paths").output, "/\n/b\n/b/c\n/a\n");
   EXPECT_EQ(Dict("paths", {"/b/"}).output, "/b\n/b/c\n");
+}
+
+TEST_F(DictTest, WhatIsReadIsPrintedAsJson) {
+  WriteFile(file_,
+            "<IDictionaryRoot><b><c __type=\"int\">1</c></b><a __type=\"strlist\"><__ListEntries><__item0>x</__item0>"
+            "</__ListEntries></a></IDictionaryRoot>");
+  const auto json = [&](const std::string& action, const std::string& path) {
+    return nlohmann::json::parse(Dict(action, {path, "--json"}).output);
+  };
+  using Json = nlohmann::json;
+  EXPECT_EQ(json("get", "/a"), Json::parse(R"({"version": 1, "path": "/a", "type": "strlist", "texts": ["x"]})"));
+  EXPECT_EQ(json("type", "/z"), Json::parse(R"({"version": 1, "path": "/z", "type": "Nil", "exists": false})"));
+  EXPECT_EQ(json("list", "/"), Json::parse(R"({"version": 1, "path": "/", "type": "Nil", "entries": ["b", "a"]})"));
+  EXPECT_EQ(json("paths", "/b"),
+            Json::parse(R"({"version": 1, "path": "/b", "type": "Nil", "paths": ["/b", "/b/c"]})"));
+  EXPECT_EQ(Dict("remove", {"/b", "--json"}).exit_code, 2);
+  EXPECT_EQ(Dict("get", {"/z", "--json"}).exit_code, 1);
 }
 
 TEST_F(DictTest, RemoveTakesAWholeSubtree) {

@@ -1,6 +1,7 @@
 // What --help prints fits into a terminal of the usual width, for each verb.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <sstream>
 
 #include "orvflow/verbs/HelpText.h"
@@ -47,6 +48,58 @@ TEST_F(HelpTest, FitsInto80Columns) {
   for (const std::string& verb : verbs) {
     SCOPED_TRACE(verb);
     ExpectFits(Run({verb, "--help"}));
+  }
+}
+
+// The words of a line, as a shell cuts them where nothing is quoted.
+std::vector<std::string> WordsOf(const std::string& line) {
+  std::istringstream stream(line);
+  std::vector<std::string> words;
+  for (std::string word; stream >> word;) words.push_back(word);
+  return words;
+}
+
+// Whether the help's list of options has it.
+bool HasOption(const std::string& help, const std::string& option) {
+  std::istringstream stream(help);
+  for (std::string line; std::getline(stream, line);) {
+    if (line.rfind("  -", 0) != 0) continue;
+    const std::string names = "," + line.substr(2, line.find(' ', 2) - 2) + ",";
+    if (names.find("," + option + ",") != std::string::npos) return true;
+  }
+  return false;
+}
+
+TEST_F(HelpTest, EveryVerbHasExamplesOfWordsThatItTakes) {
+  const std::vector<std::string> verbs = Verbs();
+  for (const std::string& verb : verbs) {
+    SCOPED_TRACE(verb);
+    const std::string help = Run({verb, "--help"}).output;
+    EXPECT_NE(help.find("\nExample:\n  "), std::string::npos);
+    unsigned own = 0;
+    for (const std::string& line : Lines(help)) {
+      const std::size_t begin = line.find("orvflow ");
+      if (line.rfind("  ", 0) != 0 || begin == std::string::npos || help.find("Example:") > help.find(line)) continue;
+      const std::vector<std::string> words = WordsOf(line.substr(begin));
+      ASSERT_GE(words.size(), 2U) << line;
+      own += words[1] == verb ? 1U : 0U;
+      EXPECT_EQ(std::count(verbs.begin(), verbs.end(), words[1]), 1) << line;
+      for (const std::string& word : words) {
+        if (word == "|" || word == ">" || word == "&&") break;
+        const std::string option = word.substr(0, word.find_first_of("='"));
+        if (words[1] == verb && option.rfind("--", 0) == 0) {
+          EXPECT_TRUE(HasOption(help, option)) << line << ": no option " << option;
+        }
+      }
+    }
+    EXPECT_GE(own, 1U);
+  }
+}
+
+TEST_F(HelpTest, EveryActionOfDictHasAnExample) {
+  const std::string help = Run({"dict", "--help"}).output;
+  for (const char* action : {"get", "type", "set", "list", "paths", "remove", "format"}) {
+    EXPECT_NE(help.find(std::string("\n  orvflow dict ") + action + " "), std::string::npos) << action;
   }
 }
 

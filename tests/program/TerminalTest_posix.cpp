@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <thread>
 
@@ -149,6 +150,47 @@ TEST_F(TerminalTest, AReaderThatGoesAwayEndsNothing) {
   ASSERT_EQ(RunProcess("/bin/bash", {"-c", command}).exit_code, 0);
   EXPECT_EQ(ReadFile(File("code")), "1\n") << "its last line was not printed";
   EXPECT_NE(ReadFile(log).find("A200\n"), std::string::npos);
+}
+
+class ColourTest : public TerminalTest {
+ protected:
+  void SetUp() override {
+    WriteFile(File("bad.xml"),
+              "<IDictionaryRoot><WorkFlowEngine><WorkNodes><T><Instances><I><maps><s><map0 __type='str'>x</map0></s>"
+              "</maps></I></Instances></T></WorkNodes></WorkFlowEngine></IDictionaryRoot>");
+    setenv("TERM", "xterm", 1);
+    unsetenv("NO_COLOR");
+  }
+  void TearDown() override {
+    unsetenv("NO_COLOR");
+    unsetenv("TERM");
+  }
+  // All that the program wrote on a terminal of its own.
+  static std::string Seen(const Arguments& arguments) {
+    TerminalProgram program(arguments, false);
+    std::string seen;
+    EXPECT_FALSE(program.ReadUntil("never written", seen));
+    program.Wait();
+    return seen;
+  }
+};
+
+TEST_F(ColourTest, SeverityIsColouredOnATerminal) {
+  EXPECT_NE(Seen({"check", File("bad.xml")}).find(": \x1b[31merror\x1b[0m: "), std::string::npos);
+  EXPECT_EQ(Seen({"check", "--color=never", File("bad.xml")}).find('\x1b'), std::string::npos);
+  EXPECT_NE(Seen({"run", File("bad.xml")}).find("\x1b[31morvflow:\x1b[0m " + File("bad.xml")), std::string::npos);
+  EXPECT_EQ(Run({"check", File("bad.xml")}).output.find('\x1b'), std::string::npos) << "no terminal";
+  EXPECT_NE(Run({"check", "--color=always", File("bad.xml")}).output.find("\x1b[31m"), std::string::npos);
+}
+
+TEST_F(ColourTest, NoColorAndADumbTerminalAreRespected) {
+  setenv("NO_COLOR", "1", 1);
+  EXPECT_EQ(Seen({"check", File("bad.xml")}).find('\x1b'), std::string::npos);
+  EXPECT_EQ(Seen({"run", File("bad.xml")}).find('\x1b'), std::string::npos);
+  EXPECT_NE(Seen({"check", "--color=always", File("bad.xml")}).find("\x1b[31m"), std::string::npos);
+  unsetenv("NO_COLOR");
+  setenv("TERM", "dumb", 1);
+  EXPECT_EQ(Seen({"check", File("bad.xml")}).find('\x1b'), std::string::npos);
 }
 
 }  // namespace
