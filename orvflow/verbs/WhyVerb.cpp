@@ -44,6 +44,7 @@ WhyVerb::WhyVerb(CLI::App& program)
       .add_option("--flow", flow_, "The workflow's file, where it is no longer as the run had it")
       ->type_name("FILE");
   command().footer(
+      "Example:\n"
       "  orvflow why flow.record Report\n"
       "  orvflow why flow.record Copier.next\n"
       "  orvflow why flow.record 17");
