@@ -36,6 +36,7 @@ class Drawing {
     for (const Finding& finding : findings) {
       if (finding.severity != Severity::Note) findings_.push_back(&finding);
     }
+    AssignFindings();
     for (std::size_t i = 0; i < workflow.types.size(); ++i) {
       for (const Instance& instance : workflow.types[i].instances) {
         names_.emplace(Key(workflow.types[i].name, instance.name), "n" + std::to_string(names_.size()));
@@ -86,15 +87,37 @@ class Drawing {
     std::string text;
   };
   Mark MarkOf(const Instance& instance, const NodeType& type) const {
+    std::set<std::size_t> indices;
+    for (const std::string* const path : {&instance.path, &type.path}) {
+      const std::vector<std::size_t>& found = found_.at(*path).indices;
+      indices.insert(found.begin(), found.end());
+    }
     Mark mark;
-    for (const Finding* finding : findings_) {
-      const bool is_here = finding->path == instance.path || finding->path.starts_with(instance.path + "/");
-      const bool is_of_type = finding->path == type.path || finding->path.starts_with(type.path + "/Binaries");
-      if (!is_here && !is_of_type) continue;
-      ++(finding->severity == Severity::Error ? mark.errors : mark.warnings);
-      mark.text += (mark.text.empty() ? "" : "&#10;") + InHtml(finding->what);
+    for (const std::size_t index : indices) {
+      const Finding& finding = *findings_[index];
+      ++(finding.severity == Severity::Error ? mark.errors : mark.warnings);
+      mark.text += (mark.text.empty() ? "" : "&#10;") + InHtml(finding.what);
     }
     return mark;
+  }
+
+  // What is found at an instance or below it is the instance's; at a type or its library, that of all its instances.
+  void AssignFindings() {
+    for (const NodeType& type : workflow_.types) {
+      found_[type.path].is_of_type = true;
+      for (const Instance& instance : type.instances) found_[instance.path];
+    }
+    for (std::size_t i = 0; i < findings_.size(); ++i) {
+      const std::string& path = findings_[i]->path;
+      std::string above = path;
+      while (!above.empty() && !found_.contains(above)) {
+        const std::size_t slash = above.rfind('/');
+        above.resize(slash == std::string::npos ? 0 : slash);
+      }
+      if (above.empty()) continue;
+      Found& found = found_[above];
+      if (!found.is_of_type || path == above || path.starts_with(above + "/Binaries")) found.indices.push_back(i);
+    }
   }
 
   void DrawType(std::size_t index) {
@@ -223,6 +246,11 @@ class Drawing {
 
   const Workflow& workflow_;
   std::vector<const Finding*> findings_;
+  struct Found {
+    bool is_of_type = false;
+    std::vector<std::size_t> indices;  // of findings_
+  };
+  std::map<std::string, Found> found_;  // by the path of an instance or a type
   std::map<Key, std::string> names_;
   std::map<Key, std::string> missing_;
   std::string dot_;
