@@ -1,6 +1,7 @@
 #include "flow/Drawing.h"
 
 #include <algorithm>
+#include <iterator>
 #include <map>
 #include <set>
 #include <string_view>
@@ -40,6 +41,7 @@ class Drawing {
     for (std::size_t i = 0; i < workflow.types.size(); ++i) {
       for (const Instance& instance : workflow.types[i].instances) {
         names_.emplace(Key(workflow.types[i].name, instance.name), "n" + std::to_string(names_.size()));
+        if (IsGuest(instance)) guests_.insert(instance.flow);
       }
     }
   }
@@ -52,7 +54,8 @@ class Drawing {
     Line("label=<<b>" + InHtml(title) + "</b>>; labelloc=t; labeljust=c; fontsize=20; fontcolor=\"" + kText +
          "\"; peripheries=0; margin=16;");
     for (std::size_t i = 0; i < workflow_.types.size(); ++i) DrawType(i);
-    DrawStart();
+    for (const std::string& flow : guests_) DrawGuest(flow);
+    DrawStarts();
     for (const NodeType& type : workflow_.types) {
       for (const Instance& instance : type.instances) DrawSignals(type, instance);
     }
@@ -120,18 +123,44 @@ class Drawing {
     }
   }
 
+  // Of another workflow, which was or is to be taken in.
+  bool IsGuest(const Instance& instance) const {
+    return !workflow_.name.empty() && !instance.flow.empty() && instance.flow != workflow_.name;
+  }
+
+  // The instances of a workflow that was taken in, in one frame.
+  void DrawGuest(const std::string& flow) {
+    const auto number = std::distance(guests_.begin(), guests_.find(flow));
+    Line("subgraph cluster_guest" + std::to_string(number) + " {");
+    Line("  label=<" + Font("point-size=\"12\"", "<b>" + InHtml(flow) + "</b>") +
+         ">; labeljust=l; peripheries=1; style=\"rounded,dotted\"; color=\"" + kQuiet + "\"; fontcolor=\"" + kQuiet +
+         "\"; margin=16; penwidth=1.6;");
+    for (std::size_t i = 0; i < workflow_.types.size(); ++i) {
+      for (const Instance& instance : workflow_.types[i].instances) {
+        if (IsGuest(instance) && instance.flow == flow) {
+          DrawInstance(workflow_.types[i], instance, kColours[i % std::size(kColours)], false);
+        }
+      }
+    }
+    Line("}");
+  }
+
   void DrawType(std::size_t index) {
     const NodeType& type = workflow_.types[index];
-    if (type.instances.empty()) return;
+    const auto own = std::count_if(type.instances.begin(), type.instances.end(),
+                                   [this](const Instance& instance) { return !IsGuest(instance); });
+    if (own == 0) return;
     const Colour& colour = kColours[index % std::size(kColours)];
-    const bool is_group = grouped_ && type.instances.size() > 1;
+    const bool is_group = grouped_ && own > 1;
     if (is_group) {
       Line("subgraph cluster_" + std::to_string(index) + " {");
       Line("  label=<" + Font("point-size=\"11\"", InHtml(type.name)) +
            ">; labeljust=l; peripheries=1; style=\"rounded,dashed\"; color=\"" + colour.line + "\"; fontcolor=\"" +
            colour.line + "\"; margin=14;");
     }
-    for (const Instance& instance : type.instances) DrawInstance(type, instance, colour, is_group);
+    for (const Instance& instance : type.instances) {
+      if (!IsGuest(instance)) DrawInstance(type, instance, colour, is_group);
+    }
     if (is_group) Line("}");
   }
 
@@ -160,12 +189,19 @@ class Drawing {
          (mark.text.empty() ? InHtml(type.name + " " + instance.name) : mark.text) + "\"];");
   }
 
-  void DrawStart() {
-    if (workflow_.start.type.empty()) return;
-    Line("start [shape=circle, label=\"\", width=0.22, style=filled, fillcolor=\"" + std::string(kText) +
-         "\", color=\"" + kText + "\", tooltip=\"the workflow begins here\"];");
-    Line("start -> " + NameOf(workflow_.start) + " [label=" + Quoted(" " + workflow_.start.signal + " ") +
-         ", style=bold, color=\"" + kText + "\"];");
+  void DrawStarts() {
+    if (!workflow_.start.type.empty()) DrawStart("start", workflow_.start, kText, "the workflow begins here");
+    for (std::size_t i = 0; i < workflow_.guest_starts.size(); ++i) {
+      DrawStart("start" + std::to_string(i), workflow_.guest_starts[i], kQuiet,
+                "a workflow that is taken in begins here");
+    }
+  }
+
+  void DrawStart(const std::string& name, const Address& to, const std::string& colour, const char* tip) {
+    Line(name + " [shape=circle, label=\"\", width=0.22, style=filled, fillcolor=\"" + colour + "\", color=\"" +
+         colour + "\", tooltip=\"" + tip + "\"];");
+    Line(name + " -> " + NameOf(to) + " [label=" + Quoted(" " + to.signal + " ") + ", style=bold, color=\"" + colour +
+         "\"];");
   }
 
   // One arrow between two instances, with all signals that go along it.
@@ -212,6 +248,7 @@ class Drawing {
   // Receivers that are not there are known before the legend is.
   void FindMissing() {
     if (!workflow_.start.type.empty()) NameOf(workflow_.start);
+    for (const Address& start : workflow_.guest_starts) NameOf(start);
     for (const NodeType& type : workflow_.types) {
       for (const Instance& instance : type.instances) {
         for (const OutputSignal& output : instance.outputs) {
@@ -236,6 +273,7 @@ class Drawing {
     add(kQuiet, "<b>Name</b>",
         grouped_ ? "an instance; a dashed frame holds those of one type"
                  : "an instance, and its node type, each in its colour");
+    if (!guests_.empty()) add(kQuiet, "dotted frame", "a workflow that is taken in");
     add(kQuiet, "fired &rarr; taken", "a signal, and what it is called where it arrives");
     if (!findings_.empty() || !missing_.empty()) {
       add(kErrorColour, "red", "cannot work as it is written: orvflow check says why");
@@ -252,6 +290,7 @@ class Drawing {
   };
   std::map<std::string, Found> found_;  // by the path of an instance or a type
   std::map<Key, std::string> names_;
+  std::set<std::string> guests_;  // the names of the workflows that were taken in
   std::map<Key, std::string> missing_;
   std::string dot_;
   const bool grouped_;

@@ -1,5 +1,6 @@
 #include "flow/Workflow.h"
 
+#include <algorithm>
 #include <new>
 #include <utility>
 
@@ -56,6 +57,7 @@ class Reader {
 
   Instance ReadInstance(const std::string& name, const std::string& path) {
     Instance instance{name, path, {}, Base::NamesBelow(dictionary_, path + kParameters)};
+    instance.flow = Base::TextAt(dictionary_, path + WorkflowSchema::kInstanceWorkFlowName);
     const std::string maps = path + WorkflowSchema::kMaps;
     for (const std::string& signal : Base::NamesBelow(dictionary_, maps)) {
       OutputSignal output{signal, maps + "/" + signal, {}};
@@ -88,5 +90,21 @@ class Reader {
 }  // namespace
 
 Workflow ReadWorkflow(IDictionary& dictionary) { return Reader(dictionary).Read(); }
+
+void TakeIn(Workflow& workflow, const Workflow& guest) {
+  for (const NodeType& type : guest.types) {
+    auto same = std::find_if(workflow.types.begin(), workflow.types.end(),
+                             [&](const NodeType& known) { return known.name == type.name; });
+    if (same == workflow.types.end()) same = workflow.types.insert(same, {type.name, type.path, type.plugin, {}});
+    for (const Instance& instance : type.instances) {
+      const bool is_there = std::any_of(same->instances.begin(), same->instances.end(),
+                                        [&](const Instance& known) { return known.name == instance.name; });
+      if (is_there) continue;
+      same->instances.push_back(instance);
+      if (instance.flow.empty()) same->instances.back().flow = guest.name;
+    }
+  }
+  if (!guest.start.type.empty()) workflow.guest_starts.push_back(guest.start);
+}
 
 }  // namespace OrvWorkFlow::Flow

@@ -36,6 +36,7 @@ struct Instance {
   std::string path;
   std::vector<OutputSignal> outputs;
   std::vector<std::string> parameters;  // the names below "Parameters"
+  std::string flow = {};                // the workflow that it says it is of; "" where it does not
 };
 
 struct NodeType {
@@ -52,8 +53,13 @@ struct Workflow {
   bool has_absorbed = false;         // other workflows, in a saved state
   std::vector<NodeType> types;
   std::vector<std::string> directories;  // the names of the workflows that have some
+  std::vector<Address> guest_starts;     // where those begin that were taken in
 };
 
 Workflow ReadWorkflow(IDictionary& dictionary);
+
+// Adds a workflow as absorbing does: its instances are there with those of the others. One that is there already stays
+// what it is.
+void TakeIn(Workflow& workflow, const Workflow& guest);
 
 }  // namespace OrvWorkFlow::Flow

@@ -56,6 +56,9 @@ class PageData {
       for (const Flow::Instance& instance : type.instances) AddNode(type, instance);
     }
     if (!workflow.start.type.empty()) AddArrow("start", workflow.start.signal, workflow.start);
+    for (std::size_t i = 0; i < workflow.guest_starts.size(); ++i) {
+      AddArrow("start" + std::to_string(i), workflow.guest_starts[i].signal, workflow.guest_starts[i]);
+    }
     for (const Flow::NodeType& type : workflow.types) {
       for (const Flow::Instance& instance : type.instances) AddArrows(type, instance);
     }

@@ -34,6 +34,9 @@ class GraphVerb final : public Verb {
   std::string PictureForm() const;
   // The text for Graphviz, or the page around it.
   std::string Draw(bool as_page) const;
+  // Adds a workflow that is to be taken in, and what is wrong with it.
+  void TakeIn(Host::WorkflowHost& host, const std::string& guest, Flow::Workflow* workflow,
+              Flow::Findings* findings) const;
   std::string DrawDifferenceFrom(IDictionary& other, IDictionary& dictionary, const Flow::Workflow& workflow,
                                  const std::string& title) const;
   void WriteText(const std::string& text) const;
@@ -43,6 +46,7 @@ class GraphVerb final : public Verb {
   std::string other_;
   std::string output_;
   std::string key_file_;
+  std::vector<std::string> absorbs_;
   std::vector<std::string> plugin_directories_;
   bool without_findings_ = false;
   bool grouped_ = false;
@@ -61,6 +65,10 @@ GraphVerb::GraphVerb(CLI::App& program) : Verb(program, "graph", "Draws the wiri
                   "Draws what has changed since this one: added, removed, changed; findings are left out")
       ->type_name("OTHER.xml");
   command().add_flag("--group", grouped_, "Puts the instances of one type side by side, in a frame");
+  command()
+      .add_option("--absorb", absorbs_, "Another workflow that is to be taken in; drawn in a frame of its own")
+      ->type_name("FILE")
+      ->allow_extra_args(false);
   command().add_flag("--no-findings", without_findings_, "Loads no libraries, and does not mark what check finds");
   AddKeyFileOption(command(), key_file_);
   command()
@@ -91,6 +99,10 @@ std::string GraphVerb::PictureForm() const {
 ExitCode GraphVerb::Execute() {
   if (flow_.empty()) throw UsageError("no workflow file given");
   if (!other_.empty() && grouped_) throw UsageError("--diff draws no groups; leave --group out");
+  if (!other_.empty() && !absorbs_.empty()) throw UsageError("--diff compares two workflows; leave --absorb out");
+  if (std::any_of(absorbs_.begin(), absorbs_.end(), IsStandardStream)) {
+    throw UsageError("--absorb -: only the workflow can come from standard input; name a file");
+  }
   if (IsStandardStream(other_)) throw UsageError("--diff -: the other workflow has to be a file");
   const std::string form = PictureForm();
   AddPluginDirectories(plugin_directories_);
@@ -111,6 +123,17 @@ ExitCode GraphVerb::Execute() {
   return ExitCode::Done;
 }
 
+void GraphVerb::TakeIn(Host::WorkflowHost& host, const std::string& guest, Flow::Workflow* workflow,
+                       Flow::Findings* findings) const {
+  const FlowSource source(guest);
+  const Host::WorkflowHost::OwnedDictionary dictionary = host.MakeDictionary();
+  ReadFlow(*dictionary, source.file(), source.shown_name());
+  Flow::TakeIn(*workflow, Flow::ReadWorkflow(*dictionary));
+  if (without_findings_) return;
+  const Flow::Findings found = FindFaults(*dictionary, {.is_guest = true, .file = source.path()});
+  findings->insert(findings->end(), found.begin(), found.end());
+}
+
 std::string GraphVerb::Draw(bool as_page) const {
   std::optional<KeyFile> key;
   if (!key_file_.empty()) key.emplace(key_file_);
@@ -119,13 +142,16 @@ std::string GraphVerb::Draw(bool as_page) const {
   const FlowSource source(flow_);
   const Host::WorkflowHost::OwnedDictionary dictionary = host->MakeDictionary();
   ReadFlow(*dictionary, source.file(), source.shown_name());
-  const Flow::Workflow workflow = Flow::ReadWorkflow(*dictionary);
+  Flow::Workflow workflow = Flow::ReadWorkflow(*dictionary);
   if (workflow.types.empty()) {
     throw FileError(ExitCode::DictionaryDamaged, source.shown_name(), WorkflowSchema::kWorkNodes,
                     "a dictionary, but no workflow: it has no work nodes");
   }
   Flow::Findings findings;
-  if (!without_findings_ && other_.empty()) findings = FindFaults(*dictionary, {.file = source.path()});
+  if (!without_findings_ && other_.empty()) {
+    findings = FindFaults(*dictionary, {.takes_in_others = !absorbs_.empty(), .file = source.path()});
+  }
+  for (const std::string& guest : absorbs_) TakeIn(*host, guest, &workflow, &findings);
   const std::string title = workflow.name.empty() ? source.shown_name() : workflow.name;
   const std::string dot = other_.empty() ? Flow::DrawAsDot(workflow, findings, title, grouped_)
                                          : DrawDifferenceFrom(*host->MakeDictionary(), *dictionary, workflow, title);

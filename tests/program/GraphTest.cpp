@@ -91,6 +91,23 @@ TEST_F(GraphTest, TextCanGoToAFile) {
   EXPECT_EQ(ReadFile(File("x.dot")), Run({"graph", Backup()}).output);
 }
 
+TEST_F(GraphTest, AWorkflowThatIsTakenInHasAFrameOfItsOwn) {
+  const std::string absorb = (SourceFolder() / "examples" / "03_absorb").string();
+  const std::string alone = Run({"graph", absorb + "/flow.xml"}).output;
+  EXPECT_THAT(alone, Not(HasSubstr("cluster_guest")));
+  const ProcessResult both = Run({"graph", absorb + "/flow.xml", "--absorb", absorb + "/guest.xml"});
+  EXPECT_EQ(both.exit_code, 0) << both.error;
+  const std::size_t frame = both.output.find("subgraph cluster_guest0 {");
+  ASSERT_NE(frame, std::string::npos);
+  EXPECT_THAT(both.output.substr(frame), HasSubstr("<b>Guest</b>"));
+  EXPECT_THAT(both.output.substr(frame, both.output.find("}", frame) - frame), HasSubstr("<b>Luggage</b>"));
+  EXPECT_THAT(both.output, HasSubstr("start0 -> n"));
+  EXPECT_EQ(Occurrences(both.output, "fillcolor="), Occurrences(alone, "fillcolor=") + 2u);
+  EXPECT_EQ(Run({"graph", absorb + "/flow.xml", "--absorb", File("missing.xml")}).exit_code, 1);
+  EXPECT_EQ(Run({"graph", absorb + "/flow.xml", "--absorb", "-"}).exit_code, 2);
+  EXPECT_EQ(Run({"graph", Backup(), "--diff", Backup(), "--absorb", Backup()}).exit_code, 2);
+}
+
 // A build without npm has no page and says so. What the page does in a browser is tested there.
 TEST_F(GraphTest, APageHoldsTheWorkflowAndNothingEndsItsScript) {
   const std::string flow =

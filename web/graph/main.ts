@@ -1,7 +1,7 @@
 import { readData } from "./data.ts";
 import { drawBeside, serve } from "./layout.ts";
 import { Panel } from "./panel.ts";
-import { Picture, readPicture } from "./picture.ts";
+import { isStart, Picture, readPicture } from "./picture.ts";
 import { Search } from "./search.ts";
 import { View } from "./view.ts";
 
@@ -38,7 +38,7 @@ async function start(script: string): Promise<void> {
 
   const idOf = (target: EventTarget | null): string => {
     const element = target instanceof Element ? target.closest("g.node") : null;
-    for (const [id, node] of picture.nodes) if (node === element && id !== "start") return id;
+    for (const [id, node] of picture.nodes) if (node === element && !isStart(id)) return id;
     return "";
   };
   box.addEventListener("click", (event) => {

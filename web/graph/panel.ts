@@ -1,5 +1,6 @@
 // The text beside the picture: of one node, or of the workflow.
 import type { Arrow, Finding, GraphData, Node } from "./data.ts";
+import { isStart } from "./picture.ts";
 
 type Child = string | HTMLElement;
 
@@ -26,7 +27,7 @@ export class Panel {
     const { data } = this;
     const parts: Child[] = [make("h2", {}, "Workflow")];
     if (data.nodes.length > 0) {
-      parts.push(make("p", { class: "quiet" }, `${counted(data.nodes.length, "node")}, ${counted(data.arrows.filter((arrow) => arrow.from !== "start").length, "mapping")}`));
+      parts.push(make("p", { class: "quiet" }, `${counted(data.nodes.length, "node")}, ${counted(data.arrows.filter((arrow) => !isStart(arrow.from)).length, "mapping")}`));
     }
     parts.push(...this.findings(data.findings, true));
     const types = new Map<string, Node[]>();
@@ -74,7 +75,7 @@ export class Panel {
       const other = side === "from" ? arrow.from : arrow.to;
       const [here, there] = side === "from" ? [arrow.taken, arrow.fired] : [arrow.fired, arrow.taken];
       const parts: Child[] = [make("code", {}, here), side === "from" ? " ← " : " → "];
-      if (other === "start") parts.push("where the workflow begins");
+      if (isStart(other)) parts.push("where the workflow begins");
       else parts.push(this.link(other), ...(there === here ? [] : [" ", make("code", {}, there)]));
       return make("li", {}, ...parts);
     });

@@ -6,6 +6,11 @@ export interface Edge {
   to: string;
 }
 
+// Where the workflow begins, or one that it takes in: no node.
+export function isStart(id: string): boolean {
+  return /^start\d*$/.test(id);
+}
+
 export class Picture {
   readonly nodes = new Map<string, SVGGElement>();
   readonly edges: Edge[] = [];
@@ -51,7 +56,7 @@ export class Picture {
 
   private addNode(id: string, element: SVGGElement): void {
     this.nodes.set(id, element);
-    if (id === "start") return;
+    if (isStart(id)) return;
     element.setAttribute("tabindex", "0");
     element.setAttribute("role", "button");
     element.setAttribute("aria-label", this.textOf(element));
