@@ -22,12 +22,14 @@ class StatusVerb final : public Verb {
  private:
   std::string flow_;
   std::string state_file_;
+  bool as_json_ = false;
 };
 
 StatusVerb::StatusVerb(CLI::App& program)
     : Verb(program, "status", "Shows how the run of a workflow stands: queue, nodes, failures") {
   command().add_option("FLOW.xml", flow_, "The workflow's dictionary file, as it was given to run")->type_name("");
   command().add_option("--state", state_file_, "As it was given to run")->type_name("FILE");
+  command().add_flag("--json", as_json_, "Prints the report as JSON (docs/status.schema.json)");
   command().footer(
       "Says what is at work, what waits, and what each node has delivered and failed. Exit code 1 when no run\n"
       "of the workflow goes on.\n"
@@ -55,8 +57,15 @@ ExitCode StatusVerb::Execute() {
   if (process.empty()) throw nothing_runs;
   const std::optional<std::string> answer = AskForStatus(process);
   if (!answer || !answer->starts_with(path + "\n")) throw nothing_runs;
-  const std::size_t end = path.size();
-  WriteStandardOutput(std::string_view(*answer).substr(end + 1));
+  const std::string_view report = std::string_view(*answer).substr(path.size() + 1);
+  const std::size_t separator = report.find(kFormSeparator);
+  if (!as_json_) {
+    WriteStandardOutput(report.substr(0, separator));
+  } else if (separator != std::string_view::npos) {
+    WriteStandardOutput(report.substr(separator + 1));
+  } else {
+    throw FileError(ExitCode::Failed, flow_, "", "its run is that of an older orvflow, which tells no JSON");
+  }
   return ExitCode::Done;
 }
 

@@ -45,6 +45,9 @@ struct RunDetails {
 // Lines, each ended.
 std::string ReportText(const RunDetails& details);
 
+// docs/status.schema.json.
+std::string ReportAsJson(const RunDetails& details);
+
 // "1,234".
 std::string GroupedNumber(std::uint64_t number);
 // "3.2 s", "1:05", "2:00:01".

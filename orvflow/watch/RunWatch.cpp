@@ -71,7 +71,10 @@ void RunWatch::Begin(const std::string& workflow_name, const std::string& note, 
     next_progress_ = begin_ + std::chrono::duration_cast<Clock::duration>(*settings_.progress);
   }
   WriteLog(note);
-  server_.emplace([this] { return settings_.state_path + "\n" + MakeReport(); });
+  server_.emplace([this] {
+    const RunDetails details = GetDetails();
+    return settings_.state_path + "\n" + ReportText(details) + kFormSeparator + ReportAsJson(details);
+  });
   try {
     thread_ = std::thread([this] { Watch(); });
   } catch (const std::exception&) {  // The run is worth more than its status line.

@@ -9,6 +9,10 @@
 
 namespace OrvWorkFlow::Program {
 
+// A run answers with the path of its state and a line break, its report, this, and its report as JSON. No report holds
+// it.
+constexpr char kFormSeparator = '\x1E';
+
 class StatusServer {
  public:
   // Without the channel (refused by the system, say) nothing answers; the run does not depend on it. `report` is called

@@ -5,7 +5,9 @@
 #include <filesystem>
 #include <thread>
 
+#include "nlohmann/json.hpp"
 #include "tests/program/ProgramFixture.h"
+#include "tests/support/SourceFolder.h"
 
 namespace orv_test {
 namespace {
@@ -52,6 +54,31 @@ TEST_F(StatusTest, ShowsQueueAndNodes) {
         "           1        0        1  idle           CountingNode A\n",
         "           0        0        0  at work "}) {
     EXPECT_NE(result.output.find(part), std::string::npos) << part << "\n" << result.output;
+  }
+}
+
+TEST_F(StatusTest, PrintsJson) {
+  const ChildProcess run(ORVFLOW_PROGRAM, {"run", flow_});
+  ASSERT_EQ(WaitForReport({"status", flow_}).exit_code, 0);
+  const ProcessResult result = Run({"status", flow_, "--json"});
+  EXPECT_EQ(result.exit_code, 0) << result.error;
+  const nlohmann::json report = nlohmann::json::parse(result.output);
+  const nlohmann::json schema =
+      nlohmann::json::parse(ReadFile((SourceFolder() / "docs" / "status.schema.json").string()));
+  EXPECT_EQ(report.size(), schema["properties"].size());
+  for (const auto& [name, value] : report.items()) EXPECT_TRUE(schema["properties"].contains(name)) << name;
+  EXPECT_EQ(report["version"], 1);
+  EXPECT_EQ(report["delivered"], 1);
+  EXPECT_EQ(report["waiting"], 1);
+  EXPECT_EQ(report["since_save"].is_null() || report["since_save"].is_number(), true);
+  ASSERT_EQ(report["at_work"].size(), 1u);
+  EXPECT_EQ(report["at_work"][0]["instance"], "B");
+  ASSERT_EQ(report["queue"].size(), 1u);
+  EXPECT_EQ(report["queue"][0]["sender"], "CountingNode A.out");
+  ASSERT_EQ(report["nodes"].size(), 2u);
+  for (const char* part : {"at_work", "queue", "nodes"}) {
+    const nlohmann::json& described = schema["properties"][part]["items"]["properties"];
+    for (const auto& [name, value] : report[part][0].items()) EXPECT_TRUE(described.contains(name)) << part << name;
   }
 }
 
