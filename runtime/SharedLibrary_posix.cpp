@@ -5,7 +5,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <exception>
 #include <filesystem>
+#include <map>
 #include <new>
 #include <string_view>
 
@@ -52,15 +54,35 @@ std::string WithoutEnding(const std::string& name) {
 
 }  // namespace
 
+// One call at a time.
 std::unique_ptr<SharedLibrary> SharedLibrary::Open(const std::string& file, std::string* reason) {
-  errno = 0;
-  void* const handle = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
-  if (handle == nullptr) {
-    if (errno == ENOMEM) throw std::bad_alloc();  // The library may be whole.
-    *reason = GetLoadError(file);
+  // A library that has thrown stays where it is, half made; asked for once more, the system would call it loaded.
+  static std::map<std::string, std::string> half_made;
+  const auto known = half_made.find(file);
+  if (known != half_made.end()) {
+    *reason = known->second;
     return nullptr;
   }
-  return std::make_unique<PosixLibrary>(handle);
+  // What the library's own objects throw while they are made comes out of the call. The system's header says that
+  // nothing does, so the compiler must not see which function it is.
+  void* (*volatile const open_library)(const char*, int) = &dlopen;
+  void* handle = nullptr;
+  std::string thrown;
+  errno = 0;
+  try {
+    handle = open_library(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+  } catch (const std::bad_alloc&) {
+    throw;
+  } catch (const std::exception& error) {
+    thrown = std::string("throws while it is loaded: ") + error.what();
+  } catch (...) {
+    thrown = "throws while it is loaded";
+  }
+  if (handle != nullptr) return std::make_unique<PosixLibrary>(handle);
+  if (thrown.empty() && errno == ENOMEM) throw std::bad_alloc();  // The library may be whole.
+  *reason = thrown.empty() ? GetLoadError(file) : thrown;
+  if (!thrown.empty()) half_made.emplace(file, thrown);
+  return nullptr;
 }
 
 std::vector<std::string> GetLibraryFileNames(const std::string& name) {

@@ -8,6 +8,7 @@
 #include "OrvWorkFlow/WorkFlowFactory.h"
 #include "OrvWorkFlow/sdk/MarshalledHolder.h"
 #include "host/files/HostFiles.h"
+#include "orvflow/terminal/StandardStreams.h"
 #include "orvflow/trial/LibraryTrial.h"
 #include "runtime/PluginLoader.h"
 
@@ -42,6 +43,7 @@ std::vector<std::string> LibrariesInPluginDirectories() {
 // Alone in the process, so that everything registered is the library's own. Nothing for one that is no plug-in and was
 // not asked for by its name. Throws ProgramError for one that is broken.
 std::optional<LibraryDescription> DescribeLibrary(const std::string& library, bool is_named) {
+  const OutputAside aside;
   const bool is_file = Host::FindFileKind(library) == Host::FileKind::Readable;
   const std::string path = is_named && is_file ? Host::MakeAbsolutePath(library) : library;
   const Sdk::TextHolder file;

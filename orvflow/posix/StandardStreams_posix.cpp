@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 
 namespace OrvWorkFlow::Program {
 
@@ -18,5 +19,20 @@ void SecureStandardStreams() {
 }
 
 void UseBinaryStreams() {}
+
+OutputAside::OutputAside() noexcept {
+  std::fflush(stdout);
+  saved_ = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+  if (saved_ >= 0) dup2(STDERR_FILENO, STDOUT_FILENO);
+}
+
+OutputAside::~OutputAside() {
+  if (saved_ < 0) return;
+  const bool had_failed = std::ferror(stdout) != 0;
+  // That standard error took no more of it is no failure of standard output.
+  if (std::fflush(stdout) != 0 && !had_failed) std::clearerr(stdout);
+  dup2(saved_, STDOUT_FILENO);
+  close(saved_);
+}
 
 }  // namespace OrvWorkFlow::Program

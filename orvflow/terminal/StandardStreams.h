@@ -31,6 +31,19 @@ constexpr char kOutputLost[] = "standard output cannot be written; is the disk f
 SecretText ReadSecretInput();
 void WriteSecretOutput(const SecretText& bytes);
 
+// What plug-in libraries print while they are loaded, looked at and unloaded goes to standard error: what the verb
+// itself prints is read by programs. For the time of a scope; one thread, which prints nothing itself meanwhile.
+class OutputAside {
+ public:
+  OutputAside() noexcept;
+  OutputAside(const OutputAside&) = delete;
+  OutputAside& operator=(const OutputAside&) = delete;
+  ~OutputAside();
+
+ private:
+  int saved_ = -1;  // where standard output went before
+};
+
 // Line ends are not translated from now on. Called by the others.
 void UseBinaryStreams();
 

@@ -141,12 +141,15 @@ ExitCode CheckVerb::Execute() {
       code = CodeOf(error.kind());
     }
   };
-  ReadCompany(key ? key->key() : nullptr);
-  for (const std::string& flow : flows_) {
-    check(flow, {.takes_in_others = !absorbs_.empty(), .beside = Flow::WithoutOne(company_, 0)});
-  }
-  for (std::size_t i = 0; i < absorbs_.size(); ++i) {
-    check(absorbs_[i], {.is_guest = true, .beside = Flow::WithoutOne(company_, i + 1)});
+  {
+    const OutputAside aside;
+    ReadCompany(key ? key->key() : nullptr);
+    for (const std::string& flow : flows_) {
+      check(flow, {.takes_in_others = !absorbs_.empty(), .beside = Flow::WithoutOne(company_, 0)});
+    }
+    for (std::size_t i = 0; i < absorbs_.size(); ++i) {
+      check(absorbs_[i], {.is_guest = true, .beside = Flow::WithoutOne(company_, i + 1)});
+    }
   }
   WriteStandardOutput(json_    ? FindingsAsJson(files)
                       : sarif_ ? FindingsAsSarif(files)

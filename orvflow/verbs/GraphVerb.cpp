@@ -135,6 +135,7 @@ void GraphVerb::TakeIn(Host::WorkflowHost& host, const std::string& guest, Flow:
 }
 
 std::string GraphVerb::Draw(bool as_page) const {
+  const OutputAside aside;
   std::optional<KeyFile> key;
   if (!key_file_.empty()) key.emplace(key_file_);
   const std::unique_ptr<Host::WorkflowHost> host = std::make_unique<Host::WorkflowHost>();

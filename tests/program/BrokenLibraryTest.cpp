@@ -63,6 +63,29 @@ TEST_F(BrokenLibraryTest, OneThatDoesNotReturn) {
   ExpectOneLine(Run({"inspect", "SleepsWhenLoaded"}), ": does not return within 10 s while it is loaded; ");
 }
 
+// What programs read of a verb holds nothing of what a library prints.
+TEST_F(BrokenLibraryTest, OneThatPrintsDoesNotPrintAmongTheAnswers) {
+  const std::filesystem::path folder = std::filesystem::path(ORVFLOW_PROGRAM).parent_path() / "hostile";
+  std::filesystem::path library = folder / "PrintsAtOnce.so";
+  if (!std::filesystem::exists(library)) library = folder / "PrintsAtOnce.dll";
+  const std::string flow = WriteFlow({{"AnyNode", "A", "PrintsAtOnce"}}, "AnyNode,A,go");
+  const std::string text = "not on standard output";
+  const ProcessResult inspect = Run({"inspect", "--json", library.string(), "ProgramNodes"});
+  EXPECT_EQ(inspect.exit_code, 4);
+  EXPECT_EQ(inspect.output.substr(0, 1), "{");
+  EXPECT_NE(inspect.output.find("EchoNode"), std::string::npos);
+  EXPECT_EQ(inspect.output.find(text), std::string::npos);
+  EXPECT_NE(inspect.error.find(text), std::string::npos) << inspect.error;
+  const ProcessResult check = Run({"check", "--json", flow, "--plugin-path", folder.string()});
+  EXPECT_EQ(check.exit_code, 3);
+  EXPECT_EQ(check.output.substr(0, 1), "{");
+  EXPECT_EQ(check.output.find(text), std::string::npos);
+  const ProcessResult graph = Run({"graph", flow, "--plugin-path", folder.string()});
+  EXPECT_EQ(graph.exit_code, 0);
+  EXPECT_EQ(graph.output.substr(0, 8), "digraph ");
+  EXPECT_EQ(graph.output.find(text), std::string::npos);
+}
+
 TEST_F(BrokenLibraryTest, TheCulpritAmongSeveralIsNamed) {
   const std::string flow = WriteFlow({{"EchoNode", "A"}, {"BrokenNode", "B", "ExitsWhenLoaded"}}, "EchoNode,A,go");
   const ProcessResult result = Run({"run", flow});

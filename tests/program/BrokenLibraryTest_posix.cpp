@@ -1,6 +1,8 @@
 // Libraries whose crashes this system leaves to the process: the moment is told.
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "tests/program/ProgramFixture.h"
 
 namespace orv_test {
@@ -22,6 +24,23 @@ TEST_F(CrashingLibraryTest, TheMomentIsTold) {
   ExpectRefused("CrashesWhenLoaded", " while it is loaded; build it again, or name another\n");
   ExpectRefused("CrashesWhenUnloaded", " when it is unloaded; build it again, or name another\n");
   ExpectRefused("ExitsWhenLoaded", ": ends the process with exit code 0 while it is loaded; ");
+}
+
+// The others are looked at all the same.
+TEST_F(CrashingLibraryTest, WhatALibraryThrowsWhileItIsLoadedIsTold) {
+  const std::string folder = (std::filesystem::path(ORVFLOW_PROGRAM).parent_path() / "hostile").string();
+  const std::string flow = WriteFlow({{"AnyNode", "A", "ThrowsWhenLoaded"}}, "AnyNode,A,go");
+  const std::string moment = "ThrowsWhenLoaded.so: throws while it is loaded: on purpose";
+  const ProcessResult inspect = Run({"inspect", folder + "/ThrowsWhenLoaded.so", "ProgramNodes"});
+  EXPECT_EQ(inspect.exit_code, 4);
+  EXPECT_NE(inspect.error.find(moment), std::string::npos) << inspect.error;
+  EXPECT_NE(inspect.output.find("EchoNode"), std::string::npos);
+  const ProcessResult check = Run({"check", flow, "--plugin-path", folder});
+  EXPECT_EQ(check.exit_code, 3);
+  EXPECT_NE(check.output.find(moment), std::string::npos) << check.output;
+  const ProcessResult run = Run({"run", flow, "--plugin-path", folder});
+  EXPECT_EQ(run.exit_code, 4);
+  EXPECT_NE(run.error.find(moment), std::string::npos) << run.error;
 }
 
 }  // namespace

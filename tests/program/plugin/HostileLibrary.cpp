@@ -2,6 +2,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <stdexcept>
 #include <thread>
 
 #include "OrvWorkFlow/Plugin.h"
@@ -24,6 +25,12 @@ void Misbehave(const char* what) {
     case 's':
       std::this_thread::sleep_for(std::chrono::minutes(5));
       break;
+    case 'p':
+      std::puts("not on standard output");
+      std::fflush(stdout);
+      break;
+    case 't':
+      throw std::runtime_error("on purpose");
     default:
       break;
   }
