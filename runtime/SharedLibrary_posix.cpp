@@ -7,9 +7,9 @@
 #include <cerrno>
 #include <exception>
 #include <filesystem>
-#include <map>
 #include <new>
 #include <string_view>
+#include <vector>
 
 namespace OrvWorkFlow {
 
@@ -57,10 +57,9 @@ std::string WithoutEnding(const std::string& name) {
 // One call at a time.
 std::unique_ptr<SharedLibrary> SharedLibrary::Open(const std::string& file, std::string* reason) {
   // A library that has thrown stays where it is, half made; asked for once more, the system would call it loaded.
-  static std::map<std::string, std::string> half_made;
-  const auto known = half_made.find(file);
-  if (known != half_made.end()) {
-    *reason = known->second;
+  static std::vector<std::string> half_made;
+  if (std::find(half_made.begin(), half_made.end(), file) != half_made.end()) {
+    *reason = "has thrown while it was loaded";
     return nullptr;
   }
   // What the library's own objects throw while they are made comes out of the call. The system's header says that
@@ -81,7 +80,7 @@ std::unique_ptr<SharedLibrary> SharedLibrary::Open(const std::string& file, std:
   if (handle != nullptr) return std::make_unique<PosixLibrary>(handle);
   if (thrown.empty() && errno == ENOMEM) throw std::bad_alloc();  // The library may be whole.
   *reason = thrown.empty() ? GetLoadError(file) : thrown;
-  if (!thrown.empty()) half_made.emplace(file, thrown);
+  if (!thrown.empty()) half_made.push_back(file);
   return nullptr;
 }
 
