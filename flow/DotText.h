@@ -9,7 +9,7 @@ namespace OrvWorkFlow::Flow {
 // In double quotes; a backslash stands for itself.
 std::string Quoted(std::string_view text);
 
-// Within a label of Graphviz's HTML.
+// Within HTML, Graphviz's labels among it; a blank for no text.
 std::string InHtml(std::string_view text);
 
 // `html` in a font with these attributes.

@@ -4,6 +4,7 @@
 #include <string_view>
 #include <utility>
 
+#include "flow/DotText.h"
 #include "nlohmann/json.hpp"
 
 namespace OrvWorkFlow::Program {
@@ -18,23 +19,6 @@ using Json = nlohmann::ordered_json;
 // Each stands in the page once, as its build has checked.
 constexpr std::string_view kTitleMark = "@TITLE@";
 constexpr std::string_view kDataMark = "@DATA@";
-
-std::string InHtml(std::string_view text) {
-  std::string html;
-  for (const char c : text) {
-    switch (c) {
-      case '&':
-        html += "&amp;";
-        break;
-      case '<':
-        html += "&lt;";
-        break;
-      default:
-        html += c;
-    }
-  }
-  return html;
-}
 
 // In a script element: nothing in it ends the element.
 std::string InScript(const Json& data) {
@@ -136,7 +120,7 @@ std::string MakeGraphPage(const std::string& title, const std::string& dot, cons
   const std::size_t data_mark = kGraphPage.find(kDataMark, title_mark);
   const std::size_t after_title = title_mark + kTitleMark.size();
   std::string page(kGraphPage.substr(0, title_mark));
-  page += InHtml(title);
+  page += Flow::InHtml(title);
   page += kGraphPage.substr(after_title, data_mark - after_title);
   page += InScript(PageData(workflow, findings).Make(title, dot));
   page += kGraphPage.substr(data_mark + kDataMark.size());

@@ -8,7 +8,7 @@
 
 namespace OrvWorkFlow::Program {
 
-// False where the program was built without the page, because npm was missing.
+// False where the program was built without the page, because npm could not make it.
 bool HasGraphPage();
 
 // HTML in UTF-8. The browser lays `dot` out, which has to be the drawing of `workflow`: its nodes are "n0", "n1" and so

@@ -108,9 +108,10 @@ ExitCode GraphVerb::Execute() {
   AddPluginDirectories(plugin_directories_);
   const bool is_page = form == "html";
   if (is_page && !HasGraphPage()) {
-    throw ProgramError(ExitCode::Failed, "-o " + output_ +
-                                             ": this program was built without the page, because npm was missing; take "
-                                             ".svg, or build it with npm");
+    throw ProgramError(ExitCode::Failed,
+                       "-o " + output_ +
+                           ": this program was built without the page, which npm makes; take .svg, or "
+                           "build it where npm is there and reaches its registry");
   }
   const std::string text = Draw(is_page);
   if (form.empty()) {
