@@ -104,7 +104,8 @@ void RunRecord::Record(const Entries& entries) noexcept {
 
 template <class Values>
 void RunRecord::Append(Kind kind, const Values& values) {
-  if (!MakeRoom()) return;
+  // Nothing follows what found no room: its route might be what is missing.
+  if (!is_on_ || !MakeRoom()) return;
   unsigned char* const begin = at_ + kLengthSize;
   Encoder encoder(begin);
   encoder.Byte(static_cast<std::uint8_t>(kind));
