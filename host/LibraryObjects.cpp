@@ -7,7 +7,7 @@
 #include "OrvWorkFlow/Names.h"
 #include "OrvWorkFlow/WorkFlowFactory.h"
 #include "OrvWorkFlow/host/HostError.h"
-#include "runtime/PluginLoader.h"
+#include "runtime/plugin/PluginLoader.h"
 
 namespace OrvWorkFlow::Host {
 

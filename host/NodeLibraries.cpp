@@ -6,7 +6,7 @@
 #include "OrvWorkFlow/WorkflowSchema.h"
 #include "OrvWorkFlow/host/HostError.h"
 #include "base/dictionary/DictionaryReading.h"
-#include "runtime/PluginLoader.h"
+#include "runtime/plugin/PluginLoader.h"
 
 namespace OrvWorkFlow::Host {
 

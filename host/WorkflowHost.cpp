@@ -9,8 +9,8 @@
 #include "OrvWorkFlow/WorkFlowFactory.h"
 #include "host/HostParts.h"
 #include "host/files/HostFiles.h"
-#include "runtime/Logger.h"
-#include "runtime/PluginLoader.h"
+#include "runtime/log/Logger.h"
+#include "runtime/plugin/PluginLoader.h"
 
 namespace OrvWorkFlow::Host {
 

@@ -10,7 +10,7 @@
 #include <thread>
 #include <utility>
 
-#include "runtime/ShortWait.h"
+#include "runtime/thread/ShortWait.h"
 
 namespace OrvWorkFlow::Host {
 

@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "flow/Finding.h"
-#include "flow/Proof.h"
-#include "flow/SourcePlaces.h"
+#include "flow/check/Finding.h"
+#include "flow/graph/Proof.h"
+#include "flow/model/SourcePlaces.h"
 #include "orvflow/terminal/Colours.h"
 
 namespace OrvWorkFlow::Program {

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "flow/Proof.h"
+#include "flow/graph/Proof.h"
 #include "nlohmann/json_fwd.hpp"
 
 namespace OrvWorkFlow::Program {

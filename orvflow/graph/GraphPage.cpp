@@ -4,7 +4,7 @@
 #include <string_view>
 #include <utility>
 
-#include "flow/DotText.h"
+#include "flow/drawing/DotText.h"
 #include "nlohmann/json.hpp"
 
 namespace OrvWorkFlow::Program {

@@ -3,8 +3,8 @@
 
 #include <string>
 
-#include "flow/Finding.h"
-#include "flow/Workflow.h"
+#include "flow/check/Finding.h"
+#include "flow/model/Workflow.h"
 
 namespace OrvWorkFlow::Program {
 

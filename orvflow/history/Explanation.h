@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "flow/Workflow.h"
+#include "flow/model/Workflow.h"
 #include "journal/DeliveryHistory.h"
 
 namespace OrvWorkFlow::Program {

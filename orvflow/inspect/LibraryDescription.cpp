@@ -7,7 +7,7 @@
 #include "OrvWorkFlow/Names.h"
 #include "OrvWorkFlow/WorkFlowFactory.h"
 #include "OrvWorkFlow/sdk/MarshalledHolder.h"
-#include "flow/NodeKind.h"
+#include "flow/model/NodeKind.h"
 
 namespace OrvWorkFlow::Program {
 

@@ -10,7 +10,7 @@
 #include "host/files/HostFiles.h"
 #include "orvflow/terminal/StandardStreams.h"
 #include "orvflow/trial/LibraryTrial.h"
-#include "runtime/PluginLoader.h"
+#include "runtime/plugin/PluginLoader.h"
 
 namespace OrvWorkFlow::Program {
 

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <iterator>
 
-#include "flow/Check.h"
-#include "flow/Checks.h"
+#include "flow/check/Check.h"
+#include "flow/check/Checks.h"
 #include "host/NodeLibraries.h"
 #include "orvflow/terminal/Terminal.h"
 #include "orvflow/trial/PluginTrial.h"

@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "OrvWorkFlow/IDictionary.h"
-#include "flow/Check.h"
-#include "flow/Proof.h"
+#include "flow/check/Check.h"
+#include "flow/graph/Proof.h"
 
 namespace OrvWorkFlow::Program {
 
@@ -20,7 +20,8 @@ struct FlowUse {
   std::vector<Flow::FlowBeside> beside = {};  // what is known of the workflows that run together with it
 };
 
-// All that can be known to be wrong (flow/Check.h), with the plug-in libraries tried in a child process and loaded.
+// All that can be known to be wrong (flow/check/Check.h), with the plug-in libraries tried in a child process and
+// loaded.
 Flow::Findings FindFaults(IDictionary& dictionary, const FlowUse& use);
 
 // What is certain of its runs, after its faults were looked for and no error was found.

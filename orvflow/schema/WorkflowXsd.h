@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "flow/Workflow.h"
+#include "flow/model/Workflow.h"
 #include "orvflow/inspect/LibraryDescription.h"
 
 namespace OrvWorkFlow::Program {

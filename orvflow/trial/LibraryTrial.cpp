@@ -13,7 +13,7 @@
 #include "orvflow/terminal/StopRequest.h"
 #include "orvflow/trial/TrialProcess.h"
 #include "orvflow/verbs/Verb.h"
-#include "runtime/PluginLoader.h"
+#include "runtime/plugin/PluginLoader.h"
 
 namespace OrvWorkFlow::Program {
 

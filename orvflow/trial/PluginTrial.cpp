@@ -6,7 +6,7 @@
 #include "OrvWorkFlow/sdk/MarshalledHolder.h"
 #include "base/dictionary/DictionaryReading.h"
 #include "orvflow/trial/LibraryTrial.h"
-#include "runtime/PluginLoader.h"
+#include "runtime/plugin/PluginLoader.h"
 
 namespace OrvWorkFlow::Program {
 

@@ -8,9 +8,9 @@
 
 #include "OrvWorkFlow/WorkflowSchema.h"
 #include "OrvWorkFlow/host/WorkflowHost.h"
-#include "flow/Drawing.h"
-#include "flow/DrawingDifference.h"
-#include "flow/Workflow.h"
+#include "flow/drawing/Drawing.h"
+#include "flow/drawing/DrawingDifference.h"
+#include "flow/model/Workflow.h"
 #include "host/files/HostFiles.h"
 #include "orvflow/files/FileLoading.h"
 #include "orvflow/files/KeyFile.h"

@@ -8,7 +8,7 @@
 
 #include "OrvWorkFlow/WorkflowSchema.h"
 #include "OrvWorkFlow/host/WorkflowHost.h"
-#include "flow/Workflow.h"
+#include "flow/model/Workflow.h"
 #include "host/files/HostFiles.h"
 #include "orvflow/files/FileLoading.h"
 #include "orvflow/inspect/LibrarySearch.h"

@@ -1,7 +1,7 @@
 #include "orvflow/verbs/Verb.h"
 
 #include "host/files/HostFiles.h"
-#include "runtime/PluginLoader.h"
+#include "runtime/plugin/PluginLoader.h"
 
 namespace OrvWorkFlow::Program {
 

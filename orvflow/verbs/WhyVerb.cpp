@@ -5,7 +5,7 @@
 
 #include "OrvWorkFlow/host/WorkflowHost.h"
 #include "base/text/Suggestion.h"
-#include "flow/Workflow.h"
+#include "flow/model/Workflow.h"
 #include "host/files/HostFiles.h"
 #include "orvflow/files/FileLoading.h"
 #include "orvflow/history/Explanation.h"

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "OrvWorkFlow/ILogger.h"
-#include "runtime/Logger.h"
+#include "runtime/log/Logger.h"
 
 namespace OrvWorkFlow::Program {
 

@@ -5,12 +5,12 @@
 
 #include "OrvWorkFlow/WorkFlowFactory.h"
 #include "OrvWorkFlow/WorkflowSchema.h"
-#include "signalmediator/ConfigureNode.h"
-#include "signalmediator/DictionaryAccess.h"
 #include "signalmediator/MediatorBox.h"
 #include "signalmediator/MediatorMessages.h"
 #include "signalmediator/SignalMediatorObject.h"
-#include "signalmediator/UtilityObjects.h"
+#include "signalmediator/definitions/DictionaryAccess.h"
+#include "signalmediator/definitions/UtilityObjects.h"
+#include "signalmediator/nodes/ConfigureNode.h"
 
 namespace OrvWorkFlow::Core::Mediator {
 

@@ -1,12 +1,12 @@
 // Taking another workflow's definitions into the global dictionary.
 #include "OrvWorkFlow/WorkFlowFactory.h"
 #include "OrvWorkFlow/WorkflowSchema.h"
-#include "signalmediator/ConfigureNode.h"
-#include "signalmediator/DictionaryAccess.h"
-#include "signalmediator/DictionaryCopy.h"
 #include "signalmediator/MediatorMessages.h"
 #include "signalmediator/SignalMediatorObject.h"
-#include "signalmediator/UtilityObjects.h"
+#include "signalmediator/definitions/DictionaryAccess.h"
+#include "signalmediator/definitions/DictionaryCopy.h"
+#include "signalmediator/definitions/UtilityObjects.h"
+#include "signalmediator/nodes/ConfigureNode.h"
 
 namespace OrvWorkFlow::Core::Mediator {
 

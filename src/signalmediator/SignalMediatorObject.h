@@ -26,11 +26,11 @@
 #include "OrvWorkFlow/IWorkFlowEngine.h"
 #include "OrvWorkFlow/IWorkNode.h"
 #include "signalmediator/AccessLock.h"
-#include "signalmediator/ContentDirectories.h"
-#include "signalmediator/DeliveriesAtWork.h"
-#include "signalmediator/InputSignal.h"
-#include "signalmediator/RebootSignals.h"
-#include "signalmediator/WorkNodeList.h"
+#include "signalmediator/nodes/ContentDirectories.h"
+#include "signalmediator/nodes/WorkNodeList.h"
+#include "signalmediator/signals/DeliveriesAtWork.h"
+#include "signalmediator/signals/InputSignal.h"
+#include "signalmediator/signals/RebootSignals.h"
 
 namespace OrvWorkFlow::Core::Mediator {
 

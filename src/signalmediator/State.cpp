@@ -5,10 +5,10 @@
 #include "CoreObjects/Format.h"
 #include "CoreObjects/Marshalled.h"
 #include "OrvWorkFlow/WorkflowSchema.h"
-#include "signalmediator/DictionaryAccess.h"
 #include "signalmediator/MediatorBox.h"
 #include "signalmediator/MediatorMessages.h"
 #include "signalmediator/SignalMediatorObject.h"
+#include "signalmediator/definitions/DictionaryAccess.h"
 
 namespace OrvWorkFlow::Core::Mediator {
 

@@ -2,11 +2,11 @@
 #include <algorithm>
 
 #include "OrvWorkFlow/WorkflowSchema.h"
-#include "signalmediator/DictionaryAccess.h"
 #include "signalmediator/MediatorBox.h"
 #include "signalmediator/MediatorMessages.h"
 #include "signalmediator/SignalMediatorObject.h"
-#include "signalmediator/TemporaryData.h"
+#include "signalmediator/definitions/DictionaryAccess.h"
+#include "signalmediator/nodes/TemporaryData.h"
 
 namespace OrvWorkFlow::Core::Mediator {
 

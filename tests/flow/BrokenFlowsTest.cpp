@@ -8,7 +8,7 @@
 #include <sstream>
 
 #include "OrvWorkFlow/WorkFlowFactory.h"
-#include "flow/Check.h"
+#include "flow/check/Check.h"
 #include "tests/support/SourceFolder.h"
 #include "tests/support/TempDirectory.h"
 

@@ -6,7 +6,7 @@
 #include <random>
 #include <set>
 
-#include "flow/Proof.h"
+#include "flow/graph/Proof.h"
 
 namespace OrvWorkFlow::Flow {
 namespace {

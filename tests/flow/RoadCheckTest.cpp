@@ -7,7 +7,7 @@
 #include <set>
 
 #include "OrvWorkFlow/WorkFlowFactory.h"
-#include "flow/Checks.h"
+#include "flow/check/Checks.h"
 
 namespace OrvWorkFlow::Flow {
 namespace {

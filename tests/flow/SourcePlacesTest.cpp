@@ -8,7 +8,7 @@
 #include "OrvWorkFlow/IDictionary.h"
 #include "OrvWorkFlow/WorkFlowFactory.h"
 #include "OrvWorkFlow/sdk/MarshalledHolder.h"
-#include "flow/SourcePlaces.h"
+#include "flow/model/SourcePlaces.h"
 #include "tests/support/SourceFolder.h"
 #include "tests/support/TempDirectory.h"
 

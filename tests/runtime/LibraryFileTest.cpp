@@ -6,7 +6,7 @@
 #include <string>
 
 #include "OrvWorkFlow/WorkFlowFactory.h"
-#include "runtime/PluginLoader.h"
+#include "runtime/plugin/PluginLoader.h"
 #include "tests/support/MarshalledTexts.h"
 #include "tests/support/TempDirectory.h"
 

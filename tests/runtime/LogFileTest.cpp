@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "runtime/Logger.h"
+#include "runtime/log/Logger.h"
 #include "tests/support/TempDirectory.h"
 
 namespace {

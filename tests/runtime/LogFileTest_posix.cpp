@@ -6,7 +6,7 @@
 #include <cerrno>
 #include <string>
 
-#include "runtime/Logger.h"
+#include "runtime/log/Logger.h"
 #include "tests/support/TempDirectory.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "runtime/Logger.h"
+#include "runtime/log/Logger.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -11,7 +11,7 @@
 #include <thread>
 #include <vector>
 
-#include "runtime/LogLine.h"
+#include "runtime/log/LogLine.h"
 #include "tests/fakes/RecordingLogger.h"
 #include "tests/support/MarshalledTexts.h"
 #include "tests/support/TempDirectory.h"

@@ -1,4 +1,4 @@
-#include "runtime/PluginLoader.h"
+#include "runtime/plugin/PluginLoader.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

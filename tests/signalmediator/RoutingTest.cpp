@@ -6,7 +6,7 @@
 
 #include "CoreObjects/MediatorLockDepth.h"
 #include "OrvWorkFlow/Marshaller.h"
-#include "runtime/PluginLoader.h"
+#include "runtime/plugin/PluginLoader.h"
 #include "tests/signalmediator/RoutingFixture.h"
 
 namespace orv_test {

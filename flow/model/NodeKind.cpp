@@ -1,0 +1,45 @@
+#include "flow/model/NodeKind.h"
+
+#include <memory>
+
+#include "OrvWorkFlow/WorkFlowFactory.h"
+
+namespace OrvWorkFlow::Flow {
+
+namespace {
+
+struct CreatorDestroyer {
+  void operator()(IFactoryObjectCreator* creator) const { creator->Destroy(); }
+};
+
+// Asks a new node of the type, which is not initialised, through one of its interfaces; `nothing` where it has none.
+template <class Interface, class Answer, class Question>
+Answer AskNode(const std::string& type, const char* interface_name, Answer nothing, Question ask) noexcept {
+  try {
+    if (!WorkFlowFactory::IsWorkNodePresent(type.c_str())) return nothing;
+    const std::unique_ptr<IFactoryObjectCreator, CreatorDestroyer> creator(WorkFlowFactory::CloneCreator(type.c_str()));
+    if (creator == nullptr || !creator->CreatesWorkNodes()) return nothing;
+    IBaseWorkFlowObject* const node = creator->Create();
+    if (node == nullptr) return nothing;
+    auto* const answers = static_cast<Interface*>(node->QueryInterface(interface_name));
+    const Answer answer = answers == nullptr ? nothing : ask(*answers);
+    node->Release();
+    return answer;
+  } catch (...) {  // Whatever is wrong with such a node shows when it is made for its work.
+    return nothing;
+  }
+}
+
+}  // namespace
+
+const NodeDescription* DescribeNodeType(const std::string& type) noexcept {
+  return AskNode<INodeDescription, const NodeDescription*>(type, "INodeDescription", nullptr,
+                                                           [](INodeDescription& node) { return node.Describe(); });
+}
+
+std::int32_t MostSignalsFiredBy(const std::string& type) noexcept {
+  return AskNode<INodeFiring, std::int32_t>(type, "INodeFiring", -1,
+                                            [](INodeFiring& node) { return node.MostSignalsFired(); });
+}
+
+}  // namespace OrvWorkFlow::Flow

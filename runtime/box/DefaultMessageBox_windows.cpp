@@ -1,0 +1,12 @@
+#define WIN32_LEAN_AND_MEAN
+#define NOMINMAX
+#define NOGDI
+#include <windows.h>
+
+#include "runtime/box/DefaultMessageBox.h"
+
+namespace OrvWorkFlow {
+
+void ShowDefaultMessageBox(const char* text, const char* caption) { MessageBoxA(nullptr, text, caption, MB_OK); }
+
+}  // namespace OrvWorkFlow

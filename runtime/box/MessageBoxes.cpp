@@ -1,0 +1,46 @@
+#include "OrvWorkFlow/MessageBoxes.h"
+
+#include <mutex>
+#include <utility>
+
+#include "runtime/NeverDestroyed.h"
+#include "runtime/box/DefaultMessageBox.h"
+
+namespace OrvWorkFlow {
+
+namespace {
+
+struct RouteState {
+  std::mutex mutex;
+  MessageBoxRoute route;
+};
+
+}  // namespace
+
+void ShowMessageBox(const char* text, const char* caption) noexcept {
+  const char* const shown_text = text != nullptr ? text : "";
+  const char* const shown_caption = caption != nullptr ? caption : "";
+  try {
+    MessageBoxRoute route;
+    {
+      RouteState& state = NeverDestroyed<RouteState>();
+      const std::lock_guard lock(state.mutex);
+      route = state.route;
+    }
+    if (route.handler != nullptr) {
+      route.handler(shown_text, shown_caption, route.context);
+    } else {
+      ShowDefaultMessageBox(shown_text, shown_caption);
+    }
+  } catch (...) {
+    // A box that cannot be shown must not turn into a second failure.
+  }
+}
+
+MessageBoxRoute SetMessageBoxRoute(MessageBoxRoute route) noexcept {
+  RouteState& state = NeverDestroyed<RouteState>();
+  const std::lock_guard lock(state.mutex);
+  return std::exchange(state.route, route);
+}
+
+}  // namespace OrvWorkFlow

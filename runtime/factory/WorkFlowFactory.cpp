@@ -1,0 +1,170 @@
+#include "OrvWorkFlow/WorkFlowFactory.h"
+#include "OrvWorkFlow/Names.h"
+
+#include <string>
+#include <vector>
+
+#include "runtime/factory/CreatorRegistry.h"
+#include "runtime/factory/GlobalObjects.h"
+#include "runtime/plugin/PluginLoader.h"
+
+namespace OrvWorkFlow {
+
+namespace {
+
+// Releases an object of foreign code; what it throws is of no use to anybody.
+void ReleaseQuietly(IBaseWorkFlowObject* object) noexcept {
+  try {
+    object->Release();
+  } catch (...) {
+    // The object is gone or leaked; the caller's own failure is the one to report.
+  }
+}
+
+}  // namespace
+
+WorkFlowFactory::WorkFlowFactory(IFactoryObjectCreator* creator) noexcept : creator_(creator) {
+  if (creator_ == nullptr) {
+    RegistrationScope::NoteLost();  // As a rule it could not be made.
+    return;
+  }
+  try {
+    CreatorRegistry::Get().Add(creator_);
+  } catch (...) {
+    // The creator is kept and never found.
+    RegistrationScope::NoteLost();
+  }
+}
+
+WorkFlowFactory::~WorkFlowFactory() {
+  if (creator_ == nullptr) {
+    return;
+  }
+  CreatorRegistry::Get().Remove(creator_);
+  try {
+    creator_->Destroy();
+  } catch (...) {
+    // A library's unload must go on.
+  }
+}
+
+IBaseWorkFlowObject* WorkFlowFactory::CreateNewObject(const char* name) {
+  if (name == nullptr) {
+    return nullptr;
+  }
+  IFactoryObjectCreator* const creator = CreatorRegistry::Get().Find(name, CreatorRegistry::Kind::kObject);
+  return creator != nullptr ? creator->Create() : nullptr;
+}
+
+IBaseWorkFlowObject* WorkFlowFactory::CreateNewGlobalObject(const char* name) {
+  IBaseWorkFlowObject* const present = GetGlobalObj(name);
+  if (present != nullptr) {
+    return present;
+  }
+  IBaseWorkFlowObject* const made = CreateNewObject(name);
+  if (made == nullptr) {
+    return nullptr;
+  }
+  IBaseWorkFlowObject* kept = nullptr;
+  try {
+    kept = GlobalObjects::Get().Add(name, made, true);
+  } catch (...) {
+    kept = nullptr;
+  }
+  if (kept != made) {
+    ReleaseQuietly(made);  // Another thread was first, or there is no memory.
+  }
+  return kept;
+}
+
+IBaseWorkFlowObject* WorkFlowFactory::GetGlobalObj(const char* name) {
+  return name != nullptr ? GlobalObjects::Get().Find(name) : nullptr;
+}
+
+std::uint64_t WorkFlowFactory::GetGlobalsChangeCount() noexcept { return GlobalObjects::GetChangeCount(); }
+
+bool WorkFlowFactory::IsObjectPresent(const char* name) {
+  return name != nullptr && (CreatorRegistry::Get().Find(name, CreatorRegistry::Kind::kObject) != nullptr ||
+                             GlobalObjects::Get().Find(name) != nullptr);
+}
+
+bool WorkFlowFactory::IsWorkNodePresent(const char* type_name) {
+  return type_name != nullptr && CreatorRegistry::Get().Find(type_name, CreatorRegistry::Kind::kWorkNode) != nullptr;
+}
+
+IWorkNode* WorkFlowFactory::CreateNewWorkNode(const char* type_name, const char* instance_name) {
+  if (type_name == nullptr) {
+    return nullptr;
+  }
+  IFactoryObjectCreator* const creator = CreatorRegistry::Get().Find(type_name, CreatorRegistry::Kind::kWorkNode);
+  IBaseWorkFlowObject* const object = creator != nullptr ? creator->Create() : nullptr;
+  if (object == nullptr) {
+    return nullptr;
+  }
+  try {
+    auto* const node = static_cast<IWorkNode*>(object->QueryInterface(InterfaceNames::kWorkNode));
+    if (node != nullptr && node->Initialise(instance_name != nullptr ? instance_name : "")) {
+      return node;
+    }
+  } catch (...) {
+    ReleaseQuietly(object);
+    throw;
+  }
+  ReleaseQuietly(object);
+  return nullptr;
+}
+
+bool WorkFlowFactory::LoadSharedLibrary(const char* path) { return PluginLoader::Load(path); }
+
+bool WorkFlowFactory::GetObjectTypeNames(IOrvPStringList* names) {
+  if (names == nullptr) {
+    return false;
+  }
+  try {
+    const std::vector<std::string> type_names = CreatorRegistry::Get().GetNames();
+    names->Clear();
+    for (const std::string& name : type_names) {
+      if (!names->Add(name.data(), name.size())) {
+        return false;
+      }
+    }
+    return true;
+  } catch (...) {
+    return false;
+  }
+}
+
+bool WorkFlowFactory::AddGlobalObject(const char* name, IBaseWorkFlowObject* object, bool take_ownership) {
+  if (name == nullptr || object == nullptr || GetGlobalObj(name) != nullptr) {
+    return false;
+  }
+  try {
+    return GlobalObjects::Get().Add(name, object, take_ownership) == object;
+  } catch (...) {
+    return false;
+  }
+}
+
+void WorkFlowFactory::ReleaseGlobalObjects() { GlobalObjects::Get().ReleaseAll(); }
+
+void WorkFlowFactory::UnloadSharedLibraries() { PluginLoader::UnloadAll(); }
+
+IFactoryObjectCreator* WorkFlowFactory::CloneCreator(const char* name) {
+  if (name == nullptr) {
+    return nullptr;
+  }
+  IFactoryObjectCreator* const creator = CreatorRegistry::Get().Find(name, CreatorRegistry::Kind::kAny);
+  try {
+    return creator != nullptr ? creator->Clone() : nullptr;
+  } catch (...) {
+    return nullptr;
+  }
+}
+
+void WorkFlowFactory::SetRegistrationObserver(RegistrationObserver observer, void* context) {
+  CreatorRegistry::Get().SetObserver(observer, context);
+}
+
+const char* WorkFlowFactory::LastLoadError() { return PluginLoader::GetLastError(); }
+
+}  // namespace OrvWorkFlow

@@ -1,0 +1,158 @@
+#include "runtime/thread/RuntimeThread.h"
+
+#include <string_view>
+#include <utility>
+
+namespace OrvWorkFlow::OrvBase {
+
+void RuntimeThread::SetArgument(void* argument) {
+  const std::lock_guard lock(mutex_);
+  if (!running_) {
+    argument_ = argument;
+  }
+}
+
+bool RuntimeThread::SetProcedure(Procedure procedure) {
+  const std::lock_guard lock(mutex_);
+  if (procedure == nullptr || running_) {
+    return false;
+  }
+  procedure_ = procedure;
+  return true;
+}
+
+bool RuntimeThread::Start() {
+  const std::lock_guard start_lock(start_mutex_);
+  {
+    const std::lock_guard lock(mutex_);
+    if (procedure_ == nullptr || running_) {
+      return false;
+    }
+    running_ = true;
+  }
+  // The procedure before has returned: its system thread is at its very end.
+  if (system_thread_.joinable()) {
+    system_thread_.join();
+  }
+  if (StartSystemThread()) {
+    return true;
+  }
+  const std::lock_guard lock(mutex_);
+  running_ = false;
+  return false;
+}
+
+bool RuntimeThread::StartSystemThread() {
+  Procedure procedure = nullptr;
+  void* argument = nullptr;
+  {
+    const std::lock_guard lock(mutex_);
+    procedure = procedure_;
+    argument = argument_;
+  }
+  shares_.fetch_add(1, std::memory_order_relaxed);
+  try {
+    system_thread_ = std::thread([this, procedure, argument] { Run(procedure, argument); });
+    return true;
+  } catch (...) {
+    shares_.fetch_sub(1, std::memory_order_relaxed);  // The caller holds the other share.
+    return false;
+  }
+}
+
+void RuntimeThread::Run(Procedure procedure, void* argument) noexcept {
+  try {
+    procedure(argument);
+  } catch (...) {
+    // Nobody is left to hear of it, and a thread's entry must not be left by an exception.
+  }
+  {
+    const std::lock_guard lock(mutex_);
+    running_ = false;
+  }
+  DropShare();
+}
+
+void RuntimeThread::PostNamedEvent(const char* name) {
+  if (name == nullptr) {
+    return;
+  }
+  NamedEvents::Event* event = events_.Find(name);
+  if (event != nullptr && events_.PostUnlessAsleep(event)) {
+    return;
+  }
+  const std::lock_guard lock(mutex_);
+  if (event == nullptr) {
+    event = events_.FindOrAdd(name);
+  }
+  if (event != nullptr) {
+    events_.Post(event);
+  } else {
+    events_.PostNameless();
+  }
+  posted_.notify_one();
+}
+
+bool RuntimeThread::WaitForEvent(IOrvPString* name) {
+  const auto is_there = [this] { return events_.HasWaiting(); };
+  if (!is_there()) {
+    const auto count = [this] { return events_.PostsOfFirst(); };
+    short_wait_.WaitFor(is_there, count);
+    if (!is_there()) {
+      short_wait_.SleepFor([&] { Sleep(); }, is_there, count);
+    }
+  }
+  const NamedEvents::Event* const event = events_.TakeFirst();
+  if (name == nullptr) {
+    return true;
+  }
+  const std::string_view taken = event != nullptr ? event->name() : std::string_view();  // Never forgotten.
+  return name->Assign(taken.data(), taken.size());
+}
+
+void RuntimeThread::Sleep() {
+  std::unique_lock lock(mutex_);
+  events_.SetAsleep(true);
+  posted_.wait(lock, [this] { return events_.HasWaiting(); });
+  events_.SetAsleep(false);
+}
+
+bool RuntimeThread::IsRunning() const {
+  const std::lock_guard lock(mutex_);
+  return running_;
+}
+
+unsigned long RuntimeThread::GetPostCount(const char* name) const {
+  if (name == nullptr) {
+    return 0;
+  }
+  const NamedEvents::Event* const event = events_.Find(name);
+  return event != nullptr ? event->posts() : 0;
+}
+
+void RuntimeThread::Release() {
+  std::thread system_thread;
+  bool running = false;
+  {
+    const std::lock_guard start_lock(start_mutex_);
+    system_thread = std::move(system_thread_);
+    const std::lock_guard lock(mutex_);
+    running = running_;
+  }
+  if (system_thread.joinable()) {
+    if (running || system_thread.get_id() == std::this_thread::get_id()) {
+      system_thread.detach();
+    } else {
+      system_thread.join();
+    }
+  }
+  DropShare();
+}
+
+void RuntimeThread::DropShare() noexcept {
+  if (shares_.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+    delete this;
+  }
+}
+
+}  // namespace OrvWorkFlow::OrvBase

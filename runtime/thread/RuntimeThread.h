@@ -1,0 +1,55 @@
+// The runtime's thread with named events.
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+
+#include "OrvWorkFlow/OrvBase.h"
+#include "runtime/thread/NamedEvents.h"
+#include "runtime/thread/ShortWait.h"
+
+namespace OrvWorkFlow::OrvBase {
+
+// Two share it: whoever asked for it, until Release, and the procedure, until it has returned. So a procedure whose
+// thread was released while it ran still finds its events.
+class RuntimeThread final : public Thread {
+ public:
+  RuntimeThread() = default;
+  RuntimeThread(const RuntimeThread&) = delete;
+  RuntimeThread& operator=(const RuntimeThread&) = delete;
+
+  void SetArgument(void* argument) override;
+  bool SetProcedure(Procedure procedure) override;
+  bool Start() override;
+  void PostNamedEvent(const char* name) override;
+  bool WaitForEvent(IOrvPString* name) override;
+  bool IsRunning() const override;
+  unsigned long GetPostCount(const char* name) const override;
+  void Release() override;
+
+ private:
+  ~RuntimeThread() = default;
+
+  bool StartSystemThread();
+  void Run(Procedure procedure, void* argument) noexcept;
+  void Sleep();
+  void DropShare() noexcept;
+
+  std::atomic<int> shares_{1};
+
+  // Guards system_thread_: one Start or Release at a time. Taken before mutex_, never by the running procedure's end.
+  std::mutex start_mutex_;
+  std::thread system_thread_;
+
+  mutable std::mutex mutex_;  // Guards what follows, as far as that does not guard itself; a leaf.
+  std::condition_variable posted_;
+  Procedure procedure_ = nullptr;
+  void* argument_ = nullptr;
+  bool running_ = false;
+  NamedEvents events_;    // The procedure takes them.
+  ShortWait short_wait_;  // The procedure's.
+};
+
+}  // namespace OrvWorkFlow::OrvBase

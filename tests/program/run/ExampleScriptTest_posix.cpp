@@ -1,0 +1,92 @@
+// The script beside the example, as `./dev run` starts it; what it prints is what the pages show.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <regex>
+#include <vector>
+
+#include "tests/program/support/ProgramFixture.h"
+#include "tests/support/SourceFolder.h"
+
+namespace orv_test {
+namespace {
+
+// The blocks of a page that show a dialogue: those that begin with a command behind "$ ".
+std::vector<std::string> DialoguesOf(const std::filesystem::path& page) {
+  const std::string fence = "```\n";
+  const std::string text = ReadFile(page);
+  std::vector<std::string> dialogues;
+  for (std::size_t begin = text.find(fence); begin != std::string::npos; begin = text.find(fence, begin)) {
+    begin += fence.size();
+    const std::size_t end = text.find(fence, begin);
+    if (end == std::string::npos) break;
+    const std::string block = text.substr(begin, end - begin);
+    if (block.starts_with("$ ")) dialogues.push_back(block);
+    begin = end + fence.size();
+  }
+  return dialogues;
+}
+
+// Times differ from run to run, and so do the numbers of signals and nodes where a run was interrupted at some moment.
+// All else has to be the same.
+std::string WithoutChance(const std::string& text, bool is_interrupted) {
+  std::string result = std::regex_replace(text, std::regex("[0-9]+\\.[0-9] s\n"), "N s\n");
+  if (is_interrupted) result = std::regex_replace(result, std::regex("[0-9]+ (signal|node)s? "), "N $1s ");
+  return result;
+}
+
+class ExampleScriptTest : public ProgramFixture {
+ protected:
+  // Runs the script of an example in the test's directory.
+  ProcessResult RunExample(const std::string& name) {
+    const std::filesystem::path example = SourceFolder() / "examples" / name;
+    for (const char* file : {"flow.xml", "guest.xml", "run.sh"}) {
+      if (!std::filesystem::exists(example / file)) continue;
+      std::filesystem::copy_file(example / file, directory_.path() / file);
+    }
+    return RunProcess("/bin/bash", {File("run.sh"), ORVFLOW_PROGRAM});
+  }
+
+  // The page shows one dialogue, which is this one.
+  static void ExpectShown(const std::string& page, const std::string& output, bool is_interrupted = false) {
+    const std::vector<std::string> dialogues = DialoguesOf(SourceFolder() / page);
+    ASSERT_EQ(dialogues.size(), 1U) << page;
+    EXPECT_EQ(WithoutChance(dialogues.front(), is_interrupted), WithoutChance(output, is_interrupted)) << page;
+  }
+};
+
+TEST_F(ExampleScriptTest, EndsWithTheEndOfTheReport) {
+  const ProcessResult result = RunExample("01_backup");
+  EXPECT_EQ(result.exit_code, 0);
+  EXPECT_EQ(result.error, "");
+  EXPECT_NE(result.output.find(" 0 failures, "), std::string::npos) << result.output;
+  const std::string report = ReadFile(directory_.path() / "report.txt");
+  const std::string last_line = report.substr(report.rfind('\n', report.size() - 2));
+  EXPECT_TRUE(last_line.ends_with(" copied and verified, 0 failed\n")) << last_line;
+  EXPECT_TRUE(result.output.ends_with(last_line)) << result.output;
+  // Elsewhere than on a Debian machine the script makes files of its own.
+  if (!std::filesystem::exists("/usr/share/common-licenses/MPL-2.0")) return;
+  ExpectShown("README.md", result.output);
+  ExpectShown("examples/01_backup/README.md", result.output);
+}
+
+TEST_F(ExampleScriptTest, InterruptedWorkIsDoneInTheEnd) {
+  const ProcessResult result = RunExample("02_interrupted");
+  EXPECT_EQ(result.exit_code, 0);
+  EXPECT_NE(result.output.find("stopped by Ctrl-C, saved in flow.state.xml"), std::string::npos) << result.output;
+  EXPECT_NE(result.output.find("\nexit code 137\n"), std::string::npos) << result.output;
+  EXPECT_NE(result.output.find("stopped by a node's wish to restart, saved in"), std::string::npos) << result.output;
+  EXPECT_TRUE(result.output.ends_with("exit code 0\nboth copies are whole\n")) << result.output << result.error;
+  ExpectShown("examples/02_interrupted/README.md", result.output, true);
+}
+
+TEST_F(ExampleScriptTest, TheAbsorbedWorkflowDoesItsWork) {
+  const ProcessResult result = RunExample("03_absorb");
+  EXPECT_EQ(result.exit_code, 0);
+  EXPECT_NE(result.output.find("Absorbing Guest, $House/guest.xml\n"), std::string::npos) << result.output;
+  EXPECT_TRUE(result.output.ends_with("both workflows have made their copies\n")) << result.output << result.error;
+  ExpectShown("examples/03_absorb/README.md", result.output);
+}
+
+}  // namespace
+}  // namespace orv_test
