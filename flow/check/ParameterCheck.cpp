@@ -8,8 +8,8 @@
 #include "base/dictionary/DictionaryReading.h"
 #include "base/text/Suggestion.h"
 #include "flow/check/Checks.h"
-#include "flow/paths/PathLook.h"
 #include "flow/paths/ConfigurationFile.h"
+#include "flow/paths/PathLook.h"
 
 namespace OrvWorkFlow::Flow {
 
