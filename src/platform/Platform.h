@@ -1,6 +1,6 @@
 // This folder holds all that the library asks of the operating system, as small abstract classes with the shape of the
-// calls that it makes. posix/ and windows/ hold one implementation each, of which the build takes one; a forwarding
-// wrapper (FaultPlatform) makes every failure happen on demand.
+// calls that it makes. posix/ and windows/ hold one implementation each, of which the build takes one. The tests put a
+// wrapper around it that makes every failure happen on demand (tests/fault/).
 //
 // Platform paths have Windows shape on every platform: "C:\a\b" with either separator. On Linux "C:" is a private
 // directory ($ORVFLOW_PREFIX/drive_c, without that variable the folder orvflow/drive_c of the user's data directory),

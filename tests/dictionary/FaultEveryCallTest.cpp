@@ -12,7 +12,7 @@
 #include "dictionary/object/DictionaryObject.h"
 #include "encryption/EncryptionObject.h"
 #include "filesystem/FileSystemObject.h"
-#include "platform/FaultPlatform.h"
+#include "tests/fault/FaultPlatform.h"
 #include "tests/support/TempDirectory.h"
 #include "utilitystore/UtilityStoreObject.h"
 

@@ -13,8 +13,8 @@
 
 #include "OrvWorkFlow/WorkFlowFactory.h"
 #include "filesystem/FileSystemObject.h"
-#include "platform/FaultPlatform.h"
 #include "tests/fakes/FakeEngine.h"
+#include "tests/fault/FaultPlatform.h"
 #include "tests/platform/PlatformTesting.h"
 #include "tests/support/MarshalledTexts.h"
 #include "tests/support/TempDirectory.h"

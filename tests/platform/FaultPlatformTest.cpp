@@ -1,4 +1,4 @@
-#include "platform/FaultPlatform.h"
+#include "tests/fault/FaultPlatform.h"
 
 #include <gtest/gtest.h>
 
