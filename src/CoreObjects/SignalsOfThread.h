@@ -9,7 +9,7 @@
 #include "OrvWorkFlow/IRunObserver.h"
 
 namespace OrvWorkFlow::Core::Mediator {
-class CSignalMediator;
+class SignalDelivery;
 struct WorkNodeEntry;
 }  // namespace OrvWorkFlow::Core::Mediator
 
@@ -26,7 +26,7 @@ struct SignalSource {
 
 // The delivery that a thread performs now.
 struct CurrentDelivery {
-  const Mediator::CSignalMediator* mediator = nullptr;
+  const Mediator::SignalDelivery* performer = nullptr;
   const Mediator::WorkNodeEntry* entry = nullptr;
   std::uint64_t number = 0;
 };

@@ -1,4 +1,5 @@
-// The delivery of an input signal, on whatever thread it is performed, and what the node fires meanwhile.
+#include "signalmediator/signals/SignalDelivery.h"
+
 #include <exception>
 #include <optional>
 #include <utility>
@@ -7,7 +8,6 @@
 #include "CoreObjects/SignalsOfThread.h"
 #include "signalmediator/MediatorBox.h"
 #include "signalmediator/MediatorMessages.h"
-#include "signalmediator/SignalMediatorObject.h"
 
 namespace OrvWorkFlow::Core::Mediator {
 namespace {
@@ -32,78 +32,92 @@ IRunObserver::Delivery MakeDelivery(const InputSignal& signal, const SignalSourc
 
 }  // namespace
 
-void CSignalMediator::TellEnd(const InputSignal& signal, const SignalSource& source, IRunObserver::Outcome outcome,
-                              const char* text) const noexcept {
-  if (observer_) observer_.Tell(&IRunObserver::DeliveryEnded, MakeDelivery(signal, source), outcome, text);
+void SignalDelivery::TellEnd(const InputSignal& signal, const SignalSource& source, IRunObserver::Outcome outcome,
+                             const char* text) const noexcept {
+  if (context_.observer)
+    context_.observer.Tell(&IRunObserver::DeliveryEnded, MakeDelivery(signal, source), outcome, text);
 }
 
-void CSignalMediator::DeliverInputSignal(InputSignalMessage* message) {
+InputSignalMessage* SignalDelivery::AddMessage(CarriedSignal carried) {
+  if (messages_.NeedsRoom()) {
+    const AccessLock::Beginning beginning(context_.access_lock);
+    messages_.MakeRoom();
+  }
+  return messages_.Add(std::move(carried));
+}
+
+bool SignalDelivery::TakeBack(const InputSignalMessage* message) noexcept {
+  CarriedSignal carried;
+  const AccessLock::Beginning beginning(context_.access_lock);
+  return messages_.Take(message, carried);
+}
+
+void SignalDelivery::DeliverMessage(InputSignalMessage* message) {
   CarriedSignal carried;
   Received received;
   if (!TakeAndReceive(message, carried, received)) return;
   Deliver(carried.signal(), carried.source(), received);
-  ++finished_;
+  ++context_.counts.finished;
 }
 
 // The observer is foreign, and wants the whole lock held.
-bool CSignalMediator::TakeAndReceive(const InputSignalMessage* message, CarriedSignal& carried,
-                                     Received& received) noexcept {
-  const bool tells = static_cast<bool>(observer_);
+bool SignalDelivery::TakeAndReceive(const InputSignalMessage* message, CarriedSignal& carried,
+                                    Received& received) noexcept {
+  const bool tells = static_cast<bool>(context_.observer);
   std::optional<AccessLock::Hold> hold;
-  if (tells) hold.emplace(access_lock_);
-  const AccessLock::Beginning beginning(access_lock_);
+  if (tells) hold.emplace(context_.access_lock);
+  const AccessLock::Beginning beginning(context_.access_lock);
   if (!messages_.Take(message, carried)) return false;
   received = Receive(carried.signal(), carried.place);
   if (tells) TellBegun(carried.signal(), carried.source());
   return true;
 }
 
-void CSignalMediator::TellBegun(const InputSignal& signal, const SignalSource& source) const noexcept {
-  if (observer_) observer_.Tell(&IRunObserver::DeliveryBegun, MakeDelivery(signal, source));
+void SignalDelivery::TellBegun(const InputSignal& signal, const SignalSource& source) const noexcept {
+  if (context_.observer) context_.observer.Tell(&IRunObserver::DeliveryBegun, MakeDelivery(signal, source));
 }
 
 // Where the host's runtime has no mutex nothing is locked.
-void CSignalMediator::DeliverLocked(const InputSignal& signal, const SignalSource& source,
-                                    WorkNodeList::Place place) noexcept {
-  const bool is_locked = static_cast<bool>(access_lock_);
+void SignalDelivery::DeliverLocked(const InputSignal& signal, const SignalSource& source,
+                                   WorkNodeList::Place place) noexcept {
+  const bool is_locked = static_cast<bool>(context_.access_lock);
   const Received received = is_locked ? ReceiveLocked(signal, place) : Receive(signal, place);
   TellBegun(signal, source);
   Deliver(signal, source, received);
   if (!is_locked) {
-    ++finished_;
+    ++context_.counts.finished;
     return;
   }
-  Add(finished_locked_, 1);
+  MediatorCounts::Add(context_.counts.finished_locked, 1);
   if (received.entry == nullptr) return;
   std::atomic<std::uint32_t>& deliveries = received.entry->locked_deliveries;
-  Add(deliveries, -1);
+  MediatorCounts::Add(deliveries, -1);
   if (deliveries.load(std::memory_order_relaxed) > 0) return;
   const WorkNodePointer last = std::move(received.entry->forgotten);
 }
 
-void CSignalMediator::Deliver(const InputSignal& signal, const SignalSource& source,
-                              const Received& received) noexcept {
+void SignalDelivery::Deliver(const InputSignal& signal, const SignalSource& source, const Received& received) noexcept {
   bool done = false;
   try {
     if (received.entry != nullptr) {
       done = DeliverTo(*received.entry, signal, source, received.recalled);
     } else {
       TellEnd(signal, source, IRunObserver::Outcome::NoNode);
-      tracer_.Log(MediatorCategories::kSignal, MediatorLines::kNoNodeToFireOn, signal.type, signal.instance,
-                  signal.signal);
+      context_.tracer.Log(MediatorCategories::kSignal, MediatorLines::kNoNodeToFireOn, signal.type, signal.instance,
+                          signal.signal);
     }
   } catch (...) {  // No memory for the text of a failure.
   }
-  if (!done) ++failures_;
+  if (!done) ++context_.counts.failures;
 }
 
 // A stop waits for deliveries to begin, not to end: the signal counts as received before the node sees it.
 // What is known of the node's content directories is taken along. With the second half of the access lock held.
-CSignalMediator::Received CSignalMediator::Receive(const InputSignal& signal, WorkNodeList::Place place) {
+SignalDelivery::Received SignalDelivery::Receive(const InputSignal& signal, WorkNodeList::Place place) {
   Received received;
-  received.owner = nodes_.GetAt(place, signal.type, signal.instance);
+  received.owner = context_.nodes.GetAt(place, signal.type, signal.instance);
   received.entry = received.owner.get();
-  Add(received_, 1);
+  MediatorCounts::Add(context_.counts.received, 1);
   if (received.entry == nullptr) return received;
   const bool is_lent = received.entry->locked_deliveries.load(std::memory_order_acquire) > 0;
   received.recalled =
@@ -113,31 +127,25 @@ CSignalMediator::Received CSignalMediator::Receive(const InputSignal& signal, Wo
 
 // The same without a host application, with the first half held until the delivery has ended: there are no messages
 // that another thread could take.
-CSignalMediator::Received CSignalMediator::ReceiveLocked(const InputSignal& signal, WorkNodeList::Place place) {
+SignalDelivery::Received SignalDelivery::ReceiveLocked(const InputSignal& signal, WorkNodeList::Place place) {
   Received received;
-  received.entry = nodes_.LookAt(place, signal.type, signal.instance);
-  Add(received_, 1);
+  received.entry = context_.nodes.LookAt(place, signal.type, signal.instance);
+  MediatorCounts::Add(context_.counts.received, 1);
   if (received.entry == nullptr) return received;
   std::atomic<std::uint32_t>& locked = received.entry->locked_deliveries;
   const bool is_lent = locked.load(std::memory_order_relaxed) > 0;
   received.recalled =
       content_directories_.Recall(received.entry->content_directories, ContentDirectories::Giving::Lend, is_lent);
-  Add(locked, 1);
+  MediatorCounts::Add(locked, 1);
   return received;
 }
 
-// Only whoever holds the access lock changes these counters; everybody may read them.
-void CSignalMediator::Add(std::atomic<std::uint32_t>& counter, int change) noexcept {
-  counter.store(counter.load(std::memory_order_relaxed) + static_cast<std::uint32_t>(change),
-                std::memory_order_release);
-}
-
-bool CSignalMediator::DeliverTo(WorkNodeEntry& entry, const InputSignal& signal, const SignalSource& source,
-                                const ContentDirectories::Recalled& recalled) {
+bool SignalDelivery::DeliverTo(WorkNodeEntry& entry, const InputSignal& signal, const SignalSource& source,
+                               const ContentDirectories::Recalled& recalled) {
   const auto [type, instance, name] = signal;
-  tracer_.Log(MediatorCategories::kSignal, MediatorLines::kFiring, name, type, instance);
+  context_.tracer.Log(MediatorCategories::kSignal, MediatorLines::kFiring, name, type, instance);
   std::optional<DeliveriesAtWork::Entry> at_work;
-  if (observer_) at_work.emplace(at_work_, MakeDelivery(signal, source), entry);
+  if (context_.observer) at_work.emplace(at_work_, MakeDelivery(signal, source), entry);
   bool told = false;
   const auto tell_end = [&](IRunObserver::Outcome outcome, const char* text) {
     if (!std::exchange(told, true)) TellEnd(signal, source, outcome, text);
@@ -149,7 +157,7 @@ bool CSignalMediator::DeliverTo(WorkNodeEntry& entry, const InputSignal& signal,
     }
     tell_end(IRunObserver::Outcome::Refused, "");
     std::string text = Format(MediatorBoxes::kSignalFalse, type, instance, name);
-    tracer_.LogText(MediatorCategories::kSignal, text);
+    context_.tracer.LogText(MediatorCategories::kSignal, text);
     text += MediatorBoxes::kSignalFalseEnd;
     ShowMediatorText(text);
   } catch (const std::exception& problem) {
@@ -162,20 +170,20 @@ bool CSignalMediator::DeliverTo(WorkNodeEntry& entry, const InputSignal& signal,
   return false;
 }
 
-bool CSignalMediator::CallNode(WorkNodeEntry& entry, const char* signal_name, std::uint64_t number,
-                               const ContentDirectories::Recalled& recalled) {
+bool SignalDelivery::CallNode(WorkNodeEntry& entry, const char* signal_name, std::uint64_t number,
+                              const ContentDirectories::Recalled& recalled) {
   const DeliveryScope scope({this, &entry, number});
   RenewContentDirectories(entry, recalled);
   return entry.node->Signal(signal_name);
 }
 
-void CSignalMediator::ShowThatItThrew(const InputSignal& signal) {
+void SignalDelivery::ShowThatItThrew(const InputSignal& signal) const {
   const std::string text = Format(MediatorBoxes::kSignalThrew, signal.type, signal.instance, signal.signal);
-  tracer_.LogText(MediatorCategories::kSignal, text);
+  context_.tracer.LogText(MediatorCategories::kSignal, text);
   ShowMediatorText(text);
 }
 
-void CSignalMediator::RenewContentDirectories(WorkNodeEntry& entry, const ContentDirectories::Recalled& recalled) {
+void SignalDelivery::RenewContentDirectories(WorkNodeEntry& entry, const ContentDirectories::Recalled& recalled) {
   ContentDirectories::Flow read;
   const FlowDirectories* flow = recalled.flow;
   if (flow == nullptr && recalled.state.dictionary != nullptr) {
@@ -183,35 +191,17 @@ void CSignalMediator::RenewContentDirectories(WorkNodeEntry& entry, const Conten
     flow = read.get();
   }
   if (flow != nullptr && !flow->in_absorb_tree) {
-    tracer_.Log(MediatorCategories::kContentDirectories, MediatorLines::kFlowNotInTree, flow->workflow_name.c_str());
+    context_.tracer.Log(MediatorCategories::kContentDirectories, MediatorLines::kFlowNotInTree,
+                        flow->workflow_name.c_str());
   }
   entry.node->ResetContentDirectories();
   if (flow == nullptr) return;
   for (const std::string& directory : flow->directories) entry.node->AddContentDirectory(directory.c_str());
 }
 
-// No lock is taken: output signals go straight to the engine on the node's own thread.
-bool CSignalMediator::Signal(IWorkNode* node, const char* signal_name) {
-  if (node == nullptr || signal_name == nullptr) return false;
-  try {
-    const auto [mediator, delivering, number] = ThisThreadsSignals().delivery;
-    if (mediator == this && delivering->node == node && delivering->has_names) {
-      return ForwardFired(delivering->type, delivering->instance, signal_name);
-    }
-    const WorkNodePointer entry = nodes_.FindNode(node);
-    if (entry != nullptr && entry->has_names) return ForwardFired(entry->type, entry->instance, signal_name);
-    std::string type;
-    std::string instance;
-    if (AskNames(*node, type, instance)) return ForwardFired(type, instance, signal_name);
-  } catch (...) {
-  }
-  TellLost({"", "", signal_name});
-  return false;
-}
-
-void CSignalMediator::TellLost(const IRunObserver::Sender& sender) const noexcept {
-  if (!observer_) return;
-  observer_.Tell(&IRunObserver::SignalLost, IRunObserver::LostSignal{ThisThreadsSignals().delivery.number, sender, {}});
+const WorkNodeEntry* SignalDelivery::NodeBeingCalled(const IWorkNode* node) const noexcept {
+  const auto [delivery, entry, number] = ThisThreadsSignals().delivery;
+  return delivery == this && entry->node == node && entry->has_names ? entry : nullptr;
 }
 
 }  // namespace OrvWorkFlow::Core::Mediator

@@ -1,11 +1,11 @@
-// Stopping: wait until all that was sent has been received, then ask every node to stop and note how it wants to go on.
+#include "signalmediator/nodes/NodeStopper.h"
+
 #include <utility>
 
 #include "CoreObjects/Format.h"
 #include "OrvWorkFlow/OrvBase.h"
 #include "signalmediator/MediatorBox.h"
 #include "signalmediator/MediatorMessages.h"
-#include "signalmediator/SignalMediatorObject.h"
 
 namespace OrvWorkFlow::Core::Mediator {
 namespace {
@@ -19,56 +19,36 @@ std::string StopText(const char* format, const std::string& type, const std::str
   return text;
 }
 
-}  // namespace
-
-bool CSignalMediator::StopAllWorkNodes() {
-  try {
-    reboot_signals_.Clear();
-    WaitUntilAllIsReceived();
-    tracer_.Log(MediatorCategories::kStopAllWorkNodes, MediatorLines::kWaitingForThirdLock);
-    const AccessLock::Hold hold(access_lock_);
-    tracer_.Log(MediatorCategories::kStopAllWorkNodes, MediatorLines::kPassedThirdLock);
-    try {
-      for (const WorkNodePointer& entry : nodes_.Copy()) StopNode(*entry);
-    } catch (...) {
-      TellLost({});
-      ShowMediatorText(MediatorBoxes::kStopThrew);
-    }
-    tracer_.Log(MediatorCategories::kStopAllWorkNodes, MediatorLines::kAllStopped);
-  } catch (...) {  // The host's lock failed; the stop is over.
-  }
-  return true;
-}
-
 // No limit: a host that never delivers what it has queued keeps the stop waiting. The lock is free during the pauses,
 // so that deliveries can begin.
-void CSignalMediator::WaitUntilAllIsReceived() {
-  tracer_.Log(MediatorCategories::kStopAllWorkNodes, MediatorLines::kAboutToStop);
-  { const AccessLock::Hold hold(access_lock_); }
-  tracer_.Log(MediatorCategories::kStopAllWorkNodes, MediatorLines::kPassedFirstStop);
+void WaitUntilAllIsReceived(MediatorContext& context) {
+  context.tracer.Log(MediatorCategories::kStopAllWorkNodes, MediatorLines::kAboutToStop);
+  { const AccessLock::Hold hold(context.access_lock); }
+  context.tracer.Log(MediatorCategories::kStopAllWorkNodes, MediatorLines::kPassedFirstStop);
   bool all_received = false;
   while (!all_received) {
     {
-      const AccessLock::Hold hold(access_lock_);
-      tracer_.Log(MediatorCategories::kStopAllWorkNodes, MediatorLines::kComparing);
-      all_received = sent_ <= received_;
+      const AccessLock::Hold hold(context.access_lock);
+      context.tracer.Log(MediatorCategories::kStopAllWorkNodes, MediatorLines::kComparing);
+      all_received = context.counts.sent <= context.counts.received;
     }
     OrvBase::SleepMilliseconds(kPauseMilliseconds);
   }
   OrvBase::SleepMilliseconds(kPauseMilliseconds);
 }
 
-void CSignalMediator::StopNode(const WorkNodeEntry& entry) {
+void StopNode(MediatorContext& context, const WorkNodeEntry& entry) {
   constexpr const char* kCategory = MediatorCategories::kStopAllWorkNodes;
   IWorkNode& node = *entry.node;
   std::string type;
   std::string instance;
   AskNames(node, type, instance);
-  if (tracer_) tracer_.LogText(kCategory, Format(MediatorLines::kCallingStopWork, type.c_str(), instance.c_str()));
+  if (context.tracer)
+    context.tracer.LogText(kCategory, Format(MediatorLines::kCallingStopWork, type.c_str(), instance.c_str()));
   const bool was_working = node.StopWork();
-  if (tracer_) {
+  if (context.tracer) {
     const char* text = was_working ? MediatorLines::kStopWorkTrue : MediatorLines::kStopWorkFalse;
-    tracer_.LogText(kCategory, StopText(text, type, instance));
+    context.tracer.LogText(kCategory, StopText(text, type, instance));
   }
   if (!was_working) return;
   RebootSignalRecord record;
@@ -79,8 +59,25 @@ void CSignalMediator::StopNode(const WorkNodeEntry& entry) {
     ShowMediatorText(StopText(MediatorBoxes::kRebootSignalThrew, type, instance));
   }
   const bool is_known = ReadText(signal.get(), record.signal) && AskNames(node, record.type, record.instance);
-  if (!is_known) TellLost({});
-  reboot_signals_.Append(std::move(record));
+  if (!is_known) context.TellLost({});
+  context.reboot_signals.Append(std::move(record));
+}
+
+}  // namespace
+
+void StopAllNodes(MediatorContext& context) {
+  context.reboot_signals.Clear();
+  WaitUntilAllIsReceived(context);
+  context.tracer.Log(MediatorCategories::kStopAllWorkNodes, MediatorLines::kWaitingForThirdLock);
+  const AccessLock::Hold hold(context.access_lock);
+  context.tracer.Log(MediatorCategories::kStopAllWorkNodes, MediatorLines::kPassedThirdLock);
+  try {
+    for (const WorkNodePointer& entry : context.nodes.Copy()) StopNode(context, *entry);
+  } catch (...) {
+    context.TellLost({});
+    ShowMediatorText(MediatorBoxes::kStopThrew);
+  }
+  context.tracer.Log(MediatorCategories::kStopAllWorkNodes, MediatorLines::kAllStopped);
 }
 
 }  // namespace OrvWorkFlow::Core::Mediator

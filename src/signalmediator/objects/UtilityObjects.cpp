@@ -1,4 +1,4 @@
-#include "signalmediator/definitions/UtilityObjects.h"
+#include "signalmediator/objects/UtilityObjects.h"
 
 #include "OrvWorkFlow/WorkFlowFactory.h"
 #include "OrvWorkFlow/WorkflowSchema.h"
