@@ -34,7 +34,8 @@ install(TARGETS wffDDR CoreObjects EXPORT OrvWorkFlowTargets
 install(TARGETS orv_sdk orv_host EXPORT OrvWorkFlowTargets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
 install(DIRECTORY include/OrvWorkFlow DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development FILES_MATCHING PATTERN "*.h")
 install(TARGETS orvflow RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT program)
-install(TARGETS BackupNodes FlowNodes ComponentFinder LIBRARY DESTINATION ${orv_plugin_dir} COMPONENT program)
+get_property(orv_node_plugins GLOBAL PROPERTY ORV_NODE_PLUGINS)
+install(TARGETS ${orv_node_plugins} LIBRARY DESTINATION ${orv_plugin_dir} COMPONENT program)
 install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT program USE_SOURCE_PERMISSIONS
   PATTERN "*.state.xml*" EXCLUDE PATTERN "report.txt" EXCLUDE PATTERN "started" EXCLUDE
   PATTERN ".git*" EXCLUDE PATTERN "backup" EXCLUDE PATTERN "source" EXCLUDE PATTERN "CMakeLists.txt" EXCLUDE)

@@ -11,7 +11,7 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/OneTime.cmake)
 
 # All that is laid down, and no test.
-add_custom_target(packaged DEPENDS wffDDR CoreObjects orv_sdk orv_host orvflow BackupNodes FlowNodes ComponentFinder)
+add_custom_target(packaged DEPENDS wffDDR CoreObjects orv_sdk orv_host orvflow ${orv_node_plugins})
 
 if(WIN32)
   set(CPACK_GENERATOR ZIP NSIS)

@@ -9,6 +9,9 @@
 #include "OrvWorkFlow/WorkflowSchema.h"
 #include "OrvWorkFlow/sdk/GlobalObject.h"
 #include "OrvWorkFlow/sdk/MarshalledHolder.h"
+#include "OrvWorkFlow/sdk/NodeRecord.h"
+#include "OrvWorkFlow/sdk/ParameterText.h"
+#include "sdk/ParameterResolution.h"
 
 namespace OrvWorkFlow::Sdk {
 
@@ -32,6 +35,9 @@ ParameterPlaces PlacesOf(std::string_view type_name, std::string_view instance_n
 }
 
 Parameters::Entry FallbackOf(const NodeParameter& parameter) {
+  if (parameter.type == ParameterType::TextList) {
+    return {Parameters::Entry::State::Value, ValueType::StringList, {}};
+  }
   return Parameters::EntryOf(ValueType::String, parameter.fallback);
 }
 
@@ -77,6 +83,7 @@ bool WorkNodeBase::GetInstanceName(IOrvPString* name) { return AssignText(name, 
 bool WorkNodeBase::Signal(const char* signal_name) {
   if (signal_name == nullptr || (description_ != nullptr && !Has(description_->inputs, signal_name))) return false;
   may_fire_ += MostSignalsFired();
+  if (!HoldsValues()) DropValues();
   return OnSignal(signal_name);
 }
 
@@ -128,9 +135,56 @@ Parameters::Entry WorkNodeBase::FindParameter(const NodeParameter& parameter) co
     entry = Parameters::ReadEntry(*configuration_, *place, parameter.type);
   }
   if (entry.state == Parameters::Entry::State::Missing) return FallbackOf(parameter);
+  if (entry.state == Parameters::Entry::State::Value &&
+      (entry.type == ValueType::String || entry.type == ValueType::StringList)) {
+    PutValuesIn(parameter, *place, entry.texts);
+  }
   if (Parameters::Fits(entry, parameter.type)) return entry;
   throw std::runtime_error("the parameter " + *place + " is " + Parameters::WhatItIs(entry) + "; it takes " +
                            Parameters::WhatItTakes(parameter.type));
+}
+
+// The first read in a signal decides.
+void WorkNodeBase::PutValuesIn(const NodeParameter& parameter, const std::string& place,
+                               std::vector<std::string>& texts) const {
+  if (std::none_of(texts.begin(), texts.end(), Parameters::HasBraces)) return;
+  IDictionary& dictionary = WorkflowDictionary();
+  const std::lock_guard lock(put_in_mutex_);
+  try {
+    auto known = put_in_.find(parameter.name);
+    if (known == put_in_.end()) {
+      for (std::string& text : texts) text = Parameters::PutIn(text, dictionary);
+      known = put_in_.emplace(parameter.name, texts).first;
+    }
+    texts = known->second;
+    for (std::string& text : texts) text = Parameters::PutInEnvironment(text, dictionary);
+  } catch (const std::runtime_error& error) {
+    throw std::runtime_error("the parameter " + place + " " + error.what());
+  }
+}
+
+void WorkNodeBase::DropValues() {
+  const std::lock_guard lock(put_in_mutex_);
+  put_in_.clear();
+}
+
+void WorkNodeBase::KeepValues(const std::string& folder) {
+  NodeRecord record(WorkflowDictionary(), folder);
+  record.Clear();
+  if (description_ == nullptr) return;
+  for (const NodeParameter& parameter : description_->parameters) FindParameter(parameter);
+  const std::lock_guard lock(put_in_mutex_);
+  for (const auto& [name, texts] : put_in_) record.SetTexts(name, texts);
+}
+
+void WorkNodeBase::TakeKeptValues(const std::string& folder) {
+  const NodeRecord record(WorkflowDictionary(), folder);
+  const std::lock_guard lock(put_in_mutex_);
+  put_in_.clear();
+  if (description_ == nullptr) return;
+  for (const NodeParameter& parameter : description_->parameters) {
+    if (record.Has(parameter.name)) put_in_.emplace(parameter.name, record.Texts(parameter.name));
+  }
 }
 
 std::string WorkNodeBase::TextParameter(std::string_view name) const {
@@ -139,6 +193,10 @@ std::string WorkNodeBase::TextParameter(std::string_view name) const {
 
 bool WorkNodeBase::BooleanParameter(std::string_view name) const {
   return *Parameters::ToBoolean(FindParameter(Declared(name, ParameterType::Boolean)));
+}
+
+std::vector<std::string> WorkNodeBase::TextListParameter(std::string_view name) const {
+  return *Parameters::ToTexts(FindParameter(Declared(name, ParameterType::TextList)));
 }
 
 std::int32_t WorkNodeBase::NumberParameter(std::string_view name) const {

@@ -8,6 +8,7 @@
 #include "base/dictionary/DictionaryReading.h"
 #include "base/text/Suggestion.h"
 #include "flow/check/Checks.h"
+#include "flow/check/TextValues.h"
 #include "flow/paths/ConfigurationFile.h"
 #include "flow/paths/PathLook.h"
 
@@ -20,7 +21,10 @@ constexpr char kFolder[] = "Parameters";
 class ParameterCheck {
  public:
   ParameterCheck(IDictionary& dictionary, const Workflow& workflow, const CheckOptions& options, Findings& findings)
-      : dictionary_(dictionary), paths_(workflow.name, options.file, options.beside), findings_(findings) {
+      : dictionary_(dictionary),
+        paths_(workflow.name, options.file, options.beside),
+        text_values_(dictionary, workflow),
+        findings_(findings) {
     reads_files_ = !options.file.empty();
   }
 
@@ -111,7 +115,8 @@ class ParameterCheck {
   }
 
   void CheckValue(const Place& place, const NodeParameter& parameter) {
-    const Sdk::Parameters::Entry entry = Sdk::Parameters::ReadEntry(place.dictionary, place.path, parameter.type);
+    Sdk::Parameters::Entry entry = Sdk::Parameters::ReadEntry(place.dictionary, place.path, parameter.type);
+    if (LeavesToTheRun(place, entry)) return;
     if (entry.state == Sdk::Parameters::Entry::State::Missing) {
       Add(Severity::Warning, place, "has no value, so \"" + std::string(parameter.fallback) + "\" counts",
           std::string("set it to ") + Sdk::Parameters::WhatItTakes(parameter.type));
@@ -121,6 +126,19 @@ class ParameterCheck {
     } else if (parameter.type == ParameterType::Number) {
       CheckRange(place, parameter, *Sdk::Parameters::ToNumber(entry));
     }
+  }
+
+  // Whether nothing more can be said before the run: its texts take values from elsewhere, or are none that can.
+  bool LeavesToTheRun(const Place& place, Sdk::Parameters::Entry& entry) {
+    if (entry.type != ValueType::String && entry.type != ValueType::StringList) return false;
+    bool is_left = false;
+    for (std::string& text : entry.texts) {
+      for (const TextRemark& remark : text_values_.Look(text, is_left)) {
+        findings_.push_back({remark.severity, Area::Wiring, place.found_at, place.before + remark.what, remark.remedy});
+        is_left = is_left || remark.severity == Severity::Error;
+      }
+    }
+    return is_left;
   }
 
   void CheckRange(const Place& place, const NodeParameter& parameter, std::int32_t number) {
@@ -141,6 +159,7 @@ class ParameterCheck {
 
   IDictionary& dictionary_;
   const FlowPaths paths_;
+  TextValues text_values_;
   Findings& findings_;
   std::set<std::string> meant_;  // by names that are misspelt, in the instance at hand
   bool reads_files_ = false;

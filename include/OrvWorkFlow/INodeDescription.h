@@ -40,7 +40,8 @@ struct NodeOutput {
 enum class ParameterType : std::int32_t {
   Text = 0,
   Boolean = 1,
-  Number = 2,  // a whole number of 32 bits
+  Number = 2,    // a whole number of 32 bits
+  TextList = 3,  // any number of texts; its fallback is the empty list, written ""
 };
 
 struct NodeParameter {
@@ -78,6 +79,9 @@ class INodeDescription {
 // Rows of a parameter table.
 constexpr NodeParameter TextParameterRow(const char* name, const char* fallback, const char* sentence) {
   return {name, ParameterType::Text, fallback, 0, 0, sentence};
+}
+constexpr NodeParameter TextListParameterRow(const char* name, const char* sentence) {
+  return {name, ParameterType::TextList, "", 0, 0, sentence};
 }
 constexpr NodeParameter BooleanParameterRow(const char* name, bool fallback, const char* sentence) {
   return {name, ParameterType::Boolean, fallback ? "yes" : "no", 0, 0, sentence};

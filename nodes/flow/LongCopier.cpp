@@ -95,17 +95,16 @@ bool LongCopier::OnSignal(std::string_view signal) {
   if (signal == "copy") {
     StopWork();
     SetCopied(0);
-  } else if (signal != "resume") {
-    return false;
+    return BeginAnew();
   }
-  Begin();
+  Continue();
   return true;
 }
 
 // The state that is being saved says what was copied.
 bool LongCopier::SaveState(const char* /*path*/) { return FileSystem().FlushWrites(); }
 
-WorkerNode::Outcome LongCopier::Work() {
+Sdk::WorkerNode::Outcome LongCopier::Work() {
   const std::string source = TextParameter("Source");
   const std::string target = TextParameter("Target");
   const auto step = static_cast<std::uint32_t>(NumberParameter("StepBytes"));

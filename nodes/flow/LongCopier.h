@@ -7,11 +7,11 @@
 // counts as copied, else it is made anew up to what the state knows of. Files of 4 GiB and more are refused.
 #pragma once
 
-#include "nodes/flow/WorkerNode.h"
+#include "OrvWorkFlow/sdk/WorkerNode.h"
 
 namespace OrvWorkFlow::Nodes {
 
-class LongCopier final : public WorkerNode {
+class LongCopier final : public Sdk::WorkerNode {
  public:
   static constexpr char kTypeName[] = "LongCopier";
   static const NodeDescription kDescription;

@@ -40,14 +40,13 @@ bool Timer::OnSignal(std::string_view signal) {
     StopWork();
     Write(kTicksLeft, NumberParameter("Times"));
     Write(kRemaining, NumberParameter("Milliseconds"));
-  } else if (signal != "resume") {
-    return false;
+    return BeginAnew();
   }
-  Begin();
+  Continue();
   return true;
 }
 
-WorkerNode::Outcome Timer::Work() {
+Sdk::WorkerNode::Outcome Timer::Work() {
   using Clock = std::chrono::steady_clock;
   while (Read(kTicksLeft) > 0) {
     const std::chrono::milliseconds remaining(std::max(0, Read(kRemaining)));

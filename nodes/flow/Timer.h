@@ -3,11 +3,11 @@
 // In the workflow's dictionary: /Timers/<instance>/TicksLeft and .../Remaining, the milliseconds to the next tick.
 #pragma once
 
-#include "nodes/flow/WorkerNode.h"
+#include "OrvWorkFlow/sdk/WorkerNode.h"
 
 namespace OrvWorkFlow::Nodes {
 
-class Timer final : public WorkerNode {
+class Timer final : public Sdk::WorkerNode {
  public:
   static constexpr char kTypeName[] = "Timer";
   static const NodeDescription kDescription;

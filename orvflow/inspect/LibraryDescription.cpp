@@ -43,6 +43,8 @@ const char* WordFor(ParameterType type) {
       return "yes or no";
     case ParameterType::Number:
       return "number";
+    case ParameterType::TextList:
+      return "list of texts";
   }
   return "value";
 }

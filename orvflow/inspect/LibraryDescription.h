@@ -16,7 +16,7 @@ struct SignalDescription {
 
 struct ParameterDescription {
   std::string name;
-  std::string type;  // "text", "yes or no", "number"
+  std::string type;  // "text", "yes or no", "number", "list of texts"
   std::string fallback;
   std::optional<std::int32_t> minimum;  // of a number that has one
   std::optional<std::int32_t> maximum;

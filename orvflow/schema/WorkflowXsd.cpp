@@ -37,7 +37,7 @@ constexpr char kCommonTypes[] = R"(
 </xs:extension></xs:simpleContent></xs:complexType>
 <xs:simpleType name="BooleanText"><xs:restriction base="xs:string">
 <xs:pattern value="[01](\.0+)?"/><xs:pattern value="[Yy][Ee][Ss]|[Nn][Oo]"/>
-<xs:pattern value="[Tt][Rr][Uu][Ee]|[Ff][Aa][Ll][Ss][Ee]"/>
+<xs:pattern value="[Tt][Rr][Uu][Ee]|[Ff][Aa][Ll][Ss][Ee]"/><xs:pattern value="[^\{\}]*\{[^\{\}]+\}[^\{\}]*"/>
 </xs:restriction></xs:simpleType>
 <xs:complexType name="BooleanParameter"><xs:simpleContent><xs:extension base="BooleanText">
 <xs:attribute name="__type" use="required"><xs:simpleType><xs:restriction base="xs:string">
@@ -276,15 +276,19 @@ class XsdWriter {
 
   // So that it takes what the other one takes, too.
   static void Widen(ParameterDescription& row, const ParameterDescription& other) {
-    if (row.type != other.type) row.type.clear();
+    if (row.type != other.type) row.type = IsList(row) || IsList(other) ? kList : "";
     row.minimum = row.minimum && other.minimum ? std::optional(std::min(*row.minimum, *other.minimum)) : std::nullopt;
     row.maximum = row.maximum && other.maximum ? std::optional(std::max(*row.maximum, *other.maximum)) : std::nullopt;
   }
+
+  static constexpr char kList[] = "list of texts";
+  static bool IsList(const ParameterDescription& row) { return row.type == kList; }
 
   static std::string Parameter(const ParameterDescription& row) {
     const std::string sentence = row.fallback.empty() ? row.sentence : row.sentence + " (" + row.fallback + ")";
     if (row.type == "text") return ElementOf(row.name, kOptional, sentence, "TextParameter");
     if (row.type == "yes or no") return ElementOf(row.name, kOptional, sentence, "BooleanParameter");
+    if (IsList(row)) return ElementOf(row.name, kOptional, sentence, "Entries");
     if (row.type != "number") return ElementOf(row.name, kOptional, row.sentence, "AnyParameter");
     if (!row.minimum && !row.maximum) return ElementOf(row.name, kOptional, sentence, "NumberParameter");
     std::string content = "<xs:complexType><xs:simpleContent><xs:restriction base=\"NumberParameter\">";

@@ -51,6 +51,9 @@ inline Entry ReadEntry(IDictionary& dictionary, const std::string& path, Paramet
   if (wanted == ParameterType::Number && dictionary.GetValue(path.c_str(), &number)) {
     return EntryOf(ValueType::Integer, std::to_string(number));
   }
+  if (const TextListHolder list; wanted == ParameterType::TextList && dictionary.GetValue(path.c_str(), list.get())) {
+    return {Entry::State::Value, ValueType::StringList, list.Texts()};
+  }
   if (!dictionary.Exists(path.c_str())) return {};
   Entry entry;
   entry.type = dictionary.GetValueType(path.c_str());
@@ -117,6 +120,13 @@ inline std::optional<std::string> ToText(const Entry& entry) {
   return entry.texts[0];
 }
 
+// A text counts as a list of one.
+inline std::optional<std::vector<std::string>> ToTexts(const Entry& entry) {
+  if (entry.state == Entry::State::Value && entry.type == ValueType::StringList) return entry.texts;
+  if (std::optional<std::string> text = ToText(entry)) return std::vector<std::string>{std::move(*text)};
+  return std::nullopt;
+}
+
 inline bool Fits(const Entry& entry, ParameterType type) {
   switch (type) {
     case ParameterType::Text:
@@ -125,6 +135,8 @@ inline bool Fits(const Entry& entry, ParameterType type) {
       return ToBoolean(entry).has_value();
     case ParameterType::Number:
       return ToNumber(entry).has_value();
+    case ParameterType::TextList:
+      return ToTexts(entry).has_value();
   }
   return false;
 }
@@ -138,6 +150,8 @@ inline const char* WhatItTakes(ParameterType type) {
       return "yes or no (__type=\"Bool\" with 1 or 0)";
     case ParameterType::Number:
       return "a whole number of 32 bits (__type=\"int\")";
+    case ParameterType::TextList:
+      return "a list of texts (__type=\"strlist\")";
   }
   return "";
 }

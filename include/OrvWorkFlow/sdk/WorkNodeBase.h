@@ -4,9 +4,13 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
+#include <map>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "OrvWorkFlow/IDictionary.h"
 #include "OrvWorkFlow/IFileSystem.h"
@@ -19,14 +23,17 @@
 
 namespace OrvWorkFlow::Sdk {
 
-// Deliveries come one at a time, so nothing here is locked. What OnSignal throws reaches the mediator, which shows it.
+// Deliveries come one at a time, so nothing of a signal is locked. What OnSignal throws reaches the mediator, which
+// shows it.
 //
 // Parameters of a node are looked for in two places, the first that has one wins:
 // - "<instance entry>/Parameters/<name>" in the workflow's dictionary, that is
 //   "/WorkFlowEngine/WorkNodes/<type>/Instances/<instance>/Parameters/<name>";
 // - "/Parameters/<name>" in the dictionary file that the instance's "ConfigFile" names.
 // One that has not the declared type is converted where that loses nothing (a text "no" for a Boolean), and fails the
-// signal otherwise.
+// signal otherwise. Values in their texts, such as {/Jobs/Current/File} (ParameterText.h), are put in when the
+// parameter is read for the first time in a signal, and stay the same for that signal. A fallback is taken as it
+// stands.
 //
 // The node's description is the only list of its signals and parameters: what it does not declare it can neither
 // receive, fire nor read.
@@ -81,8 +88,10 @@ class WorkNodeBase : public ObjectProtocol<WorkNodeBase, IWorkNode>, public INod
   std::string TextParameter(std::string_view name) const;
   bool BooleanParameter(std::string_view name) const;
   std::int32_t NumberParameter(std::string_view name) const;
+  std::vector<std::string> TextListParameter(std::string_view name) const;
 
   const std::string& InstanceName() const { return instance_name_; }
+  std::string TypeName() const { return type_name_; }
 
   struct DictionaryReleaser {
     void operator()(IDictionary* dictionary) const { dictionary->Release(); }
@@ -94,17 +103,32 @@ class WorkNodeBase : public ObjectProtocol<WorkNodeBase, IWorkNode>, public INod
   // Tells the user what went wrong where no output signal does, in a message box under the node's name.
   void TellUser(const std::string& problem) const;
 
+  // For base classes of nodes that work beyond their signal. KeepValues reads all parameters, and keeps the texts in
+  // which values were put in below `folder` of the workflow's dictionary; TakeKeptValues takes them from there again.
+  // Values of the environment are left out there. DropValues forgets what was put in: the next read puts in anew.
+  void DropValues();
+  void KeepValues(const std::string& folder);
+  void TakeKeptValues(const std::string& folder);
+
  private:
+  // Whether the values that were put in count beyond their signal. Any thread.
+  virtual bool HoldsValues() const { return false; }
+
   friend class ObjectProtocol<WorkNodeBase, IWorkNode>;
 
   const NodeParameter& Declared(std::string_view name, ParameterType type) const;
   Parameters::Entry FindParameter(const NodeParameter& parameter) const;
+  void PutValuesIn(const NodeParameter& parameter, const std::string& place, std::vector<std::string>& texts) const;
 
   const char* type_name_;
   const NodeDescription* description_ = nullptr;
   std::string instance_name_;
   DictionaryPointer configuration_;  // Null when the instance names no file.
   IOutgoingSignalHandler* handler_ = nullptr;
+  // Texts in which values were put in, but for those of the environment, by their parameters.
+  using PutInTexts = std::map<std::string, std::vector<std::string>, std::less<>>;
+  mutable std::mutex put_in_mutex_;  // A leaf: a thread of the node's reads parameters as well.
+  mutable PutInTexts put_in_;
   std::atomic<std::int64_t> may_fire_ = 0;  // for the input signals so far; of no meaning for any number
 };
 

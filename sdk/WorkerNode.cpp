@@ -1,16 +1,31 @@
-#include "nodes/flow/WorkerNode.h"
+#include "OrvWorkFlow/sdk/WorkerNode.h"
 
 #include <exception>
 #include <string_view>
 #include <utility>
 
-namespace OrvWorkFlow::Nodes {
+namespace OrvWorkFlow::Sdk {
 
-bool WorkerNode::Begin() {
+bool WorkerNode::BeginAnew() {
+  if (busy_) return false;
+  KeepValues(ValuesFolder());
+  return Start();
+}
+
+bool WorkerNode::Continue() {
+  if (busy_) return false;
+  TakeKeptValues(ValuesFolder());
+  return Start();
+}
+
+std::string WorkerNode::ValuesFolder() const { return "/WorkerNodes/" + TypeName() + "/" + InstanceName(); }
+
+bool WorkerNode::Start() {
   const std::lock_guard lock(thread_mutex_);
   if (busy_) return false;
   if (thread_.joinable()) thread_.join();
   stop_ = false;
+  woken_ = false;
   was_stopped_ = false;
   busy_ = true;
   try {
@@ -39,13 +54,25 @@ bool WorkerNode::StopWork() {
     stop_ = true;
   }
   stop_changed_.notify_all();
+  if (busy_) InterruptWork();
   thread_.join();
+  DropValues();
   return std::exchange(was_stopped_, false);
 }
 
 bool WorkerNode::Pause(std::chrono::milliseconds time) {
   std::unique_lock lock(stop_mutex_);
-  return !stop_changed_.wait_for(lock, time, [this] { return stop_.load(); });
+  stop_changed_.wait_for(lock, time, [this] { return stop_.load() || woken_; });
+  woken_ = false;
+  return !stop_;
+}
+
+void WorkerNode::Wake() {
+  {
+    const std::lock_guard lock(stop_mutex_);
+    woken_ = true;
+  }
+  stop_changed_.notify_all();
 }
 
 bool WorkerNode::GetRebootSignal(IOrvPString* signal_name) { return AssignText(signal_name, "resume"); }
@@ -57,7 +84,7 @@ bool WorkerNode::GetProperty(const char* property_name, IOrvPString* value) {
 
 void WorkerNode::Release() {
   StopWork();
-  Sdk::WorkNodeBase::Release();
+  WorkNodeBase::Release();
 }
 
-}  // namespace OrvWorkFlow::Nodes
+}  // namespace OrvWorkFlow::Sdk

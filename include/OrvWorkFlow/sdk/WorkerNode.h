@@ -1,0 +1,77 @@
+// The base class for nodes whose work takes longer than a signal: it is done on a thread of the node's own, can be
+// stopped at any time, and is continued after a restart.
+//
+// While it works the node is "Busy". A stop makes Work return; the mediator then records the reboot signal "resume",
+// which the workflow gets when it goes on, in this process or a later one. So a node of this kind declares an input
+// "resume", answers it with Continue, and has in the workflow's dictionary what Work needs to go on (NodeRecord.h).
+//
+// What the parameters' texts take from elsewhere, {/Path} and the like, is taken when the work begins, and counts until
+// it is done: it is kept at /WorkerNodes/<type>/<instance> in the workflow's dictionary. Variables of the environment
+// are not kept there, so that no password gets into a state; they are read again.
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+
+#include "OrvWorkFlow/sdk/WorkNodeBase.h"
+
+namespace OrvWorkFlow::Sdk {
+
+class WorkerNode : public WorkNodeBase {
+ public:
+  // Waits until Work has returned. True when it was stopped before its end.
+  bool StopWork() override;
+  // "resume".
+  bool GetRebootSignal(IOrvPString* signal_name) override;
+  bool GetProperty(const char* property_name, IOrvPString* value) override;
+  // Stops the work first: it uses the whole object.
+  void Release() override;
+
+ protected:
+  enum class Outcome {
+    Done,     // the output signal that says so was fired
+    Stopped,  // StopWanted said so
+  };
+
+  using WorkNodeBase::WorkNodeBase;
+
+  // The work, on the thread of its own. What it throws is shown to the user and ends it. It returns within 50 ms after
+  // StopWanted has become true, so it looks at that, or waits in Pause, as often.
+  virtual Outcome Work() = 0;
+  // Called once for each stop while Work runs, for work that waits in something else than Pause: makes that return.
+  // Comes on the thread that stops, and must not wait for the work.
+  virtual void InterruptWork() {}
+
+  // Begins new work. Throws where a parameter cannot be read. False, with nothing done, while the node works.
+  bool BeginAnew();
+  // Goes on with work that was stopped. False while the node works.
+  bool Continue();
+
+  // For Work: whether it has to return.
+  bool StopWanted() const { return stop_; }
+  // For Work: waits; false, at once, when it has to return.
+  bool Pause(std::chrono::milliseconds time);
+  // Ends the pause that is under way, or the next one, as if its time were over. Any thread.
+  void Wake();
+
+ private:
+  bool HoldsValues() const override { return busy_; }
+  std::string ValuesFolder() const;
+  bool Start();
+  void Run();
+
+  std::mutex thread_mutex_;  // Guards the thread object; held while a stop waits for the thread.
+  std::thread thread_;
+  bool was_stopped_ = false;  // What the thread left; read after it has ended.
+  std::atomic<bool> busy_ = false;
+
+  std::mutex stop_mutex_;  // A leaf.
+  std::condition_variable stop_changed_;
+  bool woken_ = false;
+  std::atomic<bool> stop_ = false;
+};
+
+}  // namespace OrvWorkFlow::Sdk
