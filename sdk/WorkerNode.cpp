@@ -24,8 +24,11 @@ bool WorkerNode::Start() {
   const std::lock_guard lock(thread_mutex_);
   if (busy_) return false;
   if (thread_.joinable()) thread_.join();
-  stop_ = false;
-  woken_ = false;
+  {
+    const std::lock_guard stop_lock(stop_mutex_);
+    stop_ = false;
+    woken_ = false;
+  }
   was_stopped_ = false;
   busy_ = true;
   try {
