@@ -174,6 +174,11 @@ RunLimits WorkflowHost::Parts::MakeLimits(const RunSettings& settings) {
     records_->Saved();
     if (settings.saved) settings.saved();
   };
+  limits.needs_last_save = [this] {
+    const bool was_saved = LookAtFile(state->path()).kind != FileKind::Missing;
+    return was_saved || wants_save || deliveries.CountFailures() != 0 || deliveries.HasSetAside() ||
+           deliveries.HasForgotten() || HasSignalsToKeep();
+  };
   limits.checkpoint_failed = [this] {
     wants_save = false;
     Tell(state->shown_name() +
@@ -187,11 +192,13 @@ RunLimits WorkflowHost::Parts::MakeLimits(const RunSettings& settings) {
   return limits;
 }
 
+bool WorkflowHost::Parts::HasSignalsToKeep() const { return records_->HasNew() || records_->HasKept(); }
+
 // Unless signals have failed nothing is left to continue, and the next run begins anew.
 FinishedState WorkflowHost::Parts::FinishState(RunResult& result) {
   if (state == nullptr || !state->CanBeWritten()) return FinishedState::None;
   if (deliveries.HasForgotten()) return FinishedState::Forgotten;
-  if (records_->HasNew() || records_->HasKept()) return result.saved ? FinishedState::Kept : FinishedState::NotSaved;
+  if (HasSignalsToKeep()) return result.saved ? FinishedState::Kept : FinishedState::NotSaved;
   result.problem = state->Remove();
   return result.problem.empty() ? FinishedState::Removed : FinishedState::NotRemoved;
 }

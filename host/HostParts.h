@@ -68,6 +68,7 @@ class WorkflowHost::Parts {
  private:
   std::string PlanContinuation(IDictionary& dictionary, const std::string& checksum, Loading& loading) const;
   RunLimits MakeLimits(const RunSettings& settings);
+  bool HasSignalsToKeep() const;
   FinishedState FinishState(RunResult& result);
 
   std::string flow_name_;

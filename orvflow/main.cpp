@@ -22,7 +22,7 @@ ExitCode Execute(int argument_count, char** arguments) {
   try {
     SecureStandardStreams();
     std::vector<std::string> words = ArgumentsInUtf8(argument_count, arguments);
-    if (words.size() == 1 && words.front() == kTrialArgument) return ServeTrial();
+    if (words.size() == 1 && words.front() == kTrialArgument) ServeTrial();
     const ExitCode code = ExecuteCommandLine(std::move(words));
     if (IsStandardOutputWritten()) return code;
     PrintErrorLine(kOutputLost);

@@ -134,7 +134,10 @@ void RunLoop::StopAtEnd(RunResult& result) {
     StopFlowing();
     return;
   }
-  result.saved = StopAndSave();
+  if (!StopBetweenSignals()) return;
+  const bool has_finished = result.end == RunEnd::Idle;
+  if (has_finished && limits_.needs_last_save && !limits_.needs_last_save()) return;
+  result.saved = Save();
   if (result.saved) result.backlog = GetBacklog();
 }
 
@@ -199,8 +202,9 @@ RunLoop::Stopped RunLoop::FindStopped() const {
   return {!names.empty(), may_begin_anew};
 }
 
-bool RunLoop::StopAndSave() {
-  if (!StopBetweenSignals()) return false;
+bool RunLoop::StopAndSave() { return StopBetweenSignals() && Save(); }
+
+bool RunLoop::Save() {
   if (stuck_) stuck_->Set(std::nullopt);  // All nodes have returned.
   if (limits_.before_save && !limits_.before_save()) return false;
   const bool saved = limits_.save ? limits_.save(engine_) : engine_.SaveState(limits_.state_file.c_str());

@@ -45,6 +45,9 @@ struct RunLimits {
   std::function<bool()> before_save;
   // The state is in its file.
   std::function<void()> after_save;
+  // Asked when the workflow has come to its end and is at rest: whether its state has to be saved. A missing function
+  // says yes.
+  std::function<bool()> needs_last_save;
 };
 
 class RunLoop {
@@ -89,6 +92,7 @@ class RunLoop {
   bool IsBetweenDeliveries(Clock::time_point due);
   std::optional<RunResult> SaveCheckpoint(CheckpointPlan& plan);
   bool StopAndSave();
+  bool Save();
   bool StopBetweenSignals();
   bool WaitUntilAtRest();
   Stopped FindStopped() const;

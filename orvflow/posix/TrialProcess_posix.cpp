@@ -5,12 +5,14 @@
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <utility>
@@ -44,6 +46,26 @@ class Descriptor {
   int number_;
 };
 
+// A copy of a process has one thread, and locks that other threads held stay locked in it for ever.
+bool HasOneThread() {
+  struct stat threads {};
+  return stat("/proc/self/task", &threads) == 0 && threads.st_nlink == 3;  // its own name, "..", and one
+}
+
+// What a program that is begun anew finds: signals as the system sets them, and no files of whoever began it.
+void BecomeFresh(int socket) {
+  setpgid(0, 0);
+  for (int signal = 1; signal < NSIG; ++signal) ::signal(signal, SIG_DFL);
+  sigset_t none;
+  sigemptyset(&none);
+  sigprocmask(SIG_SETMASK, &none, nullptr);
+  dup2(socket, STDIN_FILENO);
+  dup2(socket, STDOUT_FILENO);
+  dup2(open("/dev/null", O_WRONLY | O_CLOEXEC), STDERR_FILENO);
+  close_range(STDERR_FILENO + 1, ~0U, 0);
+  ::signal(SIGPIPE, SIG_IGN);
+}
+
 // A process and all that it starts stand in a group of their own, which the terminal's keys do not reach.
 class Child {
  public:
@@ -73,9 +95,21 @@ class Child {
     const int error = posix_spawn(&process_, "/proc/self/exe", &files, &attributes, words.data(), environ);
     posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&files);
-    is_gone_ = error != 0;
-    if (!is_gone_) watch_.Take(static_cast<int>(syscall(SYS_pidfd_open, process_, 0)));
-    return error == 0;
+    return Watch(error == 0);
+  }
+
+  // As a copy of this process, which need not load all anew. This process has one thread.
+  bool StartAsCopy(void (*work)(), int socket) {
+    process_ = fork();
+    if (process_ == 0) {
+      BecomeFresh(socket);
+      try {
+        work();
+      } catch (...) {
+      }
+      _exit(EXIT_FAILURE);
+    }
+    return Watch(process_ > 0);
   }
 
   // Can be read from when the process has ended; -1 where the system has no such thing.
@@ -102,6 +136,12 @@ class Child {
   }
 
  private:
+  bool Watch(bool has_started) {
+    is_gone_ = !has_started;
+    if (has_started) watch_.Take(static_cast<int>(syscall(SYS_pidfd_open, process_, 0)));
+    return has_started;
+  }
+
   pid_t process_ = -1;
   Descriptor watch_{-1};
   int status_ = 0;
@@ -135,13 +175,15 @@ bool ReceiveSome(int socket, std::string& bytes) {
 }
 
 struct Trial {
-  bool Start(const char* its_argument) {
+  // `work`, if given, is what the process with that argument does.
+  bool Start(const char* its_argument, void (*work)() = nullptr) {
     std::array<int, 2> pair = {-1, -1};
     if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair.data()) != 0) return false;
     own.Take(pair[0]);
     const Descriptor other(pair[1]);
     argument = its_argument;
-    return child.Start(its_argument, other.get());
+    return work != nullptr && HasOneThread() ? child.StartAsCopy(work, other.get())
+                                             : child.Start(its_argument, other.get());
   }
 
   std::string argument;
@@ -157,10 +199,10 @@ std::unique_ptr<Trial>& Prepared() {
 
 }  // namespace
 
-void PrepareTrialProcess(const char* argument) noexcept {
+void PrepareTrialProcess(const char* argument, void (*work)()) noexcept {
   try {
     auto trial = std::make_unique<Trial>();
-    if (trial->Start(argument)) Prepared() = std::move(trial);
+    if (trial->Start(argument, work)) Prepared() = std::move(trial);
   } catch (...) {  // It is started when it is needed.
   }
 }
@@ -187,8 +229,10 @@ std::optional<TrialEnd> RunTrialProcess(const char* argument, std::string_view i
       end.manner = "does not return within " + std::to_string(limit.count() / 1000) + " s";
       break;
     }
-    std::array<pollfd, 2> ready = {{{open ? socket : -1, POLLIN, 0}, {child.watch(), POLLIN, 0}}};
-    poll(ready.data(), ready.size(), open || child.watch() >= 0 ? 20 : 1);
+    // Where its end wakes this process its reports need not: they are kept for it, and taken now and then.
+    const bool is_woken = child.watch() >= 0;
+    std::array<pollfd, 2> ready = {{{open && !is_woken ? socket : -1, POLLIN, 0}, {child.watch(), POLLIN, 0}}};
+    poll(ready.data(), ready.size(), open || is_woken ? 20 : 1);
     open = open && ReceiveSome(socket, end.output);
   }
   ReceiveSome(socket, end.output);

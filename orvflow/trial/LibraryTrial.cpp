@@ -160,9 +160,9 @@ TrialFaults TryLibraries(const std::vector<std::string>& files, TrialDepth depth
   return faults;
 }
 
-void PrepareToTryLibraries() noexcept { PrepareTrialProcess(kTrialArgument); }
+void PrepareToTryLibraries() noexcept { PrepareTrialProcess(kTrialArgument, &ServeTrial); }
 
-ExitCode ServeTrial() {
+void ServeTrial() {
   std::string task;
   const std::function<void(std::string_view)> report = BeginTrial(task);
   if (task.empty()) EndTrial();  // Who had it made ready is gone.

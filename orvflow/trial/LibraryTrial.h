@@ -32,6 +32,6 @@ constexpr char kTrialArgument[] = "--try-libraries-and-report";
 
 // What such a process does; it has no other arguments. Reads what to try from standard input, and reports on standard
 // output, which the libraries do not get hold of.
-ExitCode ServeTrial();
+[[noreturn]] void ServeTrial();
 
 }  // namespace OrvWorkFlow::Program

@@ -22,8 +22,11 @@ std::optional<TrialEnd> RunTrialProcess(const char* argument, std::string_view i
                                         const std::function<bool()>& gives_up);
 
 // Starts one ahead, which loads while this process does other things; the next RunTrialProcess with that argument uses
-// it. Nothing is done where that does not pay. One thread. It ends with this process at the latest.
-void PrepareTrialProcess(const char* argument) noexcept;
+// it. `work` is what a process with that argument does: it begins with BeginTrial and does not return. While this
+// process has one thread it may be a copy of it, so it is to be called before anything is opened, loaded or read that
+// the other one is not to have. Nothing is done where that does not pay. One thread. It ends with this process at the
+// latest.
+void PrepareTrialProcess(const char* argument, void (*work)()) noexcept;
 // Ends one that was started ahead, if there is any.
 void DropPreparedTrial() noexcept;
 

@@ -1,6 +1,7 @@
 #include "orvflow/verbs/CommandLine.h"
 
 #include <algorithm>
+#include <iterator>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -92,6 +93,50 @@ void CheckVerb(const CLI::App& command) {
   throw ProgramError(ExitCode::Usage, where + "one argument too many: " + word);
 }
 
+struct VerbMaker {
+  const char* name;
+  std::unique_ptr<Verb> (*make)(CLI::App& program);
+};
+
+// In the order of the help.
+constexpr VerbMaker kVerbMakers[] = {
+    {"run", MakeRunVerb},
+    {"status", MakeStatusVerb},
+    {"history", MakeHistoryVerb},
+    {"why", MakeWhyVerb},
+    {"check", MakeCheckVerb},
+    {"graph", MakeGraphVerb},
+    {"inspect", MakeInspectVerb},
+    {"schema", MakeSchemaVerb},
+    {"new", MakeNewVerb},
+    {"dict", MakeDictVerb},
+    {"format", MakeFormatVerb},
+    {"diff", MakeDiffVerb},
+    {"merge", MakeMergeVerb},
+    {"match", MakeMatchVerb},
+    {"path", MakePathVerb},
+    {"encrypt", MakeEncryptVerb},
+    {"decrypt", MakeDecryptVerb},
+    {"base64", MakeBase64Verb},
+    {"completion", MakeCompletionVerb},
+    {"manual", MakeManualVerb},
+};
+
+// What tells of all verbs.
+bool NeedsAll(const std::string& verb) { return verb == "completion" || verb == "manual"; }
+
+// Declaring all of them takes longer than what some of them do: one that is named is made alone.
+std::vector<std::unique_ptr<Verb>> MakeVerbs(CLI::App& program, const std::string& first_word) {
+  const bool is_named = std::any_of(std::begin(kVerbMakers), std::end(kVerbMakers),
+                                    [&](const VerbMaker& maker) { return first_word == maker.name; });
+  const bool makes_all = !is_named || NeedsAll(first_word);
+  std::vector<std::unique_ptr<Verb>> verbs;
+  for (const VerbMaker& maker : kVerbMakers) {
+    if (makes_all || first_word == maker.name) verbs.push_back(maker.make(program));
+  }
+  return verbs;
+}
+
 }  // namespace
 
 ExitCode ExecuteCommandLine(std::vector<std::string> words) {
@@ -110,27 +155,7 @@ ExitCode ExecuteCommandLine(std::vector<std::string> words) {
       "  orvflow check flow.xml\n"
       "  orvflow run flow.xml\n"
       "  orvflow run --help");
-  std::vector<std::unique_ptr<Verb>> verbs;
-  verbs.push_back(MakeRunVerb(program));
-  verbs.push_back(MakeStatusVerb(program));
-  verbs.push_back(MakeHistoryVerb(program));
-  verbs.push_back(MakeWhyVerb(program));
-  verbs.push_back(MakeCheckVerb(program));
-  verbs.push_back(MakeGraphVerb(program));
-  verbs.push_back(MakeInspectVerb(program));
-  verbs.push_back(MakeSchemaVerb(program));
-  verbs.push_back(MakeNewVerb(program));
-  verbs.push_back(MakeDictVerb(program));
-  verbs.push_back(MakeFormatVerb(program));
-  verbs.push_back(MakeDiffVerb(program));
-  verbs.push_back(MakeMergeVerb(program));
-  verbs.push_back(MakeMatchVerb(program));
-  verbs.push_back(MakePathVerb(program));
-  verbs.push_back(MakeEncryptVerb(program));
-  verbs.push_back(MakeDecryptVerb(program));
-  verbs.push_back(MakeBase64Verb(program));
-  verbs.push_back(MakeCompletionVerb(program));
-  verbs.push_back(MakeManualVerb(program));
+  const std::vector<std::unique_ptr<Verb>> verbs = MakeVerbs(program, words.empty() ? "" : words.front());
   for (const auto& verb : verbs) {
     verb->command().allow_extras();
     UnmarkArguments(verb->command());

@@ -124,7 +124,7 @@ LONG CALLBACK EndWithFault(EXCEPTION_POINTERS* fault) {
 
 }  // namespace
 
-void PrepareTrialProcess(const char* /*argument*/) noexcept {}
+void PrepareTrialProcess(const char* /*argument*/, void (* /*work*/)()) noexcept {}
 
 void DropPreparedTrial() noexcept {}
 

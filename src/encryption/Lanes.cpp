@@ -3,6 +3,7 @@
 #include <array>
 
 #include "encryption/LaneFiles.h"
+#include "encryption/Processor.h"
 
 namespace OrvWorkFlow::Core::Encryption::Md5 {
 namespace {
@@ -18,14 +19,13 @@ struct Supported {
   }
 };
 
-// The processor's word counts only where the operating system saves its wide registers, which these look at too.
 Supported<Lanes> FindLanes() {
   Supported<Lanes> result;
 #if defined(__x86_64__) || defined(__i386__)
-  __builtin_cpu_init();
-  result.AddIf(__builtin_cpu_supports("avx512f"), kAvx512Lanes);
-  result.AddIf(__builtin_cpu_supports("avx2"), kAvx2Lanes);
-  result.AddIf(__builtin_cpu_supports("sse2"), kSse2Lanes);
+  const Processor processor = AskProcessor();
+  result.AddIf(processor.avx512f, kAvx512Lanes);
+  result.AddIf(processor.avx2, kAvx2Lanes);
+  result.AddIf(processor.sse2, kSse2Lanes);
 #endif
   result.AddIf(true, kPortableLanes);
   return result;
@@ -34,8 +34,7 @@ Supported<Lanes> FindLanes() {
 Supported<Chain> FindChains() {
   Supported<Chain> result;
 #if defined(__x86_64__) || defined(__i386__)
-  __builtin_cpu_init();
-  result.AddIf(__builtin_cpu_supports("avx512vl"), kAvx512Chain);
+  result.AddIf(AskProcessor().avx512vl, kAvx512Chain);
 #endif
   result.AddIf(true, kSerialChain);
   return result;

@@ -138,6 +138,35 @@ TEST_F(WorkflowHostTest, StopsWithTheStateSavedAndGoesOn) {
   EXPECT_FALSE(HasFile("flow.state.xml"));
 }
 
+// At its end there is nothing to go on with; but what a state says that was saved before may not come back.
+TEST_F(WorkflowHostTest, AtTheEndItSavesWhatWasSavedBefore) {
+  const auto saves_of = [&](const std::string& flow, LampWatcher& watcher) {
+    StateFile state(flow, "");
+    WorkflowHost host;
+    watcher.host = &host;
+    host.UseState(state);
+    host.AddObserver(watcher);
+    host.Load(flow);
+    int saves = 0;
+    bool was_there = false;
+    Host::RunSettings settings;
+    settings.saved = [&] { ++saves; };
+    settings.finished = [&] { was_there = state.Exists(); };
+    const Host::RunResult result = host.Run(settings);
+    EXPECT_EQ(was_there, result.saved && result.end == RunEnd::Idle);
+    EXPECT_FALSE(state.Exists() && result.end == RunEnd::Idle);
+    return saves;
+  };
+  LampWatcher never_stopped;
+  EXPECT_EQ(saves_of(WriteFlow(2, 1), never_stopped), 0);
+  const std::string flow = WriteFlow(6, 20);
+  LampWatcher stopped;
+  stopped.stop_after = 2;
+  EXPECT_EQ(saves_of(flow, stopped), 1);
+  LampWatcher continued;
+  EXPECT_EQ(saves_of(flow, continued), 1);
+}
+
 TEST_F(WorkflowHostTest, AnotherThreadStopsIt) {
   const std::string flow = WriteFlow(100000, 5);
   WorkflowHost host;

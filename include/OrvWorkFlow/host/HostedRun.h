@@ -31,9 +31,9 @@ struct RunSettings {
   // should end the process: there is no other way out of a node. Without it the run waits for the node.
   std::function<void()> stuck;
   CheckpointSetting checkpoint;
-  // The state was saved: at a checkpoint or at the end.
+  // The state was saved: at a checkpoint, or at the end where something is left to continue or was saved before.
   std::function<void()> saved;
-  // The workflow has nothing more to do; its state is still there.
+  // The workflow has nothing more to do; if a state was saved it is still there.
   std::function<void()> finished;
 };
 
