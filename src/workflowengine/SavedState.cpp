@@ -35,11 +35,11 @@ class EntryReader {
     for (std::size_t field = 0; field < ends.size(); ++field) {
       path_.resize(key);
       path_ += kFieldKeys[field];
-      value_.clear();
-      if (!text_ || !dictionary_.GetValue(path_.c_str(), text_.get()) || !ReadText(text_.get(), value_)) {
+      if (text_ && dictionary_.GetValue(path_.c_str(), text_.get())) {
+        texts_ += text_.get()->GetText();  // as far as a zero in it, if there is one
+      } else {
         ThrowIfString(dictionary_, path_.c_str());
       }
-      texts_ += value_.c_str();  // as far as a zero in it, if there is one
       texts_ += '\0';
       ends[field] = texts_.size();
     }
@@ -61,7 +61,6 @@ class EntryReader {
   IDictionary& dictionary_;
   const Marshalled<IOrvPString> text_;
   std::string path_;
-  std::string value_;
   std::string texts_;  // each with a zero behind it
   std::unordered_map<std::string, QueueEntry> known_;
 };

@@ -2,11 +2,15 @@
 // remembered. ORVFLOW_SOAK_SECONDS says how long; one second by default.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
 #include <memory>
 #include <string>
+#include <string_view>
+#include <thread>
 #include <vector>
 
 #include "tests/fakes/FakeClock.h"
@@ -53,11 +57,38 @@ class Front final : public ForwardingDictionary {
   const Memory memory_;
 };
 
+// Whether a line tells how far one thread was when the other did something: the pump's rounds, which it also makes in
+// vain, the engine's lock, and how long the queue was.
+bool IsOfTheMoment(const LogLine& line) {
+  constexpr std::array<std::string_view, 4> kTexts = {"sigpump doing stuff", "WorkflowEngineLocked",
+                                                      "WorkflowEngineUnlocked", "signal queue is empty"};
+  return std::find(kTexts.begin(), kTexts.end(), line.text) != kTexts.end() || line.text.starts_with("There are ");
+}
+
+// Without the folder, another one each time, of the file that is absorbed.
+std::string TextOf(const LogLine& line) {
+  const std::size_t file = line.text.find(", ");
+  if (!line.text.starts_with("Absorbing ") || file == std::string::npos) return line.text;
+  return line.text.substr(0, file + 2) + line.text.substr(line.text.find_last_of("/\\") + 1);
+}
+
+// The lines of this thread or of all others, in order.
+std::vector<std::string> LinesOf(const RecordingLogger& logger, bool of_this_thread) {
+  std::vector<std::string> lines;
+  for (const LogLine& line : logger.GetLines()) {
+    const bool is_of_this = line.thread == std::this_thread::get_id();
+    if (is_of_this == of_this_thread && !IsOfTheMoment(line)) lines.push_back(line.category + ": " + TextOf(line));
+  }
+  return lines;
+}
+
 struct Course {
   bool ended = false;
   std::vector<std::string> deliveries;  // with the content directories that the node saw
   std::vector<std::string> boxes;
-  std::string dictionary;  // at the end
+  std::vector<std::string> lines;       // of this thread
+  std::vector<std::string> pump_lines;  // of the others
+  std::string dictionary;               // at the end
 
   bool operator==(const Course&) const = default;
 };
@@ -68,7 +99,7 @@ Course Play(std::uint32_t seed, Host host, Memory memory) {
   const FakeClock clock;  // no stop waits
   std::unique_ptr<Front> front;
   Course course;
-  Workbench bench(host, Log::kNone, [&](IDictionary* dictionary) {
+  Workbench bench(host, Log::kRecorded, [&](IDictionary* dictionary) {
     front = std::make_unique<Front>(dictionary, memory);
     return front.get();
   });
@@ -94,6 +125,8 @@ Course Play(std::uint32_t seed, Host host, Memory memory) {
     if (!course.ended) break;
   }
   course.boxes = boxes.GetTexts();
+  course.lines = LinesOf(bench.logger(), true);
+  course.pump_lines = LinesOf(bench.logger(), false);
   const PString text;
   if (bench.dictionary().SaveToText(text.out())) course.dictionary = text.str();
   return course;
@@ -110,6 +143,7 @@ TEST_P(RememberingTest, IsNotSeenWhateverNodesWrite) {
   const char* const text = std::getenv("ORVFLOW_SOAK_SECONDS");
   const Clock::time_point end = Clock::now() + std::chrono::seconds(text == nullptr ? 1 : std::atoi(text));
   std::size_t deliveries = 0;
+  std::size_t lines = 0;
   int told_apart = 0;
   for (std::uint32_t seed = 1; seed <= 10 || Clock::now() < end; ++seed) {
     const Course expected = Play(seed, GetParam(), Memory::kNothing);
@@ -117,11 +151,15 @@ TEST_P(RememberingTest, IsNotSeenWhateverNodesWrite) {
     const Course course = Play(seed, GetParam(), Memory::kAsItIs);
     ASSERT_EQ(course.deliveries, expected.deliveries) << "seed " << seed;
     ASSERT_EQ(course.boxes, expected.boxes) << "seed " << seed;
+    ASSERT_EQ(course.lines, expected.lines) << "seed " << seed;
+    ASSERT_EQ(course.pump_lines, expected.pump_lines) << "seed " << seed;
     ASSERT_EQ(course.dictionary, expected.dictionary) << "seed " << seed;
     deliveries += course.deliveries.size();
+    lines += course.lines.size() + course.pump_lines.size();
     if (seed <= 10 && Play(seed, GetParam(), Memory::kEverything) != expected) ++told_apart;
   }
   EXPECT_GT(deliveries, 100U);
+  EXPECT_GT(lines, deliveries);
   EXPECT_GT(told_apart, 5) << "these workflows would not show a memory that is out of date";
 }
 

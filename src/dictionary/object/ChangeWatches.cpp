@@ -39,7 +39,12 @@ bool HasRedirection(const ElementTree& tree, ElementId at, const PathPattern& pa
 PathPattern::PathPattern(std::string_view text) {
   PathComponents components(text);
   std::string_view component;
-  while (components.Next(component)) components_.emplace_back(component);
+  bool is_fixed = true;
+  while (components.Next(component)) {
+    components_.emplace_back(component);
+    is_fixed = is_fixed && component != kAnyName;
+    if (is_fixed) beginning_.append("/").append(component);
+  }
 }
 
 bool PathPattern::IsValid() const {
@@ -47,7 +52,7 @@ bool PathPattern::IsValid() const {
                      [](const std::string& component) { return component == kAnyName || IsValidPath(component); });
 }
 
-bool PathPattern::IsRelatedTo(std::string_view path) const {
+bool PathPattern::IsRelated(std::string_view path) const {
   PathComponents components(path);
   std::string_view component;
   for (std::size_t i = 0; i < components_.size(); ++i) {

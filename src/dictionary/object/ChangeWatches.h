@@ -1,6 +1,7 @@
 // Who wants to know that a part of the dictionary has changed: IDictionaryWatch.
 #pragma once
 
+#include <algorithm>
 #include <atomic>
 #include <cstdint>
 #include <memory>
@@ -27,10 +28,21 @@ class PathPattern {
     return components_[index] == kAnyName || components_[index] == name;
   }
   // True when the path names an entry that matches, one above it, or one below it.
-  bool IsRelatedTo(std::string_view path) const;
+  bool IsRelatedTo(std::string_view path) const { return !PartsEarly(path) && IsRelated(path); }
 
  private:
+  bool IsRelated(std::string_view path) const;
+
+  // Whether the path, as it is written usually, has another name where the beginning of the pattern has one.
+  bool PartsEarly(std::string_view path) const {
+    const std::size_t size = std::min(path.size(), beginning_.size());
+    std::size_t at = 0;
+    while (at < size && path[at] == beginning_[at]) ++at;
+    return at < size && path[at] != '/' && beginning_[at] != '/';
+  }
+
   std::vector<std::string> components_;
+  std::string beginning_;  // "/a/b" of "/a/b/*/c"
 };
 
 // Guarded by the dictionary's mutex. The counts are read by anybody.

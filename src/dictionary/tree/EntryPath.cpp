@@ -19,8 +19,9 @@ ElementId Walk(ElementTree& tree, ElementId at, std::string_view path) {
 }
 
 // The path up to its last "/", and the component behind it, which may be empty.
-std::pair<std::string_view, std::string_view> SplitLast(std::string_view path) {
-  const std::size_t cut = path.rfind('/') + 1;
+std::pair<std::string_view, std::string_view> SplitLast(ElementTree& tree, std::string_view path) {
+  const std::size_t known = tree.last_parent().SizeAbove(path);
+  const std::size_t cut = known != 0 ? known : path.rfind('/') + 1;
   return {path.substr(0, cut), path.substr(cut)};
 }
 
@@ -30,7 +31,7 @@ std::size_t Offset(std::string_view whole, std::string_view part) {
 }
 
 EntryPlace WalkToPlace(ElementTree& tree, std::string_view path) {
-  const auto [above, last] = SplitLast(path);
+  const auto [above, last] = SplitLast(tree, path);
   ElementId at = tree.root();
   PathComponents components(path);
   std::string_view component;
@@ -47,7 +48,7 @@ EntryPlace WalkToPlace(ElementTree& tree, std::string_view path) {
 
 ElementId FindEntry(ElementTree& tree, std::string_view path) {
   if (!tree.HasUsualRoot()) return kNoElement;
-  const auto [above, last] = SplitLast(path);
+  const auto [above, last] = SplitLast(tree, path);
   ElementId parent = tree.last_parent().Find(above);
   if (parent == kNoElement) {
     parent = Walk(tree, tree.root(), above);
@@ -58,7 +59,7 @@ ElementId FindEntry(ElementTree& tree, std::string_view path) {
 
 EntryPlace FindPlace(ElementTree& tree, std::string_view path) {
   if (!tree.HasUsualRoot()) return {kNoElement, kNoElement, path};
-  const auto [above, last] = SplitLast(path);
+  const auto [above, last] = SplitLast(tree, path);
   const ElementId parent = tree.last_parent().Find(above);
   if (parent == kNoElement) return WalkToPlace(tree, path);
   const ElementId child = last.empty() ? parent : tree.FindChild(parent, last);
@@ -73,7 +74,7 @@ ElementId MakeEntry(ElementTree& tree, std::string_view path, const EntryPlace& 
     if (tree.root() != kNoElement) return kNoElement;
     at = tree.CreateRoot(kRootName);
   }
-  const auto [above, last] = SplitLast(path);
+  const auto [above, last] = SplitLast(tree, path);
   PathComponents components(place.missing);
   std::string_view component;
   while (components.Next(component)) {

@@ -19,6 +19,12 @@ class LastParent {
     return is_same ? element_ : kNoElement;
   }
 
+  // How long the text that Keep was given last is, if what follows it in the path is the name of a child; else 0.
+  std::size_t SizeAbove(std::string_view path) const {
+    if (length_ > path.size() || std::memcmp(path.data(), path_.data(), length_) != 0) return 0;
+    return std::memchr(path.data() + length_, '/', path.size() - length_) == nullptr ? length_ : 0;
+  }
+
   void Keep(std::string_view path, ElementId element) {
     if (path.empty() || path.size() > path_.size()) return;
     std::memcpy(path_.data(), path.data(), path.size());
