@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "OrvWorkFlow/sdk/MarshalledHolder.h"
-#include "nodes/backup/Crc32.h"
+#include "nodes/files/Crc32.h"
 #include "nodes/files/FilePieces.h"
 
 namespace OrvWorkFlow::Nodes {

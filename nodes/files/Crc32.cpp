@@ -1,4 +1,4 @@
-#include "nodes/backup/Crc32.h"
+#include "nodes/files/Crc32.h"
 
 #include <array>
 

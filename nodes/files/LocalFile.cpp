@@ -1,0 +1,62 @@
+#include "nodes/files/LocalFile.h"
+
+#include "OrvWorkFlow/FileReasons.h"
+
+namespace OrvWorkFlow::Nodes {
+
+namespace {
+
+struct Meaning {
+  std::errc error;
+  const char* reason;
+};
+
+constexpr Meaning kMeanings[] = {
+    {std::errc::no_such_file_or_directory, FileReasons::kNotFound},
+    {std::errc::not_a_directory, FileReasons::kNotFound},
+    {std::errc::permission_denied, FileReasons::kDenied},
+    {std::errc::operation_not_permitted, FileReasons::kDenied},
+    {std::errc::read_only_file_system, FileReasons::kReadOnlyDisk},
+    {std::errc::operation_would_block, FileReasons::kInUse},
+    {std::errc::device_or_resource_busy, FileReasons::kInUse},
+    {std::errc::text_file_busy, FileReasons::kInUse},
+    {std::errc::no_space_on_device, FileReasons::kNoSpace},
+    {std::errc::file_too_large, FileReasons::kTooLarge},
+    {std::errc::file_exists, FileReasons::kExists},
+    {std::errc::is_a_directory, FileReasons::kIsFolder},
+    {std::errc::invalid_seek, FileReasons::kNotPlainFile},
+    {std::errc::no_such_device, FileReasons::kNotPlainFile},
+    {std::errc::no_such_device_or_address, FileReasons::kNotPlainFile},
+    {std::errc::directory_not_empty, FileReasons::kNotEmpty},
+    {std::errc::filename_too_long, FileReasons::kNameTooLong},
+    {std::errc::too_many_symbolic_link_levels, FileReasons::kTooManyLinks},
+    {std::errc::too_many_files_open, FileReasons::kTooManyOpen},
+    {std::errc::io_error, FileReasons::kDiskFailed},
+    {std::errc::not_enough_memory, FileReasons::kNoMemory},
+};
+
+}  // namespace
+
+std::string ReasonOf(const std::error_code& error) {
+  for (const Meaning& meaning : kMeanings) {
+    if (error == meaning.error) return meaning.reason;
+  }
+  return std::string(FileReasons::kUnknown) + " (system error " + std::to_string(error.value()) + ")";
+}
+
+void RenamePath(const std::filesystem::path& from, const std::filesystem::path& to, const std::string& shown_name) {
+  std::error_code error;
+  std::filesystem::rename(from, to, error);
+  if (error) throw FileProblem("cannot write " + shown_name + ": " + ReasonOf(error));
+}
+
+void MakeFolderOf(const std::filesystem::path& file, const std::string& shown_name) {
+  if (!file.has_parent_path()) return;
+  std::error_code error;
+  std::filesystem::create_directories(file.parent_path(), error);
+  if (error && !std::filesystem::is_directory(file.parent_path())) {
+    throw FileProblem("cannot make the folder of " + shown_name + ": " + ReasonOf(error));
+  }
+}
+
+}  // namespace OrvWorkFlow::Nodes

@@ -1,0 +1,60 @@
+#include "nodes/filing/FileHasher.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "OrvWorkFlow/sdk/ParameterValue.h"
+#include "nodes/files/LocalFile.h"
+#include "nodes/filing/Digest.h"
+
+namespace OrvWorkFlow::Nodes {
+
+namespace {
+
+constexpr NodeInput kInputs[] = {
+    {"hash", "reads the file"},
+    kResumeInput,
+};
+constexpr NodeOutput kOutputs[] = {
+    {"hashed", false, "Hash has it, and it is what was expected"},
+    {"differs", false, "it is not what was expected"},
+    kFailedOutput,
+};
+constexpr NodeParameter kParameters[] = {
+    TextParameterRow("File", "", "the file"),
+    TextParameterRow("Kind", "sha256", "crc32, xxh3 (64 bits) or sha256"),
+    TextParameterRow("Expected", "", "what it should be, in hexadecimal digits; nothing: whatever it is"),
+};
+
+constexpr std::size_t kPiece = 256 * 1024;
+
+}  // namespace
+
+constinit const NodeDescription FileHasher::kDescription = {
+    .sentence = "The checksum or hash of a file, whatever its size",
+    .inputs = kInputs,
+    .outputs = kOutputs,
+    .parameters = kParameters,
+    .state_in_dictionary = true,
+    .acts_outside = false,
+};
+
+const char* FileHasher::DoTask(const std::string& /*task*/) {
+  const std::string name = TextParameter("File");
+  const std::unique_ptr<Digest> digest = Digest::Make(TextParameter("Kind"));
+  LocalFile file(LocalPath(FileSystem(), name), LocalFile::Mode::Read, name);
+  std::vector<char> piece(kPiece);
+  std::int64_t size = 0;
+  while (const std::size_t count = file.Read(piece.data(), piece.size())) {
+    if (StopWanted()) return nullptr;
+    digest->Add(piece.data(), count);
+    size += static_cast<std::int64_t>(count);
+  }
+  const std::string hash = digest->Text();
+  const std::string expected = TextParameter("Expected");
+  Record().SetText("Hash", hash);
+  Record().SetNumber("Size", size);
+  return expected.empty() || Sdk::Parameters::EqualIgnoringCase(expected, hash) ? "hashed" : "differs";
+}
+
+}  // namespace OrvWorkFlow::Nodes

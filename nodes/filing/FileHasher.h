@@ -1,0 +1,20 @@
+// The checksum or hash of a file of any size. Stopped work begins with the first byte again.
+//
+// Below /FileHasher/<instance>: Hash and Size.
+#pragma once
+
+#include "nodes/task/TaskNode.h"
+
+namespace OrvWorkFlow::Nodes {
+
+class FileHasher final : public TaskNode {
+ public:
+  static constexpr char kTypeName[] = "FileHasher";
+  static const NodeDescription kDescription;
+  FileHasher() : TaskNode(kTypeName, kDescription) {}
+
+ private:
+  const char* DoTask(const std::string& task) override;
+};
+
+}  // namespace OrvWorkFlow::Nodes

@@ -1,0 +1,69 @@
+#include "nodes/task/TaskNode.h"
+
+#include <exception>
+#include <stdexcept>
+
+#include "OrvWorkFlow/WorkflowSchema.h"
+#include "OrvWorkFlow/sdk/MarshalledHolder.h"
+
+namespace OrvWorkFlow::Nodes {
+
+namespace {
+
+constexpr char kTask[] = "Task";
+constexpr char kProblem[] = "Problem";
+constexpr char kFired[] = "Fired";
+
+}  // namespace
+
+Sdk::NodeRecord TaskNode::Record() const {
+  return Sdk::NodeRecord(WorkflowDictionary(), "/" + TypeName() + "/" + InstanceName());
+}
+
+bool TaskNode::IsBusy() {
+  return Sdk::TextFrom([&](IOrvPString* text) { return GetProperty("Busy", text); }) == "yes";
+}
+
+bool TaskNode::OnSignal(std::string_view signal) {
+  if (signal == kResumeInput.name) {
+    Continue();
+    return true;
+  }
+  if (IsBusy()) {
+    throw std::runtime_error("it is still at work: the signal \"" + std::string(signal) +
+                             "\" comes too early; map it behind what the node fires");
+  }
+  ClearRecord();
+  Record().SetText(kTask, std::string(signal));
+  return BeginAnew();
+}
+
+Sdk::WorkerNode::Outcome TaskNode::Work() {
+  Sdk::NodeRecord record = Record();
+  if (record.Has(kFired)) return Outcome::Done;  // What was saved then is a moment that has passed.
+  try {
+    const char* const output = DoTask(record.Text(kTask));
+    if (output == nullptr) return Outcome::Stopped;
+    record.SetText(kProblem, "");
+    FireOutput(output);
+  } catch (const std::exception& error) {
+    Fail(error.what());
+  }
+  record.SetNumber(kFired, 1);
+  return Outcome::Done;
+}
+
+void TaskNode::Fail(const std::string& problem) {
+  Record().SetText(kProblem, problem);
+  if (!IsMapped(kFailedOutput.name)) TellUser(problem);
+  FireOutput(kFailedOutput.name);
+}
+
+bool TaskNode::IsMapped(const char* output) const {
+  const std::string path = std::string(WorkflowSchema::kWorkNodes) + "/" + TypeName() + WorkflowSchema::kInstances +
+                           "/" + InstanceName() + WorkflowSchema::kMaps + "/" + output;
+  std::size_t count = 0;
+  return WorkflowDictionary().CountEntries(path.c_str(), &count) && count > 0;
+}
+
+}  // namespace OrvWorkFlow::Nodes

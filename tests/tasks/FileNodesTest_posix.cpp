@@ -1,0 +1,57 @@
+// What only this platform has: files without end, without rights, and of more than 4 GiB that take no room.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "tests/tasks/TaskFixture.h"
+
+namespace orv_test {
+namespace {
+
+using ::testing::HasSubstr;
+
+class FileNodesPosixTest : public TaskFixture {};
+
+TEST_F(FileNodesPosixTest, AFileOfMoreThanFourGibIsHashedStoppedAndCounted) {
+  Write("huge", "");
+  ASSERT_EQ(::truncate(File("huge").c_str(), (off_t{4} << 30) + 5), 0);
+  Make("FileNodes", "FileHasher").SetParameter("File", File("huge"));
+  bench_->SetParameter("Kind", "xxh3");
+  bench_->Signal("hash");
+  std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  EXPECT_EQ(bench_->Stop(), "resume");
+  EXPECT_EQ(Do("resume"), Signals{"hashed"});
+  EXPECT_EQ(Said("Size"), "4294967301");
+}
+
+TEST_F(FileNodesPosixTest, WhatIsNoFileIsRefusedAtOnce) {
+  ASSERT_EQ(::mkfifo(File("pipe").c_str(), 0600), 0);
+  Make("FileNodes", "TextReader").SetParameter("File", File("pipe"));
+  MapFailed();
+  EXPECT_EQ(Do("read"), Signals{"failed"});
+  EXPECT_EQ(Problem(), "cannot read " + File("pipe") + ": not a plain file");
+}
+
+TEST_F(FileNodesPosixTest, LinksOfADeletedFolderAreNotFollowed) {
+  Write("kept/a", "1");
+  Write("in/b", "1");
+  std::filesystem::create_directory_symlink(directory_.path() / "kept", directory_.path() / "in/link");
+  Make("FileNodes", "FileDeleter").SetParameter("Path", File("in"));
+  bench_->SetParameter("Recursive", true);
+  EXPECT_EQ(Do("delete"), Signals{"deleted"});
+  EXPECT_TRUE(Exists("kept/a"));
+  EXPECT_FALSE(Exists("in"));
+}
+
+TEST_F(FileNodesPosixTest, AFullDiskIsToldAndTheOldFileStays) {
+  Write("a", "1");
+  Make("FileNodes", "TreeCopier").SetParameter("Source", File("a"));
+  MapFailed();
+  bench_->SetParameter("Target", "/proc/version");
+  EXPECT_EQ(Do("copy"), Signals{"failed"});
+  EXPECT_THAT(Problem(), HasSubstr("/proc/version"));
+}
+
+}  // namespace
+}  // namespace orv_test
