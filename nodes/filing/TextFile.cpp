@@ -103,6 +103,7 @@ const char* TextReader::DoTask(const std::string& /*task*/) {
 
 const char* TextWriter::DoTask(const std::string& task) {
   const std::string name = TextParameter("File");
+  LocalPath(FileSystem(), name);  // Throws for what is none.
   const bool ends_lines = BooleanParameter("LineEnd");
   const std::vector<std::string> lines = TextListParameter("Text");
   std::string text;

@@ -13,16 +13,29 @@ using ::testing::HasSubstr;
 
 class FileNodesPosixTest : public TaskFixture {};
 
-TEST_F(FileNodesPosixTest, AFileOfMoreThanFourGibIsHashedStoppedAndCounted) {
-  Write("huge", "");
-  ASSERT_EQ(::truncate(File("huge").c_str(), (off_t{4} << 30) + 5), 0);
-  Make("FileNodes", "FileHasher").SetParameter("File", File("huge"));
-  bench_->SetParameter("Kind", "xxh3");
+TEST_F(FileNodesPosixTest, FilesOfMoreThanFourGibAreCountedMovedAndStopped) {
+  Write("in/huge", "");
+  ASSERT_EQ(::truncate(File("in/huge").c_str(), (off_t{4} << 30) + 5), 0);
+  Make("FileNodes", "FileLister").SetParameter("Folder", File("in"));
+  bench_->SetParameter("Details", true);
+  EXPECT_EQ(Do("list"), Signals{"listed"});
+  EXPECT_EQ(bench_->TextAt("/Files/f1/Size"), "4294967301");
+
+  Make("FileNodes", "TreeCopier").SetParameter("Source", File("in"));
+  bench_->SetParameter("Target", File("out"));
+  EXPECT_EQ(Do("move"), Signals{"moved"});
+  EXPECT_EQ(std::filesystem::file_size(File("out/huge")), 4294967301U);
+
+  Make("FileNodes", "FileHasher").SetParameter("File", File("out/huge"));
   bench_->Signal("hash");
   std::this_thread::sleep_for(std::chrono::milliseconds(20));
   EXPECT_EQ(bench_->Stop(), "resume");
-  EXPECT_EQ(Do("resume"), Signals{"hashed"});
-  EXPECT_EQ(Said("Size"), "4294967301");
+  EXPECT_EQ(bench_->TakeFired(), Signals{});
+
+  Make("FileNodes", "TextReader").SetParameter("File", File("out/huge"));
+  MapFailed();
+  EXPECT_EQ(Do("read"), Signals{"failed"});
+  EXPECT_EQ(Problem(), File("out/huge") + " is too large: 4294967301 bytes; MostBytes is 16777216");
 }
 
 TEST_F(FileNodesPosixTest, WhatIsNoFileIsRefusedAtOnce) {

@@ -53,10 +53,11 @@ class TaskFixture : public ::testing::Test {
 
   static bool WaitUntil(const std::function<bool()>& condition) {
     const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-    while (!condition() && std::chrono::steady_clock::now() < limit) {
+    while (!condition()) {
+      if (std::chrono::steady_clock::now() > limit) return false;
       std::this_thread::sleep_for(std::chrono::milliseconds(2));
     }
-    return condition();
+    return true;
   }
   // The node fires something; what.
   Signals WaitForFired() {

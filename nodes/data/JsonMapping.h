@@ -1,0 +1,25 @@
+// JSON as entries of a dictionary, and back.
+//
+//   object                an entry with an entry for each member; a name holds letters, digits, "_" and "-" only
+//   text, true, false     a value of type str, Bool
+//   number                int where it has 32 bits, dbl where six digits behind the point say it; any other str, marked
+//                         json="number", so that no digit is lost
+//   array of texts, of numbers that are int or dbl, of truth values, not empty     a list
+//   any other array       entries i1, i2 and so on, marked json="array"
+//   null, empty object    an entry without a value, marked json="null", json="object"
+#pragma once
+
+#include <string>
+
+#include "OrvWorkFlow/IDictionary.h"
+
+namespace OrvWorkFlow::Nodes {
+
+// The entry becomes what the text says; it is replaced as a whole. Throws std::runtime_error, with the place in the
+// text or the member that no entry can hold, and leaves the entry alone then.
+void JsonToEntries(const std::string& json, IDictionary& dictionary, const std::string& entry);
+
+// `indent` blanks a level; 0 puts all into one line. Throws std::runtime_error for what JSON cannot say.
+std::string EntriesToJson(IDictionary& dictionary, const std::string& entry, int indent);
+
+}  // namespace OrvWorkFlow::Nodes
