@@ -18,8 +18,8 @@
 #include <string>
 #include <vector>
 
-#include "CoreObjects/Base64.h"
 #include "OrvWorkFlow/sdk/MarshalledHolder.h"
+#include "base/text/Base64.h"
 #include "encryption/Cipher.h"
 #include "encryption/EncryptionObject.h"
 
@@ -199,7 +199,7 @@ void RunBase64(Report& report) {
   constexpr std::size_t kSize = std::size_t{1} << 20;
   std::string bytes(kSize, '\0');
   for (std::size_t i = 0; i < kSize; ++i) bytes[i] = static_cast<char>(i * 31 + (i >> 8));
-  std::string text = OrvWorkFlow::Core::EncodeBase64(bytes);
+  std::string text = Base::EncodeBase64(bytes);
   std::string output(2 * kSize, '\0');
   const auto* const from_bytes = reinterpret_cast<const unsigned char*>(bytes.data());
   const auto* const from_text = reinterpret_cast<const unsigned char*>(text.data());
@@ -213,7 +213,7 @@ void RunBase64(Report& report) {
   report.Run("base64 of 1 MiB, encoded",
              {{"OpenSSL", many([&] { EVP_EncodeBlock(to, from_bytes, static_cast<int>(kSize)); })},
               {"GLib", many([&] { g_free(g_base64_encode(from_bytes, kSize)); })},
-              {"own", many([&] { OrvWorkFlow::Core::EncodeBase64(bytes.data(), kSize, output.data()); }), 1.0}},
+              {"own", many([&] { Base::EncodeBase64(bytes.data(), kSize, output.data()); }), 1.0}},
              figure);
   report.Run("base64 of 1 MiB, decoded",
              {{"OpenSSL", many([&] { EVP_DecodeBlock(to, from_text, static_cast<int>(text.size())); })},
@@ -221,7 +221,7 @@ void RunBase64(Report& report) {
                  gsize size = 0;
                  g_free(g_base64_decode(text.c_str(), &size));
                })},
-              {"own", many([&] { OrvWorkFlow::Core::DecodeBase64(text, output.data()); }), 1.0}},
+              {"own", many([&] { Base::DecodeBase64(text, output.data()); }), 1.0}},
              figure);
 }
 

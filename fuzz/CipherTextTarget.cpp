@@ -6,7 +6,7 @@
 #include "encryption/EncryptionObject.h"
 #include "fuzz/Requirements.h"
 #include "fuzz/Targets.h"
-#include "tests/CoreObjects/SlowBase64.h"
+#include "tests/base/SlowBase64.h"
 #include "tests/encryption/SlowCipher.h"
 #include "tests/support/MarshalledTexts.h"
 
@@ -50,7 +50,7 @@ void CipherText(std::string_view input) {
   Require(object.DecryptString(text.c_str(), key.c_str(), plain.out()) == is_key, "deciphered, or not");
   Require(object.EncryptString(text.c_str(), key.c_str(), enciphered.out()) == is_key, "enciphered, or not");
   if (!is_key) return;
-  Require(plain.str() == SlowDecipher(Core::Base64Testing::SlowDecode(text), key).c_str(), "another plain text");
+  Require(plain.str() == SlowDecipher(Base64Testing::SlowDecode(text), key).c_str(), "another plain text");
   Require(object.DecryptString(enciphered.str().c_str(), key.c_str(), plain.out()) && plain.str() == text,
           "an enciphered text does not come back");
   CompareLanes(std::string(input.substr(

@@ -83,14 +83,14 @@ std::u16string WithoutHalves(std::u16string text) {
 }
 
 void CompareWide(std::string_view text) {
-  const std::u16string wide = Core::Dictionary::FromUtf8(text);
+  const std::u16string wide = Base::FromUtf8(text);
   Require(wide == SlowFromUtf8(text), "another wide text than the slow decoder's");
-  Require(Core::Dictionary::FromUtf8(Core::Dictionary::ToUtf8(wide)) == wide, "a decoded text does not come back");
+  Require(Base::FromUtf8(Base::ToUtf8(wide)) == wide, "a decoded text does not come back");
   std::u16string units;
   for (std::size_t i = 0; i + 1 < text.size(); i += 2) {
     units += static_cast<char16_t>(ByteAt(text, i) * 0x100 + ByteAt(text, i + 1));
   }
-  Require(SlowFromUtf8(Core::Dictionary::ToUtf8(units)) == WithoutHalves(units), "a wide text does not come back");
+  Require(SlowFromUtf8(Base::ToUtf8(units)) == WithoutHalves(units), "a wide text does not come back");
 }
 
 std::int64_t SlowInteger(std::string_view text) {

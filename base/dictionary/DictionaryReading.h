@@ -28,4 +28,12 @@ inline std::vector<std::string> NamesBelow(IDictionary& dictionary, const std::s
   return {};
 }
 
+// The paths of an entry and of all below it, in pre-order; none where it is missing.
+inline std::vector<std::string> PathsFrom(IDictionary& dictionary, const std::string& path) {
+  const Sdk::TextListHolder paths;
+  if (dictionary.EnumeratePaths(path.c_str(), paths.get())) return paths.Texts();
+  if (dictionary.Exists(path.c_str())) throw std::bad_alloc();
+  return {};
+}
+
 }  // namespace OrvWorkFlow::Base

@@ -29,9 +29,7 @@ class TreeCheck {
   }
 
   void Check() {
-    const Sdk::TextListHolder list;
-    std::vector<std::string> paths;
-    if (dictionary_.EnumeratePaths(WorkflowSchema::kAbsorbTree, list.get())) paths = list.Texts();
+    const std::vector<std::string> paths = Base::PathsFrom(dictionary_, WorkflowSchema::kAbsorbTree);
     if (paths.size() < 2) return CheckMissing();
     if (!dictionary_.Exists(Top().c_str())) {
       return Warn(WorkflowSchema::kAbsorbTree, "has no node0, where the tree begins", "put the workflow's name there");

@@ -9,6 +9,7 @@
 #include "OrvWorkFlow/WorkflowSchema.h"
 #include "OrvWorkFlow/sdk/MarshalledHolder.h"
 #include "OrvWorkFlow/sdk/ParameterValue.h"
+#include "base/dictionary/ValueTags.h"
 #include "base/text/Suggestion.h"
 #include "flow/check/Checks.h"
 #include "flow/paths/PathLook.h"
@@ -17,13 +18,6 @@ namespace OrvWorkFlow::Flow {
 
 namespace {
 
-const std::vector<std::string>& KnownTags() {
-  static const std::vector<std::string> kTags = {"str",     "UStr",    "int",        "dbl",     "Bool",   "strlist",
-                                                 "UStrLst", "intlist", "doublelist", "BoolLst", "Binary", "Nil",
-                                                 "Str",     "Int",     "Dbl",        "StrLst",  "IntLst", "DblLst"};
-  return kTags;
-}
-
 // Names that these types have elsewhere are meant as them.
 std::string NearestTag(const std::string& tag) {
   static constexpr const char* kElsewhere[][2] = {{"string", "str"}, {"integer", "int"},  {"double", "dbl"},
@@ -31,7 +25,7 @@ std::string NearestTag(const std::string& tag) {
   for (const auto& [name, meant] : kElsewhere) {
     if (Sdk::Parameters::EqualIgnoringCase(tag, name)) return meant;
   }
-  return Base::NearestName(tag, KnownTags());
+  return Base::NearestName(tag, Base::ValueTagTexts());
 }
 
 // The type of a list's items, else the type itself.
@@ -116,8 +110,7 @@ class ValueCheck {
   void CheckTag(const std::string& path) {
     const Sdk::TextHolder tag;
     if (!dictionary_.GetAttribute(path.c_str(), "__type", tag.get())) return;
-    const auto& known = KnownTags();
-    if (std::find(known.begin(), known.end(), tag.Text()) != known.end()) return;
+    if (Base::FindTag(tag.Text()) != nullptr) return;
     const std::string nearest = NearestTag(tag.Text());
     Warn(path, "is not read: there is no type " + tag.Text(),
          nearest.empty() ? "types are str, int, dbl, Bool, strlist and others" : "did you mean " + nearest + "?");
@@ -127,7 +120,7 @@ class ValueCheck {
     const Sdk::TextHolder tag;
     const Sdk::TextListHolder targets;
     const bool is_list = dictionary_.GetAttribute(path.c_str(), "__type", tag.get()) &&
-                         (tag.Text() == "strlist" || tag.Text() == "StrLst");
+                         Base::TypeOfTag(tag.Text()) == ValueType::StringList;
     if (!is_list || !dictionary_.GetValueTexts(path.c_str(), targets.get())) {
       return Warn(path, "is marked as a redirection, and names no paths", "write a list of them, __type=\"strlist\"");
     }

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "OrvWorkFlow/WorkflowSchema.h"
+#include "base/text/Counting.h"
 #include "flow/drawing/DotText.h"
 
 namespace OrvWorkFlow::Flow {
@@ -176,7 +177,7 @@ class Drawing {
     const auto add_badge = [&](std::size_t count, const char* word, const char* badge_colour) {
       if (count == 0) return;
       label += "<br/>" + Font(("point-size=\"10\" color=\"" + std::string(badge_colour) + "\"").c_str(),
-                              std::to_string(count) + " " + word + (count == 1 ? "" : "s"));
+                              Base::Counted(count, word));
     };
     add_badge(mark.errors, "error", kErrorColour);
     add_badge(mark.warnings, "warning", kWarningColour);

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/text/Counting.h"
 #include "flow/drawing/DotText.h"
 
 namespace OrvWorkFlow::Flow {
@@ -238,8 +239,7 @@ class Difference {
       const auto index = static_cast<std::size_t>(change);
       for (const auto& [count, thing] : {std::pair(nodes[index], "instance"), std::pair(signals_[index], "signal")}) {
         if (count == 0) continue;
-        text += (text.empty() ? "" : ", ") + std::to_string(count) + " " + thing + (count == 1 ? "" : "s") + " " +
-                LookOf(change).word;
+        text += (text.empty() ? "" : ", ") + Base::Counted(count, thing) + " " + LookOf(change).word;
       }
     }
     return text.empty() ? "nothing differs" : text;

@@ -5,6 +5,7 @@
 #include <optional>
 #include <set>
 
+#include "base/text/Counting.h"
 #include "base/text/Suggestion.h"
 #include "flow/graph/Circles.h"
 
@@ -17,10 +18,6 @@ using Place = std::size_t;
 constexpr std::size_t kMostNames = 6;
 constexpr char kOthersMayCome[] = "workflows that are not known here may be taken in";
 constexpr std::uint64_t kNoBound = std::numeric_limits<std::uint64_t>::max();
-
-std::string Counted(std::uint64_t number, const char* thing) {
-  return std::to_string(number) + " " + thing + (number == 1 ? "" : "s");
-}
 
 std::string Named(const std::vector<std::string>& names) {
   if (names.size() <= kMostNames) return Base::Enumerate(names);
@@ -154,7 +151,8 @@ class Prover {
       return {"handled", Verdict::Unknown, std::string("whether every signal is handled: ") + kOthersMayCome, {}};
     return {"handled",
             Verdict::Proved,
-            "every signal is handled (" + Counted(order_.size(), "node") + ", " + Counted(signals, "signal") + ")",
+            "every signal is handled (" + Base::Counted(order_.size(), "node") + ", " +
+                Base::Counted(signals, "signal") + ")",
             {}};
   }
 
@@ -268,7 +266,7 @@ class Prover {
     if (most_waiting == kNoBound) {
       return {"bounded", Verdict::Unknown, "how long the queue gets: the number is beyond what can be counted", {}};
     }
-    return {"bounded", Verdict::Proved, "the queue never holds more than " + Counted(most_waiting, "signal"), {}};
+    return {"bounded", Verdict::Proved, "the queue never holds more than " + Base::Counted(most_waiting, "signal"), {}};
   }
 
   // A circle in which a signal becomes two while it goes round: they pile up.

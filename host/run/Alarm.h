@@ -2,11 +2,12 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
 #include <functional>
 #include <mutex>
 #include <optional>
 #include <thread>
+
+#include "base/lock/Mutex.h"
 
 namespace OrvWorkFlow::Host {
 
@@ -21,44 +22,43 @@ class Alarm {
   Alarm& operator=(const Alarm&) = delete;
   ~Alarm() {
     {
-      const std::lock_guard lock(mutex_);
+      const Base::Hold lock(mutex_);
       ended_ = true;
     }
-    changed_.notify_all();
+    changed_.NotifyAll();
     thread_.join();
   }
 
   // Calls the function at that time, once, unless another time is set before; nothing means never.
   void Set(std::optional<Clock::time_point> time) {
     {
-      const std::lock_guard lock(mutex_);
+      const Base::Hold lock(mutex_);
       time_ = time;
     }
-    changed_.notify_all();
+    changed_.NotifyAll();
   }
 
  private:
   void Wait() {
-    std::unique_lock lock(mutex_);
+    const Base::Hold lock(mutex_);
     while (!ended_) {
       if (!time_) {
-        changed_.wait(lock);
+        changed_.Wait(mutex_);
       } else if (Clock::now() < *time_) {
-        changed_.wait_until(lock, *time_);
+        changed_.WaitUntil(mutex_, Clock::time_point(*time_));
       } else {
         time_.reset();
-        lock.unlock();
+        const Base::Released released(mutex_);
         call_();
-        lock.lock();
       }
     }
   }
 
   const std::function<void()> call_;
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  std::optional<Clock::time_point> time_;
-  bool ended_ = false;
+  Base::Mutex mutex_;
+  Base::Condition changed_;
+  std::optional<Clock::time_point> time_ ORV_GUARDED_BY(mutex_);
+  bool ended_ ORV_GUARDED_BY(mutex_) = false;
   std::thread thread_;  // Last, so that it finds the others made.
 };
 

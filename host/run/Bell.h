@@ -2,8 +2,9 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
 #include <mutex>
+
+#include "base/lock/Mutex.h"
 
 namespace OrvWorkFlow::Host {
 
@@ -14,23 +15,24 @@ class Bell {
 
   void Ring() {
     {
-      const std::lock_guard lock(mutex_);
+      const Base::Hold lock(mutex_);
       rung_ = true;
     }
-    changed_.notify_one();
+    changed_.NotifyOne();
   }
 
   // Returns when the bell has rung since the last wait, at the latest at `time`.
   void WaitUntil(Clock::time_point time) {
-    std::unique_lock lock(mutex_);
-    changed_.wait_until(lock, time, [this] { return rung_; });
+    const Base::Hold lock(mutex_);
+    while (!rung_ && changed_.WaitUntil(mutex_, time)) {
+    }
     rung_ = false;
   }
 
  private:
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  bool rung_ = false;
+  Base::Mutex mutex_;
+  Base::Condition changed_;
+  bool rung_ ORV_GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace OrvWorkFlow::Host

@@ -4,6 +4,8 @@
 #include <iterator>
 #include <utility>
 
+#include "base/lock/Mutex.h"
+
 namespace OrvWorkFlow::Host {
 
 namespace {
@@ -51,51 +53,51 @@ void Try(Action&& action) {
 }  // namespace
 
 void DeliveryWatch::UseAttempts(AttemptRecord* attempts) {
-  const std::lock_guard lock(mutex_);
+  const Base::Hold lock(mutex_);
   attempts_ = attempts;
   if (attempts_ != nullptr && attempts_->suspect() != nullptr) suspect_ = *attempts_->suspect();
 }
 
 void DeliveryWatch::Forgive() {
-  const std::lock_guard lock(mutex_);
+  const Base::Hold lock(mutex_);
   if (attempts_ != nullptr) attempts_->Ended();
   attempts_ = nullptr;
 }
 
 std::string DeliveryWatch::NodeAtWork() const {
-  const std::lock_guard lock(mutex_);
+  const Base::Hold lock(mutex_);
   return begun_.empty() ? std::string() : begun_.back().name.type + " " + begun_.back().name.instance;
 }
 
 bool DeliveryWatch::HasWork() const {
-  const std::lock_guard lock(mutex_);
+  const Base::Hold lock(mutex_);
   return queued_ > 0 || !begun_.empty();
 }
 
 std::optional<std::uint64_t> DeliveryWatch::WatchForEnd() {
-  const std::lock_guard lock(mutex_);
+  const Base::Hold lock(mutex_);
   if (begun_.empty()) return std::nullopt;
   rings_at_end_ = true;
   return ended_;
 }
 
 void DeliveryWatch::MoveFailedTo(SignalRecords& records) {
-  const std::lock_guard lock(mutex_);
+  const Base::Hold lock(mutex_);
   Move(failed_, records);
 }
 
 void DeliveryWatch::MoveSetAsideTo(SignalRecords& records) {
-  const std::lock_guard lock(mutex_);
+  const Base::Hold lock(mutex_);
   Move(set_aside_, records);
 }
 
 bool DeliveryWatch::HasSetAside() const {
-  const std::lock_guard lock(mutex_);
+  const Base::Hold lock(mutex_);
   return set_aside_.Count() != 0;
 }
 
 void DeliveryWatch::Saved() {
-  const std::lock_guard lock(mutex_);
+  const Base::Hold lock(mutex_);
   if (attempts_ != nullptr) attempts_->Saved();
   suspect_.reset();
   suspects_.clear();
@@ -125,7 +127,7 @@ bool DeliveryWatch::Meets(Numbered met) {
 bool DeliveryWatch::Refuses() {
   bool refuses = false;
   {
-    const std::lock_guard lock(mutex_);
+    const Base::Hold lock(mutex_);
     if (!suspect_) return false;
     if (reboot_ && reboot_thread_ == std::this_thread::get_id()) {
       refuses = IsSuspect({reboot_->signal.receiver_type.c_str(), reboot_->signal.receiver_instance.c_str(),
@@ -145,30 +147,30 @@ bool DeliveryWatch::Refuses() {
 }
 
 void DeliveryWatch::SignalQueued(const QueuedSignal& signal) {
-  const std::lock_guard lock(mutex_);
+  const Base::Hold lock(mutex_);
   ++queued_;
   if (!IsSuspect(signal.receiver)) return;
   Try([&] { suspects_.push_back({signal.number, RecordOf(signal.sender, signal.receiver)}); });
 }
 
 void DeliveryWatch::SignalsDropped(std::uint64_t first, std::uint64_t count) {
-  const std::lock_guard lock(mutex_);
+  const Base::Hold lock(mutex_);
   queued_ -= static_cast<std::int64_t>(count);
   next_ = std::max(next_, first + count);
   std::erase_if(suspects_, [&](const Numbered& known) { return known.number < next_; });
 }
 
 void DeliveryWatch::RebootSignalFired(std::uint64_t number, const Receiver& receiver) {
-  const std::lock_guard lock(mutex_);
+  const Base::Hold lock(mutex_);
   if (!suspect_) return;
   reboot_thread_ = std::this_thread::get_id();
   Try([&] { reboot_ = {number, RecordOf({}, receiver)}; });
 }
 
 void DeliveryWatch::DeliveryBegun(const Delivery& delivery) {
-  const std::lock_guard lock(mutex_);
+  const Base::Hold lock(mutex_);
   const Receiver& receiver = delivery.receiver;
-  Try([&] {
+  Try([&]() ORV_NO_THREAD_CHECK {
     if (attempts_ != nullptr) attempts_->Begun(receiver.type, receiver.instance, receiver.signal);
     begun_.push_back({delivery.number, {receiver.type, receiver.instance, receiver.signal}});
   });
@@ -177,7 +179,7 @@ void DeliveryWatch::DeliveryBegun(const Delivery& delivery) {
 void DeliveryWatch::DeliveryEnded(const Delivery& delivery, Outcome outcome, const char* text) {
   bool is_awaited = false;
   {
-    const std::lock_guard lock(mutex_);
+    const Base::Hold lock(mutex_);
     ForgetBegun(delivery.number);
     const bool was_queued = delivery.number < kPastQueue;
     if (was_queued) {
@@ -201,7 +203,7 @@ void DeliveryWatch::ForgetBegun(std::uint64_t number) {
   if (begun_.empty()) {
     attempts_->Ended();
   } else {
-    Try([&] { attempts_->BackTo(begun_.back().name); });
+    Try([&]() ORV_NO_THREAD_CHECK { attempts_->BackTo(begun_.back().name); });
   }
 }
 
@@ -229,7 +231,7 @@ void DeliveryWatch::KeepFailure(const Sender& sender, const Receiver& receiver, 
 }
 
 void DeliveryWatch::SignalLost(const LostSignal& signal) {
-  const std::lock_guard lock(mutex_);
+  const Base::Hold lock(mutex_);
   KeepFailure(signal.sender, signal.receiver, signal.reached, [&] {
     return signal.reason == LossReason::NoDictionary ? "it was lost: there is no dictionary"
                                                      : "it was lost: not enough memory";
@@ -237,7 +239,7 @@ void DeliveryWatch::SignalLost(const LostSignal& signal) {
 }
 
 void DeliveryWatch::MappingNotRead(const UnreadMapping& mapping) {
-  const std::lock_guard lock(mutex_);
+  const Base::Hold lock(mutex_);
   KeepFailure(mapping.sender, {}, mapping.reached, [&] {
     return mapping.text == nullptr
                ? std::string("a mapping of it cannot be read")

@@ -4,13 +4,13 @@
 #include <atomic>
 #include <cstdint>
 #include <deque>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "OrvWorkFlow/IRunObserver.h"
+#include "base/lock/Mutex.h"
 #include "host/run/Bell.h"
 #include "host/state/AttemptRecord.h"
 #include "host/state/SignalRecords.h"
@@ -76,20 +76,22 @@ class DeliveryWatch final : public IRunObserver {
   };
 
   bool IsSuspect(const Receiver& receiver) const;
-  bool Meets(Numbered met);
+  bool Meets(Numbered met) ORV_REQUIRES(mutex_);
   template <class Describe>
-  void KeepFailure(const Sender& sender, const Receiver& receiver, std::uint32_t reached, const Describe& describe);
-  void ForgetBegun(std::uint64_t number);
+  void KeepFailure(const Sender& sender, const Receiver& receiver, std::uint32_t reached, const Describe& describe)
+      ORV_REQUIRES(mutex_);
+  void ForgetBegun(std::uint64_t number) ORV_REQUIRES(mutex_);
 
   Bell& bell_;
-  mutable std::mutex mutex_;  // Guards what follows; a leaf.
-  AttemptRecord* attempts_ = nullptr;
-  std::int64_t queued_ = 0;  // and not ended
-  std::uint64_t ended_ = 0;
-  bool rings_at_end_ = false;
-  std::vector<Begun> begun_;  // The outermost first: a node may deliver others while it is at work.
-  SignalRecords failed_;
-  SignalRecords set_aside_;
+  mutable Base::Mutex mutex_;  // Guards what follows; a leaf.
+  AttemptRecord* attempts_ ORV_GUARDED_BY(mutex_) = nullptr;
+  std::int64_t queued_ ORV_GUARDED_BY(mutex_) = 0;  // and not ended
+  std::uint64_t ended_ ORV_GUARDED_BY(mutex_) = 0;
+  bool rings_at_end_ ORV_GUARDED_BY(mutex_) = false;
+  std::vector<Begun> begun_
+      ORV_GUARDED_BY(mutex_);  // The outermost first: a node may deliver others while it is at work.
+  SignalRecords failed_ ORV_GUARDED_BY(mutex_);
+  SignalRecords set_aside_ ORV_GUARDED_BY(mutex_);
   std::atomic<bool> has_forgotten_ = false;
   std::atomic<std::uint64_t> failures_ = 0;
 

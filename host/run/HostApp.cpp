@@ -3,13 +3,13 @@
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <cstring>
 #include <deque>
 #include <mutex>
 #include <thread>
 #include <utility>
 
+#include "base/lock/Mutex.h"
 #include "runtime/thread/ShortWait.h"
 
 namespace OrvWorkFlow::Host {
@@ -31,7 +31,7 @@ struct HostApp::State {
       if (!filled.load(std::memory_order_acquire)) {
         return false;
       }
-      const std::lock_guard lock(mutex);
+      const Base::Hold lock(mutex);
       taken.swap(queue);
       filled.store(false, std::memory_order_relaxed);
     }
@@ -43,12 +43,12 @@ struct HostApp::State {
 
   void WakeWaiting() {
     if (waiting > 0) {
-      changed.notify_all();
+      changed.NotifyAll();
     }
   }
 
-  mutable std::mutex mutex;  // Guards what follows; a leaf, not held while a call runs.
-  std::condition_variable changed;
+  mutable Base::Mutex mutex;  // Guards what follows; a leaf, not held while a call runs.
+  Base::Condition changed;
   unsigned waiting = 0;  // threads, for `changed`
   std::deque<Call> queue;
   std::atomic<bool> filled = false;         // the queue; changed under the mutex, read without it too
@@ -83,12 +83,12 @@ template <class State>
 class LoopScope {
  public:
   explicit LoopScope(State* state) : state_(*state) {
-    const std::lock_guard lock(state_.mutex);
+    const Base::Hold lock(state_.mutex);
     ++state_.loops;
     outer_thread_ = std::exchange(state_.gui_thread, std::this_thread::get_id());
   }
   ~LoopScope() {
-    const std::lock_guard lock(state_.mutex);
+    const Base::Hold lock(state_.mutex);
     state_.gui_thread = outer_thread_;
     if (--state_.loops == 0) {
       state_.quitting = false;
@@ -141,7 +141,7 @@ bool HostApp::PostToGuiThread(Task task, void* context) noexcept {
 }
 
 bool HostApp::Queue(const Call& call) noexcept {
-  const std::lock_guard lock(state_->mutex);
+  const Base::Hold lock(state_->mutex);
   if (!state_->closed && (call.callback != nullptr || call.task != nullptr)) {
     try {
       state_->queue.push_back(call);
@@ -165,7 +165,7 @@ void HostApp::Perform(const Call& call) {
       call.task(call.context);
     }
   } catch (...) {
-    const std::lock_guard lock(state_->mutex);
+    const Base::Hold lock(state_->mutex);
     ++state_->threw;
   }
 }
@@ -176,7 +176,7 @@ void HostApp::SetRefusal(Condition refuses, void* context) noexcept {
 }
 
 void HostApp::SetPoll(Poll poll) noexcept {
-  const std::lock_guard lock(state_->mutex);
+  const Base::Hold lock(state_->mutex);
   state_->poll = poll;
   state_->next_poll = Clock::now();
 }
@@ -188,7 +188,7 @@ void HostApp::PollWhenDue() {
   }
   Poll poll;
   {
-    const std::lock_guard lock(state_->mutex);
+    const Base::Hold lock(state_->mutex);
     poll = state_->poll;
     state_->next_poll = now + std::chrono::milliseconds(poll.milliseconds);
   }
@@ -205,9 +205,11 @@ bool HostApp::WaitForCall(Call* call) {
   state.short_wait.WaitFor(is_there, count);
   if (!is_there()) {
     const auto sleep = [&] {
-      std::unique_lock lock(state.mutex);
+      const Base::Hold lock(state.mutex);
       ++state.waiting;
-      state.changed.wait_until(lock, state.next_poll.load(), is_there);
+      const Clock::time_point time = state.next_poll.load();
+      while (!is_there() && state.changed.WaitUntil(state.mutex, time)) {
+      }
       --state.waiting;
     };
     state.short_wait.SleepFor(sleep, is_there, count);
@@ -245,23 +247,23 @@ std::uint64_t HostApp::DeliverQueued() {
 }
 
 void HostApp::Quit() noexcept {
-  const std::lock_guard lock(state_->mutex);
+  const Base::Hold lock(state_->mutex);
   state_->quitting = true;
   state_->WakeWaiting();
 }
 
 void HostApp::Close() noexcept {
-  const std::lock_guard lock(state_->mutex);
+  const Base::Hold lock(state_->mutex);
   state_->closed = true;
 }
 
 bool HostApp::IsGuiThread() const noexcept {
-  const std::lock_guard lock(state_->mutex);
+  const Base::Hold lock(state_->mutex);
   return state_->gui_thread == std::this_thread::get_id();
 }
 
 HostApp::Counts HostApp::GetCounts() const noexcept {
-  const std::lock_guard lock(state_->mutex);
+  const Base::Hold lock(state_->mutex);
   Counts counts;
   counts.accepted = state_->accepted;
   counts.refused = state_->refused;

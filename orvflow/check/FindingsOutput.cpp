@@ -2,6 +2,7 @@
 
 #include <string_view>
 
+#include "base/text/Counting.h"
 #include "nlohmann/json.hpp"
 #include "orvflow/check/ProofOutput.h"
 #include "orvflow/terminal/Terminal.h"
@@ -35,10 +36,6 @@ const char* RuleOf(const Flow::Finding& finding) { return finding.area == Flow::
 
 std::string TextOf(const Flow::Finding& finding) {
   return finding.remedy.empty() ? finding.what : finding.what + "; " + finding.remedy;
-}
-
-std::string Counted(std::size_t count, const char* word) {
-  return std::to_string(count) + " " + word + (count == 1 ? "" : "s");
 }
 
 // Texts of a flow may be no UTF-8: what is not stands as U+FFFD.
@@ -101,8 +98,8 @@ std::string FindingsAsText(const std::vector<FileFindings>& files, const Colours
   }
   if (!text.empty()) {
     const FindingCounts counts = Count(files);
-    text += Counted(counts.errors, "error") + ", " + Counted(counts.warnings, "warning");
-    text += (counts.notes > 0 ? ", " + Counted(counts.notes, "note") : "") + "\n";
+    text += Base::Counted(counts.errors, "error") + ", " + Base::Counted(counts.warnings, "warning");
+    text += (counts.notes > 0 ? ", " + Base::Counted(counts.notes, "note") : "") + "\n";
   }
   for (const FileFindings& file : files) {
     if (file.proof) text += ProofAsText(file.shown_name, *file.proof);

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <charconv>
 
+#include "base/dictionary/ValueTags.h"
 #include "orvflow/document/Document.h"
 #include "orvflow/document/EntryText.h"
 #include "orvflow/files/DictionaryText.h"
@@ -123,7 +124,7 @@ const Remarks DocumentWriter::kNoRemarks;
 
 bool IsLayout(const Document::Element& element) {
   if (!IsBlankText(element.text)) return false;
-  const ValueType type = TypeOfTag(AttributeOf(element.attributes, kTypeAttribute).value_or(""));
+  const ValueType type = Base::TypeOfTag(AttributeOf(element.attributes, kTypeAttribute).value_or(""));
   return type == ValueType::Nil || IsList(type);
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/dictionary/ValueTags.h"
 #include "orvflow/document/EntryText.h"
 #include "orvflow/files/DictionaryText.h"
 #include "orvflow/terminal/ScreenText.h"
@@ -45,8 +46,8 @@ EntryValue ValueOf(const Document& document, Document::Id id) {
   const Document::Element& element = document.at(id);
   EntryValue value;
   value.tag = AttributeOf(element.attributes, kTypeAttribute).value_or("");
-  const ValueType type = TypeOfTag(value.tag);
-  if (type != ValueType::Nil) value.tag = TagOfType(type);
+  const ValueType type = Base::TypeOfTag(value.tag);
+  if (type != ValueType::Nil) value.tag = Base::TagOf(type);
   if (IsList(type)) {
     value.texts = ItemsOf(document, id);
     if (!IsLayout(element)) value.tag += " " + element.text;
@@ -104,7 +105,7 @@ std::string ShownText(const std::string& text) {
 
 std::string ShownValue(const EntryValue& value) {
   if (value.tag.empty() && value.texts.empty()) return "no value";
-  if (IsList(TypeOfTag(value.tag))) return ShownList(value);
+  if (IsList(Base::TypeOfTag(value.tag))) return ShownList(value);
   const std::string tag = value.tag.empty() ? "no type," : Visible(value.tag);
   if (value.texts.empty()) return tag;
   const std::string& text = value.texts.front();

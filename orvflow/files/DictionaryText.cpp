@@ -9,38 +9,13 @@
 
 #include "OrvWorkFlow/host/WorkflowHost.h"
 #include "OrvWorkFlow/sdk/MarshalledHolder.h"
+#include "base/dictionary/ValueTags.h"
 #include "base/text/Suggestion.h"
 #include "orvflow/terminal/WideText.h"
 
 namespace OrvWorkFlow::Program {
 
 namespace {
-
-struct Tag {
-  const char* text;
-  ValueType type;
-};
-// The first of a type is the one that is written.
-constexpr Tag kTags[] = {
-    {"str", ValueType::String},
-    {"Str", ValueType::String},
-    {"UStr", ValueType::WideString},
-    {"int", ValueType::Integer},
-    {"Int", ValueType::Integer},
-    {"dbl", ValueType::Double},
-    {"Dbl", ValueType::Double},
-    {"Bool", ValueType::Boolean},
-    {"strlist", ValueType::StringList},
-    {"StrLst", ValueType::StringList},
-    {"UStrLst", ValueType::WideStringList},
-    {"intlist", ValueType::IntegerList},
-    {"IntLst", ValueType::IntegerList},
-    {"doublelist", ValueType::DoubleList},
-    {"DblLst", ValueType::DoubleList},
-    {"BoolLst", ValueType::BooleanList},
-    {"Binary", ValueType::Binary},
-    {"Nil", ValueType::Nil},
-};
 
 // How the values of one type are marshalled and read from the command line. Each has: the class of a list of them, its
 // name, and the way from the text; Parse answers nothing for a text that is none of its type.
@@ -171,28 +146,7 @@ std::string WriteList(IDictionary& dictionary, const std::string& path, const st
   return {};
 }
 
-const Tag* FindTag(std::string_view tag) {
-  const Tag* const found = std::find_if(std::begin(kTags), std::end(kTags), [&](Tag one) { return tag == one.text; });
-  return found == std::end(kTags) ? nullptr : found;
-}
-
-std::vector<std::string> TagTexts() {
-  std::vector<std::string> texts;
-  for (const Tag& tag : kTags) texts.emplace_back(tag.text);
-  return texts;
-}
-
 }  // namespace
-
-const char* TagOfType(ValueType type) {
-  const auto* const tag = std::find_if(std::begin(kTags), std::end(kTags), [&](Tag one) { return one.type == type; });
-  return tag == std::end(kTags) ? "Nil" : tag->text;
-}
-
-ValueType TypeOfTag(std::string_view tag) {
-  const Tag* const found = FindTag(tag);
-  return found == nullptr ? ValueType::Nil : found->type;
-}
 
 bool IsList(ValueType type) {
   return type == ValueType::StringList || type == ValueType::WideStringList || type == ValueType::IntegerList ||
@@ -215,8 +169,8 @@ std::string WriteValue(IDictionary& dictionary, const std::string& path, const s
   const auto set_binary = [&](const std::string& value) {
     return dictionary.SetBinary(path.c_str(), value.data(), value.size());
   };
-  const Tag* const known = FindTag(tag);
-  if (known == nullptr) return "no type " + tag + Base::Suggest(tag, TagTexts());
+  const Base::ValueTag* const known = Base::FindTag(tag);
+  if (known == nullptr) return "no type " + tag + Base::Suggest(tag, Base::ValueTagTexts());
   switch (known->type) {
     case ValueType::String:
       return WriteScalar(NarrowText(), texts, is_set, set_text);

@@ -10,10 +10,6 @@
 
 namespace OrvWorkFlow::Program {
 
-// The tag of a type as files hold it: "str", "UStr", "int", ..., "Nil".
-const char* TagOfType(ValueType type);
-// The type of a tag, in whichever spelling; Nil for a text that is none.
-ValueType TypeOfTag(std::string_view tag);
 bool IsList(ValueType type);
 
 // The text form of the value there, as the file holds it; a list is one line an item, each with its line end. Wide text

@@ -65,6 +65,6 @@ KeyFile::KeyFile(const std::string& path) {
   key_[key.size()] = '\0';
 }
 
-void KeyFile::Wipe() { WipeMemory(key_.data(), key_.size()); }
+void KeyFile::Wipe() { Base::Wipe(key_.data(), key_.size()); }
 
 }  // namespace OrvWorkFlow::Program

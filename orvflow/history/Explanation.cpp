@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/text/Counting.h"
 #include "orvflow/history/HistoryOutput.h"
 #include "orvflow/run/RunEnding.h"
 #include "orvflow/terminal/Terminal.h"
@@ -52,7 +53,7 @@ bool HasInstance(const Flow::Workflow& workflow, const std::string& name) {
   });
 }
 
-std::string Times(std::size_t count) { return Count(count, "time"); }
+std::string Times(std::size_t count) { return Base::Counted(count, "time"); }
 
 // "copied 12 times, failed 5 times"
 std::string FiredText(const std::map<std::string, std::size_t>& fired) {

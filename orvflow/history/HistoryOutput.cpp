@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <ctime>
 
+#include "base/text/Counting.h"
 #include "nlohmann/json.hpp"
 #include "orvflow/run/RunEnding.h"
 #include "orvflow/terminal/ScreenText.h"
@@ -171,7 +172,8 @@ std::string EventAsText(const Event& event, const DeliveryHistory& history) {
 }
 
 std::string KilledRunAsText(const DeliveryHistory& history) {
-  std::string text = RunText(history.run()) + "killed, with " + Count(history.CountWaiting(), "signal") + " waiting";
+  std::string text =
+      RunText(history.run()) + "killed, with " + Base::Counted(history.CountWaiting(), "signal") + " waiting";
   for (const auto& [number, delivery] : history.at_work()) {
     text += ", at work: " + SignalNumberText(number) + " " +
             WayText(delivery.route.receiver_instance, delivery.route.receiver_signal);

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <utility>
 
+#include "base/text/Counting.h"
 #include "host/files/HostFiles.h"
 #include "host/state/RunRecords.h"
 #include "orvflow/files/FileLoading.h"
@@ -176,8 +177,9 @@ ExitCode FlowRun::Finish(const Host::RunResult& result) {
   write_directory_.reset();
   host_.reset();
   if (!EndRecord(code) && code == ExitCode::Done) code = ExitCode::Failed;
-  const std::string summary = Count(statistics.finished, "signal") + " delivered, " + Count(statistics.nodes, "node") +
-                              " made, " + Count(failures, "failure") + ", " + Seconds(Clock::now() - start_);
+  const std::string summary = Base::Counted(statistics.finished, "signal") + " delivered, " +
+                              Base::Counted(statistics.nodes, "node") + " made, " + Base::Counted(failures, "failure") +
+                              ", " + Seconds(Clock::now() - start_);
   std::printf("%s: %s\n", Visible(plan_.name).c_str(), summary.c_str());
   std::fflush(stdout);
   watch_->WriteLog(shown_name_ + ": " + summary + ", exit code " + std::to_string(static_cast<int>(code)));

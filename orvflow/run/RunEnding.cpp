@@ -2,6 +2,7 @@
 
 #include "OrvWorkFlow/WorkflowSchema.h"
 #include "base/dictionary/DictionaryReading.h"
+#include "base/text/Counting.h"
 #include "orvflow/run/KeptSignals.h"
 #include "orvflow/run/Outcome.h"
 #include "orvflow/terminal/StopRequest.h"
@@ -11,8 +12,8 @@ namespace OrvWorkFlow::Program {
 namespace {
 
 std::string Describe(const Host::RunBacklog& backlog) {
-  return Count(backlog.waiting, "signal") + " waiting, " + std::to_string(backlog.undelivered) + " undelivered, " +
-         Count(backlog.busy, "node") + " busy";
+  return Base::Counted(backlog.waiting, "signal") + " waiting, " + std::to_string(backlog.undelivered) +
+         " undelivered, " + Base::Counted(backlog.busy, "node") + " busy";
 }
 
 // What has become of the state of a workflow that has nothing more to do.
@@ -51,8 +52,9 @@ ExitCode ReportStopped(const RunEnding& ending) {
       ending.shown_name + ": stopped by " + (restart ? "a node's wish to restart" : NameOf(request));
   if (result.saved) {
     const std::size_t nodes = Base::NamesBelow(ending.host.dictionary(), WorkflowSchema::kRebootSignals).size();
-    PrintErrorLine(line + ", saved in " + ending.state.shown_name() + " (" + Count(result.backlog.waiting, "signal") +
-                   " waiting, " + Count(nodes, "node") + " to go on); run it again to continue");
+    PrintErrorLine(line + ", saved in " + ending.state.shown_name() + " (" +
+                   Base::Counted(result.backlog.waiting, "signal") + " waiting, " + Base::Counted(nodes, "node") +
+                   " to go on); run it again to continue");
     return ExitCode::Resumable;
   }
   PrintErrorLine(line + ", not saved (" + Describe(result.backlog) + ")");
@@ -77,10 +79,6 @@ std::string DescribeFailure(const RunEnding& ending) {
 }
 
 }  // namespace
-
-std::string Count(std::uint64_t number, const std::string& thing) {
-  return std::to_string(number) + " " + thing + (number == 1 ? "" : "s");
-}
 
 ExitCode ReportEnding(const RunEnding& ending) {
   switch (ending.result.end) {

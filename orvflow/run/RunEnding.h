@@ -24,6 +24,5 @@ struct RunEnding {
 ExitCode ReportEnding(const RunEnding& ending);
 
 // "1 signal", "2 signals".
-std::string Count(std::uint64_t number, const std::string& thing);
 
 }  // namespace OrvWorkFlow::Program

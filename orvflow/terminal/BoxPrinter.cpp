@@ -3,6 +3,7 @@
 #include <string_view>
 #include <utility>
 
+#include "base/lock/Mutex.h"
 #include "orvflow/terminal/Terminal.h"
 
 namespace OrvWorkFlow::Program {
@@ -35,18 +36,18 @@ std::string BoxPrinter::TextForLine(std::string text) {
 }
 
 void BoxPrinter::SetReason(const std::string& reason) {
-  const std::lock_guard lock(mutex_);
+  const Base::Hold lock(mutex_);
   reasons_[std::this_thread::get_id()] = reason;
 }
 
 std::string BoxPrinter::TakeReason() {
-  const std::lock_guard lock(mutex_);
+  const Base::Hold lock(mutex_);
   const auto reason = reasons_.extract(std::this_thread::get_id());
   return reason.empty() ? std::string() : reason.mapped();
 }
 
 bool BoxPrinter::IsNew(const std::string& text) {
-  const std::lock_guard lock(mutex_);
+  const Base::Hold lock(mutex_);
   const auto known = places_.find(text);
   if (known != places_.end()) {
     ++texts_[known->second].second;
@@ -60,7 +61,7 @@ bool BoxPrinter::IsNew(const std::string& text) {
 }
 
 std::vector<std::pair<std::string, std::uint64_t>> BoxPrinter::GetTexts() const {
-  const std::lock_guard lock(mutex_);
+  const Base::Hold lock(mutex_);
   return texts_;
 }
 

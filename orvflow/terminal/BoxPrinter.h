@@ -6,13 +6,13 @@
 #include <cstdint>
 #include <functional>
 #include <map>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <utility>
 #include <vector>
 
 #include "OrvWorkFlow/MessageBoxes.h"
+#include "base/lock/Mutex.h"
 
 namespace OrvWorkFlow::Program {
 
@@ -51,11 +51,11 @@ class BoxPrinter {
   const std::string shown_name_;
   std::function<void(const std::string& text)> listener_;
   std::atomic<unsigned> count_ = 0;
-  mutable std::mutex mutex_;  // A leaf; guards what follows.
-  std::map<std::thread::id, std::string> reasons_;
-  std::vector<std::pair<std::string, std::uint64_t>> texts_;
-  std::map<std::string, std::size_t> places_;  // in `texts_`
-  MessageBoxRoute previous_;                   // Last: boxes come as soon as it is set.
+  mutable Base::Mutex mutex_;  // A leaf; guards what follows.
+  std::map<std::thread::id, std::string> reasons_ ORV_GUARDED_BY(mutex_);
+  std::vector<std::pair<std::string, std::uint64_t>> texts_ ORV_GUARDED_BY(mutex_);
+  std::map<std::string, std::size_t> places_ ORV_GUARDED_BY(mutex_);  // in `texts_`
+  MessageBoxRoute previous_;                                          // Last: boxes come as soon as it is set.
 };
 
 }  // namespace OrvWorkFlow::Program

@@ -4,34 +4,22 @@
 #include <cstdint>
 #include <vector>
 
+#include "base/text/Utf8.h"
+
 namespace OrvWorkFlow::Program {
 
 namespace {
 
 struct Character {
   std::string_view bytes;
-  char32_t code = 0;  // 0xFFFD for a byte that is not UTF-8
+  char32_t code = 0;  // U+FFFD for a byte that is not UTF-8
 };
 
-// How many bytes the first one announces; 1 for what announces nothing.
-std::size_t AnnouncedLength(unsigned char first) {
-  if (first >= 0xF0 && first < 0xF8) return 4;
-  if (first >= 0xE0) return first < 0xF0 ? 3 : 1;
-  return first >= 0xC2 ? 2 : 1;
-}
-
 Character FirstOf(std::string_view text) {
-  const auto first = static_cast<unsigned char>(text.front());
-  if (first < 0x80) return {text.substr(0, 1), first};
-  const std::size_t length = AnnouncedLength(first);
-  if (length == 1 || length > text.size()) return {text.substr(0, 1), 0xFFFD};
-  char32_t code = first & (0x7Fu >> length);
-  for (std::size_t i = 1; i < length; ++i) {
-    const auto byte = static_cast<unsigned char>(text[i]);
-    if ((byte & 0xC0u) != 0x80) return {text.substr(0, 1), 0xFFFD};
-    code = code << 6 | (byte & 0x3Fu);
-  }
-  return {text.substr(0, length), code};
+  std::string_view rest = text;
+  char32_t code;
+  if (!Base::TakeCharacter(rest, code)) return {text.substr(0, 1), code};
+  return {text.substr(0, text.size() - rest.size()), code};
 }
 
 struct Range {

@@ -4,8 +4,8 @@
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
-#include <mutex>
 
+#include "base/lock/Mutex.h"
 #include "orvflow/terminal/Console.h"
 #include "orvflow/terminal/ScreenText.h"
 
@@ -58,10 +58,10 @@ void ShortenOrDropName(std::vector<StatusPart>& parts, std::size_t columns) {
 
 // What is on the screen. Leaked, so that threads may still write while the process ends.
 struct Screen {
-  std::mutex mutex;         // A leaf.
-  std::string line;         // "" when no line is shown
-  std::size_t columns = 0;  // that it needs
-  bool is_finished = false;
+  Base::Mutex mutex;                              // A leaf.
+  std::string line ORV_GUARDED_BY(mutex);         // "" when no line is shown
+  std::size_t columns ORV_GUARDED_BY(mutex) = 0;  // that it needs
+  bool is_finished ORV_GUARDED_BY(mutex) = false;
 };
 
 // Whether one is shown, for who cannot wait for the mutex.
@@ -79,7 +79,7 @@ bool WantsColours() {
 }
 
 // What removes the line that is shown. A terminal that has become narrower may have broken it into several.
-std::string Erasure(const Screen& screen, std::size_t columns) {
+std::string Erasure(const Screen& screen, std::size_t columns) ORV_REQUIRES(screen.mutex) {
   if (!UnderstandsEscapes()) return "\r" + std::string(screen.columns, ' ') + "\r";
   const std::size_t rows = screen.columns == 0 ? 0 : (screen.columns - 1) / columns;
   std::string erasure = "\r";
@@ -107,7 +107,7 @@ std::string FitStatus(std::vector<StatusPart> parts, std::size_t columns, bool c
 
 void StatusLine::Show(const std::vector<StatusPart>& parts) {
   Screen& screen = TheScreen();
-  const std::lock_guard lock(screen.mutex);
+  const Base::Hold lock(screen.mutex);
   if (screen.is_finished || !CanRewriteLine() || !TakesBytes()) return;
   const std::size_t columns = ConsoleColumns();
   // The last column stays free: some terminals begin a new line with it.
@@ -121,7 +121,7 @@ void StatusLine::Show(const std::vector<StatusPart>& parts) {
 
 void StatusLine::Finish() {
   Screen& screen = TheScreen();
-  const std::lock_guard lock(screen.mutex);
+  const Base::Hold lock(screen.mutex);
   screen.is_finished = true;
   if (screen.line.empty()) return;
   is_line_shown = false;
@@ -136,7 +136,7 @@ void StatusLine::EraseAtOnce() noexcept {
 
 void WriteErrorText(std::string_view lines) {
   Screen& screen = TheScreen();
-  const std::lock_guard lock(screen.mutex);
+  const Base::Hold lock(screen.mutex);
   const bool is_shown = !screen.line.empty() && CanRewriteLine();
   if (is_shown) Put(Erasure(screen, ConsoleColumns()));
   std::fwrite(lines.data(), 1, lines.size(), stderr);  // One call, so that lines of several threads stay whole.

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <utility>
 
+#include "base/lock/Mutex.h"
 #include "orvflow/terminal/StopRequest.h"
 
 namespace OrvWorkFlow::Program {
@@ -26,10 +27,10 @@ StopAnnouncer::StopAnnouncer(std::function<void()> requested, std::function<void
 
 StopAnnouncer::~StopAnnouncer() {
   {
-    const std::lock_guard lock(mutex_);
+    const Base::Hold lock(mutex_);
     ended_ = true;
   }
-  changed_.notify_all();
+  changed_.NotifyAll();
   EndStopWait();
   thread_.join();
 }
@@ -38,8 +39,11 @@ void StopAnnouncer::Listen() {
   if (!WaitForStopRequest()) return;
   CallQuietly(requested_);
   {
-    std::unique_lock lock(mutex_);
-    if (changed_.wait_for(lock, kUsualStop, [this] { return ended_; })) return;
+    const auto time = std::chrono::steady_clock::now() + kUsualStop;
+    const Base::Hold lock(mutex_);
+    while (!ended_ && changed_.WaitUntil(mutex_, time)) {
+    }
+    if (ended_) return;
   }
   CallQuietly(waits_);
 }

@@ -1,10 +1,10 @@
 // Passes the wish that a run stop on to the run, and tells the user when the stop has to wait.
 #pragma once
 
-#include <condition_variable>
 #include <functional>
-#include <mutex>
 #include <thread>
+
+#include "base/lock/Mutex.h"
 
 namespace OrvWorkFlow::Program {
 
@@ -24,9 +24,9 @@ class StopAnnouncer {
 
   const std::function<void()> requested_;
   const std::function<void()> waits_;
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  bool ended_ = false;
+  Base::Mutex mutex_;
+  Base::Condition changed_;
+  bool ended_ ORV_GUARDED_BY(mutex_) = false;
   std::thread thread_;  // Last, so that it finds the others made.
 };
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "base/text/Utf8.h"
 #include "orvflow/terminal/Colours.h"
 #include "orvflow/terminal/LastResort.h"
 #include "orvflow/terminal/StatusLine.h"
@@ -18,21 +19,11 @@ constexpr char32_t kNone = 0xFFFFFFFF;
 
 // The character that begins there and its length in bytes; kNone for what is no UTF-8.
 char32_t CharacterAt(std::string_view text, std::size_t& length) {
-  const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(i < text.size() ? text[i] : 0); };
-  length = 1;
-  if (byte(0) < 0x80) return byte(0);
-  const std::size_t count = byte(0) >= 0xF0 ? 4 : byte(0) >= 0xE0 ? 3 : 2;
-  if (byte(0) < 0xC2 || byte(0) > 0xF4) return kNone;
-  char32_t character = byte(0) & (0xFFu >> (count + 1));
-  for (std::size_t i = 1; i < count; ++i) {
-    if ((byte(i) & 0xC0) != 0x80) return kNone;
-    character = character << 6 | (byte(i) & 0x3Fu);
-  }
-  static constexpr char32_t kLeast[] = {0, 0, 0x80, 0x800, 0x10000};
-  const bool is_surrogate = character >= 0xD800 && character <= 0xDFFF;
-  if (character < kLeast[count] || character > 0x10FFFF || is_surrogate) return kNone;
-  length = count;
-  return character;
+  std::string_view rest = text;
+  char32_t character;
+  const bool is_utf8 = Base::TakeCharacter(rest, character);
+  length = is_utf8 ? text.size() - rest.size() : 1;
+  return is_utf8 ? character : kNone;
 }
 
 // Control characters, and those that change the direction of what follows.

@@ -6,6 +6,7 @@
 #include "OrvWorkFlow/IDictionary.h"
 #include "OrvWorkFlow/host/WorkflowHost.h"
 #include "OrvWorkFlow/sdk/MarshalledHolder.h"
+#include "base/dictionary/ValueTags.h"
 #include "base/text/Suggestion.h"
 #include "host/files/HostFiles.h"
 #include "nlohmann/json.hpp"
@@ -226,7 +227,7 @@ void DictVerb::Get() {
 
 void DictVerb::Type() {
   if (json_) return WriteJson("exists", dictionary_->Exists(Path().c_str()));
-  WriteStandardOutput(std::string(TagOfType(dictionary_->GetValueType(Path().c_str()))) + '\n');
+  WriteStandardOutput(std::string(Base::TagOf(dictionary_->GetValueType(Path().c_str()))) + '\n');
 }
 
 void DictVerb::WriteJson(const char* name, nlohmann::ordered_json value) const {
@@ -234,7 +235,7 @@ void DictVerb::WriteJson(const char* name, nlohmann::ordered_json value) const {
   const std::string path = Path();
   const Json json = {{"version", 1},
                      {"path", path.empty() ? "/" : path},
-                     {"type", TagOfType(dictionary_->GetValueType(path.c_str()))},
+                     {"type", Base::TagOf(dictionary_->GetValueType(path.c_str()))},
                      {name, std::move(value)}};
   WriteStandardOutput(json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
 }

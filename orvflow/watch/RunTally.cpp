@@ -5,6 +5,8 @@
 #include <new>
 #include <utility>
 
+#include "base/lock/Mutex.h"
+
 namespace OrvWorkFlow::Program {
 
 namespace {
@@ -113,7 +115,7 @@ void RunTally::StopWaiting(std::uint64_t number) {
 
 void RunTally::SignalQueued(const QueuedSignal& signal) {
   WithoutThrowing([&] {
-    const std::lock_guard lock(mutex_);
+    const Base::Hold lock(mutex_);
     Entry entry = {names_.NumberOf(signal.sender.type, signal.sender.instance, signal.sender.signal),
                    names_.NumberOf(signal.receiver.type, signal.receiver.instance, signal.receiver.signal)};
     if (queue_.empty()) first_number_ = signal.number;
@@ -128,14 +130,14 @@ void RunTally::SignalQueued(const QueuedSignal& signal) {
 }
 
 void RunTally::SignalsDropped(std::uint64_t first, std::uint64_t count) {
-  const std::lock_guard lock(mutex_);
+  const Base::Hold lock(mutex_);
   for (; count > 0; --count) StopWaiting(first++);
 }
 
 void RunTally::SignalIgnored(const IgnoredSignal& signal) {
   WithoutThrowing([&] {
     {
-      const std::lock_guard lock(mutex_);
+      const Base::Hold lock(mutex_);
       Untaken& untaken = untaken_[names_.NumberOf(signal.sender.type, signal.sender.instance, signal.sender.signal)];
       if (untaken.times++ == 0) {
         untaken.type = signal.sender.type;
@@ -178,7 +180,7 @@ void RunTally::SignalLost(const LostSignal& signal) {
 
 void RunTally::DeliveryBegun(const Delivery& delivery) {
   WithoutThrowing([&] {
-    const std::lock_guard lock(mutex_);
+    const Base::Hold lock(mutex_);
     StopWaiting(delivery.number);
     running_.push_back({delivery.number,
                         names_.NumberOf(delivery.receiver.type, delivery.receiver.instance, delivery.receiver.signal),
@@ -187,7 +189,7 @@ void RunTally::DeliveryBegun(const Delivery& delivery) {
 }
 
 RunTally::Clock::duration RunTally::EndDelivery(const Delivery& delivery, Outcome outcome) {
-  const std::lock_guard lock(mutex_);
+  const Base::Hold lock(mutex_);
   ++numbers_.delivered;
   if (outcome != Outcome::Accepted) ++numbers_.failures;
   if (SilentReason(outcome) != nullptr) ++numbers_.silent;
@@ -226,21 +228,21 @@ void RunTally::RebootSignalFired(std::uint64_t /*number*/, const Receiver& /*rec
 
 void RunTally::NodeMade(const char* type, const char* instance) {
   WithoutThrowing([&] {
-    const std::lock_guard lock(mutex_);
+    const Base::Hold lock(mutex_);
     CountsOf(names_.NumberOfNode(type, instance)).made = true;
   });
 }
 
 // Counts one that is no delivery. Needs no memory, so it comes first.
 void RunTally::CountUntold() {
-  const std::lock_guard lock(mutex_);
+  const Base::Hold lock(mutex_);
   ++numbers_.silent;
   ++numbers_.failures;
 }
 
 // After it was counted.
 void RunTally::KeepSilentFailure(const std::string& text) {
-  const std::lock_guard lock(mutex_);
+  const Base::Hold lock(mutex_);
   const auto known = std::find_if(failures_.begin(), failures_.end(),
                                   [&](const SilentFailure& failure) { return failure.text == text; });
   if (known != failures_.end()) {
@@ -251,7 +253,7 @@ void RunTally::KeepSilentFailure(const std::string& text) {
 }
 
 RunTally::Numbers RunTally::GetNumbers() const {
-  const std::lock_guard lock(mutex_);
+  const Base::Hold lock(mutex_);
   return numbers_;
 }
 
@@ -261,7 +263,7 @@ RunTally::Work RunTally::Describe(const Running& running, Clock::time_point now)
 }
 
 std::vector<RunTally::Work> RunTally::GetWork() const {
-  const std::lock_guard lock(mutex_);
+  const Base::Hold lock(mutex_);
   const Clock::time_point now = Clock::now();
   std::vector<Work> work;
   for (const Running& running : running_) work.push_back(Describe(running, now));
@@ -269,7 +271,7 @@ std::vector<RunTally::Work> RunTally::GetWork() const {
 }
 
 std::vector<RunTally::Node> RunTally::GetNodes() const {
-  const std::lock_guard lock(mutex_);
+  const Base::Hold lock(mutex_);
   std::vector<Node> nodes;
   for (std::uint32_t number = 1; number < counts_.size(); ++number) {
     const NodeCounts& counts = counts_[number];
@@ -280,12 +282,12 @@ std::vector<RunTally::Node> RunTally::GetNodes() const {
 }
 
 std::vector<RunTally::Waiting> RunTally::FirstWaiting(std::size_t most) const {
-  const auto name_of = [this](const NodeNames::End& end) {
+  const auto name_of = [this](const NodeNames::End& end) ORV_NO_THREAD_CHECK {
     if (end.node == NodeNames::kNone) return std::string();
     const NodeNames::Node& node = names_.NodeOf(end.node);
     return NameOfEnd(node.type, node.instance, names_.SignalOf(end.signal));
   };
-  const std::lock_guard lock(mutex_);
+  const Base::Hold lock(mutex_);
   std::vector<Waiting> waiting;
   for (std::size_t i = 0; i < queue_.size() && waiting.size() < most; ++i) {
     const Entry& entry = queue_[i];
@@ -296,24 +298,24 @@ std::vector<RunTally::Waiting> RunTally::FirstWaiting(std::size_t most) const {
 }
 
 std::vector<RunTally::Untaken> RunTally::GetUntaken() const {
-  const std::lock_guard lock(mutex_);
+  const Base::Hold lock(mutex_);
   std::vector<Untaken> all;
   for (const auto& [end, untaken] : untaken_) all.push_back(untaken);
   return all;
 }
 
 std::vector<RunTally::SilentFailure> RunTally::GetSilentFailures() const {
-  const std::lock_guard lock(mutex_);
+  const Base::Hold lock(mutex_);
   return failures_;
 }
 
 bool RunTally::WasTaken(std::string_view type, std::string_view instance, std::string_view signal) {
-  const std::lock_guard lock(mutex_);
+  const Base::Hold lock(mutex_);
   return taken_.contains(names_.NumberOf(type, instance, signal));
 }
 
 std::vector<std::string> RunTally::TakeNewSilentFailures() {
-  const std::lock_guard lock(mutex_);
+  const Base::Hold lock(mutex_);
   std::vector<std::string> texts;
   for (; failures_taken_ < failures_.size(); ++failures_taken_) texts.push_back(failures_[failures_taken_].text);
   return texts;

@@ -6,7 +6,6 @@
 #include <deque>
 #include <functional>
 #include <map>
-#include <mutex>
 #include <set>
 #include <string>
 #include <string_view>
@@ -14,6 +13,7 @@
 #include <vector>
 
 #include "OrvWorkFlow/IRunObserver.h"
+#include "base/lock/Mutex.h"
 #include "orvflow/watch/NodeNames.h"
 
 namespace OrvWorkFlow::Program {
@@ -122,27 +122,28 @@ class RunTally final : public IRunObserver {
     bool made = false;
   };
 
-  NodeCounts& CountsOf(std::uint32_t node);
-  void StopWaiting(std::uint64_t number);
-  Work Describe(const Running& running, Clock::time_point now) const;
+  NodeCounts& CountsOf(std::uint32_t node) ORV_REQUIRES(mutex_);
+  void StopWaiting(std::uint64_t number) ORV_REQUIRES(mutex_);
+  Work Describe(const Running& running, Clock::time_point now) const ORV_REQUIRES(mutex_);
   // Null for a number that is not there.
-  Entry* EntryOf(std::uint64_t number);
+  Entry* EntryOf(std::uint64_t number) ORV_REQUIRES(mutex_);
   Clock::duration EndDelivery(const Delivery& delivery, Outcome outcome);
   void CountUntold();
   void KeepSilentFailure(const std::string& text);
 
   const Listener listener_;
 
-  mutable std::mutex mutex_;  // A leaf; guards what follows.
-  NodeNames names_;
-  std::deque<Entry> queue_;  // that of `first_number_` first; those that do not wait any more go from its front
-  std::uint64_t first_number_ = 0;
-  std::vector<Running> running_;
-  std::vector<NodeCounts> counts_;  // by the number of the node
-  Numbers numbers_;
-  std::map<NodeNames::End, Untaken> untaken_;
-  std::set<NodeNames::End> taken_;
-  std::vector<SilentFailure> failures_;
+  mutable Base::Mutex mutex_;  // A leaf; guards what follows.
+  NodeNames names_ ORV_GUARDED_BY(mutex_);
+  std::deque<Entry> queue_
+      ORV_GUARDED_BY(mutex_);  // that of `first_number_` first; those that do not wait any more go from its front
+  std::uint64_t first_number_ ORV_GUARDED_BY(mutex_) = 0;
+  std::vector<Running> running_ ORV_GUARDED_BY(mutex_);
+  std::vector<NodeCounts> counts_ ORV_GUARDED_BY(mutex_);  // by the number of the node
+  Numbers numbers_ ORV_GUARDED_BY(mutex_);
+  std::map<NodeNames::End, Untaken> untaken_ ORV_GUARDED_BY(mutex_);
+  std::set<NodeNames::End> taken_ ORV_GUARDED_BY(mutex_);
+  std::vector<SilentFailure> failures_ ORV_GUARDED_BY(mutex_);
   std::size_t failures_taken_ = 0;
 };
 

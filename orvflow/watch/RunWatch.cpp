@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "OrvWorkFlow/IRunReport.h"
+#include "base/lock/Mutex.h"
 #include "orvflow/terminal/Console.h"
 #include "orvflow/terminal/ReportRequest.h"
 #include "orvflow/terminal/Terminal.h"
@@ -85,10 +86,10 @@ void RunWatch::End() noexcept {
   server_.reset();
   if (thread_.joinable()) {
     {
-      const std::lock_guard lock(mutex_);
+      const Base::Hold lock(mutex_);
       ended_ = true;
     }
-    changed_.notify_all();
+    changed_.NotifyAll();
     thread_.join();
   }
   try {
@@ -99,15 +100,20 @@ void RunWatch::End() noexcept {
 }
 
 void RunWatch::Watch() {
-  std::unique_lock lock(mutex_);
-  while (!changed_.wait_for(lock, kInterval, [this] { return ended_; })) {
-    lock.unlock();
+  while (!EndsWithin(kInterval)) {
     try {
       LookOnce();
     } catch (const std::bad_alloc&) {  // Another time, perhaps.
     }
-    lock.lock();
   }
+}
+
+bool RunWatch::EndsWithin(Clock::duration interval) {
+  const Clock::time_point time = Clock::now() + interval;
+  const Base::Hold lock(mutex_);
+  while (!ended_ && changed_.WaitUntil(mutex_, time)) {
+  }
+  return ended_;
 }
 
 void RunWatch::LookOnce() {
@@ -136,7 +142,7 @@ void RunWatch::ShowStanding() {
 }
 
 std::uint64_t RunWatch::RateAt(Clock::time_point now, std::uint64_t delivered) {
-  const std::lock_guard lock(mutex_);
+  const Base::Hold lock(mutex_);
   samples_.push_back({now, delivered});
   if (samples_.size() > kSamples) samples_.pop_front();
   const std::chrono::duration<double> time = now - samples_.front().time;
@@ -154,7 +160,7 @@ RunStanding RunWatch::GetStanding() {
   standing.failures = CountFailures();
   standing.run_time = now - begin_;
   AddWork(standing, now);
-  const std::lock_guard lock(mutex_);
+  const Base::Hold lock(mutex_);
   if (last_save_) standing.since_save = now - *last_save_;
   return standing;
 }
@@ -163,7 +169,7 @@ RunStanding RunWatch::GetStanding() {
 void RunWatch::AddWork(RunStanding& standing, Clock::time_point now) {
   const std::vector<RunTally::Work> work = record_.GetWork();
   const BusyNodes busy(*mediator_);
-  const std::lock_guard lock(mutex_);
+  const Base::Hold lock(mutex_);
   const std::string first = busy.names().empty() ? "" : busy.names().front();
   if (first != busy_node_) busy_since_ = now;
   busy_node_ = first;
@@ -197,7 +203,7 @@ std::string RunWatch::MakeReport() { return ReportText(GetDetails()); }
 
 void RunWatch::NoteSave() noexcept {
   {
-    const std::lock_guard lock(mutex_);
+    const Base::Hold lock(mutex_);
     last_save_ = Clock::now();
   }
   try {

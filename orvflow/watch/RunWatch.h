@@ -3,10 +3,8 @@
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <cstdint>
 #include <deque>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <thread>
@@ -14,6 +12,7 @@
 
 #include "OrvWorkFlow/IDictionary.h"
 #include "OrvWorkFlow/ISignalMediator.h"
+#include "base/lock/Mutex.h"
 #include "orvflow/terminal/BoxPrinter.h"
 #include "orvflow/watch/RunReport.h"
 #include "orvflow/watch/RunTally.h"
@@ -81,6 +80,7 @@ class RunWatch {
   using Clock = std::chrono::steady_clock;
 
   void Watch();
+  bool EndsWithin(Clock::duration interval);
   void LookOnce();
   void PrintNewFailures();
   void ShowStanding();
@@ -100,12 +100,13 @@ class RunWatch {
   std::optional<Clock::time_point> next_progress_;
   std::atomic<bool> complained_ = false;
 
-  mutable std::mutex mutex_;  // A leaf; guards what follows.
-  std::condition_variable changed_;
-  bool ended_ = false;
-  std::optional<Clock::time_point> last_save_;
-  std::string busy_node_;  // the first one that was busy when it was looked at last, and since when that is so
-  Clock::time_point busy_since_;
+  mutable Base::Mutex mutex_;  // A leaf; guards what follows.
+  Base::Condition changed_;
+  bool ended_ ORV_GUARDED_BY(mutex_) = false;
+  std::optional<Clock::time_point> last_save_ ORV_GUARDED_BY(mutex_);
+  std::string busy_node_
+      ORV_GUARDED_BY(mutex_);  // the first one that was busy when it was looked at last, and since when that is so
+  Clock::time_point busy_since_ ORV_GUARDED_BY(mutex_);
   struct Sample {
     Clock::time_point time;
     std::uint64_t delivered = 0;

@@ -1,8 +1,8 @@
 #include "OrvWorkFlow/MessageBoxes.h"
 
-#include <mutex>
 #include <utility>
 
+#include "base/lock/Mutex.h"
 #include "runtime/NeverDestroyed.h"
 #include "runtime/box/DefaultMessageBox.h"
 
@@ -11,8 +11,8 @@ namespace OrvWorkFlow {
 namespace {
 
 struct RouteState {
-  std::mutex mutex;
-  MessageBoxRoute route;
+  Base::Mutex mutex;
+  MessageBoxRoute route ORV_GUARDED_BY(mutex);
 };
 
 }  // namespace
@@ -24,7 +24,7 @@ void ShowMessageBox(const char* text, const char* caption) noexcept {
     MessageBoxRoute route;
     {
       RouteState& state = NeverDestroyed<RouteState>();
-      const std::lock_guard lock(state.mutex);
+      const Base::Hold lock(state.mutex);
       route = state.route;
     }
     if (route.handler != nullptr) {
@@ -39,7 +39,7 @@ void ShowMessageBox(const char* text, const char* caption) noexcept {
 
 MessageBoxRoute SetMessageBoxRoute(MessageBoxRoute route) noexcept {
   RouteState& state = NeverDestroyed<RouteState>();
-  const std::lock_guard lock(state.mutex);
+  const Base::Hold lock(state.mutex);
   return std::exchange(state.route, route);
 }
 

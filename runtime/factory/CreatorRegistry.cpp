@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <new>
 
+#include "base/lock/Mutex.h"
 #include "runtime/NeverDestroyed.h"
 #include "runtime/marshal/MarshalledTypes.h"
 
@@ -59,7 +60,7 @@ void CreatorRegistry::Add(IFactoryObjectCreator* creator) {
   const bool named = entry.findable;
   const std::string name = entry.name;
   {
-    const std::lock_guard lock(mutex_);
+    const Base::Hold lock(mutex_);
     entries_.push_back(std::move(entry));
   }
   if (named) {
@@ -70,7 +71,7 @@ void CreatorRegistry::Add(IFactoryObjectCreator* creator) {
 void CreatorRegistry::Remove(const IFactoryObjectCreator* creator) {
   Entry entry;
   {
-    const std::lock_guard lock(mutex_);
+    const Base::Hold lock(mutex_);
     const auto found = std::find_if(entries_.begin(), entries_.end(),
                                     [creator](const Entry& candidate) { return candidate.creator == creator; });
     if (found == entries_.end()) {
@@ -85,7 +86,7 @@ void CreatorRegistry::Remove(const IFactoryObjectCreator* creator) {
 }
 
 void CreatorRegistry::SetObserver(Observer observer, void* context) {
-  const std::lock_guard lock(mutex_);
+  const Base::Hold lock(mutex_);
   observer_ = observer;
   observer_context_ = context;
 }
@@ -94,7 +95,7 @@ void CreatorRegistry::Tell(const std::string& name, bool registered) const {
   Observer observer = nullptr;
   void* context = nullptr;
   {
-    const std::lock_guard lock(mutex_);
+    const Base::Hold lock(mutex_);
     observer = observer_;
     context = observer_context_;
   }
@@ -104,7 +105,7 @@ void CreatorRegistry::Tell(const std::string& name, bool registered) const {
 }
 
 IFactoryObjectCreator* CreatorRegistry::Find(std::string_view name, Kind kind) const {
-  const std::lock_guard lock(mutex_);
+  const Base::Hold lock(mutex_);
   for (const Entry& entry : entries_) {
     const bool kind_fits = kind == Kind::kAny || entry.makes_work_nodes == (kind == Kind::kWorkNode);
     if (entry.findable && entry.scope == nullptr && kind_fits && entry.name == name) {
@@ -116,7 +117,7 @@ IFactoryObjectCreator* CreatorRegistry::Find(std::string_view name, Kind kind) c
 
 std::vector<std::string> CreatorRegistry::GetNames() const {
   std::vector<std::string> names;
-  const std::lock_guard lock(mutex_);
+  const Base::Hold lock(mutex_);
   for (const Entry& entry : entries_) {
     if (entry.findable && entry.scope == nullptr) {
       names.push_back(entry.name);
@@ -126,7 +127,7 @@ std::vector<std::string> CreatorRegistry::GetNames() const {
 }
 
 void CreatorRegistry::EndScope(const RegistrationScope* scope, bool accepted) {
-  const std::lock_guard lock(mutex_);
+  const Base::Hold lock(mutex_);
   for (Entry& entry : entries_) {
     if (entry.scope == scope) {
       entry.scope = accepted ? nullptr : static_cast<const void*>(&kRefused);

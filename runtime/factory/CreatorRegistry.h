@@ -1,12 +1,12 @@
 // All creators of the process, in the order in which they registered.
 #pragma once
 
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "OrvWorkFlow/IFactoryObjectCreator.h"
+#include "base/lock/Mutex.h"
 
 namespace OrvWorkFlow {
 
@@ -68,10 +68,10 @@ class CreatorRegistry {
   void Tell(const std::string& name, bool registered) const;
   void EndScope(const RegistrationScope* scope, bool accepted);
 
-  mutable std::mutex mutex_;
-  std::vector<Entry> entries_;
-  Observer observer_ = nullptr;
-  void* observer_context_ = nullptr;
+  mutable Base::Mutex mutex_;
+  std::vector<Entry> entries_ ORV_GUARDED_BY(mutex_);
+  Observer observer_ ORV_GUARDED_BY(mutex_) = nullptr;
+  void* observer_context_ ORV_GUARDED_BY(mutex_) = nullptr;
 };
 
 }  // namespace OrvWorkFlow

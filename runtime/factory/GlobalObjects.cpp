@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "base/lock/Mutex.h"
 #include "runtime/NeverDestroyed.h"
 
 namespace OrvWorkFlow {
@@ -18,12 +19,12 @@ IBaseWorkFlowObject* GlobalObjects::FindLocked(std::string_view name) const {
 }
 
 IBaseWorkFlowObject* GlobalObjects::Find(std::string_view name) const {
-  const std::lock_guard lock(mutex_);
+  const Base::Hold lock(mutex_);
   return FindLocked(name);
 }
 
 IBaseWorkFlowObject* GlobalObjects::Add(std::string_view name, IBaseWorkFlowObject* object, bool owned) {
-  const std::lock_guard lock(mutex_);
+  const Base::Hold lock(mutex_);
   if (IBaseWorkFlowObject* const present = FindLocked(name)) {
     return present;
   }
@@ -33,7 +34,7 @@ IBaseWorkFlowObject* GlobalObjects::Add(std::string_view name, IBaseWorkFlowObje
 }
 
 bool GlobalObjects::TakeLast(Global* global) {
-  const std::lock_guard lock(mutex_);
+  const Base::Hold lock(mutex_);
   if (globals_.empty()) {
     return false;
   }

@@ -3,12 +3,12 @@
 
 #include <atomic>
 #include <cstdint>
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "OrvWorkFlow/IBaseWorkFlowObject.h"
+#include "base/lock/Mutex.h"
 
 namespace OrvWorkFlow {
 
@@ -33,11 +33,11 @@ class GlobalObjects {
     bool owned = false;
   };
 
-  IBaseWorkFlowObject* FindLocked(std::string_view name) const;
+  IBaseWorkFlowObject* FindLocked(std::string_view name) const ORV_REQUIRES(mutex_);
   bool TakeLast(Global* global);
 
-  mutable std::mutex mutex_;
-  std::vector<Global> globals_;
+  mutable Base::Mutex mutex_;
+  std::vector<Global> globals_ ORV_GUARDED_BY(mutex_);
   static constinit inline std::atomic<std::uint64_t> changes_ = 1;
 };
 

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "base/guard/Guarded.h"
 #include "runtime/factory/CreatorRegistry.h"
 #include "runtime/factory/GlobalObjects.h"
 #include "runtime/plugin/PluginLoader.h"
@@ -120,7 +121,7 @@ bool WorkFlowFactory::GetObjectTypeNames(IOrvPStringList* names) {
   if (names == nullptr) {
     return false;
   }
-  try {
+  return Base::Guarded([&] {
     const std::vector<std::string> type_names = CreatorRegistry::Get().GetNames();
     names->Clear();
     for (const std::string& name : type_names) {
@@ -129,20 +130,14 @@ bool WorkFlowFactory::GetObjectTypeNames(IOrvPStringList* names) {
       }
     }
     return true;
-  } catch (...) {
-    return false;
-  }
+  });
 }
 
 bool WorkFlowFactory::AddGlobalObject(const char* name, IBaseWorkFlowObject* object, bool take_ownership) {
   if (name == nullptr || object == nullptr || GetGlobalObj(name) != nullptr) {
     return false;
   }
-  try {
-    return GlobalObjects::Get().Add(name, object, take_ownership) == object;
-  } catch (...) {
-    return false;
-  }
+  return Base::Guarded([&] { return GlobalObjects::Get().Add(name, object, take_ownership) == object; });
 }
 
 void WorkFlowFactory::ReleaseGlobalObjects() { GlobalObjects::Get().ReleaseAll(); }
@@ -154,11 +149,7 @@ IFactoryObjectCreator* WorkFlowFactory::CloneCreator(const char* name) {
     return nullptr;
   }
   IFactoryObjectCreator* const creator = CreatorRegistry::Get().Find(name, CreatorRegistry::Kind::kAny);
-  try {
-    return creator != nullptr ? creator->Clone() : nullptr;
-  } catch (...) {
-    return nullptr;
-  }
+  return Base::Guarded([&] { return creator != nullptr ? creator->Clone() : nullptr; });
 }
 
 void WorkFlowFactory::SetRegistrationObserver(RegistrationObserver observer, void* context) {

@@ -5,12 +5,12 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
-#include <mutex>
 #include <new>
 #include <string>
 #include <string_view>
 #include <utility>
 
+#include "base/lock/Mutex.h"
 #include "runtime/log/LogLine.h"
 #include "runtime/log/LogSink.h"
 
@@ -33,9 +33,9 @@ struct Logger::State {
   State(const State&) = delete;
   State& operator=(const State&) = delete;
 
-  ~State() { Write(); }
+  ~State() ORV_NO_THREAD_CHECK { Write(); }
 
-  void Write() noexcept {
+  void Write() noexcept ORV_REQUIRES(mutex) {
     if (buffer.empty()) return;
     if (lost == 0 || SayWhatIsMissing())
       WriteLines(buffer);
@@ -44,7 +44,7 @@ struct Logger::State {
     buffer.clear();
   }
 
-  bool WriteLines(std::string_view lines) noexcept {
+  bool WriteLines(std::string_view lines) noexcept ORV_REQUIRES(mutex) {
     errno = 0;
     const std::size_t written = sink->Write(lines);
     if (written == lines.size()) return true;
@@ -54,12 +54,12 @@ struct Logger::State {
     return false;
   }
 
-  void Lose(std::string_view lines) noexcept {
+  void Lose(std::string_view lines) noexcept ORV_REQUIRES(mutex) {
     lost += static_cast<std::size_t>(std::count(lines.begin(), lines.end(), '\n'));
     if (first_error == 0) first_error = last_error;
   }
 
-  bool SayWhatIsMissing() noexcept {
+  bool SayWhatIsMissing() noexcept ORV_REQUIRES(mutex) {
     try {
       std::string line = is_cut ? "\n" : "";
       AppendLogLine(&line, std::chrono::system_clock::now(), default_category,
@@ -78,7 +78,7 @@ struct Logger::State {
 
   // The category of the line, or nothing when it is not wanted.
   bool ChooseCategory(const char* category, std::string* chosen) {
-    const std::lock_guard lock(mutex);
+    const Base::Hold lock(mutex);
     *chosen = category != nullptr && *category != '\0' ? category : default_category;
     return WithoutSlash(*chosen).starts_with(filter);
   }
@@ -86,14 +86,14 @@ struct Logger::State {
   const std::unique_ptr<LogSink> sink;
   const Writing writing;
 
-  std::mutex mutex;  // Guards what follows and the sink; a leaf.
-  std::string buffer;
-  std::string default_category = "-";
-  std::string filter;
-  std::size_t lost = 0;  // lines that the log does not yet say are missing
-  int last_error = 0;
-  int first_error = 0;
-  bool is_cut = false;  // The last of what was written is a part of a line.
+  Base::Mutex mutex;  // Guards what follows and the sink; a leaf.
+  std::string buffer ORV_GUARDED_BY(mutex);
+  std::string default_category ORV_GUARDED_BY(mutex) = "-";
+  std::string filter ORV_GUARDED_BY(mutex);
+  std::size_t lost ORV_GUARDED_BY(mutex) = 0;  // lines that the log does not yet say are missing
+  int last_error ORV_GUARDED_BY(mutex) = 0;
+  int first_error ORV_GUARDED_BY(mutex) = 0;
+  bool is_cut ORV_GUARDED_BY(mutex) = false;  // The last of what was written is a part of a line.
 };
 
 Logger::Logger(std::unique_ptr<State> state)
@@ -126,23 +126,23 @@ Logger* Logger::NewForAppending(const char* path, Writing writing, Growth growth
 }
 
 void Logger::SetCategoryFilter(const char* prefix) {
-  const std::lock_guard lock(state_->mutex);
+  const Base::Hold lock(state_->mutex);
   state_->filter = WithoutSlash(prefix != nullptr ? prefix : "");
 }
 
 bool Logger::Flush() noexcept {
-  const std::lock_guard lock(state_->mutex);
+  const Base::Hold lock(state_->mutex);
   state_->Write();
   return state_->first_error == 0;
 }
 
 int Logger::GetFirstError() noexcept {
-  const std::lock_guard lock(state_->mutex);
+  const Base::Hold lock(state_->mutex);
   return state_->first_error;
 }
 
 void Logger::SetDefaultCategory(const char* category) {
-  const std::lock_guard lock(state_->mutex);
+  const Base::Hold lock(state_->mutex);
   state_->default_category = category != nullptr && *category != '\0' ? category : "-";
 }
 
@@ -156,14 +156,14 @@ void Logger::Log(const char* category, const char* format, ...) {
     std::string chosen;
     if (state_->ChooseCategory(category, &chosen)) {
       const std::string text = FormatLogText(format, values);
-      const std::lock_guard lock(state_->mutex);
+      const Base::Hold lock(state_->mutex);
       AppendLogLine(&state_->buffer, std::chrono::system_clock::now(), chosen, text);
       if (state_->writing == Writing::kEachLine || state_->buffer.size() >= kBufferSize) {
         state_->Write();
       }
     }
   } catch (...) {
-    const std::lock_guard lock(state_->mutex);
+    const Base::Hold lock(state_->mutex);
     state_->last_error = ENOMEM;
     state_->Lose("\n");
   }

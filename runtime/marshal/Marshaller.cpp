@@ -2,6 +2,7 @@
 
 #include <atomic>
 
+#include "base/guard/Guarded.h"
 #include "runtime/marshal/MarshalledTypes.h"
 
 namespace OrvWorkFlow {
@@ -50,7 +51,7 @@ bool MarshalledStream::Assign(const void* data, std::size_t size) noexcept {
     return false;
   }
   const auto* const first = static_cast<const unsigned char*>(data);
-  try {
+  return Base::Guarded([&] {
     // A copy first: the source may lie inside the present content.
     std::vector<unsigned char> bytes;
     if (size != 0) {
@@ -58,9 +59,7 @@ bool MarshalledStream::Assign(const void* data, std::size_t size) noexcept {
     }
     bytes_.swap(bytes);
     return true;
-  } catch (...) {
-    return false;
-  }
+  });
 }
 
 bool MarshalledStream::Append(const void* data, std::size_t size) noexcept {
@@ -71,7 +70,7 @@ bool MarshalledStream::Append(const void* data, std::size_t size) noexcept {
     return true;
   }
   const auto* const first = static_cast<const unsigned char*>(data);
-  try {
+  return Base::Guarded([&] {
     const std::size_t old_size = bytes_.size();
     if (bytes_.capacity() - old_size >= size) {
       bytes_.insert(bytes_.end(), first, first + size);
@@ -84,9 +83,7 @@ bool MarshalledStream::Append(const void* data, std::size_t size) noexcept {
     bytes.insert(bytes.end(), first, first + size);
     bytes_.swap(bytes);
     return true;
-  } catch (...) {
-    return false;
-  }
+  });
 }
 
 void* DirectGetObject(const char* interface_name) noexcept {
@@ -97,11 +94,7 @@ void* DirectGetObject(const char* interface_name) noexcept {
   if (source == nullptr) {
     return NewOwnObject(interface_name);
   }
-  try {
-    return source(interface_name);
-  } catch (...) {
-    return nullptr;
-  }
+  return Base::Guarded([&] { return source(interface_name); });
 }
 
 MarshallerSource SetMarshallerSource(MarshallerSource source) noexcept {

@@ -1,7 +1,6 @@
 #include "runtime/plugin/PluginLoader.h"
 
 #include <memory>
-#include <mutex>
 #include <new>
 #include <string>
 #include <string_view>
@@ -9,6 +8,9 @@
 #include <vector>
 
 #include "OrvWorkFlow/Plugin.h"
+#include "base/guard/Guarded.h"
+#include "base/lock/Mutex.h"
+#include "base/lock/RecursiveMutex.h"
 #include "runtime/NeverDestroyed.h"
 #include "runtime/factory/CreatorRegistry.h"
 #include "runtime/plugin/LibraryFile.h"
@@ -22,14 +24,14 @@ constexpr std::string_view kPluginPrefix = "/workflow/bin/";
 
 // Never destroyed: static objects of any library may load others, and libraries are unloaded by the host alone.
 struct LoaderState {
-  std::mutex directories_mutex;  // A leaf.
-  bool directories_set = false;
-  std::vector<std::string> directories;
+  Base::Mutex directories_mutex;  // A leaf.
+  bool directories_set ORV_GUARDED_BY(directories_mutex) = false;
+  std::vector<std::string> directories ORV_GUARDED_BY(directories_mutex);
 
   // Held while a library loads or unloads, as the system holds a lock of its own then: who is told that a library is
   // loaded finds all its types. Re-entrant, for libraries that load others.
-  std::recursive_mutex libraries_mutex;
-  std::vector<std::unique_ptr<SharedLibrary>> libraries;
+  Base::RecursiveMutex libraries_mutex;
+  std::vector<std::unique_ptr<SharedLibrary>> libraries ORV_GUARDED_BY(libraries_mutex);
 };
 
 LoaderState& GetState() { return NeverDestroyed<LoaderState>(); }
@@ -66,7 +68,7 @@ std::vector<std::string> GetOwnDirectories() {
 
 std::vector<std::string> GetPluginDirectories() {
   LoaderState& state = GetState();
-  const std::lock_guard lock(state.directories_mutex);
+  const Base::Hold lock(state.directories_mutex);
   return state.directories_set ? state.directories : GetOwnDirectories();
 }
 
@@ -165,8 +167,8 @@ bool CheckVersion(const std::string& file, const SharedLibrary& library) {
 }
 
 // Keeps the library, or lets this use of it go when it is kept already.
-void Keep(std::unique_ptr<SharedLibrary> library) {
-  std::vector<std::unique_ptr<SharedLibrary>>& libraries = GetState().libraries;
+void Keep(LoaderState& state, std::unique_ptr<SharedLibrary> library) ORV_REQUIRES(state.libraries_mutex) {
+  std::vector<std::unique_ptr<SharedLibrary>>& libraries = state.libraries;
   for (const std::unique_ptr<SharedLibrary>& kept : libraries) {
     if (kept->GetIdentity() == library->GetIdentity()) {
       return;
@@ -176,7 +178,8 @@ void Keep(std::unique_ptr<SharedLibrary> library) {
 }
 
 bool LoadFile(const std::string& file) {
-  const std::lock_guard lock(GetState().libraries_mutex);
+  LoaderState& state = GetState();
+  const Base::Hold lock(state.libraries_mutex);
   std::string reason;
   if (!CheckLibraryFile(file, &reason)) {
     return Fail(file, reason);
@@ -192,7 +195,7 @@ bool LoadFile(const std::string& file) {
   if (!CheckVersion(file, *library)) {
     return false;
   }
-  Keep(std::move(library));
+  Keep(state, std::move(library));
   scope.Accept();
   return true;
 }
@@ -205,14 +208,14 @@ void SetPluginDirectories(const char* const* directories, std::size_t count) {
     AddDirectory(&list, directories[i] != nullptr ? directories[i] : "");
   }
   LoaderState& state = GetState();
-  const std::lock_guard lock(state.directories_mutex);
+  const Base::Hold lock(state.directories_mutex);
   state.directories_set = !list.empty();
   state.directories = std::move(list);
 }
 
 void AddPluginDirectory(const char* directory) {
   LoaderState& state = GetState();
-  const std::lock_guard lock(state.directories_mutex);
+  const Base::Hold lock(state.directories_mutex);
   if (!state.directories_set) {
     state.directories = GetOwnDirectories();
     state.directories_set = true;
@@ -221,7 +224,7 @@ void AddPluginDirectory(const char* directory) {
 }
 
 bool GetDirectories(IOrvPStringList* directories) noexcept {
-  try {
+  return Base::Guarded([&] {
     directories->Clear();
     for (const std::string& directory : GetPluginDirectories()) {
       if (!directories->Add(directory.data(), directory.size())) {
@@ -229,9 +232,7 @@ bool GetDirectories(IOrvPStringList* directories) noexcept {
       }
     }
     return true;
-  } catch (...) {
-    return false;
-  }
+  });
 }
 
 bool Find(const char* path, IOrvPString* file) noexcept {
@@ -268,7 +269,7 @@ bool Load(const char* path) noexcept {
 
 void UnloadAll() noexcept {
   LoaderState& state = GetState();
-  const std::lock_guard lock(state.libraries_mutex);
+  const Base::Hold lock(state.libraries_mutex);
   while (!state.libraries.empty()) {
     const std::unique_ptr<SharedLibrary> library = std::move(state.libraries.back());
     state.libraries.pop_back();

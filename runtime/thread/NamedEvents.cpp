@@ -3,6 +3,8 @@
 #include <cstring>
 #include <utility>
 
+#include "base/guard/Guarded.h"
+
 namespace OrvWorkFlow::OrvBase {
 
 namespace {
@@ -26,7 +28,7 @@ NamedEvents::Event* NamedEvents::FindOrAdd(const char* name) noexcept {
   if (Event* const known = Find(name)) {
     return known;
   }
-  try {
+  return Base::Guarded([&] {
     auto event = std::make_unique<Event>(name);
     if (asleep_) {
       event->state_ = Event::kAsleep;
@@ -35,9 +37,7 @@ NamedEvents::Event* NamedEvents::FindOrAdd(const char* name) noexcept {
     known_ = std::move(event);
     newest_.store(known_.get());
     return known_.get();
-  } catch (...) {
-    return nullptr;
-  }
+  });
 }
 
 bool NamedEvents::PostUnlessAsleep(Event* event) noexcept {

@@ -2,13 +2,14 @@
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <cstdint>
-#include <mutex>
 #include <new>
 #include <thread>
 #include <utility>
 
+#include "base/guard/Guarded.h"
+#include "base/lock/Mutex.h"
+#include "base/lock/RecursiveMutex.h"
 #include "runtime/NeverDestroyed.h"
 #include "runtime/thread/RuntimeThread.h"
 
@@ -17,107 +18,72 @@ namespace OrvWorkFlow::OrvBase {
 namespace {
 
 struct SourceState {
-  std::mutex mutex;
-  PrimitiveSource source;
+  Base::Mutex mutex;
+  PrimitiveSource source ORV_GUARDED_BY(mutex);
 };
 
 constinit std::atomic<SleepFunction> sleep_function{nullptr};
 
 PrimitiveSource GetPrimitiveSource() {
   SourceState& state = NeverDestroyed<SourceState>();
-  const std::lock_guard lock(state.mutex);
+  const Base::Hold lock(state.mutex);
   return state.source;
 }
 
-// A lock that fails leaves nothing to go on with: the operations are noexcept. Locking again what this thread holds
-// costs a comparison: only the owner can find itself in `owner_`.
+// A lock that fails leaves nothing to go on with: the operations are noexcept.
 class RuntimeMutex final : public Mutex {
  public:
-  void Lock() noexcept override {
-    const std::thread::id self = std::this_thread::get_id();
-    if (!Reenter(self)) {
-      mutex_.lock();
-      Own(self);
-    }
-  }
-  void Unlock() noexcept override {
-    if (--depth_ == 0) {
-      owner_.store({}, std::memory_order_relaxed);
-      mutex_.unlock();
-    }
-  }
-  bool TryLock() noexcept override {
-    const std::thread::id self = std::this_thread::get_id();
-    if (Reenter(self)) {
-      return true;
-    }
-    if (!mutex_.try_lock()) {
-      return false;
-    }
-    Own(self);
-    return true;
-  }
+  void Lock() noexcept override ORV_NO_THREAD_CHECK { mutex_.lock(); }
+  void Unlock() noexcept override ORV_NO_THREAD_CHECK { mutex_.unlock(); }
+  bool TryLock() noexcept override ORV_NO_THREAD_CHECK { return mutex_.try_lock(); }
   void Release() noexcept override { delete this; }
 
  private:
-  bool Reenter(std::thread::id self) noexcept {
-    if (owner_.load(std::memory_order_relaxed) != self) {
-      return false;
-    }
-    ++depth_;
-    return true;
-  }
-  void Own(std::thread::id self) noexcept {
-    owner_.store(self, std::memory_order_relaxed);
-    depth_ = 1;
-  }
-
-  std::mutex mutex_;
-  std::atomic<std::thread::id> owner_;
-  std::uint64_t depth_ = 0;  // Guarded by mutex_.
+  Base::RecursiveMutex mutex_;
 };
 
 class RuntimeEvent final : public Event {
  public:
   void Reset() noexcept override {
-    const std::lock_guard lock(mutex_);
+    const Base::Hold lock(mutex_);
     is_set_ = false;
   }
 
   void Set() noexcept override {
     // Under the lock, so that a waiter may release the event as soon as it wakes.
-    const std::lock_guard lock(mutex_);
+    const Base::Hold lock(mutex_);
     is_set_ = true;
-    changed_.notify_all();
+    changed_.NotifyAll();
   }
 
   bool Wait(unsigned milliseconds) noexcept override {
-    std::unique_lock lock(mutex_);
-    return changed_.wait_for(lock, std::chrono::milliseconds(milliseconds), [this] { return is_set_; });
+    const auto time = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
+    const Base::Hold lock(mutex_);
+    while (!is_set_ && changed_.WaitUntil(mutex_, time)) {
+    }
+    return is_set_;
   }
 
   void Release() noexcept override {
     {
-      const std::lock_guard lock(mutex_);  // The setter that woke the releasing thread has left.
+      const Base::Hold lock(mutex_);  // The setter that woke the releasing thread has left.
     }
     delete this;
   }
 
  private:
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  bool is_set_ = false;
+  Base::Mutex mutex_;
+  Base::Condition changed_;
+  bool is_set_ ORV_GUARDED_BY(mutex_) = false;
 };
 
 // What `own` makes, or the host's maker when there is one; null for whatever goes wrong.
 template <class Primitive, class Own>
 Primitive* NewPrimitive(Primitive* (*PrimitiveSource::*maker)()) noexcept {
-  try {
+  return Base::Guarded([&] {
     const PrimitiveSource source = GetPrimitiveSource();
     return source.*maker != nullptr ? (source.*maker)() : new Own;
-  } catch (...) {
-    return nullptr;
-  }
+  });
 }
 
 }  // namespace
@@ -130,7 +96,7 @@ Event* Event::GetNewEvent() { return NewPrimitive<Event, RuntimeEvent>(&Primitiv
 
 PrimitiveSource SetPrimitiveSource(PrimitiveSource source) noexcept {
   SourceState& state = NeverDestroyed<SourceState>();
-  const std::lock_guard lock(state.mutex);
+  const Base::Hold lock(state.mutex);
   return std::exchange(state.source, source);
 }
 

@@ -3,17 +3,19 @@
 #include <string_view>
 #include <utility>
 
+#include "base/lock/Mutex.h"
+
 namespace OrvWorkFlow::OrvBase {
 
 void RuntimeThread::SetArgument(void* argument) {
-  const std::lock_guard lock(mutex_);
+  const Base::Hold lock(mutex_);
   if (!running_) {
     argument_ = argument;
   }
 }
 
 bool RuntimeThread::SetProcedure(Procedure procedure) {
-  const std::lock_guard lock(mutex_);
+  const Base::Hold lock(mutex_);
   if (procedure == nullptr || running_) {
     return false;
   }
@@ -22,9 +24,9 @@ bool RuntimeThread::SetProcedure(Procedure procedure) {
 }
 
 bool RuntimeThread::Start() {
-  const std::lock_guard start_lock(start_mutex_);
+  const Base::Hold start_lock(start_mutex_);
   {
-    const std::lock_guard lock(mutex_);
+    const Base::Hold lock(mutex_);
     if (procedure_ == nullptr || running_) {
       return false;
     }
@@ -37,7 +39,7 @@ bool RuntimeThread::Start() {
   if (StartSystemThread()) {
     return true;
   }
-  const std::lock_guard lock(mutex_);
+  const Base::Hold lock(mutex_);
   running_ = false;
   return false;
 }
@@ -46,7 +48,7 @@ bool RuntimeThread::StartSystemThread() {
   Procedure procedure = nullptr;
   void* argument = nullptr;
   {
-    const std::lock_guard lock(mutex_);
+    const Base::Hold lock(mutex_);
     procedure = procedure_;
     argument = argument_;
   }
@@ -67,7 +69,7 @@ void RuntimeThread::Run(Procedure procedure, void* argument) noexcept {
     // Nobody is left to hear of it, and a thread's entry must not be left by an exception.
   }
   {
-    const std::lock_guard lock(mutex_);
+    const Base::Hold lock(mutex_);
     running_ = false;
   }
   DropShare();
@@ -81,7 +83,7 @@ void RuntimeThread::PostNamedEvent(const char* name) {
   if (event != nullptr && events_.PostUnlessAsleep(event)) {
     return;
   }
-  const std::lock_guard lock(mutex_);
+  const Base::Hold lock(mutex_);
   if (event == nullptr) {
     event = events_.FindOrAdd(name);
   }
@@ -90,7 +92,7 @@ void RuntimeThread::PostNamedEvent(const char* name) {
   } else {
     events_.PostNameless();
   }
-  posted_.notify_one();
+  posted_.NotifyOne();
 }
 
 bool RuntimeThread::WaitForEvent(IOrvPString* name) {
@@ -111,14 +113,14 @@ bool RuntimeThread::WaitForEvent(IOrvPString* name) {
 }
 
 void RuntimeThread::Sleep() {
-  std::unique_lock lock(mutex_);
+  const Base::Hold lock(mutex_);
   events_.SetAsleep(true);
-  posted_.wait(lock, [this] { return events_.HasWaiting(); });
+  while (!events_.HasWaiting()) posted_.Wait(mutex_);
   events_.SetAsleep(false);
 }
 
 bool RuntimeThread::IsRunning() const {
-  const std::lock_guard lock(mutex_);
+  const Base::Hold lock(mutex_);
   return running_;
 }
 
@@ -134,9 +136,9 @@ void RuntimeThread::Release() {
   std::thread system_thread;
   bool running = false;
   {
-    const std::lock_guard start_lock(start_mutex_);
+    const Base::Hold start_lock(start_mutex_);
     system_thread = std::move(system_thread_);
-    const std::lock_guard lock(mutex_);
+    const Base::Hold lock(mutex_);
     running = running_;
   }
   if (system_thread.joinable()) {

@@ -2,11 +2,10 @@
 #pragma once
 
 #include <atomic>
-#include <condition_variable>
-#include <mutex>
 #include <thread>
 
 #include "OrvWorkFlow/OrvBase.h"
+#include "base/lock/Mutex.h"
 #include "runtime/thread/NamedEvents.h"
 #include "runtime/thread/ShortWait.h"
 
@@ -32,7 +31,7 @@ class RuntimeThread final : public Thread {
  private:
   ~RuntimeThread() = default;
 
-  bool StartSystemThread();
+  bool StartSystemThread() ORV_REQUIRES(start_mutex_);
   void Run(Procedure procedure, void* argument) noexcept;
   void Sleep();
   void DropShare() noexcept;
@@ -40,14 +39,14 @@ class RuntimeThread final : public Thread {
   std::atomic<int> shares_{1};
 
   // Guards system_thread_: one Start or Release at a time. Taken before mutex_, never by the running procedure's end.
-  std::mutex start_mutex_;
-  std::thread system_thread_;
+  Base::Mutex start_mutex_;
+  std::thread system_thread_ ORV_GUARDED_BY(start_mutex_);
 
-  mutable std::mutex mutex_;  // Guards what follows, as far as that does not guard itself; a leaf.
-  std::condition_variable posted_;
-  Procedure procedure_ = nullptr;
-  void* argument_ = nullptr;
-  bool running_ = false;
+  mutable Base::Mutex mutex_;  // Guards what follows, as far as that does not guard itself; a leaf.
+  Base::Condition posted_;
+  Procedure procedure_ ORV_GUARDED_BY(mutex_) = nullptr;
+  void* argument_ ORV_GUARDED_BY(mutex_) = nullptr;
+  bool running_ ORV_GUARDED_BY(mutex_) = false;
   NamedEvents events_;    // The procedure takes them.
   ShortWait short_wait_;  // The procedure's.
 };

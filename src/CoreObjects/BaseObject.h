@@ -2,7 +2,6 @@
 #pragma once
 
 #include <atomic>
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -11,6 +10,7 @@
 #include "CoreObjects/Marshalled.h"
 #include "OrvWorkFlow/IBaseWorkFlowObject.h"
 #include "OrvWorkFlow/IUtilityStore.h"
+#include "base/lock/Mutex.h"
 
 namespace OrvWorkFlow::Core {
 
@@ -27,7 +27,7 @@ class BaseObject : public Interfaces... {
 
   bool GetVersion(IOrvPString* version) override { return AssignText(version, kVersionKey); }
   bool GetLastErrorText(IOrvPString* text) override {
-    const std::scoped_lock lock(last_error_mutex_);
+    const Base::Hold lock(last_error_mutex_);
     return AssignText(text, std::string_view(last_error_));
   }
   void ResetContentDirectories() override {}
@@ -56,7 +56,7 @@ class BaseObject : public Interfaces... {
   // Keeps the text for GetLastErrorText and answers false, for `return Fail("...")`.
   bool Fail(const char* text) noexcept {
     try {
-      const std::scoped_lock lock(last_error_mutex_);
+      const Base::Hold lock(last_error_mutex_);
       last_error_ = text;
     } catch (...) {  // Without memory the older text stays.
     }
@@ -66,8 +66,8 @@ class BaseObject : public Interfaces... {
   IUtilityStore* utility_store() const { return utility_store_; }
 
  private:
-  std::mutex last_error_mutex_;
-  std::string last_error_;
+  Base::Mutex last_error_mutex_;
+  std::string last_error_ ORV_GUARDED_BY(last_error_mutex_);
   std::atomic<IUtilityStore*> utility_store_ = nullptr;
 };
 

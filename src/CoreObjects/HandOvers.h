@@ -6,8 +6,9 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <utility>
+
+#include "base/lock/Mutex.h"
 
 namespace OrvWorkFlow::Core {
 
@@ -18,7 +19,7 @@ class HandOvers {
   // `wake` is called, with a leaf lock held, after each delivery that ends while there is a limit, until Detach.
   explicit HandOvers(std::function<void()> wake) : wake_(std::move(wake)) {}
   void Detach() noexcept {
-    const std::scoped_lock lock(wake_mutex_);
+    const Base::Hold lock(wake_mutex_);
     wake_ = nullptr;
   }
 
@@ -36,7 +37,7 @@ class HandOvers {
   void End() noexcept {
     --count_;
     if (!HasLimit()) return;
-    const std::scoped_lock lock(wake_mutex_);
+    const Base::Hold lock(wake_mutex_);
     try {
       if (wake_) wake_();
     } catch (...) {  // The host's thread object has no memory for an event; the next one wakes the pump.
@@ -45,8 +46,8 @@ class HandOvers {
 
   std::atomic<std::uint32_t> limit_ = 0;
   std::atomic<std::uint32_t> count_ = 0;
-  std::mutex wake_mutex_;  // leaf, but for the host's thread object
-  std::function<void()> wake_;
+  Base::Mutex wake_mutex_;  // leaf, but for the host's thread object
+  std::function<void()> wake_ ORV_GUARDED_BY(wake_mutex_);
 };
 
 // One of them, for as long as it lives; an empty one counts nothing.

@@ -3,11 +3,11 @@
 
 #include <atomic>
 #include <cstdint>
-#include <mutex>
 #include <utility>
 
 #include "CoreObjects/FindObject.h"
 #include "OrvWorkFlow/WorkFlowFactory.h"
+#include "base/lock/Mutex.h"
 
 namespace OrvWorkFlow::Core {
 
@@ -43,7 +43,7 @@ class LazyObject {
 
   Interface* Keep(Found<Interface> found) noexcept {
     if (!found) return nullptr;
-    const std::scoped_lock lock(mutex_);
+    const Base::Hold lock(mutex_);
     if (!held_) held_ = std::move(found);
     face_.store(held_.get(), std::memory_order_release);
     return held_.get();
@@ -54,8 +54,8 @@ class LazyObject {
   const char* const interface_name_;
   std::atomic<Interface*> face_ = nullptr;
   std::atomic<std::uint64_t> not_global_at_ = 0;  // the change count at which no such global object was there
-  std::mutex mutex_;
-  Found<Interface> held_;
+  Base::Mutex mutex_;
+  Found<Interface> held_ ORV_GUARDED_BY(mutex_);
 };
 
 }  // namespace OrvWorkFlow::Core

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "OrvWorkFlow/Marshaller.h"
+#include "base/guard/Guarded.h"
 
 namespace OrvWorkFlow::Core {
 
@@ -61,11 +62,7 @@ class Marshalled {
 template <class Char>
 bool AssignText(IOrvStringOf<Char>* output, std::basic_string_view<Char> text) noexcept {
   if (output == nullptr) return false;
-  try {
-    return output->Assign(text.data(), text.size());
-  } catch (...) {
-    return false;
-  }
+  return Base::Guarded([&] { return output->Assign(text.data(), text.size()); });
 }
 inline bool AssignText(IOrvPString* output, std::string_view text) noexcept { return AssignText<char>(output, text); }
 inline bool AssignText(IOrvString* output, std::u16string_view text) noexcept {
@@ -76,19 +73,17 @@ inline bool AssignText(IOrvString* output, std::u16string_view text) noexcept {
 template <class Char>
 bool ReadText(const IOrvStringOf<Char>* source, std::basic_string<Char>& text) noexcept {
   if (source == nullptr) return false;
-  try {
+  return Base::Guarded([&] {
     text.assign(source->GetText(), source->GetLength());
     return true;
-  } catch (...) {
-    return false;
-  }
+  });
 }
 
 // Reads every element in order; `texts` is untouched when that fails.
 template <class Char>
 bool ReadTexts(const IOrvStringListOf<Char>* source, std::vector<std::basic_string<Char>>& texts) noexcept {
   if (source == nullptr) return false;
-  try {
+  return Base::Guarded([&] {
     std::vector<std::basic_string<Char>> result;
     const std::size_t count = source->GetCount();
     result.reserve(count);
@@ -99,9 +94,7 @@ bool ReadTexts(const IOrvStringListOf<Char>* source, std::vector<std::basic_stri
     }
     texts = std::move(result);
     return true;
-  } catch (...) {
-    return false;
-  }
+  });
 }
 
 // Replaces the content of a list by what `fill(add)` adds, which calls `add(text)` until one is refused and answers
@@ -141,12 +134,10 @@ bool AssignTexts(IOrvStringListOf<Char>* output, const Texts& texts) noexcept {
 // `text` is untouched then. What `read` itself throws is caught too.
 template <class Read>
 bool FetchText(std::string& text, Read&& read) noexcept {
-  try {
+  return Base::Guarded([&] {
     Marshalled<IOrvPString> holder;
     return holder && read(holder.get()) && ReadText(holder.get(), text);
-  } catch (...) {
-    return false;
-  }
+  });
 }
 
 }  // namespace OrvWorkFlow::Core

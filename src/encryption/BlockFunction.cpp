@@ -3,7 +3,7 @@
 #include <bit>
 #include <cstring>
 
-#include "CoreObjects/Secret.h"
+#include "base/secret/Secret.h"
 #include "encryption/ScalarWord.h"
 
 namespace OrvWorkFlow::Core::Encryption::Md5 {
@@ -27,7 +27,7 @@ void Compress(std::uint32_t (&state)[4], const std::uint32_t* block) {
 std::string_view CompressWholeBlocks(std::string_view key, std::uint32_t (&state)[4]) {
   std::memcpy(state, kStart, sizeof state);
   if (key.size() < kBlockSize) return key;
-  Wiped<std::uint32_t[kBlockSize / 4]> block;
+  Base::Wiped<std::uint32_t[kBlockSize / 4]> block;
   for (; key.size() >= kBlockSize; key.remove_prefix(kBlockSize)) {
     std::memcpy(*block, key.data(), kBlockSize);
     Compress(state, *block);
@@ -55,7 +55,7 @@ void Pad(std::uint32_t* words, std::size_t size, std::size_t message_size) {
 // Hashes the end of a message of `message_size` bytes: `rest` followed by `x`.
 template <unsigned kBlocks>
 void CompressTail(std::string_view rest, std::string_view x, std::size_t message_size, std::uint32_t (&state)[4]) {
-  Wiped<Tail<kBlocks>> tail;
+  Base::Wiped<Tail<kBlocks>> tail;
   PutRest(tail->words, rest);
   x.copy(reinterpret_cast<char*>(tail->words) + rest.size(), x.size());
   Pad(tail->words, rest.size() + x.size(), message_size);
@@ -77,7 +77,7 @@ void RunFirstSteps(PreparedKey& key) {
     b = newest;
   }
   for (unsigned i = 0; i < 4; ++i) key.entry[(i - key.first_word) % 4] = state[i];
-  Wipe(state, sizeof state);
+  Base::Wipe(state, sizeof state);
 }
 
 }  // namespace

@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <cstring>
 
-#include "CoreObjects/Secret.h"
 #include "OrvWorkFlow/IEncryption.h"
+#include "base/secret/Secret.h"
 #include "encryption/LaneFiles.h"
 #include "encryption/ScalarWord.h"
 
@@ -19,7 +19,7 @@ constexpr std::size_t kLeastBlocksForChains = 64;
 
 // The first block has no cipher block before it.
 void CombineFirstBlock(std::string_view key, std::string_view initial, unsigned char* block) {
-  Wiped<std::uint32_t[4]> digest;
+  Base::Wiped<std::uint32_t[4]> digest;
   Md5::Digest(key, initial, *digest);
   ScalarWord words[4];
   std::memcpy(words, *digest, sizeof words);
@@ -45,7 +45,7 @@ bool EncipherWith(const Md5::Chain& chain, void* data, std::size_t size, std::st
   auto* const blocks = static_cast<unsigned char*>(data);
   CombineFirstBlock(key, initial, blocks);
   if (size == kCipherBlockSize) return true;
-  Wiped<Md5::PreparedKey> prepared;
+  Base::Wiped<Md5::PreparedKey> prepared;
   Md5::PrepareKey(key, *prepared);
   chain.encipher(*prepared, blocks + kCipherBlockSize, size / kCipherBlockSize - 1);
   return true;
@@ -57,7 +57,7 @@ bool DecipherWith(const Md5::Lanes& lanes, void* data, std::size_t size, std::st
   if (size == 0) return true;
   auto* const blocks = static_cast<unsigned char*>(data);
   if (size > kCipherBlockSize) {
-    Wiped<Md5::PreparedKey> prepared;
+    Base::Wiped<Md5::PreparedKey> prepared;
     Md5::PrepareKey(key, *prepared);
     lanes.decipher(*prepared, blocks + kCipherBlockSize, size / kCipherBlockSize - 1);
   }

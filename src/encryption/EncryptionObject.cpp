@@ -6,27 +6,20 @@
 #include <string_view>
 #include <vector>
 
-#include "CoreObjects/Base64.h"
-#include "CoreObjects/Secret.h"
+#include "base/guard/Guarded.h"
+#include "base/secret/Secret.h"
+#include "base/text/Base64.h"
 #include "encryption/Cipher.h"
 
 namespace OrvWorkFlow::Core::Encryption {
 namespace {
 
-// No exception leaves the interface: without memory, or when a marshalled object throws, the operation fails.
-template <class Operation>
-bool Guarded(Operation&& operation) noexcept {
-  try {
-    return operation();
-  } catch (...) {
-    return false;
-  }
-}
-
 // The blocks that a text fills: an empty one holds a zero.
 std::size_t BlocksSize(std::size_t length) { return CipherSize(std::max<std::size_t>(length, 1)); }
 
-std::string_view TextOf(SecretBytes& bytes) { return {reinterpret_cast<const char*>(bytes.data()), bytes.size()}; }
+std::string_view TextOf(Base::SecretBytes& bytes) {
+  return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
 
 // Puts the enciphered blocks of the text where there are zeros; false when the key is too long.
 bool EncipherInto(unsigned char* blocks, std::string_view text, std::string_view key) {
@@ -37,7 +30,7 @@ bool EncipherInto(unsigned char* blocks, std::string_view text, std::string_view
 // Calls `use` with the enciphered blocks of the text; false when the key is too long.
 template <class Use>
 bool WithEnciphered(std::string_view text, std::string_view key, Use&& use) {
-  SecretBytes blocks(BlocksSize(text.size()));
+  Base::SecretBytes blocks(BlocksSize(text.size()));
   return EncipherInto(blocks.data(), text, key) && use(TextOf(blocks));
 }
 
@@ -46,16 +39,16 @@ bool WithEnciphered(std::string_view text, std::string_view key, Use&& use) {
 template <class Use>
 bool WithTextForm(std::string_view text, std::string_view key, Use&& use) {
   const std::size_t size = BlocksSize(text.size());
-  SecretBytes memory(size + Base64Length(size));  // The blocks, and their form behind them.
+  Base::SecretBytes memory(size + Base::Base64Length(size));  // The blocks, and their form behind them.
   if (!EncipherInto(memory.data(), text, key)) return false;
   auto* const form = reinterpret_cast<char*>(memory.data()) + size;
-  EncodeBase64(memory.data(), size, form);
-  return use(std::string_view(form, Base64Length(size) - (size == kCipherBlockSize ? 1 : 0)));
+  Base::EncodeBase64(memory.data(), size, form);
+  return use(std::string_view(form, Base::Base64Length(size) - (size == kCipherBlockSize ? 1 : 0)));
 }
 
 // Deciphers the first `size` bytes of a buffer of whole blocks and calls `use` with their text up to its first zero.
 template <class Use>
-bool WithDeciphered(SecretBytes& buffer, std::size_t size, std::string_view key, Use&& use) {
+bool WithDeciphered(Base::SecretBytes& buffer, std::size_t size, std::string_view key, Use&& use) {
   if (!Decipher(buffer.data(), CipherSize(size), key)) return false;
   const std::string_view text = TextOf(buffer).substr(0, size);
   return use(text.substr(0, text.find('\0')));
@@ -63,8 +56,8 @@ bool WithDeciphered(SecretBytes& buffer, std::size_t size, std::string_view key,
 
 template <class Use>
 bool WithTextOfForm(std::string_view form, std::string_view key, Use&& use) {
-  SecretBytes buffer(CipherSize(Base64DecodedRoom(form.size())));
-  return WithDeciphered(buffer, DecodeBase64(form, buffer.data()), key, use);
+  Base::SecretBytes buffer(CipherSize(Base::Base64DecodedRoom(form.size())));
+  return WithDeciphered(buffer, Base::DecodeBase64(form, buffer.data()), key, use);
 }
 
 // Texts that are wiped in the end.
@@ -74,7 +67,7 @@ class SecretTexts {
   SecretTexts(const SecretTexts&) = delete;
   SecretTexts& operator=(const SecretTexts&) = delete;
   ~SecretTexts() {
-    for (std::string& text : texts_) Wipe(text.data(), text.size());
+    for (std::string& text : texts_) Base::Wipe(text.data(), text.size());
   }
 
   std::vector<std::string>& operator*() { return texts_; }
@@ -86,7 +79,7 @@ class SecretTexts {
 // `form_of(text, key, use)` is one of the two directions.
 template <class FormOf>
 bool ConvertList(const IOrvPStringList* source, const char* key, IOrvPStringList* output, FormOf&& form_of) noexcept {
-  return Guarded([&] {
+  return Base::Guarded([&] {
     SecretTexts texts;
     SecretTexts results;
     if (key == nullptr || output == nullptr || std::strlen(key) > kMaxKeyLength) return false;
@@ -109,7 +102,7 @@ void* CEncryption::QueryInterface(const char* interface_name) {
 }
 
 bool CEncryption::EncryptToStream(const IOrvPString* text, const char* key, IOrvBasicStream* stream) {
-  return Guarded([&] {
+  return Base::Guarded([&] {
     if (text == nullptr || key == nullptr || stream == nullptr) return false;
     const std::string_view plain(text->GetText(), text->GetLength());
     return WithEnciphered(plain, key,
@@ -118,24 +111,24 @@ bool CEncryption::EncryptToStream(const IOrvPString* text, const char* key, IOrv
 }
 
 bool CEncryption::EncryptString(const char* text, const char* key, IOrvPString* enciphered) {
-  return Guarded([&] {
+  return Base::Guarded([&] {
     if (text == nullptr || key == nullptr || enciphered == nullptr) return false;
     return WithTextForm(text, key, [&](std::string_view form) { return AssignText(enciphered, form); });
   });
 }
 
 bool CEncryption::DecryptStream(const IOrvBasicStream* stream, const char* key, IOrvPString* text) {
-  return Guarded([&] {
+  return Base::Guarded([&] {
     if (stream == nullptr || key == nullptr || text == nullptr) return false;
     const std::size_t size = stream->GetSize();
-    SecretBytes buffer(CipherSize(size));
+    Base::SecretBytes buffer(CipherSize(size));
     if (size != 0) std::memcpy(buffer.data(), stream->GetData(), size);
     return WithDeciphered(buffer, size, key, [&](std::string_view plain) { return AssignText(text, plain); });
   });
 }
 
 bool CEncryption::DecryptString(const char* enciphered, const char* key, IOrvPString* text) {
-  return Guarded([&] {
+  return Base::Guarded([&] {
     if (enciphered == nullptr || key == nullptr || text == nullptr) return false;
     return WithTextOfForm(enciphered, key, [&](std::string_view plain) { return AssignText(text, plain); });
   });
@@ -154,16 +147,16 @@ bool CEncryption::DecryptList(const IOrvPStringList* enciphered, const char* key
 }
 
 bool CEncryption::Base64Encode(const IOrvPString* text, IOrvPString* base64) {
-  return Guarded([&] {
+  return Base::Guarded([&] {
     if (text == nullptr || base64 == nullptr) return false;
-    return AssignText(base64, EncodeBase64(std::string_view(text->GetText(), text->GetLength())));
+    return AssignText(base64, Base::EncodeBase64(std::string_view(text->GetText(), text->GetLength())));
   });
 }
 
 bool CEncryption::Base64Decode(const char* base64, IOrvBasicStream* bytes) {
-  return Guarded([&] {
+  return Base::Guarded([&] {
     if (base64 == nullptr || bytes == nullptr) return false;
-    const std::string decoded = DecodeBase64(std::string_view(base64));
+    const std::string decoded = Base::DecodeBase64(std::string_view(base64));
     return bytes->Assign(decoded.data(), decoded.size());
   });
 }

@@ -7,7 +7,7 @@
 #include <cstddef>
 #include <cstring>
 
-#include "CoreObjects/Secret.h"
+#include "base/secret/Secret.h"
 #include "encryption/BlockFunction.h"
 
 namespace OrvWorkFlow::Core::Encryption::Md5 {
@@ -35,7 +35,7 @@ class LaneDigester {
   }
   LaneDigester(const LaneDigester&) = delete;
   LaneDigester& operator=(const LaneDigester&) = delete;
-  ~LaneDigester() { Wipe(addends_, sizeof addends_); }
+  ~LaneDigester() { Base::Wipe(addends_, sizeof addends_); }
 
   // From the words of the blocks to the words of their digests.
   [[gnu::always_inline]] void Digest(Word (&x)[4]) {
@@ -99,7 +99,7 @@ template <class Word>
   digester.Digest(words);
   Word::XorIntoBlocks(words, text);
   std::memcpy(blocks, text, count * kDigestSize);
-  Wipe(text, sizeof text);
+  Base::Wipe(text, sizeof text);
 }
 
 // Two words as one: the steps of one fill the waits of the other.

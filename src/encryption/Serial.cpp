@@ -2,7 +2,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "CoreObjects/Secret.h"
+#include "base/secret/Secret.h"
 #include "encryption/LaneFiles.h"
 #include "encryption/ScalarWord.h"
 
@@ -15,7 +15,7 @@ class SerialDigester {
   explicit SerialDigester(const PreparedKey& key) : key_(key) { std::memcpy(message_, key.message, sizeof message_); }
   SerialDigester(const SerialDigester&) = delete;
   SerialDigester& operator=(const SerialDigester&) = delete;
-  ~SerialDigester() { Wipe(message_, sizeof message_); }
+  ~SerialDigester() { Base::Wipe(message_, sizeof message_); }
 
   // From the words of a block to the words of its digest.
   [[gnu::always_inline]] void Digest(ScalarWord (&x)[4]) {

@@ -3,6 +3,8 @@
 #include <chrono>
 #include <utility>
 
+#include "base/lock/Mutex.h"
+
 namespace OrvWorkFlow::Core::FileSystem {
 namespace {
 
@@ -24,12 +26,12 @@ void AsyncWorker::ReleaseThread::operator()(OrvBase::Thread* thread) const noexc
 }
 
 AsyncWorker::StartResult AsyncWorker::Start(const std::shared_ptr<void>& owner, Call call) noexcept {
-  const std::scoped_lock lock(mutex_);
+  const Base::Hold lock(mutex_);
   if (in_progress_) return StartResult::InProgress;
   next_ = std::move(call);
   in_progress_ = true;
   if (running_) {
-    changed_.notify_all();
+    changed_.NotifyAll();
     return StartResult::Started;
   }
   bool started = false;
@@ -58,7 +60,7 @@ unsigned AsyncWorker::Procedure(void* worker) {
   auto* self = static_cast<AsyncWorker*>(worker);
   std::shared_ptr<void> owner;
   {
-    const std::scoped_lock lock(self->mutex_);
+    const Base::Hold lock(self->mutex_);
     owner = std::move(self->owner_);
     self->thread_id_ = std::this_thread::get_id();
   }
@@ -67,17 +69,16 @@ unsigned AsyncWorker::Procedure(void* worker) {
 }
 
 void AsyncWorker::Run() {
-  std::unique_lock lock(mutex_);
+  const Base::Hold lock(mutex_);
   while (true) {
-    changed_.wait(lock, [this] { return next_.has_value() || stopping_; });
+    while (!next_.has_value() && !stopping_) changed_.Wait(mutex_);
     if (!next_) break;
     const Call call = *std::exchange(next_, std::nullopt);
-    lock.unlock();
+    const Base::Released released(mutex_);
     Do(call);
-    lock.lock();
   }
   running_ = false;
-  changed_.notify_all();
+  changed_.NotifyAll();
 }
 
 void AsyncWorker::Do(const Call& call) {
@@ -87,7 +88,7 @@ void AsyncWorker::Do(const Call& call) {
   } catch (...) {  // Like a failure.
   }
   {
-    const std::scoped_lock lock(mutex_);
+    const Base::Hold lock(mutex_);
     in_progress_ = false;
   }
   try {
@@ -97,18 +98,17 @@ void AsyncWorker::Do(const Call& call) {
 }
 
 void AsyncWorker::Stop() noexcept {
-  std::unique_lock lock(mutex_);
-  stopping_ = true;
-  changed_.notify_all();
-  if (running_ && thread_id_ == std::this_thread::get_id()) {
-    const auto thread = std::move(thread_);  // The runtime lets it go on.
-    lock.unlock();
-    return;
+  std::unique_ptr<OrvBase::Thread, ReleaseThread> thread;
+  bool is_own = false;
+  {
+    const Base::Hold lock(mutex_);
+    stopping_ = true;
+    changed_.NotifyAll();
+    is_own = running_ && thread_id_ == std::this_thread::get_id();
+    while (!is_own && running_) changed_.Wait(mutex_);
+    thread = std::move(thread_);
   }
-  changed_.wait(lock, [this] { return !running_; });
-  const auto thread = std::move(thread_);
-  lock.unlock();
-  if (thread != nullptr) WaitUntilReturned(*thread);
+  if (thread != nullptr && !is_own) WaitUntilReturned(*thread);  // The runtime lets its own go on.
 }
 
 }  // namespace OrvWorkFlow::Core::FileSystem

@@ -1,14 +1,13 @@
 // The one thread on which an object does its asynchronous calls.
 #pragma once
 
-#include <condition_variable>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <thread>
 
 #include "OrvWorkFlow/OrvBase.h"
+#include "base/lock/Mutex.h"
 
 namespace OrvWorkFlow::Core::FileSystem {
 
@@ -43,19 +42,19 @@ class AsyncWorker {
   };
 
   static unsigned Procedure(void* worker);
-  bool StartThread(const std::shared_ptr<void>& owner);
+  bool StartThread(const std::shared_ptr<void>& owner) ORV_REQUIRES(mutex_);
   void Run();
   void Do(const Call& call);
 
-  std::mutex mutex_;  // Guards all; a leaf.
-  std::condition_variable changed_;
-  std::unique_ptr<OrvBase::Thread, ReleaseThread> thread_;
-  std::thread::id thread_id_;
-  std::shared_ptr<void> owner_;  // For the thread, until it has begun.
-  std::optional<Call> next_;
-  bool in_progress_ = false;
-  bool running_ = false;  // Started, and not behind its last look at `next_`.
-  bool stopping_ = false;
+  Base::Mutex mutex_;  // Guards all; a leaf.
+  Base::Condition changed_;
+  std::unique_ptr<OrvBase::Thread, ReleaseThread> thread_ ORV_GUARDED_BY(mutex_);
+  std::thread::id thread_id_ ORV_GUARDED_BY(mutex_);
+  std::shared_ptr<void> owner_ ORV_GUARDED_BY(mutex_);  // For the thread, until it has begun.
+  std::optional<Call> next_ ORV_GUARDED_BY(mutex_);
+  bool in_progress_ ORV_GUARDED_BY(mutex_) = false;
+  bool running_ ORV_GUARDED_BY(mutex_) = false;  // Started, and not behind its last look at `next_`.
+  bool stopping_ ORV_GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace OrvWorkFlow::Core::FileSystem

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "OrvWorkFlow/FileReasons.h"
+#include "base/lock/Mutex.h"
 
 namespace OrvWorkFlow::Core::FileSystem {
 namespace {
@@ -155,7 +156,7 @@ void FailureRecorder::TakeBack() noexcept {
 }
 
 bool FailureRecorder::Find(Record* record) const {
-  const std::scoped_lock lock(mutex_);
+  const Base::Hold lock(mutex_);
   const auto own = std::find_if(records_.begin(), records_.end(),
                                 [](const Record& one) { return one.thread == std::this_thread::get_id(); });
   if (own == records_.end()) return false;
@@ -178,7 +179,7 @@ void FailureRecorder::Keep(RunningCall& call) noexcept {
       }
     } catch (...) {  // Without memory the reason goes without its path.
     }
-    const std::scoped_lock lock(mutex_);
+    const Base::Hold lock(mutex_);
     auto place =
         std::find_if(records_.begin(), records_.end(), [&](const Record& one) { return one.thread == record.thread; });
     if (place == records_.end() && records_.size() < kMostRecords) {
@@ -197,7 +198,7 @@ void FailureRecorder::Keep(RunningCall& call) noexcept {
 
 void FailureRecorder::Forget() noexcept {
   if (!has_records_.load(std::memory_order_relaxed)) return;
-  const std::scoped_lock lock(mutex_);
+  const Base::Hold lock(mutex_);
   std::erase_if(records_, [](const Record& one) { return one.thread == std::this_thread::get_id(); });
 }
 

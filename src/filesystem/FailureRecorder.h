@@ -2,12 +2,12 @@
 #pragma once
 
 #include <atomic>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <variant>
 #include <vector>
 
+#include "base/lock/Mutex.h"
 #include "filesystem/ErrorHook.h"
 #include "platform/Platform.h"
 
@@ -101,9 +101,9 @@ class FailureRecorder final : public ErrorHook {
 
   System::Reasons& reasons_;
   ErrorHook& next_;
-  mutable std::mutex mutex_;  // Guards the records; a leaf.
-  std::vector<Record> records_;
-  std::size_t next_place_ = 0;
+  mutable Base::Mutex mutex_;  // Guards the records; a leaf.
+  std::vector<Record> records_ ORV_GUARDED_BY(mutex_);
+  std::size_t next_place_ ORV_GUARDED_BY(mutex_) = 0;
   std::atomic<bool> has_records_ = false;
 };
 

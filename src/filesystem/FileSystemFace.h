@@ -8,6 +8,7 @@
 #include <type_traits>
 
 #include "OrvWorkFlow/IFileSystem.h"
+#include "base/guard/Guarded.h"
 #include "filesystem/FileSystemCore.h"
 #include "platform/PathMemory.h"
 
@@ -135,7 +136,7 @@ class FileSystemFace : public FileSystemInterface<Char> {
     return Told("ReplaceFileBytes", path, [&] { return Files().ReplaceFileBytes(path, data, size); });
   }
   bool GetLastFailure(String* operation, String* path, String* reason) override {
-    return Guarded([&] { return Files().GetLastFailure(operation, path, reason); });
+    return Base::Guarded([&] { return Files().GetLastFailure(operation, path, reason); });
   }
   bool FlushWrites() override {
     return Told("FlushWrites", static_cast<const Char*>(nullptr), [&] { return Files().FlushWrites(); });
@@ -148,15 +149,6 @@ class FileSystemFace : public FileSystemInterface<Char> {
   ~FileSystemFace() = default;
 
   Operations<Char>& Files() { return core_->template For<Char>(); }
-
-  template <class Call>
-  static auto Guarded(const Call& call) noexcept -> decltype(call()) {
-    try {
-      return call();
-    } catch (...) {
-      return {};
-    }
-  }
 
   // Makes the call as `operation`, and keeps why it failed.
   template <class Call>

@@ -1,9 +1,9 @@
 // The mediator's access lock: re-entrant, from the host's runtime, and counted per thread.
 #pragma once
 
-#include "CoreObjects/RecursiveMutex.h"
-#include "CoreObjects/ThreadSafety.h"
 #include "OrvWorkFlow/OrvBase.h"
+#include "base/lock/RecursiveMutex.h"
+#include "base/lock/ThreadSafety.h"
 
 namespace OrvWorkFlow::Core::Mediator {
 
@@ -71,15 +71,15 @@ class ORV_CAPABILITY AccessLock {
  private:
   void Acquire();
   void GiveBack();
-  void AcquireBeginning() {
+  void AcquireBeginning() ORV_NO_THREAD_CHECK {
     if (mutex_ != nullptr) beginning_.lock();
   }
-  void GiveBackBeginning() {
+  void GiveBackBeginning() ORV_NO_THREAD_CHECK {
     if (mutex_ != nullptr) beginning_.unlock();
   }
 
   OrvBase::Mutex* const mutex_;
-  RecursiveMutex beginning_;
+  Base::RecursiveMutex beginning_;
 };
 
 }  // namespace OrvWorkFlow::Core::Mediator

@@ -6,12 +6,12 @@
 
 #include "CoreObjects/LazyObject.h"
 #include "CoreObjects/RunObserverSlot.h"
-#include "CoreObjects/ThreadSafety.h"
 #include "CoreObjects/Tracer.h"
 #include "OrvWorkFlow/IDictionary.h"
 #include "OrvWorkFlow/IFileSystem.h"
 #include "OrvWorkFlow/IHostApp.h"
 #include "OrvWorkFlow/IWorkFlowEngine.h"
+#include "base/lock/ThreadSafety.h"
 #include "signalmediator/AccessLock.h"
 #include "signalmediator/nodes/WorkNodeList.h"
 #include "signalmediator/signals/RebootSignals.h"

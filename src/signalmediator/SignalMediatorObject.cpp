@@ -5,6 +5,8 @@
 #include <string_view>
 
 #include "OrvWorkFlow/WorkflowSchema.h"
+#include "base/guard/Guarded.h"
+#include "base/lock/Mutex.h"
 #include "signalmediator/MediatorBox.h"
 #include "signalmediator/MediatorMessages.h"
 #include "signalmediator/MediatorState.h"
@@ -25,12 +27,10 @@ bool AreThere(const Pointers*... pointers) {
 // and when it throws.
 template <class Use>
 bool WithGlobalDictionary(const char* operation, Use use) noexcept {
-  try {
+  return Base::Guarded([&] {
     IDictionary* dictionary = MediatorContext::GlobalDictionary(operation);
     return dictionary != nullptr && use(*dictionary);
-  } catch (...) {
-    return false;
-  }
+  });
 }
 
 }  // namespace
@@ -52,7 +52,7 @@ void* CSignalMediator::QueryInterface(const char* interface_name) {
 
 void CSignalMediator::SetEncryptionKey(const char* key) {
   try {
-    const std::scoped_lock lock(key_mutex_);
+    const Base::Hold lock(key_mutex_);
     encryption_key_.Assign(key == nullptr ? "" : key);
   } catch (...) {  // Without memory there is none.
   }
@@ -79,7 +79,7 @@ bool CSignalMediator::GetNeededLocalUtilityObjects(IOrvPStringList* names) {
 
 bool CSignalMediator::LoadState(const char* /*path*/) {
   if (MediatorContext::GlobalDictionary() == nullptr) return true;
-  try {
+  return Base::Guarded([&] {
     const AccessLock::Hold hold(context_.access_lock);
     utility_objects_.LoadAll();
     node_loader_.Clear();
@@ -87,9 +87,7 @@ bool CSignalMediator::LoadState(const char* /*path*/) {
     utility_objects_.ObtainLogger();
     context_.tracer.Log(MediatorCategories::kLoadState, MediatorLines::kStateLoaded);
     return true;
-  } catch (...) {
-    return false;
-  }
+  });
 }
 
 bool CSignalMediator::SaveState(const char* /*path*/) {
@@ -180,13 +178,11 @@ bool CSignalMediator::DeleteAllUtilityObjectsAndWorknodesFromMemory() {
 
 bool CSignalMediator::Absorb(IDictionary* dictionary) {
   if (dictionary == nullptr) return false;
-  try {
+  return Base::Guarded([&] {
     const AccessLock::Hold hold(context_.access_lock);
     const bool objects_absorbed = utility_objects_.Absorb(*dictionary);
     return AbsorbWorkNodes(*dictionary) && objects_absorbed;
-  } catch (...) {
-    return false;
-  }
+  });
 }
 
 // The absorbed work nodes are loaded on their first signal, like all others.
@@ -200,12 +196,10 @@ bool CSignalMediator::AbsorbWorkNodes(IDictionary& absorbed) {
 
 bool CSignalMediator::KeepFromDeletion(const char* path) {
   if (path == nullptr || *path == '\0') return false;
-  try {
+  return Base::Guarded([&] {
     write_directories_.Keep(path);
     return true;
-  } catch (...) {
-    return false;
-  }
+  });
 }
 
 bool CSignalMediator::DeleteTemporaryData() {
@@ -217,15 +211,13 @@ bool CSignalMediator::DeleteTemporaryData() {
 }
 
 bool CSignalMediator::DeleteWriteDirectory(const char* directory) {
-  try {
+  return Base::Guarded([&] {
     IFileSystemA* file_system = context_.FileSystem();
     const std::string refusal = file_system == nullptr || directory == nullptr
                                     ? "there is no file system, or no directory"
                                     : write_directories_.Delete(*file_system, directory);
     return refusal.empty() || Fail(refusal.c_str());
-  } catch (...) {
-    return false;
-  }
+  });
 }
 
 bool CSignalMediator::SetRunObserver(IRunObserver* observer) {
@@ -248,21 +240,15 @@ bool CSignalMediator::GetStatistics(Statistics* statistics) {
 
 bool CSignalMediator::Report(IRunReport* report) {
   if (report == nullptr) return false;
-  try {
+  return Base::Guarded([&] {
     ReportNodes(delivery_.at_work(), context_.nodes, *report);
     return true;
-  } catch (...) {
-    return false;
-  }
+  });
 }
 
 bool CSignalMediator::GetInstantiatedWorknodesThatCallAbsorb(IOrvPStringList* definition_paths) {
   context_.tracer.Log(MediatorCategories::kCallAbsorb, MediatorLines::kBeginCallAbsorb);
-  try {
-    return ListAbsorbingNodes(context_.nodes, definition_paths);
-  } catch (...) {
-    return false;
-  }
+  return Base::Guarded([&] { return ListAbsorbingNodes(context_.nodes, definition_paths); });
 }
 
 }  // namespace OrvWorkFlow::Core::Mediator

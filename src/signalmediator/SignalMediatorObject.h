@@ -10,14 +10,13 @@
 // What the parts share is MediatorContext.
 #pragma once
 
-#include <mutex>
-
 #include "CoreObjects/BaseObject.h"
 #include "CoreObjects/ObjectCreator.h"
-#include "CoreObjects/Secret.h"
 #include "OrvWorkFlow/IHostApp.h"
 #include "OrvWorkFlow/ISignalMediator.h"
 #include "OrvWorkFlow/IWorkNode.h"
+#include "base/lock/Mutex.h"
+#include "base/secret/Secret.h"
 #include "signalmediator/MediatorContext.h"
 #include "signalmediator/nodes/NodeLoader.h"
 #include "signalmediator/nodes/WriteDirectories.h"
@@ -83,8 +82,8 @@ class CSignalMediator final : public BaseObject<CSignalMediator, ISignalMediator
   SignalRouter router_{context_, node_loader_, delivery_, *this};
   WriteDirectories write_directories_;
 
-  std::mutex key_mutex_;
-  SecretText encryption_key_;
+  Base::Mutex key_mutex_;
+  Base::SecretText encryption_key_ ORV_GUARDED_BY(key_mutex_);
 };
 
 using CSignalMediatorObjectCreator = ObjectCreator<CSignalMediator, ObjectNames::kSignalMediator>;

@@ -4,6 +4,8 @@
 #include <cstring>
 
 #include "OrvWorkFlow/WorkFlowFactory.h"
+#include "base/guard/Guarded.h"
+#include "base/lock/Mutex.h"
 
 namespace OrvWorkFlow::Core::UtilityStore {
 namespace {
@@ -17,14 +19,14 @@ constexpr std::size_t kFirstRoom = 10;
 class CUtilityStore::Progress {
  public:
   Progress(CUtilityStore& store, const char* name) : store_(store), thread_(std::this_thread::get_id()), name_(name) {
-    const std::scoped_lock lock(store_.mutex_);
+    const Base::Hold lock(store_.mutex_);
     if (Find() != store_.in_progress_.end()) return;
     store_.in_progress_.push_back({thread_, name_});
     entered_ = true;
   }
   ~Progress() {
     if (!entered_) return;
-    const std::scoped_lock lock(store_.mutex_);
+    const Base::Hold lock(store_.mutex_);
     store_.in_progress_.erase(Find());
   }
   Progress(const Progress&) = delete;
@@ -34,7 +36,7 @@ class CUtilityStore::Progress {
   bool entered() const { return entered_; }
 
  private:
-  std::vector<NameInProgress>::iterator Find() {
+  std::vector<NameInProgress>::iterator Find() ORV_REQUIRES(store_.mutex_) {
     return std::find_if(store_.in_progress_.begin(), store_.in_progress_.end(),
                         [this](const NameInProgress& entry) { return entry.thread == thread_ && entry.name == name_; });
   }
@@ -69,7 +71,7 @@ IBaseWorkFlowObject* CUtilityStore::GetUtilityObject(const char* name) {
     if (!progress.entered()) return nullptr;
     IFactoryObjectCreator* creator = nullptr;
     {
-      const std::scoped_lock lock(mutex_);
+      const Base::Hold lock(mutex_);
       creator = FindCreator(name);
     }
     if (creator == nullptr) return nullptr;
@@ -116,25 +118,23 @@ void CUtilityStore::MakeGlobalNeedsPresent(IBaseWorkFlowObject& object) {
 
 bool CUtilityStore::IsUtilityObjectPresent(const char* name) {
   if (name == nullptr) return false;
-  const std::scoped_lock lock(mutex_);
+  const Base::Hold lock(mutex_);
   return FindCreator(name) != nullptr;
 }
 
 bool CUtilityStore::AddUtilityObject(IBaseWorkFlowObject* object) {
   if (object == nullptr) return false;
-  try {
+  return Base::Guarded([&] {
     NamedObject entry;
     entry.object = object;
     entry.has_name = FetchText(entry.type_name, [object](IOrvPString* name) { return object->GetTypeName(name); });
-    const std::scoped_lock lock(mutex_);
+    const Base::Hold lock(mutex_);
     const bool held = std::any_of(objects_.begin(), objects_.end(),
                                   [object](const NamedObject& other) { return other.object == object; });
     if (held) return false;
     objects_.push_back(std::move(entry));
     return true;
-  } catch (...) {
-    return false;
-  }
+  });
 }
 
 bool CUtilityStore::AddUtilityObjectCreator(IFactoryObjectCreator* creator) {
@@ -143,7 +143,7 @@ bool CUtilityStore::AddUtilityObjectCreator(IFactoryObjectCreator* creator) {
     NamedCreator entry;
     entry.creator = creator;
     entry.has_name = FetchText(entry.name, [creator](IOrvPString* name) { return creator->GetObjectName(name); });
-    const std::scoped_lock lock(mutex_);
+    const Base::Hold lock(mutex_);
     creators_.push_back(std::move(entry));
   } catch (...) {  // Without memory the creator is not kept.
   }
@@ -153,7 +153,7 @@ bool CUtilityStore::AddUtilityObjectCreator(IFactoryObjectCreator* creator) {
 bool CUtilityStore::IsUtilityObjectHeld(const char* name) {
   if (name == nullptr) return false;
   const std::string_view wanted(name);
-  const std::scoped_lock lock(mutex_);
+  const Base::Hold lock(mutex_);
   return FindCreator(wanted) != nullptr || std::any_of(objects_.begin(), objects_.end(), [wanted](const auto& entry) {
            return entry.has_name && entry.type_name == wanted;
          });
@@ -161,19 +161,17 @@ bool CUtilityStore::IsUtilityObjectHeld(const char* name) {
 
 bool CUtilityStore::GetUtilityObjectNames(IOrvPStringList* names) {
   if (names == nullptr) return false;
-  try {
+  return Base::Guarded([&] {
     std::vector<std::string> known;
     {
-      const std::scoped_lock lock(mutex_);
+      const Base::Hold lock(mutex_);
       known.reserve(creators_.size());
       for (const NamedCreator& entry : creators_) {
         if (entry.has_name) known.push_back(entry.name);
       }
     }
     return AssignTexts(names, known);
-  } catch (...) {
-    return false;
-  }
+  });
 }
 
 }  // namespace OrvWorkFlow::Core::UtilityStore

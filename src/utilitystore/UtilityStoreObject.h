@@ -2,7 +2,6 @@
 // configures them.
 #pragma once
 
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -11,6 +10,7 @@
 #include "CoreObjects/BaseObject.h"
 #include "CoreObjects/ObjectCreator.h"
 #include "OrvWorkFlow/IUtilityStore.h"
+#include "base/lock/Mutex.h"
 
 namespace OrvWorkFlow::Core::UtilityStore {
 
@@ -52,14 +52,14 @@ class CUtilityStore final : public BaseObject<CUtilityStore, IUtilityStore> {
   class Progress;
 
   // The first creator of that name, or null. With the mutex held.
-  IFactoryObjectCreator* FindCreator(std::string_view name) const;
+  IFactoryObjectCreator* FindCreator(std::string_view name) const ORV_REQUIRES(mutex_);
   void Configure(IBaseWorkFlowObject& object) noexcept;
   void MakeGlobalNeedsPresent(IBaseWorkFlowObject& object);
 
-  std::mutex mutex_;
-  std::vector<NamedCreator> creators_;       // in the order of adding; names may repeat
-  std::vector<NamedObject> objects_;         // without duplicates
-  std::vector<NameInProgress> in_progress_;  // what each thread is making at this moment
+  Base::Mutex mutex_;
+  std::vector<NamedCreator> creators_ ORV_GUARDED_BY(mutex_);       // in the order of adding; names may repeat
+  std::vector<NamedObject> objects_ ORV_GUARDED_BY(mutex_);         // without duplicates
+  std::vector<NameInProgress> in_progress_ ORV_GUARDED_BY(mutex_);  // what each thread is making at this moment
 };
 
 using CUtilityStoreObjectCreator = ObjectCreator<CUtilityStore, ObjectNames::kUtilityStore>;

@@ -1,11 +1,11 @@
 #include "workflowengine/AbsorbTree.h"
+#include "base/dictionary/DictionaryReading.h"
 
 #include <algorithm>
 #include <new>
 #include <string_view>
 #include <utility>
 
-#include "CoreObjects/Marshalled.h"
 #include "OrvWorkFlow/WorkflowSchema.h"
 #include "workflowengine/Entries.h"
 
@@ -23,12 +23,7 @@ std::string TopPath() { return std::string(WorkflowSchema::kAbsorbTree) + Workfl
 
 // What is below `path`, and the entry itself, in pre-order. Throws std::bad_alloc when it is there and cannot be read.
 std::vector<TreeEntry> ReadTree(IDictionary& dictionary, const std::string& path) {
-  const Marshalled<IOrvPStringList> list;
-  std::vector<std::string> paths;
-  if (!list || !dictionary.EnumeratePaths(path.c_str(), list.get()) || !ReadTexts(list.get(), paths)) {
-    if (dictionary.Exists(path.c_str())) throw std::bad_alloc();
-    return {};
-  }
+  std::vector<std::string> paths = Base::PathsFrom(dictionary, path);
   std::vector<TreeEntry> tree;
   tree.reserve(paths.size());
   for (std::string& entry : paths) {

@@ -2,12 +2,13 @@
 #pragma once
 
 #include <algorithm>
-#include <condition_variable>
 #include <mutex>
 #include <string>
 #include <thread>
 #include <utility>
 #include <vector>
+
+#include "base/lock/Mutex.h"
 
 namespace OrvWorkFlow::Core::Engine {
 
@@ -40,11 +41,11 @@ class AbsorbTurns {
   // With `may_wait` it waits until no other thread absorbs the workflow. `name` must outlive the turn.
   Turn Begin(const std::string& name, bool may_wait) {
     const std::thread::id me = std::this_thread::get_id();
-    std::unique_lock lock(mutex_);
+    const Base::Hold lock(mutex_);
     if (std::find(running_.begin(), running_.end(), Running{name, me}) != running_.end()) {
       return Turn(*this, name, Kind::Within);
     }
-    if (may_wait) ended_.wait(lock, [&] { return !IsRunning(name); });
+    while (may_wait && IsRunning(name)) ended_.Wait(mutex_);
     const Kind kind = IsRunning(name) ? Kind::Beside : Kind::Alone;
     running_.emplace_back(name, me);
     return Turn(*this, name, kind);
@@ -53,20 +54,20 @@ class AbsorbTurns {
  private:
   using Running = std::pair<std::string, std::thread::id>;
 
-  bool IsRunning(const std::string& name) const {
+  bool IsRunning(const std::string& name) const ORV_REQUIRES(mutex_) {
     return std::any_of(running_.begin(), running_.end(), [&](const Running& running) { return running.first == name; });
   }
   void End(const std::string& name) noexcept {
-    const std::scoped_lock lock(mutex_);
+    const Base::Hold lock(mutex_);
     running_.erase(std::find_if(running_.begin(), running_.end(), [&](const Running& running) {
       return running.second == std::this_thread::get_id() && running.first == name;
     }));
-    ended_.notify_all();
+    ended_.NotifyAll();
   }
 
-  std::mutex mutex_;
-  std::condition_variable ended_;
-  std::vector<Running> running_;
+  Base::Mutex mutex_;
+  Base::Condition ended_;
+  std::vector<Running> running_ ORV_GUARDED_BY(mutex_);
 };
 
 }  // namespace OrvWorkFlow::Core::Engine

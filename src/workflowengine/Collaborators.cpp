@@ -1,6 +1,7 @@
 #include "workflowengine/Collaborators.h"
 
 #include "OrvWorkFlow/WorkFlowFactory.h"
+#include "base/lock/Mutex.h"
 
 namespace OrvWorkFlow::Core::Engine {
 
@@ -41,7 +42,7 @@ IHostApp* Collaborators::HostApp() noexcept { return host_app_.Get(store_.load()
 
 void Collaborators::SetKey(const char* key) noexcept {
   {
-    const std::scoped_lock lock(key_mutex_);
+    const Base::Hold lock(key_mutex_);
     key_is_lost_ = false;
     try {
       key_.Assign(key != nullptr ? key : "");
@@ -53,14 +54,14 @@ void Collaborators::SetKey(const char* key) noexcept {
   Mediator();
 }
 
-bool Collaborators::CopyKey(SecretText& key) const {
-  const std::scoped_lock lock(key_mutex_);
+bool Collaborators::CopyKey(Base::SecretText& key) const {
+  const Base::Hold lock(key_mutex_);
   if (!key_is_lost_) key.Assign(key_.view());
   return !key_is_lost_;
 }
 
 bool Collaborators::GiveKey(IBaseWorkFlowObject& object) const {
-  SecretText key;
+  Base::SecretText key;
   if (!CopyKey(key)) return false;
   object.SetEncryptionKey(key.c_str());
   return true;

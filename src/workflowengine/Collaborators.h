@@ -2,18 +2,18 @@
 #pragma once
 
 #include <atomic>
-#include <mutex>
 #include <string>
 
 #include "CoreObjects/CoreObjects.h"
 #include "CoreObjects/LazyObject.h"
-#include "CoreObjects/Secret.h"
 #include "CoreObjects/Tracer.h"
 #include "OrvWorkFlow/IDictionary.h"
 #include "OrvWorkFlow/IFileSystem.h"
 #include "OrvWorkFlow/IHostApp.h"
 #include "OrvWorkFlow/ISignalMediator.h"
 #include "OrvWorkFlow/IUtilityStore.h"
+#include "base/lock/Mutex.h"
+#include "base/secret/Secret.h"
 
 namespace OrvWorkFlow::Core::Engine {
 
@@ -42,7 +42,7 @@ class Collaborators {
   // no memory is lost.
   void SetKey(const char* key) noexcept;
   // False when the key was lost: nothing may be saved in plain text then. Throws without memory for the copy.
-  bool CopyKey(SecretText& key) const;
+  bool CopyKey(Base::SecretText& key) const;
   bool GiveKey(IBaseWorkFlowObject& object) const;
 
   // Looks for the logger while there is none. The store's is preferred to the global one.
@@ -72,9 +72,9 @@ class Collaborators {
   LazyObject<IFileSystemA> file_system_{FindOrder::GlobalFirst, ObjectNames::kFileSystem, InterfaceNames::kFileSystemA};
   LazyObject<IHostApp> host_app_{FindOrder::GlobalFirst, ObjectNames::kHostApp, InterfaceNames::kHostApp};
 
-  mutable std::mutex key_mutex_;
-  SecretText key_;
-  bool key_is_lost_ = false;
+  mutable Base::Mutex key_mutex_;
+  Base::SecretText key_ ORV_GUARDED_BY(key_mutex_);
+  bool key_is_lost_ ORV_GUARDED_BY(key_mutex_) = false;
   std::atomic<bool> key_is_new_ = false;
 };
 

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "CoreObjects/Marshalled.h"
+#include "base/lock/Mutex.h"
 
 namespace OrvWorkFlow::Core::Engine {
 namespace {
@@ -26,7 +27,7 @@ void FlowPaths::SetLoaded(const std::string& name, const std::string& file_path,
   for (const FlowRecord& record : records) {
     platform_paths.try_emplace(record.name, PlatformPath(record.file_path, file_system));
   }
-  const std::scoped_lock lock(mutex_);
+  const Base::Hold lock(mutex_);
   loaded_name_.swap(loaded_name);
   loaded_file_.swap(loaded_file);
   loaded_platform_path_.swap(loaded_platform_path);
@@ -38,7 +39,7 @@ bool FlowPaths::SetDefinition(const std::string& file_path, IFileSystemA* file_s
   std::string definition = PlatformPath(file_path, file_system);
   std::vector<FlowRecord> records;
   {
-    const std::scoped_lock lock(mutex_);
+    const Base::Hold lock(mutex_);
     if (loaded_file_.empty()) return false;
     loaded_platform_path_.swap(definition);
     records = records_;
@@ -46,7 +47,7 @@ bool FlowPaths::SetDefinition(const std::string& file_path, IFileSystemA* file_s
   // Translating asks for the paths that are known, so the mutex is free meanwhile.
   for (const FlowRecord& record : records) {
     std::string platform_path = PlatformPath(record.file_path, file_system);
-    const std::scoped_lock lock(mutex_);
+    const Base::Hold lock(mutex_);
     const auto known = platform_paths_.find(record.name);
     if (known != platform_paths_.end()) known->second.swap(platform_path);
   }
@@ -55,7 +56,7 @@ bool FlowPaths::SetDefinition(const std::string& file_path, IFileSystemA* file_s
 
 bool FlowPaths::Add(const FlowRecord& record, IFileSystemA* file_system) {
   std::string platform_path = PlatformPath(record.file_path, file_system);
-  const std::scoped_lock lock(mutex_);
+  const Base::Hold lock(mutex_);
   records_.push_back(record);
   try {
     if (platform_paths_.try_emplace(record.name, std::move(platform_path)).second) return true;
@@ -68,14 +69,14 @@ bool FlowPaths::Add(const FlowRecord& record, IFileSystemA* file_system) {
 }
 
 void FlowPaths::Remove(const std::string& name) {
-  const std::scoped_lock lock(mutex_);
+  const Base::Hold lock(mutex_);
   platform_paths_.erase(name);
   std::erase_if(records_, [&](const FlowRecord& record) { return record.name == name; });
 }
 
 bool FlowPaths::Find(const std::string& name, std::string& platform_path) const {
   if (name.empty()) return false;
-  const std::scoped_lock lock(mutex_);
+  const Base::Hold lock(mutex_);
   if (name == loaded_name_) {
     platform_path = loaded_platform_path_;
     return true;
@@ -87,12 +88,12 @@ bool FlowPaths::Find(const std::string& name, std::string& platform_path) const 
 }
 
 std::string FlowPaths::LoadedFile() const {
-  const std::scoped_lock lock(mutex_);
+  const Base::Hold lock(mutex_);
   return loaded_file_;
 }
 
 std::vector<FlowRecord> FlowPaths::Records() const {
-  const std::scoped_lock lock(mutex_);
+  const Base::Hold lock(mutex_);
   return records_;
 }
 

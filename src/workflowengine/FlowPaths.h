@@ -1,12 +1,12 @@
 // Where the definition files of the loaded workflow and of those that it absorbed are.
 #pragma once
 
-#include <mutex>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
 #include "OrvWorkFlow/IFileSystem.h"
+#include "base/lock/Mutex.h"
 #include "workflowengine/SavedState.h"
 
 namespace OrvWorkFlow::Core::Engine {
@@ -36,12 +36,13 @@ class FlowPaths {
   std::vector<FlowRecord> Records() const;
 
  private:
-  mutable std::mutex mutex_;
-  std::string loaded_file_;
-  std::vector<FlowRecord> records_;
-  std::string loaded_name_;
-  std::string loaded_platform_path_;
-  std::unordered_map<std::string, std::string> platform_paths_;  // of the records, by name; the first of a name
+  mutable Base::Mutex mutex_;
+  std::string loaded_file_ ORV_GUARDED_BY(mutex_);
+  std::vector<FlowRecord> records_ ORV_GUARDED_BY(mutex_);
+  std::string loaded_name_ ORV_GUARDED_BY(mutex_);
+  std::string loaded_platform_path_ ORV_GUARDED_BY(mutex_);
+  std::unordered_map<std::string, std::string> platform_paths_
+      ORV_GUARDED_BY(mutex_);  // of the records, by name; the first of a name
 };
 
 }  // namespace OrvWorkFlow::Core::Engine

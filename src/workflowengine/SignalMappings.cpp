@@ -1,11 +1,11 @@
 #include "workflowengine/SignalMappings.h"
 
 #include <cstring>
-#include <mutex>
 #include <utility>
 
 #include "CoreObjects/Marshalled.h"
 #include "OrvWorkFlow/WorkflowSchema.h"
+#include "base/lock/Mutex.h"
 #include "workflowengine/Entries.h"
 
 namespace OrvWorkFlow::Core::Engine {
@@ -89,7 +89,7 @@ std::string MappingPath(const SignalName& sender, const std::string& child) {
 bool MappingAdder::Add(const SignalName& sender, const SignalName& receiver) {
   const std::string maps_path = MapsPath(sender);
   const std::string value = MappingValue(receiver);
-  const std::scoped_lock lock(mutex_);
+  const Base::Hold lock(mutex_);
   const WatchedState before = dictionary_.Get();
   if (before.dictionary == nullptr) return false;
   const std::uint64_t number = FindFree(before, maps_path);

@@ -10,11 +10,11 @@
 #include <unordered_map>
 #include <vector>
 
-#include "CoreObjects/RecursiveMutex.h"
 #include "CoreObjects/TextHash.h"
 #include "CoreObjects/WatchedGlobalDictionary.h"
 #include "OrvWorkFlow/IDictionary.h"
 #include "OrvWorkFlow/WorkflowSchema.h"
+#include "base/lock/RecursiveMutex.h"
 #include "workflowengine/SignalQueue.h"
 
 namespace OrvWorkFlow::Core::Engine {
@@ -58,7 +58,7 @@ class MappingAdder {
   std::uint64_t FindFree(const WatchedState& state, const std::string& maps_path);
   void Remember(const WatchedState& state, const std::string& maps_path, std::uint64_t next);
 
-  RecursiveMutex mutex_;  // before the dictionary's; a listener of the dictionary may add mappings
+  Base::RecursiveMutex mutex_;  // before the dictionary's; a listener of the dictionary may add mappings
   MappingsDictionary dictionary_;
   WatchedState state_;  // in which `next_` holds
   std::unordered_map<std::string, std::uint64_t> next_;

@@ -5,6 +5,8 @@
 #include <initializer_list>
 
 #include "CoreObjects/ErrorBox.h"
+#include "base/guard/Guarded.h"
+#include "base/lock/Mutex.h"
 #include "workflowengine/EngineMessages.h"
 #include "workflowengine/Pump.h"
 
@@ -59,12 +61,10 @@ bool CWorkFlowEngine::AddSignalMapping(const char* sender_type, const char* send
   if (AnyNull({sender_type, sender_instance, outgoing_signal, receiver_type, receiver_instance, incoming_signal})) {
     return false;
   }
-  try {
+  return Base::Guarded([&] {
     return mapping_adder_.Add({sender_type, sender_instance, outgoing_signal},
                               {receiver_type, receiver_instance, incoming_signal});
-  } catch (...) {
-    return false;
-  }
+  });
 }
 
 bool CWorkFlowEngine::RemoveSignalMapping(const char* sender_type, const char* sender_instance,
@@ -74,13 +74,11 @@ bool CWorkFlowEngine::RemoveSignalMapping(const char* sender_type, const char* s
   if (AnyNull({sender_type, sender_instance, outgoing_signal, receiver_type, receiver_instance, incoming_signal})) {
     return false;
   }
-  try {
+  return Base::Guarded([&] {
     IDictionary* dictionary = Collaborators::Dictionary();
     return dictionary != nullptr && RemoveMapping(*dictionary, {sender_type, sender_instance, outgoing_signal},
                                                   {receiver_type, receiver_instance, incoming_signal});
-  } catch (...) {
-    return false;
-  }
+  });
 }
 
 bool CWorkFlowEngine::GetSignalMappings(const char* /*sender_type*/, const char* /*sender_instance*/,
@@ -90,38 +88,32 @@ bool CWorkFlowEngine::GetSignalMappings(const char* /*sender_type*/, const char*
 }
 
 bool CWorkFlowEngine::RemoveAllSignalMappings() {
-  try {
+  return Base::Guarded([&] {
     if (IDictionary* dictionary = Collaborators::Dictionary()) RemoveAllMappings(*dictionary);
     return true;
-  } catch (...) {
-    return false;
-  }
+  });
 }
 
 bool CWorkFlowEngine::OutputSignal(const char* sender_type, const char* sender_instance, const char* outgoing_signal) {
   if (sender_type == nullptr || sender_instance == nullptr || outgoing_signal == nullptr) return false;
-  try {
+  return Base::Guarded([&] {
     Others().FindLogger();
     return core_->OutputSignal({sender_type, sender_instance, outgoing_signal});
-  } catch (...) {
-    return false;
-  }
+  });
 }
 
 bool CWorkFlowEngine::SetStartSignal(const char* receiver_type, const char* receiver_instance,
                                      const char* incoming_signal) {
-  try {
+  return Base::Guarded([&] {
     StartSignal signal{OrEmpty(receiver_type), OrEmpty(receiver_instance), OrEmpty(incoming_signal)};
-    const std::scoped_lock lock(texts_mutex_);
+    const Base::Hold lock(texts_mutex_);
     start_signal_ = std::move(signal);
     return true;
-  } catch (...) {
-    return false;
-  }
+  });
 }
 
 bool CWorkFlowEngine::StartFlowing() {
-  try {
+  return Base::Guarded([&] {
     Others().FindLogger();
     if (ISignalMediator* mediator = Others().Mediator()) mediator->FireRebootSignals();
     PrepareQueue();
@@ -130,9 +122,7 @@ bool CWorkFlowEngine::StartFlowing() {
       IFileSystemA* file_system = Others().FileSystem();
       if (!marker.empty() && file_system != nullptr) file_system->MakeFile(marker.c_str());
     });
-  } catch (...) {
-    return false;
-  }
+  });
 }
 
 // Queues the start signal, once for each time that it was set.
@@ -140,7 +130,7 @@ void CWorkFlowEngine::PrepareQueue() {
   const EngineLock lock = core_->Lock();
   core_->MapInbox(lock);
   core_->ForgetMappings(lock);
-  const std::scoped_lock texts(texts_mutex_);
+  const Base::Hold texts(texts_mutex_);
   if (start_signal_.type.empty()) return;
   core_->Append(lock, QueueEntry({"", "", "", start_signal_.type, start_signal_.instance, start_signal_.signal}));
   start_signal_.type.clear();
@@ -159,41 +149,32 @@ bool CWorkFlowEngine::StopFlowing() {
 }
 
 bool CWorkFlowEngine::DeleteTemporaryData() {
-  try {
+  return Base::Guarded([&] {
     ISignalMediator* mediator = Others().Mediator();
     return mediator != nullptr && mediator->DeleteTemporaryData();
-  } catch (...) {
-    return false;
-  }
+  });
 }
 
 bool CWorkFlowEngine::GetWorkFlowFilePath(const char* workflow_name, IOrvPString* path) {
   if (workflow_name == nullptr || path == nullptr) return false;
-  try {
+  return Base::Guarded([&] {
     std::string platform_path;
     return flow_paths_.Find(workflow_name, platform_path) && AssignText(path, platform_path);
-  } catch (...) {
-    return false;
-  }
+  });
 }
 
 bool CWorkFlowEngine::SetWorkFlowFilePath(const char* path) {
   if (path == nullptr || *path == '\0') return false;
-  try {
-    return flow_paths_.SetDefinition(path, Others().FileSystem());
-  } catch (...) {
-    return false;
-  }
+  return Base::Guarded([&] { return flow_paths_.SetDefinition(path, Others().FileSystem()); });
 }
 
 bool CWorkFlowEngine::SetRunObserver(IRunObserver* observer) {
-  try {
+  // The host's mutex failed.
+  return Base::Guarded([&] {
     const EngineLock lock = core_->Lock();
     core_->SetObserver(lock, observer);
     return true;
-  } catch (...) {  // The host's mutex failed.
-    return false;
-  }
+  });
 }
 
 bool CWorkFlowEngine::SetHandOverLimit(std::uint32_t limit) {
@@ -207,11 +188,7 @@ bool CWorkFlowEngine::SetHandOverLimit(std::uint32_t limit) {
 
 bool CWorkFlowEngine::ReportQueue(IRunReport* report, std::uint32_t most) {
   if (report == nullptr) return false;
-  try {
-    return core_->Report(*report, most);
-  } catch (...) {
-    return false;
-  }
+  return Base::Guarded([&] { return core_->Report(*report, most); });
 }
 
 bool CWorkFlowEngine::GetQueueState(QueueState* state) {

@@ -4,14 +4,14 @@
 
 #include <atomic>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
 #include "CoreObjects/BaseObject.h"
 #include "CoreObjects/ObjectCreator.h"
-#include "CoreObjects/RecursiveMutex.h"
 #include "OrvWorkFlow/IWorkFlowEngine.h"
+#include "base/lock/Mutex.h"
+#include "base/lock/RecursiveMutex.h"
 #include "workflowengine/AbsorbTree.h"
 #include "workflowengine/AbsorbTurns.h"
 #include "workflowengine/EngineCore.h"
@@ -93,15 +93,15 @@ class CWorkFlowEngine final : public BaseObject<CWorkFlowEngine, IWorkFlowEngine
   FlowPaths flow_paths_;
   MappingAdder mapping_adder_;
   AbsorbTurns absorb_turns_;
-  RecursiveMutex absorb_tree_mutex_;  // before the dictionary's; a listener of the dictionary may absorb
-  AbsorbTree absorb_tree_;            // guarded by that
-  std::mutex definition_mutex_;       // held while a workflow file is read; before the dictionary's
+  Base::RecursiveMutex absorb_tree_mutex_;  // before the dictionary's; a listener of the dictionary may absorb
+  AbsorbTree absorb_tree_;                  // guarded by that
+  Base::Mutex definition_mutex_;            // held while a workflow file is read; before the dictionary's
 
   std::atomic<bool> keeps_temporary_data_ = false;
 
-  std::mutex texts_mutex_;  // leaf
-  StartSignal start_signal_;
-  std::string write_directory_;  // holds the marker of a running workflow
+  Base::Mutex texts_mutex_;  // leaf
+  StartSignal start_signal_ ORV_GUARDED_BY(texts_mutex_);
+  std::string write_directory_ ORV_GUARDED_BY(texts_mutex_);  // holds the marker of a running workflow
 };
 
 using CWorkFlowEngineObjectCreator = ObjectCreator<CWorkFlowEngine, ObjectNames::kWorkFlowEngine>;

@@ -2,6 +2,8 @@
 // workflow.
 #include "CoreObjects/ErrorBox.h"
 #include "OrvWorkFlow/WorkflowSchema.h"
+#include "base/guard/Guarded.h"
+#include "base/lock/Mutex.h"
 #include "workflowengine/AbsorbTree.h"
 #include "workflowengine/EngineMessages.h"
 #include "workflowengine/Entries.h"
@@ -24,27 +26,25 @@ void CWorkFlowEngine::SetWriteDirectory(const char* directory) {
 
 void CWorkFlowEngine::TakeWriteDirectory(std::string directory) {
   if (directory.empty()) return;  // An empty one never replaces the one that is known.
-  const std::scoped_lock lock(texts_mutex_);
+  const Base::Hold lock(texts_mutex_);
   write_directory_ = std::move(directory);
 }
 
 // "" without a write directory: nothing may ever land in a root.
 std::string CWorkFlowEngine::InWriteDirectory(const char* file_name) {
-  const std::scoped_lock lock(texts_mutex_);
+  const Base::Hold lock(texts_mutex_);
   return write_directory_.empty() ? std::string() : write_directory_ + "/" + file_name;
 }
 
 bool CWorkFlowEngine::LoadState(const char* path) {
-  try {
+  return Base::Guarded([&] {
     Others().FindLogger();
     if (Others().Mediator() == nullptr) return Fail(EngineErrors::kNoMediator);
     IDictionary* dictionary = Collaborators::Dictionary();
     if (dictionary == nullptr) return Fail(EngineErrors::kNoDictionary);
     const std::string file = path != nullptr && *path != '\0' ? path : flow_paths_.LoadedFile();
     return file.empty() ? Fail(EngineErrors::kInvalidParameter) : Load(*dictionary, file);
-  } catch (...) {
-    return false;
-  }
+  });
 }
 
 bool CWorkFlowEngine::Load(IDictionary& dictionary, const std::string& path) {
@@ -71,7 +71,7 @@ bool CWorkFlowEngine::Load(IDictionary& dictionary, const std::string& path) {
   core_->Log(EngineCategories::kLoadState, EngineLines::kLoadStartSignal);
   StartSignal start_signal = ReadStartSignal(dictionary);
   {
-    const std::scoped_lock lock(texts_mutex_);
+    const Base::Hold lock(texts_mutex_);
     start_signal_ = std::move(start_signal);
   }
   flow_paths_.SetLoaded(name, path, ReadFlowRecords(dictionary), Others().FileSystem());
@@ -132,7 +132,7 @@ bool CWorkFlowEngine::Save(const std::string& path, std::string& marker) {
   if (!WriteState(*dictionary)) return Fail(EngineErrors::kNotSaved);
 
   {
-    SecretText key;
+    Base::SecretText key;
     if (!Others().CopyKey(key)) return Fail(EngineErrors::kKeyLost);
     if (!key.empty()) dictionary->SetEncryptionKey(key.c_str());
   }
@@ -160,7 +160,7 @@ bool CWorkFlowEngine::WriteState(IDictionary& dictionary) {
   }
   StartSignal start_signal;
   {
-    const std::scoped_lock lock(texts_mutex_);
+    const Base::Hold lock(texts_mutex_);
     start_signal = start_signal_;
   }
   return WriteQueue(dictionary, entries) && WriteStartSignal(dictionary, start_signal) &&

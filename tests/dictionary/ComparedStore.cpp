@@ -6,7 +6,7 @@
 #include "DictionaryTesting.h"
 #include "dictionary/values/AttributeText.h"
 #include "dictionary/values/ValueText.h"
-#include "tests/CoreObjects/SlowBase64.h"
+#include "tests/base/SlowBase64.h"
 #include "tests/support/MarshalledTexts.h"
 
 namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting {
@@ -127,8 +127,8 @@ bool ComparedStore::WriteValue(char operation, const std::string& path, std::str
       is_expected = model_.SetText(path, "str", text);
       break;
     case 'u':
-      is_set = real_.SetValue(p, FromUtf8(text).c_str());
-      is_expected = model_.SetText(path, "UStr", ToUtf8(FromUtf8(text)));
+      is_set = real_.SetValue(p, Base::FromUtf8(text).c_str());
+      is_expected = model_.SetText(path, "UStr", Base::ToUtf8(Base::FromUtf8(text)));
       break;
     case 'i':
       is_set = real_.SetValue(p, ToNumber(text));
@@ -211,7 +211,7 @@ void ComparedStore::ReadValues(const std::string& path) {
   const std::string wide_text = text_of(ValueType::WideString);
   const orv_test::WString wide;
   RequireSame(real_.GetValue(p, wide.out()), wide_text != kFailed, "the presence of a wide text", path);
-  if (wide_text != kFailed) RequireSame(wide.str(), FromUtf8(wide_text), "wide text", path);
+  if (wide_text != kFailed) RequireSame(wide.str(), Base::FromUtf8(wide_text), "wide text", path);
   const std::string integer_text = text_of(ValueType::Integer);
   std::int32_t integer = 0;
   RequireSame(real_.GetValue(p, &integer), integer_text != kFailed, "the presence of an integer", path);

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "base/dictionary/ValueTags.h"
 #include "dictionary/tree/EntryPath.h"
 #include "dictionary/values/AttributeText.h"
 #include "dictionary/values/ValueText.h"
@@ -117,21 +118,21 @@ TEST(ValueTypes, EachTypeHasItsTag) {
   const char* const tags[] = {"str",     "UStr",    "int",        "dbl",     "Bool",   "strlist",
                               "UStrLst", "intlist", "doublelist", "BoolLst", "Binary", "Nil"};
   for (int code = 0; code <= 11; ++code) {
-    EXPECT_EQ(TagOf(static_cast<ValueType>(code)), tags[code]);
-    EXPECT_EQ(TypeOfTag(tags[code]), static_cast<ValueType>(code));
+    EXPECT_EQ(Base::TagOf(static_cast<ValueType>(code)), tags[code]);
+    EXPECT_EQ(Base::TypeOfTag(tags[code]), static_cast<ValueType>(code));
   }
 }
 
 TEST(ValueTypes, OlderSpellingsAreReadAndCaseMatters) {
-  EXPECT_EQ(TypeOfTag("Str"), ValueType::String);
-  EXPECT_EQ(TypeOfTag("Int"), ValueType::Integer);
-  EXPECT_EQ(TypeOfTag("Dbl"), ValueType::Double);
-  EXPECT_EQ(TypeOfTag("StrLst"), ValueType::StringList);
-  EXPECT_EQ(TypeOfTag("IntLst"), ValueType::IntegerList);
-  EXPECT_EQ(TypeOfTag("DblLst"), ValueType::DoubleList);
+  EXPECT_EQ(Base::TypeOfTag("Str"), ValueType::String);
+  EXPECT_EQ(Base::TypeOfTag("Int"), ValueType::Integer);
+  EXPECT_EQ(Base::TypeOfTag("Dbl"), ValueType::Double);
+  EXPECT_EQ(Base::TypeOfTag("StrLst"), ValueType::StringList);
+  EXPECT_EQ(Base::TypeOfTag("IntLst"), ValueType::IntegerList);
+  EXPECT_EQ(Base::TypeOfTag("DblLst"), ValueType::DoubleList);
   for (const char* tag :
        {"", "bool", "BOOL", "boolean", "Ustr", "ustr", "dblLst", "STR", "INT", "int ", "nil", "Nul"}) {
-    EXPECT_EQ(TypeOfTag(tag), ValueType::Nil) << tag;
+    EXPECT_EQ(Base::TypeOfTag(tag), ValueType::Nil) << tag;
   }
 }
 
@@ -247,9 +248,9 @@ TEST(ValueText, DoublesReadTheLongestNumberAtTheBeginning) {
 }
 
 TEST(ValueText, WideTextsAreUtf8) {
-  EXPECT_EQ(ToUtf8(u"aä€"), "a\xC3\xA4\xE2\x82\xAC");
-  EXPECT_EQ(ToUtf8(u"\U0001F600"), "\xF0\x9F\x98\x80");
-  EXPECT_EQ(FromUtf8("a\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80"), u"aä€\U0001F600");
+  EXPECT_EQ(Base::ToUtf8(u"aä€"), "a\xC3\xA4\xE2\x82\xAC");
+  EXPECT_EQ(Base::ToUtf8(u"\U0001F600"), "\xF0\x9F\x98\x80");
+  EXPECT_EQ(Base::FromUtf8("a\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80"), u"aä€\U0001F600");
   for (char32_t code = 1; code < 0x110000; code += code < 0x3000 ? 1 : 251) {
     if (code >= 0xD800 && code < 0xE000) continue;
     std::u16string wide;
@@ -258,7 +259,7 @@ TEST(ValueText, WideTextsAreUtf8) {
     } else {
       wide = {static_cast<char16_t>(0xD800 + ((code - 0x10000) >> 10)), static_cast<char16_t>(0xDC00 + (code & 0x3FF))};
     }
-    ASSERT_EQ(FromUtf8(ToUtf8(wide)), wide) << static_cast<std::uint32_t>(code);
+    ASSERT_EQ(Base::FromUtf8(Base::ToUtf8(wide)), wide) << static_cast<std::uint32_t>(code);
   }
 }
 
@@ -266,21 +267,21 @@ TEST(ValueText, HalfASurrogatePairBecomesTheReplacementCharacter) {
   const std::string replacement = "\xEF\xBF\xBD";
   const char16_t high = 0xD83D;
   const char16_t low = 0xDE00;
-  EXPECT_EQ(ToUtf8(std::u16string{u'a', high}), "a" + replacement);
-  EXPECT_EQ(ToUtf8(std::u16string{low, u'a'}), replacement + "a");
-  EXPECT_EQ(ToUtf8(std::u16string{low, high}), replacement + replacement);
-  EXPECT_EQ(ToUtf8(std::u16string{high, high, low}), replacement + "\xF0\x9F\x98\x80");
+  EXPECT_EQ(Base::ToUtf8(std::u16string{u'a', high}), "a" + replacement);
+  EXPECT_EQ(Base::ToUtf8(std::u16string{low, u'a'}), replacement + "a");
+  EXPECT_EQ(Base::ToUtf8(std::u16string{low, high}), replacement + replacement);
+  EXPECT_EQ(Base::ToUtf8(std::u16string{high, high, low}), replacement + "\xF0\x9F\x98\x80");
 }
 
 TEST(ValueText, MalformedUtf8BecomesTheReplacementCharacter) {
-  EXPECT_EQ(FromUtf8("a\x80z"), u"a\uFFFDz");
-  EXPECT_EQ(FromUtf8("\xC3"), u"\uFFFD");
-  EXPECT_EQ(FromUtf8("\xC0\xAF"), u"\uFFFD\uFFFD");
-  EXPECT_EQ(FromUtf8("\xE2\x82z"), u"\uFFFDz");
-  EXPECT_EQ(FromUtf8("\xED\xA0\x80"), u"\uFFFD\uFFFD\uFFFD");
-  EXPECT_EQ(FromUtf8("\xF4\x90\x80\x80"), u"\uFFFD\uFFFD\uFFFD\uFFFD");
-  EXPECT_EQ(FromUtf8("\xF0\x9F\x98z"), u"\uFFFDz");
-  EXPECT_EQ(FromUtf8("\xFF\xFE"), u"\uFFFD\uFFFD");
+  EXPECT_EQ(Base::FromUtf8("a\x80z"), u"a\uFFFDz");
+  EXPECT_EQ(Base::FromUtf8("\xC3"), u"\uFFFD");
+  EXPECT_EQ(Base::FromUtf8("\xC0\xAF"), u"\uFFFD\uFFFD");
+  EXPECT_EQ(Base::FromUtf8("\xE2\x82z"), u"\uFFFDz");
+  EXPECT_EQ(Base::FromUtf8("\xED\xA0\x80"), u"\uFFFD\uFFFD\uFFFD");
+  EXPECT_EQ(Base::FromUtf8("\xF4\x90\x80\x80"), u"\uFFFD\uFFFD\uFFFD\uFFFD");
+  EXPECT_EQ(Base::FromUtf8("\xF0\x9F\x98z"), u"\uFFFDz");
+  EXPECT_EQ(Base::FromUtf8("\xFF\xFE"), u"\uFFFD\uFFFD");
 }
 
 std::string Text(std::string_view text) { return Unescape(text, UnescapeMode::Text); }

@@ -7,8 +7,8 @@
 #include <random>
 #include <vector>
 
-#include "CoreObjects/Base64.h"
 #include "SlowCipher.h"
+#include "base/text/Base64.h"
 #include "tests/support/MarshalledTexts.h"
 
 namespace OrvWorkFlow::Core::Encryption::EncryptionTesting {
@@ -99,7 +99,7 @@ TEST_F(EncryptionTest, AFormHasTheCipherBlocksInBase64) {
     std::string text;
     for (std::size_t i = 0; i < length; ++i) text += static_cast<char>(1 + random() % 255);
     const std::string blocks = SlowEncipher(Padded(text), kKey, "", SlowMd5);
-    std::string form = EncodeBase64(blocks);
+    std::string form = Base::EncodeBase64(blocks);
     if (length <= 16) form.pop_back();
     EXPECT_EQ(Encrypt(text), form);
     EXPECT_EQ(Decrypt(form), text);
@@ -160,7 +160,7 @@ TEST_F(EncryptionTest, ATextOfNoWholeBlocksIsDecipheredAsFarAsItGoes) {
   const std::string blocks = SlowEncipher(Padded(text), kKey, "", SlowMd5);
   for (std::size_t size = 0; size <= blocks.size(); ++size) {
     const std::string expected = text.substr(0, size);
-    EXPECT_EQ(Decrypt(EncodeBase64(blocks.substr(0, size))), expected);
+    EXPECT_EQ(Decrypt(Base::EncodeBase64(blocks.substr(0, size))), expected);
     const Stream stream(blocks.substr(0, size));
     PString back;
     ASSERT_TRUE(object_.DecryptStream(stream.out(), kKey, back.out()));

@@ -1,5 +1,7 @@
 #include "dictionary/file/DictionaryFile.h"
 
+#include "base/lock/Mutex.h"
+
 namespace OrvWorkFlow::Core::Dictionary {
 namespace {
 
@@ -17,17 +19,17 @@ std::string Join(std::string_view directory, std::string_view name) {
 }  // namespace
 
 void DictionaryFile::ResetSearchDirectories() {
-  const std::scoped_lock lock(mutex_);
+  const Base::Hold lock(mutex_);
   search_directories_.clear();
 }
 
 void DictionaryFile::AddSearchDirectory(std::string_view directory) {
-  const std::scoped_lock lock(mutex_);
+  const Base::Hold lock(mutex_);
   search_directories_.emplace_back(directory);
 }
 
 void DictionaryFile::SetWriteDirectory(std::string_view directory) {
-  const std::scoped_lock lock(mutex_);
+  const Base::Hold lock(mutex_);
   write_directory_ = directory;
 }
 
@@ -35,13 +37,13 @@ std::string DictionaryFile::FindForLoading(IFileSystemA& file_system, std::strin
   if (!IsBareName(name)) return std::string(name);
   std::vector<std::string> directories;
   {
-    const std::scoped_lock lock(mutex_);
+    const Base::Hold lock(mutex_);
     directories = search_directories_;
   }
   for (std::string& directory : directories) {
     std::string candidate = Join(directory, name);
     if (!file_system.FileExists(candidate.c_str())) continue;
-    const std::scoped_lock lock(mutex_);
+    const Base::Hold lock(mutex_);
     found_directory_ = std::move(directory);
     return candidate;
   }
@@ -50,7 +52,7 @@ std::string DictionaryFile::FindForLoading(IFileSystemA& file_system, std::strin
 
 std::string DictionaryFile::NameForSaving(std::string_view name) {
   if (!IsBareName(name)) return std::string(name);
-  const std::scoped_lock lock(mutex_);
+  const Base::Hold lock(mutex_);
   const std::string& directory = found_directory_.empty() ? write_directory_ : found_directory_;
   return directory.empty() ? std::string(name) : Join(directory, name);
 }

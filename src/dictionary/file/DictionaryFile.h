@@ -1,12 +1,12 @@
 // Where a dictionary's files lie: search directories, write directory, and how a bare name is joined with them.
 #pragma once
 
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "OrvWorkFlow/IFileSystem.h"
+#include "base/lock/Mutex.h"
 
 namespace OrvWorkFlow::Core::Dictionary {
 
@@ -27,11 +27,10 @@ class DictionaryFile {
   std::string NameForSaving(std::string_view name);
 
  private:
-  std::mutex mutex_;
-  // Guarded by mutex_.
-  std::vector<std::string> search_directories_;
-  std::string write_directory_;
-  std::string found_directory_;
+  Base::Mutex mutex_;
+  std::vector<std::string> search_directories_ ORV_GUARDED_BY(mutex_);
+  std::string write_directory_ ORV_GUARDED_BY(mutex_);
+  std::string found_directory_ ORV_GUARDED_BY(mutex_);
 };
 
 }  // namespace OrvWorkFlow::Core::Dictionary

@@ -4,8 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "CoreObjects/Base64.h"
 #include "CoreObjects/Marshalled.h"
+#include "base/lock/Mutex.h"
+#include "base/text/Base64.h"
 #include "dictionary/file/LoadedBytes.h"
 
 namespace OrvWorkFlow::Core::Dictionary {
@@ -85,7 +86,7 @@ class PlainText final : public IOrvPString {
   void Release() noexcept override {}
 
  private:
-  SecretText text_;
+  Base::SecretText text_;
 };
 
 // As ReadPlainFile. False also when there was no copy to read.
@@ -98,7 +99,7 @@ bool ReadCopy(IFileSystemA& file_system, const char* path, FileText& content) {
 }  // namespace
 
 bool IsEnciphered(std::string_view content) {
-  const std::optional<std::size_t> size = CleanBase64Size(content);
+  const std::optional<std::size_t> size = Base::CleanBase64Size(content);
   return size.has_value() && *size > 0 && *size % kCipherBlock == 0;
 }
 
@@ -109,7 +110,7 @@ bool IsBrokenEnciphered(std::string_view content) {
 }
 
 void EncryptionKey::Set(const char* key) noexcept {
-  const std::scoped_lock lock(mutex_);
+  const Base::Hold lock(mutex_);
   is_lost_ = false;
   try {
     key_.Assign(key == nullptr ? "" : key);
@@ -118,8 +119,8 @@ void EncryptionKey::Set(const char* key) noexcept {
   }
 }
 
-bool EncryptionKey::Copy(SecretText& key) {
-  const std::scoped_lock lock(mutex_);
+bool EncryptionKey::Copy(Base::SecretText& key) {
+  const Base::Hold lock(mutex_);
   key.Assign(key_.view());
   return !is_lost_;
 }
@@ -134,8 +135,8 @@ bool ReadPlainFile(IFileSystemA& file_system, const char* path, FileText& conten
   return true;
 }
 
-bool ReadEncipheredFile(IFileSystemA& file_system, IEncryption& encryption, const char* path, const SecretText& key,
-                        FileText& content, FileOutcome& outcome) {
+bool ReadEncipheredFile(IFileSystemA& file_system, IEncryption& encryption, const char* path,
+                        const Base::SecretText& key, FileText& content, FileOutcome& outcome) {
   if (!ReadCopy(file_system, path, content) && !ReadPlainFile(file_system, path, content, outcome)) return false;
   outcome.report.plain_under_key = !IsEnciphered(content.text);
   if (outcome.report.plain_under_key) return true;
@@ -154,8 +155,8 @@ bool ReplaceFile(IFileSystemA& file_system, const char* path, std::string_view b
   return outcome.FailFor(FileFailure::CannotWrite, file_system);
 }
 
-bool WriteEncipheredFile(IFileSystemA& file_system, IEncryption& encryption, const char* path, const SecretText& key,
-                         SecretBuffer& text, FileOutcome& outcome) {
+bool WriteEncipheredFile(IFileSystemA& file_system, IEncryption& encryption, const char* path,
+                         const Base::SecretText& key, SecretBuffer& text, FileOutcome& outcome) {
   const Marshalled<IOrvPString> enciphered;
   if (!enciphered) return outcome.Fail(FileFailure::NoMemory);
   if ((*text).view().find('\0') != std::string_view::npos) {

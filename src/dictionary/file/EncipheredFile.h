@@ -2,13 +2,13 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
 #include <string>
 #include <string_view>
 
-#include "CoreObjects/Secret.h"
 #include "OrvWorkFlow/IEncryption.h"
 #include "OrvWorkFlow/IFileSystem.h"
+#include "base/lock/Mutex.h"
+#include "base/secret/Secret.h"
 #include "dictionary/file/FileRecord.h"
 #include "dictionary/xml/TextBuffer.h"
 
@@ -21,13 +21,12 @@ class EncryptionKey {
   void Set(const char* key) noexcept;
   // The key; empty when there is none. False when it was lost: nothing may be saved as plain text then. Throws
   // std::bad_alloc.
-  bool Copy(SecretText& key);
+  bool Copy(Base::SecretText& key);
 
  private:
-  std::mutex mutex_;
-  // Guarded by mutex_.
-  SecretText key_;
-  bool is_lost_ = false;
+  Base::Mutex mutex_;
+  Base::SecretText key_ ORV_GUARDED_BY(mutex_);
+  bool is_lost_ ORV_GUARDED_BY(mutex_) = false;
 };
 
 // What a file holds. `owner` keeps the text alive, and wipes what was deciphered in the end.
@@ -64,15 +63,15 @@ bool IsBrokenEnciphered(std::string_view content);
 // dictionary loads although a key is set; the outcome says so. What the copy holds is overwritten, and the copy
 // removed, in any case. The plain text is in memory only. False when the file cannot be read; the outcome says why.
 // Throws std::bad_alloc and what the objects throw.
-bool ReadEncipheredFile(IFileSystemA& file_system, IEncryption& encryption, const char* path, const SecretText& key,
-                        FileText& content, FileOutcome& outcome);
+bool ReadEncipheredFile(IFileSystemA& file_system, IEncryption& encryption, const char* path,
+                        const Base::SecretText& key, FileText& content, FileOutcome& outcome);
 
 // Replaces the file's content by the bytes. False, and the old file stands, when that fails; the outcome says why.
 bool ReplaceFile(IFileSystemA& file_system, const char* path, std::string_view bytes, FileOutcome& outcome);
 
 // Replaces the file's content by the enciphered text. False, and the old file stands, when the text cannot be
 // enciphered or written: a key that is too long, or a zero in the text. `text` is zero-terminated.
-bool WriteEncipheredFile(IFileSystemA& file_system, IEncryption& encryption, const char* path, const SecretText& key,
-                         SecretBuffer& text, FileOutcome& outcome);
+bool WriteEncipheredFile(IFileSystemA& file_system, IEncryption& encryption, const char* path,
+                         const Base::SecretText& key, SecretBuffer& text, FileOutcome& outcome);
 
 }  // namespace OrvWorkFlow::Core::Dictionary

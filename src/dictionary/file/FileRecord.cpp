@@ -4,7 +4,8 @@
 
 #include "CoreObjects/Marshalled.h"
 #include "OrvWorkFlow/FileReasons.h"
-#include "dictionary/object/Guarded.h"
+#include "base/guard/Guarded.h"
+#include "base/lock/Mutex.h"
 
 namespace OrvWorkFlow::Core::Dictionary {
 namespace {
@@ -40,13 +41,13 @@ const char* UsualWords(FileFailure failure) {
 }  // namespace
 
 void FileOutcome::SetText(std::string_view why) noexcept {
-  Guarded([&] { return text = why, true; });
+  Base::Guarded([&] { return text = why, true; });
 }
 
 bool FileOutcome::FailFor(FileFailure failure, IFileSystemA& file_system) {
   const Marshalled<IOrvPString> words;
   std::string reason;
-  const bool is_known = Guarded([&] {
+  const bool is_known = Base::Guarded([&] {
     return words && file_system.GetLastFailure(nullptr, nullptr, words.get()) && ReadText(words.get(), reason);
   });
   if (!is_known) return Fail(failure);
@@ -61,17 +62,17 @@ void FileRecord::Remember(FileOutcome&& outcome, bool done) noexcept {
     outcome.report.failure = FileFailure::None;
     outcome.text.clear();
   }
-  const std::scoped_lock lock(mutex_);
+  const Base::Hold lock(mutex_);
   std::swap(last_, outcome);
 }
 
 bool FileRecord::Get(FileReport* report, IOrvPString* text) noexcept {
   if (report == nullptr) return false;
-  return Guarded([&] {
+  return Base::Guarded([&] {
     FileReport known;
     std::string words;
     {
-      const std::scoped_lock lock(mutex_);
+      const Base::Hold lock(mutex_);
       known = last_.report;
       words = last_.text;
     }
@@ -83,7 +84,7 @@ bool FileRecord::Get(FileReport* report, IOrvPString* text) noexcept {
 }
 
 bool FileRecord::GetContent(std::shared_ptr<const void>& owner, std::string_view& content) {
-  const std::scoped_lock lock(mutex_);
+  const Base::Hold lock(mutex_);
   owner = last_.owner.lock();
   content = last_.content;
   return owner != nullptr;

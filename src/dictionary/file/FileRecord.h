@@ -2,7 +2,6 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
 #include <new>
 #include <stdexcept>
 #include <string>
@@ -10,6 +9,7 @@
 
 #include "OrvWorkFlow/IDictionary.h"
 #include "OrvWorkFlow/IFileSystem.h"
+#include "base/lock/Mutex.h"
 
 namespace OrvWorkFlow::Core::Dictionary {
 
@@ -66,8 +66,8 @@ class FileRecord {
  private:
   void Remember(FileOutcome&& outcome, bool done) noexcept;
 
-  std::mutex mutex_;
-  FileOutcome last_;  // Guarded by mutex_.
+  Base::Mutex mutex_;
+  FileOutcome last_ ORV_GUARDED_BY(mutex_);
 };
 
 }  // namespace OrvWorkFlow::Core::Dictionary

@@ -6,8 +6,8 @@
 
 #include "CoreObjects/Tracer.h"
 #include "OrvWorkFlow/WorkflowSchema.h"
+#include "base/guard/Guarded.h"
 #include "dictionary/object/DictionaryObject.h"
-#include "dictionary/object/Guarded.h"
 #include "dictionary/values/AttributeText.h"
 #include "dictionary/xml/Bytes.h"
 #include "dictionary/xml/XmlProblems.h"
@@ -107,7 +107,7 @@ bool CDictionary::ReadFile(const char* file_name, FileText& content, FileOutcome
   if (file_name == nullptr || *file_name == '\0') return outcome.Fail(FileFailure::NotStarted, "no file name");
   const Found<IFileSystemA> file_system = FindFileSystem();
   if (!file_system) return outcome.Fail(FileFailure::NotStarted, "there is no object FileSystem");
-  SecretText key;
+  Base::SecretText key;
   if (!key_.Copy(key)) return outcome.Fail(FileFailure::NoMemory);
   const std::string path = file_.FindForLoading(*file_system.get(), file_name);
   outcome.has_key = !key.empty();
@@ -131,7 +131,7 @@ bool CDictionary::WriteFile(const char* file_name, const std::function<bool(Text
   if (file_name == nullptr || *file_name == '\0') return outcome.Fail(FileFailure::NotStarted, "no file name");
   const Found<IFileSystemA> file_system = FindFileSystem();
   if (!file_system) return outcome.Fail(FileFailure::NotStarted, "there is no object FileSystem");
-  SecretText key;
+  Base::SecretText key;
   if (!key_.Copy(key)) return outcome.Fail(FileFailure::NoMemory);
   const std::string path = file_.NameForSaving(file_name);
   if (key.empty()) {
@@ -192,7 +192,7 @@ bool CDictionary::LoadFromText(const char* text, std::size_t length) {
 }
 
 bool CDictionary::SaveToText(IOrvPString* text) {
-  return Guarded([&] {
+  return Base::Guarded([&] {
     if (text == nullptr) return false;
     TextBuffer output;
     store_.Save(DataStore::Pairs::Taken, output);
@@ -213,7 +213,7 @@ bool CDictionary::LoadSubtree(const char* path, const char* file_name) {
 }
 
 bool CDictionary::SaveSubtreeToStream(const char* path, IOrvBasicStream* stream) {
-  return Guarded([&] {
+  return Base::Guarded([&] {
     TextBuffer text;
     return stream != nullptr && WriteSubtree(store_, path, text) &&
            stream->Assign(text.view().data(), text.view().size());
@@ -239,7 +239,7 @@ bool CDictionary::SavePairs(const char* file_name) {
 bool CDictionary::LoadPairs(const char* file_name) { return LoadSubtree(WorkflowSchema::kNameValuePairs, file_name); }
 
 bool CDictionary::GetLoadProblems(IOrvPStringList* problems, std::uint32_t* remarks, std::uint32_t* first_line) {
-  return Guarded([&] {
+  return Base::Guarded([&] {
     std::shared_ptr<const void> owner;
     std::string_view content;
     if (problems == nullptr || !last_load_.GetContent(owner, content)) return false;

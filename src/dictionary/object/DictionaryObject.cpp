@@ -5,9 +5,9 @@
 #include <cstring>
 #include <vector>
 
-#include "CoreObjects/Base64.h"
-#include "CoreObjects/Secret.h"
-#include "dictionary/object/Guarded.h"
+#include "base/guard/Guarded.h"
+#include "base/secret/Secret.h"
+#include "base/text/Base64.h"
 #include "dictionary/object/MarshalledLists.h"
 #include "dictionary/values/ValueTypes.h"
 #include "dictionary/xml/XmlWriter.h"
@@ -17,7 +17,7 @@ namespace {
 
 template <class T, class List>
 bool SetItems(DataStore& store, const char* path, const List* list) noexcept {
-  return Guarded([&] {
+  return Base::Guarded([&] {
     std::vector<T> values;
     return path != nullptr && ReadItems(list, values) && store.SetList(path, values);
   });
@@ -25,7 +25,7 @@ bool SetItems(DataStore& store, const char* path, const List* list) noexcept {
 
 template <class T, class List>
 bool GetItems(DataStore& store, const char* path, List* list) noexcept {
-  return Guarded([&] {
+  return Base::Guarded([&] {
     std::vector<T> values;
     return list != nullptr && store.GetList(path, values) && AssignItems(list, values);
   });
@@ -33,16 +33,16 @@ bool GetItems(DataStore& store, const char* path, List* list) noexcept {
 
 template <class T>
 bool GetNumber(DataStore& store, const char* path, T* value) noexcept {
-  return Guarded([&] { return value != nullptr && store.Get(path, *value); });
+  return Base::Guarded([&] { return value != nullptr && store.Get(path, *value); });
 }
 
 template <class Char, class String>
 bool GetText(DataStore& store, const char* path, String* value) noexcept {
-  return Guarded([&] {
+  return Base::Guarded([&] {
     std::basic_string<Char> text;
     if (value == nullptr || !store.Get(path, text)) return false;
     const bool is_assigned = AssignText(value, std::basic_string_view<Char>(text));
-    Wipe(text.data(), text.size() * sizeof(Char));  // It may be a key.
+    Base::Wipe(text.data(), text.size() * sizeof(Char));  // It may be a key.
     return is_assigned;
   });
 }
@@ -71,14 +71,14 @@ bool CDictionary::GetNeededLocalUtilityObjects(IOrvPStringList* names) {
 void CDictionary::ResetContentDirectories() { file_.ResetSearchDirectories(); }
 
 void CDictionary::AddContentDirectory(const char* directory) {
-  Guarded([&] {
+  Base::Guarded([&] {
     if (directory != nullptr) file_.AddSearchDirectory(directory);
     return true;
   });
 }
 
 void CDictionary::SetWriteDirectory(const char* directory) {
-  Guarded([&] {
+  Base::Guarded([&] {
     file_.SetWriteDirectory(directory == nullptr ? "" : directory);
     return true;
   });
@@ -88,10 +88,10 @@ bool CDictionary::SetValue(const char* path, const IOrvStringList* value) {
   return SetItems<std::u16string>(store_, path, value);
 }
 bool CDictionary::SetValue(const char* path, const char16_t* value) {
-  return Guarded([&] { return value != nullptr && store_.Set(path, std::u16string(value)); });
+  return Base::Guarded([&] { return value != nullptr && store_.Set(path, std::u16string(value)); });
 }
 bool CDictionary::SetValue(const char* path, bool value) {
-  return Guarded([&] { return store_.Set(path, value); });
+  return Base::Guarded([&] { return store_.Set(path, value); });
 }
 bool CDictionary::SetValue(const char* path, const IOrvBoolList* value) { return SetItems<bool>(store_, path, value); }
 bool CDictionary::SetValue(const char* path, const IOrvDoubleList* value) {
@@ -104,13 +104,13 @@ bool CDictionary::SetValue(const char* path, const IOrvPStringList* value) {
   return SetItems<std::string>(store_, path, value);
 }
 bool CDictionary::SetValue(const char* path, const char* value) {
-  return Guarded([&] { return value != nullptr && store_.SetText(path, ValueType::String, value); });
+  return Base::Guarded([&] { return value != nullptr && store_.SetText(path, ValueType::String, value); });
 }
 bool CDictionary::SetValue(const char* path, double value) {
-  return Guarded([&] { return store_.Set(path, value); });
+  return Base::Guarded([&] { return store_.Set(path, value); });
 }
 bool CDictionary::SetValue(const char* path, std::int32_t value) {
-  return Guarded([&] { return store_.Set(path, value); });
+  return Base::Guarded([&] { return store_.Set(path, value); });
 }
 
 bool CDictionary::GetValue(const char* path, IOrvStringList* value) {
@@ -129,29 +129,29 @@ bool CDictionary::GetValue(const char* path, double* value) { return GetNumber(s
 bool CDictionary::GetValue(const char* path, std::int32_t* value) { return GetNumber(store_, path, value); }
 
 bool CDictionary::HasAttribute(const char* path, const char* name) {
-  return Guarded([&] { return store_.HasAttribute(path, name); });
+  return Base::Guarded([&] { return store_.HasAttribute(path, name); });
 }
 
 bool CDictionary::GetAttribute(const char* path, const char* name, IOrvPString* value) {
-  return Guarded([&] {
+  return Base::Guarded([&] {
     std::string text;
     return value != nullptr && store_.GetAttribute(path, name, text) && AssignText(value, text);
   });
 }
 
 bool CDictionary::SetAttribute(const char* path, const char* name, const char* value) {
-  return Guarded([&] { return store_.SetAttribute(path, name, value); });
+  return Base::Guarded([&] { return store_.SetAttribute(path, name, value); });
 }
 
 bool CDictionary::GetAttributeNames(const char* path, IOrvPStringList* names) {
-  return Guarded([&] {
+  return Base::Guarded([&] {
     std::vector<std::string> all;
     return names != nullptr && store_.GetAttributeNames(path, all) && AssignTexts(names, all);
   });
 }
 
 bool CDictionary::RemoveAttribute(const char* path, const char* name) {
-  return Guarded([&] { return store_.RemoveAttribute(path, name); });
+  return Base::Guarded([&] { return store_.RemoveAttribute(path, name); });
 }
 
 bool CDictionary::GetFileVersion(IOrvPString* version) {
@@ -159,60 +159,61 @@ bool CDictionary::GetFileVersion(IOrvPString* version) {
 }
 
 bool CDictionary::SetRedirection(const char* path, const IOrvPStringList* targets) {
-  return Guarded([&] {
+  return Base::Guarded([&] {
     std::vector<std::string> paths;
     return ReadTexts(targets, paths) && store_.SetRedirection(path, paths);
   });
 }
 
 bool CDictionary::IsRedirection(const char* path) {
-  return Guarded([&] { return store_.IsRedirection(path); });
+  return Base::Guarded([&] { return store_.IsRedirection(path); });
 }
 
 bool CDictionary::RemoveRedirection(const char* path) {
-  return Guarded([&] { return store_.RemoveRedirection(path); });
+  return Base::Guarded([&] { return store_.RemoveRedirection(path); });
 }
 
 bool CDictionary::SetBinary(const char* path, const void* data, std::size_t size) {
   if (data == nullptr && size != 0) return false;
-  return Guarded([&] {
+  return Base::Guarded([&] {
     const std::string_view bytes(size == 0 ? "" : static_cast<const char*>(data), size);
-    return store_.SetText(path, ValueType::Binary, EncodeBase64(bytes));
+    return store_.SetText(path, ValueType::Binary, Base::EncodeBase64(bytes));
   });
 }
 
 bool CDictionary::GetBinary(const char* path, IOrvBasicStream* value) {
-  return Guarded([&] {
+  return Base::Guarded([&] {
     std::string text;
-    if (value == nullptr || !store_.GetText(path, ValueType::Binary, text) || !CleanBase64Size(text)) return false;
-    const std::string bytes = DecodeBase64(text);
+    if (value == nullptr || !store_.GetText(path, ValueType::Binary, text) || !Base::CleanBase64Size(text))
+      return false;
+    const std::string bytes = Base::DecodeBase64(text);
     return value->Assign(bytes.data(), bytes.size());
   });
 }
 
 ValueType CDictionary::GetValueType(const char* path) {
   ValueType type = ValueType::Nil;
-  Guarded([&] { return type = store_.GetType(path), true; });
+  Base::Guarded([&] { return type = store_.GetType(path), true; });
   return type;
 }
 
 bool CDictionary::Exists(const char* path) {
-  return Guarded([&] { return store_.Exists(path); });
+  return Base::Guarded([&] { return store_.Exists(path); });
 }
 
 bool CDictionary::Delete(const char* path) {
-  return Guarded([&] { return store_.Delete(path); });
+  return Base::Guarded([&] { return store_.Delete(path); });
 }
 
 bool CDictionary::GetEntries(const char* path, IOrvPStringList* names) {
-  return Guarded([&] {
+  return Base::Guarded([&] {
     std::vector<std::string> entries;
     return names != nullptr && store_.GetEntries(path, entries) && AssignTexts(names, entries);
   });
 }
 
 bool CDictionary::EnumeratePaths(const char* path, IOrvPStringList* paths) {
-  return Guarded([&] {
+  return Base::Guarded([&] {
     std::vector<std::string> all;
     return paths != nullptr && store_.EnumeratePaths(path, nullptr, all) && AssignTexts(paths, all);
   });
@@ -220,7 +221,7 @@ bool CDictionary::EnumeratePaths(const char* path, IOrvPStringList* paths) {
 
 bool CDictionary::FindPaths(const char* path, const char* pattern, IOrvPStringList* paths) {
   if (pattern == nullptr || *pattern == '\0') return EnumeratePaths(path, paths);
-  return Guarded([&] {
+  return Base::Guarded([&] {
     Patterns::Pattern compiled;
     std::vector<std::string> found;
     return paths != nullptr && compiled.Compile(pattern) && store_.EnumeratePaths(path, &compiled, found) &&
@@ -229,23 +230,23 @@ bool CDictionary::FindPaths(const char* path, const char* pattern, IOrvPStringLi
 }
 
 bool CDictionary::CountEntries(const char* path, std::size_t* count) {
-  return Guarded([&] { return count != nullptr && store_.CountEntries(path, *count); });
+  return Base::Guarded([&] { return count != nullptr && store_.CountEntries(path, *count); });
 }
 
 bool CDictionary::CountSubtree(const char* path, std::size_t* count) {
-  return Guarded([&] { return count != nullptr && store_.CountSubtree(path, *count); });
+  return Base::Guarded([&] { return count != nullptr && store_.CountSubtree(path, *count); });
 }
 
 bool CDictionary::Clear(const char* path) {
-  return Guarded([&] { return store_.Clear(path); });
+  return Base::Guarded([&] { return store_.Clear(path); });
 }
 
 bool CDictionary::Rename(const char* path, const char* new_name) {
-  return Guarded([&] { return store_.Rename(path, new_name); });
+  return Base::Guarded([&] { return store_.Rename(path, new_name); });
 }
 
 bool CDictionary::AddListener(IDictionaryListener* listener, const char* pattern) {
-  return Guarded([&] {
+  return Base::Guarded([&] {
     if (listener == nullptr) return false;
     store_.listeners().Add(listener, this, pattern);
     return true;
@@ -258,7 +259,7 @@ bool CDictionary::RemoveListener(IDictionaryListener* listener) {
 }
 
 bool CDictionary::SetValueTexts(const char* path, ValueType type, const IOrvPStringList* texts) {
-  return Guarded([&] {
+  return Base::Guarded([&] {
     DataStore::Texts value;
     return ReadTextForms(type, texts, value) && store_.SetTexts(path, value, nullptr, nullptr);
   });
@@ -267,7 +268,7 @@ bool CDictionary::SetValueTexts(const char* path, ValueType type, const IOrvPStr
 bool CDictionary::CompareAndSetTexts(const char* path, ValueType expected_type, const IOrvPStringList* expected,
                                      ValueType type, const IOrvPStringList* texts, bool* matches) {
   bool is_as_expected = false;
-  const bool done = Guarded([&] {
+  const bool done = Base::Guarded([&] {
     DataStore::Texts value;
     DataStore::Texts before;
     before.type = expected_type;
@@ -280,7 +281,7 @@ bool CDictionary::CompareAndSetTexts(const char* path, ValueType expected_type, 
 }
 
 bool CDictionary::GetValueTexts(const char* path, IOrvPStringList* texts) {
-  return Guarded([&] {
+  return Base::Guarded([&] {
     std::vector<std::string> all;
     return texts != nullptr && store_.GetTexts(path, all) && AssignTexts(texts, all);
   });

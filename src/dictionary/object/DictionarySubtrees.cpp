@@ -4,8 +4,8 @@
 #include <vector>
 
 #include "OrvWorkFlow/WorkFlowFactory.h"
+#include "base/guard/Guarded.h"
 #include "dictionary/object/DictionaryObject.h"
-#include "dictionary/object/Guarded.h"
 #include "dictionary/object/MarshalledLists.h"
 
 namespace OrvWorkFlow::Core::Dictionary {
@@ -24,7 +24,7 @@ void* CDictionary::GetObjectOf(const void* library) { return library == &kLibrar
 
 IDictionaryWatch* CDictionary::WatchChanges(const char* const* patterns, std::size_t count) {
   IDictionaryWatch* watch = nullptr;
-  Guarded([&] {
+  Base::Guarded([&] {
     watch = store_.WatchChanges(patterns, count);
     return watch != nullptr;
   });
@@ -37,16 +37,16 @@ DataStore* CDictionary::StoreOf(IDictionary* dictionary) {
 }
 
 bool CDictionary::CopySubtree(const char* from, const char* to) {
-  return Guarded([&] { return store_.CopySubtree(from, to); });
+  return Base::Guarded([&] { return store_.CopySubtree(from, to); });
 }
 
 bool CDictionary::MoveSubtree(const char* from, const char* to) {
-  return Guarded([&] { return store_.MoveSubtree(from, to); });
+  return Base::Guarded([&] { return store_.MoveSubtree(from, to); });
 }
 
 bool CDictionary::CompareSubtrees(const char* path, IDictionary* other, const char* other_path,
                                   IOrvPStringList* differences) {
-  return Guarded([&] {
+  return Base::Guarded([&] {
     DataStore* const other_store = StoreOf(other);
     std::vector<std::string> paths;
     return differences != nullptr && other_store != nullptr &&
@@ -55,14 +55,14 @@ bool CDictionary::CompareSubtrees(const char* path, IDictionary* other, const ch
 }
 
 bool CDictionary::MergeSubtree(IDictionary* source, const char* from, const char* to) {
-  return Guarded([&] {
+  return Base::Guarded([&] {
     DataStore* const source_store = StoreOf(source);
     return source_store != nullptr && store_.MergeSubtree(*source_store, from, to);
   });
 }
 
 bool CDictionary::CopySubtreeFrom(IDictionary* source, const char* from, const char* to) {
-  return Guarded([&] {
+  return Base::Guarded([&] {
     DataStore* const source_store = StoreOf(source);
     return source_store != nullptr && store_.CopySubtreeFrom(*source_store, from, to);
   });
@@ -70,7 +70,7 @@ bool CDictionary::CopySubtreeFrom(IDictionary* source, const char* from, const c
 
 IDictionary* CDictionary::MakeDictionary() {
   IDictionary* made = nullptr;
-  Guarded([&] {
+  Base::Guarded([&] {
     IBaseWorkFlowObject* const object = WorkFlowFactory::CreateNewObject(ObjectNames::kDictionary);
     if (object == nullptr) return false;
     made = static_cast<IDictionary*>(object->QueryInterface(InterfaceNames::kDictionary3));
@@ -86,9 +86,9 @@ IDictionary* CDictionary::MakeDictionary() {
 
 IDictionary* CDictionary::CopyToNewDictionary(const char* path) {
   IDictionary* made = nullptr;
-  Guarded([&] {
+  Base::Guarded([&] {
     ElementTree tree;
-    SecretText key;
+    Base::SecretText key;
     if (!key_.Copy(key) || !store_.TakeSubtree(path, tree)) return false;
     std::unique_ptr<IDictionary, Releaser> copy(MakeDictionary());
     DataStore* const store = StoreOf(copy.get());

@@ -1,5 +1,7 @@
 #include "dictionary/object/ListenerList.h"
 
+#include "base/lock/Mutex.h"
+
 namespace OrvWorkFlow::Core::Dictionary {
 namespace {
 
@@ -25,13 +27,13 @@ void ListenerList::Add(IDictionaryListener* listener, IDictionary* dictionary, c
   surrogate->target = listener;
   surrogate->dictionary = dictionary;
   surrogate->pattern.Compile(pattern == nullptr || *pattern == '\0' ? kEveryPath : pattern);
-  const std::scoped_lock lock(mutex_);
+  const Base::Hold lock(mutex_);
   surrogates_.push_back(surrogate);
   count_.store(surrogates_.size(), std::memory_order_release);
 }
 
 void ListenerList::Remove(const IDictionaryListener* listener) noexcept {
-  std::unique_lock lock(mutex_);
+  const Base::Hold lock(mutex_);
   for (std::size_t i = 0; i < surrogates_.size();) {
     if (surrogates_[i]->target != listener) {
       ++i;
@@ -44,30 +46,30 @@ void ListenerList::Remove(const IDictionaryListener* listener) noexcept {
   count_.store(surrogates_.size(), std::memory_order_release);
   if (calls_of_this_thread > 0) return;
   const std::uint64_t call = call_number_;
-  call_ended_.wait(lock, [&] { return running_ != listener || call_number_ != call; });
+  while (running_ == listener && call_number_ == call) call_ended_.Wait(mutex_);
 }
 
 void ListenerList::RemoveAll() noexcept {
-  const std::scoped_lock lock(mutex_);
+  const Base::Hold lock(mutex_);
   surrogates_.clear();
   next_ = end_ = 0;
   count_.store(0, std::memory_order_release);
 }
 
 ListenerList::Surrogate ListenerList::NextToCall() noexcept {
-  const std::scoped_lock lock(mutex_);
+  const Base::Hold lock(mutex_);
   ++call_number_;
   Surrogate next;
   if (next_ < end_) next = surrogates_[next_++];
   running_ = next == nullptr ? nullptr : next->target;
-  call_ended_.notify_all();
+  call_ended_.NotifyAll();
   return next;
 }
 
 void ListenerList::Notify(const char* path) noexcept {
   if (is_notifying_.exchange(true)) return;
   {
-    const std::scoped_lock lock(mutex_);
+    const Base::Hold lock(mutex_);
     next_ = 0;
     end_ = surrogates_.size();
   }

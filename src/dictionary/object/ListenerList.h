@@ -2,14 +2,13 @@
 #pragma once
 
 #include <atomic>
-#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 #include "OrvWorkFlow/IDictionaryListener.h"
+#include "base/lock/Mutex.h"
 #include "regexp/Pattern.h"
 
 namespace OrvWorkFlow::Core::Dictionary {
@@ -51,15 +50,14 @@ class ListenerList {
   std::atomic<std::size_t> count_ = 0;  // Of surrogates_.
   std::atomic<bool> is_notifying_ = false;
 
-  std::mutex mutex_;
-  std::condition_variable call_ended_;
-  // Guarded by mutex_.
-  std::vector<Surrogate> surrogates_;
+  Base::Mutex mutex_;
+  Base::Condition call_ended_;
+  std::vector<Surrogate> surrogates_ ORV_GUARDED_BY(mutex_);
   // Of the one notification under way: surrogates_[next_] up to [end_] have still to be called.
-  std::size_t next_ = 0;
-  std::size_t end_ = 0;
-  const IDictionaryListener* running_ = nullptr;
-  std::uint64_t call_number_ = 0;
+  std::size_t next_ ORV_GUARDED_BY(mutex_) = 0;
+  std::size_t end_ ORV_GUARDED_BY(mutex_) = 0;
+  const IDictionaryListener* running_ ORV_GUARDED_BY(mutex_) = nullptr;
+  std::uint64_t call_number_ ORV_GUARDED_BY(mutex_) = 0;
 };
 
 }  // namespace OrvWorkFlow::Core::Dictionary

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "CoreObjects/Marshalled.h"
+#include "base/guard/Guarded.h"
 
 namespace OrvWorkFlow::Core::Dictionary {
 
@@ -13,7 +14,7 @@ namespace OrvWorkFlow::Core::Dictionary {
 template <class Item>
 bool ReadItems(const IOrvListOf<Item>* source, std::vector<Item>& values) noexcept {
   if (source == nullptr) return false;
-  try {
+  return Base::Guarded([&] {
     std::vector<Item> result;
     const std::size_t count = source->GetCount();
     result.reserve(count);
@@ -24,9 +25,7 @@ bool ReadItems(const IOrvListOf<Item>* source, std::vector<Item>& values) noexce
     }
     values = std::move(result);
     return true;
-  } catch (...) {
-    return false;
-  }
+  });
 }
 
 // Replaces the content. When the list refuses or throws half way it is emptied, as far as it lets itself.

@@ -4,7 +4,7 @@
 #include <charconv>
 #include <limits>
 
-#include "CoreObjects/Base64.h"
+#include "base/text/Base64.h"
 #include "dictionary/xml/Bytes.h"
 
 namespace OrvWorkFlow::Core::Dictionary {
@@ -35,54 +35,6 @@ bool IsTooLarge(std::string_view number) {
   }
   return first != std::string_view::npos &&
          exponent + static_cast<long long>(point) - static_cast<long long>(first) > 0;
-}
-
-constexpr char32_t kReplacement = 0xFFFD;
-
-void AppendUtf8(std::string& output, char32_t code) {
-  const auto tail = [&](unsigned shift) { output += static_cast<char>(0x80 | ((code >> shift) & 0x3F)); };
-  if (code < 0x80) {
-    output += static_cast<char>(code);
-  } else if (code < 0x800) {
-    output += static_cast<char>(0xC0 | (code >> 6));
-    tail(0);
-  } else if (code < 0x10000) {
-    output += static_cast<char>(0xE0 | (code >> 12));
-    tail(6);
-    tail(0);
-  } else {
-    output += static_cast<char>(0xF0 | (code >> 18));
-    tail(12);
-    tail(6);
-    tail(0);
-  }
-}
-
-// Takes one character off the front. A malformed sequence counts as one character as far as it could have been the
-// beginning of a well-formed one.
-char32_t TakeUtf8(std::string_view& text) {
-  const auto byte = [&](std::size_t at) { return static_cast<unsigned char>(text[at]); };
-  const unsigned lead = byte(0);
-  std::size_t length = lead < 0x80 ? 1 : lead >= 0xC2 && lead < 0xE0 ? 2 : lead >= 0xE0 && lead < 0xF0 ? 3 : 4;
-  char32_t code = lead < 0x80 ? lead : lead & (0x7Fu >> length);
-  if (lead >= 0x80 && (lead < 0xC2 || lead > 0xF4)) length = 0;
-  for (std::size_t i = 1; i < length; ++i) {
-    unsigned low = 0x80;
-    unsigned high = 0xBF;
-    if (i == 1) {  // No overlong forms, no surrogates, nothing above U+10FFFF.
-      if (lead == 0xE0) low = 0xA0;
-      if (lead == 0xED) high = 0x9F;
-      if (lead == 0xF0) low = 0x90;
-      if (lead == 0xF4) high = 0x8F;
-    }
-    if (i >= text.size() || byte(i) < low || byte(i) > high) {
-      text.remove_prefix(i);
-      return kReplacement;
-    }
-    code = (code << 6) | (byte(i) & 0x3F);
-  }
-  text.remove_prefix(length == 0 ? 1 : length);
-  return length == 0 ? kReplacement : code;
 }
 
 // As ParseInteger reads it, with nothing behind it.
@@ -146,57 +98,12 @@ double ParseDouble(std::string_view text) {
   return minus ? -value : value;
 }
 
-std::string ToUtf8(std::u16string_view text) {
-  std::string result;
-  result.reserve(text.size());
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    char32_t code = text[i];
-    const bool high = code >= 0xD800 && code < 0xDC00;
-    if (high && i + 1 < text.size() && text[i + 1] >= 0xDC00 && text[i + 1] < 0xE000) {
-      code = 0x10000 + ((code - 0xD800) << 10) + (text[++i] - 0xDC00u);
-    } else if (code >= 0xD800 && code < 0xE000) {
-      code = kReplacement;
-    }
-    AppendUtf8(result, code);
-  }
-  return result;
-}
-
-std::u16string FromUtf8(std::string_view text) {
-  std::u16string result;
-  result.reserve(text.size());
-  while (!text.empty()) {
-    const char32_t code = TakeUtf8(text);
-    if (code < 0x10000) {
-      result += static_cast<char16_t>(code);
-    } else {
-      result += static_cast<char16_t>(0xD800 + ((code - 0x10000) >> 10));
-      result += static_cast<char16_t>(0xDC00 + ((code - 0x10000) & 0x3FF));
-    }
-  }
-  return result;
-}
-
-std::size_t Utf8Prefix(std::string_view text) {
-  std::string_view rest = text;
-  while (!rest.empty()) {
-    if (static_cast<unsigned char>(rest.front()) < 0x80) {
-      rest.remove_prefix(1);
-      continue;
-    }
-    const std::size_t at = text.size() - rest.size();
-    const bool is_replacement = rest.starts_with("\xEF\xBF\xBD");
-    if (TakeUtf8(rest) == kReplacement && !is_replacement) return at;
-  }
-  return text.size();
-}
-
 bool IsTextForm(ValueType type, std::string_view text) {
   switch (type) {
     case ValueType::String:
       return true;
     case ValueType::WideString:
-      return IsUtf8(text);
+      return Base::IsUtf8(text);
     case ValueType::Integer:
       return IsWholeNumber(text, true);
     case ValueType::Boolean:
@@ -204,7 +111,7 @@ bool IsTextForm(ValueType type, std::string_view text) {
     case ValueType::Double:
       return IsRealNumber(text);
     case ValueType::Binary:
-      return CleanBase64Size(text).has_value();
+      return Base::CleanBase64Size(text).has_value();
     default:
       return false;
   }

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "OrvWorkFlow/IDictionary.h"
+#include "base/text/Utf8.h"
 
 namespace OrvWorkFlow::Core::Dictionary {
 
@@ -27,13 +28,6 @@ double ParseDouble(std::string_view text);
 // The sign test: "1" and "7" are true; "0", "-1", "" and "true" are false.
 inline bool ParseBoolean(std::string_view text) { return ParseInteger(text) > 0; }
 
-// Half a surrogate pair, or a byte sequence that is no UTF-8, becomes U+FFFD.
-std::string ToUtf8(std::u16string_view text);
-std::u16string FromUtf8(std::string_view text);
-// How long the text is up to its first byte that is no UTF-8.
-std::size_t Utf8Prefix(std::string_view text);
-inline bool IsUtf8(std::string_view text) { return Utf8Prefix(text) == text.size(); }
-
 // Whether the text is what a value of this scalar type has for its text form, as a whole: for numbers a number in
 // range, blanks before it allowed, for wide strings UTF-8, for binary data base64, for strings any. False for other
 // types.
@@ -53,8 +47,8 @@ template <>
 struct ValueForm<std::u16string> {
   static constexpr ValueType kScalar = ValueType::WideString;
   static constexpr ValueType kList = ValueType::WideStringList;
-  static std::string Format(const std::u16string& value, NumberBuffer&) { return ToUtf8(value); }
-  static std::u16string Parse(std::string_view text) { return FromUtf8(text); }
+  static std::string Format(const std::u16string& value, NumberBuffer&) { return Base::ToUtf8(value); }
+  static std::u16string Parse(std::string_view text) { return Base::FromUtf8(text); }
 };
 template <>
 struct ValueForm<std::int32_t> {

@@ -1,4 +1,4 @@
-// The tags by which an element's "__type" attribute names the type of its value.
+// What an element's attributes say of its value.
 #pragma once
 
 #include <cstdint>
@@ -10,12 +10,6 @@ namespace OrvWorkFlow::Core::Dictionary {
 
 inline constexpr std::string_view kTypeAttribute = "__type";
 inline constexpr std::string_view kRedirectionAttribute = "_isRedirection";
-
-// The tag that is written for a type.
-std::string_view TagOf(ValueType type);
-
-// The type that a tag in a file means, older spellings included, case-sensitively; `Nil` for any other text.
-ValueType TypeOfTag(std::string_view tag);
 
 constexpr bool IsListType(ValueType type) { return type >= ValueType::StringList && type <= ValueType::BooleanList; }
 // The type of a list's items; of a scalar its own.

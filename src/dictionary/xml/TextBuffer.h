@@ -7,7 +7,7 @@
 #include <string_view>
 #include <utility>
 
-#include "CoreObjects/Secret.h"
+#include "base/secret/Secret.h"
 #include "dictionary/tree/TextSize.h"
 #include "platform/Memory.h"
 
@@ -47,7 +47,7 @@ class TextBuffer {
   // From now on what is outgrown is wiped.
   void MakeSecret() { is_secret_ = true; }
   void Wipe() {
-    if (size_ > 0) Core::Wipe(block_.data(), size_);
+    if (size_ > 0) Base::Wipe(block_.data(), size_);
   }
 
   std::string_view view() const { return {block_.data(), size_}; }

@@ -25,7 +25,7 @@ std::string Shown(std::string_view text) {
     const bool is_plain = static_cast<unsigned char>(c) >= 0x20 && c != 0x7F;
     shown += is_plain ? c : '?';
   }
-  while (!shown.empty() && !IsUtf8(shown)) shown.pop_back();
+  while (!shown.empty() && !Base::IsUtf8(shown)) shown.pop_back();
   return text.size() > kMost ? shown + "..." : shown;
 }
 
@@ -89,7 +89,7 @@ class XmlExaminer {
     if (control != text_.data() + text_.size()) {
       Note(static_cast<std::size_t>(control - text_.data()), "a control character; a save writes \"?\" in its place");
     }
-    const std::size_t valid = Utf8Prefix(text_);
+    const std::size_t valid = Base::Utf8Prefix(text_);
     if (valid < text_.size()) Note(valid, "bytes that are no UTF-8; is it another encoding?");
   }
 

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 
-#include "platform/posix/Utf8.h"
+#include "platform/posix/LetterCase.h"
 
 namespace OrvWorkFlow::Core::System::Posix {
 namespace {

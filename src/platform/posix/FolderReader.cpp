@@ -11,7 +11,7 @@
 
 #include "platform/Files.h"
 #include "platform/posix/HostPath.h"
-#include "platform/posix/Utf8.h"
+#include "platform/posix/LetterCase.h"
 
 namespace OrvWorkFlow::Core::System::Posix {
 namespace {

@@ -4,10 +4,11 @@
 #include <cstdlib>
 #include <vector>
 
+#include "base/text/Utf8.h"
 #include "platform/posix/HostFile.h"
 #include "platform/posix/KeptPaths.h"
+#include "platform/posix/LetterCase.h"
 #include "platform/posix/PosixReasons.h"
-#include "platform/posix/Utf8.h"
 
 namespace OrvWorkFlow::Core::System::Posix {
 namespace {
@@ -53,7 +54,8 @@ struct Parsed {
 };
 
 bool Parse(std::string_view path, Parsed* parsed) {
-  if (path.empty() || path.find('\0') != std::string_view::npos || !IsUtf8(path)) return Refuse(Reason::InvalidName);
+  if (path.empty() || path.find('\0') != std::string_view::npos || !Base::IsUtf8(path))
+    return Refuse(Reason::InvalidName);
   parsed->names = path;
   if (path.size() >= 2 && path[1] == ':' && IsDriveLetter(path[0])) {
     const char drive = static_cast<char>(path[0] & ~0x20);
@@ -129,7 +131,7 @@ std::string WithBackslashes(std::string_view drive, std::string_view rest) {
 }
 
 bool IsExpressible(std::string_view host_path) {
-  return !host_path.empty() && host_path.front() == '/' && IsUtf8(host_path) &&
+  return !host_path.empty() && host_path.front() == '/' && Base::IsUtf8(host_path) &&
          host_path.find_first_of("\\:") == std::string_view::npos;
 }
 
@@ -180,7 +182,7 @@ bool ToHostPath(std::string_view platform_path, HostPath* host) {
 
 bool ToHostPath(std::u16string_view platform_path, HostPath* host) {
   std::string narrow;
-  if (!Utf16ToUtf8(platform_path, &narrow)) return Refuse(Reason::InvalidName);
+  if (!Base::Utf16ToUtf8(platform_path, &narrow)) return Refuse(Reason::InvalidName);
   return ToHostPath(narrow, host);
 }
 
@@ -215,7 +217,7 @@ std::string_view WithoutTail(std::string_view name) {
 }
 
 std::string Shown(std::string_view name) {
-  if (IsUtf8(name)) return std::string(name);
+  if (Base::IsUtf8(name)) return std::string(name);
   std::string shown;
   for (const char c : name) {
     const auto byte = static_cast<unsigned char>(c);
@@ -234,7 +236,7 @@ bool IsNameable(std::string_view name) {
     if (IsSeparator(c) || c == ':') return false;
     ascii = ascii && static_cast<unsigned char>(c) < 0x80;
   }
-  return ascii || IsUtf8(name);
+  return ascii || Base::IsUtf8(name);
 }
 
 }  // namespace OrvWorkFlow::Core::System::Posix

@@ -1,6 +1,6 @@
 // The code page of this platform is UTF-8: every conversion is exact or fails.
+#include "base/text/Utf8.h"
 #include "platform/SystemParts.h"
-#include "platform/posix/Utf8.h"
 
 namespace OrvWorkFlow::Core::System {
 namespace Posix {
@@ -8,10 +8,10 @@ namespace {
 
 class PosixCodePage final : public CodePage {
  public:
-  bool Widen(std::string_view narrow, std::u16string* wide) override { return Utf8ToUtf16(narrow, wide); }
-  bool WidenPath(std::string_view narrow, std::u16string* wide) override { return Utf8ToUtf16(narrow, wide); }
+  bool Widen(std::string_view narrow, std::u16string* wide) override { return Base::Utf8ToUtf16(narrow, wide); }
+  bool WidenPath(std::string_view narrow, std::u16string* wide) override { return Base::Utf8ToUtf16(narrow, wide); }
   bool Narrow(std::u16string_view wide, std::string* narrow, bool* exact) override {
-    if (!Utf16ToUtf8(wide, narrow)) return false;
+    if (!Base::Utf16ToUtf8(wide, narrow)) return false;
     if (exact != nullptr) *exact = true;
     return true;
   }

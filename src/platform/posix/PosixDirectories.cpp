@@ -1,12 +1,13 @@
 // Directories of the host, by platform path, and the search in them that Windows programs expect.
 #include <fcntl.h>
 
+#include "base/text/Utf8.h"
 #include "platform/SystemParts.h"
 #include "platform/posix/EntryCalls.h"
 #include "platform/posix/FolderReader.h"
 #include "platform/posix/HostFile.h"
+#include "platform/posix/LetterCase.h"
 #include "platform/posix/PosixReasons.h"
-#include "platform/posix/Utf8.h"
 
 namespace OrvWorkFlow::Core::System {
 namespace Posix {
@@ -86,7 +87,7 @@ bool InUtf8(const std::string& text, std::string* result) {
   *result = text;
   return true;
 }
-bool InUtf8(const std::u16string& text, std::string* result) { return Utf16ToUtf8(text, result); }
+bool InUtf8(const std::u16string& text, std::string* result) { return Base::Utf16ToUtf8(text, result); }
 
 template <class Char>
 class PosixDirectories final : public DirectoriesOf<Char> {

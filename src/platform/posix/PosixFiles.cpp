@@ -5,12 +5,12 @@
 #include <cstdio>
 #include <limits>
 
+#include "base/text/Utf8.h"
 #include "platform/SystemParts.h"
 #include "platform/posix/EntryCalls.h"
 #include "platform/posix/FileCopy.h"
 #include "platform/posix/HostFile.h"
 #include "platform/posix/PosixReasons.h"
-#include "platform/posix/Utf8.h"
 #include "platform/posix/WrittenDisks.h"
 
 namespace OrvWorkFlow::Core::System {
@@ -184,7 +184,7 @@ class PosixFiles final : public FilesOf<Char> {
       *target = result;
       return true;
     } else {
-      return Utf8ToUtf16(result, target);
+      return Base::Utf8ToUtf16(result, target);
     }
   }
 };

@@ -6,9 +6,9 @@
 #include <string>
 #include <string_view>
 
+#include "base/text/Utf8.h"
 #include "platform/SystemParts.h"
 #include "platform/posix/HostPath.h"
-#include "platform/posix/Utf8.h"
 
 namespace OrvWorkFlow::Core::System {
 namespace Posix {
@@ -79,14 +79,14 @@ std::uint32_t AnswerText(std::string_view value, char* buffer, std::uint32_t cap
 }
 std::uint32_t AnswerText(std::string_view value, char16_t* buffer, std::uint32_t capacity) {
   std::u16string wide;
-  return Utf8ToUtf16(value, &wide) ? Answer(wide, buffer, capacity) : 0;
+  return Base::Utf8ToUtf16(value, &wide) ? Answer(wide, buffer, capacity) : 0;
 }
 
 bool Narrow(const char* text, std::string* narrow) {
   *narrow = text;
   return true;
 }
-bool Narrow(const char16_t* text, std::string* narrow) { return Utf16ToUtf8(text, narrow); }
+bool Narrow(const char16_t* text, std::string* narrow) { return Base::Utf16ToUtf8(text, narrow); }
 
 template <class Char>
 class PosixLocations final : public LocationsOf<Char> {

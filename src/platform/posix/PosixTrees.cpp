@@ -6,14 +6,15 @@
 #include <memory>
 #include <unordered_set>
 
+#include "base/text/Utf8.h"
 #include "platform/SystemParts.h"
 #include "platform/posix/EntryCalls.h"
 #include "platform/posix/FileCopy.h"
 #include "platform/posix/FolderChain.h"
 #include "platform/posix/FolderReader.h"
 #include "platform/posix/HostFile.h"
+#include "platform/posix/LetterCase.h"
 #include "platform/posix/PosixReasons.h"
-#include "platform/posix/Utf8.h"
 
 namespace OrvWorkFlow::Core::System {
 namespace Posix {
@@ -51,7 +52,7 @@ bool InUtf8(const std::string& text, std::string* /*memory*/, std::string_view* 
   return true;
 }
 bool InUtf8(const std::u16string& text, std::string* memory, std::string_view* result) {
-  if (!Utf16ToUtf8(text, memory)) return false;
+  if (!Base::Utf16ToUtf8(text, memory)) return false;
   *result = *memory;
   return true;
 }
@@ -61,13 +62,13 @@ void AddName(std::string_view name, std::uint32_t attributes, EntryList<char>* e
 }
 void AddName(std::string_view name, std::uint32_t attributes, EntryList<char16_t>* entries) {
   std::u16string wide;
-  if (Utf8ToUtf16(name, &wide)) entries->Add(wide, attributes);
+  if (Base::Utf8ToUtf16(name, &wide)) entries->Add(wide, attributes);
 }
 
 void LeaveOut(const std::string& shown, EntryList<char>* entries) { entries->LeaveOut(shown); }
 void LeaveOut(const std::string& shown, EntryList<char16_t>* entries) {
   std::u16string wide;
-  if (Utf8ToUtf16(shown, &wide)) entries->LeaveOut(wide);
+  if (Base::Utf8ToUtf16(shown, &wide)) entries->LeaveOut(wide);
 }
 
 template <class Char>

@@ -4,10 +4,10 @@
 
 #include <algorithm>
 #include <atomic>
-#include <mutex>
 #include <string>
 #include <vector>
 
+#include "base/lock/Mutex.h"
 #include "platform/SystemParts.h"
 #include "platform/posix/HostFile.h"
 #include "platform/posix/PosixReasons.h"
@@ -49,7 +49,7 @@ class WrittenDisks final : public WrittenFiles {
   template <class FolderPath>
   void Note(dev_t device, const FolderPath& folder_path) {
     if (last_.load(std::memory_order_relaxed) == device) return;
-    const std::scoped_lock lock(mutex_);
+    const Base::Hold lock(mutex_);
     const auto same = [=](const Disk& disk) { return disk.device == device; };
     if (std::none_of(disks_.begin(), disks_.end(), same)) disks_.push_back({device, folder_path()});
     last_ = device;
@@ -58,7 +58,7 @@ class WrittenDisks final : public WrittenFiles {
   bool FlushAll() override {
     std::vector<Disk> disks;
     {
-      const std::scoped_lock lock(mutex_);
+      const Base::Hold lock(mutex_);
       disks.swap(disks_);
       last_ = kNone;
     }
@@ -66,7 +66,7 @@ class WrittenDisks final : public WrittenFiles {
     for (Disk& disk : disks) {
       if (Flush(disk)) continue;
       flushed = false;
-      const std::scoped_lock lock(mutex_);
+      const Base::Hold lock(mutex_);
       disks_.push_back(std::move(disk));
     }
     return flushed;
@@ -75,8 +75,8 @@ class WrittenDisks final : public WrittenFiles {
  private:
   static constexpr dev_t kNone = ~dev_t{0};
 
-  std::mutex mutex_;  // Guards the disks; a leaf.
-  std::vector<Disk> disks_;
+  Base::Mutex mutex_;  // Guards the disks; a leaf.
+  std::vector<Disk> disks_ ORV_GUARDED_BY(mutex_);
   std::atomic<dev_t> last_ = kNone;
 };
 

@@ -1,8 +1,8 @@
 #include "platform/windows/WindowsWrittenFiles.h"
 
-#include <mutex>
 #include <vector>
 
+#include "base/lock/Mutex.h"
 #include "platform/SystemParts.h"
 #include "platform/windows/NativePath.h"
 
@@ -18,12 +18,11 @@ class WindowsWrittenFiles final : public WrittenFiles {
   void Note(std::u16string path) {
     const KeptReason kept(SystemParts::TheReasons());
     if (path.empty()) return;
-    std::unique_lock lock(mutex_);
+    const Base::Hold lock(mutex_);
     if (!files_.empty() && files_.back() == path) return;
     if (files_.size() >= kMostFiles) {
-      lock.unlock();
+      const Base::Released released(mutex_);
       FlushAll();
-      lock.lock();
     }
     files_.push_back(std::move(path));  // Not flushed yet, however many there are: it may be written after this.
   }
@@ -31,22 +30,22 @@ class WindowsWrittenFiles final : public WrittenFiles {
   bool FlushAll() override {
     std::vector<std::u16string> files;
     {
-      const std::scoped_lock lock(mutex_);
+      const Base::Hold lock(mutex_);
       files.swap(files_);
     }
     bool flushed = true;
     for (std::u16string& file : files) {
       if (FlushFile(file)) continue;
       flushed = false;
-      const std::scoped_lock lock(mutex_);
+      const Base::Hold lock(mutex_);
       files_.push_back(std::move(file));
     }
     return flushed;
   }
 
  private:
-  std::mutex mutex_;  // Guards the files; a leaf.
-  std::vector<std::u16string> files_;
+  Base::Mutex mutex_;  // a leaf
+  std::vector<std::u16string> files_ ORV_GUARDED_BY(mutex_);
 };
 
 WindowsWrittenFiles& TheFiles() {

@@ -47,7 +47,7 @@ bool ReadEntryTexts(IDictionary& dictionary, const std::string& path, std::vecto
   return false;
 }
 
-void ReadEntrySecret(IDictionary& dictionary, const std::string& path, SecretText& text) {
+void ReadEntrySecret(IDictionary& dictionary, const std::string& path, Base::SecretText& text) {
   text.Clear();
   const Marshalled<IOrvPString> value;
   const WipedAtEnd wiped(value);

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "CoreObjects/Secret.h"
 #include "OrvWorkFlow/IDictionary.h"
+#include "base/secret/Secret.h"
 
 namespace OrvWorkFlow::Core::Mediator {
 
@@ -15,7 +15,7 @@ bool ReadEntryText(IDictionary& dictionary, const std::string& path, std::string
 bool ReadEntryTexts(IDictionary& dictionary, const std::string& path, std::vector<std::string>& texts);
 
 // For keys: no copy stays in memory that this library gives back. "" stands for what is missing.
-void ReadEntrySecret(IDictionary& dictionary, const std::string& path, SecretText& text);
+void ReadEntrySecret(IDictionary& dictionary, const std::string& path, Base::SecretText& text);
 
 // "" and an empty list stand for what is missing.
 std::string EntryText(IDictionary& dictionary, const std::string& path);

@@ -5,9 +5,9 @@
 
 #include "CoreObjects/CoreObjects.h"
 #include "CoreObjects/Marshalled.h"
-#include "CoreObjects/Secret.h"
 #include "OrvWorkFlow/OrvBase.h"
 #include "OrvWorkFlow/WorkflowSchema.h"
+#include "base/secret/Secret.h"
 #include "signalmediator/MediatorBox.h"
 #include "signalmediator/MediatorMessages.h"
 #include "signalmediator/definitions/DictionaryAccess.h"
@@ -21,7 +21,7 @@ constexpr unsigned kPauseMilliseconds = 500;
 // What the definition and its workflow say.
 struct Definition {
   std::string write_directory;
-  SecretText key;
+  Base::SecretText key;
   std::string config_file;
   std::vector<std::string> read_directories;  // the workflow's, then the object's own
 };
@@ -76,7 +76,7 @@ class Configurator {
     return true;
   }
 
-  bool GiveKey(const SecretText& key) {
+  bool GiveKey(const Base::SecretText& key) {
     return Try(MediatorBoxes::kEncryptionKeyThrew, [&] { object_.SetEncryptionKey(key.c_str()); });
   }
 

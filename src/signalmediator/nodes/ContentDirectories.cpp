@@ -1,4 +1,5 @@
 #include "signalmediator/nodes/ContentDirectories.h"
+#include "base/dictionary/DictionaryReading.h"
 
 #include <algorithm>
 #include <iterator>
@@ -6,6 +7,7 @@
 
 #include "CoreObjects/Marshalled.h"
 #include "OrvWorkFlow/WorkflowSchema.h"
+#include "base/lock/Mutex.h"
 #include "signalmediator/definitions/DictionaryAccess.h"
 
 namespace OrvWorkFlow::Core::Mediator {
@@ -41,12 +43,7 @@ FlowDirectories ReadFlowDirectories(IDictionary& dictionary, const std::string& 
 
 // Of the entries below the tree, in pre-order; the tree itself is none.
 ContentDirectories::Places ContentDirectories::ReadTree(IDictionary& dictionary) {
-  const Marshalled<IOrvPStringList> list;
-  std::vector<std::string> paths;
-  if (!list || !dictionary.EnumeratePaths(WorkflowSchema::kAbsorbTree, list.get()) || !ReadTexts(list.get(), paths)) {
-    if (dictionary.Exists(WorkflowSchema::kAbsorbTree)) throw std::bad_alloc();
-    return {};
-  }
+  std::vector<std::string> paths = Base::PathsFrom(dictionary, WorkflowSchema::kAbsorbTree);
   Places places;
   std::string name;
   for (std::size_t i = 1; i < paths.size(); ++i) {
@@ -57,7 +54,7 @@ ContentDirectories::Places ContentDirectories::ReadTree(IDictionary& dictionary)
 
 ContentDirectories::Recalled ContentDirectories::Recall(OfNode& kept, Giving giving, bool is_lent) {
   if (!is_lent && kept.has_fresh.load(std::memory_order_relaxed)) {
-    const std::scoped_lock lock(mutex_);
+    const Base::Hold lock(mutex_);
     kept.known = std::move(kept.fresh);
     kept.has_fresh.store(false, std::memory_order_relaxed);
   }
@@ -91,12 +88,12 @@ ContentDirectories::Flow ContentDirectories::Read(const Recalled& recalled, cons
 std::shared_ptr<const ContentDirectories::Places> ContentDirectories::FindPlaces(IDictionary& dictionary,
                                                                                  const WatchedState& tree) {
   {
-    const std::scoped_lock lock(mutex_);
+    const Base::Hold lock(mutex_);
     if (places_ != nullptr && places_state_ == tree) return places_;
   }
   const auto places = std::make_shared<const Places>(ReadTree(dictionary));
   if (tree.dictionary != &dictionary) return places;  // There has come another one just now.
-  const std::scoped_lock lock(mutex_);
+  const Base::Hold lock(mutex_);
   places_ = places;
   places_state_ = tree;
   return places;
@@ -104,7 +101,7 @@ std::shared_ptr<const ContentDirectories::Places> ContentDirectories::FindPlaces
 
 // What was kept for another state of the dictionary is forgotten.
 ContentDirectories::Flow ContentDirectories::Find(const std::string& workflow_name, const WatchedState& state) {
-  const std::scoped_lock lock(mutex_);
+  const Base::Hold lock(mutex_);
   if (state_ != state) {
     by_workflow_.clear();
     state_ = state;
@@ -114,7 +111,7 @@ ContentDirectories::Flow ContentDirectories::Find(const std::string& workflow_na
 }
 
 void ContentDirectories::Keep(const std::string& workflow_name, const Known& found, OfNode& kept) {
-  const std::scoped_lock lock(mutex_);
+  const Base::Hold lock(mutex_);
   if (state_ == found.state) by_workflow_.try_emplace(workflow_name, found.flow);
   kept.fresh = found;
   kept.has_fresh.store(true, std::memory_order_relaxed);

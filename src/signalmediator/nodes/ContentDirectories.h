@@ -5,7 +5,6 @@
 #include <array>
 #include <atomic>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -13,6 +12,7 @@
 #include "CoreObjects/WatchedGlobalDictionary.h"
 #include "OrvWorkFlow/IDictionary.h"
 #include "OrvWorkFlow/WorkflowSchema.h"
+#include "base/lock/Mutex.h"
 
 namespace OrvWorkFlow::Core::Mediator {
 
@@ -78,11 +78,11 @@ class ContentDirectories {
   WatchedGlobalDictionary<kWatchedDirectories> dictionary_;
   WatchedGlobalDictionary<kWatchedTree> tree_;
 
-  std::mutex mutex_;
-  WatchedState places_state_;
-  std::shared_ptr<const Places> places_;
-  WatchedState state_;  // of the table
-  std::unordered_map<std::string, Flow> by_workflow_;
+  Base::Mutex mutex_;
+  WatchedState places_state_ ORV_GUARDED_BY(mutex_);
+  std::shared_ptr<const Places> places_ ORV_GUARDED_BY(mutex_);
+  WatchedState state_ ORV_GUARDED_BY(mutex_);  // of the table
+  std::unordered_map<std::string, Flow> by_workflow_ ORV_GUARDED_BY(mutex_);
 };
 
 }  // namespace OrvWorkFlow::Core::Mediator

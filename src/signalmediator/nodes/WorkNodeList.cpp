@@ -3,6 +3,9 @@
 #include <functional>
 #include <utility>
 
+#include "base/guard/Guarded.h"
+#include "base/lock/Mutex.h"
+
 namespace OrvWorkFlow::Core::Mediator {
 
 WorkNodeEntry::~WorkNodeEntry() {
@@ -33,12 +36,10 @@ bool PropertyQuestion::IsYes(IWorkNode& node) const noexcept {
     std::string value;
     return FetchText(value, [&](IOrvPString* text) { return node.GetProperty(property_, text); }) && value == kYes;
   }
-  try {
+  return Base::Guarded([&] {
     return AssignText(answer_.get(), "") && node.GetProperty(property_, answer_.get()) &&
            std::string_view(answer_.get()->GetText(), answer_.get()->GetLength()) == kYes;
-  } catch (...) {
-    return false;
-  }
+  });
 }
 
 std::size_t WorkNodeList::NameHash::operator()(const Name& name) const noexcept {
@@ -48,7 +49,7 @@ std::size_t WorkNodeList::NameHash::operator()(const Name& name) const noexcept 
 }
 
 void WorkNodeList::Append(const WorkNodePointer& entry) {
-  const std::scoped_lock lock(mutex_);
+  const Base::Hold lock(mutex_);
   const std::size_t index = entries_.size();
   entries_.push_back(entry);
   try {
@@ -68,25 +69,25 @@ std::size_t WorkNodeList::IndexOf(std::string_view type, std::string_view instan
 }
 
 WorkNodePointer WorkNodeList::Find(std::string_view type, std::string_view instance) const {
-  const std::scoped_lock lock(mutex_);
+  const Base::Hold lock(mutex_);
   return At(IndexOf(type, instance));
 }
 
 WorkNodePointer WorkNodeList::FindNode(const IWorkNode* node) const {
-  const std::scoped_lock lock(mutex_);
+  const Base::Hold lock(mutex_);
   const auto found = by_node_.find(node);
   return found == by_node_.end() ? nullptr : entries_[found->second];
 }
 
 WorkNodeList::Snapshot WorkNodeList::Copy() const {
-  const std::scoped_lock lock(mutex_);
+  const Base::Hold lock(mutex_);
   return entries_;
 }
 
 void WorkNodeList::Clear() noexcept {
   Snapshot entries;
   {
-    const std::scoped_lock lock(mutex_);
+    const Base::Hold lock(mutex_);
     entries.swap(entries_);
     changes_ = NextChange();
     by_name_.clear();

@@ -5,7 +5,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -14,6 +13,7 @@
 #include "CoreObjects/Marshalled.h"
 #include "CoreObjects/SignalTexts.h"
 #include "OrvWorkFlow/IWorkNode.h"
+#include "base/lock/Mutex.h"
 #include "signalmediator/nodes/ContentDirectories.h"
 
 namespace OrvWorkFlow::Core::Mediator {
@@ -143,7 +143,7 @@ class WorkNodeList {
   std::size_t IndexOf(std::string_view type, std::string_view instance) const;
   WorkNodePointer At(std::size_t index) const { return index != Place::kNone ? entries_[index] : nullptr; }
 
-  mutable std::mutex mutex_;
+  mutable Base::Mutex mutex_;
   std::uint64_t changes_ = NextChange();
   Snapshot entries_;
   std::unordered_map<Name, std::size_t, NameHash> by_name_;  // the names are the entries' own texts

@@ -3,20 +3,21 @@
 #include <algorithm>
 
 #include "OrvWorkFlow/WorkflowSchema.h"
+#include "base/lock/Mutex.h"
 #include "signalmediator/definitions/DictionaryAccess.h"
 #include "signalmediator/nodes/TemporaryData.h"
 
 namespace OrvWorkFlow::Core::Mediator {
 
 void WriteDirectories::Keep(const char* path) {
-  const std::scoped_lock lock(mutex_);
+  const Base::Hold lock(mutex_);
   if (std::find(kept_.begin(), kept_.end(), path) == kept_.end()) kept_.emplace_back(path);
 }
 
 std::string WriteDirectories::Delete(IFileSystemA& file_system, const std::string& directory) const {
   std::vector<std::string> kept;
   {
-    const std::scoped_lock lock(mutex_);
+    const Base::Hold lock(mutex_);
     kept = kept_;
   }
   std::string refusal = WhyNotDeleted(file_system, directory, kept);

@@ -1,12 +1,12 @@
 // Deleting what a workflow's nodes have written.
 #pragma once
 
-#include <mutex>
 #include <string>
 #include <vector>
 
 #include "OrvWorkFlow/IDictionary.h"
 #include "OrvWorkFlow/IFileSystem.h"
+#include "base/lock/Mutex.h"
 
 namespace OrvWorkFlow::Core::Mediator {
 
@@ -22,8 +22,8 @@ class WriteDirectories {
   void DeleteAll(IFileSystemA& file_system, IDictionary& dictionary) const;
 
  private:
-  mutable std::mutex mutex_;  // leaf
-  std::vector<std::string> kept_;
+  mutable Base::Mutex mutex_;  // leaf
+  std::vector<std::string> kept_ ORV_GUARDED_BY(mutex_);
 };
 
 }  // namespace OrvWorkFlow::Core::Mediator

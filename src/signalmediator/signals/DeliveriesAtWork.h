@@ -3,11 +3,11 @@
 
 #include <algorithm>
 #include <chrono>
-#include <mutex>
 #include <string>
 #include <vector>
 
 #include "OrvWorkFlow/IRunReport.h"
+#include "base/lock/Mutex.h"
 #include "signalmediator/nodes/WorkNodeList.h"
 
 namespace OrvWorkFlow::Core::Mediator {
@@ -23,7 +23,7 @@ class DeliveriesAtWork {
     // One that finds no memory is not listed.
     Entry(DeliveriesAtWork& all, const IRunObserver::Delivery& delivery, const WorkNodeEntry& node) noexcept
         : all_(&all), delivery_(delivery), node_(&node), since_(Clock::now()) {
-      const std::scoped_lock lock(all_->mutex_);
+      const Base::Hold lock(all_->mutex_);
       try {
         all_->entries_.push_back(this);
       } catch (...) {
@@ -34,7 +34,7 @@ class DeliveriesAtWork {
     Entry& operator=(const Entry&) = delete;
     ~Entry() {
       if (all_ == nullptr) return;
-      const std::scoped_lock lock(all_->mutex_);
+      const Base::Hold lock(all_->mutex_);
       std::erase(all_->entries_, this);
     }
 
@@ -57,7 +57,7 @@ class DeliveriesAtWork {
   std::vector<Copied> Copy() const {
     const Clock::time_point now = Clock::now();
     std::vector<Copied> copies;
-    const std::scoped_lock lock(mutex_);
+    const Base::Hold lock(mutex_);
     for (const Entry* entry : entries_) {
       const auto& [number, sender, receiver] = entry->delivery_;
       const auto passed = std::chrono::duration_cast<std::chrono::milliseconds>(now - entry->since_).count();
@@ -71,8 +71,8 @@ class DeliveriesAtWork {
   }
 
  private:
-  mutable std::mutex mutex_;
-  std::vector<const Entry*> entries_;
+  mutable Base::Mutex mutex_;
+  std::vector<const Entry*> entries_ ORV_GUARDED_BY(mutex_);
 };
 
 }  // namespace OrvWorkFlow::Core::Mediator

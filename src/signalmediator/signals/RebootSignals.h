@@ -1,10 +1,11 @@
 // The signals with which stopped nodes want to go on after a restart.
 #pragma once
 
-#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "base/lock/Mutex.h"
 
 namespace OrvWorkFlow::Core::Mediator {
 
@@ -19,26 +20,26 @@ class RebootSignals {
  public:
   void Clear() { Replace({}); }
   void Replace(std::vector<RebootSignalRecord> records) {
-    const std::scoped_lock lock(mutex_);
+    const Base::Hold lock(mutex_);
     records_.swap(records);
   }
   void Append(RebootSignalRecord record) {
-    const std::scoped_lock lock(mutex_);
+    const Base::Hold lock(mutex_);
     records_.push_back(std::move(record));
   }
   // All of them, which are forgotten.
   std::vector<RebootSignalRecord> Take() noexcept {
-    const std::scoped_lock lock(mutex_);
+    const Base::Hold lock(mutex_);
     return std::exchange(records_, {});
   }
   std::vector<RebootSignalRecord> Copy() const {
-    const std::scoped_lock lock(mutex_);
+    const Base::Hold lock(mutex_);
     return records_;
   }
 
  private:
-  mutable std::mutex mutex_;
-  std::vector<RebootSignalRecord> records_;
+  mutable Base::Mutex mutex_;
+  std::vector<RebootSignalRecord> records_ ORV_GUARDED_BY(mutex_);
 };
 
 }  // namespace OrvWorkFlow::Core::Mediator

@@ -1,6 +1,7 @@
 // orvflow diff: in what two dictionary files differ.
 #include "OrvWorkFlow/host/WorkflowHost.h"
 #include "OrvWorkFlow/sdk/MarshalledHolder.h"
+#include "base/dictionary/ValueTags.h"
 #include "nlohmann/json.hpp"
 #include "orvflow/document/Differences.h"
 #include "orvflow/files/DictionaryText.h"
@@ -35,7 +36,7 @@ class DiffTest : public ProgramFixture {
 // What the entry is to become.
 void Apply(IDictionary& dictionary, const std::string& path, const Program::EntryContent& content) {
   const char* const where = path.c_str();
-  const auto type = Program::TypeOfTag(content.value.tag);
+  const auto type = OrvWorkFlow::Base::TypeOfTag(content.value.tag);
   EXPECT_TRUE(dictionary.SetAttribute(where, "x", "")) << path;
   if (type == OrvWorkFlow::ValueType::Nil) {
     EXPECT_TRUE(dictionary.SetValue(where, ""));

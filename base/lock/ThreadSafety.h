@@ -12,6 +12,7 @@
 #define ORV_GUARDED_BY(lock) ORV_THREAD_MARK(guarded_by(lock))
 #define ORV_REQUIRES(...) ORV_THREAD_MARK(requires_capability(__VA_ARGS__))
 #define ORV_ACQUIRE(...) ORV_THREAD_MARK(acquire_capability(__VA_ARGS__))
+#define ORV_TRY_ACQUIRE(...) ORV_THREAD_MARK(try_acquire_capability(__VA_ARGS__))
 #define ORV_RELEASE(...) ORV_THREAD_MARK(release_capability(__VA_ARGS__))
 #define ORV_ASSERTS_HELD(lock) ORV_THREAD_MARK(assert_capability(lock))
 #define ORV_NO_THREAD_CHECK ORV_THREAD_MARK(no_thread_safety_analysis)

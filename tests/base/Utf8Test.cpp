@@ -1,12 +1,12 @@
-// UTF-8 and UTF-16 on Linux.
+// UTF-8 and UTF-16 of one another.
 #include <gtest/gtest.h>
 
 #include <string>
 #include <string_view>
 
-#include "platform/posix/Utf8.h"
+#include "base/text/Utf8.h"
 
-namespace OrvWorkFlow::Core::System {
+namespace OrvWorkFlow::Base {
 namespace {
 
 TEST(Utf8, CharactersGoThereAndBack) {
@@ -20,8 +20,8 @@ TEST(Utf8, CharactersGoThereAndBack) {
     }
     std::string narrow;
     std::u16string again;
-    ASSERT_TRUE(Posix::Utf16ToUtf8(wide, &narrow)) << static_cast<unsigned>(c);
-    ASSERT_TRUE(Posix::Utf8ToUtf16(narrow, &again)) << static_cast<unsigned>(c);
+    ASSERT_TRUE(Utf16ToUtf8(wide, &narrow)) << static_cast<unsigned>(c);
+    ASSERT_TRUE(Utf8ToUtf16(narrow, &again)) << static_cast<unsigned>(c);
     ASSERT_TRUE(again == wide) << static_cast<unsigned>(c);
     ASSERT_EQ(narrow.size(), c < 0x80 ? 1U : c < 0x800 ? 2U : c < 0x10000 ? 3U : 4U);
   }
@@ -32,15 +32,15 @@ TEST(Utf8, MalformedTextIsRefused) {
   for (const std::string_view bad :
        {"\x80", "a\xC0\x80", "\xC1\xBF", "\xE0\x9F\xBF", "\xED\xA0\x80", "\xF0\x8F\xBF\xBF", "\xF4\x90\x80\x80",
         "\xF5\x80\x80\x80", "\xE2\x82", "\xC3", "\xC3(", "\xFF"}) {
-    EXPECT_FALSE(Posix::Utf8ToUtf16(bad, &wide));
-    EXPECT_FALSE(Posix::IsUtf8(bad));
+    EXPECT_FALSE(Utf8ToUtf16(bad, &wide));
+    EXPECT_FALSE(IsUtf8(bad));
   }
   EXPECT_EQ(wide, u"untouched");
   std::string narrow = "untouched";
   const char16_t bad[][2] = {{0xD800, u'a'}, {0xDC00, 0xD800}, {u'a', 0xD800}, {0xDBFF, 0xE000}};
-  for (const auto& units : bad) EXPECT_FALSE(Posix::Utf16ToUtf8({units, 2}, &narrow));
+  for (const auto& units : bad) EXPECT_FALSE(Utf16ToUtf8({units, 2}, &narrow));
   EXPECT_EQ(narrow, "untouched");
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow::Core::System
+}  // namespace OrvWorkFlow::Base

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace OrvWorkFlow::Core::Base64Testing {
+namespace OrvWorkFlow::Base64Testing {
 
 inline constexpr std::string_view kAlphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
@@ -38,4 +38,4 @@ inline std::string SlowDecode(std::string_view text) {
   return bytes;
 }
 
-}  // namespace OrvWorkFlow::Core::Base64Testing
+}  // namespace OrvWorkFlow::Base64Testing

@@ -1,14 +1,14 @@
 // Base64 against a decoder and an encoder that take one bit at a time.
-#include "CoreObjects/Base64.h"
+#include "base/text/Base64.h"
 
 #include <gtest/gtest.h>
 
 #include <memory>
 #include <random>
 
-#include "tests/CoreObjects/SlowBase64.h"
+#include "tests/base/SlowBase64.h"
 
-namespace OrvWorkFlow::Core {
+namespace OrvWorkFlow::Base {
 namespace {
 
 using Base64Testing::kAlphabet;
@@ -83,4 +83,4 @@ TEST(Base64Test, CleanTextsHoldNothingButDigitsBlanksAndAnEnd) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow::Core
+}  // namespace OrvWorkFlow::Base

@@ -6,7 +6,7 @@
 #include <memory>
 #include <string_view>
 
-namespace OrvWorkFlow::Core {
+namespace OrvWorkFlow::Base {
 
 // Overwrites the bytes with zeros, also when nobody reads them again.
 void Wipe(void* bytes, std::size_t size) noexcept;
@@ -79,4 +79,4 @@ class SecretText {
   std::size_t length_ = 0;
 };
 
-}  // namespace OrvWorkFlow::Core
+}  // namespace OrvWorkFlow::Base

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-namespace OrvWorkFlow::Core {
+namespace OrvWorkFlow::Base {
 
 // Characters for so many bytes.
 constexpr std::size_t Base64Length(std::size_t size) { return (size / 3 + (size % 3 != 0)) * 4; }
@@ -27,4 +27,4 @@ std::string DecodeBase64(std::string_view text);
 // "=" stands behind the first "=". For those who refuse what only looks like base64.
 std::optional<std::size_t> CleanBase64Size(std::string_view text) noexcept;
 
-}  // namespace OrvWorkFlow::Core
+}  // namespace OrvWorkFlow::Base

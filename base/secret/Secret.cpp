@@ -1,6 +1,6 @@
-#include "CoreObjects/Secret.h"
+#include "base/secret/Secret.h"
 
-namespace OrvWorkFlow::Core {
+namespace OrvWorkFlow::Base {
 namespace {
 
 // Read at each call, so that no compiler knows that the function called only writes to memory about to be freed.
@@ -12,4 +12,4 @@ void Wipe(void* bytes, std::size_t size) noexcept {
   if (size != 0) kSetMemory(bytes, 0, size);
 }
 
-}  // namespace OrvWorkFlow::Core
+}  // namespace OrvWorkFlow::Base

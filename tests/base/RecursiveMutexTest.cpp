@@ -5,9 +5,9 @@
 #include <thread>
 #include <vector>
 
-#include "CoreObjects/RecursiveMutex.h"
+#include "base/lock/RecursiveMutex.h"
 
-namespace OrvWorkFlow::Core {
+namespace OrvWorkFlow::Base {
 namespace {
 
 TEST(RecursiveMutex, KeepsOthersOutUntilItsOwnerHasUnlockedAsOftenAsLocked) {
@@ -35,4 +35,4 @@ TEST(RecursiveMutex, KeepsOthersOutUntilItsOwnerHasUnlockedAsOftenAsLocked) {
 }
 
 }  // namespace
-}  // namespace OrvWorkFlow::Core
+}  // namespace OrvWorkFlow::Base

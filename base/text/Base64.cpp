@@ -1,10 +1,10 @@
-#include "CoreObjects/Base64.h"
+#include "base/text/Base64.h"
 
 #include <array>
 #include <cstdint>
 #include <cstring>
 
-namespace OrvWorkFlow::Core {
+namespace OrvWorkFlow::Base {
 namespace {
 
 constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
@@ -155,4 +155,4 @@ std::optional<std::size_t> CleanBase64Size(std::string_view text) noexcept {
   return digits / 4 * 3 + (digits % 4 > 1 ? digits % 4 - 1 : 0);
 }
 
-}  // namespace OrvWorkFlow::Core
+}  // namespace OrvWorkFlow::Base
