@@ -44,7 +44,7 @@ LibraryObjects::LibraryObjects(IRunObserver& observer, DeliveryWatch& deliveries
   try {
     if (!WorkFlowFactory::LoadSharedLibrary(kLibrary)) {
       const std::string reason = WorkFlowFactory::LastLoadError();
-      if (reason == PluginLoader::kNoMemory) throw std::bad_alloc();
+      if (reason == Runtime::PluginLoader::kNoMemory) throw std::bad_alloc();
       throw HostError(HostError::Kind::PluginBroken, reason);
     }
     MakeGlobals(observer, deliveries);

@@ -15,7 +15,7 @@ namespace {
 bool LoadFrom(const std::string& path, std::string& reason) {
   if (WorkFlowFactory::LoadSharedLibrary(path.c_str())) return true;
   reason = WorkFlowFactory::LastLoadError();
-  if (reason == PluginLoader::kNoMemory) throw std::bad_alloc();
+  if (reason == Runtime::PluginLoader::kNoMemory) throw std::bad_alloc();
   return false;
 }
 

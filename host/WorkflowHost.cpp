@@ -23,7 +23,7 @@ void AddPluginDirectories(const std::vector<std::string>& directories) {
     }
   }
   for (const std::string& directory : directories) {
-    PluginLoader::AddPluginDirectory(MakeAbsolutePath(directory).c_str());
+    Runtime::PluginLoader::AddPluginDirectory(MakeAbsolutePath(directory).c_str());
   }
 }
 
@@ -53,7 +53,7 @@ void WorkflowHost::UseLogger(ILogger& logger) {
 void WorkflowHost::LogTo(const std::string& file) {
   const std::string path = MakeAbsolutePath(file);
   std::unique_ptr<ILogger, ObjectReleaser> logger(
-      Logger::NewForAppending(path.c_str(), Logger::Writing::kBuffered, {}));
+      Runtime::Logger::NewForAppending(path.c_str(), Runtime::Logger::Writing::kBuffered, {}));
   if (logger == nullptr) {
     const std::string why = std::generic_category().message(errno);
     throw HostError(HostError::Kind::Failed, file, "", "cannot be written: " + why + "; name another file for the log");

@@ -3,7 +3,7 @@
 
 #include <new>
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Runtime {
 
 // The one `Object` of this module, made at the first call and never destroyed. Any thread.
 template <class Object>
@@ -13,4 +13,4 @@ Object& NeverDestroyed() {
   return *object;
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Runtime

@@ -65,7 +65,7 @@ struct HostApp::State {
   // Used by the GUI thread, and so apart from what others write.
   alignas(64) std::deque<Call> taken;
   std::atomic<std::uint64_t> delivered = 0;  // read by others
-  ShortWait short_wait;
+  Runtime::ShortWait short_wait;
 
   Condition refuses = nullptr;  // Set once, before any delivery.
   void* refusal_context = nullptr;

@@ -24,7 +24,7 @@ bool IsNoPlugin(const std::string& error) { return error.find("is no plug-in: ")
 // The names of all files that may be libraries, each once: the first directory that has one wins.
 std::vector<std::string> LibrariesInPluginDirectories() {
   const Sdk::TextListHolder directories;
-  if (!PluginLoader::GetDirectories(directories.get())) throw std::bad_alloc();
+  if (!Runtime::PluginLoader::GetDirectories(directories.get())) throw std::bad_alloc();
   std::vector<std::string> names;
   for (const std::string& directory : directories.Texts()) {
     std::set<std::string> here;
@@ -47,14 +47,14 @@ std::optional<LibraryDescription> DescribeLibrary(const std::string& library, bo
   const bool is_file = Host::FindFileKind(library) == Host::FileKind::Readable;
   const std::string path = is_named && is_file ? Host::MakeAbsolutePath(library) : library;
   const Sdk::TextHolder file;
-  if (PluginLoader::Find(path.c_str(), file.get())) {
+  if (Runtime::PluginLoader::Find(path.c_str(), file.get())) {
     for (const auto& [name, fault] : TryLibraries({file.Text()}, TrialDepth::Make)) {
       throw ProgramError(ExitCode::PluginBroken, name + ": " + fault);
     }
   }
   if (!WorkFlowFactory::LoadSharedLibrary(path.c_str())) {
     const std::string error = WorkFlowFactory::LastLoadError();
-    if (error == PluginLoader::kNoMemory) throw std::bad_alloc();  // It may be whole.
+    if (error == Runtime::PluginLoader::kNoMemory) throw std::bad_alloc();  // It may be whole.
     if (!is_named && IsNoPlugin(error)) return std::nullopt;
     throw ProgramError(ExitCode::PluginBroken, error);
   }

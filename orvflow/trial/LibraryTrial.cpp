@@ -55,7 +55,7 @@ std::string DescribeTask(const std::vector<std::string>& files, TrialDepth depth
   std::string task;
   if (depth == TrialDepth::Make) AppendLine(task, kMake, "");
   const Sdk::TextListHolder directories;
-  PluginLoader::GetDirectories(directories.get());
+  Runtime::PluginLoader::GetDirectories(directories.get());
   for (const std::string& directory : directories.Texts()) AppendLine(task, kDirectory, directory);
   for (const std::string& file : files) AppendLine(task, kFile, file);
   return task;
@@ -176,7 +176,7 @@ void ServeTrial() {
   }
   std::vector<const char*> pointers;
   for (const std::string& directory : directories) pointers.push_back(directory.c_str());
-  PluginLoader::SetPluginDirectories(pointers.data(), pointers.size());
+  Runtime::PluginLoader::SetPluginDirectories(pointers.data(), pointers.size());
   std::unique_ptr<Host::WorkflowHost> host;
   if (!makes) host = std::make_unique<Host::WorkflowHost>();
   for (const std::string& file : files) {

@@ -15,8 +15,8 @@ namespace {
 // As the mediator looks for a library: by its name as it stands, then in the plug-in directories. "" when in vain.
 std::string FindLibrary(const std::string& library) {
   const Sdk::TextHolder file;
-  const bool is_found = PluginLoader::Find(library.c_str(), file.get()) ||
-                        PluginLoader::Find((WorkflowSchema::kPluginPrefix + library).c_str(), file.get());
+  const bool is_found = Runtime::PluginLoader::Find(library.c_str(), file.get()) ||
+                        Runtime::PluginLoader::Find((WorkflowSchema::kPluginPrefix + library).c_str(), file.get());
   return is_found ? file.Text() : "";
 }
 

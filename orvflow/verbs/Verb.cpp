@@ -16,7 +16,7 @@ void AddPluginDirectories(const std::vector<std::string>& directories) {
       throw ProgramError(ExitCode::Usage,
                          directory + ": no such folder; --plugin-path needs one with plug-in libraries");
     }
-    PluginLoader::AddPluginDirectory(Host::MakeAbsolutePath(directory).c_str());
+    Runtime::PluginLoader::AddPluginDirectory(Host::MakeAbsolutePath(directory).c_str());
   }
 }
 

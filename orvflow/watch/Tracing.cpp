@@ -60,15 +60,16 @@ class TwoLoggers final : public Sdk::ObjectProtocol<TwoLoggers, ILogger> {
 
 Tracing::Tracing(const LogOptions& options) : options_(options) {
   if (options.trace_category) {
-    trace_ = Logger::NewForStream(stderr, Logger::Writing::kEachLine);
+    trace_ = Runtime::Logger::NewForStream(stderr, Runtime::Logger::Writing::kEachLine);
     if (trace_ == nullptr) throw std::bad_alloc();
     trace_->SetCategoryFilter(options.trace_category->c_str());
     logger_ = trace_;
   }
   if (options.file.empty()) return;
-  Logger::Growth growth;
+  Runtime::Logger::Growth growth;
   growth.limit = options.size_limit;
-  log_ = Logger::NewForAppending(Host::MakeAbsolutePath(options.file).c_str(), Logger::Writing::kBuffered, growth);
+  log_ = Runtime::Logger::NewForAppending(Host::MakeAbsolutePath(options.file).c_str(),
+                                          Runtime::Logger::Writing::kBuffered, growth);
   if (log_ == nullptr) {
     const std::string reason = std::strerror(errno);
     if (trace_ != nullptr) trace_->Release();

@@ -50,8 +50,8 @@ class Tracing {
 
  private:
   const LogOptions options_;
-  Logger* trace_ = nullptr;
-  Logger* log_ = nullptr;
+  Runtime::Logger* trace_ = nullptr;
+  Runtime::Logger* log_ = nullptr;
   ILogger* logger_ = nullptr;
 };
 

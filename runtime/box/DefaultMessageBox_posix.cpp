@@ -4,7 +4,7 @@
 
 #include "runtime/box/DefaultMessageBox.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Runtime {
 
 namespace {
 
@@ -26,4 +26,4 @@ void ShowDefaultMessageBox(const char* text, const char* caption) {
   }
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Runtime

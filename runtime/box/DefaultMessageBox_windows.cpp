@@ -5,8 +5,8 @@
 
 #include "runtime/box/DefaultMessageBox.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Runtime {
 
 void ShowDefaultMessageBox(const char* text, const char* caption) { MessageBoxA(nullptr, text, caption, MB_OK); }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Runtime

@@ -23,14 +23,14 @@ void ShowMessageBox(const char* text, const char* caption) noexcept {
   try {
     MessageBoxRoute route;
     {
-      RouteState& state = NeverDestroyed<RouteState>();
+      RouteState& state = Runtime::NeverDestroyed<RouteState>();
       const Base::Hold lock(state.mutex);
       route = state.route;
     }
     if (route.handler != nullptr) {
       route.handler(shown_text, shown_caption, route.context);
     } else {
-      ShowDefaultMessageBox(shown_text, shown_caption);
+      Runtime::ShowDefaultMessageBox(shown_text, shown_caption);
     }
   } catch (...) {
     // A box that cannot be shown must not turn into a second failure.
@@ -38,7 +38,7 @@ void ShowMessageBox(const char* text, const char* caption) noexcept {
 }
 
 MessageBoxRoute SetMessageBoxRoute(MessageBoxRoute route) noexcept {
-  RouteState& state = NeverDestroyed<RouteState>();
+  RouteState& state = Runtime::NeverDestroyed<RouteState>();
   const Base::Hold lock(state.mutex);
   return std::exchange(state.route, route);
 }

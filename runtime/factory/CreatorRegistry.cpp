@@ -7,7 +7,7 @@
 #include "runtime/NeverDestroyed.h"
 #include "runtime/marshal/MarshalledTypes.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Runtime {
 
 namespace {
 
@@ -135,4 +135,4 @@ void CreatorRegistry::EndScope(const RegistrationScope* scope, bool accepted) {
   }
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Runtime

@@ -8,7 +8,7 @@
 #include "OrvWorkFlow/IFactoryObjectCreator.h"
 #include "base/lock/Mutex.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Runtime {
 
 // While one lives, what its thread registers is known but not found: the static objects of a plug-in library register
 // before the library could be looked at. Scopes of a thread nest.
@@ -74,4 +74,4 @@ class CreatorRegistry {
   void* observer_context_ ORV_GUARDED_BY(mutex_) = nullptr;
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Runtime

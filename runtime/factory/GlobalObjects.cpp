@@ -5,7 +5,7 @@
 #include "base/lock/Mutex.h"
 #include "runtime/NeverDestroyed.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Runtime {
 
 GlobalObjects& GlobalObjects::Get() { return NeverDestroyed<GlobalObjects>(); }
 
@@ -58,4 +58,4 @@ void GlobalObjects::ReleaseAll() {
   }
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Runtime

@@ -10,7 +10,7 @@
 #include "OrvWorkFlow/IBaseWorkFlowObject.h"
 #include "base/lock/Mutex.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Runtime {
 
 // Any thread. The lock is a leaf: no object is called while it is held.
 class GlobalObjects {
@@ -41,4 +41,4 @@ class GlobalObjects {
   static constinit inline std::atomic<std::uint64_t> changes_ = 1;
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Runtime

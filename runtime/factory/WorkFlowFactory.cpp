@@ -26,14 +26,14 @@ void ReleaseQuietly(IBaseWorkFlowObject* object) noexcept {
 
 WorkFlowFactory::WorkFlowFactory(IFactoryObjectCreator* creator) noexcept : creator_(creator) {
   if (creator_ == nullptr) {
-    RegistrationScope::NoteLost();  // As a rule it could not be made.
+    Runtime::RegistrationScope::NoteLost();  // As a rule it could not be made.
     return;
   }
   try {
-    CreatorRegistry::Get().Add(creator_);
+    Runtime::CreatorRegistry::Get().Add(creator_);
   } catch (...) {
     // The creator is kept and never found.
-    RegistrationScope::NoteLost();
+    Runtime::RegistrationScope::NoteLost();
   }
 }
 
@@ -41,7 +41,7 @@ WorkFlowFactory::~WorkFlowFactory() {
   if (creator_ == nullptr) {
     return;
   }
-  CreatorRegistry::Get().Remove(creator_);
+  Runtime::CreatorRegistry::Get().Remove(creator_);
   try {
     creator_->Destroy();
   } catch (...) {
@@ -53,7 +53,8 @@ IBaseWorkFlowObject* WorkFlowFactory::CreateNewObject(const char* name) {
   if (name == nullptr) {
     return nullptr;
   }
-  IFactoryObjectCreator* const creator = CreatorRegistry::Get().Find(name, CreatorRegistry::Kind::kObject);
+  IFactoryObjectCreator* const creator =
+      Runtime::CreatorRegistry::Get().Find(name, Runtime::CreatorRegistry::Kind::kObject);
   return creator != nullptr ? creator->Create() : nullptr;
 }
 
@@ -68,7 +69,7 @@ IBaseWorkFlowObject* WorkFlowFactory::CreateNewGlobalObject(const char* name) {
   }
   IBaseWorkFlowObject* kept = nullptr;
   try {
-    kept = GlobalObjects::Get().Add(name, made, true);
+    kept = Runtime::GlobalObjects::Get().Add(name, made, true);
   } catch (...) {
     kept = nullptr;
   }
@@ -79,25 +80,28 @@ IBaseWorkFlowObject* WorkFlowFactory::CreateNewGlobalObject(const char* name) {
 }
 
 IBaseWorkFlowObject* WorkFlowFactory::GetGlobalObj(const char* name) {
-  return name != nullptr ? GlobalObjects::Get().Find(name) : nullptr;
+  return name != nullptr ? Runtime::GlobalObjects::Get().Find(name) : nullptr;
 }
 
-std::uint64_t WorkFlowFactory::GetGlobalsChangeCount() noexcept { return GlobalObjects::GetChangeCount(); }
+std::uint64_t WorkFlowFactory::GetGlobalsChangeCount() noexcept { return Runtime::GlobalObjects::GetChangeCount(); }
 
 bool WorkFlowFactory::IsObjectPresent(const char* name) {
-  return name != nullptr && (CreatorRegistry::Get().Find(name, CreatorRegistry::Kind::kObject) != nullptr ||
-                             GlobalObjects::Get().Find(name) != nullptr);
+  return name != nullptr &&
+         (Runtime::CreatorRegistry::Get().Find(name, Runtime::CreatorRegistry::Kind::kObject) != nullptr ||
+          Runtime::GlobalObjects::Get().Find(name) != nullptr);
 }
 
 bool WorkFlowFactory::IsWorkNodePresent(const char* type_name) {
-  return type_name != nullptr && CreatorRegistry::Get().Find(type_name, CreatorRegistry::Kind::kWorkNode) != nullptr;
+  return type_name != nullptr &&
+         Runtime::CreatorRegistry::Get().Find(type_name, Runtime::CreatorRegistry::Kind::kWorkNode) != nullptr;
 }
 
 IWorkNode* WorkFlowFactory::CreateNewWorkNode(const char* type_name, const char* instance_name) {
   if (type_name == nullptr) {
     return nullptr;
   }
-  IFactoryObjectCreator* const creator = CreatorRegistry::Get().Find(type_name, CreatorRegistry::Kind::kWorkNode);
+  IFactoryObjectCreator* const creator =
+      Runtime::CreatorRegistry::Get().Find(type_name, Runtime::CreatorRegistry::Kind::kWorkNode);
   IBaseWorkFlowObject* const object = creator != nullptr ? creator->Create() : nullptr;
   if (object == nullptr) {
     return nullptr;
@@ -115,14 +119,14 @@ IWorkNode* WorkFlowFactory::CreateNewWorkNode(const char* type_name, const char*
   return nullptr;
 }
 
-bool WorkFlowFactory::LoadSharedLibrary(const char* path) { return PluginLoader::Load(path); }
+bool WorkFlowFactory::LoadSharedLibrary(const char* path) { return Runtime::PluginLoader::Load(path); }
 
 bool WorkFlowFactory::GetObjectTypeNames(IOrvPStringList* names) {
   if (names == nullptr) {
     return false;
   }
   return Base::Guarded([&] {
-    const std::vector<std::string> type_names = CreatorRegistry::Get().GetNames();
+    const std::vector<std::string> type_names = Runtime::CreatorRegistry::Get().GetNames();
     names->Clear();
     for (const std::string& name : type_names) {
       if (!names->Add(name.data(), name.size())) {
@@ -137,25 +141,26 @@ bool WorkFlowFactory::AddGlobalObject(const char* name, IBaseWorkFlowObject* obj
   if (name == nullptr || object == nullptr || GetGlobalObj(name) != nullptr) {
     return false;
   }
-  return Base::Guarded([&] { return GlobalObjects::Get().Add(name, object, take_ownership) == object; });
+  return Base::Guarded([&] { return Runtime::GlobalObjects::Get().Add(name, object, take_ownership) == object; });
 }
 
-void WorkFlowFactory::ReleaseGlobalObjects() { GlobalObjects::Get().ReleaseAll(); }
+void WorkFlowFactory::ReleaseGlobalObjects() { Runtime::GlobalObjects::Get().ReleaseAll(); }
 
-void WorkFlowFactory::UnloadSharedLibraries() { PluginLoader::UnloadAll(); }
+void WorkFlowFactory::UnloadSharedLibraries() { Runtime::PluginLoader::UnloadAll(); }
 
 IFactoryObjectCreator* WorkFlowFactory::CloneCreator(const char* name) {
   if (name == nullptr) {
     return nullptr;
   }
-  IFactoryObjectCreator* const creator = CreatorRegistry::Get().Find(name, CreatorRegistry::Kind::kAny);
+  IFactoryObjectCreator* const creator =
+      Runtime::CreatorRegistry::Get().Find(name, Runtime::CreatorRegistry::Kind::kAny);
   return Base::Guarded([&] { return creator != nullptr ? creator->Clone() : nullptr; });
 }
 
 void WorkFlowFactory::SetRegistrationObserver(RegistrationObserver observer, void* context) {
-  CreatorRegistry::Get().SetObserver(observer, context);
+  Runtime::CreatorRegistry::Get().SetObserver(observer, context);
 }
 
-const char* WorkFlowFactory::LastLoadError() { return PluginLoader::GetLastError(); }
+const char* WorkFlowFactory::LastLoadError() { return Runtime::PluginLoader::GetLastError(); }
 
 }  // namespace OrvWorkFlow

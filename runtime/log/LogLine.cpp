@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Runtime {
 
 namespace {
 
@@ -77,4 +77,4 @@ void AppendLogLine(std::string* out, std::chrono::system_clock::time_point time,
   out->push_back('\n');
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Runtime

@@ -8,7 +8,7 @@
 
 #include "OrvWorkFlow/Export.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Runtime {
 
 // A printf-style text of any length; the bare format when it cannot be formatted.
 ORV_RUNTIME_API std::string FormatLogText(const char* format, std::va_list values) ORV_PRINTF_LIKE(1, 0);
@@ -17,4 +17,4 @@ ORV_RUNTIME_API std::string FormatLogText(const char* format, std::va_list value
 ORV_RUNTIME_API void AppendLogLine(std::string* out, std::chrono::system_clock::time_point time,
                                    std::string_view category, std::string_view text);
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Runtime

@@ -5,7 +5,7 @@
 #include <limits>
 #include <string>
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Runtime {
 
 namespace {
 
@@ -149,4 +149,4 @@ std::unique_ptr<LogSink> OpenAppendingSink(const char* path, Logger::Growth grow
   return sink->Open() ? std::move(sink) : nullptr;
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Runtime

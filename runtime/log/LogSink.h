@@ -9,7 +9,7 @@
 
 #include "runtime/log/Logger.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Runtime {
 
 // One thread at a time.
 class LogSink {
@@ -28,4 +28,4 @@ std::unique_ptr<LogSink> OpenStreamSink(std::FILE* stream);
 std::unique_ptr<LogSink> OpenNewFileSink(const char* path);
 std::unique_ptr<LogSink> OpenAppendingSink(const char* path, Logger::Growth growth);
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Runtime

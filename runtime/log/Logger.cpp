@@ -14,7 +14,7 @@
 #include "runtime/log/LogLine.h"
 #include "runtime/log/LogSink.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Runtime {
 
 namespace {
 
@@ -170,4 +170,4 @@ void Logger::Log(const char* category, const char* format, ...) {
   va_end(values);
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Runtime

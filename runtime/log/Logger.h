@@ -17,7 +17,7 @@
 #include "OrvWorkFlow/ILogger.h"
 #include "OrvWorkFlow/sdk/SharedObject.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Runtime {
 
 // Any thread; the lines of one thread keep their order, the times never go back unless the system's clock does.
 class ORV_RUNTIME_API Logger final : public Sdk::SharedObject<Logger, ILogger> {
@@ -70,4 +70,4 @@ class ORV_RUNTIME_API Logger final : public Sdk::SharedObject<Logger, ILogger> {
   std::unique_ptr<State> state_;
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Runtime

@@ -10,7 +10,7 @@
 
 #include "OrvWorkFlow/Marshaller.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Runtime {
 
 // A text with room for short ones inside the object: names, signals and most values need no memory of their own.
 template <class Char, class Interface>
@@ -158,4 +158,4 @@ class MarshalledStream final : public IOrvBasicStream {
   std::vector<unsigned char> bytes_;
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Runtime

@@ -25,14 +25,14 @@ struct NamedMaker {
 };
 
 constexpr NamedMaker kMakers[] = {
-    {"IOrvPString", &New<IOrvPString, MarshalledPString>},
-    {"IOrvPStringList", &New<IOrvPStringList, MarshalledStringList<char, IOrvPStringList>>},
-    {"IOrvString", &New<IOrvString, MarshalledWString>},
-    {"IOrvStringList", &New<IOrvStringList, MarshalledStringList<char16_t, IOrvStringList>>},
-    {"IOrvIntList", &New<IOrvIntList, MarshalledList<std::int32_t, std::int32_t, IOrvIntList>>},
-    {"IOrvDoubleList", &New<IOrvDoubleList, MarshalledList<double, double, IOrvDoubleList>>},
-    {"IOrvBoolList", &New<IOrvBoolList, MarshalledList<bool, unsigned char, IOrvBoolList>>},
-    {"IOrvBasicStream", &New<IOrvBasicStream, MarshalledStream>},
+    {"IOrvPString", &New<IOrvPString, Runtime::MarshalledPString>},
+    {"IOrvPStringList", &New<IOrvPStringList, Runtime::MarshalledStringList<char, IOrvPStringList>>},
+    {"IOrvString", &New<IOrvString, Runtime::MarshalledWString>},
+    {"IOrvStringList", &New<IOrvStringList, Runtime::MarshalledStringList<char16_t, IOrvStringList>>},
+    {"IOrvIntList", &New<IOrvIntList, Runtime::MarshalledList<std::int32_t, std::int32_t, IOrvIntList>>},
+    {"IOrvDoubleList", &New<IOrvDoubleList, Runtime::MarshalledList<double, double, IOrvDoubleList>>},
+    {"IOrvBoolList", &New<IOrvBoolList, Runtime::MarshalledList<bool, unsigned char, IOrvBoolList>>},
+    {"IOrvBasicStream", &New<IOrvBasicStream, Runtime::MarshalledStream>},
 };
 
 void* NewOwnObject(const char* interface_name) noexcept {
@@ -46,7 +46,7 @@ void* NewOwnObject(const char* interface_name) noexcept {
 
 }  // namespace
 
-bool MarshalledStream::Assign(const void* data, std::size_t size) noexcept {
+bool Runtime::MarshalledStream::Assign(const void* data, std::size_t size) noexcept {
   if (data == nullptr && size != 0) {
     return false;
   }
@@ -62,7 +62,7 @@ bool MarshalledStream::Assign(const void* data, std::size_t size) noexcept {
   });
 }
 
-bool MarshalledStream::Append(const void* data, std::size_t size) noexcept {
+bool Runtime::MarshalledStream::Append(const void* data, std::size_t size) noexcept {
   if (data == nullptr && size != 0) {
     return false;
   }

@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Runtime {
 
 // Whether the file of that absolute path can be a library for this process: a regular file that can be read, in the
 // platform's format, for the machine of the running program, with all its segments and sections within the file. Where
@@ -14,4 +14,4 @@ namespace OrvWorkFlow {
 // The file may change between this look and the load; who may replace a library may do worse.
 bool CheckLibraryFile(const std::string& file, std::string* reason);
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Runtime

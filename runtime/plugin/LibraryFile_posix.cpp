@@ -14,7 +14,7 @@
 #include <system_error>
 #include <vector>
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Runtime {
 
 namespace {
 
@@ -158,4 +158,4 @@ bool CheckLibraryFile(const std::string& file, std::string* reason) {
          CheckSections(header, size, reason);
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Runtime

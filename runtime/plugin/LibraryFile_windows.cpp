@@ -9,7 +9,7 @@
 
 #include "runtime/plugin/LibraryFile.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Runtime {
 
 namespace {
 
@@ -134,4 +134,4 @@ bool CheckLibraryFile(const std::string& file, std::string* reason) {
          CheckSymbols(opened, headers.FileHeader, size, reason);
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Runtime

@@ -16,7 +16,7 @@
 #include "runtime/plugin/LibraryFile.h"
 #include "runtime/plugin/SharedLibrary.h"
 
-namespace OrvWorkFlow::PluginLoader {
+namespace OrvWorkFlow::Runtime::PluginLoader {
 
 namespace {
 
@@ -278,4 +278,4 @@ void UnloadAll() noexcept {
 
 const char* GetLastError() noexcept { return last_error; }
 
-}  // namespace OrvWorkFlow::PluginLoader
+}  // namespace OrvWorkFlow::Runtime::PluginLoader

@@ -6,7 +6,7 @@
 #include "OrvWorkFlow/Export.h"
 #include "OrvWorkFlow/Marshaller.h"
 
-namespace OrvWorkFlow::PluginLoader {
+namespace OrvWorkFlow::Runtime::PluginLoader {
 
 // Where plug-ins without a directory are looked for, in this order, in place of the directories set before. Null
 // directories and empty ones are left out. With none at all the runtime's own are back: those of the running program
@@ -39,4 +39,4 @@ const char* GetLastError() noexcept;
 // All that it says of a load that found no memory: the library may be whole.
 inline constexpr char kNoMemory[] = "out of memory";
 
-}  // namespace OrvWorkFlow::PluginLoader
+}  // namespace OrvWorkFlow::Runtime::PluginLoader

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Runtime {
 
 // One loaded library. Destroying it unloads the library, unless somebody else in the process still uses it.
 class SharedLibrary {
@@ -43,4 +43,4 @@ bool IsFile(const std::string& path);
 // `path` as an absolute path with this platform's separators.
 std::string MakeAbsolute(const std::string& path);
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Runtime

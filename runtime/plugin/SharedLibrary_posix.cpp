@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Runtime {
 
 namespace {
 
@@ -130,4 +130,4 @@ std::string MakeAbsolute(const std::string& path) {
   return std::filesystem::absolute(slashed, error).string();
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Runtime

@@ -9,7 +9,7 @@
 
 #include "runtime/plugin/SharedLibrary.h"
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Runtime {
 
 namespace {
 
@@ -163,4 +163,4 @@ std::string MakeAbsolute(const std::string& path) {
   return ToNarrow(absolute);
 }
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Runtime

@@ -5,7 +5,7 @@
 
 #include "base/guard/Guarded.h"
 
-namespace OrvWorkFlow::OrvBase {
+namespace OrvWorkFlow::Runtime {
 
 namespace {
 
@@ -115,4 +115,4 @@ const NamedEvents::Event* NamedEvents::TakeFirst() noexcept {
   return event;
 }
 
-}  // namespace OrvWorkFlow::OrvBase
+}  // namespace OrvWorkFlow::Runtime

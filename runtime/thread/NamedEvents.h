@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-namespace OrvWorkFlow::OrvBase {
+namespace OrvWorkFlow::Runtime {
 
 // Names are remembered for ever, so that a later post of one needs neither memory nor a lock. Operations marked
 // "locked" want the owner's mutex held; those marked "taker" are for the one thread that takes events.
@@ -83,4 +83,4 @@ class NamedEvents {
   std::atomic<bool> nameless_waits_ = false;
 };
 
-}  // namespace OrvWorkFlow::OrvBase
+}  // namespace OrvWorkFlow::Runtime

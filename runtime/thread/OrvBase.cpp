@@ -25,7 +25,7 @@ struct SourceState {
 constinit std::atomic<SleepFunction> sleep_function{nullptr};
 
 PrimitiveSource GetPrimitiveSource() {
-  SourceState& state = NeverDestroyed<SourceState>();
+  SourceState& state = Runtime::NeverDestroyed<SourceState>();
   const Base::Hold lock(state.mutex);
   return state.source;
 }
@@ -88,14 +88,14 @@ Primitive* NewPrimitive(Primitive* (*PrimitiveSource::*maker)()) noexcept {
 
 }  // namespace
 
-Thread* Thread::GetNewThread() { return NewPrimitive<Thread, RuntimeThread>(&PrimitiveSource::new_thread); }
+Thread* Thread::GetNewThread() { return NewPrimitive<Thread, Runtime::RuntimeThread>(&PrimitiveSource::new_thread); }
 
 Mutex* Mutex::GetNewMutex() { return NewPrimitive<Mutex, RuntimeMutex>(&PrimitiveSource::new_mutex); }
 
 Event* Event::GetNewEvent() { return NewPrimitive<Event, RuntimeEvent>(&PrimitiveSource::new_event); }
 
 PrimitiveSource SetPrimitiveSource(PrimitiveSource source) noexcept {
-  SourceState& state = NeverDestroyed<SourceState>();
+  SourceState& state = Runtime::NeverDestroyed<SourceState>();
   const Base::Hold lock(state.mutex);
   return std::exchange(state.source, source);
 }

@@ -5,7 +5,7 @@
 
 #include "base/lock/Mutex.h"
 
-namespace OrvWorkFlow::OrvBase {
+namespace OrvWorkFlow::Runtime {
 
 void RuntimeThread::SetArgument(void* argument) {
   const Base::Hold lock(mutex_);
@@ -157,4 +157,4 @@ void RuntimeThread::DropShare() noexcept {
   }
 }
 
-}  // namespace OrvWorkFlow::OrvBase
+}  // namespace OrvWorkFlow::Runtime

@@ -9,11 +9,11 @@
 #include "runtime/thread/NamedEvents.h"
 #include "runtime/thread/ShortWait.h"
 
-namespace OrvWorkFlow::OrvBase {
+namespace OrvWorkFlow::Runtime {
 
 // Two share it: whoever asked for it, until Release, and the procedure, until it has returned. So a procedure whose
 // thread was released while it ran still finds its events.
-class RuntimeThread final : public Thread {
+class RuntimeThread final : public OrvBase::Thread {
  public:
   RuntimeThread() = default;
   RuntimeThread(const RuntimeThread&) = delete;
@@ -51,4 +51,4 @@ class RuntimeThread final : public Thread {
   ShortWait short_wait_;  // The procedure's.
 };
 
-}  // namespace OrvWorkFlow::OrvBase
+}  // namespace OrvWorkFlow::Runtime

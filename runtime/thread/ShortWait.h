@@ -5,7 +5,7 @@
 #include <chrono>
 #include <thread>
 
-namespace OrvWorkFlow {
+namespace OrvWorkFlow::Runtime {
 
 // Finds out by itself whether the moment is worth its while. It is for threads that answer each other; there is none as
 // long as what is waited for comes late, or in a flood, which is better left to grow meanwhile. One thread at a time.
@@ -61,4 +61,4 @@ class ShortWait {
   int vain_ = 0;
 };
 
-}  // namespace OrvWorkFlow
+}  // namespace OrvWorkFlow::Runtime

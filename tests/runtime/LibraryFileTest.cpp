@@ -70,7 +70,7 @@ TEST_F(LibraryFileTest, RandomNumbersInTheHeadersLeadNowhere) {
     for (int change = 0; change < 8; ++change) bytes[16 + random() % 700] = static_cast<char>(random());
     WriteFile(file, bytes);
     const PString found;
-    if (!PluginLoader::Find(file.c_str(), found.out())) {
+    if (!Runtime::PluginLoader::Find(file.c_str(), found.out())) {
       ++refused;
       EXPECT_STRNE(WorkFlowFactory::LastLoadError(), "");
     }
@@ -82,10 +82,10 @@ TEST_F(LibraryFileTest, IsFoundWithoutBeingLoaded) {
   const std::string file = directory_.file("plugin.dll");
   WriteFile(file, whole_);
   const PString found;
-  EXPECT_TRUE(PluginLoader::Find(file.c_str(), found.out()));
+  EXPECT_TRUE(Runtime::PluginLoader::Find(file.c_str(), found.out()));
   EXPECT_TRUE(std::filesystem::equivalent(found.str(), file)) << found.str();
   EXPECT_FALSE(WorkFlowFactory::IsWorkNodePresent("TestEcho"));
-  EXPECT_FALSE(PluginLoader::Find(directory_.file("nothing").c_str(), found.out()));
+  EXPECT_FALSE(Runtime::PluginLoader::Find(directory_.file("nothing").c_str(), found.out()));
   EXPECT_STRNE(WorkFlowFactory::LastLoadError(), "");
 }
 

@@ -22,8 +22,9 @@ class LogFileTest : public ::testing::Test {
   static constexpr std::size_t kTimeLength = sizeof("2026-11-21T03:45:31.123Z ") - 1;
 
   // Appends lines "c <text>" as a run of its own.
-  void Append(const std::vector<std::string>& texts, Logger::Growth growth = {}) const {
-    Logger* const logger = Logger::NewForAppending(file_.c_str(), Logger::Writing::kBuffered, growth);
+  void Append(const std::vector<std::string>& texts, Runtime::Logger::Growth growth = {}) const {
+    Runtime::Logger* const logger =
+        Runtime::Logger::NewForAppending(file_.c_str(), Runtime::Logger::Writing::kBuffered, growth);
     ASSERT_NE(logger, nullptr);
     for (const std::string& text : texts) logger->Log("c", "%s", text.c_str());
     EXPECT_TRUE(logger->Flush());
@@ -42,7 +43,7 @@ class LogFileTest : public ::testing::Test {
   TempDirectory directory_;
   std::string file_ = directory_.file("log.txt");
   // Three lines of "c a".
-  static constexpr Logger::Growth kThreeLines = {3 * (kTimeLength + 4) + 1, 2};
+  static constexpr Runtime::Logger::Growth kThreeLines = {3 * (kTimeLength + 4) + 1, 2};
 };
 
 TEST_F(LogFileTest, AppendsToWhatIsThere) {
@@ -96,9 +97,11 @@ TEST_F(LogFileTest, IsWrittenOnWhenItCannotBePutAside) {
 }
 
 TEST_F(LogFileTest, IsNotMadeForWhatCannotBeWritten) {
-  EXPECT_EQ(Logger::NewForAppending(nullptr, Logger::Writing::kBuffered, {}), nullptr);
+  EXPECT_EQ(Runtime::Logger::NewForAppending(nullptr, Runtime::Logger::Writing::kBuffered, {}), nullptr);
   errno = 0;
-  EXPECT_EQ(Logger::NewForAppending(directory_.file("no/log.txt").c_str(), Logger::Writing::kBuffered, {}), nullptr);
+  EXPECT_EQ(
+      Runtime::Logger::NewForAppending(directory_.file("no/log.txt").c_str(), Runtime::Logger::Writing::kBuffered, {}),
+      nullptr);
   EXPECT_EQ(errno, ENOENT);
 }
 

@@ -34,7 +34,8 @@ class FileLimit {
 TEST(FullDiskLogTest, SaysHowManyLinesAreMissingWhereTheyAre) {
   const TempDirectory directory;
   const std::string file = directory.file("log.txt");
-  Logger* const logger = Logger::NewForAppending(file.c_str(), Logger::Writing::kEachLine, {});
+  Runtime::Logger* const logger =
+      Runtime::Logger::NewForAppending(file.c_str(), Runtime::Logger::Writing::kEachLine, {});
   ASSERT_NE(logger, nullptr);
   logger->Log("c", "first");
   const std::size_t length = ReadFile(file).size();

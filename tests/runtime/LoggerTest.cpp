@@ -48,7 +48,7 @@ class LoggerTest : public ::testing::Test {
   static constexpr std::size_t kTimeLength = sizeof("2026-11-21T03:45:31.123Z ") - 1;
   TempDirectory directory_;
   std::string file_ = directory_.file("log.txt");
-  Logger* logger_ = Logger::NewForFile(file_.c_str(), Logger::Writing::kBuffered);
+  Runtime::Logger* logger_ = Runtime::Logger::NewForFile(file_.c_str(), Runtime::Logger::Writing::kBuffered);
 };
 
 TEST_F(LoggerTest, AnswersTheBaseProtocol) {
@@ -69,8 +69,8 @@ TEST_F(LoggerTest, WritesOneLineACall) {
 
 TEST_F(LoggerTest, TheTimeIsUtcWithMilliseconds) {
   std::string line;
-  AppendLogLine(&line, std::chrono::system_clock::time_point(std::chrono::milliseconds(1'709'251'199'007)), "c", "t");
-  AppendLogLine(&line, std::chrono::system_clock::time_point(), "c", "t");
+  Runtime::AppendLogLine(&line, std::chrono::system_clock::time_point(std::chrono::milliseconds(1'709'251'199'007)), "c", "t");
+  Runtime::AppendLogLine(&line, std::chrono::system_clock::time_point(), "c", "t");
   EXPECT_EQ(line, "2024-02-29T23:59:59.007Z c t\n1970-01-01T00:00:00.000Z c t\n");
 }
 
@@ -131,7 +131,7 @@ TEST_F(LoggerTest, BufferedLinesComeWithFlushAndAtTheEnd) {
 
 TEST_F(LoggerTest, EachLineIsWrittenAtOnceWhenAskedFor) {
   CloseLog();
-  logger_ = Logger::NewForFile(file_.c_str(), Logger::Writing::kEachLine);
+  logger_ = Runtime::Logger::NewForFile(file_.c_str(), Runtime::Logger::Writing::kEachLine);
   ASSERT_NE(logger_, nullptr);
   logger_->Log("c", "first");
   EXPECT_THAT(GetLines(), ElementsAre("c first"));
@@ -140,7 +140,7 @@ TEST_F(LoggerTest, EachLineIsWrittenAtOnceWhenAskedFor) {
 TEST_F(LoggerTest, WritesToAStreamThatStaysOpen) {
   std::FILE* const stream = std::fopen(directory_.file("stream.txt").c_str(), "wb");
   ASSERT_NE(stream, nullptr);
-  Logger* const logger = Logger::NewForStream(stream, Logger::Writing::kBuffered);
+  Runtime::Logger* const logger = Runtime::Logger::NewForStream(stream, Runtime::Logger::Writing::kBuffered);
   logger->Log("c", "text");
   logger->Release();
   EXPECT_GE(std::fputs("after\n", stream), 0);
@@ -151,7 +151,7 @@ TEST_F(LoggerTest, WritesToAStreamThatStaysOpen) {
 TEST_F(LoggerTest, SaysWhenLinesWereLost) {
   std::FILE* const stream = std::fopen(file_.c_str(), "rb");  // Cannot be written.
   ASSERT_NE(stream, nullptr);
-  Logger* const logger = Logger::NewForStream(stream, Logger::Writing::kBuffered);
+  Runtime::Logger* const logger = Runtime::Logger::NewForStream(stream, Runtime::Logger::Writing::kBuffered);
   EXPECT_TRUE(logger->Flush());
   logger->Log("c", "lost");
   EXPECT_FALSE(logger->Flush());
@@ -161,10 +161,12 @@ TEST_F(LoggerTest, SaysWhenLinesWereLost) {
 }
 
 TEST_F(LoggerTest, IsNotMadeForWhatCannotBeWritten) {
-  EXPECT_EQ(Logger::NewForStream(nullptr, Logger::Writing::kBuffered), nullptr);
-  EXPECT_EQ(Logger::NewForFile(nullptr, Logger::Writing::kBuffered), nullptr);
+  EXPECT_EQ(Runtime::Logger::NewForStream(nullptr, Runtime::Logger::Writing::kBuffered), nullptr);
+  EXPECT_EQ(Runtime::Logger::NewForFile(nullptr, Runtime::Logger::Writing::kBuffered), nullptr);
   errno = 0;
-  EXPECT_EQ(Logger::NewForFile(directory_.file("no/such/log.txt").c_str(), Logger::Writing::kBuffered), nullptr);
+  EXPECT_EQ(
+      Runtime::Logger::NewForFile(directory_.file("no/such/log.txt").c_str(), Runtime::Logger::Writing::kBuffered),
+      nullptr);
   EXPECT_EQ(errno, ENOENT);
 }
 

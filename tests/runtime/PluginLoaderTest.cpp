@@ -27,7 +27,7 @@ class PluginLoaderTest : public ::testing::Test {
  protected:
   ~PluginLoaderTest() override {
     WorkFlowFactory::UnloadSharedLibraries();
-    PluginLoader::SetPluginDirectories(nullptr, 0);
+    Runtime::PluginLoader::SetPluginDirectories(nullptr, 0);
   }
 
   static void SetDirectories(const std::vector<std::string>& directories) {
@@ -35,7 +35,7 @@ class PluginLoaderTest : public ::testing::Test {
     for (const std::string& directory : directories) {
       texts.push_back(directory.c_str());
     }
-    PluginLoader::SetPluginDirectories(texts.data(), texts.size());
+    Runtime::PluginLoader::SetPluginDirectories(texts.data(), texts.size());
   }
 
   static std::vector<std::string> GetTypeNames() {
@@ -172,8 +172,8 @@ TEST_F(PluginLoaderTest, TheFirstDirectoryThatHasTheFileWins) {
   std::filesystem::copy(plugin, second.path() / plugin.filename());
   SetDirectories({"", first.path().string()});
   EXPECT_FALSE(WorkFlowFactory::LoadSharedLibrary("GoodPlugin"));
-  PluginLoader::AddPluginDirectory(second.path().string().c_str());
-  PluginLoader::AddPluginDirectory(nullptr);
+  Runtime::PluginLoader::AddPluginDirectory(second.path().string().c_str());
+  Runtime::PluginLoader::AddPluginDirectory(nullptr);
   EXPECT_TRUE(WorkFlowFactory::LoadSharedLibrary("GoodPlugin")) << WorkFlowFactory::LastLoadError();
   WorkFlowFactory::UnloadSharedLibraries();
   WriteFile(first.path() / plugin.filename(), "broken");
@@ -184,7 +184,7 @@ TEST_F(PluginLoaderTest, TheFirstDirectoryThatHasTheFileWins) {
 TEST_F(PluginLoaderTest, AnAddedDirectoryComesBehindTheRuntimesOwn) {
   const TempDirectory directory;
   WriteFile(directory.path() / FindPluginFile("GoodPlugin").filename(), "broken");
-  PluginLoader::AddPluginDirectory(directory.path().string().c_str());
+  Runtime::PluginLoader::AddPluginDirectory(directory.path().string().c_str());
   EXPECT_TRUE(WorkFlowFactory::LoadSharedLibrary("GoodPlugin")) << WorkFlowFactory::LastLoadError();
 }
 

@@ -83,9 +83,9 @@ TEST_F(RoutingTest, TheLibraryIsTriedAgainBelowThePluginDirectory) {
   DefineType("Alpha", here.filename().string() + "/" + kLibrary);
   EXPECT_FALSE(Fire("Alpha", "a1", "go"));
   ExpectBoxes({"Could not load WorkNode : Alpha"});
-  OrvWorkFlow::PluginLoader::SetPluginDirectories(directories, 1);
+  OrvWorkFlow::Runtime::PluginLoader::SetPluginDirectories(directories, 1);
   EXPECT_TRUE(Fire("Alpha", "a1", "go"));
-  OrvWorkFlow::PluginLoader::SetPluginDirectories(nullptr, 0);
+  OrvWorkFlow::Runtime::PluginLoader::SetPluginDirectories(nullptr, 0);
 }
 
 TEST_F(RoutingTest, AnInstanceThatIsNotDefinedIsLoggedAndTheSignalDropped) {
