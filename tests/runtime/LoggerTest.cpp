@@ -69,7 +69,8 @@ TEST_F(LoggerTest, WritesOneLineACall) {
 
 TEST_F(LoggerTest, TheTimeIsUtcWithMilliseconds) {
   std::string line;
-  Runtime::AppendLogLine(&line, std::chrono::system_clock::time_point(std::chrono::milliseconds(1'709'251'199'007)), "c", "t");
+  Runtime::AppendLogLine(&line, std::chrono::system_clock::time_point(std::chrono::milliseconds(1'709'251'199'007)),
+                         "c", "t");
   Runtime::AppendLogLine(&line, std::chrono::system_clock::time_point(), "c", "t");
   EXPECT_EQ(line, "2024-02-29T23:59:59.007Z c t\n1970-01-01T00:00:00.000Z c t\n");
 }
