@@ -53,16 +53,16 @@ ContentDirectories::Places ContentDirectories::ReadTree(IDictionary& dictionary)
 }
 
 ContentDirectories::Recalled ContentDirectories::Recall(OfNode& kept, Giving giving, bool is_lent) {
-  if (!is_lent && kept.has_fresh.load(std::memory_order_relaxed)) {
+  if (!is_lent && kept.has_fresh_.load(std::memory_order_relaxed)) {
     const Base::Hold lock(mutex_);
-    kept.known = std::move(kept.fresh);
-    kept.has_fresh.store(false, std::memory_order_relaxed);
+    kept.known_ = std::move(kept.fresh_);
+    kept.has_fresh_.store(false, std::memory_order_relaxed);
   }
   Recalled recalled;
   recalled.state = dictionary_.Get();
-  if (kept.known.state == recalled.state && kept.known.flow != nullptr) {
-    recalled.flow = kept.known.flow.get();
-    if (giving == Giving::Share) recalled.owner = kept.known.flow;
+  if (kept.known_.state == recalled.state && kept.known_.flow != nullptr) {
+    recalled.flow = kept.known_.flow.get();
+    if (giving == Giving::Share) recalled.owner = kept.known_.flow;
   } else {
     recalled.tree = tree_.Get();
   }
@@ -113,8 +113,8 @@ ContentDirectories::Flow ContentDirectories::Find(const std::string& workflow_na
 void ContentDirectories::Keep(const std::string& workflow_name, const Known& found, OfNode& kept) {
   const Base::Hold lock(mutex_);
   if (state_ == found.state) by_workflow_.try_emplace(workflow_name, found.flow);
-  kept.fresh = found;
-  kept.has_fresh.store(true, std::memory_order_relaxed);
+  kept.fresh_ = found;
+  kept.has_fresh_.store(true, std::memory_order_relaxed);
 }
 
 }  // namespace OrvWorkFlow::Core::Mediator

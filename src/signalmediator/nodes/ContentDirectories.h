@@ -44,9 +44,9 @@ class ContentDirectories {
   // What is kept for one node; lives with the node.
   class OfNode {
     friend class ContentDirectories;
-    Known known;  // the mediator's access lock guards it
-    Known fresh;  // the leaf lock guards it: what is to become `known`
-    std::atomic<bool> has_fresh = false;
+    Known known_;  // the mediator's access lock guards it
+    Known fresh_;  // the leaf lock guards it: what is to become `known_`
+    std::atomic<bool> has_fresh_ = false;
   };
 
   // The present state of the dictionary, and what is known of the node in it; null for nothing.
