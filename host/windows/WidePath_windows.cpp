@@ -1,9 +1,4 @@
-#define WIN32_LEAN_AND_MEAN
-#ifndef NOMINMAX
-#define NOMINMAX
-#endif
-#define NOGDI
-#include <windows.h>
+#include "base/windows/WindowsApi.h"
 
 #include "host/windows/WidePath.h"
 

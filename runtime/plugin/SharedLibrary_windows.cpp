@@ -1,7 +1,4 @@
-#define WIN32_LEAN_AND_MEAN
-#define NOMINMAX
-#define NOGDI
-#include <windows.h>
+#include "base/windows/WindowsApi.h"
 
 #include <algorithm>
 #include <new>

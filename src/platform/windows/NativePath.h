@@ -1,16 +1,7 @@
-// Paths as the system's calls take them, and windows.h for this folder.
+// Paths as the system's calls take them, and its header for this folder.
 #pragma once
 
-#ifndef WIN32_LEAN_AND_MEAN
-#define WIN32_LEAN_AND_MEAN
-#endif
-#ifndef NOMINMAX
-#define NOMINMAX
-#endif
-#ifndef NOGDI
-#define NOGDI
-#endif
-#include <windows.h>
+#include "base/windows/WindowsApi.h"
 
 #include <cstdint>
 #include <string>
