@@ -107,7 +107,7 @@ class Child {
         work();
       } catch (...) {
       }
-      _exit(EXIT_FAILURE);
+      EndTrialInVain();
     }
     return Watch(process_ > 0);
   }
@@ -127,6 +127,8 @@ class Child {
     }
     is_gone_ = true;
   }
+
+  bool EndedInVain() const { return WIFEXITED(status_) && WEXITSTATUS(status_) == kInVainCode; }
 
   std::string Manner() const {
     if (WIFEXITED(status_)) return "ends the process with exit code " + std::to_string(WEXITSTATUS(status_));
@@ -197,27 +199,11 @@ std::unique_ptr<Trial>& Prepared() {
   return prepared;
 }
 
-}  // namespace
-
-void PrepareTrialProcess(const char* argument, void (*work)()) noexcept {
-  try {
-    auto trial = std::make_unique<Trial>();
-    if (trial->Start(argument, work)) Prepared() = std::move(trial);
-  } catch (...) {  // It is started when it is needed.
-  }
-}
-
-void DropPreparedTrial() noexcept { Prepared().reset(); }
-
-std::optional<TrialEnd> RunTrialProcess(const char* argument, std::string_view input, std::chrono::milliseconds limit,
-                                        const std::function<bool()>& gives_up) {
-  std::unique_ptr<Trial> trial = std::exchange(Prepared(), nullptr);
-  if (trial == nullptr || trial->argument != argument) {
-    trial = std::make_unique<Trial>();
-    if (!trial->Start(argument)) return std::nullopt;
-  }
-  Child& child = trial->child;
-  const int socket = trial->own.get();
+// Gives it what it is to do, and waits for its end.
+TrialEnd Use(Trial& trial, std::string_view input, std::chrono::milliseconds limit,
+             const std::function<bool()>& gives_up) {
+  Child& child = trial.child;
+  const int socket = trial.own.get();
   SendAll(socket, input);
   shutdown(socket, SHUT_WR);
   TrialEnd end;
@@ -237,7 +223,32 @@ std::optional<TrialEnd> RunTrialProcess(const char* argument, std::string_view i
   }
   ReceiveSome(socket, end.output);
   if (end.manner.empty()) end.manner = child.Manner();
+  end.in_vain = child.EndedInVain();
   return end;
+}
+
+}  // namespace
+
+void PrepareTrialProcess(const char* argument, void (*work)()) noexcept {
+  try {
+    auto trial = std::make_unique<Trial>();
+    if (trial->Start(argument, work)) Prepared() = std::move(trial);
+  } catch (...) {  // It is started when it is needed.
+  }
+}
+
+void DropPreparedTrial() noexcept { Prepared().reset(); }
+
+std::optional<TrialEnd> RunTrialProcess(const char* argument, std::string_view input, std::chrono::milliseconds limit,
+                                        const std::function<bool()>& gives_up) {
+  if (const std::unique_ptr<Trial> prepared = std::exchange(Prepared(), nullptr);
+      prepared != nullptr && prepared->argument == argument) {
+    TrialEnd end = Use(*prepared, input, limit, gives_up);
+    if (!end.in_vain) return end;
+  }
+  Trial trial;
+  if (!trial.Start(argument)) return std::nullopt;
+  return Use(trial, input, limit, gives_up);
 }
 
 std::function<void(std::string_view)> BeginTrial(std::string& input) {
@@ -246,8 +257,9 @@ std::function<void(std::string_view)> BeginTrial(std::string& input) {
   setrlimit(RLIMIT_CORE, &no_core);
   const int socket = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3);
   std::array<char, 4096> block;
-  for (ssize_t count = 1; count > 0;) {
+  for (ssize_t count = 1; count != 0;) {
     count = read(STDIN_FILENO, block.data(), block.size());
+    if (count < 0 && errno != EINTR) EndTrialInVain();
     if (count > 0) input.append(block.data(), static_cast<std::size_t>(count));
   }
   const int nothing = open("/dev/null", O_RDWR | O_CLOEXEC);
@@ -257,5 +269,7 @@ std::function<void(std::string_view)> BeginTrial(std::string& input) {
 }
 
 void EndTrial() { _exit(0); }
+
+void EndTrialInVain() { _exit(kInVainCode); }
 
 }  // namespace OrvWorkFlow::Program

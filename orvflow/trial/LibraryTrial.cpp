@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdlib>
+#include <exception>
 #include <functional>
 #include <memory>
+#include <new>
 #include <set>
 
 #include "OrvWorkFlow/WorkFlowFactory.h"
@@ -91,6 +94,7 @@ TrialVerdict TryTogether(const std::vector<std::string>& files, TrialDepth depth
   const auto gives_up = [] { return RequestedStop() != StopRequest::None; };
   const std::optional<TrialEnd> end = RunTrialProcess(kTrialArgument, DescribeTask(files, depth), kTimeLimit, gives_up);
   if (!end) return {};
+  if (end->in_vain) throw std::bad_alloc();
   const TrialVerdict verdict = ReadReport(*end, files);
   if (!verdict.fault.empty() && gives_up()) {
     const bool interrupted = RequestedStop() == StopRequest::Interrupt;
@@ -128,6 +132,50 @@ void MakeOneOfEach(const std::function<void(std::string_view)>& report) {
   }
 }
 
+// What nobody catches is the library's fault, unless it is for lack of memory.
+[[noreturn]] void EndWithReason() {
+  try {
+    if (const std::exception_ptr failure = std::current_exception()) std::rethrow_exception(failure);
+  } catch (const std::bad_alloc&) {
+    EndTrialInVain();
+  } catch (...) {
+  }
+  std::abort();
+}
+
+void TryAll() {
+  std::string task;
+  const std::function<void(std::string_view)> report = BeginTrial(task);
+  if (task.empty()) return;  // Who had it made ready is gone.
+  bool makes = false;
+  std::vector<std::string> directories;
+  std::vector<std::string> files;
+  for (Line& line : SplitLines(task)) {
+    if (line.letter == kMake) makes = true;
+    if (line.letter == kDirectory) directories.push_back(std::move(line.text));
+    if (line.letter == kFile) files.push_back(std::move(line.text));
+  }
+  std::vector<const char*> pointers;
+  for (const std::string& directory : directories) pointers.push_back(directory.c_str());
+  Runtime::PluginLoader::SetPluginDirectories(pointers.data(), pointers.size());
+  std::unique_ptr<Host::WorkflowHost> host;
+  if (!makes) host = std::make_unique<Host::WorkflowHost>();
+  for (const std::string& file : files) {
+    std::string line;
+    AppendLine(line, kBegun, file);
+    report(line);
+    WorkFlowFactory::LoadSharedLibrary(file.c_str());  // What the loader refuses is told by the one who asks for it.
+    if (makes) MakeOneOfEach(report);
+    line.front() = kDone;
+    report(line);
+  }
+  host.reset();
+  WorkFlowFactory::UnloadSharedLibraries();
+  std::string line;
+  AppendLine(line, kUnloaded, "");
+  report(line);
+}
+
 }  // namespace
 
 TrialFaults TryLibraries(const std::vector<std::string>& files, TrialDepth depth) {
@@ -163,36 +211,13 @@ TrialFaults TryLibraries(const std::vector<std::string>& files, TrialDepth depth
 void PrepareToTryLibraries() noexcept { PrepareTrialProcess(kTrialArgument, &ServeTrial); }
 
 void ServeTrial() {
-  std::string task;
-  const std::function<void(std::string_view)> report = BeginTrial(task);
-  if (task.empty()) EndTrial();  // Who had it made ready is gone.
-  bool makes = false;
-  std::vector<std::string> directories;
-  std::vector<std::string> files;
-  for (Line& line : SplitLines(task)) {
-    if (line.letter == kMake) makes = true;
-    if (line.letter == kDirectory) directories.push_back(std::move(line.text));
-    if (line.letter == kFile) files.push_back(std::move(line.text));
+  // Whoever had it begun may have more memory, and does it once more or says so.
+  std::set_terminate(&EndWithReason);
+  try {
+    TryAll();
+  } catch (const std::bad_alloc&) {
+    EndTrialInVain();
   }
-  std::vector<const char*> pointers;
-  for (const std::string& directory : directories) pointers.push_back(directory.c_str());
-  Runtime::PluginLoader::SetPluginDirectories(pointers.data(), pointers.size());
-  std::unique_ptr<Host::WorkflowHost> host;
-  if (!makes) host = std::make_unique<Host::WorkflowHost>();
-  for (const std::string& file : files) {
-    std::string line;
-    AppendLine(line, kBegun, file);
-    report(line);
-    WorkFlowFactory::LoadSharedLibrary(file.c_str());  // What the loader refuses is told by the one who asks for it.
-    if (makes) MakeOneOfEach(report);
-    line.front() = kDone;
-    report(line);
-  }
-  host.reset();
-  WorkFlowFactory::UnloadSharedLibraries();
-  std::string line;
-  AppendLine(line, kUnloaded, "");
-  report(line);
   EndTrial();
 }
 

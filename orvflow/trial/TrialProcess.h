@@ -13,6 +13,8 @@ struct TrialEnd {
   std::string output;  // what it reported
   // How it ended, in words that follow the name of who did it: "ends the process with exit code 3".
   std::string manner;
+  // It had no memory, or could not read what to do: of what it was to try nothing is known.
+  bool in_vain = false;
 };
 
 // Starts this program with one argument, gives it `input`, and returns when it has ended or, ended by force, when the
@@ -31,10 +33,14 @@ void PrepareTrialProcess(const char* argument, void (*work)()) noexcept;
 void DropPreparedTrial() noexcept;
 
 // In the process that was started: from now on standard input is empty and what is printed is lost; a fault ends the
-// process without a question to the user and without a file that holds its memory. The returned function reports.
+// process without a question to the user and without a file that holds its memory. Ends it in vain when there is
+// nothing to be read. The returned function reports.
 std::function<void(std::string_view)> BeginTrial(std::string& input);
 
-// Ends this process at once: nothing that was registered for its end runs.
+// These end this process at once: nothing that was registered for its end runs.
 [[noreturn]] void EndTrial();
+[[noreturn]] void EndTrialInVain();
+// Of a process that was to try something; so no library's own.
+constexpr int kInVainCode = 117;
 
 }  // namespace OrvWorkFlow::Program

@@ -102,14 +102,24 @@ void SendAll(HANDLE pipe, std::string_view bytes) {
   }
 }
 
-std::string DescribeEnd(HANDLE process) {
+DWORD ExitCodeOf(HANDLE process) {
   DWORD code = 0;
   GetExitCodeProcess(process, &code);
+  return code;
+}
+
+std::string DescribeEnd(HANDLE process) {
+  const DWORD code = ExitCodeOf(process);
   constexpr DWORD kFirstFault = 0xC0000000;
   if (code < kFirstFault) return "ends the process with exit code " + std::to_string(code);
   std::array<char, 16> text = {};
   std::snprintf(text.data(), text.size(), "0x%08lX", code);
   return std::string("crashes (") + text.data() + ")";
+}
+
+[[noreturn]] void EndWith(UINT code) {
+  TerminateProcess(GetCurrentProcess(), code);
+  for (;;) Sleep(INFINITE);
 }
 
 LONG CALLBACK EndWithFault(EXCEPTION_POINTERS* fault) {
@@ -160,6 +170,7 @@ std::optional<TrialEnd> RunTrialProcess(const char* argument, std::string_view i
   }
   ReceiveSome(own_input.get(), end.output);
   if (end.manner.empty()) end.manner = DescribeEnd(process.get());
+  end.in_vain = ExitCodeOf(process.get()) == kInVainCode;
   return end;
 }
 
@@ -183,9 +194,8 @@ std::function<void(std::string_view)> BeginTrial(std::string& input) {
   return [report](std::string_view bytes) { SendAll(report, bytes); };
 }
 
-void EndTrial() {
-  TerminateProcess(GetCurrentProcess(), 0);
-  for (;;) Sleep(INFINITE);
-}
+void EndTrial() { EndWith(0); }
+
+void EndTrialInVain() { EndWith(kInVainCode); }
 
 }  // namespace OrvWorkFlow::Program

@@ -64,7 +64,7 @@ bool CWorkFlowEngine::AbsorbFlow(const char* file_path, bool queue_start_signal)
     if (!flow) return Fail(EngineErrors::kNoDictionary);
     if (!Others().GiveKey(*flow.get())) return Fail(EngineErrors::kKeyLost);
     if (!LoadDefinition(*flow.get(), file_path)) return Fail(EngineErrors::kNotAbsorbed);
-    const FlowRecord record = MakeFlowRecord(ReadString(*flow.get(), WorkflowSchema::kWorkFlowName), file_path);
+    const FlowRecord record{ReadString(*flow.get(), WorkflowSchema::kWorkFlowName), file_path};
     if (record.name.empty() || !TakeIn(*flow.get(), *mediator, record)) return Fail(EngineErrors::kNotAbsorbed);
     UpdateAbsorbTree(*global, *mediator, record.name);
     if (queue_start_signal) QueueStartSignalOf(*flow.get());

@@ -67,12 +67,6 @@ class EntryReader {
 
 }  // namespace
 
-FlowRecord MakeFlowRecord(std::string name, std::string file_path) {
-  const std::size_t cut = file_path.find_last_of("/\\");
-  std::string directory = cut == std::string::npos ? std::string() : file_path.substr(0, cut);
-  return {std::move(name), std::move(file_path), std::move(directory)};
-}
-
 bool WriteQueue(IDictionary& dictionary, const std::vector<QueueEntry>& entries) {
   if (!Remove(dictionary, WorkflowSchema::kSignalQueue)) return false;
   std::string path = std::string(WorkflowSchema::kSignalQueue) + WorkflowSchema::kQueueEntryPrefix;
@@ -129,8 +123,8 @@ std::vector<FlowRecord> ReadFlowRecords(IDictionary& dictionary) {
   std::vector<FlowRecord> records;
   for (const std::string& child : ChildrenOf(dictionary, WorkflowSchema::kWorkFlows)) {
     const std::string key = Below(WorkflowSchema::kWorkFlows, child);
-    records.push_back(MakeFlowRecord(ReadString(dictionary, key + WorkflowSchema::kWorkFlowRecordName),
-                                     ReadString(dictionary, key + WorkflowSchema::kWorkFlowRecordFilePath)));
+    records.push_back({ReadString(dictionary, key + WorkflowSchema::kWorkFlowRecordName),
+                       ReadString(dictionary, key + WorkflowSchema::kWorkFlowRecordFilePath)});
   }
   return records;
 }

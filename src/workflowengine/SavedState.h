@@ -20,9 +20,7 @@ struct StartSignal {
 struct FlowRecord {
   std::string name;
   std::string file_path;  // as it was given: a workflow path or a platform path
-  std::string directory;  // of the file
 };
-FlowRecord MakeFlowRecord(std::string name, std::string file_path);
 
 // Writing replaces what stood there before. False when the dictionary refuses; what was written by then stays.
 bool WriteQueue(IDictionary& dictionary, const std::vector<QueueEntry>& entries);

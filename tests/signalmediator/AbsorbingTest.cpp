@@ -295,7 +295,8 @@ TEST_F(AbsorbingTest, ARedirectionIsCopiedWithTheValueThatItShows) {
   const std::string parent = "/WorkFlowEngine/Directories/Sub/";
   absorbed_.SetValue("/Elsewhere/text", "shown");
   absorbed_.SetValue("/Elsewhere/number", std::int32_t{7});
-  for (const char* name : {"text", "number", "missing"}) {
+  absorbed_.SetBinary("/Elsewhere/binary", "a\0b", 3);
+  for (const char* name : {"text", "number", "binary", "missing"}) {
     const Marshalled<IOrvPStringList> targets;
     const std::string target = std::string("/Elsewhere/") + name;
     targets.get()->Add(target.data(), target.size());
@@ -306,8 +307,45 @@ TEST_F(AbsorbingTest, ARedirectionIsCopiedWithTheValueThatItShows) {
   std::int32_t number = 0;
   EXPECT_TRUE(dictionary_->GetValue((parent + "number").c_str(), &number));
   EXPECT_EQ(number, 7);
+  const Marshalled<OrvWorkFlow::IOrvBasicStream> binary;
+  ASSERT_TRUE(dictionary_->GetBinary((parent + "binary").c_str(), binary.get()));
+  EXPECT_EQ(std::string(static_cast<const char*>(binary.get()->GetData()), binary.get()->GetSize()),
+            std::string("a\0b", 3));
   EXPECT_TRUE(dictionary_->Exists((parent + "missing").c_str()));
   EXPECT_EQ(dictionary_->GetValueType((parent + "missing").c_str()), ValueType::Nil);
+}
+
+// A number has more digits than a written one would get, and a file may hold what is none.
+TEST_F(AbsorbingTest, ValuesAreTakenInAsTheyStand) {
+  const std::string parent = "/WorkFlowEngine/Directories/Sub/";
+  const Marshalled<IOrvPStringList> digits;
+  digits.get()->Add("0.0000000012", 12);
+  EXPECT_TRUE(absorbed_.SetValueTexts((parent + "small").c_str(), ValueType::Double, digits.get()));
+  Give(parent + "none", "many");
+  EXPECT_TRUE(absorbed_.SetAttribute((parent + "none").c_str(), "__type", "int"));
+  EXPECT_TRUE(mediator_->Absorb(&absorbed_));
+  double small = 0;
+  EXPECT_TRUE(dictionary_->GetValue((parent + "small").c_str(), &small));
+  EXPECT_EQ(small, 0.0000000012);
+  for (const std::string& path : {parent + "small", parent + "none"}) {
+    const Marshalled<IOrvPStringList> differences;
+    ASSERT_TRUE(dictionary_->CompareSubtrees(path.c_str(), &absorbed_, path.c_str(), differences.get()));
+    EXPECT_EQ(differences.get()->GetCount(), 0U) << path;
+  }
+}
+
+TEST_F(AbsorbingTest, WhatIsRedirectedHereIsWrittenWhereItLeads) {
+  const std::string entry = "/WorkFlowEngine/Directories/Sub/number";
+  const Marshalled<IOrvPStringList> targets;
+  targets.get()->Add("/Elsewhere/number", 17);
+  EXPECT_TRUE(dictionary_->SetValue("/Elsewhere/number", std::int32_t{1}));
+  EXPECT_TRUE(dictionary_->SetRedirection(entry.c_str(), targets.get()));
+  EXPECT_TRUE(absorbed_.SetValue(entry.c_str(), std::int32_t{7}));
+  EXPECT_TRUE(mediator_->Absorb(&absorbed_));
+  EXPECT_TRUE(dictionary_->IsRedirection(entry.c_str()));
+  std::int32_t number = 0;
+  EXPECT_TRUE(dictionary_->GetValue("/Elsewhere/number", &number));
+  EXPECT_EQ(number, 7);
 }
 
 TEST_F(AbsorbingTest, ListenersAreToldOfWhatIsTakenIn) {

@@ -32,12 +32,10 @@ bool CopyNumber(IDictionary& from, IDictionary& to, const char* path) {
   return from.GetValue(path, &value) && to.SetValue(path, value);
 }
 
-// What is no base64, and so no binary value for a reader, is copied as it stands.
 bool CopyBinary(IDictionary& from, IDictionary& to, const char* path) {
   const Marshalled<IOrvBasicStream> value;
-  return (value && from.GetBinary(path, value.get()) &&
-          to.SetBinary(path, value.get()->GetData(), value.get()->GetSize())) ||
-         to.MergeSubtree(&from, path, path);
+  return value && from.GetBinary(path, value.get()) &&
+         to.SetBinary(path, value.get()->GetData(), value.get()->GetSize());
 }
 
 // The value that a redirection shows, of whatever type; false when it shows none.
@@ -46,38 +44,19 @@ bool CopyShownValue(IDictionary& from, IDictionary& to, const char* path) {
          CopyNumber<std::int32_t>(from, to, path) || CopyNumber<double>(from, to, path) ||
          CopyNumber<bool>(from, to, path) || CopyList<IOrvPStringList>(from, to, path) ||
          CopyList<IOrvStringList>(from, to, path) || CopyList<IOrvIntList>(from, to, path) ||
-         CopyList<IOrvDoubleList>(from, to, path) || CopyList<IOrvBoolList>(from, to, path);
+         CopyList<IOrvDoubleList>(from, to, path) || CopyList<IOrvBoolList>(from, to, path) ||
+         CopyBinary(from, to, path);
 }
 
-// False when there is no value, and when it could not be copied.
+// A value of any type by the texts that it is kept as. Those that are none of the type, as a file may hold them, are
+// merged as they stand. False when there is no value, and when it could not be copied.
 bool CopyValue(IDictionary& from, IDictionary& to, const char* path) {
-  switch (from.GetValueType(path)) {
-    case ValueType::String:
-      return CopyText<IOrvPString>(from, to, path);
-    case ValueType::WideString:
-      return CopyText<IOrvString>(from, to, path);
-    case ValueType::Integer:
-      return CopyNumber<std::int32_t>(from, to, path);
-    case ValueType::Double:
-      return CopyNumber<double>(from, to, path);
-    case ValueType::Boolean:
-      return CopyNumber<bool>(from, to, path);
-    case ValueType::StringList:
-      return CopyList<IOrvPStringList>(from, to, path);
-    case ValueType::WideStringList:
-      return CopyList<IOrvStringList>(from, to, path);
-    case ValueType::IntegerList:
-      return CopyList<IOrvIntList>(from, to, path);
-    case ValueType::DoubleList:
-      return CopyList<IOrvDoubleList>(from, to, path);
-    case ValueType::BooleanList:
-      return CopyList<IOrvBoolList>(from, to, path);
-    case ValueType::Binary:
-      return CopyBinary(from, to, path);
-    case ValueType::Nil:
-      return false;
-  }
-  return false;
+  const ValueType type = from.GetValueType(path);
+  if (type == ValueType::Nil) return false;
+  if (to.IsRedirection(path)) return CopyShownValue(from, to, path);  // It is written to where it leads.
+  const Marshalled<IOrvPStringList> texts;
+  return (texts && from.GetValueTexts(path, texts.get()) && to.SetValueTexts(path, type, texts.get())) ||
+         to.MergeSubtree(&from, path, path);
 }
 
 void MergeEntry(IDictionary& from, IDictionary& to, const char* path) {
