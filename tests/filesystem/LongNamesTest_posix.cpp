@@ -1,7 +1,7 @@
 // Files are replaced, edited and copied over whose names are as long as they may be, of letters of several bytes.
 #include <algorithm>
 
-#include "platform/posix/Utf8.h"
+#include "base/text/Utf8.h"
 #include "tests/filesystem/FileSystemTesting.h"
 
 namespace OrvWorkFlow::Core::FileSystem {
@@ -17,7 +17,7 @@ class LongNames : public orv_test::FileSystemTest<Char> {
       path += name;
     } else {
       std::u16string wide;
-      EXPECT_TRUE(System::Posix::Utf8ToUtf16(name, &wide));
+      EXPECT_TRUE(Base::Utf8ToUtf16(name, &wide));
       path += wide;
     }
     return path;
