@@ -18,6 +18,7 @@
 #include "OrvWorkFlow/INodeFiring.h"
 #include "OrvWorkFlow/IWorkNode.h"
 #include "OrvWorkFlow/Names.h"
+#include "OrvWorkFlow/sdk/NodeRecord.h"
 #include "OrvWorkFlow/sdk/ObjectProtocol.h"
 #include "OrvWorkFlow/sdk/ParameterValue.h"
 
@@ -78,6 +79,10 @@ class WorkNodeBase : public ObjectProtocol<WorkNodeBase, IWorkNode>, public INod
   // std::logic_error for one that is not declared, and for more than MostSignalsFired for each input signal.
   void FireOutput(const char* signal_name);
 
+  // For a node that finds in its record what an earlier object of its instance still had to fire: so many signals come
+  // on top of those that MostSignalsFired allows.
+  void MayFireMore(std::int64_t signals) { may_fire_ += signals; }
+
   // The workflow's dictionary and the host's file system; they throw std::runtime_error when the host has none. The
   // references stay good for this signal.
   static IDictionary& WorkflowDictionary();
@@ -92,6 +97,8 @@ class WorkNodeBase : public ObjectProtocol<WorkNodeBase, IWorkNode>, public INod
 
   const std::string& InstanceName() const { return instance_name_; }
   std::string TypeName() const { return type_name_; }
+  // What the node remembers, at "/<type>/<instance>" in the workflow's dictionary.
+  NodeRecord Record() const { return NodeRecord(WorkflowDictionary(), "/" + TypeName() + "/" + instance_name_); }
 
   struct DictionaryReleaser {
     void operator()(IDictionary* dictionary) const { dictionary->Release(); }
