@@ -11,7 +11,7 @@ constexpr NodeInput kInputs[] = {
 constexpr NodeOutput kOutputs[] = {
     {"item", true, "an item is in /ForEach/<instance>/Item, its number in .../Number"},
     {"finished", false, "all items are done"},
-    {"failed", true, "the items cannot be read; why is in /ForEach/<instance>/Problem"},
+    {"failed", false, "the items cannot be read; why is in /ForEach/<instance>/Problem"},
 };
 constexpr NodeParameter kParameters[] = {
     kOverParameter, kWhatParameter, kPatternParameter, kRecursiveParameter, kItemsParameter,

@@ -21,7 +21,7 @@ constexpr NodeOutput kOutputs[] = {
     {"item7", false, "place 7 has an item, in /ForEachParallel/<instance>/7/Item"},
     {"item8", false, "place 8 has an item, in /ForEachParallel/<instance>/8/Item"},
     {"finished", false, "all items are done"},
-    {"failed", true, "the items cannot be read; why is in /ForEachParallel/<instance>/Problem"},
+    {"failed", false, "the items cannot be read; why is in /ForEachParallel/<instance>/Problem"},
 };
 constexpr NodeParameter kParameters[] = {
     kOverParameter,      kWhatParameter,  kPatternParameter,

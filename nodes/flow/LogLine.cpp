@@ -17,7 +17,7 @@ constexpr NodeInput kInputs[] = {
 };
 constexpr NodeOutput kOutputs[] = {
     {"written", false, "the line is there"},
-    {"failed", true, "it cannot be written; why is in /LogLine/<instance>/Problem"},
+    {"failed", false, "it cannot be written; why is in /LogLine/<instance>/Problem"},
 };
 constexpr NodeParameter kParameters[] = {
     TextParameterRow("Text", "", "what the line says; line breaks become blanks"),

@@ -19,6 +19,9 @@ struct ProgramStart {
   std::vector<std::string> environment;  // "NAME=VALUE", on top of that of this process
 };
 
+// How the system itself calls a file that the file system object gives a platform path for.
+std::string HostPath(std::string platform_path);
+
 class ChildProgram {
  public:
   using Sink = std::function<void(std::string_view)>;

@@ -222,6 +222,11 @@ class PosixProgram final : public ChildProgram {
 
 }  // namespace
 
+std::string HostPath(std::string platform_path) {
+  std::replace(platform_path.begin(), platform_path.end(), '\\', '/');
+  return platform_path.starts_with("Z:/") ? platform_path.substr(2) : platform_path;
+}
+
 std::unique_ptr<ChildProgram> ChildProgram::Start(const ProgramStart& start) {
   return std::make_unique<PosixProgram>(start);
 }

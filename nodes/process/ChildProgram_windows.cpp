@@ -194,6 +194,8 @@ class WindowsProgram final : public ChildProgram {
 
 }  // namespace
 
+std::string HostPath(std::string platform_path) { return platform_path; }
+
 std::unique_ptr<ChildProgram> ChildProgram::Start(const ProgramStart& start) {
   return std::make_unique<WindowsProgram>(start);
 }

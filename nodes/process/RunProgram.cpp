@@ -54,6 +54,10 @@ constexpr char kAttempt[] = "Attempt";
 constexpr char kProblem[] = "Problem";
 constexpr std::chrono::milliseconds kLook(20);
 
+std::string FirstLine(const std::string& text) {
+  return text.substr(0, std::min(text.find_first_of("\r\n"), std::size_t{200}));
+}
+
 }  // namespace
 
 // What is kept of one stream: the beginning in memory, more in the file.
@@ -213,14 +217,19 @@ const char* RunProgram::SignalFor(int exit_code) {
     if (exit_code >= first && exit_code <= last) return kCodes[i];
   }
   if (exit_code == 0) return "succeeded";
-  Record().SetText(kProblem, "it has ended with exit code " + std::to_string(exit_code));
+  Sdk::NodeRecord record = Record();
+  const std::string said = FirstLine(record.Text("Error"));
+  record.SetText(kProblem,
+                 "it has ended with exit code " + std::to_string(exit_code) + (said.empty() ? "" : ": " + said));
   return "failed";
 }
 
+// Arguments that begin with "$" and are no workflow path stay as they are.
 std::string RunProgram::PlatformPath(const std::string& path) const {
   if (!path.starts_with('$')) return path;
-  return Sdk::TextFrom(
-      [&](IOrvPString* text) { return FileSystem().WorkflowPathToPlatformPathString(path.c_str(), text); }, path);
+  const Sdk::TextHolder text;
+  if (!FileSystem().WorkflowPathToPlatformPathString(path.c_str(), text.get())) return path;
+  return HostPath(text->GetText());
 }
 
 }  // namespace OrvWorkFlow::Nodes

@@ -40,7 +40,7 @@ class ExampleScriptTest : public ProgramFixture {
   // Runs the script of an example in the test's directory.
   ProcessResult RunExample(const std::string& name) {
     const std::filesystem::path example = SourceFolder() / "examples" / name;
-    for (const char* file : {"flow.xml", "guest.xml", "run.sh"}) {
+    for (const char* file : {"flow.xml", "guest.xml", "run.sh", "copy.sh", "import.sh"}) {
       if (!std::filesystem::exists(example / file)) continue;
       std::filesystem::copy_file(example / file, directory_.path() / file);
     }
@@ -86,6 +86,18 @@ TEST_F(ExampleScriptTest, TheAbsorbedWorkflowDoesItsWork) {
   EXPECT_NE(result.output.find("Absorbing Guest, $House/guest.xml\n"), std::string::npos) << result.output;
   EXPECT_TRUE(result.output.ends_with("both workflows have made their copies\n")) << result.output << result.error;
   ExpectShown("examples/03_absorb/README.md", result.output);
+}
+
+TEST_F(ExampleScriptTest, ANightlyBackupTriesSingleFilesAgain) {
+  const ProcessResult result = RunExample("04_nightly");
+  EXPECT_EQ(result.exit_code, 0) << result.error;
+  ExpectShown("examples/04_nightly/README.md", result.output);
+}
+
+TEST_F(ExampleScriptTest, AnImportThatWasKilledTakesEachRowOnce) {
+  const ProcessResult result = RunExample("05_import");
+  EXPECT_EQ(result.exit_code, 0) << result.error;
+  ExpectShown("examples/05_import/README.md", result.output, true);
 }
 
 }  // namespace
