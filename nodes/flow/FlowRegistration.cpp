@@ -11,14 +11,14 @@
 #include "nodes/flow/ForEachParallel.h"
 #include "nodes/flow/Gate.h"
 #include "nodes/flow/Join.h"
-#include "nodes/flow/LogLine.h"
+#include "nodes/flow/LogLineNode.h"
 #include "nodes/flow/LongCopier.h"
 #include "nodes/flow/RateLimit.h"
 #include "nodes/flow/Restarter.h"
 #include "nodes/flow/Retry.h"
 #include "nodes/flow/Schedule.h"
 #include "nodes/flow/Switch.h"
-#include "nodes/flow/TimeLimit.h"
+#include "nodes/flow/TimeLimitNode.h"
 #include "nodes/flow/Timer.h"
 
 ORV_WORKFLOW_PLUGIN();
@@ -33,14 +33,14 @@ WorkFlowFactory for_each(new (std::nothrow) Sdk::NodeCreator<ForEach>);
 WorkFlowFactory for_each_parallel(new (std::nothrow) Sdk::NodeCreator<ForEachParallel>);
 WorkFlowFactory gate(new (std::nothrow) Sdk::NodeCreator<Gate>);
 WorkFlowFactory join(new (std::nothrow) Sdk::NodeCreator<Join>);
-WorkFlowFactory log_line(new (std::nothrow) Sdk::NodeCreator<LogLine>);
+WorkFlowFactory log_line(new (std::nothrow) Sdk::NodeCreator<LogLineNode>);
 WorkFlowFactory long_copier(new (std::nothrow) Sdk::NodeCreator<LongCopier>);
 WorkFlowFactory rate_limit(new (std::nothrow) Sdk::NodeCreator<RateLimit>);
 WorkFlowFactory restarter(new (std::nothrow) Sdk::NodeCreator<Restarter>);
 WorkFlowFactory retry(new (std::nothrow) Sdk::NodeCreator<Retry>);
 WorkFlowFactory schedule(new (std::nothrow) Sdk::NodeCreator<Schedule>);
 WorkFlowFactory switch_node(new (std::nothrow) Sdk::NodeCreator<Switch>);
-WorkFlowFactory time_limit(new (std::nothrow) Sdk::NodeCreator<TimeLimit>);
+WorkFlowFactory time_limit(new (std::nothrow) Sdk::NodeCreator<TimeLimitNode>);
 WorkFlowFactory timer(new (std::nothrow) Sdk::NodeCreator<Timer>);
 
 }  // namespace

@@ -8,7 +8,7 @@
 #include "nodes/flow/ForEachParallel.h"
 #include "nodes/flow/Gate.h"
 #include "nodes/flow/Join.h"
-#include "nodes/flow/LogLine.h"
+#include "nodes/flow/LogLineNode.h"
 #include "nodes/flow/Switch.h"
 #include "tests/nodes/NodeFixture.h"
 
@@ -177,11 +177,11 @@ TEST_F(DecidingNodesTest, ALogLineIsOneLine) {
   Set("LogLine", "File", directory_.file("log").c_str());
   Set("LogLine", "Text", "two\nlines {/Data/Value}");
   dictionary_->SetValue("/Data/Value", "here");
-  EXPECT_EQ(Fire<LogLine>({"write", "write"}), (Signals{"written", "written"}));
+  EXPECT_EQ(Fire<LogLineNode>({"write", "write"}), (Signals{"written", "written"}));
   const std::string log = orv_test::ReadFile(directory_.path() / "log");
   EXPECT_NE(log.find("Z two lines here\n"), std::string::npos) << log;
   Set("LogLine", "File", directory_.path().string().c_str());
-  EXPECT_EQ(Fire<LogLine>({"write"}), Signals{"failed"});
+  EXPECT_EQ(Fire<LogLineNode>({"write"}), Signals{"failed"});
 }
 
 }  // namespace

@@ -11,7 +11,7 @@
 #include "nodes/flow/RateLimit.h"
 #include "nodes/flow/Retry.h"
 #include "nodes/flow/Schedule.h"
-#include "nodes/flow/TimeLimit.h"
+#include "nodes/flow/TimeLimitNode.h"
 #include "tests/nodes/NodeFixture.h"
 
 namespace OrvWorkFlow::Nodes {
@@ -139,13 +139,13 @@ TEST_F(WaitingNodesTest, TheSecondPauseOfARetryIsLonger) {
 
 TEST_F(WaitingNodesTest, ATimeLimitTellsDoneFromExpired) {
   Set("TimeLimit", "Milliseconds", 3600000);
-  NodePointer node = Make<TimeLimit>();
+  NodePointer node = Make<TimeLimitNode>();
   EXPECT_TRUE(node->Signal("start"));
   EXPECT_TRUE(node->Signal("done"));
   EXPECT_EQ(Finish(*node), (Signals{"begin", "done"}));
   EXPECT_TRUE(node->Signal("start"));
   StopFor(node, "TimeLimit", 1h);
-  node = Make<TimeLimit>();
+  node = Make<TimeLimitNode>();
   EXPECT_TRUE(node->Signal("resume"));
   EXPECT_EQ(Finish(*node), (Signals{"begin", "expired"}));
   EXPECT_TRUE(node->Signal("done"));

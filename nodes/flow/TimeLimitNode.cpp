@@ -1,4 +1,4 @@
-#include "nodes/flow/TimeLimit.h"
+#include "nodes/flow/TimeLimitNode.h"
 
 namespace OrvWorkFlow::Nodes {
 
@@ -21,7 +21,7 @@ constexpr NodeParameter kParameters[] = {
 
 }  // namespace
 
-constinit const NodeDescription TimeLimit::kDescription = {
+constinit const NodeDescription TimeLimitNode::kDescription = {
     .sentence = "Puts a time limit around the work of another node",
     .inputs = kInputs,
     .outputs = kOutputs,
@@ -30,7 +30,7 @@ constinit const NodeDescription TimeLimit::kDescription = {
     .acts_outside = false,
 };
 
-bool TimeLimit::OnInput(std::string_view signal, Outputs& outputs) {
+bool TimeLimitNode::OnInput(std::string_view signal, Outputs& outputs) {
   if (signal == "start") {
     RemoveAll();
     Add(Now() + NumberParameter("Milliseconds"));
@@ -42,6 +42,6 @@ bool TimeLimit::OnInput(std::string_view signal, Outputs& outputs) {
   return true;
 }
 
-void TimeLimit::OnDue(std::int64_t /*time*/, Outputs& outputs) { outputs.push_back("expired"); }
+void TimeLimitNode::OnDue(std::int64_t /*time*/, Outputs& outputs) { outputs.push_back("expired"); }
 
 }  // namespace OrvWorkFlow::Nodes

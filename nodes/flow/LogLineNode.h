@@ -5,11 +5,11 @@
 
 namespace OrvWorkFlow::Nodes {
 
-class LogLine final : public Sdk::WorkNodeBase {
+class LogLineNode final : public Sdk::WorkNodeBase {
  public:
   static constexpr char kTypeName[] = "LogLine";
   static const NodeDescription kDescription;
-  LogLine() : Sdk::WorkNodeBase(kTypeName, kDescription) {}
+  LogLineNode() : Sdk::WorkNodeBase(kTypeName, kDescription) {}
 
   std::int32_t MostSignalsFired() override { return 1; }
 

@@ -8,11 +8,11 @@
 
 namespace OrvWorkFlow::Nodes {
 
-class TimeLimit final : public DueNode {
+class TimeLimitNode final : public DueNode {
  public:
   static constexpr char kTypeName[] = "TimeLimit";
   static const NodeDescription kDescription;
-  TimeLimit() : DueNode(kTypeName, kDescription) {}
+  TimeLimitNode() : DueNode(kTypeName, kDescription) {}
 
   std::int32_t MostSignalsFired() override { return 2; }
 

@@ -1,4 +1,4 @@
-#include "nodes/flow/LogLine.h"
+#include "nodes/flow/LogLineNode.h"
 
 #include <chrono>
 #include <cstdio>
@@ -36,7 +36,7 @@ std::string TimeText() {
 
 }  // namespace
 
-constinit const NodeDescription LogLine::kDescription = {
+constinit const NodeDescription LogLineNode::kDescription = {
     .sentence = "Writes a line to a log file",
     .inputs = kInputs,
     .outputs = kOutputs,
@@ -45,7 +45,7 @@ constinit const NodeDescription LogLine::kDescription = {
     .acts_outside = true,
 };
 
-bool LogLine::OnSignal(std::string_view /*signal*/) {
+bool LogLineNode::OnSignal(std::string_view /*signal*/) {
   std::string line = TextParameter("Text");
   for (char& c : line) {
     if (c == '\n' || c == '\r') c = ' ';
