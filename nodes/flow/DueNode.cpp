@@ -17,7 +17,8 @@ constexpr std::chrono::milliseconds kMostPause = std::chrono::seconds(5);
 
 bool DueNode::GetProperty(const char* property_name, IOrvPString* value) {
   if (property_name == nullptr || std::string_view(property_name) != "Busy") return false;
-  return AssignText(value, has_more_ ? "yes" : "no");
+  // A node that was stopped is not: its thread has ended, whatever still waits.
+  return WorkerNode::GetProperty(property_name, value) && (has_more_ || AssignText(value, "no"));
 }
 
 std::int64_t DueNode::Now() {

@@ -47,7 +47,9 @@ class WaitingNodesTest : public NodeFixture {
   }
   // Stops a node that works, within a time that no wait of it would allow, and lets an hour or so pass.
   void StopFor(NodePointer& node, const std::string& type, std::chrono::milliseconds time) {
+    EXPECT_TRUE(IsBusy(*node));
     EXPECT_TRUE(node->StopWork());
+    EXPECT_FALSE(IsBusy(*node)) << "whoever saves waits for that";
     node.reset();
     LetPass(type, time);
   }
