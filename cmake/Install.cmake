@@ -38,6 +38,7 @@ get_property(orv_node_plugins GLOBAL PROPERTY ORV_NODE_PLUGINS)
 install(TARGETS ${orv_node_plugins} LIBRARY DESTINATION ${orv_plugin_dir} COMPONENT program)
 install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT program USE_SOURCE_PERMISSIONS
   PATTERN "*.state.xml*" EXCLUDE PATTERN "report.txt" EXCLUDE PATTERN "log.txt" EXCLUDE PATTERN "data" EXCLUDE PATTERN "started" EXCLUDE
+  PATTERN "orders.db" EXCLUDE PATTERN "orders.csv" EXCLUDE PATTERN "rejects.csv" EXCLUDE
   PATTERN ".git*" EXCLUDE PATTERN "backup" EXCLUDE PATTERN "source" EXCLUDE PATTERN "CMakeLists.txt" EXCLUDE)
 install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/pages COMPONENT development FILES_MATCHING PATTERN "*.md"
   PATTERN "*.schema.json")

@@ -25,7 +25,7 @@ constexpr NodeParameter kSetterParameters[] = {
     TextParameterRow("Entry", "", "the path of the entry"),
     TextListParameterRow("Value", "the value, or the items of a list"),
     TextParameterRow("Type", "str", "its type: str, int, dbl, Bool, strlist, intlist, dbllist or boollist"),
-    TextParameterRow("From", "", "the path of the entry to copy"),
+    TextParameterRow("From", "/", "the path of the entry to copy"),
 };
 
 constexpr NodeInput kComputerInputs[] = {
@@ -96,6 +96,7 @@ const char* ValueSetter::DoTask(const std::string& task) {
     dictionary.Delete(entry.c_str());
   } else if (task == "copy") {
     const std::string from = TextParameter("From");
+    if (from.find_first_not_of('/') == std::string::npos) throw std::runtime_error("no From is given");
     if (!dictionary.Exists(from.c_str())) throw std::runtime_error("there is no entry \"" + from + "\"");
     if (!dictionary.CopySubtree(from.c_str(), entry.c_str())) {
       throw std::runtime_error("cannot write the entry \"" + entry + "\"");

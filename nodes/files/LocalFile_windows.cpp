@@ -17,8 +17,21 @@ namespace OrvWorkFlow::Nodes {
 namespace {
 
 std::string ReasonOfCode(DWORD code) {
-  if (code == ERROR_SHARING_VIOLATION || code == ERROR_LOCK_VIOLATION) return FileReasons::kInUse;
-  return ReasonOf(std::error_code(static_cast<int>(code), std::system_category()));
+  switch (code) {
+    case ERROR_SHARING_VIOLATION:
+    case ERROR_LOCK_VIOLATION:
+      return FileReasons::kInUse;
+    case ERROR_FILE_NOT_FOUND:
+    case ERROR_PATH_NOT_FOUND:
+      return FileReasons::kNotFound;
+    case ERROR_ACCESS_DENIED:
+      return FileReasons::kDenied;
+    case ERROR_DISK_FULL:
+    case ERROR_HANDLE_DISK_FULL:
+      return FileReasons::kNoSpace;
+    default:
+      return ReasonOf(std::error_code(static_cast<int>(code), std::system_category()));
+  }
 }
 
 HANDLE HandleOf(std::intptr_t handle) { return reinterpret_cast<HANDLE>(handle); }

@@ -20,7 +20,7 @@ constexpr NodeOutput kOutputs[] = {
 };
 constexpr NodeParameter kParameters[] = {
     TextParameterRow("Path", "", "a file or a folder"),
-    TextParameterRow("Pattern", "", "which files of the folder, the folder stays; nothing: the folder itself"),
+    TextListParameterRow("Pattern", "which files of the folder, the folder stays; nothing: the folder itself"),
     BooleanParameterRow("Recursive", false,
                         "whether the folders in it count; a folder itself is deleted with all that is in it only so"),
 };
@@ -48,7 +48,7 @@ const char* FileDeleter::DoTask(const std::string& /*task*/) {
     }
     return "deleted";
   }
-  if (!TextParameter("Pattern").empty()) return DeleteMatching(name) ? "deleted" : nullptr;
+  if (!OptionalText("Pattern").empty()) return DeleteMatching(name) ? "deleted" : nullptr;
   if (!std::filesystem::is_directory(status)) {
     DeleteOne(path, name);
     return "deleted";
@@ -72,7 +72,7 @@ bool FileDeleter::DeleteMatching(const std::string& folder) {
   ListingOrder order;
   order.folder = LocalPath(FileSystem(), folder);
   order.shown_name = folder;
-  order.patterns = TextParameter("Pattern");
+  order.patterns = OptionalText("Pattern", ";");
   order.recursive = BooleanParameter("Recursive");
   order.stop_wanted = [this] { return StopWanted(); };
   const std::optional<Listing> listing = ListFolder(order);

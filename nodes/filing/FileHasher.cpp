@@ -4,8 +4,8 @@
 #include <vector>
 
 #include "OrvWorkFlow/sdk/ParameterValue.h"
+#include "nodes/digest/Digest.h"
 #include "nodes/files/LocalFile.h"
-#include "nodes/filing/Digest.h"
 
 namespace OrvWorkFlow::Nodes {
 
@@ -23,7 +23,7 @@ constexpr NodeOutput kOutputs[] = {
 constexpr NodeParameter kParameters[] = {
     TextParameterRow("File", "", "the file"),
     TextParameterRow("Kind", "sha256", "crc32, xxh3 (64 bits) or sha256"),
-    TextParameterRow("Expected", "", "what it should be, in hexadecimal digits; nothing: whatever it is"),
+    TextListParameterRow("Expected", "what it should be, in hexadecimal digits; nothing: whatever it is"),
 };
 
 constexpr std::size_t kPiece = 256 * 1024;
@@ -51,7 +51,7 @@ const char* FileHasher::DoTask(const std::string& /*task*/) {
     size += static_cast<std::int64_t>(count);
   }
   const std::string hash = digest->Text();
-  const std::string expected = TextParameter("Expected");
+  const std::string expected = OptionalText("Expected");
   Record().SetText("Hash", hash);
   Record().SetNumber("Size", size);
   return expected.empty() || Sdk::Parameters::EqualIgnoringCase(expected, hash) ? "hashed" : "differs";

@@ -1,6 +1,7 @@
 #include "nodes/filing/TextMatcher.h"
 
 #include <stdexcept>
+#include <vector>
 
 #include "regexp/Pattern.h"
 
@@ -24,8 +25,8 @@ constexpr NodeOutput kOutputs[] = {
 constexpr NodeParameter kParameters[] = {
     TextParameterRow("Text", "", "the text"),
     TextParameterRow("Pattern", "", "what is looked for"),
-    TextParameterRow("Replacement", "",
-                     "what comes instead: \\0 is what was found, \\1 to \\9 its groups, \\\\ a backslash"),
+    TextListParameterRow("Replacement",
+                         "what comes instead: \\0 is what was found, \\1 to \\9 its groups, \\\\ a backslash"),
     TextParameterRow("Into", "/Text", "the entry that gets the text with the replacements"),
 };
 
@@ -102,7 +103,9 @@ void TextMatcher::Match(const std::string& text, const std::string& pattern, Sdk
 // From left to right, each behind the one before. "^" is the text's beginning: once something was replaced it is not
 // found again, for which the search gets the character before its place.
 void TextMatcher::Replace(const std::string& text, const std::string& pattern, Sdk::NodeRecord& record) {
-  const std::string replacement = TextParameter("Replacement");
+  std::string replacement;
+  const std::vector<std::string> replacements = TextListParameter("Replacement");
+  for (const std::string& piece : replacements) replacement += piece;
   Pattern first;
   Pattern further;
   CompileOrThrow(first, pattern);

@@ -30,8 +30,8 @@ constexpr NodeParameter kParameters[] = {
                      "the CSV file that gets rows that are refused, with line and reason; nothing: one of them fails "
                      "the task"),
     TextParameterRow("Separator", ",", "one character, or tab"),
-    TextParameterRow("Null", "", "a field that means NULL; nothing: none does"),
-    TextParameterRow("Name", "", "makes it another import of the same file"),
+    TextListParameterRow("Null", "fields that mean NULL; nothing: none does"),
+    TextParameterRow("Name", "1", "makes it another import of the same file"),
     NumberParameterRow("RowsPerCommit", "1000", 1, "how many rows become the database's at a time"),
     NumberParameterRow("WaitSeconds", "30", 0, "how long others who use the database are waited for", 86400),
 };
@@ -106,7 +106,7 @@ class SqlImporter::Import {
         columns_(header.fields.size()),
         statement_(database, node.TextParameter("Statement")),
         from_(ColumnsOf(statement_, header.fields)),
-        null_(node.TextParameter("Null")),
+        nulls_(node.TextListParameter("Null")),
         rows_per_commit_(node.NumberParameter("RowsPerCommit")),
         rejects_(node.FileSystem(), node.TextParameter("Rejects"), static_cast<std::uint64_t>(progress.reject_bytes)),
         transaction_(std::make_unique<Transaction>(database)) {}
@@ -154,7 +154,7 @@ class SqlImporter::Import {
     int number = 0;
     for (const std::size_t column : from_) {
       const std::string& field = row.fields[column];
-      const bool is_null = !null_.empty() && field == null_;
+      const bool is_null = std::find(nulls_.begin(), nulls_.end(), field) != nulls_.end();
       statement_.Bind(++number, is_null ? nullptr : &field);
     }
     try {
@@ -177,7 +177,7 @@ class SqlImporter::Import {
   const std::size_t columns_;
   Statement statement_;
   const std::vector<std::size_t> from_;
-  const std::string null_;
+  const std::vector<std::string> nulls_;
   const int rows_per_commit_;
   RejectFile rejects_;
   std::unique_ptr<Transaction> transaction_;

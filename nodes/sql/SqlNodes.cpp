@@ -2,6 +2,7 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
 #include <memory>
 #include <stdexcept>
 #include <utility>
@@ -16,7 +17,7 @@ namespace {
 constexpr NodeParameter kDatabase = TextParameterRow("Database", "", "the file of the SQLite database");
 constexpr NodeParameter kValues =
     TextListParameterRow("Values", "what is bound to the statement's parameters, ? and the like, in their order");
-constexpr NodeParameter kNull = TextParameterRow("Null", "", "a value that means NULL; nothing: none does");
+constexpr NodeParameter kNull = TextListParameterRow("Null", "values that mean NULL; nothing: none does");
 constexpr NodeParameter kWait =
     NumberParameterRow("WaitSeconds", "30", 0, "how long others who use it are waited for", 86400);
 
@@ -138,10 +139,10 @@ void SqlNode::BindValues(Statement& statement) {
     throw std::runtime_error("the statement has " + std::to_string(wanted) + " parameters, and Values has " +
                              std::to_string(values.size()));
   }
-  const std::string null = TextParameter("Null");
+  const std::vector<std::string> nulls = TextListParameter("Null");
   int number = 0;
   for (const std::string& value : values) {
-    const bool is_null = !null.empty() && value == null;
+    const bool is_null = std::find(nulls.begin(), nulls.end(), value) != nulls.end();
     statement.Bind(++number, is_null ? nullptr : &value);
   }
 }

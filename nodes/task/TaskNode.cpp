@@ -20,6 +20,13 @@ Sdk::NodeRecord TaskNode::Record() const {
   return Sdk::NodeRecord(WorkflowDictionary(), "/" + TypeName() + "/" + InstanceName());
 }
 
+std::string TaskNode::OptionalText(std::string_view name, const char* between) const {
+  const std::vector<std::string> texts = TextListParameter(name);
+  std::string all;
+  for (const std::string& text : texts) all += &text == &texts.front() ? text : between + text;
+  return all;
+}
+
 bool TaskNode::IsBusy() {
   return Sdk::TextFrom([&](IOrvPString* text) { return GetProperty("Busy", text); }) == "yes";
 }

@@ -100,5 +100,12 @@ TEST_F(ExampleScriptTest, AnImportThatWasKilledTakesEachRowOnce) {
   ExpectShown("examples/05_import/README.md", result.output, true);
 }
 
+TEST_F(ExampleScriptTest, RowsThatAreNoneAreSetAside) {
+  const ProcessResult result = RunExample("06_orders");
+  EXPECT_EQ(result.exit_code, 0);
+  EXPECT_EQ(result.error, "");
+  ExpectShown("examples/06_orders/README.md", result.output);
+}
+
 }  // namespace
 }  // namespace orv_test

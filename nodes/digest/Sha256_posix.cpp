@@ -3,7 +3,7 @@
 #include <array>
 #include <stdexcept>
 
-#include "nodes/filing/Digest.h"
+#include "nodes/digest/Digest.h"
 
 namespace OrvWorkFlow::Nodes {
 

@@ -1,4 +1,4 @@
-#include "nodes/filing/Digest.h"
+#include "nodes/digest/Digest.h"
 
 #include <xxhash.h>
 

@@ -10,7 +10,7 @@
 #include <cstdint>
 #include <stdexcept>
 
-#include "nodes/filing/Digest.h"
+#include "nodes/digest/Digest.h"
 
 namespace OrvWorkFlow::Nodes {
 
