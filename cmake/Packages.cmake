@@ -20,6 +20,8 @@ if(WIN32)
   set(CPACK_NSIS_DISPLAY_NAME "OrvWorkFlow ${PROJECT_VERSION}")
   set(CPACK_NSIS_MODIFY_PATH ON)
   set(CPACK_NSIS_ENABLE_UNINSTALL_BEFORE_INSTALL ON)
+  # The times of files that CPack itself writes for the installer would be in it.
+  set(CPACK_NSIS_DEFINES "  SetDateSave off")
 else()
   set(CPACK_GENERATOR DEB)
   set(CPACK_DEB_COMPONENT_INSTALL ON)
