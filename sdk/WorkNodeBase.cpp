@@ -51,8 +51,8 @@ bool Has(const NodeTable<Row>& signals, std::string_view name) {
 
 void* WorkNodeBase::QueryInterface(const char* interface_name) {
   const std::string_view name = interface_name == nullptr ? "" : interface_name;
-  if (name == "INodeDescription") return description_ == nullptr ? nullptr : static_cast<INodeDescription*>(this);
-  if (name == "INodeFiring") return MostSignalsFired() < 0 ? nullptr : static_cast<INodeFiring*>(this);
+  if (name == InterfaceNames::kNodeDescription) return description_ == nullptr ? nullptr : static_cast<INodeDescription*>(this);
+  if (name == InterfaceNames::kNodeFiring) return MostSignalsFired() < 0 ? nullptr : static_cast<INodeFiring*>(this);
   return ObjectProtocol::QueryInterface(interface_name);
 }
 
@@ -102,6 +102,10 @@ void WorkNodeBase::FireOutput(const char* signal_name) {
     throw std::logic_error(std::string(type_name_) + " fires more signals for one than it says: " + signal_name);
   }
   if (handler_ != nullptr) handler_->Signal(this, signal_name);
+}
+
+void WorkNodeBase::HoldChanges() {
+  if (handler_ != nullptr) handler_->HoldChanges(this);
 }
 
 IDictionary& WorkNodeBase::WorkflowDictionary() {

@@ -6,6 +6,17 @@
 
 namespace OrvWorkFlow::Sdk {
 
+void* WorkerNode::QueryInterface(const char* interface_name) {
+  const std::string_view name = interface_name == nullptr ? "" : interface_name;
+  if (name == InterfaceNames::kNodeContinuation) return static_cast<INodeContinuation*>(this);
+  return WorkNodeBase::QueryInterface(interface_name);
+}
+
+void WorkerNode::FireLast(const char* signal_name) {
+  continues_ = false;
+  FireOutput(signal_name);
+}
+
 bool WorkerNode::BeginAnew() {
   if (busy_) return false;
   KeepValues(ValuesFolder());
@@ -31,10 +42,12 @@ bool WorkerNode::Start() {
   }
   was_stopped_ = false;
   busy_ = true;
+  continues_ = true;
   try {
     thread_ = std::thread([this] { Run(); });
   } catch (...) {
     busy_ = false;
+    continues_ = false;
     throw;
   }
   return true;
@@ -46,6 +59,7 @@ void WorkerNode::Run() {
   } catch (const std::exception& error) {
     TellUser(error.what());
   }
+  continues_ = false;
   busy_ = false;  // Last: what was fired is in the queue before the node counts as idle.
 }
 
@@ -60,6 +74,7 @@ bool WorkerNode::StopWork() {
   if (busy_) InterruptWork();
   thread_.join();
   DropValues();
+  continues_ = false;
   return std::exchange(was_stopped_, false);
 }
 

@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "OrvWorkFlow/Names.h"
 #include "OrvWorkFlow/WorkFlowFactory.h"
 
 namespace OrvWorkFlow::Flow {
@@ -33,12 +34,12 @@ Answer AskNode(const std::string& type, const char* interface_name, Answer nothi
 }  // namespace
 
 const NodeDescription* DescribeNodeType(const std::string& type) noexcept {
-  return AskNode<INodeDescription, const NodeDescription*>(type, "INodeDescription", nullptr,
+  return AskNode<INodeDescription, const NodeDescription*>(type, InterfaceNames::kNodeDescription, nullptr,
                                                            [](INodeDescription& node) { return node.Describe(); });
 }
 
 std::int32_t MostSignalsFiredBy(const std::string& type) noexcept {
-  return AskNode<INodeFiring, std::int32_t>(type, "INodeFiring", -1,
+  return AskNode<INodeFiring, std::int32_t>(type, InterfaceNames::kNodeFiring, -1,
                                             [](INodeFiring& node) { return node.MostSignalsFired(); });
 }
 

@@ -41,6 +41,23 @@ class ObserverList final : public IRunObserver {
     for (IRunObserver* const observer : observers_) observer->NodeMade(type, instance);
   }
 
+  // Those that are older do not have them.
+  void NodeDescribed(const NodeFacts& node) override {
+    for (IRunObserver* const observer : observers_) {
+      if (observer->GetVersion() >= 2) observer->NodeDescribed(node);
+    }
+  }
+  void ChangesHeld() override {
+    for (IRunObserver* const observer : observers_) {
+      if (observer->GetVersion() >= 2) observer->ChangesHeld();
+    }
+  }
+  void FlowAbsorbed(const char* name, const char* file_path) override {
+    for (IRunObserver* const observer : observers_) {
+      if (observer->GetVersion() >= 2) observer->FlowAbsorbed(name, file_path);
+    }
+  }
+
  private:
   std::vector<IRunObserver*> observers_;
 };

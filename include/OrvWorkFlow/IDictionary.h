@@ -17,6 +17,8 @@
 
 namespace OrvWorkFlow {
 
+class IDictionaryObserver;
+
 // What an entry holds; `Nil` also stands for a missing entry and an unknown tag.
 enum class ValueType : std::int32_t {
   String = 0,
@@ -347,6 +349,10 @@ class IDictionary : public IBaseWorkFlowObject {
   // caller ends the watch with Release(). Null for null arguments, without a pattern, for one that no path can match,
   // and without memory.
   virtual IDictionaryWatch* WatchChanges(const char* const* patterns, std::size_t count) = 0;
+
+  // Registers the object that is told every change (see IDictionaryObserver.h); it replaces the one before, and null
+  // removes that. Not owned. It may go as soon as it was removed. A dictionary that is made from this one has none.
+  virtual bool SetObserver(IDictionaryObserver* observer) = 0;
 
   // Further operations with paths as objects; they take no place in the table.
   bool GetAttributeNames(const DictionaryPathWrapper& path, IOrvPStringList* names) {

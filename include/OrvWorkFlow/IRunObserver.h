@@ -25,7 +25,7 @@ namespace OrvWorkFlow {
 class IRunObserver {
  public:
   static constexpr std::uint64_t kPastQueue = std::uint64_t{1} << 63;
-  static constexpr std::uint32_t kVersion = 1;
+  static constexpr std::uint32_t kVersion = 2;
 
   // Zero-terminated. Where there is no sender (a start signal, one fired past the queue) or no receiver, three times
   // "".
@@ -54,6 +54,13 @@ class IRunObserver {
     Sender sender;
     Receiver receiver;
     bool restored = false;
+    // How many signals of the same firing still follow; they are told before one of them can be delivered.
+    std::uint32_t more = 0;
+    // With the last of a firing without a cause: see INodeContinuation. Null when the sender does not say.
+    const char* continuation = nullptr;
+    // Of a signal without a cause: the delivery to its sender, on another thread, that had not ended; 0 for none. There
+    // is no continuation then: that is told when the delivery ends.
+    std::uint64_t during = 0;
   };
   virtual void SignalQueued(const QueuedSignal& signal) = 0;
 
@@ -65,6 +72,7 @@ class IRunObserver {
     std::uint64_t cause = 0;
     Sender sender;
     bool has_maps_key = false;
+    const char* continuation = nullptr;  // as in QueuedSignal
   };
   virtual void SignalIgnored(const IgnoredSignal& signal) = 0;
 
@@ -104,6 +112,7 @@ class IRunObserver {
     std::uint64_t number = 0;
     Sender sender;
     Receiver receiver;
+    const char* continuation = nullptr;  // of the receiver at the end: see INodeContinuation; null when it does not say
   };
   // On the thread that delivers, before the node is called.
   virtual void DeliveryBegun(const Delivery& delivery) = 0;
@@ -126,6 +135,26 @@ class IRunObserver {
 
   // Before it gets its first signal.
   virtual void NodeMade(const char* type, const char* instance) = 0;
+
+  // --- Since version 2. Not to be called by whoever does not know the observer's version ---
+
+  // Told by the mediator right after NodeMade: what the node says of itself.
+  struct NodeFacts {
+    const char* type = "";
+    const char* instance = "";
+    bool describes_itself = false;     // answers to INodeDescription; without that the next two are false
+    bool state_in_dictionary = false;  // as there
+    bool acts_outside = false;
+    bool continues = false;  // answers to INodeContinuation
+  };
+  virtual void NodeDescribed(const NodeFacts& /*node*/) {}
+
+  // Told by the mediator: what this thread changes in the dictionary from now on counts with the next signal that it
+  // fires, if the process dies: with the last of its mappings, or when nothing takes it (IOutgoingSignalHandler).
+  virtual void ChangesHeld() {}
+
+  // Told by the engine on the thread that absorbs: the workflow is one of those that a saved state lists.
+  virtual void FlowAbsorbed(const char* /*name*/, const char* /*file_path*/) {}
 
  protected:
   ~IRunObserver() = default;

@@ -13,6 +13,12 @@ class IOutgoingSignalHandler {
   // from anywhere, its own Signal included. Always true for a known node. Any thread.
   virtual bool Signal(IWorkNode* node, const char* signal_name) = 0;
 
+  // For a node that works on threads of its own: what this thread changes in the workflow's dictionary from now on
+  // belongs to the next output signal that it fires. If the process dies before that signal is queued, a run that is
+  // continued from its record has none of these changes. Changes that are not held count at once. Nothing happens while
+  // an input signal is delivered on this thread: what it changes belongs to the delivery. True for a known node.
+  virtual bool HoldChanges(IWorkNode* /*node*/) { return false; }
+
  protected:
   ~IOutgoingSignalHandler() = default;
 };

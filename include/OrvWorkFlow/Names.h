@@ -32,6 +32,9 @@ inline constexpr char kHostApp[] = "IHostApp";
 inline constexpr char kHostRestart[] = "IHostRestart";
 inline constexpr char kWorkNode[] = "IWorkNode";
 inline constexpr char kComponentFinder[] = "IComponentFinder";
+inline constexpr char kNodeDescription[] = "INodeDescription";
+inline constexpr char kNodeFiring[] = "INodeFiring";
+inline constexpr char kNodeContinuation[] = "INodeContinuation";
 }  // namespace InterfaceNames
 
 }  // namespace OrvWorkFlow

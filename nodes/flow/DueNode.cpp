@@ -73,6 +73,7 @@ bool DueNode::TakeDue(Outputs& outputs, std::chrono::milliseconds& wait) {
     wait = std::min(wait, std::chrono::milliseconds(time - now));
     return false;
   }
+  HoldChanges();  // It is removed when what is fired for it is there.
   due_.erase(first);
   Store();
   OnDue(time, outputs);

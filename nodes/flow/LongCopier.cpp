@@ -124,10 +124,10 @@ Sdk::WorkerNode::Outcome LongCopier::Work() {
     }
   } catch (const FileProblem& problem) {
     TellUser(problem.what());
-    FireOutput("failed");
+    FireLast("failed");
     return Outcome::Done;
   }
-  FireOutput("copied");
+  FireLast("copied");
   return Outcome::Done;
 }
 

@@ -56,11 +56,12 @@ Sdk::WorkerNode::Outcome Timer::Work() {
       Write(kRemaining, static_cast<std::int32_t>(std::max(remaining - passed, remaining * 0).count()));
       return Outcome::Stopped;
     }
+    HoldChanges();
     Write(kTicksLeft, Read(kTicksLeft) - 1);
     Write(kRemaining, NumberParameter("Milliseconds"));
     FireOutput("tick");
   }
-  FireOutput("finished");
+  FireLast("finished");
   return Outcome::Done;
 }
 

@@ -144,7 +144,7 @@ Sdk::WorkerNode::Outcome RunProgram::Work() {
     Record().SetText(kProblem, AsText(error.what()));
   }
   running_.reset();
-  FireOutput(output);
+  FireLast(output);
   return Outcome::Done;
 }
 

@@ -51,19 +51,21 @@ Sdk::WorkerNode::Outcome TaskNode::Work() {
   try {
     const char* const output = DoTask(record.Text(kTask));
     if (output == nullptr) return Outcome::Stopped;
-    record.SetText(kProblem, "");
-    FireOutput(output);
+    End("", output);
   } catch (const std::exception& error) {
-    Fail(error.what());
+    if (!IsMapped(kFailedOutput.name)) TellUser(error.what());
+    End(error.what(), kFailedOutput.name);
   }
-  record.SetNumber(kFired, 1);
   return Outcome::Done;
 }
 
-void TaskNode::Fail(const std::string& problem) {
-  Record().SetText(kProblem, problem);
-  if (!IsMapped(kFailedOutput.name)) TellUser(problem);
-  FireOutput(kFailedOutput.name);
+// That the task is done and that its signal is fired become true together.
+void TaskNode::End(const std::string& problem, const char* output) {
+  HoldChanges();
+  Sdk::NodeRecord record = Record();
+  record.SetText(kProblem, problem);
+  record.SetNumber(kFired, 1);
+  FireLast(output);
 }
 
 bool TaskNode::IsMapped(const char* output) const {

@@ -44,7 +44,7 @@ class TaskNode : public Sdk::WorkerNode {
 
  private:
   Outcome Work() override;
-  void Fail(const std::string& problem);
+  void End(const std::string& problem, const char* output);
   bool IsMapped(const char* output) const;
 };
 

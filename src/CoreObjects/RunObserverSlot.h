@@ -10,7 +10,10 @@ namespace OrvWorkFlow::Core {
 // Any thread.
 class RunObserverSlot {
  public:
-  void Set(IRunObserver* observer) noexcept { observer_.store(observer, std::memory_order_release); }
+  void Set(IRunObserver* observer) noexcept {
+    version_.store(observer != nullptr ? observer->GetVersion() : 0, std::memory_order_relaxed);
+    observer_.store(observer, std::memory_order_release);
+  }
 
   // To be asked before anything is made ready for the observer.
   explicit operator bool() const noexcept { return observer_.load(std::memory_order_relaxed) != nullptr; }
@@ -26,7 +29,16 @@ class RunObserverSlot {
     }
   }
 
+  // The same for an operation that older observers do not have.
+  template <class... Parameters, class... Values>
+  void TellSince(std::uint32_t version, void (IRunObserver::*operation)(Parameters...), const Values&... values) const
+      noexcept {
+    if (observer_.load(std::memory_order_acquire) == nullptr) return;
+    if (version_.load(std::memory_order_relaxed) >= version) Tell(operation, values...);
+  }
+
  private:
+  std::atomic<std::uint32_t> version_ = 0;
   std::atomic<IRunObserver*> observer_ = nullptr;
 };
 

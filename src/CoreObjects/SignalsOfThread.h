@@ -31,11 +31,19 @@ struct CurrentDelivery {
   std::uint64_t number = 0;
 };
 
+// What the mediator knows of an output signal that it passes on to the engine and that no delivery of this thread has
+// caused: the number of the delivery to the same node that has not ended, and how the node's work would go on.
+struct FiredOutside {
+  std::uint64_t during = 0;
+  const char* continuation = nullptr;
+};
+
 struct SignalsOfThread {
   // Set by the pump before it fires an input signal and taken by the mediator: an operation of its public face has no
   // place for it.
   SignalSource* to_fire = nullptr;
   CurrentDelivery delivery;
+  FiredOutside fired;
 };
 inline SignalsOfThread& ThisThreadsSignals() noexcept {
   static constinit thread_local SignalsOfThread signals;

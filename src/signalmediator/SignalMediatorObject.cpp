@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "CoreObjects/SignalsOfThread.h"
 #include "OrvWorkFlow/WorkflowSchema.h"
 #include "base/guard/Guarded.h"
 #include "base/lock/Mutex.h"
@@ -106,6 +107,12 @@ bool CSignalMediator::ForwardOutputSignal(const char* type_name, const char* ins
 
 bool CSignalMediator::Signal(IWorkNode* node, const char* signal_name) {
   return AreThere(node, signal_name) && router_.ForwardFrom(*node, signal_name);
+}
+
+bool CSignalMediator::HoldChanges(IWorkNode* node) {
+  if (node == nullptr) return false;
+  if (ThisThreadsSignals().delivery.number == 0) context_.observer.TellSince(2, &IRunObserver::ChangesHeld);
+  return true;
 }
 
 void CSignalMediator::DeliverInputSignal(InputSignalMessage* message) { delivery_.DeliverMessage(message); }

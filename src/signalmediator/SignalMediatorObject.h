@@ -70,6 +70,7 @@ class CSignalMediator final : public BaseObject<CSignalMediator, ISignalMediator
 
   // The faces for the nodes and for the host's GUI thread.
   bool Signal(IWorkNode* node, const char* signal_name) override;
+  bool HoldChanges(IWorkNode* node) override;
   void DeliverInputSignal(InputSignalMessage* message) override;
 
  private:

@@ -107,7 +107,10 @@ bool CWorkFlowEngine::TakeIn(IDictionary& flow, ISignalMediator& mediator, const
     if (is_new) flow_paths_.Remove(record.name);
     return false;
   }
-  if (is_new) FindNewComponentsFromAbsorbedFlow(record.file_path);
+  if (is_new) {
+    core_->Events().Absorbed(record.name.c_str(), record.file_path.c_str());
+    FindNewComponentsFromAbsorbedFlow(record.file_path);
+  }
   return true;
 }
 

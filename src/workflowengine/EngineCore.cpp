@@ -26,13 +26,13 @@ EngineCore::EngineCore()
       hand_overs_(std::make_shared<HandOvers>([this] { Post(kSignalReceivedEvent); })) {}
 
 bool EngineCore::OutputSignal(const SenderTexts& sender) {
-  const std::uint64_t cause = CauseOfThisThread();
+  const SignalCause cause = CauseOfThisThread();
   EngineLock lock = LockUnlessInverted();
   if (!lock) {
     try {
       PutInInbox({sender.type, sender.instance, sender.signal, std::nullopt, cause});
     } catch (...) {
-      events_.Lost(cause, sender, EngineEvents::Reason::NoMemory);
+      events_.Lost(cause.number, sender, EngineEvents::Reason::NoMemory);
       throw;
     }
     PostQueued();
@@ -47,7 +47,7 @@ bool EngineCore::OutputSignal(const SenderTexts& sender) {
 }
 
 void EngineCore::Queue(const QueueEntry& entry) {
-  const std::uint64_t cause = CauseOfThisThread();
+  const SignalCause cause = CauseOfThisThread();
   if (const EngineLock lock = LockUnlessInverted()) {
     MapInbox(lock);
     AppendOrTell(lock, entry, cause);
@@ -55,7 +55,7 @@ void EngineCore::Queue(const QueueEntry& entry) {
     try {
       PutInInbox({{}, {}, {}, entry, cause});
     } catch (...) {
-      events_.Lost(cause, entry);
+      events_.Lost(cause.number, entry);
       throw;
     }
   }
@@ -63,16 +63,19 @@ void EngineCore::Queue(const QueueEntry& entry) {
 }
 
 // Asked for only when somebody wants to know.
-std::uint64_t EngineCore::CauseOfThisThread() const noexcept {
-  return events_ ? ThisThreadsSignals().delivery.number : 0;
+SignalCause EngineCore::CauseOfThisThread() const noexcept {
+  if (!events_) return {};
+  const SignalsOfThread& signals = ThisThreadsSignals();
+  if (signals.delivery.number != 0) return {signals.delivery.number};
+  return {0, signals.fired.continuation, signals.fired.during};
 }
 
 EngineLock EngineCore::LockUnlessInverted() const {
   return MediatorLockDepth() > 0 ? EngineLock::Try(mutex_.get()) : Lock();
 }
 
-bool EngineCore::MapAndQueue(const EngineLock& lock, const SenderTexts& sender, std::uint64_t cause) {
-  const MappedSignal* const mapped = Map(lock, sender, cause);
+bool EngineCore::MapAndQueue(const EngineLock& lock, const SenderTexts& sender, const SignalCause& cause) {
+  const MappedSignal* const mapped = Map(lock, sender, cause.number);
   if (mapped == nullptr) return false;
   const bool failed = mapped->outcome == MappedSignal::Outcome::Failed;
   if (mapped->receivers.empty() && !failed) {
@@ -84,18 +87,18 @@ bool EngineCore::MapAndQueue(const EngineLock& lock, const SenderTexts& sender, 
   try {
     for (const QueueEntry::Source& receiver : mapped->receivers) {
       Log(EngineCategories::kSignal, EngineLines::kAdded);
-      Append(lock, receiver.Copy(), cause);
+      Append(lock, receiver.Copy(), cause, mapped->receivers.size() - queued - 1);
       ++queued;
       PostQueued();
     }
   } catch (...) {
-    for (std::size_t i = queued; i < mapped->receivers.size(); ++i) events_.Lost(cause, mapped->receivers[i]);
+    for (std::size_t i = queued; i < mapped->receivers.size(); ++i) events_.Lost(cause.number, mapped->receivers[i]);
     throw;
   }
   if (failed && mapped->no_memory) {
-    events_.Lost(cause, sender, EngineEvents::Reason::NoMemory, mapped->receivers.size());
+    events_.Lost(cause.number, sender, EngineEvents::Reason::NoMemory, mapped->receivers.size());
   }
-  if (failed && !mapped->no_memory) events_.NotRead(cause, sender, *mapped);
+  if (failed && !mapped->no_memory) events_.NotRead(cause.number, sender, *mapped);
   return !failed;
 }
 
@@ -117,16 +120,16 @@ void EngineCore::Append(const EngineLock& lock, QueueEntry entry) {
   Append(lock, std::move(entry), CauseOfThisThread());
 }
 
-void EngineCore::AppendOrTell(const EngineLock& lock, const QueueEntry& entry, std::uint64_t cause) {
+void EngineCore::AppendOrTell(const EngineLock& lock, const QueueEntry& entry, const SignalCause& cause) {
   try {
     Append(lock, entry, cause);
   } catch (...) {
-    events_.Lost(cause, entry);
+    events_.Lost(cause.number, entry);
     throw;
   }
 }
 
-void EngineCore::Append(const EngineLock& /*lock*/, QueueEntry entry, std::uint64_t cause) {
+void EngineCore::Append(const EngineLock& /*lock*/, QueueEntry entry, const SignalCause& cause, std::size_t more) {
   if (listed_) {
     const std::scoped_lock listing(listing_mutex_);
     queue_.Append(std::move(entry));
@@ -136,7 +139,7 @@ void EngineCore::Append(const EngineLock& /*lock*/, QueueEntry entry, std::uint6
     ++last_number_;
   }
   AddToLoad(kOneWaiting);
-  if (events_) events_.Queued(last_number_, cause, queue_.At(queue_.Size() - 1), false);
+  if (events_) events_.Queued(last_number_, cause, queue_.At(queue_.Size() - 1), false, more);
 }
 
 QueueEntry EngineCore::TakeFront(const EngineLock& lock) noexcept {
@@ -156,7 +159,7 @@ void EngineCore::ReplaceQueue(const EngineLock& lock, SignalQueue queue) noexcep
   }
   AddToLoad((static_cast<std::uint32_t>(queue_.Size()) - before) * kOneWaiting);
   if (!events_) return;
-  for (std::size_t i = 0; i < queue_.Size(); ++i) events_.Queued(FrontNumber(lock) + i, 0, queue_.At(i), true);
+  for (std::size_t i = 0; i < queue_.Size(); ++i) events_.Queued(FrontNumber(lock) + i, {}, queue_.At(i), true);
 }
 
 void EngineCore::SetObserver(const EngineLock& /*lock*/, IRunObserver* observer) {

@@ -77,6 +77,7 @@ class EngineCore {
   const SignalQueue& Queue(const EngineLock& /*lock*/) const noexcept { return queue_; }
   void ReplaceQueue(const EngineLock& lock, SignalQueue queue) noexcept;
   void SetObserver(const EngineLock& lock, IRunObserver* observer);
+  const EngineEvents& Events() const noexcept { return events_; }
   void ForgetMappings(const EngineLock& /*lock*/) noexcept { mappings_.Forget(); }
 
   // The signals that the host application carries.
@@ -135,7 +136,7 @@ class EngineCore {
     std::string instance;
     std::string signal;
     std::optional<QueueEntry> entry;
-    std::uint64_t cause = 0;
+    SignalCause cause;
   };
 
   // Taken by whoever changes the queue, which may be listed meanwhile.
@@ -151,13 +152,14 @@ class EngineCore {
   }
   bool TakeFromInbox(Letter& letter);
   void MapLetters(const EngineLock& lock);
-  std::uint64_t CauseOfThisThread() const noexcept;
+  SignalCause CauseOfThisThread() const noexcept;
   // These throw for lack of memory, after the observer was told what is lost.
-  bool MapAndQueue(const EngineLock& lock, const SenderTexts& sender, std::uint64_t cause);
+  bool MapAndQueue(const EngineLock& lock, const SenderTexts& sender, const SignalCause& cause);
   const MappedSignal* Map(const EngineLock& lock, const SenderTexts& sender, std::uint64_t cause);
-  void AppendOrTell(const EngineLock& lock, const QueueEntry& entry, std::uint64_t cause);
+  void AppendOrTell(const EngineLock& lock, const QueueEntry& entry, const SignalCause& cause);
   // Throws for lack of memory; nothing has changed then, and nobody was told.
-  void Append(const EngineLock& lock, QueueEntry entry, std::uint64_t cause);
+  // `more`: entries of the same firing that follow.
+  void Append(const EngineLock& lock, QueueEntry entry, const SignalCause& cause, std::size_t more = 0);
   void WaitForStop();
   void WaitUntilReturned() const;
 

@@ -21,10 +21,17 @@ IRunObserver::Sender SenderOf(const QueueEntry& entry) noexcept {
           entry.Text(QueueEntry::OutgoingSignal)};
 }
 
-void EngineEvents::Queued(std::uint64_t number, std::uint64_t cause, const QueueEntry& entry,
-                          bool restored) const noexcept {
+void EngineEvents::Queued(std::uint64_t number, const SignalCause& cause, const QueueEntry& entry, bool restored,
+                          std::size_t more) const noexcept {
   if (!observer_) return;
-  const IRunObserver::QueuedSignal signal{number, cause, SenderOf(entry), ReceiverOf(entry), restored};
+  const IRunObserver::QueuedSignal signal{number,
+                                          cause.number,
+                                          SenderOf(entry),
+                                          ReceiverOf(entry),
+                                          restored,
+                                          static_cast<std::uint32_t>(more),
+                                          more == 0 ? cause.continuation : nullptr,
+                                          cause.during};
   observer_.Tell(&IRunObserver::SignalQueued, signal);
 }
 
@@ -32,9 +39,11 @@ void EngineEvents::Dropped(std::uint64_t first, std::uint64_t count) const noexc
   if (count > 0) observer_.Tell(&IRunObserver::SignalsDropped, first, count);
 }
 
-void EngineEvents::Ignored(std::uint64_t cause, const SignalName& sender, const MappedSignal& mapped) const noexcept {
+void EngineEvents::Ignored(const SignalCause& cause, const SignalName& sender,
+                           const MappedSignal& mapped) const noexcept {
   if (!observer_) return;
-  const IRunObserver::IgnoredSignal signal{cause, SenderOf(sender), mapped.outcome == MappedSignal::Outcome::Mapped};
+  const IRunObserver::IgnoredSignal signal{cause.number, SenderOf(sender),
+                                           mapped.outcome == MappedSignal::Outcome::Mapped, cause.continuation};
   observer_.Tell(&IRunObserver::SignalIgnored, signal);
 }
 
@@ -50,6 +59,10 @@ void EngineEvents::NotRead(std::uint64_t cause, const SignalName& sender, const 
   if (mapped.unread_text) mapping.text = mapped.unread_text->c_str();
   mapping.reached = static_cast<std::uint32_t>(mapped.receivers.size());
   observer_.Tell(&IRunObserver::MappingNotRead, mapping);
+}
+
+void EngineEvents::Absorbed(const char* name, const char* file_path) const noexcept {
+  observer_.TellSince(2, &IRunObserver::FlowAbsorbed, name, file_path);
 }
 
 void EngineEvents::Lost(std::uint64_t cause, const SignalName& sender, Reason reason,

@@ -132,6 +132,7 @@ class ForwardingDictionary : public Core::Dictionary::PathForms {
     return inner_->CopySubtreeFrom(a, b, c);
   }
   IDictionaryWatch* WatchChanges(const char* const* a, std::size_t b) override { return inner_->WatchChanges(a, b); }
+  bool SetObserver(IDictionaryObserver* a) override { return inner_->SetObserver(a); }
 
  protected:
   ~ForwardingDictionary() = default;

@@ -120,7 +120,7 @@ TEST(SlotOrderTest, Dictionary) {
   slots(GetterOf<Text, IOrvBoolList>())(GetterOf<Path, IOrvBoolList>()) (&I::GetChangeCount) (&I::GetObjectOf) (
       &I::GetLoadReport) (&I::GetSaveReport) (&I::GetLoadProblems)(OverloadOf<Text>(&I::SetValueTexts))(
       OverloadOf<Text>(&I::CompareAndSetTexts))(OverloadOf<IDictionary*, bool, Text, Text>(&I::CopySubtreeFrom))(
-      &I::WatchChanges);
+      &I::WatchChanges)(&I::SetObserver);
   slots.ExpectConsecutiveFrom(kBaseOperations);
 }
 

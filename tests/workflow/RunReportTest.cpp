@@ -24,9 +24,9 @@ using ::testing::IsEmpty;
 class Lines final : public OrvWorkFlow::IRunReport {
  public:
   void NodeAtWork(const Work& work) override {
-    const auto& [number, sender, receiver] = work.delivery;
-    lines.push_back("at work " + std::to_string(number) + ": " + receiver.type + "." + receiver.instance + "." +
-                    receiver.signal);
+    const OrvWorkFlow::IRunObserver::Receiver& receiver = work.delivery.receiver;
+    lines.push_back("at work " + std::to_string(work.delivery.number) + ": " + receiver.type + "." + receiver.instance +
+                    "." + receiver.signal);
     milliseconds = work.milliseconds;
   }
   void NodeThere(const Node& node) override {

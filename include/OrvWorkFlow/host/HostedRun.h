@@ -31,6 +31,8 @@ struct RunSettings {
   // should end the process: there is no other way out of a node. Without it the run waits for the node.
   std::function<void()> stuck;
   CheckpointSetting checkpoint;
+  // Whether an Adapted checkpoint that is due is to be made; without it each is.
+  std::function<bool()> needs_checkpoint;
   // The state was saved: at a checkpoint, or at the end where something is left to continue or was saved before.
   std::function<void()> saved;
   // The workflow has nothing more to do; if a state was saved it is still there.

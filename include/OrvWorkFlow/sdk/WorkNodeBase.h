@@ -78,6 +78,9 @@ class WorkNodeBase : public ObjectProtocol<WorkNodeBase, IWorkNode>, public INod
   // Queues an output signal; the receivers get it after this node has returned from its own signal. Throws
   // std::logic_error for one that is not declared, and for more than MostSignalsFired for each input signal.
   void FireOutput(const char* signal_name);
+  // For a thread of the node's own: what it changes in the workflow's dictionary from now on belongs to the next output
+  // signal that it fires (IOutgoingSignalHandler::HoldChanges).
+  void HoldChanges();
 
   // For a node that finds in its record what an earlier object of its instance still had to fire: so many signals come
   // on top of those that MostSignalsFired allows.

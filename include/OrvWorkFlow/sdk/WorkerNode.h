@@ -16,12 +16,17 @@
 #include <mutex>
 #include <thread>
 
+#include "OrvWorkFlow/INodeContinuation.h"
 #include "OrvWorkFlow/sdk/WorkNodeBase.h"
 
 namespace OrvWorkFlow::Sdk {
 
-class WorkerNode : public WorkNodeBase {
+class WorkerNode : public WorkNodeBase, public INodeContinuation {
  public:
+  // "INodeContinuation" too.
+  void* QueryInterface(const char* interface_name) override;
+  // "resume" while the work is being done.
+  const char* GetContinuation() override { return continues_.load() ? "resume" : ""; }
   // Waits until Work has returned. True when it was stopped before its end.
   bool StopWork() override;
   // "resume".
@@ -45,6 +50,10 @@ class WorkerNode : public WorkNodeBase {
   // Comes on the thread that stops, and must not wait for the work.
   virtual void InterruptWork() {}
 
+  // For Work: fires the output signal with which the work ends. Should the process die after that the work is not gone on
+  // with, and should it die before, it is; so nothing that counts is done between this and the end of Work.
+  void FireLast(const char* signal_name);
+
   // Begins new work. Throws where a parameter cannot be read. False, with nothing done, while the node works.
   bool BeginAnew();
   // Goes on with work that was stopped. False while the node works.
@@ -67,6 +76,7 @@ class WorkerNode : public WorkNodeBase {
   std::thread thread_;
   bool was_stopped_ = false;  // What the thread left; read after it has ended.
   std::atomic<bool> busy_ = false;
+  std::atomic<bool> continues_ = false;  // as long as the work has not fired its last signal
 
   std::mutex stop_mutex_;  // A leaf.
   std::condition_variable stop_changed_;

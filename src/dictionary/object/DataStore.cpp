@@ -70,6 +70,7 @@ ElementId DataStore::WriteRedirected(ElementId redirection, ValueType type, std:
     return kNoElement;
   }
   NoteChange(redirected->path);
+  scope.Redirect(redirected->path);
   return WriteAt(redirected->path, redirected->place, type, text, scope);
 }
 
@@ -79,7 +80,9 @@ bool DataStore::SetText(const char* path, ValueType type, std::string_view text)
   if (!IsValidPath(entry_path)) return false;
   {
     WriteScope scope(*this, entry_path);
-    if (WriteEntry(entry_path, type, text, scope) == kNoElement) return false;
+    const ElementId entry = WriteEntry(entry_path, type, text, scope);
+    if (entry == kNoElement) return false;
+    scope.TellValue(entry);
   }
   Tell(path);
   return true;
@@ -143,6 +146,7 @@ bool DataStore::SetTexts(const char* path, const Texts& value, const Texts* expe
       ListWriter items(tree_, entry);
       for (const std::string& item : value.texts) items.Add(item);
     }
+    scope.TellValue(entry);
   }
   Tell(path);
   return true;
@@ -184,6 +188,7 @@ bool DataStore::SetAttribute(const char* path, const char* name, const char* val
   } else {
     tree_.SetAttributes(entry, attributes);
   }
+  scope.Tell(Operation::SetAttribute, name, value);
   return true;
 }
 
@@ -193,6 +198,7 @@ bool DataStore::RemoveAttribute(const char* path, const char* name) {
   const ElementId entry = FindEntry(tree_, path);
   if (entry == kNoElement || !FindAttribute(tree_.attributes(entry), name)) return scope.Refuse();
   tree_.SetAttributes(entry, WithoutAttribute(tree_.attributes(entry), name));
+  scope.Tell(Operation::RemoveAttribute, name);
   return true;
 }
 
@@ -220,6 +226,8 @@ bool DataStore::SetRedirection(const char* path, const std::vector<std::string>&
   ListWriter items(tree_, entry);
   for (const std::string& target : targets) items.Add(target);
   tree_.SetAttributes(entry, WithAttribute(tree_.attributes(entry), kRedirectionAttribute, "1"));
+  scope.TellValue(entry);
+  scope.Tell(Operation::SetAttribute, kRedirectionAttribute, "1");
   return true;
 }
 
@@ -236,6 +244,7 @@ bool DataStore::RemoveRedirection(const char* path) {
   const ElementId entry = FindEntry(tree_, path);
   if (entry == kNoElement || !tree_.IsRedirection(entry)) return scope.Refuse();
   tree_.SetAttributes(entry, WithoutAttribute(tree_.attributes(entry), kRedirectionAttribute));
+  scope.Tell(Operation::RemoveAttribute, kRedirectionAttribute);
   return true;
 }
 
@@ -250,6 +259,11 @@ IDictionaryWatch* DataStore::WatchChanges(const char* const* patterns, std::size
   return watches_.Add(std::move(parsed));
 }
 
+void DataStore::SetObserver(IDictionaryObserver* observer) {
+  const std::scoped_lock lock(mutex_);
+  teller_.Set(observer);
+}
+
 bool DataStore::Exists(const char* path) {
   if (path == nullptr) return false;
   const std::scoped_lock lock(mutex_);
@@ -262,6 +276,7 @@ bool DataStore::Delete(const char* path) {
   const ElementId entry = FindEntry(tree_, path);
   if (entry == kNoElement) return scope.Refuse();
   tree_.Remove(entry);
+  scope.Tell(Operation::Delete);
   return true;
 }
 
@@ -274,6 +289,7 @@ bool DataStore::Clear(const char* path) {
       tree_.first_child(entry) == kNoElement && tree_.text(entry).empty() && tree_.attributes(entry).empty();
   if (is_empty) scope.ChangeNothing();
   ClearEntry(tree_, entry);
+  scope.Tell(Operation::Clear);
   return true;
 }
 
@@ -341,12 +357,13 @@ bool DataStore::Load(std::string_view text, std::shared_ptr<const void> owner, P
   tree_.KeepAlive(std::move(owner));
   text_size_ = text.size();
   const bool is_loaded = ReadXml(text, tree_);
-  if (pairs == Pairs::Taken) return is_loaded;
-  const ElementId loaded = FindEntry(tree_, WorkflowSchema::kNameValuePairs);
-  if (loaded != kNoElement) tree_.Remove(loaded);
-  if (old == kNoElement) return is_loaded;
-  const ElementId entry = EnsureEntry(tree_, WorkflowSchema::kNameValuePairs);
-  if (entry != kNoElement) CopyEntry(kept, kept.root(), tree_, entry);
+  if (pairs == Pairs::Kept) {
+    const ElementId loaded = FindEntry(tree_, WorkflowSchema::kNameValuePairs);
+    if (loaded != kNoElement) tree_.Remove(loaded);
+    const ElementId entry = old == kNoElement ? kNoElement : EnsureEntry(tree_, WorkflowSchema::kNameValuePairs);
+    if (entry != kNoElement) CopyEntry(kept, kept.root(), tree_, entry);
+  }
+  scope.TellTree(Operation::Load, tree_);
   return is_loaded;
 }
 
@@ -384,6 +401,7 @@ void DataStore::ReplaceNameValuePairs(WriteScope& scope) {
   scope.Change();
   if (old != kNoElement) tree_.Remove(old);
   EnsureEntry(tree_, WorkflowSchema::kNameValuePairs);
+  scope.Tell(Operation::EmptyPairs);
 }
 
 }  // namespace OrvWorkFlow::Core::Dictionary

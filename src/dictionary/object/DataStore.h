@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "dictionary/object/ChangeTeller.h"
 #include "dictionary/object/ChangeWatches.h"
 #include "dictionary/object/ListenerList.h"
 #include "dictionary/object/Redirection.h"
@@ -52,6 +53,7 @@ class DataStore {
         ListWriter items(tree_, entry);
         for (const auto& value : values) items.Add(format(value));
       }
+      scope.TellValue(entry);
     }
     Tell(path);
     return true;
@@ -150,18 +152,38 @@ class DataStore {
 
   // As IDictionary has it.
   IDictionaryWatch* WatchChanges(const char* const* patterns, std::size_t count);
+  void SetObserver(IDictionaryObserver* observer);
 
  private:
-  // Holds the mutex for a change and counts it in the end, unless nothing came of it.
+  using Operation = DictionaryChange::Operation;
+
+  // Holds the mutex for a change and counts it in the end, unless nothing came of it. Whoever makes the change tells the
+  // observer before that.
   class WriteScope {
    public:
     // A change of the entries that NoteChange is told of.
-    explicit WriteScope(DataStore& store) : store_(store), lock_(store.mutex_) {}
+    explicit WriteScope(DataStore& store) : store_(store), lock_(store.mutex_), guard_(store.teller_) {}
     // A change of the entry at the path, of what is below it, or of its being there.
-    WriteScope(DataStore& store, std::string_view path) : WriteScope(store) { store.NoteChange(path); }
+    WriteScope(DataStore& store, std::string_view path) : WriteScope(store) {
+      path_ = path;
+      store.NoteChange(path);
+    }
     ~WriteScope() {
       store_.tree_.ShedUnusedTexts();
       if (has_changed_) store_.changes_.fetch_add(1, std::memory_order_release);
+      guard_.Check(has_changed_);
+    }
+    // What is written is not where the caller said.
+    void Redirect(std::string_view path) { path_ = path; }
+    void TellValue(ElementId entry) {
+      if (store_.teller_ && has_changed_) store_.teller_.Value(store_.tree_, path_, entry);
+    }
+    void Tell(Operation operation, std::string_view other = {}, std::string_view text = {}) {
+      if (store_.teller_ && has_changed_) store_.teller_.Tell(operation, path_, other, text);
+    }
+    // Of Merge, Replace and Load.
+    void TellTree(Operation operation, const ElementTree& tree) {
+      if (store_.teller_ && has_changed_) store_.teller_.Tree(operation, path_, tree);
     }
     // Nothing has changed, as far as the operation has got. What is thrown counts as a change.
     void ChangeNothing() { has_changed_ = false; }
@@ -177,6 +199,8 @@ class DataStore {
    private:
     DataStore& store_;
     const std::scoped_lock<std::mutex> lock_;
+    const ChangeTeller::Guard guard_;
+    std::string_view path_;
     bool has_changed_ = true;
   };
 
@@ -203,6 +227,7 @@ class DataStore {
   // Guarded by mutex_.
   ElementTree tree_;
   ChangeWatches watches_;
+  ChangeTeller teller_;
   std::size_t text_size_ = 0;  // Of the file that was loaded or saved last.
 };
 

@@ -44,6 +44,7 @@ void DataStore::Replace(const char* path, const ElementTree& source, ElementId f
 bool DataStore::Rename(const char* path, const char* new_name) {
   if (!IsWritable(path) || new_name == nullptr || !IsComponent(new_name)) return false;
   WriteScope scope(*this, ParentPath(path));
+  scope.Redirect(path);
   const ElementId entry = FindEntry(tree_, path);
   if (entry == kNoElement || entry == tree_.root()) return scope.Refuse();
   const ElementId sibling = tree_.FindChild(tree_.parent(entry), new_name);
@@ -59,6 +60,7 @@ bool DataStore::Rename(const char* path, const char* new_name) {
     throw;
   }
   tree_.Remove(entry);
+  scope.Tell(Operation::Rename, new_name);
   return true;
 }
 
@@ -82,6 +84,7 @@ bool DataStore::CopySubtree(const char* from, const char* to) {
   } else {
     Replace(to, tree_, source);
   }
+  scope.Tell(Operation::Copy, from);
   return true;
 }
 
@@ -89,6 +92,7 @@ bool DataStore::MoveSubtree(const char* from, const char* to) {
   if (!IsWritable(from) || !IsWritable(to)) return false;
   WriteScope scope(*this, from);
   NoteChange(to);
+  scope.Redirect(to);
   const ElementId source = FindEntry(tree_, from);
   if (source == kNoElement) return scope.Refuse();
   const bool is_above = IsPrefix(to, from);
@@ -102,6 +106,7 @@ bool DataStore::MoveSubtree(const char* from, const char* to) {
     Replace(to, tree_, source);
     tree_.Remove(source);
   }
+  scope.Tell(Operation::Move, from);
   return true;
 }
 
@@ -129,7 +134,9 @@ bool DataStore::MergeSubtree(DataStore& source, const char* from, const char* to
   if (entry == kNoElement) return scope.Refuse();
   const ElementId target = EnsureEntry(tree_, to);
   if (target == kNoElement) return scope.Refuse();
+  if (!is_copied && teller_) CopyAsRoot(tree_, entry, copy);
   MergeEntry(is_copied ? copy : tree_, entry, tree_, target);
+  scope.TellTree(Operation::Merge, copy);
   return true;
 }
 
@@ -152,6 +159,7 @@ bool DataStore::PutSubtree(const char* path, const ElementTree& tree) {
   WriteScope scope(*this, path);
   if (EnsureEntry(tree_, path) == kNoElement) return scope.Refuse();
   Replace(path, tree, tree.root());
+  scope.TellTree(Operation::Replace, tree);
   return true;
 }
 

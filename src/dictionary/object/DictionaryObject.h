@@ -139,6 +139,7 @@ class CDictionary final : public BaseObject<CDictionary, PathForms> {
                           const IOrvPStringList* texts, bool* matches) override;
   bool CopySubtreeFrom(IDictionary* source, const char* from, const char* to) override;
   IDictionaryWatch* WatchChanges(const char* const* patterns, std::size_t count) override;
+  bool SetObserver(IDictionaryObserver* observer) override;
 
  private:
   // The store of a dictionary of this class; null for null and for others.

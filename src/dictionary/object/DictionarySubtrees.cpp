@@ -31,6 +31,10 @@ IDictionaryWatch* CDictionary::WatchChanges(const char* const* patterns, std::si
   return watch;
 }
 
+bool CDictionary::SetObserver(IDictionaryObserver* observer) {
+  return Base::Guarded([&] { return store_.SetObserver(observer), true; });
+}
+
 DataStore* CDictionary::StoreOf(IDictionary* dictionary) {
   void* const object = dictionary == nullptr ? nullptr : dictionary->GetObjectOf(&kLibraryMark);
   return object == nullptr ? nullptr : &static_cast<CDictionary*>(object)->store_;

@@ -3,6 +3,8 @@
 #include <memory>
 
 #include "CoreObjects/Format.h"
+#include "OrvWorkFlow/INodeDescription.h"
+#include "OrvWorkFlow/Names.h"
 #include "OrvWorkFlow/WorkFlowFactory.h"
 #include "OrvWorkFlow/WorkflowSchema.h"
 #include "signalmediator/MediatorBox.h"
@@ -112,8 +114,22 @@ bool NodeLoader::MakeNode(IDictionary& dictionary, const std::string& type, cons
   context_.nodes.Append(entry);
   ++context_.counts.made;
   context_.observer.Tell(&IRunObserver::NodeMade, type.c_str(), instance.c_str());
+  if (context_.observer) DescribeNode(*entry, type, instance);
   context_.tracer.Log(MediatorCategories::kLoadWorkNodes, MediatorLines::kNodeCreated, type.c_str(), instance.c_str());
   return true;
+}
+
+void NodeLoader::DescribeNode(WorkNodeEntry& entry, const std::string& type, const std::string& instance) const {
+  IRunObserver::NodeFacts facts{.type = type.c_str(), .instance = instance.c_str()};
+  if (void* const face = entry.node->QueryInterface(InterfaceNames::kNodeDescription)) {
+    const NodeDescription& description = *static_cast<INodeDescription*>(face)->Describe();
+    facts.describes_itself = true;
+    facts.state_in_dictionary = description.state_in_dictionary;
+    facts.acts_outside = description.acts_outside;
+  }
+  entry.continuation = static_cast<INodeContinuation*>(entry.node->QueryInterface(InterfaceNames::kNodeContinuation));
+  facts.continues = entry.continuation != nullptr;
+  context_.observer.TellSince(2, &IRunObserver::NodeDescribed, facts);
 }
 
 }  // namespace OrvWorkFlow::Core::Mediator

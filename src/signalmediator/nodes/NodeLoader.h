@@ -31,6 +31,8 @@ class NodeLoader {
   bool LoadType(const std::string& type, bool instantiate);
   void MakeInstance(const std::string& type, const std::string& instance);
   bool MakeNode(IDictionary& dictionary, const std::string& type, const std::string& instance);
+  // For the observer of the run.
+  void DescribeNode(WorkNodeEntry& entry, const std::string& type, const std::string& instance) const;
 
   MediatorContext& context_;
   IOutgoingSignalHandler& handler_;

@@ -12,6 +12,7 @@
 
 #include "CoreObjects/Marshalled.h"
 #include "CoreObjects/SignalTexts.h"
+#include "OrvWorkFlow/INodeContinuation.h"
 #include "OrvWorkFlow/IWorkNode.h"
 #include "base/lock/Mutex.h"
 #include "signalmediator/nodes/ContentDirectories.h"
@@ -35,6 +36,9 @@ struct WorkNodeEntry {
   std::string type;
   std::string instance;
   bool has_names = false;
+  // Null when it has none, and when nobody observes the run that it was made in.
+  INodeContinuation* continuation = nullptr;
+  std::atomic<std::uint64_t> delivery = 0;  // the number of the one that is being performed, while a run is observed
   ContentDirectories::OfNode content_directories;
 
   // The deliveries that a thread performs with the access lock held throughout: they keep the node alive without

@@ -59,7 +59,7 @@ class DeliveriesAtWork {
     std::vector<Copied> copies;
     const Base::Hold lock(mutex_);
     for (const Entry* entry : entries_) {
-      const auto& [number, sender, receiver] = entry->delivery_;
+      const auto& [number, sender, receiver, continuation] = entry->delivery_;
       const auto passed = std::chrono::duration_cast<std::chrono::milliseconds>(now - entry->since_).count();
       copies.push_back(
           {number,

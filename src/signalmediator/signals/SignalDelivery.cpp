@@ -26,16 +26,17 @@ class DeliveryScope {
   const CurrentDelivery outer_;
 };
 
-IRunObserver::Delivery MakeDelivery(const InputSignal& signal, const SignalSource& source) noexcept {
-  return {source.number, source.sender, {signal.type, signal.instance, signal.signal}};
+IRunObserver::Delivery MakeDelivery(const InputSignal& signal, const SignalSource& source,
+                                    const char* continuation = nullptr) noexcept {
+  return {source.number, source.sender, {signal.type, signal.instance, signal.signal}, continuation};
 }
 
 }  // namespace
 
 void SignalDelivery::TellEnd(const InputSignal& signal, const SignalSource& source, IRunObserver::Outcome outcome,
-                             const char* text) const noexcept {
-  if (context_.observer)
-    context_.observer.Tell(&IRunObserver::DeliveryEnded, MakeDelivery(signal, source), outcome, text);
+                             const char* text, const char* continuation) const noexcept {
+  if (!context_.observer) return;
+  context_.observer.Tell(&IRunObserver::DeliveryEnded, MakeDelivery(signal, source, continuation), outcome, text);
 }
 
 InputSignalMessage* SignalDelivery::AddMessage(CarriedSignal carried) {
@@ -148,8 +149,12 @@ bool SignalDelivery::DeliverTo(WorkNodeEntry& entry, const InputSignal& signal, 
   if (context_.observer) at_work.emplace(at_work_, MakeDelivery(signal, source), entry);
   bool told = false;
   const auto tell_end = [&](IRunObserver::Outcome outcome, const char* text) {
-    if (!std::exchange(told, true)) TellEnd(signal, source, outcome, text);
+    if (std::exchange(told, true) || !context_.observer) return;
+    const char* const continuation = entry.continuation == nullptr ? nullptr : entry.continuation->GetContinuation();
+    TellEnd(signal, source, outcome, text, continuation);
+    entry.delivery.store(0, std::memory_order_release);
   };
+  if (at_work) entry.delivery.store(source.number, std::memory_order_release);
   try {
     if (CallNode(entry, name, source.number, recalled)) {
       tell_end(IRunObserver::Outcome::Accepted, "");

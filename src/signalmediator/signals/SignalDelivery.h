@@ -25,7 +25,7 @@ class SignalDelivery {
   void DeliverLocked(const InputSignal& signal, const SignalSource& source, WorkNodeList::Place place) noexcept;
 
   void TellEnd(const InputSignal& signal, const SignalSource& source, IRunObserver::Outcome outcome,
-               const char* text = "") const noexcept;
+               const char* text = "", const char* continuation = nullptr) const noexcept;
 
   // The node that this thread delivers to now, if it is that one and has names; else null.
   const WorkNodeEntry* NodeBeingCalled(const IWorkNode* node) const noexcept;

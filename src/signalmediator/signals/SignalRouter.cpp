@@ -88,7 +88,11 @@ bool SignalRouter::ForwardFrom(IWorkNode& node, const char* signal_name) noexcep
       return ForwardFired(called->type, called->instance, signal_name);
     }
     const WorkNodePointer entry = context_.nodes.FindNode(&node);
-    if (entry != nullptr && entry->has_names) return ForwardFired(entry->type, entry->instance, signal_name);
+    if (entry != nullptr && entry->has_names) {
+      const bool is_outside = context_.observer && ThisThreadsSignals().delivery.number == 0;
+      return is_outside ? ForwardFiredOutside(*entry, signal_name)
+                        : ForwardFired(entry->type, entry->instance, signal_name);
+    }
     std::string type;
     std::string instance;
     if (AskNames(node, type, instance)) return ForwardFired(type, instance, signal_name);
@@ -102,6 +106,16 @@ bool SignalRouter::ForwardFired(const std::string& type, const std::string& inst
                                 const char* signal_name) noexcept {
   context_.tracer.Log(MediatorCategories::kSignal, MediatorLines::kFired, type.c_str(), instance.c_str(), signal_name);
   return ForwardOutput(type.c_str(), instance.c_str(), signal_name);
+}
+
+// On a thread that performs no delivery.
+bool SignalRouter::ForwardFiredOutside(const WorkNodeEntry& entry, const char* signal_name) noexcept {
+  FiredOutside& fired = ThisThreadsSignals().fired;
+  fired.during = entry.delivery.load(std::memory_order_acquire);
+  if (entry.continuation != nullptr && fired.during == 0) fired.continuation = entry.continuation->GetContinuation();
+  const bool is_forwarded = ForwardFired(entry.type, entry.instance, signal_name);
+  fired = {};
+  return is_forwarded;
 }
 
 bool SignalRouter::ForwardOutput(const char* type, const char* instance, const char* signal_name) noexcept {

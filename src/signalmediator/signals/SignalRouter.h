@@ -33,6 +33,7 @@ class SignalRouter {
   bool HandToHost(IHostApp& host, const InputSignal& signal, const SignalSource& source,
                   WorkNodeList::Place place) noexcept ORV_REQUIRES(context_.access_lock);
   bool ForwardFired(const std::string& type, const std::string& instance, const char* signal_name) noexcept;
+  bool ForwardFiredOutside(const WorkNodeEntry& entry, const char* signal_name) noexcept;
 
   MediatorContext& context_;
   NodeLoader& loader_;
