@@ -16,7 +16,7 @@ namespace OrvWorkFlow::Journal {
 // The head: eight bytes that no text file begins with, the format's number and a zero in four bytes each, and the
 // checksum of these sixteen bytes in eight, from which the chain begins.
 inline constexpr std::array<unsigned char, 8> kMagic = {0x89, 'O', 'r', 'v', 'R', 'u', 'n', 0x0A};
-inline constexpr std::uint32_t kFormat = 1;
+inline constexpr std::uint32_t kFormat = 2;
 inline constexpr std::size_t kHeadSize = 24;
 
 // A record: the length of what follows in two bytes, the kind, its values, and the lower four bytes of a checksum
@@ -35,7 +35,34 @@ enum class Kind : std::uint8_t {
   NodeMade = 11,
   StateSaved = 12,
   RunEnded = 13,
+  NodeDescribed = 14,
+  FlowAbsorbed = 15,
+  Part = 16,      // of the texts of the entry that follows
+  Snapshot = 17,  // the dictionary as it is from here on
+  Change = 18,    // of the dictionary
+  ChangesLost = 19,
 };
+
+// Of a Change, beside the operation.
+inline constexpr std::uint8_t kOperationBits = 0x1F;
+inline constexpr std::uint8_t kInLastDelivery = 0x20;  // its unit is the delivery that has begun last
+inline constexpr std::uint8_t kHasUnit = 0x40;         // its unit follows; with neither it counts at once
+inline constexpr std::uint8_t kIsLong = 0x80;          // its texts are in the parts before it
+// Of a SignalQueued, beside its route.
+inline constexpr std::uint64_t kRestored = 1;
+inline constexpr std::uint64_t kHasMore = 2;
+inline constexpr std::uint64_t kEndsUnit = 4;  // held changes and a continuation follow
+inline constexpr std::uint64_t kDuring = 8;    // the delivery during which it was fired on another thread follows
+inline constexpr unsigned kRouteShift = 4;
+// Of a SignalIgnored, and of the answer of a DeliveryEnded.
+inline constexpr std::uint8_t kHasMapsKey = 1;
+inline constexpr std::uint8_t kIgnoredEndsUnit = 2;
+inline constexpr std::uint8_t kContinues = 0x80;
+// Of a NodeDescribed.
+inline constexpr std::uint8_t kDescribesItself = 1;
+inline constexpr std::uint8_t kStateInDictionary = 2;
+inline constexpr std::uint8_t kActsOutside = 4;
+inline constexpr std::uint8_t kSaysContinuation = 8;
 
 inline constexpr std::size_t kLengthSize = 2;
 inline constexpr std::size_t kCheckSize = 4;
@@ -43,6 +70,9 @@ inline constexpr std::size_t kCheckSize = 4;
 inline constexpr std::size_t kMostText = 4096;
 // With its length; no record has more than six texts.
 inline constexpr std::size_t kMostRecord = 32 * 1024;
+// Texts of a change that are longer than this in all, and the dictionary's, stand in parts.
+inline constexpr std::size_t kMostInline = 8 * 1024;
+inline constexpr std::size_t kPartSize = 16 * 1024;
 
 inline std::uint64_t Checksum(const unsigned char* bytes, std::size_t size, std::uint64_t seed) {
   return XXH3_64bits_withSeed(bytes, size, seed);
@@ -67,6 +97,15 @@ class Encoder {
     Number(size);
     if (size > 0) std::memcpy(at_, text.data(), size);
     at_ += size;
+  }
+  // As it is; the caller knows that there is room.
+  void WholeText(std::string_view text) {
+    Number(text.size());
+    Bytes(text);
+  }
+  void Bytes(std::string_view text) {
+    if (!text.empty()) std::memcpy(at_, text.data(), text.size());
+    at_ += text.size();
   }
   // The lowest byte first.
   template <class Value>
@@ -121,6 +160,7 @@ class Decoder {
     return ok_ ? value : 0;
   }
 
+  std::string_view rest() const { return rest_; }
   bool ok() const { return ok_; }
 
  private:

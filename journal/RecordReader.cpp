@@ -17,7 +17,16 @@ std::uint64_t Unrotated(std::uint64_t cause) {
   return (cause & 1) != 0 ? SignalNumbers::kPastQueue + (cause >> 1) : cause >> 1;
 }
 
-bool HasTime(Kind kind) { return kind != Kind::RunBegun && kind != Kind::Route; }
+bool HasTime(Kind kind) {
+  return kind != Kind::RunBegun && kind != Kind::Route && kind != Kind::Part && kind != Kind::Change &&
+         kind != Kind::ChangesLost;
+}
+
+Unit UnitOf(std::uint64_t unit) {
+  if (unit == 0) return {};
+  if ((unit & 1) != 0) return {Unit::Kind::Held, unit >> 1};
+  return {Unit::Kind::Delivery, Unrotated(unit >> 1)};
+}
 
 }  // namespace
 
@@ -49,6 +58,11 @@ bool RecordReader::Stop(State state, const std::string& problem) {
 bool RecordReader::ReadHead() {
   if (!Fill(kHeadSize)) return Stop(State::Unreadable, "is no record of a run");
   const std::string_view head = std::string_view(buffer_).substr(0, kHeadSize);
+  // A process that was killed before it had begun.
+  if (head.find_first_not_of('\0') == std::string_view::npos && IsZeroBehind(0)) {
+    buffer_.clear();
+    return Stop(State::AtEnd, "");
+  }
   if (!std::equal(kMagic.begin(), kMagic.end(), Bytes(head))) return Stop(State::Unreadable, "is no record of a run");
   Decoder values(head.substr(kMagic.size()));
   const auto format = values.Fixed<std::uint32_t>();
@@ -112,7 +126,8 @@ bool RecordReader::Next(Event* event) {
     chain_ = chain;
     taken_ += kLengthSize + size;
     offset_ += kLengthSize + size;
-    if (read.kind == Kind::Route) continue;
+    if (read.kind == Kind::Route || read.kind == Kind::Part) continue;
+    parts_.clear();
     *event = std::move(read);
     return true;
   }
@@ -131,13 +146,16 @@ bool RecordReader::Decode(std::string_view record, Event* event) {
   switch (event->kind) {
     case Kind::RunBegun:
       routes_.clear();
+      parts_.clear();
       numbers_ = {};
+      last_begun_ = 0;
       time_ = 0;
       event->time = values.Fixed<std::uint64_t>();
       event->is_marked = values.Byte() != 0;
       event->program = values.Text();
       event->platform = values.Text();
       event->path = values.Text();
+      event->name = values.Text();
       break;
     case Kind::Route: {
       Route route;
@@ -153,8 +171,11 @@ bool RecordReader::Decode(std::string_view record, Event* event) {
       event->number = numbers_.Decode(values.Number());
       event->cause = Unrotated(values.Number());
       const std::uint64_t route = values.Number();
-      event->is_marked = (route & 1) != 0;
-      read_route(route >> 1);
+      event->is_marked = (route & kRestored) != 0;
+      event->has_more = (route & kHasMore) != 0;
+      read_route(route >> kRouteShift);
+      if ((route & kDuring) != 0) event->during = Unrotated(values.Number());
+      if ((route & kEndsUnit) != 0) DecodeEnd(values, event);
       break;
     }
     case Kind::SignalsDropped:
@@ -165,14 +186,24 @@ bool RecordReader::Decode(std::string_view record, Event* event) {
     case Kind::DeliveryEnded:
       event->number = numbers_.Decode(values.Number());
       if (event->number >= SignalNumbers::kPastQueue) read_route(values.Number());
-      if (event->kind == Kind::DeliveryBegun) break;
-      event->outcome = static_cast<IRunObserver::Outcome>(values.Byte());
-      if (event->outcome != IRunObserver::Outcome::Accepted) event->text = values.Text();
+      if (event->kind == Kind::DeliveryBegun) {
+        last_begun_ = event->number;
+      } else {
+        const std::uint8_t answer = values.Byte();
+        event->outcome = static_cast<IRunObserver::Outcome>(answer & ~kContinues);
+        if (event->outcome != IRunObserver::Outcome::Accepted) event->text = values.Text();
+        event->has_continuation = (answer & kContinues) != 0;
+        if (event->has_continuation) event->continuation = values.Text();
+      }
       break;
     case Kind::SignalIgnored:
       event->cause = Unrotated(values.Number());
       read_route(values.Number());
-      event->is_marked = values.Byte() != 0;
+      {
+        const std::uint8_t marks = values.Byte();
+        event->is_marked = (marks & kHasMapsKey) != 0;
+        if ((marks & kIgnoredEndsUnit) != 0) DecodeEnd(values, event);
+      }
       break;
     case Kind::MappingNotRead:
       event->cause = Unrotated(values.Number());
@@ -196,6 +227,33 @@ bool RecordReader::Decode(std::string_view record, Event* event) {
       event->type = values.Text();
       event->instance = values.Text();
       break;
+    case Kind::NodeDescribed: {
+      event->type = values.Text();
+      event->instance = values.Text();
+      const std::uint8_t facts = values.Byte();
+      event->describes_itself = (facts & kDescribesItself) != 0;
+      event->state_in_dictionary = (facts & kStateInDictionary) != 0;
+      event->acts_outside = (facts & kActsOutside) != 0;
+      event->says_continuation = (facts & kSaysContinuation) != 0;
+      break;
+    }
+    case Kind::FlowAbsorbed:
+      event->unit = UnitOf(values.Number());
+      event->name = values.Text();
+      event->path = values.Text();
+      break;
+    case Kind::Part:
+      parts_.append(values.rest());
+      break;
+    case Kind::Snapshot:
+      event->before = values.Text();
+      event->texts.push_back(std::move(parts_));
+      parts_.clear();
+      break;
+    case Kind::Change:
+      if (!DecodeChange(values, event)) return false;
+      break;
+    case Kind::ChangesLost:
     case Kind::StateSaved:
       break;
     case Kind::RunEnded:
@@ -205,6 +263,35 @@ bool RecordReader::Decode(std::string_view record, Event* event) {
       return false;
   }
   return values.ok() && has_route;
+}
+
+void RecordReader::DecodeEnd(Decoder& values, Event* event) {
+  event->held = values.Number();
+  event->has_continuation = values.Byte() != 0;
+  if (event->has_continuation) event->continuation = values.Text();
+}
+
+bool RecordReader::DecodeChange(Decoder& values, Event* event) {
+  const std::uint8_t operation = values.Byte();
+  const std::uint8_t type = values.Byte();
+  event->operation = static_cast<DictionaryChange::Operation>(operation & kOperationBits);
+  event->value_type = static_cast<ValueType>(type);
+  if ((operation & kInLastDelivery) != 0) event->unit = {Unit::Kind::Delivery, last_begun_};
+  if ((operation & kHasUnit) != 0) event->unit = UnitOf(values.Number());
+  if (!values.ok() || event->operation < DictionaryChange::Operation::SetValue ||
+      event->operation > DictionaryChange::Operation::EmptyPairs || event->value_type > ValueType::Nil) {
+    return false;
+  }
+  Decoder parts(parts_);
+  Decoder& texts = (operation & kIsLong) != 0 ? parts : values;
+  event->path = texts.Text();
+  event->other = texts.Text();
+  const std::uint64_t count = texts.Number();
+  // A text takes a byte at least.
+  if (count > texts.rest().size()) return false;
+  event->texts.reserve(static_cast<std::size_t>(count));
+  for (std::uint64_t i = 0; i < count; ++i) event->texts.emplace_back(texts.Text());
+  return texts.ok();
 }
 
 }  // namespace OrvWorkFlow::Journal

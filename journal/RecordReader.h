@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "OrvWorkFlow/IDictionaryObserver.h"
 #include "OrvWorkFlow/IRunObserver.h"
 #include "journal/RecordFormat.h"
 
@@ -20,6 +21,12 @@ struct Route {
   std::string receiver_type;
   std::string receiver_instance;
   std::string receiver_signal;
+};
+
+// What ends later, and counts when it has ended.
+struct Unit {
+  enum class Kind { None, Delivery, Held } kind = Kind::None;
+  std::uint64_t number = 0;
 };
 
 // An entry. Members that its kind does not have are 0 and empty.
@@ -38,6 +45,20 @@ struct Event {
   std::string type, instance;     // of a node
   std::string path;               // of a mapping; the flow's file
   std::string program, platform;  // of a run
+  std::string name, before;       // of a run; an absorbed flow's name is `name`, its file `path`
+  std::uint64_t during = 0;       // the delivery to its sender that had not ended
+  bool has_more = false;          // signals of the same firing follow
+  bool has_continuation = false;
+  std::string continuation;
+  // What the entry counts with: a change, a flow absorbed. Of a signal: the held changes that it ends, 0 for none.
+  Unit unit;
+  std::uint64_t held = 0;
+  bool describes_itself = false, state_in_dictionary = false, acts_outside = false, says_continuation = false;
+  // Of a change; a snapshot's dictionary is its only text.
+  DictionaryChange::Operation operation = DictionaryChange::Operation::SetValue;
+  ValueType value_type = ValueType::Nil;
+  std::string other;
+  std::vector<std::string> texts;
 };
 
 // What it reads may be anything: an entry is whole and of the chain, or there is none. One thread.
@@ -69,6 +90,8 @@ class RecordReader {
   bool StopAtGap();
   bool IsZeroBehind(std::uint64_t begin);
   bool Decode(std::string_view record, Event* event);
+  static void DecodeEnd(Decoder& values, Event* event);
+  bool DecodeChange(Decoder& values, Event* event);
   const Route* RouteAt(std::uint64_t number) const;
 
   std::ifstream file_;
@@ -79,6 +102,8 @@ class RecordReader {
   std::uint64_t time_ = 0;
   SignalNumbers numbers_;
   std::vector<Route> routes_;
+  std::string parts_;             // of the entry to come
+  std::uint64_t last_begun_ = 0;  // the delivery
   State state_ = State::Reading;
   bool has_head_ = false;
   std::string problem_;

@@ -92,7 +92,7 @@ RunResult RunLoop::WatchUntilEnd() {
     if (const std::optional<RunEnd> end = FindEnd()) return {*end, GetBacklog(), false, {}};
     const bool asked = !limits_.state_file.empty() && limits_.wants_checkpoint && limits_.wants_checkpoint();
     if (asked || (plan.due() && Clock::now() >= *plan.due())) {
-      if (!asked && !HasChanged()) {
+      if (!asked && !NeedsCheckpoint()) {
         plan.Skip(Clock::now());
       } else if (!IsBetweenDeliveries(plan.due().value_or(Clock::now()))) {
         // Later. Nodes that work outside of signals would stand still as long as this delivery takes.
@@ -144,6 +144,11 @@ void RunLoop::StopAtEnd(RunResult& result) {
 void RunLoop::StopFlowing() {
   const ShortStop stop(mediator_);
   engine_.StopFlowing();
+}
+
+bool RunLoop::NeedsCheckpoint() const {
+  const bool is_adapted = limits_.checkpoint.kind == CheckpointSetting::Kind::Adapted;
+  return HasChanged() && (!is_adapted || !limits_.needs_checkpoint || limits_.needs_checkpoint());
 }
 
 bool RunLoop::HasChanged() const { return GetStatistics().busy != 0 || GetMark() != saved_mark_; }

@@ -34,6 +34,7 @@ struct RunLimits {
   // When the state is saved between two signals too. The workflow stands still meanwhile; for 200 ms at least when
   // something is at work then. Nothing is saved when nothing has changed.
   CheckpointSetting checkpoint;
+  std::function<bool()> needs_checkpoint;  // as in RunSettings
   // The following are called on a thread of the run's own. A checkpoint was not saved; the workflow goes on.
   std::function<void()> checkpoint_failed;
   // A checkpoint has been waiting for some seconds: for a delivery to end, or a node to stop. Once a checkpoint.
@@ -89,6 +90,7 @@ class RunLoop {
   void StopAtEnd(RunResult& result);
   void StopFlowing();
   bool HasChanged() const;
+  bool NeedsCheckpoint() const;
   bool IsBetweenDeliveries(Clock::time_point due);
   std::optional<RunResult> SaveCheckpoint(CheckpointPlan& plan);
   bool StopAndSave();

@@ -108,4 +108,13 @@ void AttemptRecord::Saved() {
   if (page() != nullptr) page()->deaths = 0;
 }
 
+void AttemptRecord::Renumber(const std::string& file, bool has_progress) {
+  const MappedPage mapped(file);
+  auto* const page = static_cast<Page*>(mapped.data());
+  if (page == nullptr || page->magic != kMagic) return;
+  page->current.number = 1;
+  if (has_progress) page->deaths = 0;
+  page->last.number = has_progress ? 0 : 1;
+}
+
 }  // namespace OrvWorkFlow::Host

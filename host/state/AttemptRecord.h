@@ -52,6 +52,10 @@ class AttemptRecord {
   // The run has come to its end.
   void Remove() { page_.Remove(); }
 
+  // What the file says of a run that was cut off, for one that goes on at the very delivery in which that died: it is
+  // the first of its name now. With `has_progress` the run before had come further than to a death that it knew of.
+  static void Renumber(const std::string& file, bool has_progress);
+
  private:
   struct Page;
 

@@ -4,6 +4,8 @@
 #include <new>
 #include <utility>
 
+#include "host/files/HostFiles.h"
+
 namespace OrvWorkFlow::Host {
 
 namespace {
@@ -62,6 +64,11 @@ void RunRecords::Saved() {
 bool RunRecords::HasKept() const {
   return ReadSignalRecords(dictionary_, kFailedSignals).Count() != 0 ||
          ReadSignalRecords(dictionary_, kSetAsideSignals).Count() != 0;
+}
+
+void RenumberDeaths(const StateFile& state, bool has_progress) {
+  const std::string file = state.path() + kAttemptExtension;
+  if (FindFileKind(file) == FileKind::Readable) AttemptRecord::Renumber(file, has_progress);
 }
 
 void ForgetDeaths(const StateFile& state) { std::remove((state.path() + kAttemptExtension).c_str()); }

@@ -45,6 +45,9 @@ class RunRecords {
   bool is_unsaved_ = false;  // in the dictionary, but not in the file
 };
 
+// Of a workflow that goes on from its record, see AttemptRecord::Renumber.
+void RenumberDeaths(const StateFile& state, bool has_progress);
+
 // Of a workflow that begins anew: what an earlier run has died in counts no more.
 void ForgetDeaths(const StateFile& state);
 

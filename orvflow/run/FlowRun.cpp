@@ -78,6 +78,7 @@ void FlowRun::Prepare() {
     state_.emplace(options_.flow, options_.state_file, PrintErrorLine, kStateWords);
   }
   host_->UseState(*state_);
+  PrepareStateRecord();
   plan_ = MakeRunPlan(options_, source_, *host_, *state_);
   watch_.emplace(RunWatch::Settings{watching_.log, watching_.progress, shown_name_, state_->path()}, boxes_);
   host_->AddObserver(watch_->record());
@@ -85,8 +86,25 @@ void FlowRun::Prepare() {
     record_.emplace(Host::MakeAbsolutePath(options_.record_file), options_.record_file);
     host_->AddObserver(*record_);
   }
+  if (state_record_ && options_.durable && key_ == nullptr) {
+    state_record_->Open({ORVFLOW_VERSION, ORVFLOW_PLATFORM, plan_.flow, plan_.continued});
+    if (Journal::RunRecord* const record = state_record_->record()) host_->AddObserver(*record);
+  } else if (state_record_) {
+    state_record_->Remove();  // What it said is in the state.
+  }
   if (watch_->logger() != nullptr) host_->UseLogger(*watch_->logger());
   SayThatNoStateIsKept(*state_, shown_name_);
+}
+
+// What a run that was cut off has done is in the state before anybody looks at that.
+void FlowRun::PrepareStateRecord() {
+  if (!state_->CanBeWritten()) return;
+  state_record_.emplace(*host_, *state_, shown_name_);
+  if (options_.fresh) {
+    state_record_->Remove();
+  } else {
+    state_record_->Recover();
+  }
 }
 
 void FlowRun::ChangeState() {
@@ -115,6 +133,7 @@ void FlowRun::Load() {
 void FlowRun::LoadRecorded() {
   try {
     Load();
+    if (state_record_) state_record_->Begin();
   } catch (const ProgramError& error) {
     if (record_) record_->End(static_cast<int>(error.code()));
     throw;
@@ -142,7 +161,9 @@ Host::RunSettings FlowRun::MakeSettings() {
   settings.saved = [this] {
     watch_->NoteSave();
     if (record_) record_->NoteSave();
+    if (state_record_) state_record_->NoteSave();
   };
+  if (state_record_) settings.needs_checkpoint = [this] { return state_record_->NeedsCheckpoint(); };
   settings.finished = [this] {
     SetActivity("at the end of the run");
     write_directory_->EndRun();
@@ -168,14 +189,24 @@ bool FlowRun::EndRecord(ExitCode code) {
   return problem.empty();
 }
 
+// The record stays where it says more than the state does.
+void FlowRun::EndStateRecord(const Host::RunResult& result) {
+  if (!state_record_) return;
+  const bool is_idle = result.end == Host::RunEnd::Idle;
+  const bool lacks_failures = result.finished_state == Host::FinishedState::NotSaved;
+  state_record_->End(is_idle ? !lacks_failures : result.saved);
+}
+
 ExitCode FlowRun::Finish(const Host::RunResult& result) {
   const ISignalMediator::Statistics statistics = host_->GetStatistics();
   const unsigned failures =
       std::max<unsigned>(statistics.failures, watch_->CountFailures()) + watch_->TellUntaken(host_->dictionary());
   boxes_.PrintRepeated();
-  ExitCode code = ReportEnding({result, *host_, *state_, failures, shown_name_, options_.timeout});
+  ExitCode code = ReportEnding(
+      {result, *host_, *state_, failures, shown_name_, options_.timeout, state_record_ && state_record_->IsUsable()});
   write_directory_.reset();
   host_.reset();
+  EndStateRecord(result);
   if (!EndRecord(code) && code == ExitCode::Done) code = ExitCode::Failed;
   const std::string summary = Base::Counted(statistics.finished, "signal") + " delivered, " +
                               Base::Counted(statistics.nodes, "node") + " made, " + Base::Counted(failures, "failure") +

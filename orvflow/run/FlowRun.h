@@ -10,6 +10,7 @@
 #include "orvflow/run/FlowSource.h"
 #include "orvflow/run/RunOptions.h"
 #include "orvflow/run/RunPlan.h"
+#include "orvflow/run/StateRecord.h"
 #include "orvflow/run/WriteDirectory.h"
 #include "orvflow/terminal/BoxPrinter.h"
 #include "orvflow/terminal/Terminal.h"
@@ -36,12 +37,14 @@ class FlowRun {
 
   void MakeHost();
   void Prepare();
+  void PrepareStateRecord();
   void ChangeState();
   void LoadRecorded();
   void Load();
   Host::RunSettings MakeSettings();
   Host::RunResult Run();
   bool EndRecord(ExitCode code);
+  void EndStateRecord(const Host::RunResult& result);
   ExitCode Finish(const Host::RunResult& result);
 
   const RunOptions& options_;
@@ -51,7 +54,8 @@ class FlowRun {
   const std::string& shown_name_;  // of the flow
   BoxPrinter boxes_;
   std::optional<RunWatch> watch_;             // Made when nothing can be refused any more, and gone after the host.
-  std::optional<Journal::RunRecord> record_;  // So is this.
+  std::optional<Journal::RunRecord> record_;  // So are this
+  std::optional<StateRecord> state_record_;   // and this.
   const Clock::time_point start_ = Clock::now();
   std::optional<Host::StateFile> state_;  // This and what stands above is there to the host's end.
   std::optional<Host::WorkflowHost> host_;

@@ -57,7 +57,8 @@ ExitCode ReportStopped(const RunEnding& ending) {
                    " to go on); run it again to continue");
     return ExitCode::Resumable;
   }
-  PrintErrorLine(line + ", not saved (" + Describe(result.backlog) + ")");
+  PrintErrorLine(line + ", not saved (" + Describe(result.backlog) + ")" +
+                 (ending.has_record ? "; run it again to go on from its record" : ""));
   if (restart) return ExitCode::Failed;
   return request == StopRequest::Interrupt ? ExitCode::Interrupted : ExitCode::Terminated;
 }

@@ -24,6 +24,7 @@ struct RunOptions {
   std::string key_file;
   std::string log_file;
   std::string record_file;
+  bool durable = true;  // goes on from where it was when it is cut off
   std::string timeout;  // seconds, as they were given
   std::optional<std::chrono::duration<double>> time_limit;
   std::vector<std::string> plugin_directories;

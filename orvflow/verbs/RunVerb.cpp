@@ -33,6 +33,7 @@ class RunVerb final : public Verb {
 
   RunOptions options_;
   std::string checkpoint_;
+  std::string durable_ = "process";
   std::vector<std::string> settings_;
   WatchOptions watch_options_;
 };
@@ -74,6 +75,11 @@ RunVerb::RunVerb(CLI::App& program)
                   "orvflow history shows it")
       ->type_name("FILE");
   command()
+      .add_option("--durable", durable_,
+                  "What a run that is cut off goes on from: process, where it was (as without it), or off, the state "
+                  "that was saved last")
+      ->type_name("LEVEL");
+  command()
       .add_option("--timeout", options_.timeout, "Stops the workflow after so many seconds, exit code 1")
       ->type_name("S");
   command()
@@ -113,6 +119,10 @@ void RunVerb::ReadOptions() {
   options_.log_file = watch_options_.log_file();
   options_.time_limit = ParseSeconds("--timeout", options_.timeout);
   options_.checkpoint = ParseCheckpoint();
+  if (durable_ != "process" && durable_ != "off") {
+    throw UsageError("--durable " + durable_ + ": there is no such level; process or off");
+  }
+  options_.durable = durable_ == "process";
   if (options_.fresh && (options_.retry || options_.update)) {
     throw UsageError(std::string(options_.retry ? "--retry" : "--update") +
                      " continues a saved state, and --fresh removes it; give one of them");

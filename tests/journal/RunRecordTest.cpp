@@ -360,7 +360,7 @@ TEST_F(RunRecordTest, EntriesOfRandomBytesAreReadOrRefused) {
 }
 
 TEST_F(RunRecordTest, WhatIsNoRecordIsRefused) {
-  const std::string texts[] = {"x", "a text that is long enough for a head", std::string(100, '\0')};
+  const std::string texts[] = {"x", "a text that is long enough for a head", std::string(100, '\0') + "x"};
   for (const std::string& text : texts) {
     Write(text);
     EXPECT_EQ(ReadAll(File()).problem, "is no record of a run");
@@ -369,6 +369,21 @@ TEST_F(RunRecordTest, WhatIsNoRecordIsRefused) {
   }
   EXPECT_EQ(ReadAll(File("missing")).problem, "cannot be read");
   EXPECT_THROW(RunRecord(File("no/folder"), "x"), HostError);
+}
+
+// A process that is killed before it has written the head leaves that.
+TEST_F(RunRecordTest, ZerosAreARecordOfNothing) {
+  Write(std::string(100000, '\0'));
+  const Content content = ReadAll(File());
+  EXPECT_EQ(content.state, State::AtEnd) << content.problem;
+  EXPECT_TRUE(content.events.empty());
+  Teller teller(3);
+  {
+    RunRecord record(File(), "run.record");
+    teller.Begin(record, false);
+    for (int i = 0; i < 30; ++i) teller.Tell(record);
+  }
+  EXPECT_EQ(ReadAll(File()).events, teller.told);
 }
 
 TEST_F(RunRecordTest, ARecordHasOneWriter) {

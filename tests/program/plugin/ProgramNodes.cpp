@@ -151,6 +151,38 @@ class MarkingNode final : public Sdk::WorkNodeBase {
   }
 };
 
+constexpr NodeInput kTallyInputs[] = {{"go", "counts"}, {"end", "ends the run, or waits for it to be ended"}};
+constexpr NodeOutput kTallyOutputs[] = {{"out", false, "until the limit"}, {"end", false, "at the limit"}};
+constinit const NodeDescription kTallyDescription = {.sentence = "Counts in the dictionary",
+                                                     .inputs = kTallyInputs,
+                                                     .outputs = kTallyOutputs,
+                                                     .state_in_dictionary = true,
+                                                     .acts_outside = true};
+
+// Has all its state in the dictionary. "go": counts "/Counting/<instance>" one further, writes "<instance><count>" and
+// fires "out", at the limit "end". "end": is refused, so that the run keeps its state, or waits a minute while
+// "/Counting/Hang" is 1.
+class TallyNode final : public Sdk::WorkNodeBase {
+ public:
+  static constexpr char kTypeName[] = "TallyNode";
+  TallyNode() : Sdk::WorkNodeBase(kTypeName, kTallyDescription) {}
+
+ private:
+  bool OnSignal(std::string_view signal) override {
+    IDictionary& dictionary = WorkflowDictionary();
+    if (signal == "end") {
+      if (ReadCounting(dictionary, "Hang") == 1) std::this_thread::sleep_for(std::chrono::minutes(1));
+      return false;
+    }
+    const std::int32_t count = ReadCounting(dictionary, InstanceName()) + 1;
+    SetCounting(dictionary, InstanceName(), count);
+    WriteCounting(dictionary, InstanceName().front(), count);
+    const std::int32_t limit = ReadCounting(dictionary, "Limit");
+    if (InstanceName() == "A") FireOutput(count < limit ? "out" : "end");
+    return true;
+  }
+};
+
 // Maps its output "out" to what its signal is called, and fires it.
 class RewiringNode final : public Sdk::WorkNodeBase {
  public:
@@ -172,6 +204,7 @@ WorkFlowFactory failing_node(new (std::nothrow) Sdk::NodeCreator<FailingNode>);
 WorkFlowFactory busy_node(new (std::nothrow) Sdk::NodeCreator<BusyNode>);
 WorkFlowFactory counting_node(new (std::nothrow) Sdk::NodeCreator<CountingNode>);
 WorkFlowFactory marking_node(new (std::nothrow) Sdk::NodeCreator<MarkingNode>);
+WorkFlowFactory tally_node(new (std::nothrow) Sdk::NodeCreator<TallyNode>);
 WorkFlowFactory rewiring_node(new (std::nothrow) Sdk::NodeCreator<RewiringNode>);
 
 }  // namespace

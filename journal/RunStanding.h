@@ -1,0 +1,102 @@
+// Where a run stands after what its record tells: what waits, what is being done, what was begun and does not count.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "journal/RecordReader.h"
+
+namespace OrvWorkFlow::Journal {
+
+// Of the run in the record that was begun last. Owns all that it tells.
+class RunStanding {
+ public:
+  struct Signal {
+    std::uint64_t within = 0;  // the delivery that it counts with; 0 for none
+    Route route;
+  };
+  struct Node {
+    std::string type;
+    std::string instance;
+    auto operator<=>(const Node&) const = default;
+  };
+  struct Absorbed {
+    Unit unit;
+    std::string name;
+    std::string path;
+  };
+
+  // In the order of the record.
+  void Take(const Event& event);
+
+  unsigned run() const { return run_; }  // of the record, the first is 1; 0 before any
+  const std::string& name() const { return name_; }
+  const std::string& before() const { return before_; }
+  const std::string& flow() const { return flow_; }
+  bool has_snapshot() const { return has_snapshot_; }
+  bool has_ended() const { return has_ended_; }
+  // The changes of the dictionary are not all known.
+  bool has_lost_changes() const { return has_lost_changes_; }
+  bool was_continued() const { return was_continued_; }
+  bool was_saved() const { return was_saved_; }
+  // Signals of the queue whose delivery has ended.
+  std::uint64_t delivered() const { return delivered_; }
+  // The delivery that was begun last and has not ended; null for none.
+  const Route* unfinished() const;
+  // Nodes that were made and keep more than the dictionary has.
+  const std::vector<Node>& private_nodes() const { return private_nodes_; }
+
+  // Whether what belongs to the unit counts: it has ended, or is none.
+  bool Counts(const Unit& unit) const;
+  // The signals that are still to be delivered, in their order: first those whose delivery was begun.
+  std::vector<Route> MakeQueue() const;
+  // How work goes on that is done past the queue: reboot signals that were not delivered, then nodes that were at work.
+  std::vector<Route> MakeRebootSignals() const;
+  // Reboot signals that were fired: they wait no longer.
+  const std::vector<Route>& fired_reboot_signals() const { return fired_; }
+  // The workflow's start signal may be among these, which were queued without a sender and not by a load.
+  const std::vector<Route>& started() const { return started_; }
+  std::vector<Absorbed> absorbed() const;
+  // Failures that count, in the form in which an observer is told of them.
+  void TellFailures(IRunObserver& observer) const;
+
+ private:
+  void TakeBeginning(const Event& event);
+  void TakeQueued(const Event& event);
+  void TakeBegun(const Event& event);
+  void TakeEnded(const Event& event);
+  void TakeUnitEnd(const Event& event);
+  void NoteContinuation(const Node& node, const Event& event);
+  bool IsToCount(const Signal& signal) const;
+
+  unsigned run_ = 0;
+  std::string name_;
+  std::string before_;
+  std::string flow_;
+  bool has_snapshot_ = false;
+  bool has_ended_ = false;
+  bool has_lost_changes_ = false;
+  std::vector<Node> private_nodes_;
+  std::map<std::uint64_t, Signal> waiting_;
+  std::map<std::uint64_t, Signal> begun_;
+  bool was_continued_ = false;
+  bool was_saved_ = false;
+  std::uint64_t delivered_ = 0;
+  std::set<std::uint64_t> held_;       // changes that are held
+  std::vector<std::uint64_t> firing_;  // signals of a firing of which more follow
+  std::map<Node, std::string> continuations_;
+  std::vector<Route> fired_;
+  std::vector<Route> started_;
+  std::vector<Absorbed> absorbed_;
+  struct Failure {
+    Event event;
+    Route route;
+  };
+  std::vector<Failure> failures_;
+};
+
+}  // namespace OrvWorkFlow::Journal

@@ -1,0 +1,215 @@
+#include "orvflow/run/StateRecord.h"
+
+#include <cstdio>
+#include <fstream>
+#include <random>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "OrvWorkFlow/Names.h"
+#include "OrvWorkFlow/WorkflowSchema.h"
+#include "OrvWorkFlow/host/HostError.h"
+#include "OrvWorkFlow/sdk/MarshalledHolder.h"
+#include "base/dictionary/DictionaryReading.h"
+#include "base/text/Counting.h"
+#include "host/files/HostFiles.h"
+#include "host/state/RunRecords.h"
+#include "journal/RecordReader.h"
+#include "journal/StandingState.h"
+#include "orvflow/terminal/Terminal.h"
+
+namespace OrvWorkFlow::Program {
+
+namespace {
+
+constexpr char kExtension[] = ".record";
+// A state says in which run it was saved.
+constexpr char kRunName[] = "/Orvflow/Run";
+// The record is begun anew with a checkpoint when it is larger.
+constexpr std::uint64_t kLargest = std::uint64_t{64} << 20;
+
+std::string NewRunName() {
+  std::random_device device;
+  char text[17];
+  std::snprintf(text, sizeof(text), "%08x%08x", static_cast<unsigned>(device()), static_cast<unsigned>(device()));
+  return text;
+}
+
+class WaitingSignals final : public IRunReport {
+ public:
+  void NodeAtWork(const Work& /*work*/) override {}
+  void NodeThere(const Node& /*node*/) override {}
+  void SignalWaiting(const Waiting& signal) override {
+    std::array<std::string, 6>& texts = texts_.emplace_back(
+        std::array<std::string, 6>{signal.sender.type, signal.sender.instance, signal.sender.signal,
+                                   signal.receiver.type, signal.receiver.instance, signal.receiver.signal});
+    static_cast<void>(texts);
+    numbers_.push_back(signal.number);
+  }
+
+  // Views of this.
+  std::vector<Waiting> All() const {
+    std::vector<Waiting> all;
+    for (std::size_t i = 0; i < numbers_.size(); ++i) {
+      const std::array<std::string, 6>& texts = texts_[i];
+      all.push_back({numbers_[i],
+                     {texts[0].c_str(), texts[1].c_str(), texts[2].c_str()},
+                     {texts[3].c_str(), texts[4].c_str(), texts[5].c_str()}});
+    }
+    return all;
+  }
+
+ private:
+  std::vector<std::uint64_t> numbers_;
+  std::vector<std::array<std::string, 6>> texts_;
+};
+
+}  // namespace
+
+StateRecord::StateRecord(Host::WorkflowHost& host, const Host::StateFile& state, const std::string& flow)
+    : host_(host),
+      state_(state),
+      flow_(flow),
+      path_(state.path() + kExtension),
+      shown_name_(state.shown_name() + kExtension) {}
+
+StateRecord::~StateRecord() {
+  if (!has_begun_) End(true);
+}
+
+Journal::RunStanding StateRecord::Read() const {
+  Journal::RunStanding standing;
+  Journal::RecordReader reader(path_);
+  Journal::Event event;
+  while (reader.Next(&event)) standing.Take(event);
+  if (reader.state() == Journal::RecordReader::State::AtEnd) return standing;
+  throw FileError(
+      ExitCode::DictionaryDamaged, shown_name_, "",
+      reader.problem() +
+          "; the run before was cut off, and what it did after its last save is not known: remove this file to "
+          "go on from " +
+          state_.shown_name() + ", or begin anew with --fresh");
+}
+
+// "" when the run goes on from the record.
+std::string StateRecord::WhyUnusable(const Journal::RunStanding& standing, IDictionary& dictionary) const {
+  if (!standing.private_nodes().empty()) {
+    const auto& [type, instance] = standing.private_nodes().front();
+    return type + " " + instance + " keeps state of its own";
+  }
+  if (standing.has_lost_changes()) return "its record lacks changes, for want of memory";
+  for (const std::string& name : Base::NamesBelow(dictionary, WorkflowSchema::kGlobalUtilityObjects)) {
+    if (!Journal::IsOfLibrary(name)) return "the object " + name + " keeps state of its own";
+  }
+  return {};
+}
+
+void StateRecord::Recover() {
+  const Host::FileLook look = Host::LookAtFile(path_);
+  if (look.kind == Host::FileKind::Missing) return;
+  const std::string distrust = Host::WhyNotTrusted(path_);
+  if (look.kind != Host::FileKind::Readable || !distrust.empty()) {
+    throw FileError(ExitCode::Failed, shown_name_, "",
+                    (distrust.empty() ? "cannot be read: " + look.reason : distrust) +
+                        "; the run before may have been cut off, and goes on from this file");
+  }
+  if (std::ifstream(path_).peek() == std::ifstream::traits_type::eof()) return;  // It ended before its run.
+  const Journal::RunStanding standing = Read();
+  if (standing.run() == 0 || standing.has_ended() || !standing.has_snapshot()) return;
+  const Host::WorkflowHost::OwnedDictionary dictionary = host_.MakeDictionary();
+  if (state_.Exists()) {
+    // It may be broken: whoever continues from it says so.
+    if (!dictionary->LoadFile(state_.path().c_str())) return;
+    const std::string saved_in = Base::TextAt(*dictionary, kRunName);
+    if (saved_in != standing.name() && saved_in != standing.before()) {
+      throw FileError(ExitCode::DictionaryDamaged, shown_name_, "",
+                      "is of another run than " + state_.shown_name() +
+                          "; remove this file to go on from the state, or begin anew with --fresh");
+    }
+  } else if (standing.was_continued() || standing.was_saved()) {
+    return;  // Whoever removes a state wants to begin anew.
+  }
+  Apply(standing, *dictionary);
+}
+
+void StateRecord::Apply(const Journal::RunStanding& standing, IDictionary& dictionary) const {
+  Journal::MakeDictionaryOf(standing, path_, dictionary);
+  const std::string why = WhyUnusable(standing, dictionary);
+  if (!why.empty()) {
+    PrintErrorLine(flow_ + ": the run before was cut off, and " + why + "; " +
+                   (state_.Exists() ? "it goes on from the state that was saved before" : "it begins anew"));
+    return;
+  }
+  Journal::WriteStanding(standing, dictionary);
+  if (!state_.Save([&](const char* file) { return dictionary.SaveFile(file); })) {
+    throw FileError(ExitCode::Failed, state_.shown_name(), "",
+                    "cannot be written; the run before was cut off, and " + shown_name_ +
+                        " says where it was: make room and run again");
+  }
+  Host::RenumberDeaths(state_, standing.delivered() > 0);
+  Report(standing);
+}
+
+void StateRecord::Report(const Journal::RunStanding& standing) const {
+  std::string line = flow_ + ": the run before was cut off; it goes on from its record where it was: " +
+                     Base::Counted(standing.MakeQueue().size(), "signal") + " waiting, " +
+                     Base::Counted(standing.MakeRebootSignals().size(), "node") + " to go on";
+  if (const Journal::Route* const unfinished = standing.unfinished()) {
+    line += ", " + unfinished->receiver_type + " " + unfinished->receiver_instance + " gets \"" +
+            unfinished->receiver_signal + "\" once more";
+  }
+  PrintErrorLine(line);
+}
+
+void StateRecord::Remove() const { std::remove(path_.c_str()); }
+
+void StateRecord::Open(const Journal::RunNote& note) {
+  note_ = note;
+  note_.name = NewRunName();
+  try {
+    record_.emplace(path_, shown_name_, Journal::RunRecord::Earlier::Replaced);
+    record_->Begin(note_);
+  } catch (const Host::HostError& error) {
+    if (error.kind() != Host::HostError::Kind::InUse) Remove();
+    PrintErrorLine(std::string(error.what()) + "; a run that is cut off goes on from the state that was saved last");
+  }
+}
+
+void StateRecord::Begin() {
+  if (!record_) return;
+  IDictionary& dictionary = host_.dictionary();
+  const std::string before = Base::TextAt(dictionary, kRunName);
+  if (!dictionary.SetValue(kRunName, note_.name.c_str())) throw std::bad_alloc();
+  TakeSnapshot(before);
+  dictionary.SetObserver(&*record_);
+  has_begun_ = true;
+}
+
+void StateRecord::TakeSnapshot(const std::string& before) {
+  const Sdk::TextHolder text;
+  if (!host_.dictionary().SaveToText(text.get())) throw std::bad_alloc();
+  record_->Snapshot({text->GetText(), text->GetLength()}, before);
+}
+
+void StateRecord::NoteSave() {
+  if (!record_) return;
+  if (record_->Size() < kLargest) return record_->NoteSave();
+  WaitingSignals waiting;
+  if (!host_.engine().ReportQueue(&waiting, UINT32_MAX)) return record_->NoteSave();
+  note_.continued = true;
+  record_->BeginAnew(note_, waiting.All());
+  TakeSnapshot(note_.name);
+}
+
+bool StateRecord::NeedsCheckpoint() const { return !record_ || !record_->IsExact() || record_->Size() >= kLargest; }
+
+void StateRecord::End(bool is_settled) {
+  if (!record_) return;
+  const std::string problem = record_->problem();
+  record_.reset();
+  if (!problem.empty()) PrintErrorLine(shown_name_ + ": the record ended before the run: " + problem);
+  if (is_settled) Remove();
+}
+
+}  // namespace OrvWorkFlow::Program

@@ -1,0 +1,62 @@
+// The record beside the saved state: a run that was cut off goes on from it where it was.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "OrvWorkFlow/host/StateFile.h"
+#include "OrvWorkFlow/host/WorkflowHost.h"
+#include "journal/RunRecord.h"
+#include "journal/RunStanding.h"
+
+namespace OrvWorkFlow::Program {
+
+// "<state>.record" is there while a workflow runs and after a run that was cut off: then it holds all that happened
+// since that run began, with the dictionary as it was at that time. One thread, but for NeedsCheckpoint.
+class StateRecord {
+ public:
+  // All outlive it. `flow` is how messages call the flow.
+  StateRecord(Host::WorkflowHost& host, const Host::StateFile& state, const std::string& flow);
+  StateRecord(const StateRecord&) = delete;
+  StateRecord& operator=(const StateRecord&) = delete;
+  // After the host. The record of a run that has not begun goes.
+  ~StateRecord();
+
+  // Before the state is looked at. The state becomes what the record says, if a run was cut off and nothing is missing
+  // in the record; what was done, or why not, is printed. Throws ProgramError and HostError.
+  void Recover();
+  // The workflow begins anew: so does the record.
+  void Remove() const;
+
+  // Before the workflow is loaded, and after it was. A record that cannot be written is none, which is said.
+  void Open(const Journal::RunNote& note);
+  void Begin();
+  Journal::RunRecord* record() { return record_ ? &*record_ : nullptr; }
+
+  // Whether the next run could go on from it.
+  bool IsUsable() const { return record_ && record_->IsExact(); }
+
+  // The state was saved, and nothing is being delivered.
+  void NoteSave();
+  bool NeedsCheckpoint() const;
+  // The host is gone. With `is_settled` the state says all that the record does.
+  void End(bool is_settled);
+
+ private:
+  Journal::RunStanding Read() const;
+  std::string WhyUnusable(const Journal::RunStanding& standing, IDictionary& dictionary) const;
+  void Apply(const Journal::RunStanding& standing, IDictionary& dictionary) const;
+  void Report(const Journal::RunStanding& standing) const;
+  void TakeSnapshot(const std::string& before);
+
+  Host::WorkflowHost& host_;
+  const Host::StateFile& state_;
+  const std::string& flow_;
+  const std::string path_;
+  const std::string shown_name_;
+  Journal::RunNote note_;
+  std::optional<Journal::RunRecord> record_;
+  bool has_begun_ = false;
+};
+
+}  // namespace OrvWorkFlow::Program

@@ -1,0 +1,248 @@
+// A run that was cut off goes on where it was, from the record beside its state.
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <iterator>
+#include <random>
+#include <sstream>
+#include <thread>
+
+#include "journal/RecordReader.h"
+#include "tests/program/support/ProgramFixture.h"
+
+namespace orv_test {
+namespace {
+
+using OrvWorkFlow::Journal::Event;
+using OrvWorkFlow::Journal::Kind;
+using OrvWorkFlow::Journal::RecordReader;
+using ::testing::HasSubstr;
+
+constexpr char kCutOff[] = "the run before was cut off; it goes on from its record where it was: ";
+
+class RecoveryTest : public ProgramFixture {
+ protected:
+  static std::string Text(const std::string& name, const std::string& value) {
+    return "<" + name + " __type=\"str\">" + value + "</" + name + ">";
+  }
+  static std::string Maps(const std::string& signal, const std::vector<std::string>& receivers) {
+    std::string text = "<" + signal + ">";
+    for (std::size_t i = 0; i < receivers.size(); ++i) text += Text("map" + std::to_string(i), receivers[i]);
+    return text + "</" + signal + ">";
+  }
+
+  // A counts to the limit, and tells B and C; then it is asked to end. With a timer that is what makes A count.
+  void WriteTallies(int limit, bool hangs, bool has_timer = false) const {
+    std::string tallies =
+        "<TallyNode><Binaries>" + Text("win32_bin", "ProgramNodes") + "</Binaries><Instances><A><maps>";
+    std::vector<std::string> receivers = {"TallyNode,B,go", "TallyNode,C,go"};
+    if (!has_timer) receivers.emplace_back("TallyNode,A,go");
+    tallies += Maps("out", receivers) + Maps("end", {"TallyNode,B,go", "TallyNode,A,end"}) +
+               "</maps></A><B/><C/></Instances></TallyNode>";
+    if (has_timer) {
+      tallies += "<Timer><Binaries>" + Text("win32_bin", "FlowNodes") +
+                 "</Binaries><Instances><T><Parameters><Milliseconds __type=\"int\">3</Milliseconds><Times "
+                 "__type=\"int\">" +
+                 std::to_string(limit) + "</Times></Parameters><maps>" + Maps("tick", {"TallyNode,A,go"}) +
+                 "</maps></T></Instances></Timer>";
+    }
+    const std::string start = has_timer ? Text("ReceiverTypeName", "Timer") + Text("ReceiverInstanceName", "T") +
+                                              Text("IncomingSignalName", "start")
+                                        : Text("ReceiverTypeName", "TallyNode") + Text("ReceiverInstanceName", "A") +
+                                              Text("IncomingSignalName", "go");
+    WriteFile(Flow(), "<IDictionaryRoot><WorkFlowEngine>" + Text("WorkFlowName", "Test") + "<AbsorbTree>" +
+                          Text("node0", "Test") + "</AbsorbTree><Mappings><StartSignal>" + start +
+                          "</StartSignal></Mappings><WorkNodes>" + tallies + "</WorkNodes></WorkFlowEngine><Counting>" +
+                          Text("Log", Log()) + "<Limit __type=\"int\">" + std::to_string(limit) +
+                          "</Limit><Hang __type=\"int\">" + (hangs ? "1" : "0") +
+                          "</Hang></Counting></IDictionaryRoot>");
+  }
+
+  std::string Flow() const { return File("flow.xml"); }
+  std::string State() const { return File("flow.state.xml"); }
+  std::string Record() const { return File("flow.state.xml.record"); }
+  std::string Log() const { return File("log"); }
+  std::string LogText() const { return std::filesystem::exists(Log()) ? ReadFile(Log()) : std::string(); }
+
+  // Until the text stands in the log; false after a minute.
+  bool WaitForLog(const std::string& text) const {
+    for (int i = 0; i < 6000; ++i) {
+      if (LogText().find(text) != std::string::npos) return true;
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return false;
+  }
+
+  std::string Value(const std::string& path) const {
+    ProcessResult result = Run({"dict", "get", State(), path});
+    EXPECT_EQ(result.exit_code, 0) << result.error;
+    while (!result.output.empty() && result.output.back() == '\n') result.output.pop_back();
+    return result.output;
+  }
+  void ExpectCounts(int limit) const {
+    EXPECT_EQ(Value("/Counting/A"), std::to_string(limit));
+    EXPECT_EQ(Value("/Counting/B"), std::to_string(limit));
+    EXPECT_EQ(Value("/Counting/C"), std::to_string(limit - 1));
+  }
+};
+
+struct Cut {
+  std::size_t size = 0;       // of the record
+  std::size_t delivered = 0;  // deliveries that have ended in it
+  bool has_snapshot = false;
+};
+
+std::vector<Cut> CutsOf(const std::string& record) {
+  std::vector<Cut> cuts;
+  RecordReader reader(record);
+  Event event;
+  Cut cut;
+  while (reader.Next(&event)) {
+    cut.size = static_cast<std::size_t>(reader.offset());
+    if (event.kind == Kind::DeliveryEnded) ++cut.delivered;
+    if (event.kind == Kind::Snapshot) cut.has_snapshot = true;
+    cuts.push_back(cut);
+  }
+  return cuts;
+}
+
+std::vector<std::string> Lines(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream stream(text);
+  for (std::string line; std::getline(stream, line);) lines.push_back(line);
+  return lines;
+}
+
+std::vector<std::string> OfNode(const std::vector<std::string>& lines, char letter) {
+  std::vector<std::string> of_node;
+  std::copy_if(lines.begin(), lines.end(), std::back_inserter(of_node),
+               [&](const std::string& line) { return line.front() == letter; });
+  return of_node;
+}
+
+// The record of a run that was killed at its end is cut behind each of its entries: that is what a run leaves that is
+// killed there. Each goes on with exactly the deliveries that had not ended, in their order, to the same end.
+TEST_F(RecoveryTest, CutBehindAnyEntryARunDoesExactlyTheRest) {
+  constexpr int kLimit = 3;
+  WriteTallies(kLimit, true);
+  {
+    ChildProcess process(ORVFLOW_PROGRAM, {"run", Flow()});
+    ASSERT_TRUE(WaitForLog("B" + std::to_string(kLimit) + "\n")) << process.ErrorSoFar();
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));  // So that it is in its last delivery.
+  }
+  const std::string bytes = ReadFile(Record());
+  const std::vector<std::string> all = Lines(LogText());
+  ASSERT_EQ(all.size(), 3U * kLimit - 1);
+  const std::vector<Cut> cuts = CutsOf(Record());
+  ASSERT_GT(cuts.size(), 40U);
+  ASSERT_TRUE(cuts.back().has_snapshot);
+  for (const Cut& cut : cuts) {
+    std::filesystem::remove(State());
+    std::filesystem::remove(File("flow.state.xml.attempt"));
+    WriteFile(Record(), bytes.substr(0, cut.size));
+    WriteFile(Log(), "");
+    const ProcessResult rest = Run({"run", Flow(), "--set", "/Counting/Hang=0"});
+    EXPECT_EQ(rest.exit_code, 1) << rest.error;  // Of the signal that is refused.
+    EXPECT_EQ(rest.error.find(kCutOff) != std::string::npos, cut.has_snapshot) << rest.error;
+    ASSERT_EQ(Lines(LogText()),
+              std::vector<std::string>(all.begin() + static_cast<std::ptrdiff_t>(cut.delivered), all.end()))
+        << cut.size << ": " << rest.error;
+    ExpectCounts(kLimit);
+    EXPECT_FALSE(std::filesystem::exists(Record()));
+  }
+}
+
+// The same with processes that are killed at any moment, again and again, and a node that works on a thread of its own.
+TEST_F(RecoveryTest, KilledAnywhereNothingIsLostAndOnlyWhatWasAtWorkIsRepeated) {
+  constexpr int kLimit = 40;
+  std::mt19937 random(11);
+  for (const bool has_timer : {false, true}) {
+    std::filesystem::remove(Log());
+    WriteTallies(kLimit, false, has_timer);
+    ASSERT_EQ(Run({"run", Flow(), "--fresh"}).exit_code, 1);
+    const std::vector<std::string> all = Lines(LogText());
+    ASSERT_EQ(all.size(), 3U * kLimit - 1);
+    std::filesystem::remove(State());
+    std::filesystem::remove(Log());
+    std::size_t kills = 0;
+    for (; kills < 200 && !std::filesystem::exists(State()); ++kills) {
+      ChildProcess process(ORVFLOW_PROGRAM, {"run", Flow()});
+      if (kills == 0) {
+        ASSERT_TRUE(WaitForLog("A2\n"));
+      }
+      std::this_thread::sleep_for(std::chrono::milliseconds(30 + random() % 60));
+    }
+    const ProcessResult last = Run({"run", Flow(), "--retry"});
+    EXPECT_EQ(last.exit_code, 1) << last.error;
+    const std::vector<std::string> done = Lines(LogText());
+    EXPECT_LE(done.size(), all.size() + kills);
+    // A line that is repeated was the last one before a kill. A timer's ticks have no order among the other signals.
+    for (const char letter : {'A', 'B', 'C'}) {
+      std::vector<std::string> of_node = OfNode(done, letter);
+      of_node.erase(std::unique(of_node.begin(), of_node.end()), of_node.end());
+      ASSERT_EQ(of_node, OfNode(all, letter));
+    }
+    ExpectCounts(kLimit);
+  }
+}
+
+TEST_F(RecoveryTest, ANodeWithStateOfItsOwnGoesOnFromTheStateThatWasSaved) {
+  const std::string flow =
+      WriteFlow({{"CountingNode", "A", "ProgramNodes", {"out=CountingNode,A,go", "told=MarkingNode,B,mark"}},
+                 {"MarkingNode", "B"}},
+                "CountingNode,A,go");
+  {
+    ChildProcess process(ORVFLOW_PROGRAM, {"run", flow, "--set", "/Counting/Log=" + Log()});
+    ASSERT_TRUE(WaitForLog("B3\n"));
+  }
+  const ProcessResult next = Run({"run", flow, "--set", "/Counting/Limit=2"});
+  EXPECT_EQ(next.exit_code, 0) << next.error;
+  EXPECT_THAT(next.error,
+              HasSubstr("flow.xml: the run before was cut off, and CountingNode A keeps state of its own; it "
+                        "begins anew\n"));
+}
+
+TEST_F(RecoveryTest, WithoutARecordARunBeginsAnew) {
+  WriteTallies(3, true);
+  {
+    ChildProcess process(ORVFLOW_PROGRAM, {"run", Flow(), "--durable=off"});
+    ASSERT_TRUE(WaitForLog("B3\n"));
+    EXPECT_FALSE(std::filesystem::exists(Record()));
+  }
+  {
+    ChildProcess process(ORVFLOW_PROGRAM, {"run", Flow()});
+    ASSERT_TRUE(WaitForLog("B3\nA1\n"));
+    ASSERT_TRUE(WaitForLog("C2\nA3\nB3\nA1\nB1\nC1\n"));
+    EXPECT_TRUE(std::filesystem::exists(Record()));
+  }
+  std::filesystem::remove(Log());
+  EXPECT_EQ(Run({"run", Flow(), "--fresh", "--set", "/Counting/Hang=0"}).exit_code, 1);
+  EXPECT_EQ(LogText().substr(0, 3), "A1\n");
+}
+
+TEST_F(RecoveryTest, ADamagedRecordIsNeitherUsedNorOverwritten) {
+  WriteTallies(400, true);
+  {
+    ChildProcess process(ORVFLOW_PROGRAM, {"run", Flow()});
+    ASSERT_TRUE(WaitForLog("B400\n"));
+  }
+  std::string bytes = ReadFile(Record());
+  bytes[bytes.size() / 4] = static_cast<char>(bytes[bytes.size() / 4] ^ 4);
+  for (const std::string& damaged : {bytes, std::string("no record")}) {
+    WriteFile(Record(), damaged);
+    const ProcessResult next = Run({"run", Flow()});
+    EXPECT_EQ(next.exit_code, 5) << next.error;
+    EXPECT_THAT(next.error, HasSubstr("orvflow: " + Record() + ": "));
+    EXPECT_THAT(next.error,
+                HasSubstr("; the run before was cut off, and what it did after its last save is not known"));
+    EXPECT_EQ(ReadFile(Record()), damaged);
+  }
+  // Killed before it had written anything.
+  WriteFile(Record(), std::string(1000, '\0'));
+  EXPECT_EQ(Run({"run", Flow(), "--set", "/Counting/Limit=2", "--set", "/Counting/Hang=0"}).exit_code, 1);
+}
+
+}  // namespace
+}  // namespace orv_test
