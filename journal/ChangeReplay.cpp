@@ -36,8 +36,7 @@ bool SetValue(IDictionary& dictionary, const Event& event) {
   for (const std::string& text : event.texts) {
     if (!texts->Add(text.data(), text.size())) throw std::bad_alloc();
   }
-  return dictionary.SetValueTexts(event.path.c_str(), event.value_type, texts.get()) ||
-         SetNumbers(dictionary, event);
+  return dictionary.SetValueTexts(event.path.c_str(), event.value_type, texts.get()) || SetNumbers(dictionary, event);
 }
 
 bool Merge(IDictionary& dictionary, const Event& event) {

@@ -51,7 +51,8 @@ bool Has(const NodeTable<Row>& signals, std::string_view name) {
 
 void* WorkNodeBase::QueryInterface(const char* interface_name) {
   const std::string_view name = interface_name == nullptr ? "" : interface_name;
-  if (name == InterfaceNames::kNodeDescription) return description_ == nullptr ? nullptr : static_cast<INodeDescription*>(this);
+  if (name == InterfaceNames::kNodeDescription)
+    return description_ == nullptr ? nullptr : static_cast<INodeDescription*>(this);
   if (name == InterfaceNames::kNodeFiring) return MostSignalsFired() < 0 ? nullptr : static_cast<INodeFiring*>(this);
   return ObjectProtocol::QueryInterface(interface_name);
 }

@@ -1,5 +1,5 @@
-// How a work node's work would go on if the process died. Optional, beside INodeDescription, for nodes that work outside
-// of their signals.
+// How a work node's work would go on if the process died. Optional, beside INodeDescription, for nodes that work
+// outside of their signals.
 #pragma once
 
 namespace OrvWorkFlow {

@@ -31,8 +31,8 @@ class RunObserverSlot {
 
   // The same for an operation that older observers do not have.
   template <class... Parameters, class... Values>
-  void TellSince(std::uint32_t version, void (IRunObserver::*operation)(Parameters...), const Values&... values) const
-      noexcept {
+  void TellSince(std::uint32_t version, void (IRunObserver::*operation)(Parameters...),
+                 const Values&... values) const noexcept {
     if (observer_.load(std::memory_order_acquire) == nullptr) return;
     if (version_.load(std::memory_order_relaxed) >= version) Tell(operation, values...);
   }

@@ -119,7 +119,7 @@ TEST(SlotOrderTest, Dictionary) {
       OverloadOf<Path>(&I::GetAttribute))(OverloadOf<Path>(&I::SetAttribute));
   slots(GetterOf<Text, IOrvBoolList>())(GetterOf<Path, IOrvBoolList>()) (&I::GetChangeCount) (&I::GetObjectOf) (
       &I::GetLoadReport) (&I::GetSaveReport) (&I::GetLoadProblems)(OverloadOf<Text>(&I::SetValueTexts))(
-      OverloadOf<Text>(&I::CompareAndSetTexts))(OverloadOf<IDictionary*, bool, Text, Text>(&I::CopySubtreeFrom))(
+      OverloadOf<Text>(&I::CompareAndSetTexts))(OverloadOf<IDictionary*, bool, Text, Text>(&I::CopySubtreeFrom)) (
       &I::WatchChanges)(&I::SetObserver);
   slots.ExpectConsecutiveFrom(kBaseOperations);
 }

@@ -50,8 +50,8 @@ class WorkerNode : public WorkNodeBase, public INodeContinuation {
   // Comes on the thread that stops, and must not wait for the work.
   virtual void InterruptWork() {}
 
-  // For Work: fires the output signal with which the work ends. Should the process die after that the work is not gone on
-  // with, and should it die before, it is; so nothing that counts is done between this and the end of Work.
+  // For Work: fires the output signal with which the work ends. Should the process die after that the work is not gone
+  // on with, and should it die before, it is; so nothing that counts is done between this and the end of Work.
   void FireLast(const char* signal_name);
 
   // Begins new work. Throws where a parameter cannot be read. False, with nothing done, while the node works.

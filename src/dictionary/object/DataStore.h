@@ -157,8 +157,8 @@ class DataStore {
  private:
   using Operation = DictionaryChange::Operation;
 
-  // Holds the mutex for a change and counts it in the end, unless nothing came of it. Whoever makes the change tells the
-  // observer before that.
+  // Holds the mutex for a change and counts it in the end, unless nothing came of it. Whoever makes the change tells
+  // the observer before that.
   class WriteScope {
    public:
     // A change of the entries that NoteChange is told of.
