@@ -8,6 +8,12 @@
 #include <string>
 #include <thread>
 
+#ifdef _WIN32
+#include <fcntl.h>
+#include <io.h>
+#include <process.h>
+#endif
+
 namespace {
 
 using namespace std::chrono_literals;
@@ -24,11 +30,11 @@ int Beat(const std::string& file) {
 // Starts a program of its own, which beats, and waits for no one.
 void StartBeating(const std::string& self, const std::string& file) {
 #ifdef _WIN32
-  const std::string command = "start /b \"\" \"" + self + "\" beat \"" + file + "\"";
+  if (_spawnl(_P_NOWAIT, self.c_str(), self.c_str(), "beat", file.c_str(), nullptr) == -1) std::abort();
 #else
   const std::string command = "'" + self + "' beat '" + file + "' &";
-#endif
   if (std::system(command.c_str()) != 0) std::abort();
+#endif
 }
 
 int Flood(long bytes) {
@@ -58,6 +64,9 @@ int main(int count, char** arguments) {
   if (what == "folder") std::cout << std::filesystem::current_path().filename().string();
   if (what == "bytes") std::cout << "a\x01\xFF\xC3\xA4z";
   if (what == "error") {
+#ifdef _WIN32
+    _setmode(_fileno(stderr), _O_BINARY);  // As it is on Linux.
+#endif
     std::cerr << "wrong\nindeed";
     return 4;
   }
