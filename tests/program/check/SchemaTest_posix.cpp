@@ -21,7 +21,7 @@ class ValidationTest : public ProgramFixture {
 
   std::string MakeSchema(const Arguments& more) const {
     const std::string file = File("workflow.xsd");
-    Arguments words = {"schema", "BackupNodes", "FlowNodes", "ProcessNodes", "-o", file};
+    Arguments words = {"schema", "BackupNodes", "FileNodes", "FlowNodes", "ProcessNodes", "SqlNodes", "-o", file};
     words.insert(words.end(), more.begin(), more.end());
     const ProcessResult result = Run(words);
     EXPECT_EQ(result.exit_code, 0) << result.error;
