@@ -147,8 +147,9 @@ class PosixProgram final : public ChildProgram {
         EndGroup();
       }
     }
-    const bool has_more = Read(output_.reading, output) | Read(error_.reading, error);
-    if (!has_ended_ || has_more) return std::nullopt;
+    const bool has_output = Read(output_.reading, output);
+    const bool has_error = Read(error_.reading, error);
+    if (!has_ended_ || has_output || has_error) return std::nullopt;
     return exit_code_;
   }
 
