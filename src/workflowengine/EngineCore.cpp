@@ -234,7 +234,8 @@ void EngineCore::Finish() {
 }
 
 void EngineCore::WaitForStop() {
-  if (stopped_ != nullptr && stopped_->Wait(kStopMilliseconds)) WaitUntilReturned();
+  // Without an event the thread itself is all there is to wait for: the pump must not outlive what it logs to.
+  if (stopped_ == nullptr || stopped_->Wait(kStopMilliseconds)) WaitUntilReturned();
 }
 
 void EngineCore::WaitUntilReturned() const {
