@@ -61,16 +61,7 @@ constinit const NodeDescription JsonWriter::kDescription = {
 const char* JsonReader::DoTask(const std::string& /*task*/) {
   const std::string name = TextParameter("File");
   const auto most = static_cast<std::uint64_t>(NumberParameter("MostBytes"));
-  std::string text;
-  {
-    LocalFile file(LocalPath(FileSystem(), name), LocalFile::Mode::Read, name);
-    if (file.Size() > most) {
-      throw FileProblem(name + " is too large: " + std::to_string(file.Size()) + " bytes; MostBytes is " +
-                        std::to_string(most));
-    }
-    text.resize(static_cast<std::size_t>(file.Size()));
-    text.resize(file.Read(text.data(), text.size()));
-  }
+  const std::string text = ReadWholeFile(FileSystem(), name, most);
   try {
     JsonToEntries(text, WorkflowDictionary(), TextParameter("Into"));
   } catch (const std::runtime_error& error) {

@@ -59,4 +59,15 @@ void MakeFolderOf(const std::filesystem::path& file, const std::string& shown_na
   }
 }
 
+std::string ReadWholeFile(IFileSystemA& file_system, const std::string& name, std::uint64_t most) {
+  LocalFile file(LocalPath(file_system, name), LocalFile::Mode::Read, name);
+  const std::uint64_t size = file.Size();
+  if (size > most) {
+    throw FileProblem(name + " is too large: " + std::to_string(size) + " bytes; MostBytes is " + std::to_string(most));
+  }
+  std::string bytes(static_cast<std::size_t>(size), '\0');
+  bytes.resize(file.Read(bytes.data(), bytes.size()));
+  return bytes;
+}
+
 }  // namespace OrvWorkFlow::Nodes

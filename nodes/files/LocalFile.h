@@ -77,4 +77,7 @@ class LocalFile {
   std::string shown_name_;
 };
 
+// What a file holds. Throws FileProblem, also when it is larger than `most`, which is the node's parameter MostBytes.
+std::string ReadWholeFile(IFileSystemA& file_system, const std::string& name, std::uint64_t most);
+
 }  // namespace OrvWorkFlow::Nodes

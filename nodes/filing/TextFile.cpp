@@ -77,17 +77,8 @@ constinit const NodeDescription TextWriter::kDescription = {
 
 const char* TextReader::DoTask(const std::string& /*task*/) {
   const std::string name = TextParameter("File");
-  const auto most = static_cast<std::size_t>(NumberParameter("MostBytes"));
-  std::string text;
-  {
-    LocalFile file(LocalPath(FileSystem(), name), LocalFile::Mode::Read, name);
-    if (file.Size() > most) {
-      throw FileProblem(name + " is too large: " + std::to_string(file.Size()) + " bytes; MostBytes is " +
-                        std::to_string(most));
-    }
-    text.resize(static_cast<std::size_t>(file.Size()));
-    text.resize(file.Read(text.data(), text.size()));
-  }
+  const auto most = static_cast<std::uint64_t>(NumberParameter("MostBytes"));
+  std::string text = ReadWholeFile(FileSystem(), name, most);
   if (text.find('\0') != std::string::npos) throw FileProblem(name + " is no text: there is a zero in it");
   Record().SetNumber("Size", static_cast<std::int64_t>(text.size()));
   if (text.starts_with(kMark)) text.erase(0, kMark.size());

@@ -161,7 +161,7 @@ constinit const NodeDescription kTallyDescription = {.sentence = "Counts in the 
 
 // Has all its state in the dictionary. "go": counts "/Counting/<instance>" one further, writes "<instance><count>" and
 // fires "out", at the limit "end". "end": is refused, so that the run keeps its state, or waits a minute while
-// "/Counting/Hang" is 1.
+// "/Counting/Hang" is 1. With "/Counting/Ballast" each count also writes a text of so many bytes.
 class TallyNode final : public Sdk::WorkNodeBase {
  public:
   static constexpr char kTypeName[] = "TallyNode";
@@ -176,6 +176,10 @@ class TallyNode final : public Sdk::WorkNodeBase {
     }
     const std::int32_t count = ReadCounting(dictionary, InstanceName()) + 1;
     SetCounting(dictionary, InstanceName(), count);
+    if (const std::int32_t ballast = ReadCounting(dictionary, "Ballast"); ballast > 0) {
+      const std::string text(static_cast<std::size_t>(ballast), static_cast<char>('a' + count % 26));
+      dictionary.SetValue("/Counting/Text", text.c_str());
+    }
     WriteCounting(dictionary, InstanceName().front(), count);
     const std::int32_t limit = ReadCounting(dictionary, "Limit");
     if (InstanceName() == "A") FireOutput(count < limit ? "out" : "end");

@@ -188,6 +188,43 @@ TEST_F(RecoveryTest, KilledAnywhereNothingIsLostAndOnlyWhatWasAtWorkIsRepeated) 
   }
 }
 
+// Past 64 MiB a checkpoint is made and the record holds what came after it alone.
+TEST_F(RecoveryTest, ARecordThatBeganAnewHoldsTheRestOfTheRun) {
+  constexpr int kLimit = 800;
+  WriteTallies(kLimit, false, true);
+  std::uintmax_t largest = 0;
+  {
+    ChildProcess process(ORVFLOW_PROGRAM, {"run", Flow(), "--checkpoint=1", "--set", "/Counting/Ballast:int=262144"});
+    bool has_shrunk = false;
+    for (int i = 0; i < 60000 && !has_shrunk; ++i) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+      std::error_code error;
+      const std::uintmax_t size = std::filesystem::file_size(Record(), error);
+      if (error) continue;
+      has_shrunk = size < largest;
+      largest = std::max(largest, size);
+    }
+    ASSERT_TRUE(has_shrunk) << process.ErrorSoFar();
+    const std::size_t done = Lines(LogText()).size();
+    for (int i = 0; i < 6000 && Lines(LogText()).size() < done + 20; ++i) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+  }
+  EXPECT_GE(largest, std::uintmax_t{64} << 20);
+  ASSERT_LT(Lines(LogText()).size(), 3U * kLimit - 1);
+  const ProcessResult rest = Run({"run", Flow(), "--set", "/Counting/Ballast=0"});
+  EXPECT_EQ(rest.exit_code, 1) << rest.error;
+  EXPECT_THAT(rest.error, HasSubstr(kCutOff));
+  const std::vector<std::string> done = Lines(LogText());
+  EXPECT_LE(done.size(), 3U * kLimit);
+  for (const char letter : {'A', 'B', 'C'}) {
+    std::vector<std::string> of_node = OfNode(done, letter);
+    of_node.erase(std::unique(of_node.begin(), of_node.end()), of_node.end());
+    EXPECT_EQ(of_node.size(), static_cast<std::size_t>(letter == 'C' ? kLimit - 1 : kLimit)) << letter;
+  }
+  ExpectCounts(kLimit);
+}
+
 TEST_F(RecoveryTest, ANodeWithStateOfItsOwnGoesOnFromTheStateThatWasSaved) {
   const std::string flow =
       WriteFlow({{"CountingNode", "A", "ProgramNodes", {"out=CountingNode,A,go", "told=MarkingNode,B,mark"}},
