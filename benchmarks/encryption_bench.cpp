@@ -25,6 +25,7 @@
 
 namespace {
 
+namespace Base = OrvWorkFlow::Base;
 using OrvWorkFlow::Core::Encryption::Md5::Lanes;
 
 constexpr std::size_t kBlock = 16;

@@ -1,9 +1,8 @@
 // Listing and copying trees, copying a large file, and saving a dictionary durably, beside find, cp, std::filesystem
 // and the plain system calls.
 //
-//   files_bench [ROUNDS [ROWS]]    (default 7; own work and peers take turns in each round, the median counts; ROWS:
-//   only
-//                                  listing, small, large or saving)
+//   files_bench [ROUNDS [ROWS]]    (default 7; own work and peers take turns in each round, the median counts;
+//                                  ROWS: listing, small, large or saving, those alone)
 //
 // The file system is used as a host does, through the built library and its interface. Needs 4 GiB in /dev/shm and a
 // little in the directory for temporary files. "ratio" is the library's time by the peer's; each row says which ratio

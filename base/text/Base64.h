@@ -22,9 +22,8 @@ constexpr std::size_t Base64DecodedRoom(std::size_t length) { return length / 4 
 std::size_t DecodeBase64(std::string_view text, void* bytes) noexcept;
 std::string DecodeBase64(std::string_view text);
 
-// How many bytes the text decodes to, if nothing in it would be skipped but white space, and nothing but white space
-// and
-// "=" stands behind the first "=". For those who refuse what only looks like base64.
+// How many bytes the text decodes to, if nothing in it would be skipped but white space, and only white space and "="
+// stand behind the first "=". For those who refuse what only looks like base64.
 std::optional<std::size_t> CleanBase64Size(std::string_view text) noexcept;
 
 }  // namespace OrvWorkFlow::Base

@@ -1,15 +1,15 @@
 // The protocol that every object shares: the library's own objects, the host's objects and the work nodes.
 //
 // Conventions of all interfaces in this folder:
-// - The order of the operations is the order of the table; additions come last. No interface has a virtual destructor
-// (it
-//   would take a place in the table): an object goes by its `Release`.
-// - Narrow texts are zero-terminated and in the platform's code page (UTF-8 on Linux); wide texts are zero-terminated
-// 16-bit
-//   units. A text passed in is only read during the call.
-// - Operations report failure by false, null or 0. Nothing throws across an interface, with one exception that each
-// place
-//   names: work nodes, utility objects and marshalled objects of a host may throw, and the library catches it.
+// - The order of the operations is the order of the table; additions come last.
+// - No interface has a virtual destructor, which would take a place in the table: an object is destroyed by its
+//   `Release`.
+// - Narrow texts are zero-terminated and in the platform's code page (UTF-8 on Linux).
+// - Wide texts are zero-terminated 16-bit units.
+// - A text passed in is only read during the call.
+// - Operations report failure by false, null or 0. Nothing throws across an interface, with one exception:
+//   work nodes, utility objects and marshalled objects of a host may throw, which each place says, and the library
+//   catches it.
 // - A null argument fails and changes nothing, unless the operation says otherwise.
 // - Threads: "any thread" = may be called from several threads at once; "one thread at a time" = the caller serialises.
 #pragma once

@@ -6,9 +6,8 @@
 //   factor      = "-" factor | number | text | path | "(" expression ")"
 //   number      = digits [ "." digits ]
 //   text        = "'" characters "'", in which '' is one '
-//   path        = an entry of the workflow's dictionary, "/Jobs/Count"; it ends before a character that no path has:
-//   with a
-//                 "-" behind it a blank stands between. A blank stands before a "/" that divides and behind it.
+//   path        = an entry of the workflow's dictionary, "/Jobs/Count"; it ends before a character that no path
+//                 has: a blank stands before a "-" behind it. A blank stands before a "/" that divides and behind it.
 //
 // Whole numbers have 64 bits, and others are doubles; a number with a fraction makes the result one. "/" of whole
 // numbers is the quotient without its fraction, "%" the remainder, with the sign of the first. "&" puts two texts

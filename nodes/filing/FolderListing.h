@@ -13,9 +13,8 @@
 
 namespace OrvWorkFlow::Nodes {
 
-// Whether a name fits one of the patterns, which stand apart by ";": "*" is any characters, "?" any one. A pattern with
-// a
-// "/" is compared with the path below the folder, any other with the file's own name.
+// Whether a name fits one of the patterns, which stand apart by ";": "*" is any characters, "?" any one. One with a "/"
+// is compared with the path below the folder, any other with the file's own name.
 bool FitsPattern(std::string_view path_below, std::string_view patterns);
 
 struct ListingOrder {

@@ -15,8 +15,7 @@ class PluginTrial {
   // TryLibraries throws.
   explicit PluginTrial(IDictionary& dictionary, const std::vector<std::string>& others = {});
 
-  // Why the library of that name, as the dictionary has it, is not to be loaded: its file and what it does, in one
-  // line;
+  // Why the library of that name, as the dictionary has it, is not to be loaded: its file and what it does, in a line;
   // "" when nothing is known against it.
   std::string FaultOf(const std::string& library) const;
 

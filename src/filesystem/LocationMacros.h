@@ -15,9 +15,8 @@ struct MacroName {
   LocationMacro macro;
 };
 
-// In the order in which they are tested. "$TEMP" is the folder Temp of the Windows directory, "$WINTEMP" the user's
-// own, and
-// "$PERMANENT" the Windows directory itself.
+// In the order in which they are tested. "$TEMP" is the folder Temp of the Windows directory, "$WINTEMP" that of the
+// user, and "$PERMANENT" the Windows directory itself.
 inline constexpr MacroName kMacroNames[] = {
     {u"$TEMP", LocationMacro::Temp},           {u"$PERMANENT", LocationMacro::Permanent},
     {u"$HOSTEXEC", LocationMacro::HostExec},   {u"$WINDIR", LocationMacro::WinDir},

@@ -10,9 +10,8 @@
 namespace orv_test {
 
 // What the nodes do:
-// - "in" counts. As long as the workflow's budget lasts it fires "out", and every third time "alt" behind that; a
-// worker
-//   begins to work. The node that absorbs then takes the second workflow in when its count is the one given.
+// - "in" counts. As long as the workflow's budget lasts it fires "out", and every third time "alt" behind that;
+//   a worker begins to work. The node that absorbs then takes the second workflow in when its count is the one given.
 // - "end" fires "res" when the worker is at work, which it then is no more.
 struct RandomFlow {
   struct Target {

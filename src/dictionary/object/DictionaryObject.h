@@ -2,8 +2,8 @@
 //
 //   object/  DictionaryObject: the interface; PathForms, its operations with paths as objects; DataStore: the mutex and
 //            the operations; Redirection; ListenerList and ChangeWatches, who is notified
-//   file/    DictionaryFile finds its files, EncipheredFile reads and writes them under a key, FileRecord keeps how
-//            that ended
+//   file/    DictionaryFile finds its files, EncipheredFile reads and writes them under a key, FileRecord
+//            remembers how that ended
 //   xml/     XmlReader, XmlWriter, Escaping, TextBuffer; XmlProblems says where a text is wrong
 //   tree/    ElementTree: elements, their names (NameTable), attributes (AttributeTable), texts (Element), ChildIndex;
 //            Subtree, EntryPath, LastParent
