@@ -5,11 +5,34 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
+#include <atomic>
 #include <cerrno>
 #include <optional>
 #include <system_error>
 
 namespace OrvWorkFlow::Host {
+
+namespace {
+
+// The files of the locks that this process has. A process has few; one too many stays where it ends without order.
+std::array<std::atomic<const char*>, 8> held_files;
+
+void Remember(const char* file) noexcept {
+  for (std::atomic<const char*>& held : held_files) {
+    const char* none = nullptr;
+    if (held.compare_exchange_strong(none, file)) return;
+  }
+}
+
+void Forget(const char* file) noexcept {
+  for (std::atomic<const char*>& held : held_files) {
+    const char* remembered = file;
+    if (held.compare_exchange_strong(remembered, nullptr)) return;
+  }
+}
+
+}  // namespace
 
 struct FileLock::System {
   explicit System(const std::string& name) : path(name) {}
@@ -95,6 +118,7 @@ FileLock::FileLock(const std::string& file) : system_(std::make_unique<System>(f
   }
   if (system_->Write(std::to_string(getpid()))) {
     outcome_ = Outcome::Held;
+    Remember(system_->path.c_str());
   } else {
     Fail();
     unlink(file.c_str());  // Locked by this process, and of use to nobody.
@@ -109,7 +133,14 @@ std::string FileLock::ReadOwner(const std::string& file) {
   return system.file < 0 ? std::string() : system.Read();
 }
 
+void FileLock::RemoveFilesAtExit() noexcept {
+  for (std::atomic<const char*>& held : held_files) {
+    if (const char* const file = held.exchange(nullptr)) unlink(file);
+  }
+}
+
 FileLock::~FileLock() {
+  if (outcome_ == Outcome::Held) Forget(system_->path.c_str());
   if (outcome_ != Outcome::Held || unlink(system_->path.c_str()) == 0) return;
   unlink(system_->path.c_str());  // Once more: a failing disk may have recovered.
 }

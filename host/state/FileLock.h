@@ -27,6 +27,9 @@ class FileLock {
   // The number of the process that has, or had, the lock on the file; "" when there is none. Locks nothing.
   static std::string ReadOwner(const std::string& file);
 
+  // Removes the files of the locks that this process has, before it ends without destroying them. Allocates nothing.
+  static void RemoveFilesAtExit() noexcept;
+
   // The system's reason when it is impossible.
   const std::string& reason() const { return reason_; }
 

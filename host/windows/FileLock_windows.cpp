@@ -65,4 +65,7 @@ std::string FileLock::ReadOwner(const std::string& path) {
 
 FileLock::~FileLock() = default;
 
+// The system does that itself.
+void FileLock::RemoveFilesAtExit() noexcept {}
+
 }  // namespace OrvWorkFlow::Host

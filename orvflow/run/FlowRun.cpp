@@ -7,6 +7,7 @@
 
 #include "base/text/Counting.h"
 #include "host/files/HostFiles.h"
+#include "host/state/FileLock.h"
 #include "host/state/RunRecords.h"
 #include "orvflow/files/FileLoading.h"
 #include "orvflow/run/FlowUpdate.h"
@@ -154,6 +155,7 @@ Host::RunSettings FlowRun::MakeSettings() {
       StatusLine::Finish();
     } catch (...) {  // Without memory there is no line, but an end.
     }
+    Host::FileLock::RemoveFilesAtExit();
     std::_Exit(static_cast<int>(ExitCode::Failed));
   };
   settings.checkpoint = options_.checkpoint;

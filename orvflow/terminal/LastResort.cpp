@@ -4,19 +4,20 @@
 #include <exception>
 #include <new>
 
+#include "host/state/FileLock.h"
 #include "orvflow/terminal/Terminal.h"
 
 namespace OrvWorkFlow::Program {
 
 namespace {
 
-// The system removes nothing of a process that ends so, but a lock that is left locks nothing, and the next run removes
-// what a save has left.
+// What a save has left is removed by the next run.
 [[noreturn]] void EndWithoutMemory() {
   try {
     if (const std::exception_ptr failure = std::current_exception()) std::rethrow_exception(failure);
   } catch (const std::bad_alloc&) {
     PrintOutOfMemory();
+    Host::FileLock::RemoveFilesAtExit();
     std::_Exit(static_cast<int>(ExitCode::Failed));
   } catch (...) {
   }

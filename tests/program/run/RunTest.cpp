@@ -89,6 +89,7 @@ TEST_F(RunTest, EndsWithoutANodeThatDoesNotReturn) {
   EXPECT_EQ(result.exit_code, 1);
   EXPECT_EQ(result.error,
             "orvflow: " + flow + ": not idle after 0.1 s, and a node does not return; ended without it\n");
+  EXPECT_FALSE(std::filesystem::exists(File("flow.state.xml.lock")));
 }
 
 TEST_F(RunTest, TraceShowsTheRoadOfASignal) {
