@@ -2,7 +2,6 @@
 // nothing.
 #include <chrono>
 #include <filesystem>
-#include <future>
 #include <thread>
 
 #include "CoreObjects/MediatorLockDepth.h"
@@ -139,17 +138,10 @@ TEST_F(NoMemoryTest, ASignalIsPutIntoTheInboxOrToldAsLost) {
   AddMapping(type.c_str(), "i", "done", "R", "r", "1");
   Counter counter;
   Engine().SetRunObserver(&counter);
-  std::promise<void> in_node;
-  std::promise<void> leave_node;
-  std::future<void> may_leave = leave_node.get_future();
-  mediator.on_fire = [&](const std::string&, const std::string&, const std::string& signal) {
-    if (signal != "block") return;
-    in_node.set_value();
-    may_leave.wait();
-  };
+  BlockingNode node(mediator);
   Engine().SetStartSignal("N", "n", "block");
   ASSERT_TRUE(Engine().StartFlowing());
-  in_node.get_future().wait();
+  node.WaitUntilEntered();
   std::size_t taken = 0;
   ++MediatorLockDepth();
   FailEach([&](std::size_t n) {
@@ -160,7 +152,7 @@ TEST_F(NoMemoryTest, ASignalIsPutIntoTheInboxOrToldAsLost) {
   });
   --MediatorLockDepth();
   EXPECT_EQ(counter.failed, 0U);
-  leave_node.set_value();
+  node.Leave();
   EXPECT_TRUE(mediator.WaitForFired(1 + taken));
   EXPECT_TRUE(Engine().StopFlowing());
   EXPECT_EQ(mediator.FiredCount(), 1 + taken);

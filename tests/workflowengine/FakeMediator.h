@@ -5,6 +5,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <functional>
+#include <future>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -119,6 +120,26 @@ class FakeMediator final : public OrvWorkFlow::Sdk::ObjectProtocol<FakeMediator,
   mutable std::condition_variable changed_;
   std::vector<std::string> fired_;
   std::size_t fired_count_ = 0;
+};
+
+// The node of "N", "n": it does not return from its signal "block" until it is told to.
+class BlockingNode {
+ public:
+  explicit BlockingNode(FakeMediator& mediator) {
+    mediator.on_fire = [this](const std::string& /*type*/, const std::string& /*instance*/, const std::string& signal) {
+      if (signal != "block") return;
+      entered_.set_value();
+      may_leave_.wait();
+    };
+  }
+
+  void WaitUntilEntered() { entered_.get_future().wait(); }
+  void Leave() { leave_.set_value(); }
+
+ private:
+  std::promise<void> entered_;
+  std::promise<void> leave_;
+  std::future<void> may_leave_ = leave_.get_future();
 };
 
 }  // namespace orv_test

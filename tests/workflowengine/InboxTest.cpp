@@ -1,7 +1,6 @@
 // Signals of threads that must not wait for the pump: they are mapped by the next owner of the engine's mutex, first of
 // all and in their order.
 #include <chrono>
-#include <future>
 #include <thread>
 
 #include "CoreObjects/MediatorLockDepth.h"
@@ -133,17 +132,10 @@ TEST_F(InboxTest, TakesFromManyThreadsAtOnce) {
   constexpr int kThreads = 4;
   constexpr int kEach = 10000;  // long enough to meet each other
   mediator.keep_record = false;
-  std::promise<void> in_node;
-  std::promise<void> leave_node;
-  std::future<void> may_leave = leave_node.get_future();
-  mediator.on_fire = [&](const std::string&, const std::string&, const std::string& signal) {
-    if (signal != "first") return;
-    in_node.set_value();
-    may_leave.wait();
-  };
-  Engine().SetStartSignal("N", "n", "first");
+  BlockingNode node(mediator);
+  Engine().SetStartSignal("N", "n", "block");
   ASSERT_TRUE(Engine().StartFlowing());
-  in_node.get_future().wait();
+  node.WaitUntilEntered();
   std::atomic<int> ready = 0;
   const auto output = [&](int count) {
     ++ready;
@@ -158,7 +150,7 @@ TEST_F(InboxTest, TakesFromManyThreadsAtOnce) {
   EXPECT_EQ(State().waiting, kThreads * kEach);
   threads.clear();
   ready = 0;
-  leave_node.set_value();
+  node.Leave();
   for (int t = 0; t < kThreads; ++t) threads.emplace_back(output, kEach);  // while the inbox is emptied
   for (std::thread& thread : threads) thread.join();
   EXPECT_TRUE(mediator.WaitForFired(1 + 2 * kThreads * kEach));

@@ -170,17 +170,10 @@ TEST_F(LifecycleTest, AnOutputUnderTheMediatorsLockDoesNotWaitForThePump) {
   AddMapping("T", "i", "one", "R", "r", "1");
   AddMapping("T", "i", "two", "R", "r", "2");
   AddMapping("P", "p", "go", "N", "n", "block");
-  std::promise<void> in_node;
-  std::promise<void> leave_node;
-  std::future<void> may_leave = leave_node.get_future();
-  mediator.on_fire = [&](const std::string& type, const std::string&, const std::string&) {
-    if (type != "N") return;
-    in_node.set_value();
-    may_leave.wait();
-  };
+  BlockingNode node(mediator);
   ASSERT_TRUE(Engine().StartFlowing());
   ASSERT_TRUE(Engine().OutputSignal("P", "p", "go"));
-  in_node.get_future().wait();
+  node.WaitUntilEntered();
 
   // As the mediator does: its lock counts for the thread that holds it.
   std::thread([this] {
@@ -192,7 +185,7 @@ TEST_F(LifecycleTest, AnOutputUnderTheMediatorsLockDoesNotWaitForThePump) {
     --MediatorLockDepth();
   }).join();
   EXPECT_EQ(State().waiting, 4u);  // Unmapped, but not forgotten.
-  leave_node.set_value();
+  node.Leave();
   ASSERT_TRUE(mediator.WaitForFired(4));
   ASSERT_TRUE(WaitUntilIdle());
   EXPECT_THAT(mediator.Fired(), ElementsAre("N,n,block", "R,r,1", "R,r,2", "R,r,1"));

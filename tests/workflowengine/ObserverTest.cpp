@@ -1,6 +1,5 @@
 // What the engine tells the observer of a run, where a whole workflow hardly gets: loads, the inbox, failures.
 #include <chrono>
-#include <future>
 #include <thread>
 
 #include "CoreObjects/MediatorLockDepth.h"
@@ -71,17 +70,10 @@ TEST_F(ObserverTest, TheNumberTravelsBesideTheSignal) {
 // A signal that waits in the inbox keeps its cause, and is told when it is in the queue.
 TEST_F(ObserverTest, TheInboxKeepsTheCause) {
   AddMapping("T", "i", "one", "R", "r", "1");
-  std::promise<void> in_node;
-  std::promise<void> leave_node;
-  std::future<void> may_leave = leave_node.get_future();
-  mediator.on_fire = [&](const std::string&, const std::string&, const std::string& signal) {
-    if (signal != "block") return;
-    in_node.set_value();
-    may_leave.wait();
-  };
+  BlockingNode node(mediator);
   Engine().SetStartSignal("N", "n", "block");
   ASSERT_TRUE(Engine().StartFlowing());
-  in_node.get_future().wait();
+  node.WaitUntilEntered();
   std::thread([&] {
     ++MediatorLockDepth();
     ThisThreadsSignals().delivery.number = 77;
@@ -91,7 +83,7 @@ TEST_F(ObserverTest, TheInboxKeepsTheCause) {
     --MediatorLockDepth();
   }).join();
   EXPECT_EQ(observer.Lines().size(), 1U);
-  leave_node.set_value();
+  node.Leave();
   ASSERT_TRUE(mediator.WaitForFired(2));
   EXPECT_TRUE(Engine().StopFlowing());
   EXPECT_THAT(observer.Lines(), ElementsAre("queued 1 by 0: - > N.n.block", "queued 2 by 77: T.i.one > R.r.1",

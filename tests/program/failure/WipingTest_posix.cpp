@@ -1,64 +1,25 @@
-// Texts in the clear do not stay in memory that is given back. This program's operator delete looks into every block.
+// Texts in the clear do not stay in memory that is given back.
 #include <gtest/gtest.h>
-#include <malloc.h>
 #include <unistd.h>
 #include <CLI/App.hpp>
 
-#include <atomic>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <new>
 #include <string>
 
 #include "OrvWorkFlow/host/WorkflowHost.h"
 #include "OrvWorkFlow/sdk/MarshalledHolder.h"
 #include "orvflow/verbs/Verb.h"
+#include "tests/support/SearchedMemory_posix.h"
 #include "tests/support/TempDirectory.h"
-
-namespace {
-
-constexpr char kSecret[] = "a text that nobody may find in memory";
-
-std::atomic<bool> looking = false;
-std::atomic<int> found = 0;
-
-void LookInto(void* block) noexcept {
-  if (!looking || block == nullptr) return;
-  if (::memmem(block, ::malloc_usable_size(block), kSecret, sizeof kSecret - 1) != nullptr) ++found;
-}
-
-}  // namespace
-
-// Not inlined: else the compiler, which knows the ones it would have taken, leaves pairs of them out.
-[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-  return std::calloc(1, size == 0 ? 1 : size);
-}
-void* operator new(std::size_t size) {
-  if (void* const block = operator new(size, std::nothrow)) return block;
-  throw std::bad_alloc();
-}
-void* operator new[](std::size_t size) { return operator new(size); }
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return operator new(size, std::nothrow); }
-[[gnu::noinline]] void operator delete(void* block) noexcept {
-  LookInto(block);
-  std::free(block);
-}
-void operator delete[](void* block) noexcept { operator delete(block); }
-void operator delete(void* block, std::size_t) noexcept { operator delete(block); }
-void operator delete[](void* block, std::size_t) noexcept { operator delete(block); }
 
 namespace OrvWorkFlow::Program {
 namespace {
 
-// How many blocks that held the secret are given back in there.
+constexpr char kSecret[] = "a text that nobody may find in memory";
+
 template <class Work>
 int BlocksWithSecret(const Work& work) {
-  found = 0;
-  looking = true;
-  work();
-  looking = false;
-  return found;
+  return orv_test::BlocksThatHeld(kSecret, work);
 }
 
 // Standard input and output are files for as long as it lives.

@@ -11,7 +11,7 @@
 #include <thread>
 
 #include "nlohmann/json.hpp"
-#include "tests/program/support/ProgramFixture.h"
+#include "tests/program/support/RecordedRunFixture.h"
 #include "tests/support/SourceFolder.h"
 
 namespace orv_test {
@@ -22,15 +22,8 @@ using ::testing::Not;
 using ::testing::StartsWith;
 using Json = nlohmann::json;
 
-class HistoryTest : public ProgramFixture {
+class HistoryTest : public RecordedRunFixture {
  protected:
-  std::string Record() const { return File("run.record"); }
-
-  ProcessResult RunRecorded(const std::string& flow, const Arguments& more = {}) const {
-    Arguments arguments = {"run", flow, "--record", Record()};
-    arguments.insert(arguments.end(), more.begin(), more.end());
-    return Run(arguments);
-  }
   std::vector<Json> Events(const Arguments& more = {}) const {
     Arguments arguments = {"history", Record(), "--json"};
     arguments.insert(arguments.end(), more.begin(), more.end());

@@ -8,7 +8,7 @@
 #include <sstream>
 
 #include "nlohmann/json.hpp"
-#include "tests/program/support/ProgramFixture.h"
+#include "tests/program/support/RecordedRunFixture.h"
 
 namespace orv_test {
 namespace {
@@ -17,14 +17,8 @@ using ::testing::HasSubstr;
 using ::testing::StartsWith;
 using Json = nlohmann::json;
 
-class WhyTest : public ProgramFixture {
+class WhyTest : public RecordedRunFixture {
  protected:
-  std::string Record() const { return File("run.record"); }
-  ProcessResult RunRecorded(const std::string& flow, const Arguments& more = {}) const {
-    Arguments arguments = {"run", flow, "--record", Record()};
-    arguments.insert(arguments.end(), more.begin(), more.end());
-    return Run(arguments);
-  }
   ProcessResult Why(const std::string& what, const Arguments& more = {}) const {
     Arguments arguments = {"why", Record(), what};
     arguments.insert(arguments.end(), more.begin(), more.end());
