@@ -107,5 +107,11 @@ TEST_F(ExampleScriptTest, RowsThatAreNoneAreSetAside) {
   ExpectShown("examples/06_orders/README.md", result.output);
 }
 
+TEST_F(ExampleScriptTest, AnInboxTakesWhatComesWhileNothingRuns) {
+  const ProcessResult result = RunExample("07_inbox");
+  EXPECT_EQ(result.exit_code, 0) << result.error;
+  ExpectShown("examples/07_inbox/README.md", result.output, true);
+}
+
 }  // namespace
 }  // namespace orv_test
