@@ -101,7 +101,7 @@ void EncodeEnd(Encoder& values, std::uint64_t held, const char* continuation) {
 // What the engine, the mediator and the host write when a state is saved. It is in the record in another form.
 bool IsOfSaving(const DictionaryText& path) {
   constexpr std::string_view kSaved[] = {WorkflowSchema::kSignalQueue, WorkflowSchema::kRebootSignals,
-                                         Host::kFailedSignals, Host::kSetAsideSignals};
+                                         Host::kFailedSignals, Host::kSetAsideSignals, Host::kRetriedSignals};
   const std::string_view text(path.data, path.size);
   return std::any_of(std::begin(kSaved), std::end(kSaved), [&](std::string_view saved) {
     return text.starts_with(saved) && (text.size() == saved.size() || text[saved.size()] == '/');

@@ -75,6 +75,7 @@ void RunStanding::TakeBeginning(const Event& event) {
   run_ = run;
   name_ = event.name;
   flow_ = event.path;
+  began_ = event.time;
   was_continued_ = event.is_marked;
 }
 
@@ -183,7 +184,7 @@ std::vector<RunStanding::Absorbed> RunStanding::absorbed() const {
   return counted;
 }
 
-void RunStanding::TellFailures(IRunObserver& observer) const {
+void RunStanding::TellFailures(IRunObserver& observer, const std::function<void(std::uint64_t)>& tell_time) const {
   for (const auto& [event, route] : failures_) {
     if (event.kind != Kind::DeliveryEnded && begun_.contains(event.cause)) continue;
     const IRunObserver::Sender sender{route.sender_type.c_str(), route.sender_instance.c_str(),
@@ -191,6 +192,7 @@ void RunStanding::TellFailures(IRunObserver& observer) const {
     const IRunObserver::Receiver receiver{route.receiver_type.c_str(), route.receiver_instance.c_str(),
                                           route.receiver_signal.c_str()};
     const auto reached = static_cast<std::uint32_t>(event.count);
+    tell_time(began_ + event.time);
     if (event.kind == Kind::DeliveryEnded) {
       observer.DeliveryEnded({event.number, sender, receiver}, event.outcome, event.text.c_str());
     } else if (event.kind == Kind::SignalLost) {

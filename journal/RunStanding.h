@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <set>
 #include <string>
@@ -61,8 +62,9 @@ class RunStanding {
   // The workflow's start signal may be among these, which were queued without a sender and not by a load.
   const std::vector<Route>& started() const { return started_; }
   std::vector<Absorbed> absorbed() const;
-  // Failures that count, in the form in which an observer is told of them.
-  void TellFailures(IRunObserver& observer) const;
+  // Failures that count, in the form in which an observer is told of them; `tell_time` is told before each when it
+  // happened, in nanoseconds since 1970.
+  void TellFailures(IRunObserver& observer, const std::function<void(std::uint64_t)>& tell_time) const;
 
  private:
   void TakeBeginning(const Event& event);
@@ -77,6 +79,7 @@ class RunStanding {
   std::string name_;
   std::string before_;
   std::string flow_;
+  std::uint64_t began_ = 0;  // nanoseconds since 1970
   bool has_snapshot_ = false;
   bool has_ended_ = false;
   bool has_lost_changes_ = false;

@@ -1,6 +1,7 @@
 #include "journal/StandingState.h"
 
 #include <algorithm>
+#include <chrono>
 #include <new>
 
 #include "OrvWorkFlow/Names.h"
@@ -113,11 +114,14 @@ void WriteAbsorbed(const RunStanding& standing, IDictionary& dictionary) {
 void WriteFailed(const RunStanding& standing, IDictionary& dictionary) {
   Host::Bell bell;
   Host::DeliveryWatch watch(bell);
-  standing.TellFailures(watch);
+  standing.TellFailures(watch, [&](std::uint64_t nanoseconds) {
+    const std::chrono::nanoseconds since(nanoseconds);
+    watch.SetTime(
+        std::chrono::system_clock::time_point(std::chrono::duration_cast<std::chrono::system_clock::duration>(since)));
+  });
   Host::SignalRecords failed;
   watch.MoveFailedTo(failed);
-  if (failed.Count() == 0) return;
-  if (!Host::AppendSignalRecords(dictionary, Host::kFailedSignals, failed)) throw std::bad_alloc();
+  if (!Host::AppendNewSignalRecords(dictionary, Host::kFailedSignals, failed)) throw std::bad_alloc();
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "base/lock/Mutex.h"
+#include "host/state/UtcText.h"
 
 namespace OrvWorkFlow::Host {
 
@@ -27,7 +28,7 @@ const char* Describe(IRunObserver::Outcome outcome) {
     case IRunObserver::Outcome::TypeNotLoaded:
       return "the library of its type could not be loaded";
     case IRunObserver::Outcome::HostRefused:
-      return "the program could not take it";
+      return kNotTaken;
     case IRunObserver::Outcome::NoMemory:
       return "no memory";
   }
@@ -51,6 +52,11 @@ void Try(Action&& action) {
 }
 
 }  // namespace
+
+void DescribeDeaths(SignalRecord& signal) {
+  signal.reason = "the program died in it " + std::to_string(AttemptRecord::kMostDeaths) + " times running";
+  signal.attempts = AttemptRecord::kMostDeaths;
+}
 
 void DeliveryWatch::UseAttempts(AttemptRecord* attempts) {
   const Base::Hold lock(mutex_);
@@ -104,6 +110,10 @@ void DeliveryWatch::Saved() {
   reboot_.reset();
 }
 
+std::string DeliveryWatch::TimeText() const {
+  return UtcText(told_time_ ? *told_time_ : std::chrono::system_clock::now());
+}
+
 bool DeliveryWatch::IsSuspect(const Receiver& receiver) const {
   return suspect_ && suspect_->name.type == receiver.type && suspect_->name.instance == receiver.instance &&
          suspect_->name.signal == receiver.signal;
@@ -113,8 +123,9 @@ bool DeliveryWatch::IsSuspect(const Receiver& receiver) const {
 bool DeliveryWatch::Meets(Numbered met) {
   if (++met_ != suspect_->number) return false;
   refused_ = met.number;
-  met.signal.reason = "the program died in it " + std::to_string(AttemptRecord::kMostDeaths) + " times running";
   try {
+    DescribeDeaths(met.signal);
+    met.signal.time = TimeText();
     set_aside_.signals.push_back(std::move(met.signal));
   } catch (...) {
     has_forgotten_ = true;
@@ -223,6 +234,7 @@ void DeliveryWatch::KeepFailure(const Sender& sender, const Receiver& receiver, 
       return;
     }
     record.reason = describe();
+    record.time = TimeText();
     record.reached = reached;
     failed_.signals.push_back(std::move(record));
   } catch (...) {

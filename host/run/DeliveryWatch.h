@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <deque>
 #include <optional>
@@ -16,6 +17,12 @@
 #include "host/state/SignalRecords.h"
 
 namespace OrvWorkFlow::Host {
+
+// Why a signal failed that the host application did not take.
+inline constexpr char kNotTaken[] = "the program could not take it";
+
+// The signal is one that is set aside.
+void DescribeDeaths(SignalRecord& signal);
 
 // Any thread asks. Rings the bell when nothing is left of what was queued, and when something was set aside.
 class DeliveryWatch final : public IRunObserver {
@@ -49,6 +56,9 @@ class DeliveryWatch final : public IRunObserver {
   // How many signals failed or were lost, known or not.
   std::uint64_t CountFailures() const { return failures_; }
 
+  // What is told from now on happened then, and not just now. Before the watch is known to other threads.
+  void SetTime(std::chrono::system_clock::time_point time) { told_time_ = time; }
+
   // The state was saved.
   void Saved();
 
@@ -75,6 +85,7 @@ class DeliveryWatch final : public IRunObserver {
     DeliveryName name;
   };
 
+  std::string TimeText() const;
   bool IsSuspect(const Receiver& receiver) const;
   bool Meets(Numbered met) ORV_REQUIRES(mutex_);
   template <class Describe>
@@ -83,6 +94,7 @@ class DeliveryWatch final : public IRunObserver {
   void ForgetBegun(std::uint64_t number) ORV_REQUIRES(mutex_);
 
   Bell& bell_;
+  std::optional<std::chrono::system_clock::time_point> told_time_;
   mutable Base::Mutex mutex_;  // Guards what follows; a leaf.
   AttemptRecord* attempts_ ORV_GUARDED_BY(mutex_) = nullptr;
   std::int64_t queued_ ORV_GUARDED_BY(mutex_) = 0;  // and not ended

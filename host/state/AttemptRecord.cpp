@@ -117,4 +117,12 @@ void AttemptRecord::Renumber(const std::string& file, bool has_progress) {
   page->last.number = has_progress ? 0 : 1;
 }
 
+std::optional<DeliveryName> AttemptRecord::ReadKnownDeath(const std::string& file) {
+  const MappedPage mapped(file);
+  const auto* const page = static_cast<const Page*>(mapped.data());
+  Suspect died;
+  if (page == nullptr || page->magic != kMagic || !Read(page->last, died)) return {};
+  return died.name;
+}
+
 }  // namespace OrvWorkFlow::Host

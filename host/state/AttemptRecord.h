@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -55,6 +56,9 @@ class AttemptRecord {
   // What the file says of a run that was cut off, for one that goes on at the very delivery in which that died: it is
   // the first of its name now. With `has_progress` the run before had come further than to a death that it knew of.
   static void Renumber(const std::string& file, bool has_progress);
+
+  // The death that the run which left the file knew of; nothing for none.
+  static std::optional<DeliveryName> ReadKnownDeath(const std::string& file);
 
  private:
   struct Page;

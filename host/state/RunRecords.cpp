@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <new>
+#include <optional>
 #include <utility>
 
 #include "host/files/HostFiles.h"
@@ -47,11 +48,11 @@ bool RunRecords::WriteNew() try {
           "; the signal is set aside, and the run goes on without it");
   }
   is_unsaved_ = is_unsaved_ || failed_.Count() + set_aside_.Count() > 0;
-  if (!AppendSignalRecords(dictionary_, kFailedSignals, failed_)) return false;
+  if (!AppendNewSignalRecords(dictionary_, kFailedSignals, failed_)) return false;
   failed_ = {};
-  if (!AppendSignalRecords(dictionary_, kSetAsideSignals, set_aside_)) return false;
+  if (!AppendNewSignalRecords(dictionary_, kSetAsideSignals, set_aside_)) return false;
   set_aside_ = {};
-  return true;
+  return deliveries_.HasWork() || DropSignalRecords(dictionary_, kRetriedSignals);
 } catch (const std::bad_alloc&) {
   return false;
 }
@@ -70,6 +71,28 @@ void RenumberDeaths(const StateFile& state, bool has_progress) {
   const std::string file = state.path() + kAttemptExtension;
   if (FindFileKind(file) == FileKind::Readable) AttemptRecord::Renumber(file, has_progress);
 }
+
+// Only a suspect is not taken, but for a lack of memory.
+bool SetAsideNotTaken(IDictionary& dictionary, const StateFile& state) {
+  const std::string file = state.path() + kAttemptExtension;
+  if (FindFileKind(file) != FileKind::Readable) return true;
+  const std::optional<DeliveryName> died = AttemptRecord::ReadKnownDeath(file);
+  if (!died) return true;
+  const auto is_set_aside = [&](const SignalRecord& signal) {
+    return signal.reason == kNotTaken &&
+           DeliveryName{signal.receiver_type, signal.receiver_instance, signal.incoming_signal} == *died;
+  };
+  SignalRecords set_aside;
+  for (SignalRecord& signal : ReadSignalRecords(dictionary, kFailedSignals).signals) {
+    if (!is_set_aside(signal)) continue;
+    DescribeDeaths(signal);
+    set_aside.signals.push_back(std::move(signal));
+  }
+  return DropSignalRecords(dictionary, kFailedSignals, is_set_aside) &&
+         AppendSignalRecords(dictionary, kSetAsideSignals, set_aside);
+}
+
+bool WasCutOff(const StateFile& state) { return FindFileKind(state.path() + kAttemptExtension) != FileKind::Missing; }
 
 void ForgetDeaths(const StateFile& state) { std::remove((state.path() + kAttemptExtension).c_str()); }
 

@@ -48,6 +48,13 @@ class RunRecords {
 // Of a workflow that goes on from its record, see AttemptRecord::Renumber.
 void RenumberDeaths(const StateFile& state, bool has_progress);
 
+// Of a state that was made from its record, before RenumberDeaths: what the run did not take because the program had
+// died with it was set aside, and did not fail. False when the dictionary refuses.
+bool SetAsideNotTaken(IDictionary& dictionary, const StateFile& state);
+
+// Whether the run before has ended without a word.
+bool WasCutOff(const StateFile& state);
+
 // Of a workflow that begins anew: what an earlier run has died in counts no more.
 void ForgetDeaths(const StateFile& state);
 

@@ -16,6 +16,8 @@ namespace {
 constexpr char kSignalPrefix[] = "Signal";
 constexpr char kReason[] = "/Reason";
 constexpr char kReached[] = "/Reached";
+constexpr char kTime[] = "/Time";
+constexpr char kAttempts[] = "/Attempts";
 constexpr char kMore[] = "/More";
 
 struct Field {
@@ -37,11 +39,16 @@ bool WriteFields(IDictionary& dictionary, const std::string& entry, const Signal
   });
 }
 
+bool WriteNumber(IDictionary& dictionary, const std::string& path, std::uint32_t number) {
+  return dictionary.SetValue(path.c_str(), static_cast<std::int32_t>(std::min<std::uint32_t>(number, INT32_MAX)));
+}
+
 bool WriteRecord(IDictionary& dictionary, const std::string& entry, const SignalRecord& signal) {
   return WriteFields(dictionary, entry, signal) &&
          dictionary.SetValue((entry + kReason).c_str(), signal.reason.c_str()) &&
-         (signal.reached == 0 ||
-          dictionary.SetValue((entry + kReached).c_str(), static_cast<std::int32_t>(signal.reached)));
+         (signal.time.empty() || dictionary.SetValue((entry + kTime).c_str(), signal.time.c_str())) &&
+         (signal.attempts <= 1 || WriteNumber(dictionary, entry + kAttempts, signal.attempts)) &&
+         (signal.reached == 0 || WriteNumber(dictionary, entry + kReached, signal.reached));
 }
 
 // One more than the largest number that follows the prefix among the names.
@@ -51,6 +58,22 @@ long NextNumber(const std::vector<std::string>& names, std::string_view prefix) 
     if (name.starts_with(prefix)) next = std::max(next, std::atol(name.c_str() + prefix.size()) + 1);
   }
   return next;
+}
+
+// Of a list of kept signals.
+long NextNumberOf(IDictionary& dictionary, const std::string& path) {
+  if (path == kRetriedSignals) return NextNumber(Base::NamesBelow(dictionary, path), kSignalPrefix);
+  return std::max(NextNumber(Base::NamesBelow(dictionary, kFailedSignals), kSignalPrefix),
+                  NextNumber(Base::NamesBelow(dictionary, kSetAsideSignals), kSignalPrefix));
+}
+
+bool IsSameWay(const SignalRecord& one, const SignalRecord& other) {
+  return std::all_of(std::begin(kFields), std::end(kFields),
+                     [&](const Field& field) { return one.*field.text == other.*field.text; });
+}
+
+std::string EntryOf(const std::string& path, const SignalRecord& signal) {
+  return path + "/" + kSignalPrefix + std::to_string(signal.number - 1);
 }
 
 // A number that is there; 0 for none.
@@ -100,22 +123,33 @@ bool TakeReceiver(const std::string& mapping, SignalRecord& signal) {
   return true;
 }
 
-// Adds the signal to `queue` once for each receiver, as the engine maps it. What is left of it, from the first mapping
-// that cannot be understood, is added to `unmapped`.
-void MapSignal(IDictionary& state, SignalRecord signal, std::vector<SignalRecord>& queue,
-               std::vector<SignalRecord>& unmapped) {
+// Adds the signal to `queue` once for each receiver, as the engine maps it. False, with those that it has reached, at
+// the first mapping that cannot be understood.
+bool MapSignal(IDictionary& state, SignalRecord& signal, std::vector<SignalRecord>& queue) {
   const std::string maps = std::string(WorkflowSchema::kWorkNodes) + "/" + signal.sender_type +
                            WorkflowSchema::kInstances + "/" + signal.sender_instance + WorkflowSchema::kMaps + "/" +
                            signal.outgoing_signal;
   const std::vector<std::string> names = Base::NamesBelow(state, maps);
   for (; signal.reached < names.size(); ++signal.reached) {
     SignalRecord mapped = signal;
-    if (!TakeReceiver(Base::TextAt(state, maps + "/" + names[signal.reached]), mapped)) {
-      unmapped.push_back(std::move(signal));
-      return;
-    }
+    if (!TakeReceiver(Base::TextAt(state, maps + "/" + names[signal.reached]), mapped)) return false;
     queue.push_back(std::move(mapped));
   }
+  return true;
+}
+
+bool RemoveIfEmpty(IDictionary& dictionary, const std::string& path) {
+  return !dictionary.Exists(path.c_str()) || !Base::NamesBelow(dictionary, path).empty() ||
+         dictionary.Delete(path.c_str());
+}
+
+bool AppendToQueue(IDictionary& state, const std::vector<SignalRecord>& queue) {
+  const std::string prefix = std::string(WorkflowSchema::kSignalQueue) + WorkflowSchema::kQueueEntryPrefix;
+  long number =
+      NextNumber(Base::NamesBelow(state, WorkflowSchema::kSignalQueue), WorkflowSchema::kQueueEntryPrefix + 1);
+  return std::all_of(queue.begin(), queue.end(), [&](const SignalRecord& signal) {
+    return WriteFields(state, prefix + std::to_string(number++), signal);
+  });
 }
 
 }  // namespace
@@ -133,6 +167,9 @@ SignalRecords ReadSignalRecords(IDictionary& dictionary, const std::string& path
     SignalRecord signal;
     for (const Field& field : kFields) signal.*field.text = Base::TextAt(dictionary, entry + field.key);
     signal.reason = Base::TextAt(dictionary, entry + kReason);
+    signal.time = Base::TextAt(dictionary, entry + kTime);
+    signal.attempts = std::max(1U, static_cast<std::uint32_t>(CountAt(dictionary, entry + kAttempts)));
+    signal.number = static_cast<std::uint32_t>(std::atol(name.c_str() + sizeof(kSignalPrefix) - 1)) + 1;
     signal.reached = static_cast<std::uint32_t>(CountAt(dictionary, entry + kReached));
     records.signals.push_back(std::move(signal));
   }
@@ -142,10 +179,9 @@ SignalRecords ReadSignalRecords(IDictionary& dictionary, const std::string& path
 
 bool AppendSignalRecords(IDictionary& dictionary, const std::string& path, const SignalRecords& records) {
   if (records.Count() == 0) return true;
-  const std::vector<std::string> names = Base::NamesBelow(dictionary, path);
-  std::size_t count = names.size();
+  std::size_t count = Base::NamesBelow(dictionary, path).size();
   std::size_t more = records.more;
-  Appended appended(dictionary, path + "/" + kSignalPrefix, NextNumber(names, kSignalPrefix));
+  Appended appended(dictionary, path + "/" + kSignalPrefix, NextNumberOf(dictionary, path));
   for (const SignalRecord& signal : records.signals) {
     if (count++ >= kMostSignalRecords) {
       ++more;
@@ -158,26 +194,47 @@ bool AppendSignalRecords(IDictionary& dictionary, const std::string& path, const
   return true;
 }
 
-bool RequeueSignalRecords(IDictionary& state, const std::string& path) {
-  SignalRecords records = ReadSignalRecords(state, path);
+bool AppendNewSignalRecords(IDictionary& dictionary, const std::string& path, SignalRecords records) {
   if (records.Count() == 0) return true;
-  std::vector<SignalRecord> queue;
-  SignalRecords rest;
+  std::vector<SignalRecord> retried = ReadSignalRecords(dictionary, kRetriedSignals).signals;
+  std::vector<std::string> done;
   for (SignalRecord& signal : records.signals) {
-    if (signal.IsMapped()) {
-      queue.push_back(std::move(signal));
-    } else {
-      MapSignal(state, std::move(signal), queue, rest.signals);
+    const auto earlier = std::find_if(retried.begin(), retried.end(),
+                                      [&](const SignalRecord& other) { return IsSameWay(signal, other); });
+    if (earlier == retried.end()) continue;
+    signal.attempts += earlier->attempts;
+    done.push_back(EntryOf(kRetriedSignals, *earlier));
+    retried.erase(earlier);
+  }
+  if (!AppendSignalRecords(dictionary, path, records)) return false;
+  for (const std::string& entry : done) dictionary.Delete(entry.c_str());
+  return true;
+}
+
+bool RequeueSignalRecords(IDictionary& state, const std::string& path, const ChooseSignal& choose) {
+  std::vector<SignalRecord> queue;
+  for (SignalRecord& signal : ReadSignalRecords(state, path).signals) {
+    if (choose && !choose(signal)) continue;
+    const std::string entry = EntryOf(path, signal);
+    if (!signal.IsMapped() && !MapSignal(state, signal, queue)) {
+      if (signal.reached > 0 && !WriteNumber(state, entry + kReached, signal.reached)) return false;
+      continue;
     }
+    if (!state.Delete(entry.c_str())) return false;
+    if (signal.IsMapped()) queue.push_back(std::move(signal));
   }
-  rest.more = records.more;
-  const std::string prefix = std::string(WorkflowSchema::kSignalQueue) + WorkflowSchema::kQueueEntryPrefix;
-  long number =
-      NextNumber(Base::NamesBelow(state, WorkflowSchema::kSignalQueue), WorkflowSchema::kQueueEntryPrefix + 1);
-  for (const SignalRecord& signal : queue) {
-    if (!WriteFields(state, prefix + std::to_string(number++), signal)) return false;
-  }
-  return state.Delete(path.c_str()) && AppendSignalRecords(state, path, rest);
+  if (!RemoveIfEmpty(state, path) || !AppendToQueue(state, queue)) return false;
+  for (SignalRecord& signal : queue) signal.reason.clear();
+  return AppendSignalRecords(state, kRetriedSignals, {std::move(queue), 0});
+}
+
+bool DropSignalRecords(IDictionary& state, const std::string& path, const ChooseSignal& choose) {
+  if (!choose) return !state.Exists(path.c_str()) || state.Delete(path.c_str());
+  const std::vector<SignalRecord> signals = ReadSignalRecords(state, path).signals;
+  const bool is_done = std::all_of(signals.begin(), signals.end(), [&](const SignalRecord& signal) {
+    return !choose(signal) || state.Delete(EntryOf(path, signal).c_str());
+  });
+  return is_done && RemoveIfEmpty(state, path);
 }
 
 }  // namespace OrvWorkFlow::Host

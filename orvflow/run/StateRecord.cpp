@@ -105,50 +105,65 @@ std::string StateRecord::WhyUnusable(const Journal::RunStanding& standing, IDict
   return {};
 }
 
-void StateRecord::Recover() {
+// Nothing when there is none that says more than the state does.
+std::optional<Journal::RunStanding> StateRecord::Find(IDictionary& dictionary) const {
   const Host::FileLook look = Host::LookAtFile(path_);
-  if (look.kind == Host::FileKind::Missing) return;
+  if (look.kind == Host::FileKind::Missing) return {};
   const std::string distrust = Host::WhyNotTrusted(path_);
   if (look.kind != Host::FileKind::Readable || !distrust.empty()) {
     throw FileError(ExitCode::Failed, shown_name_, "",
                     (distrust.empty() ? "cannot be read: " + look.reason : distrust) +
                         "; the run before may have been cut off, and goes on from this file");
   }
-  if (std::ifstream(path_).peek() == std::ifstream::traits_type::eof()) return;  // It ended before its run.
-  const Journal::RunStanding standing = Read();
-  if (standing.run() == 0 || standing.has_ended() || !standing.has_snapshot()) return;
-  const Host::WorkflowHost::OwnedDictionary dictionary = host_.MakeDictionary();
+  if (std::ifstream(path_).peek() == std::ifstream::traits_type::eof()) return {};  // It ended before its run.
+  Journal::RunStanding standing = Read();
+  if (standing.run() == 0 || standing.has_ended() || !standing.has_snapshot()) return {};
   if (state_.Exists()) {
     // It may be broken: whoever continues from it says so.
-    if (!dictionary->LoadFile(state_.path().c_str())) return;
-    const std::string saved_in = Base::TextAt(*dictionary, kRunName);
+    if (!dictionary.LoadFile(state_.path().c_str())) return {};
+    const std::string saved_in = Base::TextAt(dictionary, kRunName);
     if (saved_in != standing.name() && saved_in != standing.before()) {
       throw FileError(ExitCode::DictionaryDamaged, shown_name_, "",
                       "is of another run than " + state_.shown_name() +
                           "; remove this file to go on from the state, or begin anew with --fresh");
     }
   } else if (standing.was_continued() || standing.was_saved()) {
-    return;  // Whoever removes a state wants to begin anew.
+    return {};  // Whoever removes a state wants to begin anew.
   }
-  Apply(standing, *dictionary);
+  return standing;
 }
 
-void StateRecord::Apply(const Journal::RunStanding& standing, IDictionary& dictionary) const {
+// The dictionary becomes what the state would be. False, with a line that says why, when the record cannot be used.
+bool StateRecord::Fill(const Journal::RunStanding& standing, IDictionary& dictionary) const {
   Journal::MakeDictionaryOf(standing, path_, dictionary);
   const std::string why = WhyUnusable(standing, dictionary);
   if (!why.empty()) {
     PrintErrorLine(flow_ + ": the run before was cut off, and " + why + "; " +
                    (state_.Exists() ? "it goes on from the state that was saved before" : "it begins anew"));
-    return;
+    return false;
   }
   Journal::WriteStanding(standing, dictionary);
-  if (!state_.Save([&](const char* file) { return dictionary.SaveFile(file); })) {
+  if (!Host::SetAsideNotTaken(dictionary, state_)) throw std::bad_alloc();
+  return true;
+}
+
+bool StateRecord::Recover() {
+  const Host::WorkflowHost::OwnedDictionary dictionary = host_.MakeDictionary();
+  const std::optional<Journal::RunStanding> standing = Find(*dictionary);
+  if (!standing || !Fill(*standing, *dictionary)) return false;
+  if (!state_.Save([&](const char* file) { return dictionary->SaveFile(file); })) {
     throw FileError(ExitCode::Failed, state_.shown_name(), "",
                     "cannot be written; the run before was cut off, and " + shown_name_ +
                         " says where it was: make room and run again");
   }
-  Host::RenumberDeaths(state_, standing.delivered() > 0);
-  Report(standing);
+  Host::RenumberDeaths(state_, standing->delivered() > 0);
+  Report(*standing);
+  return true;
+}
+
+bool StateRecord::Look(IDictionary& dictionary) const {
+  const std::optional<Journal::RunStanding> standing = Find(dictionary);
+  return standing && Fill(*standing, dictionary);
 }
 
 void StateRecord::Report(const Journal::RunStanding& standing) const {
@@ -161,6 +176,8 @@ void StateRecord::Report(const Journal::RunStanding& standing) const {
   }
   PrintErrorLine(line);
 }
+
+bool StateRecord::IsThere() const { return Host::FindFileKind(path_) != Host::FileKind::Missing; }
 
 void StateRecord::Remove() const { std::remove(path_.c_str()); }
 

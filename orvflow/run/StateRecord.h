@@ -22,9 +22,15 @@ class StateRecord {
   // After the host. The record of a run that has not begun goes.
   ~StateRecord();
 
+  // Whether there is one, of whatever run.
+  bool IsThere() const;
   // Before the state is looked at. The state becomes what the record says, if a run was cut off and nothing is missing
-  // in the record; what was done, or why not, is printed. Throws ProgramError and HostError.
-  void Recover();
+  // in the record; what was done, or why not, is printed. False when the state stays as it is. Throws ProgramError and
+  // HostError.
+  bool Recover();
+  // The same for a dictionary of the caller's, which becomes what the state would be. When it is false, the dictionary
+  // may hold anything.
+  bool Look(IDictionary& dictionary) const;
   // The workflow begins anew: so does the record.
   void Remove() const;
 
@@ -45,7 +51,8 @@ class StateRecord {
  private:
   Journal::RunStanding Read() const;
   std::string WhyUnusable(const Journal::RunStanding& standing, IDictionary& dictionary) const;
-  void Apply(const Journal::RunStanding& standing, IDictionary& dictionary) const;
+  std::optional<Journal::RunStanding> Find(IDictionary& dictionary) const;
+  bool Fill(const Journal::RunStanding& standing, IDictionary& dictionary) const;
   void Report(const Journal::RunStanding& standing) const;
   void TakeSnapshot(const std::string& before);
 
