@@ -1,6 +1,7 @@
 #include "orvflow/run/KeptSignals.h"
 
 #include "host/state/SignalRecords.h"
+#include "orvflow/run/FlowSource.h"
 #include "orvflow/terminal/Terminal.h"
 
 namespace OrvWorkFlow::Program {
@@ -18,6 +19,12 @@ std::string Describe(const Host::SignalRecords& records, const std::string& what
   return text + ")";
 }
 
+std::string CommandFor(const std::string& flow, const Host::StateFile& state) {
+  const std::string name = flow == kStandardInputName ? "-" : flow;
+  const bool is_named = name == "-" || Host::StateFile::NameFor(name, "") != state.shown_name();
+  return "orvflow failed " + name + (is_named ? " --state " + state.shown_name() : "");
+}
+
 }  // namespace
 
 void ReportKeptSignals(IDictionary& dictionary, const std::string& flow, const Host::StateFile& state) {
@@ -26,6 +33,7 @@ void ReportKeptSignals(IDictionary& dictionary, const std::string& flow, const H
   std::string line = flow + ": " + Describe(failed, "failed");
   if (failed.Count() > 0 && set_aside.Count() > 0) line += ", ";
   line += Describe(set_aside, "set aside") + ", kept in " + state.shown_name() + "; ";
+  line += "see " + CommandFor(flow, state) + "; ";
   if (!failed.signals.empty() || !set_aside.signals.empty()) line += "--retry delivers once more, ";
   PrintErrorLine(line + "--fresh begins anew");
 }

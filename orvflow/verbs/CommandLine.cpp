@@ -102,6 +102,7 @@ struct VerbMaker {
 constexpr VerbMaker kVerbMakers[] = {
     {"run", MakeRunVerb},
     {"status", MakeStatusVerb},
+    {"failed", MakeFailedVerb},  // of runs that have ended
     {"history", MakeHistoryVerb},
     {"why", MakeWhyVerb},
     {"check", MakeCheckVerb},

@@ -70,9 +70,40 @@ class DyingNode final : public Sdk::WorkNodeBase {
   bool OnSignal(std::string_view /*signal*/) override { std::_Exit(99); }
 };
 
+constexpr NodeInput kPickyInputs[] = {{"die", "ends the process"},
+                                      {"one", "fails until it may not"},
+                                      {"two", "fails until it may not"},
+                                      {"three", "fails until it may not"}};
+constexpr NodeOutput kPickyOutputs[] = {{"healed", false, "then"}};
+constinit const NodeDescription kPickyDescription = {.sentence = "Fails and ends the process",
+                                                     .inputs = kPickyInputs,
+                                                     .outputs = kPickyOutputs,
+                                                     .state_in_dictionary = true};
+
+// Has all its state in the dictionary. "die" ends the process while "/Counting/Deadly" is not 0, all else fails while
+// "/Counting/Ill" is not 0; else they fire "healed".
+class PickyNode final : public Sdk::WorkNodeBase {
+ public:
+  static constexpr char kTypeName[] = "PickyNode";
+  PickyNode() : Sdk::WorkNodeBase(kTypeName, kPickyDescription) {}
+
+ private:
+  bool OnSignal(std::string_view signal) override {
+    IDictionary& dictionary = WorkflowDictionary();
+    if (signal == "die") {
+      if (ReadNumber(dictionary, "/Counting/Deadly") != 0) std::_Exit(99);
+    } else if (ReadNumber(dictionary, "/Counting/Ill") != 0) {
+      throw std::runtime_error("still ill");
+    }
+    FireOutput("healed");
+    return true;
+  }
+};
+
 WorkFlowFactory pausing_node(new (std::nothrow) Sdk::NodeCreator<PausingNode>);
 WorkFlowFactory healing_node(new (std::nothrow) Sdk::NodeCreator<HealingNode>);
 WorkFlowFactory dying_node(new (std::nothrow) Sdk::NodeCreator<DyingNode>);
+WorkFlowFactory picky_node(new (std::nothrow) Sdk::NodeCreator<PickyNode>);
 
 }  // namespace
 }  // namespace OrvWorkFlow::Nodes

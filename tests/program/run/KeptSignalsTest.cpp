@@ -27,7 +27,8 @@ TEST_F(KeptSignalsTest, AFailedSignalIsDeliveredOnceMoreWhenAsked) {
   flow_ = WriteFlow({{"HealingNode", "H", "ProgramNodes", {"healed=MarkingNode,M,mark"}}, {"MarkingNode", "M"}},
                     "HealingNode,H,heal");
   const std::string kept = "orvflow: " + flow_ + ": 1 signal failed (HealingNode H heal: still ill), kept in " +
-                           state_ + "; --retry delivers once more, --fresh begins anew\n";
+                           state_ + "; see orvflow failed " + flow_ +
+                           "; --retry delivers once more, --fresh begins anew\n";
   const ProcessResult failed = RunFlow();
   EXPECT_EQ(failed.exit_code, 1);
   EXPECT_TRUE(failed.error.ends_with(kept)) << failed.error;

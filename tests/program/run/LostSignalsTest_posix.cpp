@@ -35,7 +35,7 @@ class LostSignalsTest : public FailureFixture {
   void ExpectKept(const ProcessResult& result, const std::string& signal) const {
     EXPECT_EQ(result.exit_code, 1);
     const std::string kept = "orvflow: " + flow_ + ": 1 signal failed (" + signal +
-                             ": it was lost: not enough memory), kept in " + state_ +
+                             ": it was lost: not enough memory), kept in " + state_ + "; see orvflow failed " + flow_ +
                              "; --retry delivers once more, --fresh begins anew\n";
     EXPECT_TRUE(result.error.ends_with(kept)) << result.error;
     EXPECT_TRUE(HasState());
