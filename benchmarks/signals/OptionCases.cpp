@@ -3,16 +3,13 @@
 #include <cstdint>
 #include <cstdio>
 #include <ctime>
-#include <filesystem>
 #include <functional>
-#include <optional>
 #include <string>
 #include <vector>
 
 #include "OrvWorkFlow/IRunObserver.h"
 #include "benchmarks/signals/Measure.h"
 #include "benchmarks/signals/SignalCases.h"
-#include "journal/RunRecord.h"
 
 namespace signals_bench {
 
@@ -60,31 +57,6 @@ void Compare(const std::string& what, const std::function<void(bool on)>& choose
   Judge((what + ": with / without").c_str(), Median(with) / Median(without), "of the time without", limit);
 }
 
-// The record of the run, in memory and on the disk; each file is of one measurement.
-void CompareRecord(EngineRoad& road, const std::string& folder) {
-  const std::string file = folder + "/signals_bench.record";
-  std::optional<OrvWorkFlow::Journal::RunRecord> record;
-  const auto choose = [&](bool on) {
-    OrvWorkFlow::IRunObserver* observer = nullptr;
-    if (on) {
-      std::remove(file.c_str());
-      record.emplace(file, file);
-      record->Begin({"bench", "linux", "none", false});
-      observer = &*record;
-    }
-    road.engine().SetRunObserver(observer);
-    road.mediator().SetRunObserver(observer);
-    if (!on && record) record.reset();
-  };
-  Compare(
-      "a record in " + folder + ", flow", choose, [&] { road.Flow(deliveries); }, deliveries, 1.3);
-  Compare(
-      "a record in " + folder + ", one signal", choose, [&] { road.PingPong(deliveries); }, deliveries, 1.3);
-  std::printf("a delivery takes %.0f bytes of it\n",
-              static_cast<double>(std::filesystem::file_size(file)) / static_cast<double>(deliveries));
-  std::remove(file.c_str());
-}
-
 // `most_of_flood`: what one signal at a time may cost a flood, in which each signal is a way to the GUI thread and back
 // then.
 void CompareAll(EngineRoad& road, const std::string& where, double most_of_flood) {
@@ -108,8 +80,6 @@ void Options() {
   {
     EngineRoad road(1, Host::kNone);
     CompareAll(road, " by the pump", 1.2);
-    CompareRecord(road, "/dev/shm");
-    CompareRecord(road, std::filesystem::temp_directory_path().string());
   }
   EngineRoad road(1, Host::kGuiThread);
   CompareAll(road, " across the GUI thread", 8.0);
