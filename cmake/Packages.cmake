@@ -118,6 +118,7 @@ string(TIMESTAMP orv_created "%Y-%m-%dT%H:%M:%SZ" UTC)
 orv_debian_version(orv_cli11_version libcli11-dev)
 orv_debian_version(orv_json_version nlohmann-json3-dev)
 orv_debian_version(orv_xxhash_version libxxhash-dev)
+orv_debian_version(orv_boost_version libboost-dev)
 # orv_linked(ID NAME PACKAGE|VERSION LICENCE COPYRIGHT RELATION COMMENT): one more of what the nodes' plug-ins use.
 set(orv_node_packages)
 set(orv_node_relations)

@@ -1,8 +1,10 @@
-// node build.mjs FOLDER: writes FOLDER/graph.html, the page that `orvflow graph -o x.html` fills in: one file with the
-// script, the styles and the layout program in it. The same bytes each time.
+// node build.mjs FOLDER: writes FOLDER/graph.html, the page that `orvflow graph -o x.html` fills in, and FOLDER/live.html.gz,
+// the page of `orvflow run --ui`, compressed: each one file with the script, the styles and the layout program in it. The
+// same bytes each time.
 import { createHash } from "node:crypto";
 import { mkdirSync, readFileSync, writeFileSync } from "node:fs";
 import { join } from "node:path";
+import { gzipSync } from "node:zlib";
 import { build } from "esbuild";
 
 const folder = process.argv[2] ?? ".";
@@ -28,15 +30,23 @@ function put(page, mark, text) {
   return page.replace(mark, () => text);
 }
 
-const script = await bundle("graph/main.ts");
-const style = await bundle("graph/page.css");
-const hash = createHash("sha256").update(script).digest("base64");
-let page = readFileSync("graph/page.html", "utf8");
-page = put(page, "@SCRIPT_HASH@", `'sha256-${hash}'`);
-page = put(page, "@STYLE@", style);
-page = put(page, "@SCRIPT@", script);
-for (const mark of ["@TITLE@", "@DATA@"]) {
-  if (page.split(mark).length !== 2) throw new Error(`the program needs ${mark} once`);
+async function makePage(source) {
+  const script = await bundle(`${source}/main.ts`);
+  if (/<\/script/i.test(script)) throw new Error(`${source}: the script would end its own element`);
+  const style = await bundle(`${source}/page.css`);
+  const hash = createHash("sha256").update(script).digest("base64");
+  let page = readFileSync(`${source}/page.html`, "utf8");
+  page = put(page, "@SCRIPT_HASH@", `'sha256-${hash}'`);
+  page = put(page, "@STYLE@", style);
+  return put(page, "@SCRIPT@", script);
 }
+
 mkdirSync(folder, { recursive: true });
-writeFileSync(join(folder, "graph.html"), page);
+const graph = await makePage("graph");
+for (const mark of ["@TITLE@", "@DATA@"]) {
+  if (graph.split(mark).length !== 2) throw new Error(`the program needs ${mark} once`);
+}
+writeFileSync(join(folder, "graph.html"), graph);
+const live = gzipSync(await makePage("live"), { level: 9 });
+live[9] = 255; // the system that compressed it does not show
+writeFileSync(join(folder, "live.html.gz"), live);

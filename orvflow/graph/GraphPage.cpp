@@ -127,4 +127,8 @@ std::string MakeGraphPage(const std::string& title, const std::string& dot, cons
   return page;
 }
 
+std::string MakeGraphData(const std::string& title, const std::string& dot, const Flow::Workflow& workflow) {
+  return PageData(workflow, {}).Make(title, dot).dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
 }  // namespace OrvWorkFlow::Program

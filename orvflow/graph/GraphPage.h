@@ -16,4 +16,7 @@ bool HasGraphPage();
 std::string MakeGraphPage(const std::string& title, const std::string& dot, const Flow::Workflow& workflow,
                           const Flow::Findings& findings);
 
+// The data of such a page, as JSON.
+std::string MakeGraphData(const std::string& title, const std::string& dot, const Flow::Workflow& workflow);
+
 }  // namespace OrvWorkFlow::Program

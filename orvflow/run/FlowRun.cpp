@@ -55,6 +55,7 @@ FlowRun::FlowRun(const RunOptions& options, FlowSource& source, const char* key,
       boxes_(shown_name_) {}
 
 ExitCode FlowRun::Execute() {
+  if (options_.page) page_.emplace(*options_.page, key_ == nullptr);
   MakeHost();
   Prepare();
   ChangeState();
@@ -83,6 +84,7 @@ void FlowRun::Prepare() {
   plan_ = MakeRunPlan(options_, source_, *host_, *state_);
   watch_.emplace(RunWatch::Settings{watching_.log, watching_.progress, shown_name_, state_->path()}, boxes_);
   host_->AddObserver(watch_->record());
+  if (page_) watch_->record().KeepDeliveries();
   if (!options_.record_file.empty()) {
     record_.emplace(Host::MakeAbsolutePath(options_.record_file), options_.record_file);
     host_->AddObserver(*record_);
@@ -178,7 +180,11 @@ Host::RunResult FlowRun::Run() {
   const RunWatch::Showing showing(
       *watch_, plan_.name, shown_name_ + (plan_.continued ? ": continues from " + state_->shown_name() : ": begins"),
       host_->mediator());
-  return RunUntilStopped(*host_, MakeSettings(), shown_name_, state_->CanBeWritten());
+  const RunPage::Showing page_showing(page_ ? &*page_ : nullptr);
+  if (page_) page_->Begin(*watch_, host_->dictionary(), plan_.name);
+  const Host::RunResult result = RunUntilStopped(*host_, MakeSettings(), shown_name_, state_->CanBeWritten());
+  if (page_) page_->End(result);
+  return result;
 }
 
 // False when the record lacks something, which is said then.

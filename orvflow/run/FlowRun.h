@@ -7,6 +7,7 @@
 #include "OrvWorkFlow/host/StateFile.h"
 #include "OrvWorkFlow/host/WorkflowHost.h"
 #include "journal/RunRecord.h"
+#include "orvflow/page/RunPage.h"
 #include "orvflow/run/FlowSource.h"
 #include "orvflow/run/RunOptions.h"
 #include "orvflow/run/RunPlan.h"
@@ -59,6 +60,7 @@ class FlowRun {
   const Clock::time_point start_ = Clock::now();
   std::optional<Host::StateFile> state_;  // This and what stands above is there to the host's end.
   std::optional<Host::WorkflowHost> host_;
+  std::optional<RunPage> page_;
   RunPlan plan_;
   Clock::duration load_time_{};
   std::optional<WriteDirectory> write_directory_;

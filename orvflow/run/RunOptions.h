@@ -8,6 +8,7 @@
 
 #include "OrvWorkFlow/host/HostedRun.h"
 #include "orvflow/files/Setting.h"
+#include "orvflow/page/PageOptions.h"
 
 namespace OrvWorkFlow::Program {
 
@@ -29,6 +30,7 @@ struct RunOptions {
   std::optional<std::chrono::duration<double>> time_limit;
   std::vector<std::string> plugin_directories;
   std::vector<Setting> settings;
+  std::optional<PageOptions> page;  // that shows the run
 };
 
 }  // namespace OrvWorkFlow::Program

@@ -117,6 +117,7 @@ ExitCode RunVerb::Execute() {
 // What cannot be understood is refused before anything is done.
 void RunVerb::ReadOptions() {
   options_.log_file = watch_options_.log_file();
+  options_.page = watch_options_.MakePageOptions();
   options_.time_limit = ParseSeconds("--timeout", options_.timeout);
   options_.checkpoint = ParseCheckpoint();
   if (durable_ != "process" && durable_ != "off") {

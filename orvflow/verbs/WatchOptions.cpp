@@ -39,6 +39,12 @@ WatchOptions::WatchOptions(CLI::App& command) {
                      ->type_name("N");
   progress_option_ =
       command.add_flag("--progress", progress_, "A line every minute, or =SECONDS, when not on a terminal");
+  page_option_ =
+      command.add_flag("--ui", page_, "Shows the run in a browser, at an address that is printed; =PORT there");
+  token_option_ = command
+                      .add_option("--ui-token-file", token_file_,
+                                  "The token in that address, for scripts; else it is a new one each time")
+                      ->type_name("FILE");
 }
 
 LogOptions WatchOptions::MakeLogOptions() const {
@@ -79,6 +85,20 @@ std::optional<std::chrono::duration<double>> WatchOptions::ProgressInterval() co
     throw UsageError("--progress=" + progress_ + ": not a number of seconds above 0");
   }
   return std::chrono::duration<double>(seconds);
+}
+
+std::optional<PageOptions> WatchOptions::MakePageOptions() const {
+  if (!IsGiven(page_option_)) {
+    if (IsGiven(token_option_)) throw UsageError("--ui-token-file needs --ui");
+    return std::nullopt;
+  }
+  PageOptions options;
+  options.token_file = token_file_;
+  if (page_ == kFlagWithoutValue) return options;
+  const char* const end = page_.data() + page_.size();
+  const std::from_chars_result result = std::from_chars(page_.data(), end, options.port);
+  if (result.ec == std::errc() && result.ptr == end && options.port > 0) return options;
+  throw UsageError("--ui=" + page_ + ": not a port, a number from 1 to 65535");
 }
 
 std::optional<std::uint64_t> ParseSize(std::string_view text) {

@@ -1,4 +1,4 @@
-// The options with which a run is watched: trace, log and progress.
+// The options with which a run is watched: trace, log, progress and page.
 #pragma once
 
 #include <chrono>
@@ -6,6 +6,7 @@
 #include <string>
 
 #include "CLI/App.hpp"
+#include "orvflow/page/PageOptions.h"
 #include "orvflow/watch/Tracing.h"
 
 namespace OrvWorkFlow::Program {
@@ -27,6 +28,8 @@ class WatchOptions {
   LogOptions MakeLogOptions() const;
   // How often a line tells how far the run is; nothing without --progress.
   std::optional<std::chrono::duration<double>> ProgressInterval() const;
+  // The page that shows the run; nothing without --ui.
+  std::optional<PageOptions> MakePageOptions() const;
 
  private:
   LogLevel ParseLevel() const;
@@ -37,6 +40,10 @@ class WatchOptions {
   const CLI::Option* level_option_;
   const CLI::Option* size_option_;
   const CLI::Option* progress_option_;
+  const CLI::Option* page_option_;
+  const CLI::Option* token_option_;
+  std::string page_;
+  std::string token_file_;
   std::string trace_;
   std::string log_file_;
   std::string log_level_;

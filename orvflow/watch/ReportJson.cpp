@@ -1,11 +1,8 @@
-#include "nlohmann/json.hpp"
-#include "orvflow/watch/RunReport.h"
+#include "orvflow/watch/ReportJson.h"
 
 namespace OrvWorkFlow::Program {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 double Seconds(std::chrono::nanoseconds time) { return std::chrono::duration<double>(time).count(); }
 
@@ -63,22 +60,25 @@ Json UntakenAsJson(const RunDetails& details) {
 
 }  // namespace
 
-std::string ReportAsJson(const RunDetails& details) {
+Json MakeReportJson(const RunDetails& details) {
   const RunStanding& standing = details.standing;
-  const Json json = {{"version", 1},
-                     {"title", details.title},
-                     {"seconds", Seconds(standing.run_time)},
-                     {"delivered", standing.delivered},
-                     {"per_second", standing.per_second},
-                     {"waiting", standing.waiting},
-                     {"failed", standing.failures},
-                     {"since_save", standing.since_save ? Json(Seconds(*standing.since_save)) : Json(nullptr)},
-                     {"at_work", WorkAsJson(details)},
-                     {"queue", QueueAsJson(details)},
-                     {"nodes", NodesAsJson(details)},
-                     {"failures", FailuresAsJson(details)},
-                     {"untaken", UntakenAsJson(details)}};
-  return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+  return {{"version", 1},
+          {"title", details.title},
+          {"seconds", Seconds(standing.run_time)},
+          {"delivered", standing.delivered},
+          {"per_second", standing.per_second},
+          {"waiting", standing.waiting},
+          {"failed", standing.failures},
+          {"since_save", standing.since_save ? Json(Seconds(*standing.since_save)) : Json(nullptr)},
+          {"at_work", WorkAsJson(details)},
+          {"queue", QueueAsJson(details)},
+          {"nodes", NodesAsJson(details)},
+          {"failures", FailuresAsJson(details)},
+          {"untaken", UntakenAsJson(details)}};
+}
+
+std::string ReportAsJson(const RunDetails& details) {
+  return MakeReportJson(details).dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 
 }  // namespace OrvWorkFlow::Program

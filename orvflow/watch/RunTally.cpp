@@ -14,11 +14,11 @@ namespace {
 // As many distinct failures are kept; further ones are only counted.
 constexpr std::size_t kMostFailures = 200;
 
-std::string NameOf(const IRunObserver::Sender& sender) {
+std::string NameOfSender(const IRunObserver::Sender& sender) {
   return NameOfEnd(sender.type, sender.instance, sender.signal);
 }
 
-std::string NameOf(const IRunObserver::Receiver& receiver) {
+std::string NameOfReceiver(const IRunObserver::Receiver& receiver) {
   return NameOfEnd(receiver.type, receiver.instance, receiver.signal);
 }
 
@@ -31,7 +31,7 @@ std::string NumberText(std::uint64_t number) {
 }
 
 std::string SenderText(const IRunObserver::Delivery& delivery) {
-  if (!IsNone(delivery.sender)) return NameOf(delivery.sender);
+  if (!IsNone(delivery.sender)) return NameOfSender(delivery.sender);
   return delivery.number < IRunObserver::kPastQueue ? "start" : "reboot";
 }
 
@@ -146,7 +146,7 @@ void RunTally::SignalIgnored(const IgnoredSignal& signal) {
       }
       untaken.is_declared = signal.has_maps_key;
     }
-    if (listener_.wants_line(false)) listener_.line(false, NameOf(signal.sender) + " -> nothing takes it");
+    if (listener_.wants_line(false)) listener_.line(false, NameOfSender(signal.sender) + " -> nothing takes it");
   });
 }
 
@@ -155,9 +155,10 @@ void RunTally::MappingNotRead(const UnreadMapping& mapping) {
   WithoutThrowing([&] {
     std::string text = std::string(mapping.path) + ": ";
     if (mapping.text == nullptr) {
-      text += "the mapping of " + NameOf(mapping.sender) + " cannot be read; it has to be a text TYPE,INSTANCE,SIGNAL";
+      text += "the mapping of " + NameOfSender(mapping.sender) +
+              " cannot be read; it has to be a text TYPE,INSTANCE,SIGNAL";
     } else {
-      text += "the mapping \"" + std::string(mapping.text) + "\" of " + NameOf(mapping.sender) +
+      text += "the mapping \"" + std::string(mapping.text) + "\" of " + NameOfSender(mapping.sender) +
               " is not of the form TYPE,INSTANCE,SIGNAL";
     }
     if (listener_.wants_line(true)) listener_.line(true, text);
@@ -171,8 +172,8 @@ void RunTally::SignalLost(const LostSignal& signal) {
     const char* const reason =
         signal.reason == LossReason::NoDictionary ? "there is no dictionary" : "not enough memory";
     const bool is_mapped = *signal.receiver.type != '\0';
-    const std::string text = "the signal " + (IsNone(signal.sender) ? "" : NameOf(signal.sender) + " ") +
-                             (is_mapped ? "for " + NameOf(signal.receiver) + " " : "") + "was lost: " + reason;
+    const std::string text = "the signal " + (IsNone(signal.sender) ? "" : NameOfSender(signal.sender) + " ") +
+                             (is_mapped ? "for " + NameOfReceiver(signal.receiver) + " " : "") + "was lost: " + reason;
     if (listener_.wants_line(true)) listener_.line(true, text);
     KeepSilentFailure(text);
   });
@@ -182,44 +183,50 @@ void RunTally::DeliveryBegun(const Delivery& delivery) {
   WithoutThrowing([&] {
     const Base::Hold lock(mutex_);
     StopWaiting(delivery.number);
-    running_.push_back({delivery.number,
-                        names_.NumberOf(delivery.receiver.type, delivery.receiver.instance, delivery.receiver.signal),
-                        Clock::now()});
+    running_.push_back(
+        {delivery.number, names_.NumberOf(delivery.sender.type, delivery.sender.instance, delivery.sender.signal),
+         names_.NumberOf(delivery.receiver.type, delivery.receiver.instance, delivery.receiver.signal), Clock::now()});
   });
 }
 
-RunTally::Clock::duration RunTally::EndDelivery(const Delivery& delivery, Outcome outcome) {
+RunTally::Clock::duration RunTally::EndDelivery(const Delivery& delivery, Outcome outcome, const char* text) {
   const Base::Hold lock(mutex_);
   ++numbers_.delivered;
   if (outcome != Outcome::Accepted) ++numbers_.failures;
   if (SilentReason(outcome) != nullptr) ++numbers_.silent;
   StopWaiting(delivery.number);
-  Clock::duration time{};
+  const Clock::time_point now = Clock::now();
+  Running ended = {delivery.number, {}, {}, now};
   const auto running = std::find_if(running_.begin(), running_.end(),
                                     [&](const Running& each) { return each.number == delivery.number; });
   if (running != running_.end()) {
-    time = Clock::now() - running->begin;
+    ended = *running;
     running_.erase(running);
+  } else {
+    ended.sender = names_.NumberOf(delivery.sender.type, delivery.sender.instance, delivery.sender.signal);
+    ended.receiver = names_.NumberOf(delivery.receiver.type, delivery.receiver.instance, delivery.receiver.signal);
   }
-  NodeCounts& counts = CountsOf(names_.NumberOfNode(delivery.receiver.type, delivery.receiver.instance));
+  NodeCounts& counts = CountsOf(ended.receiver.node);
   ++counts.delivered;
   if (outcome != Outcome::Accepted) ++counts.failed;
+  const Clock::duration time = now - ended.begin;
+  if (log_) log_->Add({0, ended.number, ended.sender, ended.receiver, ended.begin, time, outcome, text});
   return time;
 }
 
 void RunTally::DeliveryEnded(const Delivery& delivery, Outcome outcome, const char* text) {
   WithoutThrowing([&] {
-    const Clock::duration time = EndDelivery(delivery, outcome);
+    const Clock::duration time = EndDelivery(delivery, outcome, text);
     const bool is_failure = outcome != Outcome::Accepted;
     if (listener_.wants_line(is_failure)) {
       listener_.line(is_failure, NumberText(delivery.number) + " " + SenderText(delivery) + " -> " +
-                                     NameOf(delivery.receiver) + ": " + AnswerText(outcome, text) + ", " +
+                                     NameOfReceiver(delivery.receiver) + ": " + AnswerText(outcome, text) + ", " +
                                      DurationText(time));
     }
     if (outcome == Outcome::Threw && *text != '\0') listener_.reason(text);
     const char* const silent = SilentReason(outcome);
     if (silent == nullptr) return;
-    KeepSilentFailure("the signal " + NameOf(delivery.receiver) + " of " + SenderText(delivery) +
+    KeepSilentFailure("the signal " + NameOfReceiver(delivery.receiver) + " of " + SenderText(delivery) +
                       " was not delivered: " + silent);
   });
 }
@@ -281,20 +288,52 @@ std::vector<RunTally::Node> RunTally::GetNodes() const {
   return nodes;
 }
 
+std::string RunTally::NameOf(const NodeNames::End& end) const {
+  if (end.node == NodeNames::kNone) return {};
+  const NodeNames::Node& node = names_.NodeOf(end.node);
+  return NameOfEnd(node.type, node.instance, names_.SignalOf(end.signal));
+}
+
 std::vector<RunTally::Waiting> RunTally::FirstWaiting(std::size_t most) const {
-  const auto name_of = [this](const NodeNames::End& end) ORV_NO_THREAD_CHECK {
-    if (end.node == NodeNames::kNone) return std::string();
-    const NodeNames::Node& node = names_.NodeOf(end.node);
-    return NameOfEnd(node.type, node.instance, names_.SignalOf(end.signal));
-  };
   const Base::Hold lock(mutex_);
   std::vector<Waiting> waiting;
   for (std::size_t i = 0; i < queue_.size() && waiting.size() < most; ++i) {
     const Entry& entry = queue_[i];
     if (!entry.is_waiting) continue;
-    waiting.push_back({first_number_ + i, name_of(entry.sender), name_of(entry.receiver)});
+    waiting.push_back({first_number_ + i, NameOf(entry.sender), NameOf(entry.receiver)});
   }
   return waiting;
+}
+
+void RunTally::KeepDeliveries() {
+  const Base::Hold lock(mutex_);
+  log_ = std::make_unique<DeliveryLog>();
+}
+
+std::vector<RunTally::Past> RunTally::Describe(const std::vector<DeliveryLog::Past>& deliveries) const {
+  std::vector<Past> all;
+  for (const DeliveryLog::Past& each : deliveries) {
+    std::string sender = NameOf(each.sender);
+    if (sender.empty()) sender = each.number < kPastQueue ? "start" : "reboot";
+    all.push_back({each.place, each.number, std::move(sender), NameOf(each.receiver), each.begin, each.time,
+                   each.outcome, each.text});
+  }
+  return all;
+}
+
+std::vector<RunTally::Past> RunTally::DeliveriesAfter(std::uint64_t place, std::size_t most) const {
+  const Base::Hold lock(mutex_);
+  return log_ ? Describe(log_->After(place, most)) : std::vector<Past>();
+}
+
+std::vector<RunTally::Past> RunTally::DeliveriesOf(std::string_view type, std::string_view instance) {
+  const Base::Hold lock(mutex_);
+  return log_ ? Describe(log_->OfNode(names_.NumberOfNode(type, instance))) : std::vector<Past>();
+}
+
+std::vector<RunTally::Past> RunTally::FailedDeliveries() const {
+  const Base::Hold lock(mutex_);
+  return log_ ? Describe(log_->Failed()) : std::vector<Past>();
 }
 
 std::vector<RunTally::Untaken> RunTally::GetUntaken() const {

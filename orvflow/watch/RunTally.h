@@ -6,6 +6,7 @@
 #include <deque>
 #include <functional>
 #include <map>
+#include <memory>
 #include <set>
 #include <string>
 #include <string_view>
@@ -14,6 +15,7 @@
 
 #include "OrvWorkFlow/IRunObserver.h"
 #include "base/lock/Mutex.h"
+#include "orvflow/watch/DeliveryLog.h"
 #include "orvflow/watch/NodeNames.h"
 
 namespace OrvWorkFlow::Program {
@@ -51,6 +53,17 @@ class RunTally final : public IRunObserver {
     std::uint64_t failures = 0;  // deliveries that failed, mappings that were not read, signals that were lost
     std::uint64_t silent = 0;    // of these: such as no message box tells
   };
+  // A delivery that has ended.
+  struct Past {
+    std::uint64_t place = 0;  // in the order of their ends: 1, 2, 3...
+    std::uint64_t number = 0;
+    std::string sender;    // "TYPE INSTANCE.SIGNAL"; "start" or "reboot" where there is none
+    std::string receiver;  // the same
+    Clock::time_point begin;
+    Clock::duration time{};
+    Outcome outcome = Outcome::Accepted;
+    std::string text;  // of a failure
+  };
   // An output signal that nothing took.
   struct Untaken {
     std::string type;
@@ -80,6 +93,9 @@ class RunTally final : public IRunObserver {
   RunTally& operator=(const RunTally&) = delete;
   ~RunTally() = default;
 
+  // The last deliveries are kept from now on.
+  void KeepDeliveries();
+
   Numbers GetNumbers() const;
   // All deliveries that run now, the longest first.
   std::vector<Work> GetWork() const;
@@ -91,6 +107,10 @@ class RunTally final : public IRunObserver {
   std::vector<SilentFailure> GetSilentFailures() const;
   // Those that first happened since the last call.
   std::vector<std::string> TakeNewSilentFailures();
+  // With KeepDeliveries, the oldest first; as many as DeliveryLog.h says. Of those behind a place the last `most`.
+  std::vector<Past> DeliveriesAfter(std::uint64_t place, std::size_t most) const;
+  std::vector<Past> DeliveriesOf(std::string_view type, std::string_view instance);
+  std::vector<Past> FailedDeliveries() const;
   // Whether the node fired this output signal and something took it.
   bool WasTaken(std::string_view type, std::string_view instance, std::string_view signal);
 
@@ -112,6 +132,7 @@ class RunTally final : public IRunObserver {
   };
   struct Running {
     std::uint64_t number = 0;
+    NodeNames::End sender;
     NodeNames::End receiver;
     Clock::time_point begin;
   };
@@ -127,7 +148,9 @@ class RunTally final : public IRunObserver {
   Work Describe(const Running& running, Clock::time_point now) const ORV_REQUIRES(mutex_);
   // Null for a number that is not there.
   Entry* EntryOf(std::uint64_t number) ORV_REQUIRES(mutex_);
-  Clock::duration EndDelivery(const Delivery& delivery, Outcome outcome);
+  Clock::duration EndDelivery(const Delivery& delivery, Outcome outcome, const char* text);
+  std::string NameOf(const NodeNames::End& end) const ORV_REQUIRES(mutex_);
+  std::vector<Past> Describe(const std::vector<DeliveryLog::Past>& deliveries) const ORV_REQUIRES(mutex_);
   void CountUntold();
   void KeepSilentFailure(const std::string& text);
 
@@ -145,6 +168,7 @@ class RunTally final : public IRunObserver {
   std::set<NodeNames::End> taken_ ORV_GUARDED_BY(mutex_);
   std::vector<SilentFailure> failures_ ORV_GUARDED_BY(mutex_);
   std::size_t failures_taken_ = 0;
+  std::unique_ptr<DeliveryLog> log_ ORV_GUARDED_BY(mutex_);  // Null where none is kept.
 };
 
 // "TYPE INSTANCE.SIGNAL".

@@ -143,7 +143,8 @@ void RunWatch::ShowStanding() {
 
 std::uint64_t RunWatch::RateAt(Clock::time_point now, std::uint64_t delivered) {
   const Base::Hold lock(mutex_);
-  samples_.push_back({now, delivered});
+  // Whoever looks more often does not shorten the time.
+  if (samples_.empty() || now - samples_.back().time >= kInterval) samples_.push_back({now, delivered});
   if (samples_.size() > kSamples) samples_.pop_front();
   const std::chrono::duration<double> time = now - samples_.front().time;
   if (time < kInterval) return 0;

@@ -68,6 +68,12 @@ class RunWatch {
   // Tells what nothing took where it should have been; returns how many of these are failures. After End.
   unsigned TellUntaken(IDictionary& dictionary);
 
+  // When the run began. After Begin.
+  std::chrono::steady_clock::time_point begin() const { return begin_; }
+
+  // How the run stands. Any thread, between Begin and End.
+  RunDetails GetDetails();
+
   // Boxes and silent failures.
   unsigned CountFailures() const;
 
@@ -87,7 +93,6 @@ class RunWatch {
   RunStanding GetStanding();
   void AddWork(RunStanding& standing, Clock::time_point now);
   std::uint64_t RateAt(Clock::time_point now, std::uint64_t delivered);
-  RunDetails GetDetails();
   std::string MakeReport();
 
   const Settings settings_;
@@ -111,7 +116,7 @@ class RunWatch {
     Clock::time_point time;
     std::uint64_t delivered = 0;
   };
-  std::deque<Sample> samples_;
+  std::deque<Sample> samples_ ORV_GUARDED_BY(mutex_);
 
   std::thread thread_;
   std::optional<StatusServer> server_;

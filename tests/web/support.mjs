@@ -1,5 +1,5 @@
 // The program under test, flows made on the fly, and a browser.
-import { execFileSync } from "node:child_process";
+import { execFileSync, spawn } from "node:child_process";
 import { mkdtempSync, readFileSync, rmSync, writeFileSync } from "node:fs";
 import { tmpdir } from "node:os";
 import { dirname, join } from "node:path";
@@ -35,14 +35,16 @@ function escape(text) {
   return text.replace(/[&<>]/g, (c) => ({ "&": "&amp;", "<": "&lt;", ">": "&gt;" })[c]);
 }
 
-// `maps` of a node: ["fired", "Type,Instance,taken"]...
+// `maps` of a node: ["fired", "Type,Instance,taken", ...]...; `parameters`: { name: text }
 export function writeFlow(name, title, nodes, start) {
   const types = new Map();
   for (const node of nodes) types.set(node.type, [...(types.get(node.type) ?? []), node]);
   const instance = (node) =>
     `<${node.name}><wfName __type="str">F</wfName><maps>${node.maps
-      .map(([fired, text]) => `<${fired}><map0 __type="str">${escape(text)}</map0></${fired}>`)
-      .join("")}</maps></${node.name}>`;
+      .map(([fired, ...texts]) => `<${fired}>${texts.map((text, i) => `<map${i} __type="str">${escape(text)}</map${i}>`).join("")}</${fired}>`)
+      .join("")}</maps><Parameters>${Object.entries(node.parameters ?? {})
+      .map(([name, text]) => `<${name} __type="str">${escape(text)}</${name}>`)
+      .join("")}</Parameters></${node.name}>`;
   const text = `<?xml version="1.0" encoding="UTF-8" standalone="yes"?>
 <IDictionaryRoot IDictionaryFileVersion="2.0.0.0"><WorkFlowEngine>
 <WorkFlowName __type="str">${escape(title)}</WorkFlowName>
@@ -65,6 +67,23 @@ export function writeFlow(name, title, nodes, start) {
   return path;
 }
 
+// `orvflow run FLOW --ui`, from the line with its address to its end: { address, stop(), ended }.
+export function showRun(flow, ...options) {
+  const child = spawn(command[0], [...command.slice(1), "run", flow, "--fresh", "--force", "--ui", ...options], { cwd: folder, stdio: ["pipe", "pipe", "pipe"] });
+  const run = { child, error: "", ended: new Promise((resolve) => child.on("close", (code) => resolve(code))) };
+  child.stdin.end();
+  child.stdout.resume();
+  return new Promise((resolve, reject) => {
+    child.stderr.on("data", (bytes) => {
+      run.error += bytes;
+      run.address = /http:\/\/127\.0\.0\.1:\d+\/\?token=\w+/.exec(run.error)?.[0];
+      if (run.address) resolve(run);
+    });
+    child.on("error", reject);
+    child.on("close", () => reject(new Error(`the run ended: ${run.error}`)));
+  });
+}
+
 let browser;
 export async function startBrowser() {
   browser = await puppeteer.launch({
@@ -78,7 +97,7 @@ export async function stopBrowser() {
 }
 
 // Opens a page and waits until it is drawn. What it asked for, and what went wrong in it, is in `asked` and `errors`.
-export async function open(file, { width = 1280, height = 800, scheme = "light", before } = {}) {
+export async function open(place, { width = 1280, height = 800, scheme = "light", before } = {}) {
   const page = await browser.newPage();
   page.asked = [];
   page.errors = [];
@@ -92,7 +111,7 @@ export async function open(file, { width = 1280, height = 800, scheme = "light",
   await page.setViewport({ width, height });
   await page.emulateMediaFeatures([{ name: "prefers-color-scheme", value: scheme }]);
   await before?.(page);
-  await page.goto(pathToFileURL(file).href);
+  await page.goto(/^http:/.test(place) ? place : pathToFileURL(place).href);
   await page.waitForSelector("html[data-drawn]", { timeout: 120000 });
   return page;
 }

@@ -1,0 +1,210 @@
+#include "orvflow/page/RunPage.h"
+
+#include <cstdlib>
+#include <exception>
+#include <fstream>
+#include <iterator>
+#include <system_error>
+#include <vector>
+
+#include "flow/drawing/Drawing.h"
+#include "host/files/HostFiles.h"
+#include "monitor/RequestRules.h"
+#include "orvflow/graph/GraphPage.h"
+#include "orvflow/page/Metrics.h"
+#include "orvflow/page/PageJson.h"
+#include "orvflow/terminal/StopRequest.h"
+#include "orvflow/terminal/Terminal.h"
+
+namespace OrvWorkFlow::Program {
+
+// web/live, made into one compressed file; empty in a build without it.
+extern const std::string_view kRunPage;
+
+namespace {
+
+// Of an update; a table shows no more anyway.
+constexpr std::size_t kDeliveriesAtOnce = 200;
+constexpr std::size_t kMostWaiting = 1000;
+constexpr std::chrono::seconds kQuiet{1};        // without a change, an update comes every so often
+constexpr std::chrono::seconds kWiringStays{1};  // until it is read anew for whoever asks
+constexpr std::size_t kShortestToken = 16;
+
+bool IsTokenText(const std::string& text) {
+  return text.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_.~") ==
+         std::string::npos;
+}
+
+std::string TokenFrom(const std::string& name) {
+  if (name.empty()) return Monitor::MakeToken();
+  std::ifstream file(Host::MakeAbsolutePath(name), std::ios::binary);
+  std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+  if (!file.is_open() || file.bad()) throw FileError(ExitCode::Failed, name, "", "the token cannot be read");
+  if (!text.empty() && text.back() == '\n') text.pop_back();
+  if (!text.empty() && text.back() == '\r') text.pop_back();
+  if (text.size() >= kShortestToken && text.size() <= 200 && IsTokenText(text)) return text;
+  throw FileError(ExitCode::Failed, name, "", "holds no token: 16 to 200 letters, digits and -_.~ in one line are one");
+}
+
+Json NodeAsJson(const RunTally::Node& node) {
+  return {{"type", node.type},           {"instance", node.instance}, {"made", node.made},      {"busy", node.busy},
+          {"delivered", node.delivered}, {"failed", node.failed},     {"waiting", node.waiting}};
+}
+
+Monitor::Content JsonContent(const Json& json) { return {200, "application/json", Written(json) + "\n"}; }
+
+const char* StateAfter(const Host::RunResult& result) {
+  if (result.end == Host::RunEnd::Idle) return "ended";
+  return result.saved ? "saved" : "stopped";
+}
+
+}  // namespace
+
+RunPage::RunPage(const PageOptions& options, bool shows_values) try
+    : shows_values_(shows_values),
+      token_file_(options.token_file),
+      token_(TokenFrom(options.token_file)),
+      server_(options.port, token_, {}) {
+} catch (const Monitor::ServerProblem& problem) {
+  throw ProgramError(ExitCode::Failed, "--ui: port " + std::to_string(options.port) + " cannot be had (" +
+                                           problem.what() + "); name another one, or none for any that is free");
+}
+
+void RunPage::Begin(RunWatch& watch, IDictionary& dictionary, const std::string& workflow_name) {
+  watch_ = &watch;
+  dictionary_ = &dictionary;
+  name_ = workflow_name;
+  try {
+    server_.Start(*this);
+  } catch (const std::system_error&) {  // The run is worth more than its page.
+    PrintErrorLine("--ui: not enough memory or threads; the run is not shown");
+    return;
+  }
+  // A token that stays the same does not get into logs.
+  const std::string address = "http://127.0.0.1:" + std::to_string(server_.port()) + "/?token=";
+  PrintErrorLine("the run is shown at " + address +
+                 (token_file_.empty() ? token_ : " and the token in " + token_file_));
+}
+
+void RunPage::End(const Host::RunResult& result) noexcept {
+  std::string last;
+  try {
+    last = MakeWhole(watch_->GetDetails(), StateAfter(result));
+  } catch (const std::exception&) {  // Without a last word.
+  }
+  server_.Stop(last);
+}
+
+const char* RunPage::StateNow() const { return RequestedStop() == StopRequest::None ? "running" : "stopping"; }
+
+Json RunPage::Standing(const RunDetails& details, const char* state) const {
+  Json standing = MakeReportJson(details);
+  standing["name"] = name_;
+  standing["state"] = state;
+  return standing;
+}
+
+std::string RunPage::MakeWhole(const RunDetails& details, const char* state) const {
+  Json update = Standing(details, state);
+  update["kind"] = "all";
+  update["deliveries"] = DeliveriesAsJson(watch_->record().DeliveriesAfter(0, kDeliveriesAtOnce), watch_->begin());
+  return Written(update);
+}
+
+std::string RunPage::WholeUpdate() { return MakeWhole(watch_->GetDetails(), StateNow()); }
+
+// Whether anything but the time is different.
+bool RunPage::HasChanged(const RunDetails& details, const char* state) {
+  const RunStanding& standing = details.standing;
+  std::string text = std::string(state) + " " + std::to_string(standing.delivered) + " " +
+                     std::to_string(standing.waiting) + " " + std::to_string(standing.failures) + " " +
+                     std::to_string(standing.per_second) + " " + std::to_string(details.untaken.size());
+  for (const RunTally::Work& work : details.work) text += " " + std::to_string(work.number);
+  for (const RunTally::Node& node : details.nodes) text += node.busy ? '1' : node.made ? '2' : '0';
+  if (text == known_standing_ && Clock::now() - last_update_ < kQuiet) return false;
+  known_standing_ = std::move(text);
+  last_update_ = Clock::now();
+  return true;
+}
+
+std::string RunPage::Update() {
+  const RunDetails details = watch_->GetDetails();
+  const char* const state = StateNow();
+  if (!HasChanged(details, state)) return {};
+  RunDetails rest = details;
+  rest.nodes.clear();
+  Json update = Standing(rest, state);
+  update["kind"] = "some";
+  Json nodes = Json::array();
+  for (const RunTally::Node& node : details.nodes) {
+    Json& known = known_nodes_[{node.type, node.instance}];
+    Json now = NodeAsJson(node);
+    if (known == now) continue;
+    known = now;
+    nodes.push_back(std::move(now));
+  }
+  update["nodes"] = std::move(nodes);
+  const std::vector<RunTally::Past> deliveries = watch_->record().DeliveriesAfter(last_place_, kDeliveriesAtOnce);
+  if (!deliveries.empty()) last_place_ = deliveries.back().place;
+  update["deliveries"] = DeliveriesAsJson(deliveries, watch_->begin());
+  return Written(update);
+}
+
+// It may have taken another workflow in since.
+const Flow::Workflow& RunPage::ReadWiring() {
+  const Clock::time_point now = Clock::now();
+  if (wiring_ && now - wiring_read_ < kWiringStays) return *wiring_;
+  wiring_ = Flow::ReadWorkflow(*dictionary_);
+  wiring_read_ = now;
+  return *wiring_;
+}
+
+std::string RunPage::GraphText() {
+  const Flow::Workflow& wiring = ReadWiring();
+  return MakeGraphData(name_, Flow::DrawAsDot(wiring, {}, name_), wiring);
+}
+
+Monitor::Content RunPage::NodeContent(const std::string& type, const std::string& instance) {
+  const Flow::Instance* found = nullptr;
+  for (const Flow::NodeType& each : ReadWiring().types) {
+    for (const Flow::Instance& one : each.instances) {
+      if (each.name == type && one.name == instance) found = &one;
+    }
+  }
+  if (found == nullptr) return {404, "text/plain; charset=utf-8", "there is no such node\n"};
+  return JsonContent(
+      {{"type", type},
+       {"instance", instance},
+       {"path", found->path},
+       {"values_hidden", !shows_values_},
+       {"values", shows_values_ ? ValuesBelow(*dictionary_, found->path) : Json::array()},
+       {"deliveries", DeliveriesAsJson(watch_->record().DeliveriesOf(type, instance), watch_->begin())}});
+}
+
+Monitor::Content RunPage::Get(std::string_view target) {
+  const std::string_view path = Monitor::PathOf(target);
+  RunTally& tally = watch_->record();
+  if (path == "/") {
+    if (!kRunPage.empty()) return {200, "text/html; charset=utf-8", std::string(kRunPage), true};
+    return {404, "text/plain; charset=utf-8",
+            "this program was built without the page, which npm makes; what it shows is at /api/status\n"};
+  }
+  if (path == "/health") return JsonContent({{"state", StateNow()}});
+  if (path == "/metrics") {
+    return {200, "text/plain; version=0.0.4; charset=utf-8", MetricsText(watch_->GetDetails(), name_, StateNow())};
+  }
+  if (path == "/api/status") return JsonContent(Standing(watch_->GetDetails(), StateNow()));
+  if (path == "/api/graph") return {200, "application/json", GraphText()};
+  if (path == "/api/waiting") return JsonContent(WaitingAsJson(tally.FirstWaiting(kMostWaiting)));
+  if (path == "/api/failed") return JsonContent(DeliveriesAsJson(tally.FailedDeliveries(), watch_->begin()));
+  if (path == "/api/deliveries") {
+    const std::uint64_t after = std::strtoull(Monitor::QueryValue(target, "after").c_str(), nullptr, 10);
+    return JsonContent(DeliveriesAsJson(tally.DeliveriesAfter(after, DeliveryLog::kMost), watch_->begin()));
+  }
+  if (path == "/api/node") {
+    return NodeContent(Monitor::QueryValue(target, "type"), Monitor::QueryValue(target, "instance"));
+  }
+  return {404, "text/plain; charset=utf-8", "there is nothing of that name\n"};
+}
+
+}  // namespace OrvWorkFlow::Program

@@ -1,0 +1,84 @@
+// The page of `orvflow run --ui`: what its server gives of the run. docs/monitor.md describes all of it.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "OrvWorkFlow/IDictionary.h"
+#include "OrvWorkFlow/host/HostedRun.h"
+#include "flow/model/Workflow.h"
+#include "monitor/MonitorServer.h"
+#include "orvflow/page/PageOptions.h"
+#include "orvflow/watch/ReportJson.h"
+#include "orvflow/watch/RunWatch.h"
+
+namespace OrvWorkFlow::Program {
+
+class RunPage final : public Monitor::LiveSource {
+ public:
+  // Takes the port. Throws ProgramError where that is not to be had, or the file with the token. With `shows_values`
+  // the page shows what the dictionary holds.
+  RunPage(const PageOptions& options, bool shows_values);
+  RunPage(const RunPage&) = delete;
+  RunPage& operator=(const RunPage&) = delete;
+  ~RunPage() = default;
+
+  // The run begins; prints the address. All outlive this, or End.
+  void Begin(RunWatch& watch, IDictionary& dictionary, const std::string& workflow_name);
+  // The run has ended: the page says how, and is not there any more.
+  void End(const Host::RunResult& result) noexcept;
+
+  // From Begin to the end of a scope at the latest: then without a last word.
+  class Showing {
+   public:
+    explicit Showing(RunPage* page) : page_(page) {}
+    ~Showing() {
+      if (page_ != nullptr) page_->server_.Stop({});
+    }
+    Showing(const Showing&) = delete;
+    Showing& operator=(const Showing&) = delete;
+
+   private:
+    RunPage* const page_;
+  };
+
+  Monitor::Content Get(std::string_view target) override;
+  std::string WholeUpdate() override;
+  std::string Update() override;
+
+ private:
+  using Clock = std::chrono::steady_clock;
+  using NodeKey = std::pair<std::string, std::string>;
+
+  const char* StateNow() const;
+  Json Standing(const RunDetails& details, const char* state) const;
+  std::string MakeWhole(const RunDetails& details, const char* state) const;
+  bool HasChanged(const RunDetails& details, const char* state);
+  const Flow::Workflow& ReadWiring();
+  std::string GraphText();
+  Monitor::Content NodeContent(const std::string& type, const std::string& instance);
+
+  const bool shows_values_;
+  const std::string token_file_;
+  const std::string token_;
+  RunWatch* watch_ = nullptr;  // This and the next are there from Begin on.
+  IDictionary* dictionary_ = nullptr;
+  std::string name_;
+
+  // Of the server's thread.
+  std::map<NodeKey, Json> known_nodes_;
+  std::string known_standing_;
+  std::uint64_t last_place_ = 0;
+  Clock::time_point last_update_;
+  std::optional<Flow::Workflow> wiring_;
+  Clock::time_point wiring_read_;
+
+  Monitor::MonitorServer server_;  // Its thread ends before the rest goes.
+};
+
+}  // namespace OrvWorkFlow::Program

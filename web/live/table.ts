@@ -1,0 +1,79 @@
+// The table of the last deliveries, the newest first.
+import { byId, make, setText, time } from "./dom.ts";
+import { type Delivery, nodeOf } from "./data.ts";
+
+const kMostRows = 200;
+
+export function answerOf(delivery: Delivery): HTMLElement {
+  const failed = delivery.answer !== "accepted";
+  const words = delivery.text === "" ? delivery.answer : `${delivery.answer}: ${delivery.text}`;
+  return make("span", { class: failed ? "failed" : "quiet" }, failed ? `! ${words}` : words);
+}
+
+export class Table {
+  private readonly body = byId("deliveries");
+  private readonly nothing = byId("no-deliveries");
+  private readonly failedOnly = byId<HTMLInputElement>("only-failed");
+  private readonly holder = byId("hold");
+  private deliveries: Delivery[] = []; // the oldest first
+  private painted = 0; // the place of the newest row
+  private held = false;
+
+  constructor(private readonly onChoice: (node: string) => void) {
+    this.failedOnly.addEventListener("change", () => this.paint(true));
+    this.holder.addEventListener("click", () => {
+      this.held = !this.held;
+      this.holder.setAttribute("aria-pressed", String(this.held));
+      if (!this.held) this.paint(true);
+    });
+  }
+
+  toggleHold(): void {
+    this.holder.click();
+  }
+
+  // Those that are known already are left out.
+  add(deliveries: Delivery[]): void {
+    const last = this.deliveries.slice(-1)[0]?.place ?? 0;
+    const fresh = deliveries.filter((each) => each.place > last);
+    if (fresh.length === 0) return;
+    this.deliveries = [...this.deliveries, ...fresh].slice(-500);
+    if (!this.held) this.paint(false);
+  }
+
+  // Another run.
+  clear(): void {
+    this.deliveries = [];
+    this.paint(true);
+  }
+
+  private paint(anew: boolean): void {
+    if (anew) {
+      this.body.replaceChildren();
+      this.painted = 0;
+    }
+    const wanted = this.deliveries.filter((each) => !this.failedOnly.checked || each.answer !== "accepted");
+    for (const delivery of wanted.slice(-kMostRows)) {
+      if (delivery.place > this.painted) this.body.prepend(this.row(delivery));
+    }
+    this.painted = this.deliveries.slice(-1)[0]?.place ?? 0;
+    while (this.body.children.length > kMostRows) this.body.lastElementChild?.remove();
+    this.nothing.hidden = this.body.children.length > 0;
+    setText(this.nothing, this.deliveries.length > 0 ? "None of the last deliveries failed." : "Nothing has been delivered yet.");
+  }
+
+  private row(delivery: Delivery): HTMLElement {
+    const receiver = make("button", { type: "button", class: "link" }, delivery.receiver);
+    receiver.addEventListener("click", () => this.onChoice(nodeOf(delivery.receiver)));
+    return make(
+      "tr",
+      {},
+      make("td", { class: "number" }, String(delivery.number)),
+      make("td", { class: "number" }, time(delivery.begin)),
+      make("td", { class: "number" }, time(delivery.seconds)),
+      make("td", {}, delivery.sender),
+      make("td", {}, receiver),
+      make("td", {}, answerOf(delivery)),
+    );
+  }
+}
