@@ -72,7 +72,8 @@ bool RecordReader::ReadHead() {
     return Stop(State::Unreadable, "is a record of a run whose head is damaged");
   }
   if (format != kFormat) {
-    return Stop(State::Unreadable, "is a record of format " + std::to_string(format) + ", which a newer program reads");
+    return Stop(State::Unreadable, "is a record of format " + std::to_string(format) +
+                                       (format > kFormat ? ", which a newer program reads" : ", of an older program"));
   }
   taken_ += kHeadSize;
   offset_ = kHeadSize;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <fstream>
 #include <string>
 #include <string_view>
@@ -101,7 +102,7 @@ class RecordReader {
   std::uint64_t chain_ = 0;
   std::uint64_t time_ = 0;
   SignalNumbers numbers_;
-  std::vector<Route> routes_;
+  std::deque<Route> routes_;
   std::string parts_;             // of the entry to come
   std::uint64_t last_begun_ = 0;  // the delivery
   State state_ = State::Reading;

@@ -46,6 +46,11 @@ class RunStanding {
   bool was_saved() const { return was_saved_; }
   // Signals of the queue whose delivery has ended.
   std::uint64_t delivered() const { return delivered_; }
+  // By their numbers: signals that were queued or fired and not delivered, and deliveries that have not ended.
+  const std::map<std::uint64_t, Signal>& waiting() const { return waiting_; }
+  const std::map<std::uint64_t, Signal>& begun() const { return begun_; }
+  // The signals with which nodes that work outside of their signals would go on.
+  const std::map<Node, std::string>& continuations() const { return continuations_; }
   // The delivery that was begun last and has not ended; null for none.
   const Route* unfinished() const;
   // Nodes that were made and keep more than the dictionary has.

@@ -29,13 +29,15 @@ void WriteQueue(const std::vector<Route>& queue, IDictionary& dictionary) {
   Remove(dictionary, WorkflowSchema::kSignalQueue);
   const std::string prefix = std::string(WorkflowSchema::kSignalQueue) + WorkflowSchema::kQueueEntryPrefix;
   for (std::size_t i = 0; i < queue.size(); ++i) {
-    const std::string entry = prefix + std::to_string(i);
-    Set(dictionary, entry + WorkflowSchema::kSenderTypeName, queue[i].sender_type);
-    Set(dictionary, entry + WorkflowSchema::kSenderInstanceName, queue[i].sender_instance);
-    Set(dictionary, entry + WorkflowSchema::kOutgoingSignalName, queue[i].sender_signal);
-    Set(dictionary, entry + WorkflowSchema::kReceiverTypeName, queue[i].receiver_type);
-    Set(dictionary, entry + WorkflowSchema::kReceiverInstanceName, queue[i].receiver_instance);
-    Set(dictionary, entry + WorkflowSchema::kIncomingSignalName, queue[i].receiver_signal);
+    const Route& signal = queue[i];
+    Host::SignalRecord names;
+    names.sender_type = signal.sender_type;
+    names.sender_instance = signal.sender_instance;
+    names.outgoing_signal = signal.sender_signal;
+    names.receiver_type = signal.receiver_type;
+    names.receiver_instance = signal.receiver_instance;
+    names.incoming_signal = signal.receiver_signal;
+    if (!Host::WriteSignalNames(dictionary, prefix + std::to_string(i), names)) throw std::bad_alloc();
   }
 }
 

@@ -33,18 +33,12 @@ constexpr Field kFields[] = {
     {WorkflowSchema::kIncomingSignalName, &SignalRecord::incoming_signal},
 };
 
-bool WriteFields(IDictionary& dictionary, const std::string& entry, const SignalRecord& signal) {
-  return std::all_of(std::begin(kFields), std::end(kFields), [&](const Field& field) {
-    return dictionary.SetValue((entry + field.key).c_str(), (signal.*field.text).c_str());
-  });
-}
-
 bool WriteNumber(IDictionary& dictionary, const std::string& path, std::uint32_t number) {
   return dictionary.SetValue(path.c_str(), static_cast<std::int32_t>(std::min<std::uint32_t>(number, INT32_MAX)));
 }
 
 bool WriteRecord(IDictionary& dictionary, const std::string& entry, const SignalRecord& signal) {
-  return WriteFields(dictionary, entry, signal) &&
+  return WriteSignalNames(dictionary, entry, signal) &&
          dictionary.SetValue((entry + kReason).c_str(), signal.reason.c_str()) &&
          (signal.time.empty() || dictionary.SetValue((entry + kTime).c_str(), signal.time.c_str())) &&
          (signal.attempts <= 1 || WriteNumber(dictionary, entry + kAttempts, signal.attempts)) &&
@@ -148,11 +142,17 @@ bool AppendToQueue(IDictionary& state, const std::vector<SignalRecord>& queue) {
   long number =
       NextNumber(Base::NamesBelow(state, WorkflowSchema::kSignalQueue), WorkflowSchema::kQueueEntryPrefix + 1);
   return std::all_of(queue.begin(), queue.end(), [&](const SignalRecord& signal) {
-    return WriteFields(state, prefix + std::to_string(number++), signal);
+    return WriteSignalNames(state, prefix + std::to_string(number++), signal);
   });
 }
 
 }  // namespace
+
+bool WriteSignalNames(IDictionary& dictionary, const std::string& entry, const SignalRecord& signal) {
+  return std::all_of(std::begin(kFields), std::end(kFields), [&](const Field& field) {
+    return dictionary.SetValue((entry + field.key).c_str(), (signal.*field.text).c_str());
+  });
+}
 
 std::string NameOf(const SignalRecord& signal) {
   if (!signal.IsMapped()) return signal.sender_type + " " + signal.sender_instance + " " + signal.outgoing_signal;

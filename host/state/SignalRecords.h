@@ -30,6 +30,9 @@ struct SignalRecord {
   bool IsMapped() const { return !receiver_type.empty(); }
 };
 
+// Writes the six names below the path, as a saved signal queue has them. False when the dictionary refuses.
+bool WriteSignalNames(IDictionary& dictionary, const std::string& entry, const SignalRecord& signal);
+
 // "Type Instance signal" of the receiver, or of the sender when that is not known.
 std::string NameOf(const SignalRecord& signal);
 

@@ -14,15 +14,6 @@ using Kind = Difference::Kind;
 
 constexpr char kNamesPairs[] = " attribute ";
 
-// The lines of an entry that is on one side only.
-std::string OneSided(const std::string& path, const EntryContent& content) {
-  std::string line = path;
-  const bool has_value = !content.value.tag.empty() || !content.value.texts.empty();
-  if (has_value) line += ": " + ShownValue(content.value);
-  for (const auto& [name, text] : content.attributes) line += ", " + Visible(name) + "=" + ShownText(text);
-  return line;
-}
-
 std::vector<std::string> ChangedLines(const Difference& difference) {
   const EntryContent& before = *difference.old_content;
   const EntryContent& after = *difference.new_content;
@@ -79,15 +70,23 @@ const char* WordFor(Kind kind) {
   return "";
 }
 
-Json JsonOf(const EntryContent& content) {
+}  // namespace
+
+std::string EntryAsText(const std::string& path, const EntryContent& content) {
+  std::string line = path;
+  const bool has_value = !content.value.tag.empty() || !content.value.texts.empty();
+  if (has_value) line += ": " + ShownValue(content.value);
+  for (const auto& [name, text] : content.attributes) line += ", " + Visible(name) + "=" + ShownText(text);
+  return line;
+}
+
+nlohmann::ordered_json EntryAsJson(const EntryContent& content) {
   Json attributes = Json::object();
   for (const auto& [name, text] : content.attributes) attributes[name] = text;
   return {{"type", content.value.tag.empty() ? "Nil" : content.value.tag},
           {"texts", content.value.texts},
           {"attributes", std::move(attributes)}};
 }
-
-}  // namespace
 
 std::string DifferencesAsText(const std::vector<Difference>& differences, const std::string& first_name,
                               const std::string& second_name, const Colours& colours) {
@@ -99,10 +98,10 @@ std::string DifferencesAsText(const std::vector<Difference>& differences, const 
     ++counts[static_cast<std::size_t>(difference.kind)];
     switch (difference.kind) {
       case Kind::Removed:
-        text += colours.Red("- " + OneSided(Visible(difference.path), *difference.old_content)) + "\n";
+        text += colours.Red("- " + EntryAsText(Visible(difference.path), *difference.old_content)) + "\n";
         break;
       case Kind::Added:
-        text += colours.Green("+ " + OneSided(Visible(difference.path), *difference.new_content)) + "\n";
+        text += colours.Green("+ " + EntryAsText(Visible(difference.path), *difference.new_content)) + "\n";
         break;
       case Kind::Changed:
         for (const std::string& line : ChangedLines(difference)) text += colours.Yellow("~ " + line) + "\n";
@@ -127,8 +126,8 @@ std::string DifferencesAsJson(const std::vector<Difference>& differences, const 
       one["old_order"] = difference.old_order;
       one["new_order"] = difference.new_order;
     }
-    if (difference.old_content) one["old"] = JsonOf(*difference.old_content);
-    if (difference.new_content) one["new"] = JsonOf(*difference.new_content);
+    if (difference.old_content) one["old"] = EntryAsJson(*difference.old_content);
+    if (difference.new_content) one["new"] = EntryAsJson(*difference.new_content);
     list.push_back(std::move(one));
   }
   const Json all = {{"version", 1}, {"old", first_name}, {"new", second_name}, {"differences", std::move(list)}};

@@ -4,6 +4,7 @@
 
 #include "base/text/Counting.h"
 #include "orvflow/history/HistoryOutput.h"
+#include "orvflow/history/RouteOutput.h"
 #include "orvflow/run/RunEnding.h"
 #include "orvflow/terminal/Terminal.h"
 

@@ -6,6 +6,7 @@
 
 #include "base/text/Counting.h"
 #include "nlohmann/json.hpp"
+#include "orvflow/history/RouteOutput.h"
 #include "orvflow/run/RunEnding.h"
 #include "orvflow/terminal/ScreenText.h"
 #include "orvflow/terminal/Terminal.h"
@@ -22,17 +23,12 @@ using Journal::Route;
 using Json = nlohmann::ordered_json;
 using Outcome = IRunObserver::Outcome;
 
-constexpr std::size_t kWayColumns = 20;
-
 template <class... Values>
 std::string Formatted(const char* format, Values... values) {
   std::array<char, 96> text;
   const int size = std::snprintf(text.data(), text.size(), format, values...);
   return std::string(text.data(), static_cast<std::size_t>(size));
 }
-
-// "0.000103", in seconds of the run.
-std::string MomentText(std::uint64_t nanoseconds) { return Formatted("%.6f", static_cast<double>(nanoseconds) * 1e-9); }
 
 // "12us", "1.2ms", "45s".
 std::string DurationText(std::uint64_t nanoseconds) {
@@ -50,19 +46,6 @@ std::string WallText(std::uint64_t nanoseconds) {
   std::array<char, 40> text;
   const std::size_t size = std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S", time);
   return std::string(text.data(), size) + Formatted(".%03uZ", static_cast<unsigned>(nanoseconds / 1'000'000 % 1000));
-}
-
-std::string Padded(std::string text, std::size_t columns) {
-  const std::size_t taken = ColumnsOf(text);
-  return taken < columns ? text + std::string(columns - taken, ' ') : text;
-}
-
-std::string PaddedBefore(const std::string& text, std::size_t columns) {
-  return text.size() < columns ? std::string(columns - text.size(), ' ') + text : text;
-}
-
-std::string WayText(const std::string& instance, const std::string& signal) {
-  return ShortenedTo(kWayColumns, Visible(instance + "." + signal));
 }
 
 std::string SenderText(const Delivery& delivery) {
@@ -109,28 +92,7 @@ const char* WordFor(IRunObserver::LossReason reason) {
 
 std::string Written(const Json& json) { return json.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n"; }
 
-Json NumberAsJson(std::uint64_t number) {
-  if (number == 0) return nullptr;
-  if (number < IRunObserver::kPastQueue) return number;
-  return SignalNumberText(number);
-}
-
-Json SenderAsJson(const Route& route) {
-  if (route.sender_type.empty() && route.sender_instance.empty()) return nullptr;
-  return {{"type", route.sender_type}, {"instance", route.sender_instance}, {"signal", route.sender_signal}};
-}
-
-Json ReceiverAsJson(const Route& route) {
-  return {{"type", route.receiver_type}, {"instance", route.receiver_instance}, {"signal", route.receiver_signal}};
-}
-
 }  // namespace
-
-std::string SignalNumberText(std::uint64_t number) {
-  if (number == 0) return "";
-  return number < IRunObserver::kPastQueue ? std::to_string(number)
-                                           : "+" + std::to_string(number - IRunObserver::kPastQueue);
-}
 
 std::string OutcomeText(const Delivery& delivery) {
   std::string text = delivery.outcome == Outcome::Threw ? "failed" : WordFor(delivery.outcome);

@@ -7,8 +7,6 @@
 
 namespace OrvWorkFlow::Program {
 
-// "17"; "+3" for the third signal past the queue; "" for none.
-std::string SignalNumberText(std::uint64_t number);
 // Of a delivery that was not taken: "refused", "failed: no room".
 std::string OutcomeText(const Journal::Delivery& delivery);
 

@@ -136,7 +136,7 @@ void FlowRun::Load() {
 void FlowRun::LoadRecorded() {
   try {
     Load();
-    if (state_record_) state_record_->Begin();
+    RecordChanges();
   } catch (const ProgramError& error) {
     if (record_) record_->End(static_cast<int>(error.code()));
     throw;
@@ -144,6 +144,16 @@ void FlowRun::LoadRecorded() {
     if (record_) record_->End(static_cast<int>(CodeOf(error.kind())));
     throw;
   }
+}
+
+// The state's record comes first: it writes the run's name into the dictionary.
+void FlowRun::RecordChanges() {
+  if (state_record_) state_record_->Begin(changes_);
+  if (record_) {
+    TakeSnapshot(host_->dictionary(), "", *record_);
+    changes_.Add(*record_);
+  }
+  if (!changes_.IsEmpty()) host_->dictionary().SetObserver(&changes_);
 }
 
 Host::RunSettings FlowRun::MakeSettings() {

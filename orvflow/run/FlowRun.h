@@ -6,6 +6,7 @@
 
 #include "OrvWorkFlow/host/StateFile.h"
 #include "OrvWorkFlow/host/WorkflowHost.h"
+#include "journal/DictionaryObservers.h"
 #include "journal/RunRecord.h"
 #include "orvflow/page/RunPage.h"
 #include "orvflow/run/FlowSource.h"
@@ -41,6 +42,7 @@ class FlowRun {
   void PrepareStateRecord();
   void ChangeState();
   void LoadRecorded();
+  void RecordChanges();
   void Load();
   Host::RunSettings MakeSettings();
   Host::RunResult Run();
@@ -56,7 +58,8 @@ class FlowRun {
   BoxPrinter boxes_;
   std::optional<RunWatch> watch_;             // Made when nothing can be refused any more, and gone after the host.
   std::optional<Journal::RunRecord> record_;  // So are this
-  std::optional<StateRecord> state_record_;   // and this.
+  std::optional<StateRecord> state_record_;   // and this,
+  Journal::DictionaryObservers changes_;      // and this.
   const Clock::time_point start_ = Clock::now();
   std::optional<Host::StateFile> state_;  // This and what stands above is there to the host's end.
   std::optional<Host::WorkflowHost> host_;

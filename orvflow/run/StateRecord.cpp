@@ -41,10 +41,8 @@ class WaitingSignals final : public IRunReport {
   void NodeAtWork(const Work& /*work*/) override {}
   void NodeThere(const Node& /*node*/) override {}
   void SignalWaiting(const Waiting& signal) override {
-    std::array<std::string, 6>& texts = texts_.emplace_back(
-        std::array<std::string, 6>{signal.sender.type, signal.sender.instance, signal.sender.signal,
-                                   signal.receiver.type, signal.receiver.instance, signal.receiver.signal});
-    static_cast<void>(texts);
+    texts_.push_back({signal.sender.type, signal.sender.instance, signal.sender.signal, signal.receiver.type,
+                      signal.receiver.instance, signal.receiver.signal});
     numbers_.push_back(signal.number);
   }
 
@@ -66,6 +64,12 @@ class WaitingSignals final : public IRunReport {
 };
 
 }  // namespace
+
+void TakeSnapshot(IDictionary& dictionary, const std::string& before, Journal::RunRecord& record) {
+  const Sdk::TextHolder text;
+  if (!dictionary.SaveToText(text.get())) throw std::bad_alloc();
+  record.Snapshot({text->GetText(), text->GetLength()}, before);
+}
 
 StateRecord::StateRecord(Host::WorkflowHost& host, const Host::StateFile& state, const std::string& flow)
     : host_(host),
@@ -193,20 +197,14 @@ void StateRecord::Open(const Journal::RunNote& note) {
   }
 }
 
-void StateRecord::Begin() {
+void StateRecord::Begin(Journal::DictionaryObservers& observers) {
   if (!record_) return;
   IDictionary& dictionary = host_.dictionary();
   const std::string before = Base::TextAt(dictionary, kRunName);
   if (!dictionary.SetValue(kRunName, note_.name.c_str())) throw std::bad_alloc();
-  TakeSnapshot(before);
-  dictionary.SetObserver(&*record_);
+  TakeSnapshot(dictionary, before, *record_);
+  observers.Add(*record_);
   has_begun_ = true;
-}
-
-void StateRecord::TakeSnapshot(const std::string& before) {
-  const Sdk::TextHolder text;
-  if (!host_.dictionary().SaveToText(text.get())) throw std::bad_alloc();
-  record_->Snapshot({text->GetText(), text->GetLength()}, before);
 }
 
 void StateRecord::NoteSave() {
@@ -216,7 +214,7 @@ void StateRecord::NoteSave() {
   if (!host_.engine().ReportQueue(&waiting, UINT32_MAX)) return record_->NoteSave();
   note_.continued = true;
   record_->BeginAnew(note_, waiting.All());
-  TakeSnapshot(note_.name);
+  TakeSnapshot(host_.dictionary(), note_.name, *record_);
 }
 
 bool StateRecord::NeedsCheckpoint() const { return !record_ || !record_->IsExact() || record_->Size() >= kLargest; }

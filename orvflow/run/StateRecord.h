@@ -6,6 +6,7 @@
 
 #include "OrvWorkFlow/host/StateFile.h"
 #include "OrvWorkFlow/host/WorkflowHost.h"
+#include "journal/DictionaryObservers.h"
 #include "journal/RunRecord.h"
 #include "journal/RunStanding.h"
 
@@ -34,9 +35,10 @@ class StateRecord {
   // The workflow begins anew: so does the record.
   void Remove() const;
 
-  // Before the workflow is loaded, and after it was. A record that cannot be written is none, which is said.
+  // Before the workflow is loaded, and after it was: then the dictionary's observers become one more. A record that
+  // cannot be written is none, which is said.
   void Open(const Journal::RunNote& note);
-  void Begin();
+  void Begin(Journal::DictionaryObservers& observers);
   Journal::RunRecord* record() { return record_ ? &*record_ : nullptr; }
 
   // Whether the next run could go on from it.
@@ -54,7 +56,6 @@ class StateRecord {
   std::optional<Journal::RunStanding> Find(IDictionary& dictionary) const;
   bool Fill(const Journal::RunStanding& standing, IDictionary& dictionary) const;
   void Report(const Journal::RunStanding& standing) const;
-  void TakeSnapshot(const std::string& before);
 
   Host::WorkflowHost& host_;
   const Host::StateFile& state_;
@@ -65,5 +66,8 @@ class StateRecord {
   std::optional<Journal::RunRecord> record_;
   bool has_begun_ = false;
 };
+
+// The dictionary as it is, into the record; `before` is the name of the run whose state it was, "" for none.
+void TakeSnapshot(IDictionary& dictionary, const std::string& before, Journal::RunRecord& record);
 
 }  // namespace OrvWorkFlow::Program

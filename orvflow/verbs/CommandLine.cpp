@@ -98,13 +98,15 @@ struct VerbMaker {
   std::unique_ptr<Verb> (*make)(CLI::App& program);
 };
 
-// In the order of the help.
+// In the order of the help, one a line.
+// clang-format off
 constexpr VerbMaker kVerbMakers[] = {
     {"run", MakeRunVerb},
     {"status", MakeStatusVerb},
     {"failed", MakeFailedVerb},  // of runs that have ended
     {"history", MakeHistoryVerb},
     {"why", MakeWhyVerb},
+    {"show", MakeShowVerb},
     {"check", MakeCheckVerb},
     {"graph", MakeGraphVerb},
     {"inspect", MakeInspectVerb},
@@ -122,6 +124,7 @@ constexpr VerbMaker kVerbMakers[] = {
     {"completion", MakeCompletionVerb},
     {"manual", MakeManualVerb},
 };
+// clang-format on
 
 // What tells of all verbs.
 bool NeedsAll(const std::string& verb) { return verb == "completion" || verb == "manual"; }

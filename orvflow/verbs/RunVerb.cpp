@@ -72,7 +72,7 @@ RunVerb::RunVerb(CLI::App& program)
   command()
       .add_option("--record", options_.record_file,
                   "Records what happens in the run, also when it is killed, behind what the file holds already; "
-                  "orvflow history shows it")
+                  "orvflow history, why and show tell of it")
       ->type_name("FILE");
   command()
       .add_option("--durable", durable_,
@@ -129,7 +129,8 @@ void RunVerb::ReadOptions() {
                      " continues a saved state, and --fresh removes it; give one of them");
   }
   if (!options_.record_file.empty() && !options_.key_file.empty()) {
-    throw UsageError("--record would write names and failures of an enciphered workflow in plain text; leave it out");
+    throw UsageError(
+        "--record would write names, values and failures of an enciphered workflow in plain text; leave it out");
   }
   for (const std::string& text : settings_) options_.settings.push_back(ParseSetting(text));
 }

@@ -1,5 +1,4 @@
 // orvflow why FILE NODE: why a node ran in a recorded run, or did not.
-#include <charconv>
 #include <memory>
 #include <optional>
 
@@ -10,6 +9,7 @@
 #include "orvflow/files/FileLoading.h"
 #include "orvflow/history/Explanation.h"
 #include "orvflow/history/RecordFile.h"
+#include "orvflow/history/RouteOutput.h"
 #include "orvflow/terminal/StandardStreams.h"
 #include "orvflow/verbs/Verb.h"
 
@@ -87,14 +87,7 @@ std::string WhyVerb::ExplainNumber(const RunTale& tale, std::uint64_t number) co
 }
 
 std::string WhyVerb::Explain(const RunTale& tale) const {
-  std::uint64_t number = 0;
-  const bool is_past_queue = what_.front() == '+';
-  const char* const begin = what_.data() + (is_past_queue ? 1 : 0);
-  const char* const end = what_.data() + what_.size();
-  const std::from_chars_result result = std::from_chars(begin, end, number);
-  if (result.ec == std::errc() && result.ptr == end) {
-    return ExplainNumber(tale, is_past_queue ? IRunObserver::kPastQueue + number : number);
-  }
+  if (const std::optional<std::uint64_t> number = ParseSignalNumber(what_)) return ExplainNumber(tale, *number);
   const std::size_t dot = what_.find('.');
   const std::string instance = what_.substr(0, dot);
   const std::string signal = dot == std::string::npos ? "" : what_.substr(dot + 1);
