@@ -15,8 +15,10 @@ using ::testing::StartsWith;
 
 constexpr char kEnd[] = "\r\n\r\n";
 
+// The server closes the connection behind it.
 std::string Answer(const std::string& status, const std::string& body, const std::string& headers = "") {
-  return "HTTP/1.1 " + status + "\r\nContent-Length: " + std::to_string(body.size()) + "\r\n" + headers + "\r\n" + body;
+  return "HTTP/1.1 " + status + "\r\nContent-Length: " + std::to_string(body.size()) + "\r\n" + headers +
+         "Connection: close\r\n\r\n" + body;
 }
 
 class WebNodesTest : public TaskFixture {
