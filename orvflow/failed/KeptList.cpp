@@ -6,7 +6,7 @@
 
 #include "base/text/Counting.h"
 #include "nlohmann/json.hpp"
-#include "orvflow/terminal/ScreenText.h"
+#include "orvflow/history/RouteOutput.h"
 #include "orvflow/terminal/Terminal.h"
 
 namespace OrvWorkFlow::Program {
@@ -15,24 +15,13 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr std::size_t kWayColumns = 20;
 constexpr std::size_t kNumberColumns = 5;
 constexpr std::size_t kTimeColumns = 20;
 
-std::string PaddedTo(std::size_t columns, std::string text) {
-  const std::size_t taken = ColumnsOf(text);
-  return taken < columns ? text.append(columns - taken, ' ') : text;
-}
-
-std::string WayText(const std::string& instance, const std::string& signal) {
-  return ShortenedTo(kWayColumns, Visible(instance + "." + signal));
-}
-
 std::string EntryAsText(const KeptSignal& signal) {
   const Host::SignalRecord& record = signal.record;
-  const std::string number = std::to_string(signal.number);
-  std::string text(number.size() < kNumberColumns ? kNumberColumns - number.size() : 0, ' ');
-  text += number + "  " + PaddedTo(kTimeColumns, record.time.empty() ? "time unknown" : Visible(record.time)) + "  ";
+  std::string text = PaddedBefore(std::to_string(signal.number), kNumberColumns) + "  " +
+                     Padded(record.time.empty() ? "time unknown" : Visible(record.time), kTimeColumns) + "  ";
   text += record.IsMapped() ? WayText(record.receiver_instance, record.incoming_signal) : "(no receiver)";
   text += " <- ";
   text += record.sender_type.empty() ? "the beginning" : WayText(record.sender_instance, record.outgoing_signal);

@@ -66,26 +66,6 @@ std::string CausedText(const std::vector<std::uint64_t>& caused) {
 
 std::string RunText(unsigned run) { return "run " + std::to_string(run) + ": "; }
 
-const char* WordFor(Outcome outcome) {
-  switch (outcome) {
-    case Outcome::Accepted:
-      return "accepted";
-    case Outcome::Refused:
-      return "refused";
-    case Outcome::Threw:
-      return "threw";
-    case Outcome::NoNode:
-      return "no node";
-    case Outcome::TypeNotLoaded:
-      return "type not loaded";
-    case Outcome::HostRefused:
-      return "host refused";
-    case Outcome::NoMemory:
-      return "no memory";
-  }
-  return "unknown";
-}
-
 const char* WordFor(IRunObserver::LossReason reason) {
   return reason == IRunObserver::LossReason::NoMemory ? "no memory" : "no dictionary";
 }
@@ -95,7 +75,7 @@ std::string Written(const Json& json) { return json.dump(-1, ' ', false, Json::e
 }  // namespace
 
 std::string OutcomeText(const Delivery& delivery) {
-  std::string text = delivery.outcome == Outcome::Threw ? "failed" : WordFor(delivery.outcome);
+  std::string text = delivery.outcome == Outcome::Threw ? "failed" : OutcomeWord(delivery.outcome);
   if (!delivery.text.empty()) text += ": " + Visible(delivery.text);
   return text;
 }
@@ -157,7 +137,7 @@ std::string DeliveryAsJson(const Delivery& delivery) {
                {"restored", delivery.is_restored},
                {"caused", caused},
                {"untaken", delivery.untaken},
-               {"answer", WordFor(delivery.outcome)}};
+               {"answer", OutcomeWord(delivery.outcome)}};
   if (!delivery.text.empty()) json["text"] = delivery.text;
   return Written(json);
 }

@@ -4,7 +4,6 @@
 #include <charconv>
 #include <cstdio>
 
-#include "OrvWorkFlow/IRunObserver.h"
 #include "nlohmann/json.hpp"
 #include "orvflow/terminal/ScreenText.h"
 #include "orvflow/terminal/Terminal.h"
@@ -27,6 +26,26 @@ std::optional<std::uint64_t> ParseSignalNumber(const std::string& text) {
   const std::from_chars_result result = std::from_chars(text.data() + (is_past_queue ? 1 : 0), end, number);
   if (result.ec != std::errc() || result.ptr != end || number >= IRunObserver::kPastQueue) return std::nullopt;
   return is_past_queue ? IRunObserver::kPastQueue + number : number;
+}
+
+const char* OutcomeWord(IRunObserver::Outcome outcome) {
+  switch (outcome) {
+    case IRunObserver::Outcome::Accepted:
+      return "accepted";
+    case IRunObserver::Outcome::Refused:
+      return "refused";
+    case IRunObserver::Outcome::Threw:
+      return "threw";
+    case IRunObserver::Outcome::NoNode:
+      return "no node";
+    case IRunObserver::Outcome::TypeNotLoaded:
+      return "type not loaded";
+    case IRunObserver::Outcome::HostRefused:
+      return "host refused";
+    case IRunObserver::Outcome::NoMemory:
+      return "no memory";
+  }
+  return "unknown";
 }
 
 std::string MomentText(std::uint64_t nanoseconds) {

@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "OrvWorkFlow/IRunObserver.h"
 #include "journal/RecordReader.h"
 #include "nlohmann/json_fwd.hpp"
 
@@ -24,6 +25,9 @@ std::string WayText(const std::string& instance, const std::string& signal);
 // Blanks make it as wide as that.
 std::string Padded(std::string text, std::size_t columns);
 std::string PaddedBefore(const std::string& text, std::size_t columns);
+
+// "accepted", "refused": for programs, and for people where nothing better is known.
+const char* OutcomeWord(IRunObserver::Outcome outcome);
 
 // null for none.
 nlohmann::ordered_json NumberAsJson(std::uint64_t number);

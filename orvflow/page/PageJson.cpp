@@ -7,6 +7,7 @@
 
 #include "OrvWorkFlow/sdk/MarshalledHolder.h"
 #include "base/dictionary/ValueTags.h"
+#include "orvflow/history/RouteOutput.h"
 
 namespace OrvWorkFlow::Program {
 
@@ -17,32 +18,6 @@ constexpr std::size_t kMostTexts = 50;    // of a list
 constexpr std::size_t kMostBytes = 2000;  // of a text
 
 double Seconds(std::chrono::nanoseconds time) { return std::chrono::duration<double>(time).count(); }
-
-// As orvflow history --json has it.
-const char* WordFor(IRunObserver::Outcome outcome) {
-  switch (outcome) {
-    case IRunObserver::Outcome::Accepted:
-      return "accepted";
-    case IRunObserver::Outcome::Refused:
-      return "refused";
-    case IRunObserver::Outcome::Threw:
-      return "threw";
-    case IRunObserver::Outcome::NoNode:
-      return "no node";
-    case IRunObserver::Outcome::TypeNotLoaded:
-      return "type not loaded";
-    case IRunObserver::Outcome::HostRefused:
-      return "host refused";
-    case IRunObserver::Outcome::NoMemory:
-      return "no memory";
-  }
-  return "unknown";
-}
-
-Json NumberAsJson(std::uint64_t number) {
-  if (number < IRunObserver::kPastQueue) return number;
-  return "+" + std::to_string(number - IRunObserver::kPastQueue);
-}
 
 // The texts of one value, as far as they are shown; says whether that is less than all.
 bool TakeTexts(std::vector<std::string> all, Json* texts) {
@@ -83,7 +58,7 @@ Json DeliveriesAsJson(const std::vector<RunTally::Past>& deliveries, RunTally::C
                    {"seconds", Seconds(each.time)},
                    {"sender", each.sender},
                    {"receiver", each.receiver},
-                   {"answer", WordFor(each.outcome)},
+                   {"answer", OutcomeWord(each.outcome)},
                    {"text", each.text}});
   }
   return all;

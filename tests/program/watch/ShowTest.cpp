@@ -9,7 +9,7 @@
 #include "journal/RecordFormat.h"
 #include "journal/RunRecord.h"
 #include "nlohmann/json.hpp"
-#include "tests/program/support/ProgramFixture.h"
+#include "tests/program/support/RecordedRunFixture.h"
 #include "tests/support/SourceFolder.h"
 
 namespace orv_test {
@@ -19,9 +19,8 @@ using ::testing::HasSubstr;
 using ::testing::StartsWith;
 using Json = nlohmann::json;
 
-class ShowTest : public ProgramFixture {
+class ShowTest : public RecordedRunFixture {
  protected:
-  std::string Record() const { return File("run.record"); }
   std::string Log() const { return File("log"); }
 
   // A counts to the limit; B marks each number.
@@ -31,10 +30,9 @@ class ShowTest : public ProgramFixture {
                      "CountingNode,A,go");
   }
   void RunCounting(int limit, const Arguments& more = {}) const {
-    Arguments arguments = {"run",    CountingFlow(), "--record",
-                           Record(), "--set",        "/Counting/Limit=" + std::to_string(limit)};
+    Arguments arguments = {"--set", "/Counting/Limit=" + std::to_string(limit)};
     arguments.insert(arguments.end(), more.begin(), more.end());
-    const ProcessResult result = Run(arguments);
+    const ProcessResult result = RunRecorded(CountingFlow(), arguments);
     ASSERT_EQ(result.exit_code, 0) << result.error;
   }
 
