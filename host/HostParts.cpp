@@ -33,6 +33,7 @@ class FirstBusyNode final : public IRunReport {
 
 WorkflowHost::Parts::Parts() {
   observers.Add(deliveries);
+  observers.Add(delivery_keys);
   objects.host_app().SetRestartWish([](void* told) { static_cast<Bell*>(told)->Ring(); }, &bell);
 }
 
@@ -126,6 +127,7 @@ void WorkflowHost::Parts::LoadFrom(const Loading& loading) {
   }
   engine.SetWorkFlowFilePath(loading.flow.c_str());
   if (loading.change) loading.change();
+  if (!delivery_keys.Take(objects.dictionary())) throw std::bad_alloc();
   if (!objects.mediator().LoadState(nullptr)) {
     throw HostError(HostError::Kind::Failed, loading.flow_name, "", "the work nodes cannot be loaded");
   }
@@ -169,7 +171,7 @@ RunLimits WorkflowHost::Parts::MakeLimits(const RunSettings& settings) {
   };
   limits.before_save = [this] {
     wants_save = false;
-    return records_->WriteNew();
+    return records_->WriteNew() && delivery_keys.Write(objects.dictionary());
   };
   limits.after_save = [this, &settings] {
     records_->Saved();

@@ -14,6 +14,7 @@
 #include "host/run/DeliveryWatch.h"
 #include "host/run/ObserverList.h"
 #include "host/run/RunLoop.h"
+#include "host/state/DeliveryKeys.h"
 #include "host/state/RunRecords.h"
 
 namespace OrvWorkFlow::Host {
@@ -50,6 +51,7 @@ class WorkflowHost::Parts {
   // In this order: what is made last is gone first.
   Bell bell;
   DeliveryWatch deliveries{bell};
+  DeliveryKeys delivery_keys;
   ObserverList observers;
   std::unique_ptr<ILogger, ObjectReleaser> own_logger;
   LibraryObjects objects{observers, deliveries};

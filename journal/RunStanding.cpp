@@ -145,7 +145,7 @@ bool RunStanding::Counts(const Unit& unit) const {
 
 bool RunStanding::IsToCount(const Signal& signal) const { return !begun_.contains(signal.within); }
 
-std::vector<Route> RunStanding::MakeQueue() const {
+std::map<std::uint64_t, const Route*> RunStanding::NumberedQueue() const {
   const std::set<std::uint64_t> unfinished(firing_.begin(), firing_.end());
   std::map<std::uint64_t, const Route*> queue;
   for (const auto& [number, signal] : begun_) {
@@ -154,6 +154,11 @@ std::vector<Route> RunStanding::MakeQueue() const {
   for (const auto& [number, signal] : waiting_) {
     if (!IsPastQueue(number) && IsToCount(signal) && !unfinished.contains(number)) queue[number] = &signal.route;
   }
+  return queue;
+}
+
+std::vector<Route> RunStanding::MakeQueue() const {
+  const std::map<std::uint64_t, const Route*> queue = NumberedQueue();
   std::vector<Route> routes;
   routes.reserve(queue.size());
   for (const auto& [number, route] : queue) routes.push_back(*route);

@@ -60,6 +60,8 @@ class RunStanding {
   bool Counts(const Unit& unit) const;
   // The signals that are still to be delivered, in their order: first those whose delivery was begun.
   std::vector<Route> MakeQueue() const;
+  // The same by the numbers that they had. Views of this.
+  std::map<std::uint64_t, const Route*> NumberedQueue() const;
   // How work goes on that is done past the queue: reboot signals that were not delivered, then nodes that were at work.
   std::vector<Route> MakeRebootSignals() const;
   // Reboot signals that were fired: they wait no longer.

@@ -9,6 +9,7 @@
 #include "OrvWorkFlow/host/HostError.h"
 #include "base/dictionary/DictionaryReading.h"
 #include "host/run/DeliveryWatch.h"
+#include "host/state/DeliveryKeys.h"
 #include "host/state/SignalRecords.h"
 #include "journal/ChangeReplay.h"
 #include "journal/RecordReader.h"
@@ -39,6 +40,24 @@ void WriteQueue(const std::vector<Route>& queue, IDictionary& dictionary) {
     names.incoming_signal = signal.receiver_signal;
     if (!Host::WriteSignalNames(dictionary, prefix + std::to_string(i), names)) throw std::bad_alloc();
   }
+}
+
+// A delivery that is begun once more is the same one, in whatever run it was begun first.
+void WriteRepeated(const RunStanding& standing, IDictionary& dictionary) {
+  const Host::KeptDeliveries before = Host::ReadDiedDeliveries(dictionary);
+  Host::KeptDeliveries after;
+  std::uint64_t place = 0;
+  for (const auto& [number, route] : standing.NumberedQueue()) {
+    ++place;
+    const auto known = before.deliveries.find(number);
+    const bool was_begun = standing.begun().contains(number);
+    if (known == before.deliveries.end() && !was_begun) continue;
+    Host::DiedDelivery died = {standing.name(), number, 1};
+    if (known != before.deliveries.end()) died = known->second;
+    if (was_begun) ++died.attempt;
+    after.deliveries.emplace(place, std::move(died));
+  }
+  if (!Host::WriteDiedDeliveries(dictionary, after)) throw std::bad_alloc();
 }
 
 Route RebootSignalAt(IDictionary& dictionary, const std::string& entry) {
@@ -150,6 +169,7 @@ void MakeDictionaryOf(const RunStanding& standing, const std::string& path, IDic
 void WriteStanding(const RunStanding& standing, IDictionary& dictionary) {
   WriteStartSignal(standing, dictionary);
   WriteQueue(standing.MakeQueue(), dictionary);
+  WriteRepeated(standing, dictionary);
   WriteRebootSignals(standing, dictionary);
   WriteAbsorbed(standing, dictionary);
   WriteFailed(standing, dictionary);

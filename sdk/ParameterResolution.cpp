@@ -5,9 +5,9 @@
 #include <stdexcept>
 #include <vector>
 
+#include "OrvWorkFlow/sdk/CurrentDelivery.h"
 #include "OrvWorkFlow/sdk/ParameterText.h"
 #include "OrvWorkFlow/sdk/ParameterValue.h"
-#include "sdk/CurrentDelivery.h"
 
 namespace OrvWorkFlow::Sdk::Parameters {
 
@@ -37,8 +37,9 @@ std::string EntryText(const std::string& path, IDictionary& dictionary) {
 
 std::string DeliveryText(const std::string& what) {
   const std::optional<Delivery> delivery = CurrentDelivery();
-  if (!delivery) Fail("takes {delivery." + what + "}, which the host does not tell");
-  return std::to_string(what == "number" ? delivery->number : delivery->attempt);
+  if (!delivery) Fail("takes {delivery." + what + "}, and no signal is being delivered");
+  if (what == "key") return delivery->Key();
+  return what == "number" ? std::to_string(delivery->number) : std::to_string(delivery->attempt);
 }
 
 std::string EnvironmentText(const std::string& name, IDictionary& dictionary) {

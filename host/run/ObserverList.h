@@ -58,6 +58,14 @@ class ObserverList final : public IRunObserver {
     }
   }
 
+  // The first that says it.
+  bool NameDelivery(std::uint64_t number, DeliveryKey& key) override {
+    for (IRunObserver* const observer : observers_) {
+      if (observer->GetVersion() >= 3 && observer->NameDelivery(number, key)) return true;
+    }
+    return false;
+  }
+
  private:
   std::vector<IRunObserver*> observers_;
 };

@@ -25,7 +25,7 @@ namespace OrvWorkFlow {
 class IRunObserver {
  public:
   static constexpr std::uint64_t kPastQueue = std::uint64_t{1} << 63;
-  static constexpr std::uint32_t kVersion = 2;
+  static constexpr std::uint32_t kVersion = 3;
 
   // Zero-terminated. Where there is no sender (a start signal, one fired past the queue) or no receiver, three times
   // "".
@@ -155,6 +155,18 @@ class IRunObserver {
 
   // Told by the engine on the thread that absorbs: the workflow is one of those that a saved state lists.
   virtual void FlowAbsorbed(const char* /*name*/, const char* /*file_path*/) {}
+
+  // --- Since version 3 ---
+
+  // How a delivery is called over all runs. The text is valid until it has ended.
+  struct DeliveryKey {
+    const char* run = "";
+    std::uint64_t number = 0;
+    std::uint32_t attempt = 1;
+  };
+  // Asked by the mediator on the thread that performs the delivery, when its node asks
+  // (ISignalMediator::GetPerformedDelivery). False, with nothing assigned: the observer does not say.
+  virtual bool NameDelivery(std::uint64_t /*number*/, DeliveryKey& /*key*/) { return false; }
 
  protected:
   ~IRunObserver() = default;

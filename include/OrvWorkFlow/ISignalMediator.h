@@ -89,6 +89,18 @@ class ISignalMediator : public IBaseWorkFlowObject {
   // directory that does not exist. A failure may leave a part of it.
   virtual bool DeleteWriteDirectory(const char* directory) = 0;
 
+  // The delivery that this thread performs, for the node that it calls. `run` and `number` are its key: no other
+  // delivery has both, and they stay the same when the signal is delivered again because the process died in it;
+  // `attempt` then is 2, 3... So what acts outside of the dictionary can recognise a repetition. They are what an
+  // observer says (IRunObserver::NameDelivery); without one the run is "", the number that of IRunObserver.h and the
+  // attempt 1. `run` may be null. False, with nothing assigned to `delivery`, on a thread that performs none, such as a
+  // node's own, and when `run` refuses.
+  struct PerformedDelivery {
+    std::uint64_t number = 0;
+    std::uint32_t attempt = 1;
+  };
+  virtual bool GetPerformedDelivery(PerformedDelivery* delivery, IOrvPString* run) = 0;
+
  protected:
   ~ISignalMediator() = default;
 };

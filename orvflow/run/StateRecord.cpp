@@ -2,7 +2,6 @@
 
 #include <cstdio>
 #include <fstream>
-#include <random>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -13,6 +12,7 @@
 #include "OrvWorkFlow/sdk/MarshalledHolder.h"
 #include "base/dictionary/DictionaryReading.h"
 #include "base/text/Counting.h"
+#include "host/HostParts.h"
 #include "host/files/HostFiles.h"
 #include "host/state/RunRecords.h"
 #include "journal/RecordReader.h"
@@ -28,13 +28,6 @@ constexpr char kExtension[] = ".record";
 constexpr char kRunName[] = "/Orvflow/Run";
 // The record is begun anew with a checkpoint when it is larger.
 constexpr std::uint64_t kLargest = std::uint64_t{64} << 20;
-
-std::string NewRunName() {
-  std::random_device device;
-  char text[17];
-  std::snprintf(text, sizeof(text), "%08x%08x", static_cast<unsigned>(device()), static_cast<unsigned>(device()));
-  return text;
-}
 
 class WaitingSignals final : public IRunReport {
  public:
@@ -187,7 +180,7 @@ void StateRecord::Remove() const { std::remove(path_.c_str()); }
 
 void StateRecord::Open(const Journal::RunNote& note) {
   note_ = note;
-  note_.name = NewRunName();
+  note_.name = host_.parts().delivery_keys.run();
   try {
     record_.emplace(path_, shown_name_, Journal::RunRecord::Earlier::Replaced);
     record_->Begin(note_);

@@ -37,6 +37,18 @@ class RunObserverSlot {
     if (version_.load(std::memory_order_relaxed) >= version) Tell(operation, values...);
   }
 
+  // See IRunObserver::NameDelivery.
+  bool NameDelivery(std::uint64_t number, IRunObserver::DeliveryKey& key) const noexcept {
+    constexpr std::uint32_t kSince = 3;
+    IRunObserver* const observer = observer_.load(std::memory_order_acquire);
+    if (observer == nullptr || version_.load(std::memory_order_relaxed) < kSince) return false;
+    try {
+      return observer->NameDelivery(number, key);
+    } catch (...) {
+      return false;
+    }
+  }
+
  private:
   std::atomic<std::uint32_t> version_ = 0;
   std::atomic<IRunObserver*> observer_ = nullptr;

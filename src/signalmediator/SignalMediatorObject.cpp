@@ -115,6 +115,16 @@ bool CSignalMediator::HoldChanges(IWorkNode* node) {
   return true;
 }
 
+bool CSignalMediator::GetPerformedDelivery(PerformedDelivery* delivery, IOrvPString* run) {
+  const std::uint64_t number = ThisThreadsSignals().delivery.number;
+  if (delivery == nullptr || number == 0) return false;
+  IRunObserver::DeliveryKey key{"", number};
+  context_.observer.NameDelivery(number, key);
+  if (run != nullptr && !AssignText(run, std::string_view(key.run))) return false;
+  *delivery = {key.number, key.attempt};
+  return true;
+}
+
 void CSignalMediator::DeliverInputSignal(InputSignalMessage* message) { delivery_.DeliverMessage(message); }
 
 bool CSignalMediator::StopAllWorkNodes() {

@@ -67,6 +67,7 @@ class CSignalMediator final : public BaseObject<CSignalMediator, ISignalMediator
 
   bool KeepFromDeletion(const char* path) override;
   bool DeleteWriteDirectory(const char* directory) override;
+  bool GetPerformedDelivery(PerformedDelivery* delivery, IOrvPString* run) override;
 
   // The faces for the nodes and for the host's GUI thread.
   bool Signal(IWorkNode* node, const char* signal_name) override;

@@ -179,7 +179,7 @@ TEST(SlotOrderTest, SignalMediator) {
       &I::DeleteTemporaryData) (&I::AddLocalUtilityObject) (&I::AddGlobalUtilityObject) (&I::AddWorkNode) (
       &I::AddWorkNodeInstance) (&I::DeleteAllUtilityObjectsAndWorknodesFromMemory) (&I::LoadWorkNodesNow) (&I::Absorb) (
       &I::GetInstantiatedWorknodesThatCallAbsorb) (&I::GetStatistics) (&I::SetRunObserver) (&I::Report) (
-      &I::KeepFromDeletion)(&I::DeleteWriteDirectory)
+      &I::KeepFromDeletion) (&I::DeleteWriteDirectory)(&I::GetPerformedDelivery)
       .ExpectConsecutiveFrom(kBaseOperations);
 }
 

@@ -2,10 +2,13 @@
 #include <filesystem>
 #include <set>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "CoreObjects/MediatorLockDepth.h"
 #include "OrvWorkFlow/Marshaller.h"
+#include "OrvWorkFlow/host/RunObserver.h"
+#include "OrvWorkFlow/sdk/MarshalledHolder.h"
 #include "runtime/plugin/PluginLoader.h"
 #include "tests/signalmediator/RoutingFixture.h"
 
@@ -289,6 +292,50 @@ TEST(RoutingWithoutMutexTest, SignalsAreDeliveredAllTheSame) {
   }
   EXPECT_THAT(stage.GetJournal("Signal("), ElementsAre("a1.Signal(go)"));
   OrvWorkFlow::WorkFlowFactory::ReleaseGlobalObjects();
+}
+
+// Says for each delivery that it is attempt 3 of the delivery with the tenfold number in the run "night".
+class NamingObserver final : public OrvWorkFlow::Host::RunObserver {
+ public:
+  bool NameDelivery(std::uint64_t number, DeliveryKey& key) override {
+    if (!names) return false;
+    key = {"night", (number - kPastQueue) * 10, 3};
+    return true;
+  }
+  bool names = true;
+};
+
+TEST_F(RoutingTest, ANodeIsToldWhichDeliveryItPerforms) {
+  OrvWorkFlow::ISignalMediator::PerformedDelivery performed;
+  std::string run;
+  bool has_answered = false;
+  stage_.ScriptOf("a1").on_signal = [&](ScriptedWorkNode&, const std::string&) {
+    const OrvWorkFlow::Sdk::TextHolder name;
+    EXPECT_FALSE(mediator_->GetPerformedDelivery(nullptr, name.get()));
+    has_answered = mediator_->GetPerformedDelivery(&performed, name.get());
+    run = name.Text();
+    std::thread([&] { EXPECT_FALSE(mediator_->GetPerformedDelivery(&performed, nullptr)); }).join();
+    return true;
+  };
+  constexpr std::uint64_t kPast = OrvWorkFlow::IRunObserver::kPastQueue;
+  EXPECT_TRUE(Fire("Alpha", "a1", "go"));
+  EXPECT_TRUE(has_answered);
+  EXPECT_EQ(run, "");
+  EXPECT_EQ(performed.number, kPast + 1);
+  EXPECT_EQ(performed.attempt, 1U);
+
+  NamingObserver observer;
+  ASSERT_TRUE(mediator_->SetRunObserver(&observer));
+  EXPECT_TRUE(Fire("Alpha", "a1", "go"));
+  EXPECT_EQ(run, "night");
+  EXPECT_EQ(performed.number, 20U);
+  EXPECT_EQ(performed.attempt, 3U);
+  observer.names = false;
+  EXPECT_TRUE(Fire("Alpha", "a1", "go"));
+  EXPECT_EQ(run, "");
+  EXPECT_EQ(performed.number, kPast + 3);
+  ASSERT_TRUE(mediator_->SetRunObserver(nullptr));
+  EXPECT_FALSE(mediator_->GetPerformedDelivery(&performed, nullptr)) << "no delivery";
 }
 
 }  // namespace

@@ -90,6 +90,7 @@ class FakeMediator final : public OrvWorkFlow::Sdk::ObjectProtocol<FakeMediator,
   bool Report(OrvWorkFlow::IRunReport*) override { return false; }
 
   bool DeleteWriteDirectory(const char*) override { return false; }
+  bool GetPerformedDelivery(PerformedDelivery*, OrvWorkFlow::IOrvPString*) override { return false; }
 
   // "type,instance,signal" of each input signal, in order.
   std::vector<std::string> Fired() const {

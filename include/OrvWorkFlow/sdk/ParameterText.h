@@ -2,7 +2,7 @@
 //
 //   {/Jobs/Current/File}                     a value of the workflow's dictionary
 //   {env:NAME}                               a variable of the environment that /Orvflow/Environment lists
-//   {delivery.number}, {delivery.attempt}    of the delivery that the node is handling
+//   {delivery.number}, {delivery.attempt}, {delivery.key}    of the delivery that the node is handling
 //   {{ and }}                                the characters { and }
 //
 // What is put in is not looked into again. The node's reading and the check before a run use the same rules.
@@ -61,7 +61,7 @@ inline TextPart ValuePart(std::string_view inside) {
       return {TextPart::Kind::Environment, std::string(name)};
     }
   }
-  if (inside == "delivery.number" || inside == "delivery.attempt") {
+  if (inside == "delivery.number" || inside == "delivery.attempt" || inside == "delivery.key") {
     return {TextPart::Kind::Delivery, std::string(inside.substr(kDelivery.size()))};
   }
   return {};
@@ -99,10 +99,9 @@ inline ParsedText ParseText(std::string_view text) {
     TextPart part = ValuePart(inside);
     if (part.kind == TextPart::Kind::Literal) {
       static constexpr std::size_t kMostShown = 60;
-      return fail(
-          "has {" + std::string(inside.substr(0, kMostShown)) +
-          "}, which is no value; write {/Path}, {env:NAME}, {delivery.number}, {delivery.attempt}, or {{ and }} "
-          "for the characters");
+      return fail("has {" + std::string(inside.substr(0, kMostShown)) +
+                  "}, which is no value; write {/Path}, {env:NAME}, {delivery.number}, {delivery.attempt}, "
+                  "{delivery.key}, or {{ and }} for the characters");
     }
     parsed.parts.push_back(std::move(part));
     i = end;

@@ -3,12 +3,15 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <new>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <thread>
 
 #include "OrvWorkFlow/WorkFlowFactory.h"
+#include "OrvWorkFlow/sdk/CurrentDelivery.h"
 #include "OrvWorkFlow/sdk/MarshalledHolder.h"
 #include "OrvWorkFlow/sdk/NodeCreator.h"
 #include "OrvWorkFlow/sdk/WorkNodeBase.h"
@@ -80,8 +83,17 @@ constinit const NodeDescription kPickyDescription = {.sentence = "Fails and ends
                                                      .outputs = kPickyOutputs,
                                                      .state_in_dictionary = true};
 
+// Appends key and attempt of the delivery to the file at "/Counting/Deliveries", if there is one.
+void WriteDelivery(IDictionary& dictionary) {
+  const Sdk::TextHolder file;
+  if (!dictionary.GetValue("/Counting/Deliveries", file.get())) return;
+  const std::optional<Sdk::Delivery> delivery = Sdk::CurrentDelivery();
+  std::ofstream log(file.Text(), std::ios::app | std::ios::binary);
+  log << (delivery ? delivery->Key() + " " + std::to_string(delivery->attempt) : "none") << '\n';
+}
+
 // Has all its state in the dictionary. "die" ends the process while "/Counting/Deadly" is not 0, all else fails while
-// "/Counting/Ill" is not 0; else they fire "healed".
+// "/Counting/Ill" is not 0; else they fire "healed". Each writes which delivery it is.
 class PickyNode final : public Sdk::WorkNodeBase {
  public:
   static constexpr char kTypeName[] = "PickyNode";
@@ -90,6 +102,7 @@ class PickyNode final : public Sdk::WorkNodeBase {
  private:
   bool OnSignal(std::string_view signal) override {
     IDictionary& dictionary = WorkflowDictionary();
+    WriteDelivery(dictionary);
     if (signal == "die") {
       if (ReadNumber(dictionary, "/Counting/Deadly") != 0) std::_Exit(99);
     } else if (ReadNumber(dictionary, "/Counting/Ill") != 0) {

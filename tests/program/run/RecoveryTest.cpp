@@ -188,6 +188,31 @@ TEST_F(RecoveryTest, KilledAnywhereNothingIsLostAndOnlyWhatWasAtWorkIsRepeated) 
   }
 }
 
+// What acts outside of the workflow recognises a repetition by the delivery's key.
+TEST_F(RecoveryTest, ADeliveryKeepsItsKeyUntilItHasEnded) {
+  const std::string flow = WriteFlow({{"PickyNode", "A", "ProgramNodes", {"healed=PickyNode,B,die"}},
+                                      {"PickyNode", "B", "ProgramNodes", {"healed=PickyNode,C,one"}},
+                                      {"PickyNode", "C"}},
+                                     "PickyNode,A,one");
+  const std::string log = "/Counting/Deliveries:str=" + Log();
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_EQ(
+        Run({"run", flow, "--set", log, "--set", "/Counting/Deadly:int=1", "--set", "/Counting/Ill:int=0"}).exit_code,
+        99);
+  }
+  EXPECT_EQ(Run({"run", flow, "--set", "/Counting/Deadly=0"}).exit_code, 0);
+  const std::vector<std::string> lines = Lines(LogText());
+  ASSERT_EQ(lines.size(), 5U);
+  const std::string run = lines[0].substr(0, lines[0].find('-'));
+  EXPECT_EQ(run.size(), 16U) << lines[0];
+  EXPECT_EQ(lines[0], run + "-1 1");
+  EXPECT_EQ(lines[1], run + "-2 1");
+  EXPECT_EQ(lines[2], run + "-2 2");
+  EXPECT_EQ(lines[3], run + "-2 3");
+  EXPECT_TRUE(lines[4].ends_with("-2 1")) << lines[4];
+  EXPECT_NE(lines[4].substr(0, run.size()), run) << "of another run";
+}
+
 // Past 64 MiB a checkpoint is made and the record holds what came after it alone.
 TEST_F(RecoveryTest, ARecordThatBeganAnewHoldsTheRestOfTheRun) {
   constexpr int kLimit = 800;
