@@ -34,9 +34,8 @@ std::vector<std::string> CodeBlocks(const std::string& text) {
 TEST(PluginGuideTest, ItsCodeIsCodeThatIsBuilt) {
   const std::filesystem::path source = orv_test::SourceFolder();
   std::string built;
-  for (const auto& folder :
-       {source / "nodes" / "backup", source / "nodes" / "flow", source / "tests" / "consumer" / "plugin",
-        source / "orvflow" / "new" / "templates" / "node"}) {
+  for (const auto& folder : {source / "nodes" / "backup", source / "nodes" / "flow",
+                             source / "examples" / "10_own_node", source / "orvflow" / "new" / "templates" / "node"}) {
     for (const auto& entry : std::filesystem::directory_iterator(folder)) {
       if (entry.is_regular_file()) built += WithItsName(orv_test::ReadFile(entry.path()));
     }
@@ -44,7 +43,7 @@ TEST(PluginGuideTest, ItsCodeIsCodeThatIsBuilt) {
   const std::string page = orv_test::ReadFile(source / "docs" / "plugins.md");
   const std::vector<std::string> blocks = CodeBlocks(page);
   ASSERT_EQ(blocks.size(), 9u);
-  EXPECT_NE(page.find(orv_test::ReadFile(source / "tests" / "consumer" / "plugin" / "flow.xml")), std::string::npos);
+  EXPECT_NE(page.find(orv_test::ReadFile(source / "examples" / "10_own_node" / "flow.xml")), std::string::npos);
   for (const std::string& block : blocks) EXPECT_NE(built.find(block), std::string::npos) << block;
 }
 

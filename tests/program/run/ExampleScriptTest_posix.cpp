@@ -113,5 +113,17 @@ TEST_F(ExampleScriptTest, AnInboxTakesWhatComesWhileNothingRuns) {
   ExpectShown("examples/07_inbox/README.md", result.output, true);
 }
 
+TEST_F(ExampleScriptTest, FilesAreFetchedAndTheWrongOneIsNotKept) {
+  const ProcessResult result = RunExample("08_downloads");
+  EXPECT_EQ(result.exit_code, 0) << result.error;
+  ExpectShown("examples/08_downloads/README.md", result.output);
+}
+
+TEST_F(ExampleScriptTest, AnAnswerThatComesWhileNothingRunsIsTaken) {
+  const ProcessResult result = RunExample("09_approval");
+  EXPECT_EQ(result.exit_code, 0) << result.error;
+  ExpectShown("examples/09_approval/README.md", result.output, true);
+}
+
 }  // namespace
 }  // namespace orv_test
