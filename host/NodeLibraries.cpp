@@ -26,7 +26,7 @@ bool LoadNodeLibrary(const std::string& library, std::string& reason) {
   return LoadFrom(library, reason) || LoadFrom(WorkflowSchema::kPluginPrefix + library, second_reason);
 }
 
-void LoadNodeLibraries(IDictionary& workflow, const std::string& shown_name) {
+void LoadNodeLibraries(IDictionary& workflow, const std::string& shown_name, const std::string& what_to_do) {
   const std::string types = std::string(WorkflowSchema::kWorkNodes) + "/";
   for (const std::string& type : Base::NamesBelow(workflow, WorkflowSchema::kWorkNodes)) {
     if (Base::NamesBelow(workflow, types + type + WorkflowSchema::kInstances).empty()) continue;
@@ -40,7 +40,7 @@ void LoadNodeLibraries(IDictionary& workflow, const std::string& shown_name) {
     if (!LoadNodeLibrary(library, reason)) {
       const bool says_what_to_do = reason.find("; ") != std::string::npos;
       throw HostError(HostError::Kind::PluginBroken, shown_name, entry,
-                      reason + (says_what_to_do ? "" : "; put the library there, or give the host its folder"));
+                      reason + (says_what_to_do ? "" : "; " + what_to_do));
     }
     if (!WorkFlowFactory::IsWorkNodePresent(type.c_str())) {
       throw HostError(HostError::Kind::PluginBroken, shown_name, types + type,

@@ -12,6 +12,8 @@ namespace OrvWorkFlow::Host {
 class ObserverList final : public IRunObserver {
  public:
   void Add(IRunObserver& observer) { observers_.push_back(&observer); }
+  // Before those that are there: what it says of a delivery counts.
+  void AddFirst(IRunObserver& observer) { observers_.insert(observers_.begin(), &observer); }
 
   void SignalQueued(const QueuedSignal& signal) override {
     for (IRunObserver* const observer : observers_) observer->SignalQueued(signal);

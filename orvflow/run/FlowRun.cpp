@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "base/text/Counting.h"
+#include "host/HostParts.h"
 #include "host/files/HostFiles.h"
 #include "host/state/FileLock.h"
 #include "host/state/RunRecords.h"
@@ -119,7 +120,10 @@ void FlowRun::ChangeState() {
 void FlowRun::Load() {
   SetActivity("while the workflow was loaded");
   KeepFilesOfRun(options_, plan_, *host_);
-  if (record_) record_->Begin({ORVFLOW_VERSION, ORVFLOW_PLATFORM, plan_.flow, plan_.continued});
+  if (record_) {
+    record_->Begin(
+        {ORVFLOW_VERSION, ORVFLOW_PLATFORM, plan_.flow, plan_.continued, host_->parts().delivery_keys.run()});
+  }
   const Clock::time_point begin = Clock::now();
   LoadRun(options_, source_, plan_, *host_);
   load_time_ = Clock::now() - begin;

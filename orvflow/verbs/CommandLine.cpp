@@ -107,6 +107,7 @@ constexpr VerbMaker kVerbMakers[] = {
     {"history", MakeHistoryVerb},
     {"why", MakeWhyVerb},
     {"show", MakeShowVerb},
+    {"replay", MakeReplayVerb},
     {"check", MakeCheckVerb},
     {"graph", MakeGraphVerb},
     {"inspect", MakeInspectVerb},

@@ -125,5 +125,23 @@ TEST_F(ExampleScriptTest, AnAnswerThatComesWhileNothingRunsIsTaken) {
   ExpectShown("examples/09_approval/README.md", result.output, true);
 }
 
+// With the program recording each of their runs, which then are done again.
+TEST_F(ExampleScriptTest, RecordedRunsAreReplayed) {
+  const std::string program = File("record-runs");
+  WriteFile(program, "#!/bin/bash\nif [[ $1 == run ]]; then set -- \"$@\" --record \"$PWD/runs.record\"; fi\nexec '" +
+                         std::string(ORVFLOW_PROGRAM) + "' \"$@\"\n");
+  std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+  for (const char* const name : {"01_backup", "03_absorb", "06_orders"}) {
+    SCOPED_TRACE(name);
+    const std::filesystem::path folder = directory_.path() / name;
+    std::filesystem::copy(SourceFolder() / "examples" / name, folder);
+    const ProcessResult result = RunProcess("/bin/bash", {(folder / "run.sh").string(), program});
+    ASSERT_EQ(result.exit_code, 0) << result.error;
+    const ProcessResult replay = Run({"replay", (folder / "runs.record").string()});
+    EXPECT_EQ(replay.exit_code, 0) << replay.output << replay.error;
+    EXPECT_TRUE(replay.output.starts_with("run ")) << replay.output;
+  }
+}
+
 }  // namespace
 }  // namespace orv_test
