@@ -69,6 +69,7 @@ ReplayHost::ReplayHost(std::size_t most_queued)
     : host_(std::make_unique<Host::WorkflowHost>()), most_queued_(most_queued) {
   host_->ShowMessagesWith([](const std::string& /*text*/, const std::string& /*caption*/) {});
   host_->parts().observers.AddFirst(*this);
+  host_->parts().objects.host_app().AllowRestart(true);  // A node that asks for one goes on as in the run.
   host_->parts().objects.host_app().SetRefusal([](void* self) { return static_cast<ReplayHost*>(self)->Refuses(); },
                                                this);
 }
@@ -93,15 +94,14 @@ void ReplayHost::Load(IDictionary& dictionary, const ReplayPlan& plan, const std
   MakeLike(dictionary);
 }
 
-// Blanks at the ends of texts do not go through a file, but through this.
+// Neither a file nor a merge keeps all: blanks at the ends of texts, the form of an empty list.
 void ReplayHost::MakeLike(IDictionary& dictionary) {
   IDictionary& own = host_->dictionary();
   {
     const std::lock_guard lock(mutex_);
     is_changing_ = true;
   }
-  if (own.Exists("/")) own.Delete("/");
-  const bool is_done = !dictionary.Exists("/") || own.MergeSubtree(&dictionary, "/", "/");
+  const bool is_done = own.CopySubtreeFrom(&dictionary, "/", "/");
   const std::lock_guard lock(mutex_);
   is_changing_ = false;
   is_disturbed_ = false;

@@ -7,6 +7,7 @@
 
 #include "OrvWorkFlow/host/RunObserver.h"
 #include "orvflow/replay/Replay.h"
+#include "orvflow/replay/ReplayOutput.h"
 #include "tests/journal/RandomRun.h"
 #include "tests/program/support/ProgramFixture.h"
 
@@ -58,7 +59,7 @@ TEST_F(ReplayOracleTest, RandomRunsAreReplayedAsRecorded) {
     for (Journal::RecordReader reader(file); !is_over && reader.Next(&event);) is_over = replay.Take(event);
     replay.Finish();
     const Program::ReplayResult& result = replay.result();
-    ASSERT_FALSE(result.difference) << "seed " << seed << " delivery " << result.difference->number;
+    ASSERT_FALSE(result.difference) << "seed " << seed << "\n" << Program::ReplayAsText(result, plan);
     ASSERT_EQ(result.replayed, ended) << "seed " << seed;
     deliveries += ended;
   }
