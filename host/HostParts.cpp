@@ -156,6 +156,7 @@ RunLimits WorkflowHost::Parts::MakeLimits(const RunSettings& settings) {
   limits.time_limit = settings.time_limit;
   limits.checkpoint = settings.checkpoint;
   limits.needs_checkpoint = settings.needs_checkpoint;
+  limits.ending = settings.ending;
   limits.wants_stop = [this] { return wants_stop.load(); };
   limits.wants_checkpoint = [this] { return wants_save || deliveries.HasSetAside(); };
   if (settings.stuck) {

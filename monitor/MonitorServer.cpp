@@ -79,7 +79,7 @@ unsigned StatusOf(const beast::error_code& error) {
 // One thread runs all of it, but for the constructor, Start and Stop.
 class MonitorServer::Engine {
  public:
-  Engine(std::uint16_t port, std::string token, Patience patience);
+  Engine(std::uint16_t port, std::string token, Patience patience, bool takes_commands);
   ~Engine();
 
   std::uint16_t port() const { return port_; }
@@ -94,7 +94,7 @@ class MonitorServer::Engine {
   void Work();
   void Accept();
   void Take(Tcp::socket socket);
-  Content Ask(std::string_view target);
+  Content Ask(const Request& request);
   Text AskWhole();
   void AddTab(Tab& tab);
   void WaitForTick();
@@ -269,8 +269,8 @@ class MonitorServer::Engine::Connection : public std::enable_shared_from_this<Co
     if (verdict.gives_cookie) return GiveCookie();
     if (verdict.status != 200) return Refuse(verdict.status, verdict.why);
     const std::string_view target = View(request.target());
-    if (PathOf(target) == kLivePath) return Upgrade();
-    Answer(engine_.Ask(target));
+    if (PathOf(target) == kLivePath && request.method() != http::verb::post) return Upgrade();
+    Answer(engine_.Ask(request));
   }
 
   void Upgrade() {
@@ -296,7 +296,7 @@ class MonitorServer::Engine::Connection : public std::enable_shared_from_this<Co
     Response response(http::int_to_status(content.status), 11);
     response.set(http::field::content_type, content.type);
     if (content.is_page) response.set(http::field::content_encoding, "gzip");
-    if (content.status == 405) response.set(http::field::allow, "GET, HEAD");
+    if (content.status == 405) response.set(http::field::allow, std::string(engine_.rules_.AllowedMethods()));
     if (content.status == 401) response.set(http::field::www_authenticate, "Bearer");
     response.body() = std::move(content.body);
     Write(std::move(response), content.is_page);
@@ -350,11 +350,11 @@ Tcp::acceptor MonitorServer::Engine::Listen(asio::io_context& io, std::uint16_t 
   return acceptor;
 }
 
-MonitorServer::Engine::Engine(std::uint16_t port, std::string token, Patience patience)
+MonitorServer::Engine::Engine(std::uint16_t port, std::string token, Patience patience, bool takes_commands)
     : patience_(patience),
       acceptor_(Listen(io_, port)),
       port_(acceptor_.local_endpoint().port()),
-      rules_(port_, std::move(token)) {}
+      rules_(port_, std::move(token), takes_commands) {}
 
 MonitorServer::Engine::~Engine() {
   io_.stop();
@@ -400,9 +400,10 @@ void MonitorServer::Engine::Take(Tcp::socket socket) {
   }
 }
 
-Content MonitorServer::Engine::Ask(std::string_view target) {
+Content MonitorServer::Engine::Ask(const Request& request) {
+  const std::string_view target = View(request.target());
   try {
-    return source_->Get(target);
+    return request.method() == http::verb::post ? source_->Post(target, request.body()) : source_->Get(target);
   } catch (const std::exception&) {
     return {500, "text/plain; charset=utf-8", "this could not be read now\n"};
   }
@@ -476,8 +477,8 @@ void MonitorServer::Engine::Stop(const std::string& last_update) noexcept {
   thread_.join();
 }
 
-MonitorServer::MonitorServer(std::uint16_t port, std::string token, Patience patience)
-    : engine_(std::make_unique<Engine>(port, std::move(token), patience)), port_(engine_->port()) {}
+MonitorServer::MonitorServer(std::uint16_t port, std::string token, Patience patience, bool takes_commands)
+    : engine_(std::make_unique<Engine>(port, std::move(token), patience, takes_commands)), port_(engine_->port()) {}
 
 MonitorServer::~MonitorServer() = default;
 

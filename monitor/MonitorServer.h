@@ -27,6 +27,8 @@ class LiveSource {
  public:
   // `target` is a path and a query, of a request that was let in.
   virtual Content Get(std::string_view target) = 0;
+  // The same for a command, of kMostBodyBytes at most. Asked only of a server that takes commands.
+  virtual Content Post(std::string_view /*target*/, const std::string& /*body*/) { return {404, "text/plain", {}}; }
   // All that a tab shows, as JSON. For a tab that is new, or has missed something.
   virtual std::string WholeUpdate() = 0;
   // What is different since the last call, at most ten times a second; "" for nothing. Values, not differences: a tab
@@ -53,8 +55,9 @@ class MonitorServer {
     unsigned end = 1'000;       // for the last update
   };
 
-  // Takes the port, 0 any that is free. Throws ServerProblem. Nothing is answered yet.
-  MonitorServer(std::uint16_t port, std::string token, Patience patience);
+  // Takes the port, 0 any that is free. Throws ServerProblem. Nothing is answered yet. Without `takes_commands` nothing
+  // that is asked for changes anything.
+  MonitorServer(std::uint16_t port, std::string token, Patience patience, bool takes_commands = false);
   MonitorServer(const MonitorServer&) = delete;
   MonitorServer& operator=(const MonitorServer&) = delete;
   // Stops without a last word.

@@ -62,8 +62,11 @@ bool IsJson(std::string_view content_type) { return IsSameName(Trimmed(TakeUpTo(
 
 }  // namespace
 
-RequestRules::RequestRules(std::uint16_t port, std::string token)
-    : port_(std::to_string(port)), token_(std::move(token)), cookie_name_("orvflow_" + port_) {}
+RequestRules::RequestRules(std::uint16_t port, std::string token, bool takes_commands)
+    : port_(std::to_string(port)),
+      token_(std::move(token)),
+      cookie_name_("orvflow_" + port_),
+      takes_commands_(takes_commands) {}
 
 // By these names alone: a name that somebody else's server resolves to this machine is not among them.
 bool RequestRules::IsOwnHost(std::string_view host) const {
@@ -102,8 +105,17 @@ Verdict RequestRules::Judge(const RequestView& request) const {
   if (!HasToken(request)) return {401, "without the token of this run: open the address that the run has printed"};
   if (changes_nothing) return {};
   if (request.method != "POST") return {405, "there is no such method here"};
+  return JudgeCommand(request);
+}
+
+// A cookie comes by itself with what a browser sends: then the browser also has to say that the page itself asked.
+Verdict RequestRules::JudgeCommand(const RequestView& request) const {
   if (!IsJson(request.content_type)) return {415, "a command has to be application/json"};
-  return {405, "this run takes no commands"};
+  if (!takes_commands_) return {405, "this run takes no commands: it was started without --ui=control"};
+  if (!request.fetch_site.empty() && request.fetch_site != "same-origin") return {403, "asked by another page"};
+  if (request.authorization.empty() && request.origin.empty())
+    return {403, "a command of a page has to name its origin"};
+  return {};
 }
 
 std::string RequestRules::CookieHeader() const {

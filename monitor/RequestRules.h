@@ -29,10 +29,13 @@ struct Verdict {
 
 class RequestRules {
  public:
-  // `token` is not empty.
-  RequestRules(std::uint16_t port, std::string token);
+  // `token` is not empty. Commands are taken with `takes_commands` alone.
+  RequestRules(std::uint16_t port, std::string token, bool takes_commands = false);
 
   Verdict Judge(const RequestView& request) const;
+
+  // For the header of an answer of status 405.
+  std::string_view AllowedMethods() const { return takes_commands_ ? "GET, HEAD, POST" : "GET, HEAD"; }
 
   // What sets the cookie. Its name has the port in it: browsers send cookies to all ports of a host.
   std::string CookieHeader() const;
@@ -41,10 +44,12 @@ class RequestRules {
   bool IsOwnHost(std::string_view host) const;
   bool IsOwnOrigin(std::string_view origin, std::string_view host) const;
   bool HasToken(const RequestView& request) const;
+  Verdict JudgeCommand(const RequestView& request) const;
 
   const std::string port_;
   const std::string token_;
   const std::string cookie_name_;
+  const bool takes_commands_;
 };
 
 // "/api/node?x=1" without what follows the "?".

@@ -89,7 +89,8 @@ RunResult RunLoop::StartAndWatch() {
 RunResult RunLoop::WatchUntilEnd() {
   CheckpointPlan plan(limits_.state_file.empty() ? CheckpointPlan::Setting{} : limits_.checkpoint, Clock::now());
   for (;;) {
-    if (const std::optional<RunEnd> end = FindEnd()) return {*end, GetBacklog(), false, {}};
+    const std::optional<RunEnd> end = FindEnd();
+    if (end && (!limits_.ending || limits_.ending(*end))) return {*end, GetBacklog(), false, {}};
     const bool asked = !limits_.state_file.empty() && limits_.wants_checkpoint && limits_.wants_checkpoint();
     if (asked || (plan.due() && Clock::now() >= *plan.due())) {
       if (!asked && !NeedsCheckpoint()) {

@@ -49,6 +49,7 @@ struct RunLimits {
   // Asked when the workflow has come to its end and is at rest: whether its state has to be saved. A missing function
   // says yes.
   std::function<bool()> needs_last_save;
+  std::function<bool(RunEnd end)> ending;  // as in RunSettings
 };
 
 class RunLoop {

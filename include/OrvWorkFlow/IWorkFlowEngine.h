@@ -106,6 +106,19 @@ class IWorkFlowEngine : public IBaseWorkFlowObject {
   // moment and stays. True.
   virtual bool KeepTemporaryData(bool keep) = 0;
 
+  // The pump takes so many further signals out of the queue and then none, until this is called again; kAnyNumber, as
+  // at first, is no bound. So a host pauses a workflow (0) and lets it take a step (1): what was not taken is in the
+  // queue, is saved with it, and stays there over a stop and a start. Signals fired past the queue are not held, nor
+  // are nodes at work outside of their signals. Any thread, any time. True.
+  static constexpr std::uint32_t kAnyNumber = 0xFFFFFFFF;
+  virtual bool SetHandOverQuota(std::uint32_t signals) = 0;
+
+  // Queues a signal that no node has fired, behind those that wait and without a sender, as the start signal is, and
+  // wakes the pump. Nothing is looked up: a receiver that is not there is found out by the delivery. Any thread. False
+  // for null and without memory.
+  virtual bool QueueInputSignal(const char* receiver_type, const char* receiver_instance,
+                                const char* incoming_signal) = 0;
+
  protected:
   ~IWorkFlowEngine() = default;
 };

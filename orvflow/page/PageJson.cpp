@@ -33,18 +33,6 @@ bool TakeTexts(std::vector<std::string> all, Json* texts) {
   return is_cut;
 }
 
-Json ValueAsJson(IDictionary& dictionary, const std::string& path, bool is_hidden) {
-  const ValueType type = dictionary.GetValueType(path.c_str());
-  Json value = {{"path", path}, {"type", Base::TagOf(type)}, {"hidden", is_hidden}, {"cut", false}};
-  Json texts = Json::array();
-  if (!is_hidden) {
-    const Sdk::TextListHolder all;
-    if (dictionary.GetValueTexts(path.c_str(), all.get())) value["cut"] = TakeTexts(all.Texts(), &texts);
-  }
-  value["texts"] = std::move(texts);
-  return value;
-}
-
 char Lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; }
 
 }  // namespace
@@ -72,6 +60,18 @@ Json WaitingAsJson(const std::vector<RunTally::Waiting>& waiting) {
                    {"receiver", each.receiver}});
   }
   return all;
+}
+
+Json ValueAsJson(IDictionary& dictionary, const std::string& path, bool is_hidden) {
+  const ValueType type = dictionary.GetValueType(path.c_str());
+  Json value = {{"path", path}, {"type", Base::TagOf(type)}, {"hidden", is_hidden}, {"cut", false}};
+  Json texts = Json::array();
+  if (!is_hidden) {
+    const Sdk::TextListHolder all;
+    if (dictionary.GetValueTexts(path.c_str(), all.get())) value["cut"] = TakeTexts(all.Texts(), &texts);
+  }
+  value["texts"] = std::move(texts);
+  return value;
 }
 
 Json ValuesBelow(IDictionary& dictionary, const std::string& path) {

@@ -18,6 +18,9 @@ Json WaitingAsJson(const std::vector<RunTally::Waiting>& waiting);
 // The entries below a path with their values, without those that HoldsSecret; not more than some hundreds.
 Json ValuesBelow(IDictionary& dictionary, const std::string& path);
 
+// An entry's value; of one that is hidden only its type.
+Json ValueAsJson(IDictionary& dictionary, const std::string& path, bool is_hidden);
+
 // By its name, below the node's: a password, a token, a key.
 bool HoldsSecret(const std::string& path);
 

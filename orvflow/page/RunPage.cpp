@@ -2,24 +2,19 @@
 
 #include <cstdlib>
 #include <exception>
-#include <fstream>
-#include <iterator>
 #include <system_error>
 #include <vector>
 
 #include "flow/drawing/Drawing.h"
-#include "host/files/HostFiles.h"
 #include "monitor/RequestRules.h"
 #include "orvflow/graph/GraphPage.h"
 #include "orvflow/page/Metrics.h"
+#include "orvflow/page/PageAccess.h"
 #include "orvflow/page/PageJson.h"
 #include "orvflow/terminal/StopRequest.h"
 #include "orvflow/terminal/Terminal.h"
 
 namespace OrvWorkFlow::Program {
-
-// web/live, made into one compressed file; empty in a build without it.
-extern const std::string_view kRunPage;
 
 namespace {
 
@@ -28,30 +23,12 @@ constexpr std::size_t kDeliveriesAtOnce = 200;
 constexpr std::size_t kMostWaiting = 1000;
 constexpr std::chrono::seconds kQuiet{1};        // without a change, an update comes every so often
 constexpr std::chrono::seconds kWiringStays{1};  // until it is read anew for whoever asks
-constexpr std::size_t kShortestToken = 16;
-
-bool IsTokenText(const std::string& text) {
-  return text.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_.~") ==
-         std::string::npos;
-}
-
-std::string TokenFrom(const std::string& name) {
-  if (name.empty()) return Monitor::MakeToken();
-  std::ifstream file(Host::MakeAbsolutePath(name), std::ios::binary);
-  std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-  if (!file.is_open() || file.bad()) throw FileError(ExitCode::Failed, name, "", "the token cannot be read");
-  if (!text.empty() && text.back() == '\n') text.pop_back();
-  if (!text.empty() && text.back() == '\r') text.pop_back();
-  if (text.size() >= kShortestToken && text.size() <= 200 && IsTokenText(text)) return text;
-  throw FileError(ExitCode::Failed, name, "", "holds no token: 16 to 200 letters, digits and -_.~ in one line are one");
-}
+constexpr std::string_view kCommandPath = "/api/command";
 
 Json NodeAsJson(const RunTally::Node& node) {
   return {{"type", node.type},           {"instance", node.instance}, {"made", node.made},      {"busy", node.busy},
           {"delivered", node.delivered}, {"failed", node.failed},     {"waiting", node.waiting}};
 }
-
-Monitor::Content JsonContent(const Json& json) { return {200, "application/json", Written(json) + "\n"}; }
 
 const char* StateAfter(const Host::RunResult& result) {
   if (result.end == Host::RunEnd::Idle) return "ended";
@@ -62,28 +39,33 @@ const char* StateAfter(const Host::RunResult& result) {
 
 RunPage::RunPage(const PageOptions& options, bool shows_values) try
     : shows_values_(shows_values),
+      takes_commands_(options.takes_commands),
       token_file_(options.token_file),
       token_(TokenFrom(options.token_file)),
-      server_(options.port, token_, {}) {
+      server_(options.port, token_, {}, takes_commands_) {
 } catch (const Monitor::ServerProblem& problem) {
   throw ProgramError(ExitCode::Failed, "--ui: port " + std::to_string(options.port) + " cannot be had (" +
                                            problem.what() + "); name another one, or none for any that is free");
 }
 
-void RunPage::Begin(RunWatch& watch, IDictionary& dictionary, const std::string& workflow_name) {
+void RunPage::Begin(RunWatch& watch, Host::WorkflowHost& host, const std::string& workflow_name,
+                    const std::string& flow) {
   watch_ = &watch;
-  dictionary_ = &dictionary;
+  dictionary_ = &host.dictionary();
   name_ = workflow_name;
+  if (takes_commands_) {
+    control_.emplace(host, ReadWiring(), [this, flow](const std::string& line) {
+      PrintErrorLine(flow + ": " + line);
+      watch_->WriteLog(line);
+    });
+  }
   try {
     server_.Start(*this);
   } catch (const std::system_error&) {  // The run is worth more than its page.
     PrintErrorLine("--ui: not enough memory or threads; the run is not shown");
     return;
   }
-  // A token that stays the same does not get into logs.
-  const std::string address = "http://127.0.0.1:" + std::to_string(server_.port()) + "/?token=";
-  PrintErrorLine("the run is shown at " + address +
-                 (token_file_.empty() ? token_ : " and the token in " + token_file_));
+  PrintErrorLine("the run is shown at " + AddressOf(server_.port(), token_, token_file_));
 }
 
 void RunPage::End(const Host::RunResult& result) noexcept {
@@ -95,12 +77,16 @@ void RunPage::End(const Host::RunResult& result) noexcept {
   server_.Stop(last);
 }
 
-const char* RunPage::StateNow() const { return RequestedStop() == StopRequest::None ? "running" : "stopping"; }
+const char* RunPage::StateNow() const {
+  if (RequestedStop() != StopRequest::None) return "stopping";
+  return control_ && control_->is_paused() ? "paused" : "running";
+}
 
 Json RunPage::Standing(const RunDetails& details, const char* state) const {
   Json standing = MakeReportJson(details);
   standing["name"] = name_;
   standing["state"] = state;
+  standing["control"] = takes_commands_;
   return standing;
 }
 
@@ -171,24 +157,26 @@ Monitor::Content RunPage::NodeContent(const std::string& type, const std::string
       if (each.name == type && one.name == instance) found = &one;
     }
   }
-  if (found == nullptr) return {404, "text/plain; charset=utf-8", "there is no such node\n"};
-  return JsonContent(
-      {{"type", type},
-       {"instance", instance},
-       {"path", found->path},
-       {"values_hidden", !shows_values_},
-       {"values", shows_values_ ? ValuesBelow(*dictionary_, found->path) : Json::array()},
-       {"deliveries", DeliveriesAsJson(watch_->record().DeliveriesOf(type, instance), watch_->begin())}});
+  if (found == nullptr) return TextContent(404, "there is no such node");
+  Json node = {{"type", type},
+               {"instance", instance},
+               {"path", found->path},
+               {"values_hidden", !shows_values_},
+               {"values", shows_values_ ? ValuesBelow(*dictionary_, found->path) : Json::array()},
+               {"deliveries", DeliveriesAsJson(watch_->record().DeliveriesOf(type, instance), watch_->begin())}};
+  if (control_) node["inputs"] = control_->InputsOf(type, instance, ReadWiring());
+  return JsonContent(node);
+}
+
+Monitor::Content RunPage::Post(std::string_view target, const std::string& body) {
+  if (Monitor::PathOf(target) == kCommandPath && control_) return control_->Execute(body, ReadWiring());
+  return TextContent(404, "commands go to /api/command");
 }
 
 Monitor::Content RunPage::Get(std::string_view target) {
   const std::string_view path = Monitor::PathOf(target);
   RunTally& tally = watch_->record();
-  if (path == "/") {
-    if (!kRunPage.empty()) return {200, "text/html; charset=utf-8", std::string(kRunPage), true};
-    return {404, "text/plain; charset=utf-8",
-            "this program was built without the page, which npm makes; what it shows is at /api/status\n"};
-  }
+  if (path == "/") return PageContent();
   if (path == "/health") return JsonContent({{"state", StateNow()}});
   if (path == "/metrics") {
     return {200, "text/plain; version=0.0.4; charset=utf-8", MetricsText(watch_->GetDetails(), name_, StateNow())};
@@ -201,10 +189,11 @@ Monitor::Content RunPage::Get(std::string_view target) {
     const std::uint64_t after = std::strtoull(Monitor::QueryValue(target, "after").c_str(), nullptr, 10);
     return JsonContent(DeliveriesAsJson(tally.DeliveriesAfter(after, DeliveryLog::kMost), watch_->begin()));
   }
+  if (path == kCommandPath) return TextContent(405, "a command is sent by POST");
   if (path == "/api/node") {
     return NodeContent(Monitor::QueryValue(target, "type"), Monitor::QueryValue(target, "instance"));
   }
-  return {404, "text/plain; charset=utf-8", "there is nothing of that name\n"};
+  return TextContent(404, "there is nothing of that name");
 }
 
 }  // namespace OrvWorkFlow::Program

@@ -11,9 +11,11 @@
 
 #include "OrvWorkFlow/IDictionary.h"
 #include "OrvWorkFlow/host/HostedRun.h"
+#include "OrvWorkFlow/host/WorkflowHost.h"
 #include "flow/model/Workflow.h"
 #include "monitor/MonitorServer.h"
 #include "orvflow/page/PageOptions.h"
+#include "orvflow/page/RunControl.h"
 #include "orvflow/watch/ReportJson.h"
 #include "orvflow/watch/RunWatch.h"
 
@@ -29,7 +31,8 @@ class RunPage final : public Monitor::LiveSource {
   ~RunPage() = default;
 
   // The run begins; prints the address. All outlive this, or End.
-  void Begin(RunWatch& watch, IDictionary& dictionary, const std::string& workflow_name);
+  // `flow` is how messages call the flow file.
+  void Begin(RunWatch& watch, Host::WorkflowHost& host, const std::string& workflow_name, const std::string& flow);
   // The run has ended: the page says how, and is not there any more.
   void End(const Host::RunResult& result) noexcept;
 
@@ -50,6 +53,10 @@ class RunPage final : public Monitor::LiveSource {
   Monitor::Content Get(std::string_view target) override;
   std::string WholeUpdate() override;
   std::string Update() override;
+  Monitor::Content Post(std::string_view target, const std::string& body) override;
+
+  // As Host::RunSettings::ending.
+  bool LetEnd(Host::RunEnd end) { return !control_ || control_->LetEnd(end); }
 
  private:
   using Clock = std::chrono::steady_clock;
@@ -64,11 +71,13 @@ class RunPage final : public Monitor::LiveSource {
   Monitor::Content NodeContent(const std::string& type, const std::string& instance);
 
   const bool shows_values_;
+  const bool takes_commands_;
   const std::string token_file_;
   const std::string token_;
   RunWatch* watch_ = nullptr;  // This and the next are there from Begin on.
   IDictionary* dictionary_ = nullptr;
   std::string name_;
+  std::optional<RunControl> control_;  // Where commands are taken, from Begin on.
 
   // Of the server's thread.
   std::map<NodeKey, Json> known_nodes_;

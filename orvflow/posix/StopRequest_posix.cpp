@@ -28,16 +28,27 @@ StopRequest RequestOf(int signal_number) {
   return signal_number == SIGHUP ? StopRequest::HangUp : StopRequest::Terminate;
 }
 
-// Only what a signal handler may call.
-extern "C" void RememberStop(int signal_number) {
+std::int64_t Now() {
   struct timespec clock = {};
   clock_gettime(CLOCK_MONOTONIC, &clock);
-  const std::int64_t now = clock.tv_sec * std::int64_t{1'000'000'000} + clock.tv_nsec + 1;  // never 0
+  return clock.tv_sec * std::int64_t{1'000'000'000} + clock.tv_nsec + 1;  // never 0
+}
+
+// Gives the time of the first wish, 0 where it is this one.
+std::int64_t Remember(StopRequest request, std::int64_t now) {
   std::int64_t first = 0;
-  if (first_time.compare_exchange_strong(first, now)) {
-    requested.store(RequestOf(signal_number));
-    sem_post(&changed);
-  } else if (now - first >= kOneWish) {
+  if (!first_time.compare_exchange_strong(first, now)) return first;
+  requested.store(request);
+  sem_post(&changed);
+  return 0;
+}
+
+// Only what a signal handler may call.
+extern "C" void RememberStop(int signal_number) {
+  const std::int64_t now = Now();
+  const std::int64_t first = Remember(RequestOf(signal_number), now);
+  if (first == 0) return;
+  if (now - first >= kOneWish) {
     StatusLine::EraseAtOnce();
     signal(signal_number, SIG_DFL);
     raise(signal_number);  // Comes when this handler returns.
@@ -68,6 +79,8 @@ void WatchForStopRequests() {
   sigaction(SIGXFSZ, &action, nullptr);
 }
 
+void AskToStop(StopRequest request) { Remember(request, Now()); }
+
 StopRequest RequestedStop() { return requested.load(); }
 
 const char* NameOf(StopRequest request) {
@@ -76,6 +89,8 @@ const char* NameOf(StopRequest request) {
       return "Ctrl-C";
     case StopRequest::HangUp:
       return "SIGHUP";
+    case StopRequest::Page:
+      return "its page";
     default:
       return "SIGTERM";
   }

@@ -182,6 +182,7 @@ Host::RunSettings FlowRun::MakeSettings() {
     if (state_record_) state_record_->NoteSave();
   };
   if (state_record_) settings.needs_checkpoint = [this] { return state_record_->NeedsCheckpoint(); };
+  if (page_) settings.ending = [this](Host::RunEnd end) { return page_->LetEnd(end); };
   settings.finished = [this] {
     SetActivity("at the end of the run");
     write_directory_->EndRun();
@@ -195,7 +196,7 @@ Host::RunResult FlowRun::Run() {
       *watch_, plan_.name, shown_name_ + (plan_.continued ? ": continues from " + state_->shown_name() : ": begins"),
       host_->mediator());
   const RunPage::Showing page_showing(page_ ? &*page_ : nullptr);
-  if (page_) page_->Begin(*watch_, host_->dictionary(), plan_.name);
+  if (page_) page_->Begin(*watch_, *host_, plan_.name, shown_name_);
   const Host::RunResult result = RunUntilStopped(*host_, MakeSettings(), shown_name_, state_->CanBeWritten());
   if (page_) page_->End(result);
   return result;

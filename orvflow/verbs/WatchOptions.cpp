@@ -15,6 +15,7 @@ namespace OrvWorkFlow::Program {
 namespace {
 
 constexpr char kFlagWithoutValue[] = "true";  // What a flag without a value gives.
+constexpr char kControl[] = "control";
 constexpr std::chrono::seconds kProgressInterval{60};
 // In the order of their levels.
 const std::vector<std::string>& LevelNames() {
@@ -39,8 +40,9 @@ WatchOptions::WatchOptions(CLI::App& command) {
                      ->type_name("N");
   progress_option_ =
       command.add_flag("--progress", progress_, "A line every minute, or =SECONDS, when not on a terminal");
-  page_option_ =
-      command.add_flag("--ui", page_, "Shows the run in a browser, at an address that is printed; =PORT there");
+  page_option_ = command.add_flag("--ui", page_,
+                                  "Shows the run in a browser, at an address that is printed; =PORT there, =control or "
+                                  "=PORT,control with buttons to pause and stop it");
   token_option_ = command
                       .add_option("--ui-token-file", token_file_,
                                   "The token in that address, for scripts; else it is a new one each time")
@@ -95,10 +97,13 @@ std::optional<PageOptions> WatchOptions::MakePageOptions() const {
   PageOptions options;
   options.token_file = token_file_;
   if (page_ == kFlagWithoutValue) return options;
-  const char* const end = page_.data() + page_.size();
-  const std::from_chars_result result = std::from_chars(page_.data(), end, options.port);
+  options.takes_commands = page_ == kControl || page_.ends_with(std::string(",") + kControl);
+  if (page_ == kControl) return options;
+  const std::string port = page_.substr(0, options.takes_commands ? page_.rfind(',') : page_.size());
+  const char* const end = port.data() + port.size();
+  const std::from_chars_result result = std::from_chars(port.data(), end, options.port);
   if (result.ec == std::errc() && result.ptr == end && options.port > 0) return options;
-  throw UsageError("--ui=" + page_ + ": not a port, a number from 1 to 65535");
+  throw UsageError("--ui=" + page_ + ": neither a port, a number from 1 to 65535, nor control, nor PORT,control");
 }
 
 std::optional<std::uint64_t> ParseSize(std::string_view text) {

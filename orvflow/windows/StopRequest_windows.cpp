@@ -20,16 +20,24 @@ HANDLE changed = nullptr;  // Set for the thread that waits; the process's end c
 constexpr UINT kInterrupted = 130;
 constexpr UINT kTerminated = 143;
 
+// Gives the time of the first wish, 0 where it is this one.
+ULONGLONG Remember(StopRequest request, ULONGLONG now) {
+  ULONGLONG first = 0;
+  if (!first_time.compare_exchange_strong(first, now)) return first;
+  requested.store(request);
+  SetEvent(changed);
+  return 0;
+}
+
+ULONGLONG Now() { return GetTickCount64() + 1; }  // never 0
+
 // Runs on a thread of its own. The system ends the process when this returns from the closing of the console, so it
 // then leaves the end to the program (the system's patience is some seconds).
 BOOL WINAPI RememberStop(DWORD event) {
   const bool interrupt = event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT;
-  const ULONGLONG now = GetTickCount64() + 1;  // never 0
-  ULONGLONG first = 0;
-  if (first_time.compare_exchange_strong(first, now)) {
-    requested.store(interrupt ? StopRequest::Interrupt : StopRequest::Terminate);
-    SetEvent(changed);
-  } else if (now - first >= kOneWish) {
+  const ULONGLONG now = Now();
+  const ULONGLONG first = Remember(interrupt ? StopRequest::Interrupt : StopRequest::Terminate, now);
+  if (first != 0 && now - first >= kOneWish) {
     StatusLine::EraseAtOnce();
     TerminateProcess(GetCurrentProcess(), interrupt ? kInterrupted : kTerminated);
   }
@@ -44,9 +52,12 @@ void WatchForStopRequests() {
   SetConsoleCtrlHandler(&RememberStop, TRUE);
 }
 
+void AskToStop(StopRequest request) { Remember(request, Now()); }
+
 StopRequest RequestedStop() { return requested.load(); }
 
 const char* NameOf(StopRequest request) {
+  if (request == StopRequest::Page) return "its page";
   return request == StopRequest::Interrupt ? "Ctrl-C" : "the closing of the console";
 }
 

@@ -1,5 +1,5 @@
-// The signals that the pump has handed over to the host application and whose delivery has not ended, and the limit on
-// their number.
+// The signals that the pump has handed over to the host application and whose delivery has not ended, the limit on
+// their number, and how many may still follow.
 #pragma once
 
 #include <atomic>
@@ -31,6 +31,19 @@ class HandOvers {
   // comes after.
   bool IsFull() const noexcept { return HasLimit() && count_ >= limit_; }
 
+  // How many signals the pump may still take; kNoQuota: any number. Whoever sets it wakes the pump.
+  static constexpr std::uint32_t kNoQuota = 0xFFFFFFFF;
+  void SetQuota(std::uint32_t signals) noexcept { quota_ = signals; }
+  // For the pump, before it takes one. False when it may not.
+  bool TakeFromQuota() noexcept {
+    std::uint32_t left = quota_.load(std::memory_order_relaxed);
+    while (left != kNoQuota) {
+      if (left == 0) return false;
+      if (quota_.compare_exchange_weak(left, left - 1)) return true;
+    }
+    return true;
+  }
+
  private:
   friend class HandOver;
   void Begin() noexcept { ++count_; }
@@ -46,6 +59,7 @@ class HandOvers {
 
   std::atomic<std::uint32_t> limit_ = 0;
   std::atomic<std::uint32_t> count_ = 0;
+  std::atomic<std::uint32_t> quota_ = kNoQuota;
   Base::Mutex wake_mutex_;  // leaf, but for the host's thread object
   std::function<void()> wake_ ORV_GUARDED_BY(wake_mutex_);
 };

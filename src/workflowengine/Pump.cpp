@@ -45,7 +45,7 @@ void FireQueue(EngineCore& core, const EngineLock& lock) {
   if (count == 0) core.Log(EngineCategories::kFireAllReadySignals, EngineLines::kQueueEmpty);
   while (count >= 1 && !core.StopRequested()) {
     ISignalMediator* mediator = core.Others().Mediator();
-    if (mediator == nullptr || core.OfHost()->IsFull()) break;
+    if (mediator == nullptr || core.OfHost()->IsFull() || !core.OfHost()->TakeFromQuota()) break;
     source.number = core.FrontNumber(lock);
     QueueEntry entry = core.TakeFront(lock);
     source.sender = SenderOf(entry);

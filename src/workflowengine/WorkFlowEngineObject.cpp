@@ -186,6 +186,25 @@ bool CWorkFlowEngine::SetHandOverLimit(std::uint32_t limit) {
   return true;
 }
 
+bool CWorkFlowEngine::SetHandOverQuota(std::uint32_t signals) {
+  static_assert(kAnyNumber == HandOvers::kNoQuota);
+  core_->OfHost()->SetQuota(signals);
+  try {
+    core_->Post(kSignalReceivedEvent);
+  } catch (...) {  // The next signal wakes it.
+  }
+  return true;
+}
+
+bool CWorkFlowEngine::QueueInputSignal(const char* receiver_type, const char* receiver_instance,
+                                       const char* incoming_signal) {
+  if (AnyNull({receiver_type, receiver_instance, incoming_signal})) return false;
+  return Base::Guarded([&] {
+    core_->Queue(QueueEntry({"", "", "", receiver_type, receiver_instance, incoming_signal}));
+    return true;
+  });
+}
+
 bool CWorkFlowEngine::ReportQueue(IRunReport* report, std::uint32_t most) {
   if (report == nullptr) return false;
   return Base::Guarded([&] { return core_->Report(*report, most); });

@@ -67,6 +67,8 @@ class CWorkFlowEngine final : public BaseObject<CWorkFlowEngine, IWorkFlowEngine
   bool ReportQueue(IRunReport* report, std::uint32_t most) override;
 
   bool KeepTemporaryData(bool keep) override;
+  bool SetHandOverQuota(std::uint32_t signals) override;
+  bool QueueInputSignal(const char* receiver_type, const char* receiver_instance, const char* incoming_signal) override;
 
  private:
   Collaborators& Others() noexcept { return core_->Others(); }

@@ -87,6 +87,8 @@ class FakeEngine final : public OrvWorkFlow::Sdk::ObjectProtocol<FakeEngine, Orv
   bool ReportQueue(OrvWorkFlow::IRunReport*, std::uint32_t) override { return false; }
 
   bool KeepTemporaryData(bool) override { return false; }
+  bool SetHandOverQuota(std::uint32_t) override { return false; }
+  bool QueueInputSignal(const char*, const char*, const char*) override { return false; }
 
  private:
   mutable std::mutex mutex_;

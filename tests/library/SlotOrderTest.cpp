@@ -188,7 +188,7 @@ TEST(SlotOrderTest, WorkFlowEngine) {
   SlotList() (&I::AddSignalMapping) (&I::RemoveSignalMapping) (&I::GetSignalMappings) (&I::RemoveAllSignalMappings) (
       &I::OutputSignal) (&I::SetStartSignal) (&I::StartFlowing) (&I::StopFlowing) (&I::DeleteTemporaryData) (
       &I::AbsorbFlow) (&I::GetWorkFlowFilePath) (&I::GetQueueState) (&I::SetWorkFlowFilePath) (&I::SetRunObserver) (
-      &I::SetHandOverLimit) (&I::ReportQueue)(&I::KeepTemporaryData)
+      &I::SetHandOverLimit) (&I::ReportQueue) (&I::KeepTemporaryData) (&I::SetHandOverQuota)(&I::QueueInputSignal)
       .ExpectConsecutiveFrom(kBaseOperations);
 }
 

@@ -30,6 +30,10 @@ class FakeRun final : public Monitor::LiveSource {
     if (target == "/api/status" || target == "/health") return {200, "application/json", "{}"};
     return {404, "text/plain", "nothing\n"};
   }
+  Monitor::Content Post(std::string_view target, const std::string& body) override {
+    ++commands;
+    return {200, "application/json", std::string(target) + " " + body};
+  }
   std::string WholeUpdate() override { return "whole" + std::string(size, '.'); }
   std::string Update() override {
     ++updates;
@@ -38,15 +42,16 @@ class FakeRun final : public Monitor::LiveSource {
 
   std::atomic<std::size_t> size = 0;
   std::atomic<int> updates = 0;
+  std::atomic<int> commands = 0;
 };
 
 class MonitorServerTest : public ::testing::Test {
  protected:
   void SetUp() override { Begin({}); }
 
-  void Begin(Monitor::MonitorServer::Patience patience) {
+  void Begin(Monitor::MonitorServer::Patience patience, bool takes_commands = false) {
     server_.reset();
-    server_ = std::make_unique<Monitor::MonitorServer>(0, kToken, patience);
+    server_ = std::make_unique<Monitor::MonitorServer>(0, kToken, patience, takes_commands);
     server_->Start(run_);
   }
 
@@ -167,6 +172,49 @@ TEST_F(MonitorServerTest, NoRequestChangesAnything) {
   const HttpAnswer head = Ask("HEAD /api/status", "Host: " + Host() + "\r\n" + Bearer());
   EXPECT_EQ(head.status, 200);
   EXPECT_EQ(head.body, "");
+}
+
+TEST_F(MonitorServerTest, OnlyThePageItselfAndWhoeverHasTheTokenCommand) {
+  Begin({}, true);
+  const std::string length = "Content-Length: 2\r\n";
+  const std::string json = length + "Content-Type: application/json\r\n";
+  const std::string host = "Host: " + Host() + "\r\n";
+  const std::string origin = "Origin: http://" + Host() + "\r\n";
+  const auto post = [&](const std::string& headers) { return Ask("POST /api/command", headers, "{}").status; };
+  for (const std::string& other : {std::string("http://evil.example"), std::string("null"), "https://" + Host(),
+                                   std::string("http://127.0.0.1:1")}) {
+    EXPECT_EQ(post(host + Cookie() + json + "Origin: " + other + "\r\n"), 403) << other;
+    EXPECT_EQ(post(host + Bearer() + json + "Origin: " + other + "\r\n"), 403) << other;
+  }
+  for (const char* site : {"cross-site", "same-site", "none", "odd"}) {
+    EXPECT_EQ(post(host + Cookie() + json + origin + "Sec-Fetch-Site: " + site + "\r\n"), 403) << site;
+  }
+  EXPECT_EQ(post(host + Cookie() + json), 403) << "a form of another page, in a browser that names no origin";
+  EXPECT_EQ(post(host + json + origin), 401);
+  EXPECT_EQ(post("Host: evil.example:" + std::to_string(port()) + "\r\n" + Cookie() + json + origin), 421);
+  for (const char* type :
+       {"text/plain", "application/x-www-form-urlencoded", "multipart/form-data", "application/jsonx"}) {
+    EXPECT_EQ(post(host + Cookie() + length + origin + "Content-Type: " + type + "\r\n"), 415) << type;
+  }
+  EXPECT_EQ(post(host + Cookie() + length + origin), 415);
+  EXPECT_EQ(
+      Ask("POST /api/command", host + Cookie() + origin + "Content-Type: application/json\r\nContent-Length: 9000\r\n",
+          std::string(9000, ' '))
+          .status,
+      413);
+  for (const char* method : {"PUT", "DELETE", "PATCH", "OPTIONS"}) {
+    const HttpAnswer answer = Ask(std::string(method) + " /api/command", host + Bearer() + json, "{}");
+    EXPECT_EQ(answer.status, 405) << method;
+    EXPECT_NE(answer.head.find("Allow: GET, HEAD, POST\r\n"), std::string::npos) << answer.head;
+  }
+  EXPECT_EQ(Get("/api/command", Bearer()).status, 404);
+  EXPECT_EQ(run_.commands, 0);
+  const HttpAnswer own =
+      Ask("POST /api/command", host + Cookie() + json + origin + "Sec-Fetch-Site: same-origin\r\n", "{}");
+  EXPECT_EQ(own.status, 200);
+  EXPECT_EQ(own.body, "/api/command {}");
+  EXPECT_EQ(post(host + Bearer() + json), 200);
+  EXPECT_EQ(run_.commands, 2);
 }
 
 TEST_F(MonitorServerTest, NoPathLeadsOutside) {

@@ -132,6 +132,75 @@ test("the whole page can be used with the keyboard", async () => {
   await page.close();
 });
 
+const press = (page, id) => page.click(id);
+const enabled = (page, id) => page.$eval(id, (button) => button.getAttribute("aria-disabled") !== "true");
+const stateIs = (page, state) => page.waitForSelector(`html[data-state="${state}"]`, { timeout: 60000 });
+
+test("a run is paused, stepped, given a signal, and stopped and saved", async () => {
+  const controlled = await showRun(tickingFlow("controlled.xml", "Controlled"), "--ui=control");
+  const page = await open(controlled.address);
+  await reaches(page, "#delivered", 3);
+  assert.ok(!(await enabled(page, "#step")));
+  await press(page, "#pause");
+  await stateIs(page, "paused");
+  assert.match(await textOf(page, "#state"), /paused/);
+  await page.waitForFunction(() => document.querySelector("#step").getAttribute("aria-disabled") === "false", { timeout: 60000 });
+  const before = await number(page, "#delivered");
+  assert.equal(await number(page, "#waiting"), 1);
+  await page.keyboard.press("s");
+  await reaches(page, "#delivered", before + 1);
+  await page.click('#picture g.node[aria-label*=" Count,"]');
+  await page.waitForSelector("#injected", { timeout: 60000 });
+  await page.select("#injected", "count");
+  await page.click(".inject button");
+  await page.waitForFunction(() => document.querySelector("#panel").textContent.includes("count is queued"), { timeout: 60000 });
+  await reaches(page, "#waiting", 1);
+  assert.equal(await number(page, "#delivered"), before + 1);
+  await page.keyboard.press("Escape");
+  await page.keyboard.press("p");
+  await stateIs(page, "running");
+  await reaches(page, "#delivered", before + 4);
+  await press(page, "#stop");
+  await page.waitForSelector("#sure[open]");
+  await page.keyboard.press("Escape");
+  assert.equal(await page.$eval("#sure", (dialog) => dialog.open), false);
+  await press(page, "#stop");
+  await press(page, "#stop-now");
+  await stateIs(page, "saved");
+  assert.ok(!(await enabled(page, "#pause")) && !(await enabled(page, "#step")) && !(await enabled(page, "#stop")));
+  assert.equal(await controlled.ended, 6);
+  assert.match(controlled.error, /stopped by its page/);
+  assert.deepEqual(page.errors, []);
+  await page.close();
+});
+
+test("without control there are no buttons, and a command is refused", async () => {
+  const page = await open(run.address);
+  await reaches(page, "#delivered", 1);
+  assert.equal(await page.$eval("#control", (bar) => getComputedStyle(bar).display), "none");
+  const post = () => fetch("/api/command", { method: "POST", headers: { "Content-Type": "application/json" }, body: '{"command": "pause"}' }).then((answer) => answer.status);
+  assert.equal(await page.evaluate(post), 405);
+  await page.close();
+});
+
+test("a page of somebody else cannot command", async () => {
+  const controlled = await showRun(tickingFlow("attacked.xml", "Attacked"), "--ui=control");
+  const page = await open(controlled.address);
+  await page.goto("data:text/html,<title>other</title>");
+  const results = await page.evaluate(async (address) => {
+    const url = new URL("/api/command", address).href;
+    const send = (headers, mode) => fetch(url, { method: "POST", mode, credentials: "include", headers, body: '{"command": "stop"}' }).then((answer) => answer.type, () => "refused");
+    return [await send({ "Content-Type": "application/json" }, "cors"), await send({ "Content-Type": "text/plain" }, "no-cors")];
+  }, controlled.address);
+  assert.deepEqual(results, ["refused", "refused"]);
+  await page.goto(new URL("/", controlled.address).href);
+  await page.waitForSelector("html[data-drawn]");
+  const before = await number(page, "#delivered");
+  await reaches(page, "#delivered", (before || 0) + 3);
+  controlled.child.kill("SIGKILL");
+  await page.close();
+});
+
 test("several tabs are live at once", async () => {
   const pages = [];
   for (let i = 0; i < 7; ++i) pages.push(await open(run.address));
@@ -162,18 +231,41 @@ test("a page says that its run is gone", async () => {
   await page.close();
 });
 
+async function expectAccessible(page) {
+  const axe = readFileSync(fileURLToPath(import.meta.resolve("axe-core/axe.min.js")), "utf8");
+  await page.evaluate(axe);
+  const { violations } = await page.evaluate(() => globalThis.axe.run());
+  assert.deepEqual(violations.map(({ id, nodes }) => [id, nodes.map((node) => node.html)]), []);
+  assert.ok(await page.evaluate(() => document.documentElement.scrollWidth <= innerWidth));
+}
+
 for (const scheme of ["light", "dark"]) {
   for (const [width, height] of [[1280, 800], [390, 844]]) {
+    test(`axe finds nothing on a paused run, ${scheme}, ${width} wide`, async () => {
+      const controlled = await showRun(tickingFlow(`axe-${scheme}-${width}.xml`, "Nightly backup"), "--ui=control");
+      const page = await open(controlled.address, { width, height, scheme });
+      await reaches(page, "#delivered", 3);
+      await press(page, "#pause");
+      await stateIs(page, "paused");
+      await page.$eval('#picture g.node[aria-label*=" Count,"]', (node) => node.focus());
+      await page.keyboard.press("Enter");
+      await page.waitForSelector("#injected", { timeout: 60000 });
+      await expectAccessible(page);
+      if (process.env.ORVFLOW_PICTURES) await page.screenshot({ path: join(process.env.ORVFLOW_PICTURES, `control-${scheme}-${width}.png`) });
+      await press(page, "#stop");
+      await page.waitForSelector("#sure[open]");
+      await expectAccessible(page);
+      if (process.env.ORVFLOW_PICTURES) await page.screenshot({ path: join(process.env.ORVFLOW_PICTURES, `stop-${scheme}-${width}.png`) });
+      controlled.child.kill("SIGKILL");
+      await page.close();
+    });
+
     test(`axe finds nothing, ${scheme}, ${width} wide, and nothing is wider than the window`, async () => {
       const page = await open(run.address, { width, height, scheme });
       await reaches(page, "#delivered", 3);
       await page.click('#picture g.node[aria-label*=" Count,"]');
       await page.waitForFunction(() => document.querySelector("#panel").textContent.includes("deliveries"));
-      const axe = readFileSync(fileURLToPath(import.meta.resolve("axe-core/axe.min.js")), "utf8");
-      await page.evaluate(axe);
-      const { violations } = await page.evaluate(() => globalThis.axe.run());
-      assert.deepEqual(violations.map(({ id, nodes }) => [id, nodes.map((node) => node.html)]), []);
-      assert.ok(await page.evaluate(() => document.documentElement.scrollWidth <= innerWidth));
+      await expectAccessible(page);
       if (process.env.ORVFLOW_PICTURES) await page.screenshot({ path: join(process.env.ORVFLOW_PICTURES, `live-${scheme}-${width}.png`) });
       await page.close();
     });

@@ -1,5 +1,5 @@
 // The program under test, flows made on the fly, and a browser.
-import { execFileSync, spawn } from "node:child_process";
+import { execFileSync, spawn, spawnSync } from "node:child_process";
 import { mkdtempSync, readFileSync, rmSync, writeFileSync } from "node:fs";
 import { tmpdir } from "node:os";
 import { dirname, join } from "node:path";
@@ -18,6 +18,11 @@ export function removeFolder() {
 
 export function runProgram(...words) {
   return execFileSync(command[0], [...command.slice(1), ...words], { cwd: folder, encoding: "utf8", stdio: "pipe" });
+}
+
+// The same for one whose exit code does not matter.
+export function tryProgram(...words) {
+  return spawnSync(command[0], [...command.slice(1), ...words], { cwd: folder, encoding: "utf8", stdio: "pipe" });
 }
 
 // The page of a flow file, made by the program.
@@ -69,8 +74,14 @@ export function writeFlow(name, title, nodes, start) {
 
 // `orvflow run FLOW --ui`, from the line with its address to its end: { address, stop(), ended }.
 export function showRun(flow, ...options) {
-  const child = spawn(command[0], [...command.slice(1), "run", flow, "--fresh", "--force", "--ui", ...options], { cwd: folder, stdio: ["pipe", "pipe", "pipe"] });
+  return showProgram("run", flow, "--fresh", "--force", ...(options.some((option) => option.startsWith("--ui")) ? [] : ["--ui"]), ...options);
+}
+
+export function showProgram(...words) {
+  const child = spawn(command[0], [...command.slice(1), ...words], { cwd: folder, stdio: ["pipe", "pipe", "pipe"] });
   const run = { child, error: "", ended: new Promise((resolve) => child.on("close", (code) => resolve(code))) };
+  children.add(child);
+  child.on("close", () => children.delete(child));
   child.stdin.end();
   child.stdout.resume();
   return new Promise((resolve, reject) => {
@@ -84,6 +95,9 @@ export function showRun(flow, ...options) {
   });
 }
 
+// A test that failed leaves its own behind.
+const children = new Set();
+
 let browser;
 export async function startBrowser() {
   browser = await puppeteer.launch({
@@ -93,6 +107,7 @@ export async function startBrowser() {
   });
 }
 export async function stopBrowser() {
+  for (const child of children) child.kill("SIGKILL");
   await browser?.close();
 }
 

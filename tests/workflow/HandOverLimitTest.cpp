@@ -133,6 +133,42 @@ TEST_F(HandOverLimitTest, AStopWaitsForWhatIsHandedOverAndSavesTheRest) {
   EXPECT_EQ(bench.statistics().finished, 100U);
 }
 
+TEST_F(HandOverLimitTest, AQuotaHoldsTheQueueAndLetsStepsThrough) {
+  EXPECT_TRUE(bench.engine().SetHandOverLimit(1));
+  EXPECT_TRUE(bench.engine().SetHandOverQuota(0));
+  Queue(5);
+  ASSERT_TRUE(bench.engine().StartFlowing());
+  for (std::uint32_t step = 1; step <= 2; ++step) {
+    EXPECT_TRUE(bench.engine().SetHandOverQuota(1));
+    WaitForHandOver(1);
+    EXPECT_EQ(bench.host_app().DeliverQueued(), 1U);
+    Queue(1);  // What comes meanwhile does not move the pump.
+    bench.engine().StopFlowing();
+    ASSERT_TRUE(bench.engine().StartFlowing());  // Nor does a stop and a start.
+    EXPECT_EQ(bench.statistics().sent, step);
+  }
+  EXPECT_EQ(State().waiting, 5U);
+  EXPECT_TRUE(bench.engine().SetHandOverQuota(IWorkFlowEngine::kAnyNumber));
+  ASSERT_TRUE(bench.RunUntilIdle(60));
+  EXPECT_EQ(bench.statistics().finished, 7U);
+}
+
+TEST_F(HandOverLimitTest, ASignalOfTheHostGoesThroughTheQueue) {
+  std::vector<std::string> played;
+  Actor::ThePlay() = [&](Actor&, const std::string&, const std::string& signal) {
+    played.push_back(signal);
+    return true;
+  };
+  Queue(1);
+  EXPECT_TRUE(bench.engine().QueueInputSignal("Actor", "A", "injected"));
+  EXPECT_FALSE(bench.engine().QueueInputSignal("Actor", nullptr, "injected"));
+  Queue(1);
+  EXPECT_EQ(State().waiting, 3U);
+  ASSERT_TRUE(bench.engine().StartFlowing());
+  ASSERT_TRUE(bench.RunUntilIdle(60));
+  EXPECT_EQ(played, (std::vector<std::string>{"in", "injected", "in"}));
+}
+
 // Many threads fire while a GUI thread delivers one at a time: nothing is lost, and nobody sleeps for ever.
 TEST_F(HandOverLimitTest, NoWakeUpIsLost) {
   constexpr int kThreads = 3;

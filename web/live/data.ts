@@ -33,6 +33,7 @@ export interface Delivery {
   receiver: string;
   answer: string;
   text: string;
+  cause?: string | number | null; // of a record
 }
 
 export interface Failure {
@@ -43,6 +44,7 @@ export interface Failure {
 export interface Update {
   kind: "all" | "some";
   state: string;
+  control: boolean; // the run takes commands
   name: string;
   title: string;
   seconds: number;
@@ -56,6 +58,31 @@ export interface Update {
   nodes: NodeState[]; // of "some": those that have changed
   failures: Failure[];
   deliveries: Delivery[]; // of "some": those that are new
+}
+
+// Of a record: what was, and what the delivery did.
+export interface Moment extends Update {
+  place: number;
+  delivery: Delivery | null;
+  why: Delivery[];
+  caused: Delivery[];
+  changes: { path: string; kind: string; before: string | null; after: string | null }[];
+  changes_cut: boolean;
+  lacks_changes: boolean;
+}
+
+export interface RecordFacts {
+  file: string;
+  name: string;
+  run: number;
+  runs: { run: number; begun: number; flow: string; exit_code: number | null }[];
+  deliveries: number;
+  problem: string;
+}
+
+export interface Entry extends Value {
+  name: string;
+  below: number;
 }
 
 export interface Value {
@@ -72,6 +99,7 @@ export interface NodeDetails {
   values_hidden: boolean;
   values_cut: boolean;
   deliveries: Delivery[];
+  inputs?: string[]; // where the run takes commands
 }
 
 // Of a node or, with a signal, of one end of it: as the run writes them.

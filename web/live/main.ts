@@ -3,9 +3,11 @@ import type { GraphData } from "../graph/data.ts";
 import { drawBeside, serve } from "../graph/layout.ts";
 import { isStart, Picture, readPicture } from "../graph/picture.ts";
 import { View } from "../graph/view.ts";
-import { type Failure, nameOf, type NodeState, type Update } from "./data.ts";
+import { type Failure, type Moment, nameOf, type NodeState, type Update } from "./data.ts";
+import { Control } from "./control.ts";
 import { byId, counted, setText, time } from "./dom.ts";
 import { Feed } from "./feed.ts";
+import { Moments } from "./moments.ts";
 import { Lists, standingOf } from "./lists.ts";
 import { NodePanel } from "./panel.ts";
 import { Table } from "./table.ts";
@@ -13,6 +15,8 @@ import { Table } from "./table.ts";
 const kMarks = ["work", "fail", "wait", "none"];
 const kStates: Record<string, string> = {
   running: "▶ running",
+  paused: "❚❚ paused",
+  record: "● recorded",
   stopping: "◼ stopping",
   ended: "✓ ended",
   saved: "◼ stopped, state saved",
@@ -29,16 +33,33 @@ class Page {
   private readonly ids = new Map<string, string>(); // "TYPE INSTANCE" → "n0"
   private readonly shapes = new Map<string, string>(); // what each node is marked with
   private chosen = "";
+  private moments: Moments | undefined; // of a record
   private frame = 0;
   private drawing = false;
+  private readonly control = new Control();
   private readonly lists = new Lists((node) => this.choose(node, true));
-  private readonly table = new Table((node) => this.choose(node, true));
+  private readonly table = new Table((node) => this.choose(node, true), (number) => this.moments?.go(number));
   private readonly panel = new NodePanel(byId("panel"), () => this.graph, () => this.choose("", false));
 
   constructor(private readonly script: string) {
-    new Feed((update) => this.take(update), (final) => this.lose(final));
+    void this.begin();
     this.listen();
     void this.draw();
+  }
+
+  private async begin(): Promise<void> {
+    const isRecord = await fetch("/health").then(async (answer) => ((await answer.json()) as { state: string }).state === "record", () => false);
+    if (isRecord) this.moments = new Moments(this.panel, (moment) => this.takeMoment(moment), () => this.lose(true));
+    else new Feed((update) => this.take(update), (final) => this.lose(final));
+  }
+
+  private takeMoment(moment: Moment): void {
+    this.nodes.clear();
+    for (const node of moment.nodes) this.nodes.set(nameOf(node.type, node.instance), node);
+    this.failures = moment.failures;
+    this.update = moment;
+    this.table.showUpTo(moment.deliveries);
+    this.paintSoon();
   }
 
   private take(update: Update): void {
@@ -87,6 +108,7 @@ class Page {
     byId("failed").classList.toggle("failed", update.failed > 0);
     setText(byId("time"), time(update.seconds));
     setText(byId("saved"), update.since_save === null ? "not yet" : `${time(update.since_save)} ago`);
+    this.control.show(update);
     this.lists.show(update, this.allNodes(), this.failures);
     this.panel.follow(this.nodes.get(this.chosen), this.isAtWork(this.chosen));
     this.mark();
@@ -184,12 +206,15 @@ class Page {
 
   private onKey(event: KeyboardEvent): void {
     const { target } = event;
-    if (event.ctrlKey || event.metaKey || event.altKey || target instanceof HTMLInputElement) return;
+    if (event.ctrlKey || event.metaKey || event.altKey || target instanceof HTMLInputElement || target instanceof HTMLSelectElement) return;
+    if (document.querySelector("dialog[open]")) return;
     const node = this.nodeAt(target);
     const isElsewhere = target instanceof HTMLElement && target !== document.body && target.id !== "picture";
     if (event.key === "/") this.lists.field.focus();
     else if (event.key === "Escape") this.choose("", false);
     else if (event.key === "h") this.table.toggleHold();
+    else if (node === "" && this.moments?.onKey(event.key, isElsewhere)) return event.preventDefault();
+    else if (event.key === "p" || event.key === "s") this.control.press(event.key);
     else if (node !== "" && (event.key === "Enter" || event.key === " ")) this.choose(node, false);
     else if (isElsewhere || !this.view?.onKey(event.key)) return;
     event.preventDefault();

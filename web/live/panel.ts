@@ -1,6 +1,7 @@
 // The panel at the right: the chosen node, as it is now.
 import type { GraphData } from "../graph/data.ts";
-import { type Child, counted, make, time } from "./dom.ts";
+import { injection } from "./control.ts";
+import { type Child, counted, make, setText, time } from "./dom.ts";
 import { nameOf, type NodeDetails, type NodeState, type Value } from "./data.ts";
 import { standingOf } from "./lists.ts";
 import { answerOf } from "./table.ts";
@@ -12,6 +13,9 @@ export class NodePanel {
   private asked = 0;
   private state: NodeState | undefined;
   private atWork = false;
+  private moment = ""; // of a record: the delivery after which it is
+  private momentParts: Child[] | undefined;
+  private given: HTMLElement[] | undefined; // the place where it is given a signal
 
   constructor(
     private readonly panel: HTMLElement,
@@ -21,12 +25,21 @@ export class NodePanel {
     this.showNothing();
   }
 
+  // Another moment of a record: nodes are asked for as they were then, and without a node `parts` are shown.
+  showMoment(number: string, parts: Child[]): void {
+    this.moment = number;
+    this.momentParts = parts;
+    if (this.chosen === "") this.showNothing();
+    else void this.look();
+  }
+
   choose(node: string, state: NodeState | undefined, atWork: boolean): void {
     if (node === this.chosen) return this.follow(state, atWork);
     this.chosen = node;
     this.state = state;
     this.atWork = atWork;
     this.asked = 0;
+    this.given = undefined;
     this.panel.scrollTop = 0;
     document.body.classList.toggle("with-node", node !== "");
     if (node === "") this.showNothing();
@@ -43,6 +56,10 @@ export class NodePanel {
   }
 
   private showNothing(): void {
+    if (this.momentParts) {
+      this.panel.replaceChildren(...this.momentParts);
+      return;
+    }
     this.panel.replaceChildren(
       make("h2", {}, "No node chosen"),
       make("p", { class: "quiet" }, "A node in the picture or in a list shows here what it holds and what it was given."),
@@ -57,9 +74,10 @@ export class NodePanel {
           ["Esc", "back"],
           ["+ − 0", "zoom, show all"],
           ["h", "hold the table"],
+          ...(document.getElementById("control")?.hidden === false ? [["p", "pause, go on"], ["s", "step"]] : []),
         ].flatMap(([key, what]) => [make("dt", {}, make("kbd", {}, key ?? "")), make("dd", {}, what ?? "")]),
       ),
-      make("p", { class: "quiet" }, "This page shows a run as it goes. It does not look back yet, and takes no commands; orvflow history shows a record, Ctrl-C in the terminal stops the run."),
+      make("p", { class: "quiet" }, "This page shows a run as it goes. orvflow ui shows a record, with a slider through what has happened; orvflow run --ui=control has buttons to pause the run, to step and to stop it."),
     );
   }
 
@@ -72,7 +90,7 @@ export class NodePanel {
     let details: NodeDetails | undefined;
     let problem = "";
     try {
-      const answer = await fetch(`/api/node?type=${encodeURIComponent(type)}&instance=${encodeURIComponent(instance)}`);
+      const answer = await fetch(`/api/node?type=${encodeURIComponent(type)}&instance=${encodeURIComponent(instance)}${this.moment === "" ? "" : `&d=${encodeURIComponent(this.moment)}`}`);
       if (answer.ok) details = (await answer.json()) as NodeDetails;
       else problem = (await answer.text()).trim();
     } catch {
@@ -95,10 +113,27 @@ export class NodePanel {
     }
     parts.push(make("dl", {}, ...rows.flatMap(([name, value]) => [make("dt", {}, name), make("dd", {}, ...breakable(value))])));
     if (problem !== "") parts.push(make("p", { class: "failed" }, `! ${problem}`));
-    if (details) parts.push(...this.values(details), ...this.deliveries(details));
-    const focused = this.panel.contains(document.activeElement);
-    this.panel.replaceChildren(...parts);
+    if (details && this.moment !== "" && !this.state?.delivered) parts.push(...whyNot(instance));
+    if (details) parts.push(...this.injection(type, instance, details), ...this.values(details), ...this.deliveries(details));
+    const focused = this.panel.contains(document.activeElement) && !this.given?.some((part) => part.contains(document.activeElement));
+    this.put(parts);
     if (focused) close.focus({ preventScroll: true });
+  }
+
+  // Made once a node: what was chosen in it, and what was answered, stays.
+  private injection(type: string, instance: string, { inputs }: NodeDetails): HTMLElement[] {
+    this.given ??= injection(type, instance, inputs ?? []);
+    return this.given;
+  }
+
+  // What is there already and stays is not moved, so that it keeps the focus.
+  private put(parts: Child[]): void {
+    const kept = new Set<Child | ChildNode>(parts);
+    for (const child of [...this.panel.childNodes]) if (!kept.has(child)) child.remove();
+    parts.forEach((part, index) => {
+      const there = this.panel.childNodes[index] ?? null;
+      if (there !== part) this.panel.insertBefore(typeof part === "string" ? document.createTextNode(part) : part, there);
+    });
   }
 
   private values({ path, values, values_hidden }: NodeDetails): Child[] {
@@ -131,7 +166,20 @@ export class NodePanel {
   }
 }
 
-function text(value: Value): HTMLElement {
+// Asked for only when somebody wants to know: the whole record is read for it.
+function whyNot(instance: string): Child[] {
+  const button = make("button", { type: "button" }, "Why has it not run?");
+  const answer = make("pre", { class: "why", role: "status" });
+  button.addEventListener("click", () => {
+    setText(answer, "reading…");
+    void fetch(`/api/why?instance=${encodeURIComponent(instance)}`).then(async (response) => {
+      setText(answer, response.ok ? ((await response.json()) as { text: string }).text : `! ${(await response.text()).trim()}`);
+    });
+  });
+  return [button, answer];
+}
+
+export function text(value: Value): HTMLElement {
   if (value.hidden) return make("em", { class: "quiet" }, "not shown");
   const shown = value.texts.length === 1 ? (value.texts[0] ?? "") : value.texts.join("\n");
   const content = shown === "" ? make("em", { class: "quiet" }, value.texts.length === 0 ? "empty list" : "empty") : make("code", {}, shown);
@@ -139,6 +187,6 @@ function text(value: Value): HTMLElement {
 }
 
 // A path whose lines end before a slash.
-function breakable(path: string): Child[] {
+export function breakable(path: string): Child[] {
   return path.split(/(?=\/)/).flatMap((part) => [make("wbr", {}), part]);
 }

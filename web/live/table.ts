@@ -18,8 +18,12 @@ export class Table {
   private deliveries: Delivery[] = []; // the oldest first
   private painted = 0; // the place of the newest row
   private held = false;
+  private isRecord = false;
 
-  constructor(private readonly onChoice: (node: string) => void) {
+  constructor(
+    private readonly onChoice: (node: string) => void,
+    private readonly onMoment: (number: string) => void = () => undefined,
+  ) {
     this.failedOnly.addEventListener("change", () => this.paint(true));
     this.holder.addEventListener("click", () => {
       this.held = !this.held;
@@ -39,6 +43,14 @@ export class Table {
     if (fresh.length === 0) return;
     this.deliveries = [...this.deliveries, ...fresh].slice(-500);
     if (!this.held) this.paint(false);
+  }
+
+  // Those of a record, up to a moment: the last one is marked, and each leads to its own.
+  showUpTo(deliveries: Delivery[]): void {
+    this.isRecord = true;
+    this.deliveries = deliveries;
+    this.paint(true);
+    if (!this.failedOnly.checked) this.body.firstElementChild?.setAttribute("aria-current", "true");
   }
 
   // Another run.
@@ -62,13 +74,19 @@ export class Table {
     setText(this.nothing, this.deliveries.length > 0 ? "None of the last deliveries failed." : "Nothing has been delivered yet.");
   }
 
+  private link(delivery: Delivery): HTMLElement {
+    const link = make("button", { type: "button", class: "link", "aria-label": `Delivery ${delivery.number}` }, String(delivery.number));
+    link.addEventListener("click", () => this.onMoment(String(delivery.number)));
+    return link;
+  }
+
   private row(delivery: Delivery): HTMLElement {
     const receiver = make("button", { type: "button", class: "link" }, delivery.receiver);
     receiver.addEventListener("click", () => this.onChoice(nodeOf(delivery.receiver)));
     return make(
       "tr",
       {},
-      make("td", { class: "number" }, String(delivery.number)),
+      make("td", { class: "number" }, this.isRecord ? this.link(delivery) : String(delivery.number)),
       make("td", { class: "number" }, time(delivery.begin)),
       make("td", { class: "number" }, time(delivery.seconds)),
       make("td", {}, delivery.sender),

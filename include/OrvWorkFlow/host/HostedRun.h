@@ -22,6 +22,16 @@ struct CheckpointSetting {
   std::chrono::steady_clock::duration expected_cost{};  // of Adapted: what is known before the first one
 };
 
+enum class RunEnd {
+  Idle,        // nothing waiting, nothing undelivered, no node busy: the workflow has come to its end
+  Stopped,     // RequestStop
+  Restart,     // a node asked for a restart: continue in another run, in this process or a later one
+  TimedOut,    // the time limit was reached first
+  EngineDied,  // the engine's thread ended on its own
+  NotStarted,  // the engine could not start its thread
+  Broken,      // the host itself failed, for lack of memory for example
+};
+
 // The functions are called on threads of the run's own, `finished` on the one that called Run; of the host they call
 // nothing but RequestStop, RequestSave and NodeAtWork. Any may be missing.
 struct RunSettings {
@@ -37,16 +47,9 @@ struct RunSettings {
   std::function<void()> saved;
   // The workflow has nothing more to do; if a state was saved it is still there.
   std::function<void()> finished;
-};
-
-enum class RunEnd {
-  Idle,        // nothing waiting, nothing undelivered, no node busy: the workflow has come to its end
-  Stopped,     // RequestStop
-  Restart,     // a node asked for a restart: continue in another run, in this process or a later one
-  TimedOut,    // the time limit was reached first
-  EngineDied,  // the engine's thread ended on its own
-  NotStarted,  // the engine could not start its thread
-  Broken,      // the host itself failed, for lack of memory for example
+  // An end was found, and what is queued from now on is not delivered any more. False has the run look again: the host
+  // has queued a signal in an Idle one.
+  std::function<bool(RunEnd end)> ending;
 };
 
 // What was not done when a run ended.

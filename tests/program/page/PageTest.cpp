@@ -1,7 +1,6 @@
 // orvflow run --ui: what the run gives to its page and to scripts.
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -9,58 +8,15 @@
 #include <thread>
 
 #include "monitor/MonitorServer.h"
-#include "nlohmann/json.hpp"
 #include "orvflow/page/PageJson.h"
-#include "tests/monitor/LoopbackClient.h"
-#include "tests/program/support/ProgramFixture.h"
+#include "tests/program/page/PageFixture.h"
 
 namespace orv_test {
 namespace {
 
 using nlohmann::json;
 
-constexpr char kToken[] = "a-token-of-the-test";
-
-class PageTest : public ProgramFixture {
- protected:
-  // B sleeps for a minute, and A's own signal waits behind it.
-  void SetUp() override {
-    flow_ = WriteFlow({{"CountingNode", "A", "ProgramNodes", {"out=CountingNode,A,go", "told=SleepingNode,B,go"}},
-                       {"SleepingNode", "B"}},
-                      "CountingNode,A,go");
-    std::ofstream(token_file_) << kToken << "\n";
-  }
-
-  // The port of the address that the run prints; 0 when it does not.
-  static std::uint16_t PortOf(const ChildProcess& run) {
-    const std::string begin = "the run is shown at http://127.0.0.1:";
-    if (!run.WaitForError("?token=")) return 0;
-    const std::string error = run.ErrorSoFar();
-    return static_cast<std::uint16_t>(std::atoi(error.c_str() + error.find(begin) + begin.size()));
-  }
-  static HttpAnswer Get(std::uint16_t port, const std::string& target, const std::string& token = kToken) {
-    return SendRequest(port, "GET " + target + " HTTP/1.1\r\nConnection: close\r\nHost: 127.0.0.1:" +
-                                 std::to_string(port) + "\r\nAuthorization: Bearer " + token + "\r\n\r\n");
-  }
-  static json GetJson(std::uint16_t port, const std::string& target) {
-    const HttpAnswer answer = Get(port, target);
-    EXPECT_EQ(answer.status, 200) << target;
-    return json::parse(answer.body);
-  }
-  // Until B is at work; half a minute at most.
-  static void WaitForWork(std::uint16_t port) {
-    for (int i = 0; i < 600; ++i) {
-      const json work = GetJson(port, "/api/status")["at_work"];
-      if (work.size() == 1 && work[0]["instance"] == "B") return;
-      std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    }
-    FAIL() << "B does not work";
-  }
-  Arguments RunArguments() const { return {"run", flow_, "--ui", "--ui-token-file", token_file_}; }
-
-  std::string flow_;
-  std::string token_file_ = File("token");
-};
+using PageTest = PageFixture;
 
 TEST_F(PageTest, GivesTheStandingOfTheRunAsJson) {
   const ChildProcess run(ORVFLOW_PROGRAM, RunArguments());
@@ -171,7 +127,7 @@ TEST_F(PageTest, CtrlCStopsTheRunWithATabThatIsOpen) {
   ASSERT_NE(port, 0);
   LoopbackClient tab(port);
   const std::string host = "127.0.0.1:" + std::to_string(port);
-  tab.Send("GET /api/live HTTP/1.1\r\nHost: " + host + "\r\nAuthorization: Bearer " + kToken +
+  tab.Send("GET /api/live HTTP/1.1\r\nHost: " + host + "\r\nAuthorization: Bearer " + kPageToken +
            "\r\nUpgrade: websocket\r\nConnection: Upgrade\r\nSec-WebSocket-Version: 13\r\n"
            "Sec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\n\r\n");
   EXPECT_NE(tab.Read("\"kind\":\"all\"").find("101"), std::string::npos);
@@ -181,7 +137,7 @@ TEST_F(PageTest, CtrlCStopsTheRunWithATabThatIsOpen) {
 }
 
 TEST_F(PageTest, ABusyPortIsToldBeforeTheRunBegins) {
-  const OrvWorkFlow::Monitor::MonitorServer other(0, kToken, {});
+  const OrvWorkFlow::Monitor::MonitorServer other(0, kPageToken, {});
   const std::string port = std::to_string(other.port());
   const ProcessResult result = Run({"run", flow_, "--ui=" + port});
   EXPECT_EQ(result.exit_code, 1);
@@ -191,7 +147,7 @@ TEST_F(PageTest, ABusyPortIsToldBeforeTheRunBegins) {
 }
 
 TEST_F(PageTest, WhatCannotBeUnderstoodIsRefused) {
-  for (const char* port : {"0", "65536", "x", "80x", "-1"}) {
+  for (const char* port : {"0", "65536", "x", "80x", "-1", "controls", "80,contro", ",control", "control,80"}) {
     EXPECT_EQ(Run({"run", flow_, std::string("--ui=") + port}).exit_code, 2) << port;
   }
   EXPECT_EQ(Run({"run", flow_, "--ui-token-file", token_file_}).exit_code, 2);
