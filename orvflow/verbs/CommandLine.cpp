@@ -108,6 +108,7 @@ constexpr VerbMaker kVerbMakers[] = {
     {"why", MakeWhyVerb},
     {"show", MakeShowVerb},
     {"replay", MakeReplayVerb},
+    {"ui", MakeUiVerb},
     {"check", MakeCheckVerb},
     {"graph", MakeGraphVerb},
     {"inspect", MakeInspectVerb},

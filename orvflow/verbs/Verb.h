@@ -40,6 +40,7 @@ std::unique_ptr<Verb> MakeHistoryVerb(CLI::App& program);
 std::unique_ptr<Verb> MakeWhyVerb(CLI::App& program);
 std::unique_ptr<Verb> MakeShowVerb(CLI::App& program);
 std::unique_ptr<Verb> MakeReplayVerb(CLI::App& program);
+std::unique_ptr<Verb> MakeUiVerb(CLI::App& program);
 std::unique_ptr<Verb> MakeInspectVerb(CLI::App& program);
 std::unique_ptr<Verb> MakeNewVerb(CLI::App& program);
 std::unique_ptr<Verb> MakeSchemaVerb(CLI::App& program);

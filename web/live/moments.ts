@@ -20,6 +20,7 @@ export class Moments {
     private readonly onLoss: () => void,
   ) {
     byId("moments").hidden = false;
+    document.body.classList.add("is-record");
     setText(byId("table-title"), "Deliveries up to here");
     byId("hold").hidden = true;
     this.slider.addEventListener("input", () => this.goTo(Number(this.slider.value)));

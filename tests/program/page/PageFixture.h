@@ -28,9 +28,9 @@ class PageFixture : public ProgramFixture {
     std::ofstream(token_file_) << kPageToken << "\n";
   }
 
-  // The port of the address that the run prints; 0 when it does not.
+  // The port of the address that the program prints; 0 when it does not.
   static std::uint16_t PortOf(const ChildProcess& run) {
-    const std::string begin = "the run is shown at http://127.0.0.1:";
+    const std::string begin = " is shown at http://127.0.0.1:";
     if (!run.WaitForError("?token=")) return 0;
     const std::string error = run.ErrorSoFar();
     return static_cast<std::uint16_t>(std::atoi(error.c_str() + error.find(begin) + begin.size()));
