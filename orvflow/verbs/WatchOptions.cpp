@@ -38,6 +38,8 @@ WatchOptions::WatchOptions(CLI::App& command) {
           ->type_name("L");
   size_option_ = command.add_option("--log-size", log_size_, "The log's most bytes (K, M, G); then FILE.1 to FILE.3")
                      ->type_name("N");
+  format_option_ =
+      command.add_option("--log-format", log_format_, "The form of its lines: text (default) or json")->type_name("F");
   progress_option_ =
       command.add_flag("--progress", progress_, "A line every minute, or =SECONDS, when not on a terminal");
   page_option_ = command.add_flag("--ui", page_,
@@ -57,8 +59,13 @@ LogOptions WatchOptions::MakeLogOptions() const {
   }
   options.file = log_file_;
   options.level = ParseLevel();
-  for (const CLI::Option* const option : {level_option_, size_option_}) {
+  for (const CLI::Option* const option : {level_option_, size_option_, format_option_}) {
     if (IsGiven(option) && log_file_.empty()) throw UsageError(option->get_name() + " needs --log FILE");
+  }
+  options.as_json = log_format_ == "json";
+  if (!log_format_.empty() && !options.as_json && log_format_ != "text") {
+    throw UsageError("--log-format " + log_format_ + ": neither text nor json" +
+                     Base::Suggest(log_format_, {"text", "json"}));
   }
   if (log_size_.empty()) return options;
   const std::optional<std::uint64_t> size = ParseSize(log_size_);

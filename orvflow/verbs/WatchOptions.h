@@ -39,6 +39,7 @@ class WatchOptions {
   const CLI::Option* trace_option_;  // This and the following are the command's.
   const CLI::Option* level_option_;
   const CLI::Option* size_option_;
+  const CLI::Option* format_option_;
   const CLI::Option* progress_option_;
   const CLI::Option* page_option_;
   const CLI::Option* token_option_;
@@ -48,6 +49,7 @@ class WatchOptions {
   std::string log_file_;
   std::string log_level_;
   std::string log_size_;
+  std::string log_format_;
   std::string progress_;
 };
 

@@ -76,6 +76,7 @@ void RunWatch::Begin(const std::string& workflow_name, const std::string& note, 
     const RunDetails details = GetDetails();
     return settings_.state_path + "\n" + ReportText(details) + kFormSeparator + ReportAsJson(details);
   });
+  service_.SayReady();
   try {
     thread_ = std::thread([this] { Watch(); });
   } catch (const std::exception&) {  // The run is worth more than its status line.
@@ -91,6 +92,7 @@ void RunWatch::End() noexcept {
     }
     changed_.NotifyAll();
     thread_.join();
+    service_.SayStopping();
   }
   try {
     StatusLine::Finish();
@@ -122,7 +124,14 @@ void RunWatch::LookOnce() {
   }
   PrintNewFailures();
   if (TakeReportRequest()) WriteErrorText(MakeReport());
+  TellService();
   ShowStanding();
+}
+
+void RunWatch::TellService() {
+  if (!service_.IsWanted()) return;
+  const std::vector<RunTally::Work> work = record_.GetWork();
+  service_.Look(StandingLine(GetStanding()), work.empty() ? RunTally::Clock::duration{} : work.front().time);
 }
 
 void RunWatch::PrintNewFailures() {

@@ -16,6 +16,7 @@
 #include "orvflow/terminal/BoxPrinter.h"
 #include "orvflow/watch/RunReport.h"
 #include "orvflow/watch/RunTally.h"
+#include "orvflow/watch/ServiceNotice.h"
 #include "orvflow/watch/StatusServer.h"
 #include "orvflow/watch/Tracing.h"
 
@@ -90,6 +91,7 @@ class RunWatch {
   void LookOnce();
   void PrintNewFailures();
   void ShowStanding();
+  void TellService();
   RunStanding GetStanding();
   void AddWork(RunStanding& standing, Clock::time_point now);
   std::uint64_t RateAt(Clock::time_point now, std::uint64_t delivered);
@@ -104,6 +106,7 @@ class RunWatch {
   Clock::time_point begin_;
   std::optional<Clock::time_point> next_progress_;
   std::atomic<bool> complained_ = false;
+  ServiceNotice service_;
 
   mutable Base::Mutex mutex_;  // A leaf; guards what follows.
   Base::Condition changed_;

@@ -75,6 +75,7 @@ Tracing::Tracing(const LogOptions& options) : options_(options) {
     if (trace_ != nullptr) trace_->Release();
     throw FileError(ExitCode::Failed, options.file, "", "cannot be written: " + reason);
   }
+  if (options.as_json) log_->SetForm(Runtime::Logger::Form::kJson);
   if (options.level < LogLevel::Trace) return;
   logger_ = trace_ == nullptr ? static_cast<ILogger*>(log_) : new TwoLoggers(*trace_, *log_);
 }

@@ -24,6 +24,7 @@ struct LogOptions {
   std::string file;  // as the user names it; "" for none
   LogLevel level = LogLevel::Signals;
   std::uint64_t size_limit = 0;  // of a log file, in bytes; 0 for none
+  bool as_json = false;          // an object a line
 };
 
 class Tracing {

@@ -2,6 +2,8 @@
 
 #include <cstdio>
 
+#include "base/text/Utf8.h"
+
 namespace OrvWorkFlow::Runtime {
 
 namespace {
@@ -46,6 +48,28 @@ void AppendOnOneLine(std::string* out, std::string_view text) {
   out->append(text, begin);
 }
 
+void AppendJsonText(std::string* out, std::string_view text) {
+  constexpr char kDigits[] = "0123456789abcdef";
+  out->push_back('"');
+  while (!text.empty()) {
+    char32_t character = 0;
+    Base::TakeCharacter(text, character);
+    if (character == U'"' || character == U'\\') {
+      out->push_back('\\');
+      out->push_back(static_cast<char>(character));
+    } else if (character == U'\n') {
+      out->append("\\n");
+    } else if (character < 0x20 || character == 0x7F) {
+      out->append("\\u00");
+      out->push_back(kDigits[character >> 4]);
+      out->push_back(kDigits[character & 15]);
+    } else {
+      Base::AppendCharacter(*out, character);
+    }
+  }
+  out->push_back('"');
+}
+
 }  // namespace
 
 std::string FormatLogText(const char* format, std::va_list values) {
@@ -75,6 +99,17 @@ void AppendLogLine(std::string* out, std::chrono::system_clock::time_point time,
   out->push_back(' ');
   AppendOnOneLine(out, text);
   out->push_back('\n');
+}
+
+void AppendJsonLogLine(std::string* out, std::chrono::system_clock::time_point time, std::string_view category,
+                       std::string_view text) {
+  out->append("{\"time\":\"");
+  AppendTime(out, time);
+  out->append("\",\"category\":");
+  AppendJsonText(out, category);
+  out->append(",\"text\":");
+  AppendJsonText(out, text);
+  out->append("}\n");
 }
 
 }  // namespace OrvWorkFlow::Runtime

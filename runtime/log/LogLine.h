@@ -17,4 +17,9 @@ ORV_RUNTIME_API std::string FormatLogText(const char* format, std::va_list value
 ORV_RUNTIME_API void AppendLogLine(std::string* out, std::chrono::system_clock::time_point time,
                                    std::string_view category, std::string_view text);
 
+// The same as a JSON object: {"time":"2026-11-21T03:45:31.123Z","category":"/signal","text":"..."} and "\n". What is no
+// UTF-8 becomes U+FFFD.
+void AppendJsonLogLine(std::string* out, std::chrono::system_clock::time_point time, std::string_view category,
+                       std::string_view text);
+
 }  // namespace OrvWorkFlow::Runtime

@@ -59,12 +59,17 @@ struct Logger::State {
     if (first_error == 0) first_error = last_error;
   }
 
+  void AppendLine(std::string* out, std::string_view category, std::string_view text) const ORV_REQUIRES(mutex) {
+    const auto append = form == Form::kJson ? &AppendJsonLogLine : &AppendLogLine;
+    append(out, std::chrono::system_clock::now(), category, text);
+  }
+
   bool SayWhatIsMissing() noexcept ORV_REQUIRES(mutex) {
     try {
       std::string line = is_cut ? "\n" : "";
-      AppendLogLine(&line, std::chrono::system_clock::now(), default_category,
-                    std::to_string(lost) + (lost == 1 ? " line is missing here: " : " lines are missing here: ") +
-                        std::strerror(last_error));
+      AppendLine(&line, default_category,
+                 std::to_string(lost) + (lost == 1 ? " line is missing here: " : " lines are missing here: ") +
+                     std::strerror(last_error));
       const std::size_t missing = std::exchange(lost, 0);
       if (WriteLines(line)) {
         is_cut = false;
@@ -90,6 +95,7 @@ struct Logger::State {
   std::string buffer ORV_GUARDED_BY(mutex);
   std::string default_category ORV_GUARDED_BY(mutex) = "-";
   std::string filter ORV_GUARDED_BY(mutex);
+  Form form ORV_GUARDED_BY(mutex) = Form::kText;
   std::size_t lost ORV_GUARDED_BY(mutex) = 0;  // lines that the log does not yet say are missing
   int last_error ORV_GUARDED_BY(mutex) = 0;
   int first_error ORV_GUARDED_BY(mutex) = 0;
@@ -130,6 +136,11 @@ void Logger::SetCategoryFilter(const char* prefix) {
   state_->filter = WithoutSlash(prefix != nullptr ? prefix : "");
 }
 
+void Logger::SetForm(Form form) {
+  const Base::Hold lock(state_->mutex);
+  state_->form = form;
+}
+
 bool Logger::Flush() noexcept {
   const Base::Hold lock(state_->mutex);
   state_->Write();
@@ -157,7 +168,7 @@ void Logger::Log(const char* category, const char* format, ...) {
     if (state_->ChooseCategory(category, &chosen)) {
       const std::string text = FormatLogText(format, values);
       const Base::Hold lock(state_->mutex);
-      AppendLogLine(&state_->buffer, std::chrono::system_clock::now(), chosen, text);
+      state_->AppendLine(&state_->buffer, chosen, text);
       if (state_->writing == Writing::kEachLine || state_->buffer.size() >= kBufferSize) {
         state_->Write();
       }

@@ -48,6 +48,13 @@ class ORV_RUNTIME_API Logger final : public Sdk::SharedObject<Logger, ILogger> {
   // all.
   void SetCategoryFilter(const char* prefix);
 
+  // The form of the lines from now on; kText at first.
+  enum class Form {
+    kText,
+    kJson,  // an object each: "time", "category" and "text"
+  };
+  void SetForm(Form form);
+
   // Hands everything to the system. False when a line was lost since the logger was made: disk full, say.
   bool Flush() noexcept;
 

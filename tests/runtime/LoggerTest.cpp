@@ -51,6 +51,18 @@ class LoggerTest : public ::testing::Test {
   Runtime::Logger* logger_ = Runtime::Logger::NewForFile(file_.c_str(), Runtime::Logger::Writing::kBuffered);
 };
 
+TEST_F(LoggerTest, ALineOfJsonHoldsAnyText) {
+  logger_->SetForm(Runtime::Logger::Form::kJson);
+  logger_->Log("a\"b", "%s", "line\nquote \" back\\slash \x01 \xc3\xa4 \xff");
+  CloseLog();
+  const std::string line = ReadFile(file_);
+  EXPECT_EQ(line.substr(0, 9), "{\"time\":\"");
+  const std::size_t behind = line.find("\",\"category\"");
+  ASSERT_EQ(behind, 9 + std::string("2026-11-21T03:45:31.123Z").size() + 0) << line;
+  EXPECT_EQ(line.substr(behind + 2),
+            "\"category\":\"a\\\"b\",\"text\":\"line\\nquote \\\" back\\\\slash \\u0001 \xc3\xa4 \xef\xbf\xbd\"}\n");
+}
+
 TEST_F(LoggerTest, AnswersTheBaseProtocol) {
   EXPECT_EQ(logger_->QueryInterface("ILogger"), static_cast<ILogger*>(logger_));
   const PString name;

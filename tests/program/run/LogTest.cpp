@@ -1,6 +1,8 @@
 // The log of a run, its levels and its size; the categories of the trace.
 #include <gtest/gtest.h>
 
+#include "nlohmann/json.hpp"
+
 #include <filesystem>
 #include <regex>
 #include <set>
@@ -46,6 +48,18 @@ TEST_F(LogTest, HasALineForEachSignal) {
   EXPECT_EQ(LogLines(), (std::vector<std::string>{"run " + flow + ": ", "signal 1 start -> EchoNode A.go: true, T",
                                                   "signal 2 EchoNode A.out -> FailingNode B.accept: true, T",
                                                   "run " + flow + ": "}));
+}
+
+TEST_F(LogTest, ItsLinesMayBeJson) {
+  const std::string flow = WriteChain();
+  EXPECT_EQ(Run({"run", flow, "--log", log_, "--log-format=json"}).exit_code, 0);
+  std::istringstream stream(ReadFile(log_));
+  std::vector<nlohmann::json> lines;
+  for (std::string line; std::getline(stream, line);) lines.push_back(nlohmann::json::parse(line));
+  ASSERT_EQ(lines.size(), 4U);
+  EXPECT_EQ(lines[1]["category"], "signal");
+  EXPECT_EQ(lines[1]["text"].get<std::string>().substr(0, 32), "1 start -> EchoNode A.go: true, ");
+  EXPECT_EQ(lines[1]["time"].get<std::string>().size(), std::string("2026-11-21T03:45:31.123Z").size());
 }
 
 TEST_F(LogTest, IsAppendedTo) {
@@ -105,6 +119,8 @@ TEST_F(LogTest, RefusesWhatItDoesNotKnowBeforeTheRun) {
       {{"--log", log_, "--log-level", "signal"},
        "run: --log-level signal: none of failures, signals, trace; did you mean signals?"},
       {{"--log-level", "signals"}, "run: --log-level needs --log FILE"},
+      {{"--log-format", "json"}, "run: --log-format needs --log FILE"},
+      {{"--log", log_, "--log-format", "jason"}, "run: --log-format jason: neither text nor json; did you mean json?"},
       {{"--log", log_, "--log-size", "big"}, "run: --log-size big: not a number of bytes, such as 500K or 10M"},
       {{"--progress=soon"}, "run: --progress=soon: not a number of seconds above 0"},
       {{"--trace=Signal"}, "run: --trace=Signal: no such category, see --trace=help; did you mean workflow/Signal?"},
