@@ -1,4 +1,5 @@
 // Work nodes that do something else when a file says so, as a plug-in does that was changed since a run was recorded.
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
@@ -53,8 +54,8 @@ void Break(const std::string& mode) {
   if (mode == "throw") throw std::runtime_error("as it likes");
 }
 
-// "go": counts "/Counting/Fickle" one further, fires "told" and, until the limit, "out". The third time it does what
-// the mode says.
+// "go": counts "/Counting/Fickle" one further, writes what a MeddlingNode has written to "/Counting/Seen", fires "told"
+// and, until the limit, "out". The third time it does what the mode says.
 class FickleNode final : public Sdk::WorkNodeBase {
  public:
   static constexpr char kTypeName[] = "FickleNode";
@@ -71,6 +72,8 @@ class FickleNode final : public Sdk::WorkNodeBase {
       const auto now = std::chrono::system_clock::now().time_since_epoch().count();
       dictionary.SetValue("/Counting/When", std::to_string(now).c_str());
     }
+    const std::int32_t meddled = ReadNumber(dictionary, "/Counting/Meddled");
+    if (meddled != 0) dictionary.SetValue("/Counting/Seen", meddled);
     const bool goes_on = count < ReadNumber(dictionary, "/Counting/Limit");
     if (mode == "order" && goes_on) FireOutput("out");
     FireOutput("told");
@@ -100,6 +103,40 @@ class RememberingNode final : public Sdk::WorkNodeBase {
   std::int32_t count_ = 0;
 };
 
+// "go": fires "told", and "out" when a thread of its own has counted "/Counting/Meddled" to 2,000.
+class MeddlingNode final : public Sdk::WorkNodeBase {
+ public:
+  static constexpr char kTypeName[] = "MeddlingNode";
+  MeddlingNode() : Sdk::WorkNodeBase(kTypeName, kFickleDescription) {}
+
+  bool GetProperty(const char* property_name, IOrvPString* value) override {
+    if (property_name == nullptr || std::string_view(property_name) != "Busy") return false;
+    return AssignText(value, is_busy_ ? "yes" : "no");
+  }
+
+ private:
+  ~MeddlingNode() override {
+    if (worker_.joinable()) worker_.join();
+  }
+  bool OnSignal(std::string_view /*signal*/) override {
+    is_busy_ = true;
+    worker_ = std::thread([this] {
+      for (std::int32_t i = 1; i <= 2000; ++i) {
+        WorkflowDictionary().SetValue("/Counting/Meddled", i);
+        std::this_thread::yield();
+      }
+      FireOutput("out");
+      is_busy_ = false;
+    });
+    FireOutput("told");
+    return true;
+  }
+
+  std::atomic<bool> is_busy_ = false;
+  std::thread worker_;
+};
+
+WorkFlowFactory meddling_node(new (std::nothrow) Sdk::NodeCreator<MeddlingNode>);
 WorkFlowFactory fickle_node(new (std::nothrow) Sdk::NodeCreator<FickleNode>);
 WorkFlowFactory remembering_node(new (std::nothrow) Sdk::NodeCreator<RememberingNode>);
 

@@ -204,6 +204,22 @@ TEST_F(ReplayVerbTest, ThreadsOfNodesAreTakenFromTheRecord) {
             "  1: their nodes work on threads of their own (BusyNode)\n");
 }
 
+// What a node reads while others write nobody can say afterwards; it is not told as a difference.
+TEST_F(ReplayVerbTest, WhatOthersChangeMeanwhileIsNoDifference) {
+  const std::string flow = WriteFlow({{"MeddlingNode", "M", "ProgramNodes", {"told=FickleNode,A,go"}},
+                                      {"FickleNode", "A", "ProgramNodes", {"out=FickleNode,A,go"}}},
+                                     "MeddlingNode,M,go");
+  RunRecorded(flow, {"--set", "/Counting/Limit=300"});
+  const ProcessResult result = Replay({"--json"});
+  EXPECT_EQ(result.exit_code, 0) << result.output << result.error;
+  const Json shown = Json::parse(result.output);
+  std::map<std::string, int> left;
+  for (const Json& one : shown["from_record"]) left[one["reason"].get<std::string>()] = one["deliveries"].get<int>();
+  EXPECT_EQ(left["own_thread"], 1);
+  EXPECT_EQ(shown["replayed"].get<int>() + left["changed_by_others"], 300);
+  EXPECT_EQ(left.size(), 2U) << shown;
+}
+
 // It builds up as in the run; where the run did not begin with it, nobody knows it.
 TEST_F(ReplayVerbTest, StateOfANodesOwnIsThatOfTheRun) {
   const std::string flow = FickleFlow("RememberingNode");
