@@ -32,7 +32,6 @@ constexpr std::size_t kRowsAtOnce = 200;
 constexpr std::size_t kMostRows = 500;
 constexpr std::size_t kMostOfNode = 20;
 constexpr std::size_t kMostWaiting = 1000;
-constexpr std::size_t kMostFailed = 100;
 constexpr std::size_t kMostChanges = 200;
 constexpr std::size_t kMostCauses = 50;
 constexpr std::size_t kMostEntries = 500;
@@ -98,12 +97,7 @@ const char* WordFor(Difference::Kind kind) {
 
 // One pass finds the deliveries and the end.
 RecordPage::RecordPage(Host::WorkflowHost& host, const std::string& file, unsigned run)
-    : file_(file),
-      wanted_run_(run),
-      index_(run),
-      scratch_(host.MakeDictionary()),
-      shown_(host.MakeDictionary()),
-      shown_place_(kNowhere) {
+    : file_(file), index_(run), scratch_(host.MakeDictionary()), shown_(host.MakeDictionary()), shown_place_(kNowhere) {
   RecordFile record(file);
   Journal::MomentSearch search(*scratch_, file, run, {Moment()});
   record.ReadAll([&](const Journal::Event& event) {

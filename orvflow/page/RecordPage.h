@@ -59,7 +59,6 @@ class RecordPage final : public Monitor::LiveSource {
   bool IsSecret(const std::string& path) const;
 
   const std::string file_;
-  const unsigned wanted_run_;
   std::string problem_;
   std::string name_;
   RecordIndex index_;
