@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdlib>
-#include <cstring>
 #include <iterator>
 
 #include "orvflow/replay/DeliveryGuard.h"
@@ -44,7 +43,7 @@ extern "C" void EndWithLastLine(int signal_number) {
 void SetLastLine(const std::string& text) noexcept {
   line_size = 0;
   const std::size_t size = std::min(text.size(), sizeof(line));
-  std::memcpy(line, text.data(), size);
+  std::copy_n(text.data(), size, line);
   if (size > 0) line[size - 1] = '\n';
   line_size = size;
 }

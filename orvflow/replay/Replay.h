@@ -54,6 +54,18 @@ struct ReplayResult {
   bool has_reached_last = false;
 };
 
+// Of the record, from the begin of a delivery to its end.
+struct ReplayWindow {
+  std::uint64_t number = 0;
+  std::uint64_t time = 0;
+  Journal::Route route;
+  std::set<std::uint64_t> others;  // at work meanwhile
+  bool was_overlapped = false;
+  bool has_foreign = false;         // changes
+  std::vector<Journal::Event> all;  // changes, in their order
+  Deeds recorded;
+};
+
 class Replay {
  public:
   // All outlive it. `shown_name` is how messages call the record.
@@ -68,17 +80,6 @@ class Replay {
   const ReplayResult& result() const { return result_; }
 
  private:
-  struct Window {  // from the begin of a delivery to its end
-    std::uint64_t number = 0;
-    std::uint64_t time = 0;
-    Journal::Route route;
-    std::set<std::uint64_t> others;  // at work meanwhile
-    bool was_overlapped = false;
-    bool has_foreign = false;         // changes
-    std::vector<Journal::Event> all;  // changes, in their order
-    Deeds recorded;
-  };
-
   void Load(const Journal::Event& event);
   void TakeChange(const Journal::Event& event);
   void TakeBegun(const Journal::Event& event);
@@ -103,7 +104,7 @@ class Replay {
   bool is_loaded_ = false;
   bool lacks_changes_ = false;
   std::unordered_map<std::uint64_t, const Journal::Route*> routes_;  // of what waits
-  std::optional<Window> window_;
+  std::optional<ReplayWindow> window_;
   std::set<ReplayPlan::Node> strayed_;  // their own state is not that of the run any more
   ReplayResult result_;
 };

@@ -4,7 +4,6 @@
 #include <atomic>
 #include <csignal>
 #include <cstdlib>
-#include <cstring>
 
 #include "orvflow/replay/DeliveryGuard.h"
 
@@ -38,7 +37,7 @@ extern "C" void EndAborted(int /*signal_number*/) { WriteLastLine(); }
 void SetLastLine(const std::string& text) noexcept {
   line_size = 0;
   const std::size_t size = std::min(text.size(), sizeof(line));
-  std::memcpy(line, text.data(), size);
+  std::copy_n(text.data(), size, line);
   if (size > 0) line[size - 1] = '\n';
   line_size = size;
 }
