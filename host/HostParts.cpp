@@ -147,6 +147,9 @@ RunResult WorkflowHost::Parts::Run(const RunSettings& settings) {
   if (result.end == RunEnd::Idle) {
     if (settings.finished) settings.finished();
     result.finished_state = FinishState(result);
+  } else if (result.end == RunEnd::Ended) {
+    if (settings.finished) settings.finished();
+    result.finished_state = RemoveState(result);
   }
   return result;
 }
@@ -203,6 +206,11 @@ FinishedState WorkflowHost::Parts::FinishState(RunResult& result) {
   if (state == nullptr || !state->CanBeWritten()) return FinishedState::None;
   if (deliveries.HasForgotten()) return FinishedState::Forgotten;
   if (HasSignalsToKeep()) return result.saved ? FinishedState::Kept : FinishedState::NotSaved;
+  return RemoveState(result);
+}
+
+FinishedState WorkflowHost::Parts::RemoveState(RunResult& result) const {
+  if (state == nullptr || !state->CanBeWritten()) return FinishedState::None;
   result.problem = state->Remove();
   return result.problem.empty() ? FinishedState::Removed : FinishedState::NotRemoved;
 }

@@ -72,6 +72,7 @@ class WorkflowHost::Parts {
   RunLimits MakeLimits(const RunSettings& settings);
   bool HasSignalsToKeep() const;
   FinishedState FinishState(RunResult& result);
+  FinishedState RemoveState(RunResult& result) const;
 
   std::string flow_name_;
   std::optional<RunRecords> records_;

@@ -74,6 +74,7 @@ struct HostApp::State {
   void* restart_context = nullptr;
   std::atomic<bool> restart_allowed = false;
   std::atomic<bool> restart_requested = false;
+  std::atomic<bool> end_requested = false;
 };
 
 namespace {
@@ -126,8 +127,10 @@ HostApp* HostApp::New() noexcept {
 }
 
 void* HostApp::QueryInterface(const char* interface_name) {
-  const bool restart = interface_name != nullptr && std::strcmp(interface_name, InterfaceNames::kHostRestart) == 0;
-  return restart ? static_cast<IHostRestart*>(this) : SharedObject::QueryInterface(interface_name);
+  const auto is = [&](const char* name) { return interface_name != nullptr && std::strcmp(interface_name, name) == 0; };
+  if (is(InterfaceNames::kHostRestart)) return static_cast<IHostRestart*>(this);
+  if (is(InterfaceNames::kHostEnd)) return static_cast<IHostEnd*>(this);
+  return SharedObject::QueryInterface(interface_name);
 }
 
 bool HostApp::RunOnGuiThread(IHostAppGuiThreadCallback* callback, InputSignalMessage* message) {
@@ -286,6 +289,14 @@ bool HostApp::RequestRestart() {
   if (state_->restart_told != nullptr) state_->restart_told(state_->restart_context);
   return true;
 }
+
+bool HostApp::RequestEnd() {
+  state_->end_requested = true;
+  if (state_->restart_told != nullptr) state_->restart_told(state_->restart_context);
+  return true;
+}
+
+bool HostApp::EndRequested() const noexcept { return state_->end_requested; }
 
 bool HostApp::RestartRequested() const noexcept { return state_->restart_requested; }
 

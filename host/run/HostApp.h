@@ -17,7 +17,7 @@ namespace OrvWorkFlow::Host {
 
 // Any thread, unless an operation says "GUI thread": the one that runs the queue. There is one at a time, and it may
 // change while no loop runs. Nothing is delivered inside RunOnGuiThread or PostToGuiThread.
-class HostApp final : public Sdk::SharedObject<HostApp, IHostApp>, public IHostRestart {
+class HostApp final : public Sdk::SharedObject<HostApp, IHostApp>, public IHostRestart, public IHostEnd {
  public:
   using Task = void (*)(void* context);
   // True ends the loop.
@@ -43,7 +43,7 @@ class HostApp final : public Sdk::SharedObject<HostApp, IHostApp>, public IHostR
   // A new object with one reference, the caller's; null without memory.
   static HostApp* New() noexcept;
 
-  // "IHostApp" and "IHostRestart".
+  // "IHostApp", "IHostRestart" and "IHostEnd".
   void* QueryInterface(const char* interface_name) override;
 
   bool RunOnGuiThread(IHostAppGuiThreadCallback* callback, InputSignalMessage* message) override;
@@ -91,6 +91,9 @@ class HostApp final : public Sdk::SharedObject<HostApp, IHostApp>, public IHostR
   bool RequestRestart() override;
   // True once a node has asked.
   bool RestartRequested() const noexcept;
+  // Rings as a restart that is asked for does.
+  bool RequestEnd() override;
+  bool EndRequested() const noexcept;
 
  private:
   friend class Sdk::ObjectProtocol<HostApp, IHostApp>;

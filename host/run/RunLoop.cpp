@@ -116,10 +116,14 @@ RunLoop::Clock::time_point RunLoop::NextLook(const std::optional<Clock::time_poi
 }
 
 std::optional<RunEnd> RunLoop::FindEnd() const {
+  if (host_app_.EndRequested()) return RunEnd::Ended;
   if (host_app_.RestartRequested()) return RunEnd::Restart;
   if (WantsStop()) return RunEnd::Stopped;
   // Whoever asks for a restart may be the last to do anything: it is asked for before the workflow is idle.
-  if (IsIdle()) return host_app_.RestartRequested() ? RunEnd::Restart : RunEnd::Idle;
+  if (IsIdle()) {
+    if (host_app_.EndRequested()) return RunEnd::Ended;
+    return host_app_.RestartRequested() ? RunEnd::Restart : RunEnd::Idle;
+  }
   IWorkFlowEngine::QueueState queue;
   if (engine_.GetQueueState(&queue) && !queue.running) return RunEnd::EngineDied;
   if (deadline_ && Clock::now() >= *deadline_) return RunEnd::TimedOut;
@@ -131,8 +135,9 @@ void RunLoop::StopAtEnd(RunResult& result) {
   engine_.GetQueueState(&queue);
   const bool has_state = result.end != RunEnd::EngineDied && !limits_.state_file.empty();
   if (!queue.running && result.end != RunEnd::EngineDied) return;  // A checkpoint has stopped and saved everything.
-  if (!has_state) {
+  if (!has_state || result.end == RunEnd::Ended) {
     StopFlowing();
+    if (result.end == RunEnd::Ended) result.backlog = GetBacklog();
     return;
   }
   if (!StopBetweenSignals()) return;
@@ -185,6 +190,7 @@ std::optional<RunResult> RunLoop::SaveCheckpoint(CheckpointPlan& plan) {
   overdue_said_ = false;
   const Stopped stopped = FindStopped();
   if (!saved && limits_.checkpoint_failed) limits_.checkpoint_failed();
+  if (host_app_.EndRequested()) return RunResult{RunEnd::Ended, GetBacklog(), false, {}};
   if (host_app_.RestartRequested()) return RunResult{RunEnd::Restart, GetBacklog(), saved, {}};
   if (saved && WantsStop()) return RunResult{RunEnd::Stopped, GetBacklog(), saved, {}};
   const Mark mark = GetMark();

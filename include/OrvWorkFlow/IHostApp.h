@@ -43,4 +43,16 @@ class IHostRestart {
   ~IHostRestart() = default;
 };
 
+// The same for a host that lets a node end the workflow for good: the global object "HostApp" answers to "IHostEnd".
+class IHostEnd {
+ public:
+  // Asks the host to stop the workflow as one that has come to its end: what waits is not delivered, and nothing is
+  // saved to go on from. Returns at once; the host stops between two signals, and a few more may be delivered until it
+  // does. False when the host does not let nodes end it. Any thread.
+  virtual bool RequestEnd() = 0;
+
+ protected:
+  ~IHostEnd() = default;
+};
+
 }  // namespace OrvWorkFlow

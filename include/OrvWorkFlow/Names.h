@@ -30,6 +30,7 @@ inline constexpr char kSignalMediator[] = "ISignalMediator";
 inline constexpr char kLogger[] = "ILogger";
 inline constexpr char kHostApp[] = "IHostApp";
 inline constexpr char kHostRestart[] = "IHostRestart";
+inline constexpr char kHostEnd[] = "IHostEnd";
 inline constexpr char kWorkNode[] = "IWorkNode";
 inline constexpr char kComponentFinder[] = "IComponentFinder";
 inline constexpr char kNodeDescription[] = "INodeDescription";

@@ -16,6 +16,7 @@
 #include "nodes/flow/RateLimit.h"
 #include "nodes/flow/Restarter.h"
 #include "nodes/flow/Retry.h"
+#include "nodes/flow/RunEnd.h"
 #include "nodes/flow/Schedule.h"
 #include "nodes/flow/Switch.h"
 #include "nodes/flow/TimeLimitNode.h"
@@ -38,6 +39,7 @@ WorkFlowFactory long_copier(new (std::nothrow) Sdk::NodeCreator<LongCopier>);
 WorkFlowFactory rate_limit(new (std::nothrow) Sdk::NodeCreator<RateLimit>);
 WorkFlowFactory restarter(new (std::nothrow) Sdk::NodeCreator<Restarter>);
 WorkFlowFactory retry(new (std::nothrow) Sdk::NodeCreator<Retry>);
+WorkFlowFactory run_end(new (std::nothrow) Sdk::NodeCreator<RunEnd>);
 WorkFlowFactory schedule(new (std::nothrow) Sdk::NodeCreator<Schedule>);
 WorkFlowFactory switch_node(new (std::nothrow) Sdk::NodeCreator<Switch>);
 WorkFlowFactory time_limit(new (std::nothrow) Sdk::NodeCreator<TimeLimitNode>);

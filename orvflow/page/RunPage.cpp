@@ -31,7 +31,7 @@ Json NodeAsJson(const RunTally::Node& node) {
 }
 
 const char* StateAfter(const Host::RunResult& result) {
-  if (result.end == Host::RunEnd::Idle) return "ended";
+  if (result.end == Host::RunEnd::Idle || result.end == Host::RunEnd::Ended) return "ended";
   return result.saved ? "saved" : "stopped";
 }
 

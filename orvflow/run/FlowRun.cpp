@@ -13,6 +13,7 @@
 #include "orvflow/files/FileLoading.h"
 #include "orvflow/run/FlowUpdate.h"
 #include "orvflow/run/KeptSignals.h"
+#include "orvflow/run/Outcome.h"
 #include "orvflow/run/RunEnding.h"
 #include "orvflow/run/StoppableRun.h"
 #include "orvflow/terminal/HostErrors.h"
@@ -197,6 +198,8 @@ Host::RunResult FlowRun::Run() {
       host_->mediator());
   const RunPage::Showing page_showing(page_ ? &*page_ : nullptr);
   if (page_) page_->Begin(*watch_, *host_, plan_.name, shown_name_);
+  // A run that died between the node's word and its end.
+  if (WasEnded(host_->dictionary())) host_->parts().objects.host_app().RequestEnd();
   const Host::RunResult result = RunUntilStopped(*host_, MakeSettings(), shown_name_, state_->CanBeWritten());
   if (page_) page_->End(result);
   return result;
@@ -215,7 +218,7 @@ bool FlowRun::EndRecord(ExitCode code) {
 // The record stays where it says more than the state does.
 void FlowRun::EndStateRecord(const Host::RunResult& result) {
   if (!state_record_) return;
-  const bool is_idle = result.end == Host::RunEnd::Idle;
+  const bool is_idle = result.end == Host::RunEnd::Idle || result.end == Host::RunEnd::Ended;
   const bool lacks_failures = result.finished_state == Host::FinishedState::NotSaved;
   state_record_->End(is_idle ? !lacks_failures : result.saved);
 }

@@ -88,6 +88,11 @@ ExitCode ReportEnding(const RunEnding& ending) {
       const ExitCode code = ReportFinished(ending);
       return is_done || code != ExitCode::Done ? code : ExitCode::Failed;
     }
+    case Host::RunEnd::Ended: {
+      const ExitCode code = ReportEnd(ending.host.dictionary(), ending.shown_name, ending.result.backlog.waiting);
+      const ExitCode finished = ReportFinished(ending);
+      return code == ExitCode::Done ? finished : code;
+    }
     case Host::RunEnd::Stopped:
     case Host::RunEnd::Restart:
       return ReportStopped(ending);

@@ -30,6 +30,7 @@ enum class RunEnd {
   EngineDied,  // the engine's thread ended on its own
   NotStarted,  // the engine could not start its thread
   Broken,      // the host itself failed, for lack of memory for example
+  Ended,       // a node ended it: what waited was not delivered, and the state is gone
 };
 
 // The functions are called on threads of the run's own, `finished` on the one that called Run; of the host they call
@@ -76,7 +77,7 @@ struct RunResult {
   std::string problem;  // one line; of a Broken run, and of a state that could not be removed
   // Signals whose node refused them or threw, that found no node, or for which there was no memory, in this run.
   std::uint64_t failures = 0;
-  FinishedState finished_state = FinishedState::None;  // of an Idle run
+  FinishedState finished_state = FinishedState::None;  // of an Idle run and an Ended one
 };
 
 }  // namespace OrvWorkFlow::Host
