@@ -86,6 +86,7 @@ export class Moments {
     while (this.wanted !== undefined) {
       const wanted = this.wanted;
       this.wanted = undefined;
+      const slow = setTimeout(() => setText(this.output, "reading…"), 300);
       try {
         const number = typeof wanted === "string" ? wanted : await this.numberAt(wanted);
         const answer = await fetch(`/api/moment?d=${encodeURIComponent(number)}`);
@@ -98,6 +99,8 @@ export class Moments {
         this.show((await answer.json()) as Moment);
       } catch {
         this.onLoss();
+      } finally {
+        clearTimeout(slow);
       }
     }
     this.asking = false;
