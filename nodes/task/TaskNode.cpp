@@ -33,7 +33,8 @@ bool TaskNode::IsBusy() {
 
 bool TaskNode::OnSignal(std::string_view signal) {
   if (signal == kResumeInput.name) {
-    Continue();
+    // A run that was cut off may say so of a task that has ended: the next one may be on its way already.
+    if (!Record().Has(kFired)) Continue();
     return true;
   }
   if (IsBusy()) {

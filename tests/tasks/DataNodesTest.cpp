@@ -214,5 +214,17 @@ TEST_F(DataNodesTest, CsvThatFitsNowhereFails) {
   EXPECT_EQ(Problem(), "\"::\" is no separator: it is one character, or tab");
 }
 
+// A record says of a task that has just ended that it goes on, when the process died at that moment.
+TEST_F(DataNodesTest, ATaskThatHasEndedIsNotResumed) {
+  Node("ValueSetter").SetParameter("Entry", "/Some/Entry");
+  SetListParameter("Value", {"text"});
+  EXPECT_EQ(Do("set"), Signals{"done"});
+  for (int i = 0; i < 20; ++i) {
+    bench_->Kill();
+    EXPECT_TRUE(bench_->Signal("resume"));
+    EXPECT_EQ(Do("set"), Signals{"done"}) << "it is not at work when the next one comes";
+  }
+}
+
 }  // namespace
 }  // namespace orv_test
