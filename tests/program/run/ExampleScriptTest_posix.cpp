@@ -40,7 +40,7 @@ class ExampleScriptTest : public ProgramFixture {
   // Runs the script of an example in the test's directory.
   ProcessResult RunExample(const std::string& name) {
     const std::filesystem::path example = SourceFolder() / "examples" / name;
-    for (const char* file : {"flow.xml", "guest.xml", "run.sh", "copy.sh", "import.sh"}) {
+    for (const char* file : {"flow.xml", "guest.xml", "north.xml", "south.xml", "run.sh", "copy.sh", "import.sh"}) {
       if (!std::filesystem::exists(example / file)) continue;
       std::filesystem::copy_file(example / file, directory_.path() / file);
     }
@@ -141,6 +141,13 @@ TEST_F(ExampleScriptTest, RecordedRunsAreReplayed) {
     EXPECT_EQ(replay.exit_code, 0) << replay.output << replay.error;
     EXPECT_TRUE(replay.output.starts_with("run ")) << replay.output;
   }
+}
+
+TEST_F(ExampleScriptTest, TwoMachinesLoseNothingWhenAllAreKilled) {
+  if (!std::filesystem::exists("/usr/sbin/mosquitto")) GTEST_SKIP() << "there is no broker (Debian: mosquitto)";
+  const ProcessResult result = RunExample("12_two_machines");
+  EXPECT_EQ(result.exit_code, 0) << result.error;
+  ExpectShown("examples/12_two_machines/README.md", result.output, true);
 }
 
 }  // namespace

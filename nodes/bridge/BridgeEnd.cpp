@@ -1,0 +1,107 @@
+#include "nodes/bridge/BridgeEnd.h"
+
+#include <algorithm>
+#include <charconv>
+#include <chrono>
+#include <stdexcept>
+
+#include "OrvWorkFlow/IRunReport.h"
+#include "OrvWorkFlow/ISignalMediator.h"
+#include "OrvWorkFlow/Names.h"
+#include "OrvWorkFlow/sdk/GlobalObject.h"
+#include "nodes/files/LocalFile.h"
+
+namespace OrvWorkFlow::Nodes::Bridge {
+
+namespace {
+
+class AtWork final : public IRunReport {
+ public:
+  AtWork(std::string_view type, std::string_view instance) : type_(type), instance_(instance) {}
+  void NodeAtWork(const Work& work) override {
+    found_ = found_ || (work.delivery.receiver.type == type_ && work.delivery.receiver.instance == instance_);
+  }
+  void NodeThere(const Node& /*node*/) override {}
+  void SignalWaiting(const Waiting& /*signal*/) override {}
+  bool found() const { return found_; }
+
+ private:
+  const std::string_view type_, instance_;
+  bool found_ = false;
+};
+
+std::string Joined(const std::vector<std::string>& texts) {
+  std::string all;
+  for (const std::string& text : texts) all += all.empty() ? text : " " + text;
+  return all;
+}
+
+}  // namespace
+
+bool IsDeliveredTo(std::string_view type, std::string_view instance) {
+  // Where there is no mediator, nothing is recorded.
+  auto* const mediator =
+      Sdk::FindGlobal<ISignalMediator>(ObjectNames::kSignalMediator, InterfaceNames::kSignalMediator);
+  if (mediator == nullptr) return false;
+  AtWork at_work(type, instance);
+  return !mediator->Report(&at_work) || at_work.found();
+}
+
+std::string AddressOf(const std::string& bridge) {
+  const auto is_allowed = [](char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' || c == '-';
+  };
+  if (bridge.empty() || bridge.size() > 64 || !std::all_of(bridge.begin(), bridge.end(), is_allowed)) {
+    throw std::runtime_error("the parameter Bridge is \"" + bridge +
+                             "\"; it takes 1 to 64 letters, digits, \"_\" and \"-\"");
+  }
+  return bridge + "/in";
+}
+
+std::string AddressOf(const std::string& bridge, const Id& sender) {
+  return AddressOf(bridge).substr(0, bridge.size()) + "/out/" + sender.Text();
+}
+
+std::unique_ptr<Transport> OpenTransport(const ParameterReader& parameters, const Id& id, const std::string& address) {
+  TransportSettings settings;
+  settings.kind = parameters.text("Transport");
+  settings.host = parameters.text("Host");
+  settings.port = static_cast<std::uint16_t>(parameters.number("Port"));
+  settings.faults = Joined(parameters.list("Faults"));
+  settings.client = "orvflow-" + id.Text();
+  auto* const files = Sdk::FindGlobal<IFileSystemA>(ObjectNames::kFileSystem, InterfaceNames::kFileSystemA);
+  if (files == nullptr) throw std::runtime_error("the host has no global file system");
+  if (const std::string folder = Joined(parameters.list("Folder")); !folder.empty()) {
+    settings.folder = LocalPath(*files, folder);
+  }
+  if (const std::string secrets = Joined(parameters.list("Secrets")); !secrets.empty()) {
+    settings.secrets = ReadSecrets(LocalPath(*files, secrets), secrets);
+  }
+  std::unique_ptr<Transport> transport = MakeTransport(settings);
+  transport->Open(address);
+  return transport;
+}
+
+Id IdOf(Sdk::NodeRecord& record) {
+  Id id = Id::FromText(record.Text("Id"));
+  if (!id.IsNone()) return id;
+  id = Id::Random();
+  record.SetText("Id", id.Text());
+  return id;
+}
+
+std::int64_t Now() {
+  const auto passed = std::chrono::steady_clock::now().time_since_epoch();
+  return std::chrono::duration_cast<std::chrono::milliseconds>(passed).count();
+}
+
+std::uint64_t NumberOfName(std::string_view name) {
+  std::uint64_t number = 0;
+  if (name.size() < 2 || name.front() != 'N') return 0;
+  const auto result = std::from_chars(name.data() + 1, name.data() + name.size(), number);
+  return result.ec == std::errc() && result.ptr == name.data() + name.size() ? number : 0;
+}
+
+std::string NameOfNumber(std::uint64_t number) { return "N" + std::to_string(number); }
+
+}  // namespace OrvWorkFlow::Nodes::Bridge

@@ -1,0 +1,44 @@
+// What the two nodes of a bridge share: reading the parameters, and what tells when a delivery is recorded.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "OrvWorkFlow/sdk/NodeRecord.h"
+#include "nodes/bridge/BridgeFrames.h"
+#include "nodes/bridge/BridgeTransport.h"
+
+namespace OrvWorkFlow::Nodes::Bridge {
+
+// How a node reads its parameters.
+struct ParameterReader {
+  std::function<std::string(const char*)> text;
+  std::function<std::int32_t(const char*)> number;
+  std::function<std::vector<std::string>(const char*)> list;
+};
+
+// Opened. Throws std::runtime_error for settings that cannot be right.
+std::unique_ptr<Transport> OpenTransport(const ParameterReader& parameters, const Id& id, const std::string& address);
+
+// Where frames for the receiver of a bridge go, and those for a sender. Throws std::runtime_error for a name that is
+// none.
+std::string AddressOf(const std::string& bridge);
+std::string AddressOf(const std::string& bridge, const Id& sender);
+
+// The id of a node's state, which is made when there is none.
+Id IdOf(Sdk::NodeRecord& record);
+
+// Whether a signal is being delivered to the node, or its end is not recorded. Not during a delivery to it.
+bool IsDeliveredTo(std::string_view type, std::string_view instance);
+
+// Milliseconds that never go back.
+std::int64_t Now();
+
+// The number of "N12"; 0 for another name.
+std::uint64_t NumberOfName(std::string_view name);
+std::string NameOfNumber(std::uint64_t number);
+
+}  // namespace OrvWorkFlow::Nodes::Bridge

@@ -1,0 +1,241 @@
+#include "nodes/bridge/BridgeIn.h"
+
+#include <algorithm>
+#include <chrono>
+#include <exception>
+#include <stdexcept>
+#include <utility>
+
+#include "OrvWorkFlow/sdk/MarshalledHolder.h"
+#include "nodes/bridge/BridgeEnd.h"
+#include "nodes/bridge/BridgeLetter.h"
+#include "nodes/bridge/BridgeSettings.h"
+
+namespace OrvWorkFlow::Nodes {
+
+using Bridge::Receiver;
+
+namespace {
+
+constexpr NodeInput kInputs[] = {
+    {"listen", "begins"},
+    {"next", "what was told of is done with: the next one is told"},
+    {"stop", "ends it, as soon as the senders know what was delivered"},
+    kResumeInput,
+};
+constexpr NodeOutput kOutputs[] = {
+    {"received", false, "a signal has come: Signal is its name, Values holds what it carries"},
+    {"ended", false, "stop came"},
+    kFailedOutput,
+};
+constexpr NodeParameter kParameters[] = {
+    Bridge::kBridgeRow,
+    TextListParameterRow("Signals",
+                         "the names that are taken; empty: any. Others become dead letters of their senders"),
+    BooleanParameterRow("OneByOne", true, "waits for next before it tells of another one"),
+    NumberParameterRow("MostSenders", "1000", 1, "how many it remembers; more are turned away", 1000000),
+    NumberParameterRow("LingerSeconds", "10", 0, "how long a stop waits for the senders", 3600),
+    Bridge::kTransportRow,
+    Bridge::kHostRow,
+    Bridge::kPortRow,
+    Bridge::kSecretsRow,
+    Bridge::kFolderRow,
+    Bridge::kFaultsRow,
+};
+
+constexpr char kEpoch[] = "Epoch";
+constexpr char kTold[] = "Told";
+constexpr char kTaken[] = "Taken";
+constexpr char kEnd[] = "End";
+constexpr char kSenders[] = "Senders";
+constexpr char kConnection[] = "Connection";
+constexpr int kMostAtOnce = 64;  // that are delivered before they are acknowledged
+
+std::string FolderOf(const Bridge::Id& sender) { return std::string(kSenders) + "/S" + sender.Text(); }
+
+std::vector<std::string> NamesIn(IDictionary& dictionary, const std::string& path) {
+  const Sdk::TextListHolder names;
+  if (!dictionary.GetEntries(path.c_str(), names.get())) return {};
+  return names.Texts();
+}
+
+}  // namespace
+
+constinit const NodeDescription BridgeIn::kDescription = {
+    .sentence = "Receives signals with values from other workflows, each of them exactly once",
+    .inputs = kInputs,
+    .outputs = kOutputs,
+    .parameters = kParameters,
+    .state_in_dictionary = true,
+    .acts_outside = true,
+};
+
+bool BridgeIn::OnSignal(std::string_view signal) {
+  if (signal != "next" && signal != "stop") return TaskNode::OnSignal(signal);
+  Sdk::NodeRecord record = Record();
+  if (signal == "next") {
+    record.SetNumber(kTaken, record.Number(kTold));
+  } else {
+    record.SetNumber(kEnd, 1);
+  }
+  return true;
+}
+
+// What it knows of its senders stays as long as the state.
+void BridgeIn::ClearRecord() {
+  Sdk::NodeRecord record = Record();
+  for (const char* name : {"Task", "Problem", "Fired", kEnd}) record.Remove(name);
+}
+
+const char* BridgeIn::DoTask(const std::string& /*task*/) {
+  const std::string bridge = TextParameter("Bridge");
+  Sdk::NodeRecord record = Record();
+  const Bridge::Id id = Bridge::IdOf(record);
+  const Bridge::ParameterReader reader{[this](const char* name) { return TextParameter(name); },
+                                       [this](const char* name) { return NumberParameter(name); },
+                                       [this](const char* name) { return TextListParameter(name); }};
+  const auto transport = Bridge::OpenTransport(reader, id, Bridge::AddressOf(bridge));
+  Receiver receiver = MakeReceiver(id);
+  const std::int64_t linger = std::int64_t{1000} * NumberParameter("LingerSeconds");
+  std::int64_t ends_at = -1;
+  while (!StopWanted()) {
+    const bool ends = record.Has(kEnd);
+    if (ends && ends_at < 0) ends_at = Bridge::Now() + linger;
+    for (int i = 0; !ends && i < kMostAtOnce && MayDeliver() && !StopWanted(); ++i) {
+      const Bridge::Data* const data = receiver.Next();
+      if (data == nullptr) break;
+      Deliver(receiver, *data);
+    }
+    Answer(receiver, *transport, bridge);
+    if (ends && (receiver.IsSettled() || Bridge::Now() >= ends_at)) {
+      transport->Close();
+      return "ended";
+    }
+    // What is held waits for "next" at most.
+    const std::chrono::milliseconds wait(receiver.Next() != nullptr ? 1 : 10);
+    for (auto bytes = transport->Poll(wait); bytes; bytes = transport->Poll(std::chrono::milliseconds(0))) {
+      Hear(receiver, *bytes);
+    }
+    const std::string problem = transport->Problem();
+    if (problem != record.Text(kConnection)) record.SetText(kConnection, problem);
+  }
+  transport->Close();
+  return nullptr;
+}
+
+bool BridgeIn::MayDeliver() const {
+  const Sdk::NodeRecord record = Record();
+  return !BooleanParameter("OneByOne") || record.Number(kTaken) >= record.Number(kTold);
+}
+
+Receiver BridgeIn::MakeReceiver(const Bridge::Id& id) {
+  Sdk::NodeRecord record = Record();
+  const std::int64_t epoch = record.Number(kEpoch) + 1;
+  record.SetNumber(kEpoch, epoch);
+  Receiver receiver(id, static_cast<std::uint64_t>(epoch), static_cast<std::size_t>(NumberParameter("MostSenders")));
+  const std::vector<std::string> names = NamesIn(WorkflowDictionary(), record.PathOf(kSenders));
+  for (const std::string& name : names) {
+    const Bridge::Id sender =
+        Bridge::Id::FromText(std::string_view(name).substr(std::min<std::size_t>(1, name.size())));
+    if (sender.IsNone()) continue;
+    const std::string folder = FolderOf(sender);
+    Receiver::Standing standing;
+    standing.holder.epoch = static_cast<std::uint64_t>(record.Number(folder + "/Epoch"));
+    standing.holder.mark = static_cast<std::uint64_t>(record.Number(folder + "/Mark"));
+    standing.highest = static_cast<std::uint64_t>(record.Number(folder + "/Highest"));
+    const std::vector<std::string> refused = NamesIn(WorkflowDictionary(), record.PathOf(folder + "/Refused"));
+    for (const std::string& one : refused) {
+      standing.refused.emplace(Bridge::NumberOfName(one), record.Text(folder + "/Refused/" + one));
+    }
+    receiver.Know(sender, standing);
+  }
+  return receiver;
+}
+
+void BridgeIn::WriteStanding(const Bridge::Id& sender, const Receiver::Standing& standing) {
+  Sdk::NodeRecord record = Record();
+  const std::string folder = FolderOf(sender);
+  const auto write = [&](const char* name, std::uint64_t value) {
+    const std::string path = folder + name;
+    if (record.Number(path, -1) != static_cast<std::int64_t>(value)) {
+      record.SetNumber(path, static_cast<std::int64_t>(value));
+    }
+  };
+  write("/Mark", standing.holder.mark);
+  write("/Epoch", standing.holder.epoch);
+  const std::string refused = folder + "/Refused";
+  const std::vector<std::string> names = NamesIn(WorkflowDictionary(), record.PathOf(refused));
+  for (const auto& [number, reason] : standing.refused) {
+    const std::string name = Bridge::NameOfNumber(number);
+    if (std::find(names.begin(), names.end(), name) == names.end()) record.SetText(refused + "/" + name, reason);
+  }
+  for (const std::string& name : names) {
+    if (!standing.refused.contains(Bridge::NumberOfName(name))) record.Remove(refused + "/" + name);
+  }
+  write("/Highest", standing.highest);
+}
+
+std::string BridgeIn::ReasonAgainst(const std::string& signal) const {
+  const std::vector<std::string> names = TextListParameter("Signals");
+  if (names.empty() || std::find(names.begin(), names.end(), signal) != names.end()) return {};
+  return "the receiver takes no signal \"" + signal + "\"";
+}
+
+// Values, number and signal are one unit: a kill leaves all of it or nothing.
+void BridgeIn::Deliver(Receiver& receiver, const Bridge::Data& data) {
+  const Bridge::Id sender = data.sender;
+  Bridge::Letter letter;
+  std::string reason;
+  try {
+    letter = Bridge::DecodeLetter(data.letter);
+    reason = ReasonAgainst(letter.signal);
+  } catch (const std::exception& error) {
+    reason = std::string("the receiver cannot read it: ") + error.what();
+  }
+  if (!reason.empty()) {
+    receiver.Refuse(sender, reason);
+    WriteStanding(sender, receiver.StandingOf(sender));
+    return;
+  }
+  const std::uint64_t number = data.number;
+  HoldChanges();
+  Sdk::NodeRecord record = Record();
+  record.Remove("Values");
+  for (const Bridge::Value& value : letter.values) {
+    if (!Bridge::WriteValue(WorkflowDictionary(), record.PathOf("Values"), value)) {
+      throw std::runtime_error("cannot write " + record.PathOf("Values") + value.path);
+    }
+  }
+  record.SetText("Signal", letter.signal);
+  record.SetText("Sender", sender.Text());
+  record.SetNumber("Number", static_cast<std::int64_t>(number));
+  record.SetNumber(kTold, record.Number(kTold) + 1);
+  receiver.Deliver(sender);
+  WriteStanding(sender, receiver.StandingOf(sender));
+  FireOutput("received");
+}
+
+// After what they say was recorded.
+void BridgeIn::Answer(Receiver& receiver, Bridge::Transport& transport, const std::string& bridge) {
+  const std::vector<Bridge::Ack> answers = receiver.TakeAnswers();
+  for (const Bridge::Ack& ack : answers) {
+    transport.Send(Bridge::AddressOf(bridge, ack.sender), Bridge::Encode(ack));
+  }
+}
+
+void BridgeIn::Hear(Receiver& receiver, const std::string& bytes) {
+  auto frame = Bridge::Decode(bytes);
+  if (!frame) return;
+  bool changed = false;
+  Bridge::Id sender;
+  if (const auto* hello = std::get_if<Bridge::Hello>(&*frame)) {
+    sender = hello->sender;
+    changed = receiver.Hear(*hello);
+  } else if (auto* data = std::get_if<Bridge::Data>(&*frame)) {
+    sender = data->sender;
+    changed = receiver.Hear(std::move(*data));
+  }
+  if (changed) WriteStanding(sender, receiver.StandingOf(sender));
+}
+
+}  // namespace OrvWorkFlow::Nodes

@@ -1,0 +1,268 @@
+// MQTT 5 by libmosquitto: frames are messages of quality 1, an address is a topic.
+#include <mosquitto.h>
+#include <mqtt_protocol.h>
+#include <netdb.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <deque>
+#include <stdexcept>
+#include <system_error>
+#include <thread>
+
+#include "nodes/bridge/BridgeFrames.h"
+#include "nodes/bridge/BridgeTransport.h"
+
+namespace OrvWorkFlow::Nodes::Bridge {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr char kTopics[] = "orvflow/";
+constexpr int kQuality = 1;
+constexpr int kKeepAlive = 10;                    // seconds until a dead connection is noticed
+constexpr std::uint32_t kSessionSeconds = 86400;  // the broker keeps what comes while the run is down
+constexpr std::size_t kMostUnderWay = 512;        // that the broker has not taken
+constexpr std::size_t kMostCome = 4096;
+constexpr std::chrono::milliseconds kRetry{500};
+constexpr std::chrono::milliseconds kMostWait{50};
+
+std::string SystemText(int number) { return std::generic_category().message(number); }
+
+// Whether something listens there, found out without waiting: connecting by the library waits as long as the system
+// does.
+class Knock {
+ public:
+  Knock() = default;
+  Knock(const Knock&) = delete;
+  Knock& operator=(const Knock&) = delete;
+  ~Knock() { Stop(); }
+
+  bool IsUnderWay() const { return socket_ >= 0; }
+  // Throws std::runtime_error for a host that is not known.
+  void Begin(const std::string& host, std::uint16_t port) {
+    addrinfo hints{};
+    hints.ai_socktype = SOCK_STREAM;
+    addrinfo* found = nullptr;
+    const int status = getaddrinfo(host.c_str(), std::to_string(port).c_str(), &hints, &found);
+    if (status != 0) throw std::runtime_error(gai_strerror(status));
+    socket_ = socket(found->ai_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+    if (socket_ >= 0) connect(socket_, found->ai_addr, found->ai_addrlen);
+    freeaddrinfo(found);
+    if (socket_ < 0) throw std::runtime_error(SystemText(errno));
+  }
+  // The error of the system, 0 for an open door, nothing as long as nobody has answered.
+  std::optional<int> Wait(std::chrono::milliseconds time) {
+    pollfd one{socket_, POLLOUT, 0};
+    if (poll(&one, 1, static_cast<int>(time.count())) <= 0) return std::nullopt;
+    int error = 0;
+    socklen_t size = sizeof(error);
+    getsockopt(socket_, SOL_SOCKET, SO_ERROR, &error, &size);
+    Stop();
+    return error;
+  }
+  void Stop() {
+    if (socket_ >= 0) close(socket_);
+    socket_ = -1;
+  }
+
+ private:
+  int socket_ = -1;
+};
+
+class MqttTransport final : public Transport {
+ public:
+  explicit MqttTransport(const TransportSettings& settings);
+  ~MqttTransport() override { mosquitto_destroy(client_); }
+
+  void Open(const std::string& address) override { topic_ = kTopics + address; }
+  bool Send(const std::string& address, const std::string& bytes) override;
+  std::optional<std::string> Poll(std::chrono::milliseconds time) override;
+  void Close() override;
+  std::string Problem() const override { return problem_; }
+
+ private:
+  static MqttTransport& Of(void* object) { return *static_cast<MqttTransport*>(object); }
+  std::string Secret(const char* name) const;
+  void UseSecrets();
+  void Connect(std::chrono::milliseconds time);
+  bool Greet();
+  void Fail(const std::string& problem);
+  void OnConnect(int reason);
+  void OnSubscribe(int granted);
+
+  const TransportSettings settings_;
+  mosquitto* client_ = nullptr;
+  std::string topic_;
+  Knock knock_;
+  Clock::time_point retry_at_{};
+  Clock::time_point give_up_at_{};
+  bool is_connected_ = false;   // the library has a connection, or makes one
+  bool is_subscribed_ = false;  // what is sent to this end comes
+  std::size_t under_way_ = 0;
+  std::deque<std::string> come_;
+  std::string problem_ = "not connected yet";
+};
+
+MqttTransport::MqttTransport(const TransportSettings& settings) : settings_(settings) {
+  static const int is_ready = mosquitto_lib_init();
+  if (is_ready != MOSQ_ERR_SUCCESS) throw std::runtime_error("libmosquitto cannot be initialised");
+  client_ = mosquitto_new(settings.client.c_str(), false, this);
+  if (client_ == nullptr) throw std::runtime_error("libmosquitto: " + SystemText(errno));
+  mosquitto_int_option(client_, MOSQ_OPT_PROTOCOL_VERSION, MQTT_PROTOCOL_V5);
+  mosquitto_connect_v5_callback_set(
+      client_, [](mosquitto*, void* self, int reason, int, const mosquitto_property*) { Of(self).OnConnect(reason); });
+  mosquitto_subscribe_callback_set(client_, [](mosquitto*, void* self, int, int count, const int* granted) {
+    Of(self).OnSubscribe(count > 0 ? granted[0] : 128);
+  });
+  mosquitto_publish_callback_set(client_, [](mosquitto*, void* self, int) {
+    if (Of(self).under_way_ > 0) --Of(self).under_way_;
+  });
+  mosquitto_message_callback_set(client_, [](mosquitto*, void* self, const mosquitto_message* message) {
+    const auto size = static_cast<std::size_t>(std::max(message->payloadlen, 0));
+    if (size == 0 || size > kMostFrame || Of(self).come_.size() >= kMostCome) return;
+    Of(self).come_.emplace_back(static_cast<const char*>(message->payload), size);
+  });
+  try {
+    UseSecrets();
+  } catch (...) {
+    mosquitto_destroy(client_);
+    throw;
+  }
+}
+
+std::string MqttTransport::Secret(const char* name) const {
+  const auto found = settings_.secrets.find(name);
+  return found == settings_.secrets.end() ? std::string() : found->second;
+}
+
+void MqttTransport::UseSecrets() {
+  const std::string user = Secret("user"), password = Secret("password"), ca = Secret("ca");
+  const std::string certificate = Secret("certificate"), key = Secret("key");
+  const auto expect = [](int status, const char* what) {
+    if (status != MOSQ_ERR_SUCCESS) throw std::runtime_error(std::string(what) + ": " + mosquitto_strerror(status));
+  };
+  if (!user.empty()) expect(mosquitto_username_pw_set(client_, user.c_str(), password.c_str()), "user and password");
+  if (Secret("tls") != "yes") {
+    if (!ca.empty() || !certificate.empty()) throw std::runtime_error("ca and certificate need tls = yes");
+    return;
+  }
+  const auto or_none = [](const std::string& text) { return text.empty() ? nullptr : text.c_str(); };
+  if (ca.empty()) expect(mosquitto_int_option(client_, MOSQ_OPT_TLS_USE_OS_CERTS, 1), "the system's certificates");
+  expect(mosquitto_tls_set(client_, or_none(ca), ca.empty() ? "/etc/ssl/certs" : nullptr, or_none(certificate),
+                           or_none(key), nullptr),
+         "ca, certificate and key");
+}
+
+bool MqttTransport::Send(const std::string& address, const std::string& bytes) {
+  if (!is_subscribed_ || under_way_ >= kMostUnderWay) return false;
+  const std::string topic = kTopics + address;
+  const int status = mosquitto_publish_v5(client_, nullptr, topic.c_str(), static_cast<int>(bytes.size()), bytes.data(),
+                                          kQuality, false, nullptr);
+  if (status == MOSQ_ERR_SUCCESS) {
+    ++under_way_;
+    return true;
+  }
+  if (status != MOSQ_ERR_NO_CONN && status != MOSQ_ERR_CONN_LOST) problem_ = mosquitto_strerror(status);
+  return false;
+}
+
+std::optional<std::string> MqttTransport::Poll(std::chrono::milliseconds time) {
+  time = std::min(time, kMostWait);
+  if (come_.empty()) {
+    if (is_connected_) {
+      const int status = mosquitto_loop(client_, static_cast<int>(time.count()), 1);
+      if (status != MOSQ_ERR_SUCCESS && is_connected_) Fail(mosquitto_strerror(status));
+    } else {
+      Connect(time);
+    }
+  }
+  if (come_.empty()) return std::nullopt;
+  std::string bytes = std::move(come_.front());
+  come_.pop_front();
+  return bytes;
+}
+
+void MqttTransport::Connect(std::chrono::milliseconds time) {
+  const Clock::time_point now = Clock::now();
+  if (!knock_.IsUnderWay()) {
+    if (now < retry_at_) {
+      std::this_thread::sleep_for(time);
+      return;
+    }
+    try {
+      knock_.Begin(settings_.host, settings_.port);
+      give_up_at_ = now + std::chrono::seconds(5);
+    } catch (const std::runtime_error& error) {
+      return Fail(error.what());
+    }
+  }
+  const std::optional<int> answer = knock_.Wait(time);
+  if (!answer && now > give_up_at_) {
+    knock_.Stop();
+    return Fail("it does not answer");
+  }
+  if (!answer) return;
+  if (*answer != 0) return Fail(SystemText(*answer));
+  if (!Greet()) Fail(problem_);
+}
+
+// The session outlives the connection; nothing depends on that.
+bool MqttTransport::Greet() {
+  mosquitto_property* properties = nullptr;
+  if (mosquitto_property_add_int32(&properties, MQTT_PROP_SESSION_EXPIRY_INTERVAL, kSessionSeconds) != 0) return false;
+  const int status =
+      mosquitto_connect_bind_v5(client_, settings_.host.c_str(), settings_.port, kKeepAlive, nullptr, properties);
+  mosquitto_property_free_all(&properties);
+  if (status != MOSQ_ERR_SUCCESS) problem_ = status == MOSQ_ERR_ERRNO ? SystemText(errno) : mosquitto_strerror(status);
+  is_connected_ = status == MOSQ_ERR_SUCCESS;
+  return is_connected_;
+}
+
+void MqttTransport::Fail(const std::string& problem) {
+  problem_ = settings_.host + ":" + std::to_string(settings_.port) + ": " + problem;
+  is_connected_ = is_subscribed_ = false;
+  under_way_ = 0;
+  retry_at_ = Clock::now() + kRetry;
+}
+
+void MqttTransport::OnConnect(int reason) {
+  if (reason != 0) {
+    const std::string refused = std::string("the broker refuses: ") + mosquitto_reason_string(reason);
+    mosquitto_disconnect(client_);
+    return Fail(refused);
+  }
+  mosquitto_subscribe_v5(client_, nullptr, topic_.c_str(), kQuality, 0, nullptr);
+}
+
+void MqttTransport::OnSubscribe(int granted) {
+  if (granted >= 128) {
+    mosquitto_disconnect(client_);
+    return Fail(topic_ + ": the broker refuses the subscription");
+  }
+  is_subscribed_ = true;
+  problem_.clear();
+}
+
+void MqttTransport::Close() {
+  const Clock::time_point limit = Clock::now() + std::chrono::milliseconds(300);
+  while (is_connected_ && under_way_ > 0 && Clock::now() < limit) {
+    if (mosquitto_loop(client_, 10, 1) != MOSQ_ERR_SUCCESS) break;
+  }
+  if (is_connected_) mosquitto_disconnect(client_);
+  is_connected_ = is_subscribed_ = false;
+}
+
+}  // namespace
+
+std::unique_ptr<Transport> MakeMqtt(const TransportSettings& settings) {
+  if (settings.host.empty()) throw std::runtime_error("the parameter Host is empty");
+  return std::make_unique<MqttTransport>(settings);
+}
+
+}  // namespace OrvWorkFlow::Nodes::Bridge
