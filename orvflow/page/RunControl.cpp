@@ -103,11 +103,16 @@ Monitor::Content RunControl::Inject(const Json& command, const Flow::Workflow& w
     return Refusal(kUnknown, type + " " + instance + " is not known to take a signal " + signal +
                                  Base::Suggest(signal, {inputs.begin(), inputs.end()}));
   }
-  const Base::Hold lock(mutex_);
-  if (has_ended_ || RequestedStop() != StopRequest::None) return Refusal(kNotNow, "the run is ending");
-  if (!host_.engine().QueueInputSignal(type.c_str(), instance.c_str(), signal.c_str())) throw std::bad_alloc();
+  if (!Queue(type, instance, signal)) return Refusal(kNotNow, "the run is ending");
   tell_("the page has queued " + type + " " + instance + "." + signal);
   return Answer(kDone, {{"queued", type + " " + instance + "." + signal}});
+}
+
+bool RunControl::Queue(const std::string& type, const std::string& instance, const std::string& signal) {
+  const Base::Hold lock(mutex_);
+  if (has_ended_ || RequestedStop() != StopRequest::None) return false;
+  if (!host_.engine().QueueInputSignal(type.c_str(), instance.c_str(), signal.c_str())) throw std::bad_alloc();
+  return true;
 }
 
 Monitor::Content RunControl::Stop() {

@@ -44,6 +44,8 @@ class RunControl {
   Content Resume();
   Content Step();
   Content Inject(const Json& command, const Flow::Workflow& workflow);
+  // False where the run does not deliver it any more.
+  bool Queue(const std::string& type, const std::string& instance, const std::string& signal);
   Content Stop();
   bool HasWork() const;
 
