@@ -1,5 +1,6 @@
 #include "journal/RunStanding.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace OrvWorkFlow::Journal {
@@ -93,8 +94,21 @@ void RunStanding::TakeQueued(const Event& event) {
 
 // Of a firing outside of deliveries.
 void RunStanding::TakeUnitEnd(const Event& event) {
-  if (event.held != 0) held_.erase(event.held);
+  if (event.held != 0) EndHeld(event);
   NoteContinuation({event.route->sender_type, event.route->sender_instance}, event);
+}
+
+// What a node changes and fires on a thread of its own, while the delivery that set it to work has not ended, counts
+// with that delivery: it would be done again with it.
+void RunStanding::EndHeld(const Event& event) {
+  held_.erase(event.held);
+  std::uint64_t during = event.during;
+  for (const auto& [number, signal] : begun_) {
+    const bool is_to_sender = signal.route.receiver_type == event.route->sender_type &&
+                              signal.route.receiver_instance == event.route->sender_instance;
+    if (during == 0 && is_to_sender) during = number;
+  }
+  if (during != 0 && begun_.contains(during)) held_during_[during].push_back(event.held);
 }
 
 void RunStanding::NoteContinuation(const Node& node, const Event& event) {
@@ -118,6 +132,7 @@ void RunStanding::TakeBegun(const Event& event) {
 // One that could not be begun has ended, too.
 void RunStanding::TakeEnded(const Event& event) {
   auto signal = begun_.extract(event.number);
+  held_during_.erase(event.number);
   if (!signal) signal = waiting_.extract(event.number);
   Route route;
   if (signal) {
@@ -136,7 +151,10 @@ bool RunStanding::Counts(const Unit& unit) const {
     case Unit::Kind::Delivery:
       return !begun_.contains(unit.number);
     case Unit::Kind::Held:
-      return !held_.contains(unit.number);
+      return !held_.contains(unit.number) &&
+             std::none_of(held_during_.begin(), held_during_.end(), [&](const auto& delivery) {
+               return std::find(delivery.second.begin(), delivery.second.end(), unit.number) != delivery.second.end();
+             });
     case Unit::Kind::None:
       break;
   }

@@ -79,6 +79,7 @@ class RunStanding {
   void TakeBegun(const Event& event);
   void TakeEnded(const Event& event);
   void TakeUnitEnd(const Event& event);
+  void EndHeld(const Event& event);
   void NoteContinuation(const Node& node, const Event& event);
   bool IsToCount(const Signal& signal) const;
 
@@ -96,7 +97,9 @@ class RunStanding {
   bool was_continued_ = false;
   bool was_saved_ = false;
   std::uint64_t delivered_ = 0;
-  std::set<std::uint64_t> held_;       // changes that are held
+  std::set<std::uint64_t> held_;  // changes that are held
+  // Those that are held no longer, by the delivery that they count with.
+  std::map<std::uint64_t, std::vector<std::uint64_t>> held_during_;
   std::vector<std::uint64_t> firing_;  // signals of a firing of which more follow
   std::map<Node, std::string> continuations_;
   std::vector<Route> fired_;

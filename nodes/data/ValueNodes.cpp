@@ -111,6 +111,7 @@ const char* ValueComputer::DoTask(const std::string& /*task*/) {
   IDictionary& dictionary = WorkflowDictionary();
   const Value value =
       Evaluate(TextParameter("Expression"), [&](const std::string& path) { return ReadValue(dictionary, path); });
+  HoldChanges();  // The result counts with the end of the task: an expression may read the entry that it writes.
   Record().SetText("Result", TextOf(value));
   WriteValue(dictionary, TextParameter("Into"), value);
   return "computed";

@@ -154,6 +154,42 @@ TEST_F(RecoveryTest, CutBehindAnyEntryARunDoesExactlyTheRest) {
   }
 }
 
+// A task that reads what it writes counts once, wherever between its signal and its end the process dies.
+TEST_F(RecoveryTest, ASumThatIsComputedOnAThreadCountsOnce) {
+  WriteFile(Flow(), "<IDictionaryRoot><WorkFlowEngine>" + Text("WorkFlowName", "Test") + "<AbsorbTree>" +
+                        Text("node0", "Test") + "</AbsorbTree><Mappings><StartSignal>" +
+                        Text("ReceiverTypeName", "ForEach") + Text("ReceiverInstanceName", "F") +
+                        Text("IncomingSignalName", "start") +
+                        "</StartSignal></Mappings><WorkNodes><ForEach><Binaries>" + Text("win32_bin", "FlowNodes") +
+                        "</Binaries><Instances><F><Parameters>" + Text("Over", "list") +
+                        "<Items __type=\"strlist\"><__ListEntries><__item0>1</__item0><__item1>2</__item1>"
+                        "</__ListEntries></Items></Parameters><maps>" +
+                        Maps("item", {"ValueComputer,V,compute"}) + Maps("finished", {"TallyNode,Z,end"}) +
+                        "</maps></F></Instances></ForEach><ValueComputer><Binaries>" + Text("win32_bin", "DataNodes") +
+                        "</Binaries><Instances><V><Parameters>" + Text("Expression", "/Counting/Sum + 1") +
+                        Text("Into", "/Counting/Sum") + "</Parameters><maps>" + Maps("computed", {"ForEach,F,next"}) +
+                        "</maps></V></Instances></ValueComputer><TallyNode><Binaries>" +
+                        Text("win32_bin", "ProgramNodes") + "</Binaries><Instances><Z/></Instances></TallyNode>" +
+                        "</WorkNodes></WorkFlowEngine><Counting><Sum __type=\"int\">0</Sum><Hang "
+                        "__type=\"int\">0</Hang></Counting></IDictionaryRoot>");
+  ASSERT_EQ(Run({"run", Flow(), "--record", File("whole")}).exit_code, 1);  // Of the signal that is refused.
+  ASSERT_EQ(Value("/Counting/Sum"), "2");
+  std::filesystem::remove(State());
+  const std::string bytes = ReadFile(File("whole"));
+  std::size_t cuts = 0;
+  for (const Cut& cut : CutsOf(File("whole"))) {
+    if (!cut.has_snapshot || cut.size == bytes.size()) continue;
+    ++cuts;
+    std::filesystem::remove(State());
+    WriteFile(Record(), bytes.substr(0, cut.size));
+    const ProcessResult rest = Run({"run", Flow()});
+    EXPECT_EQ(rest.exit_code, 1) << rest.error;
+    if (!std::filesystem::exists(State())) continue;  // The whole run was there, and had ended.
+    EXPECT_EQ(Value("/Counting/Sum"), "2") << cut.size << ": " << rest.error;
+  }
+  EXPECT_GT(cuts, 30U);
+}
+
 // The same with processes that are killed at any moment, again and again, and a node that works on a thread of its own.
 TEST_F(RecoveryTest, KilledAnywhereNothingIsLostAndOnlyWhatWasAtWorkIsRepeated) {
   constexpr int kLimit = 40;
