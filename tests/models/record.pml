@@ -1,7 +1,7 @@
 /* Delivery, record, kill and recovery, as docs/journal.md tells them: the model that Spin searches whole.
  *
- * The workflow: A gets START signals in a row, each fires the next one and one for B; a worker W on a thread of its own fires
- * TICKS signals for B. A and B count what they get. The process is killed at most KILLS times, between any two steps; what was
+ * The workflow: A gets START signals in a row, each fires the next one and one for B; the first one sets a worker on a thread of its
+ * own to work, which fires TICKS signals for B, the first ones perhaps before that delivery has ended. A and B count what they get. The process is killed at most KILLS times, between any two steps; what was
  * appended to the record stays, all else is gone. The next run makes its state of the record and goes on.
  *
  * What holds: the signals whose delivery has ended are delivered once; at the end both have counted each signal exactly once.
@@ -12,23 +12,25 @@
  *   GONE_WHEN_BEGUN         a signal leaves the queue when its delivery begins
  *   END_TOLD_FIRST          the delivery's end is recorded before what it changed and fired
  *   CONTINUATION_APART      how the worker would go on is an entry of its own, behind the signal that it fired
+ *   OUTRUN_COUNTS           what the worker fires counts although the delivery that set it to work has not ended
  *   HELD_COUNT_AT_ONCE      what the worker holds for its next signal counts without that signal
  *   SNAPSHOT_BEFORE_QUEUE   the new record begins before the signals that wait are in it
  */
 #define START 2
 #define TICKS 2
 #define KILLS 2
-#define SIGNALS 7   /* the numbers of one run are below it */
-#define ENTRIES 26  /* of one record */
+#define SIGNALS 12  /* the numbers of one run are below it */
+#define NONE 99
+#define ENTRIES 40  /* of one record */
 
 mtype:kind = {queued, begun, changed, held, ended, continues};
 
 typedef Entry {
   mtype:kind kind;
   byte number;  /* of the signal; of a change: the delivery that it belongs to */
-  byte cause;   /* the delivery during which it was queued; 0 for none */
+  byte cause;   /* the delivery that fired it, or that set to work what did and had not ended; 0 for none */
   byte name;    /* of the signal: 1 to START for A, START + 1 and so on for B */
-  byte value;   /* of a count, or what is left for the worker */
+  byte value;   /* of a count; or what is left for the worker, NONE where that is not said */
   bool of_b;    /* the count that was changed */
 };
 /* The record, which outlives the process: the dictionary and the queue as they were when it began, then entries. */
@@ -42,6 +44,7 @@ byte a, b, left;
 byte queue[SIGNALS], waiting;  /* names, by their numbers; the first one waits at `front` */
 byte front, last;
 bool alive, is_delivering;
+byte beginning;  /* the delivery that sets the worker to work; 0 when it has ended */
 byte kills;
 
 /* What happened, for the properties alone. */
@@ -70,10 +73,18 @@ inline Queue(q_cause, q_name, q_left) {
   Append(queued, last, q_cause, q_name, q_left, false);
 }
 
-#define NONE 99
 /* Names of what A fires for B, and of ticks. */
 #define FOR_B(name) (START + (name))
 #define TICK(left) (2 * START + (left))
+
+/* It says how the worker goes on, if it set that to work. */
+inline EndDelivery() {
+  if
+  :: name == 1 -> Append(ended, number, 0, name, left, false); beginning = 0
+  :: else -> Append(ended, number, 0, name, NONE, false)
+  fi;
+  assert(!is_done[name]); is_done[name] = true
+}
 
 proctype Pump() {
   byte number, name;
@@ -81,11 +92,14 @@ proctype Pump() {
   :: atomic { !alive -> break }
   :: atomic { alive && front <= last -> number = front; name = queue[front]; front++; is_delivering = true; Append(begun, number, 0, name, 0, false) }
 #ifdef END_TOLD_FIRST
-     atomic { alive -> Append(ended, number, 0, name, 0, false); assert(!is_done[name]); is_done[name] = true }
+     atomic { alive -> EndDelivery() }
 #endif
      if
      :: atomic { !alive -> break }
-     :: atomic { alive && name <= START -> a++; Append(changed, number, 0, 0, a, false) }
+     :: atomic {
+          alive && name <= START -> a++; Append(changed, number, 0, 0, a, false);
+          if :: name == 1 -> beginning = number; left = TICKS :: else fi
+        }
         if
         :: atomic { !alive -> break }
         :: atomic { alive && name < START -> Queue(number, name + 1, NONE) }
@@ -100,7 +114,7 @@ proctype Pump() {
 #ifndef END_TOLD_FIRST
      if
      :: atomic { !alive -> break }
-     :: atomic { alive -> Append(ended, number, 0, name, 0, false); assert(!is_done[name]); is_done[name] = true }
+     :: atomic { alive -> EndDelivery() }
      fi
 #endif
      ;
@@ -112,18 +126,23 @@ proctype Pump() {
 proctype Worker() {
   byte rest;
   do
-  :: atomic { !alive || left == 0 -> break }
+  :: atomic { !alive -> break }
   :: atomic { alive && left > 0 -> rest = left - 1; Append(held, 0, 0, 0, rest, false) }
      if
      :: atomic { !alive -> break }
 #ifdef CONTINUATION_APART
-     :: atomic { alive -> Queue(0, TICK(left), NONE); left = rest }
+     :: atomic { alive -> Queue(beginning, TICK(left), NONE); left = rest }
         if
         :: atomic { !alive -> break }
         :: atomic { alive -> Append(continues, 0, 0, 0, rest, false) }
         fi
 #else
-     :: atomic { alive -> Queue(0, TICK(left), rest); left = rest }
+     :: atomic { alive && beginning == 0 -> Queue(0, TICK(left), rest); left = rest }
+#ifdef OUTRUN_COUNTS
+     :: atomic { alive && beginning != 0 -> Queue(0, TICK(left), NONE); left = rest }
+#else
+     :: atomic { alive && beginning != 0 -> Queue(beginning, TICK(left), NONE); left = rest }
+#endif
 #endif
      fi
   od
@@ -133,6 +152,7 @@ proctype Worker() {
 inline Recover() {
   d_step {
     is_delivering = false;
+    beginning = 0;
     i = 0;
     do :: i < SIGNALS -> has_ended[i] = false; was_begun[i] = false; named[i] = 0; i++ :: else -> break od;
     i = 0;
@@ -179,6 +199,7 @@ inline Recover() {
           fi;
           if :: entries[i].value != NONE -> left = entries[i].value; :: else fi
        :: entries[i].kind == continues -> left = entries[i].value
+       :: entries[i].kind == ended && entries[i].value != NONE -> left = entries[i].value
        :: else
        fi;
        i++
@@ -242,7 +263,7 @@ inline BeginRecord() {
 
 init {
   byte i;
-  first_left = TICKS; first_queue[1] = 1; first_waiting = 1;
+  first_left = 0; first_queue[1] = 1; first_waiting = 1;
 recover:
   Recover();
   BeginRecord();
