@@ -93,10 +93,10 @@ const Data* Receiver::Next() {
 }
 
 void Receiver::Deliver(const Id& sender) {
-  Known& known = senders_.at(sender);
+  last_ = sender;  // Before its letter goes, which may be where the caller has the name from.
+  Known& known = senders_.at(last_);
   known.Advance(known.standing.highest + 1);
   known.owes_answer = true;
-  last_ = sender;
 }
 
 void Receiver::Refuse(const Id& sender, std::string reason) {
