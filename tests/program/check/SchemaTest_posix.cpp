@@ -58,6 +58,8 @@ TEST_F(ValidationTest, WhatIsCleanIsTaken) {
   std::vector<std::string> files;
   for (const fs::directory_entry& entry : fs::recursive_directory_iterator(SourceFolder() / "examples")) {
     if (entry.path().parent_path().filename() == "10_own_node") continue;  // Its plug-in is not one of these.
+    // Its ports come from the environment: a schema knows numbers only (docs/checking.md).
+    if (entry.path().parent_path().filename() == "12_two_machines") continue;
     if (entry.path().extension() == ".xml" && entry.path().stem().extension() != ".state") {
       files.push_back(entry.path().string());
     }
