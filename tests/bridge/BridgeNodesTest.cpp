@@ -281,7 +281,10 @@ TEST_F(BridgeInTest, AStopWaitsForTheSenders) {
   EXPECT_TRUE(SendUntil(sender, 3, [&] { return sender.IsSettled(); }));
   network_->Send("road/in", Encode(sender.Farewell()));
   EXPECT_TRUE(bench_->WaitUntilIdle());
-  EXPECT_EQ(bench_->TakeFired(), Signals{"ended"});
+  // It may have ended while the sender still listened.
+  for (const std::string& signal : bench_->TakeFired()) fired_.push_back(signal);
+  ASSERT_EQ(fired_.size(), 3U);
+  EXPECT_TRUE(fired_.back().starts_with("ended")) << fired_.back();
 }
 
 TEST_F(BridgeInTest, SettingsThatCannotBeRightFail) {
