@@ -1,5 +1,8 @@
 #include "orvflow/history/RecordFile.h"
 
+#include <filesystem>
+#include <system_error>
+
 #include "host/files/HostFiles.h"
 #include "orvflow/terminal/Terminal.h"
 
@@ -9,6 +12,11 @@ namespace {
 
 std::string PathOf(const std::string& file) {
   std::string path = Host::MakeAbsolutePath(file);
+  std::error_code error;
+  const auto status = std::filesystem::status(path, error);
+  if (std::filesystem::is_other(status)) {  // A device may have no end, and a pipe nothing to read.
+    throw FileError(ExitCode::Failed, file, "", "a device or a pipe, not a record");
+  }
   const Host::FileLook look = Host::LookAtFile(path);
   if (look.kind == Host::FileKind::Missing) throw FileError(ExitCode::Failed, file, "", "no such file");
   if (look.kind == Host::FileKind::Folder) throw FileError(ExitCode::Failed, file, "", "a folder, not a record");

@@ -1,5 +1,6 @@
 // Standard streams that are full, closed, endless or read by nobody.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 
@@ -83,6 +84,22 @@ TEST_F(StreamsTest, EndlessInputHasALimit) {
   const ProcessResult match = RunLine("\"$0\" match a < /dev/zero");
   EXPECT_EQ(match.exit_code, 2);
   EXPECT_EQ(match.error, "orvflow: match: standard input is longer than 64 MiB; give it in parts\n");
+}
+
+// Neither has an end that one could read to.
+TEST_F(StreamsTest, ARecordIsAFile) {
+  ASSERT_EQ(mkfifo(File("pipe").c_str(), 0600), 0);
+  const std::string pipe = File("pipe");
+  for (const Arguments& verb : {Arguments{"history"}, {"show"}, {"why"}, {"replay"}, {"ui"}}) {
+    for (const std::string& file : {std::string("/dev/zero"), pipe}) {
+      Arguments words = verb;
+      words.push_back(file);
+      if (words.front() == "why") words.emplace_back("A");
+      const ProcessResult result = Run(words);
+      EXPECT_EQ(result.exit_code, 1) << words.front();
+      EXPECT_EQ(result.error, "orvflow: " + file + ": a device or a pipe, not a record\n") << words.front();
+    }
+  }
 }
 
 TEST_F(StreamsTest, TheLimitItselfIsTaken) {
