@@ -58,9 +58,9 @@ ExitCode UiVerb::Execute() try {
   if (file_.empty()) throw UsageError("no record given");
   const std::uint16_t port = Port();
   const std::string token = TokenFrom(token_file_);
-  WatchForStopRequests();
   Host::WorkflowHost host;
   RecordPage page(host, file_, run_);
+  WatchForStopRequests();  // Not before: reading a long record takes its time, and Ctrl-C ends that at once.
   if (!page.problem().empty()) PrintErrorLine(file_ + ": " + page.problem() + "; shown up to there");
   Monitor::MonitorServer server(port, token, {});
   server.Start(page);
