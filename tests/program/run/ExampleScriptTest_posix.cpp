@@ -6,23 +6,16 @@
 #include <vector>
 
 #include "tests/program/support/ProgramFixture.h"
+#include "tests/support/PageBlocks.h"
 #include "tests/support/SourceFolder.h"
 
 namespace orv_test {
 namespace {
 
-// The blocks of a page that show a dialogue: those that begin with a command behind "$ ".
 std::vector<std::string> DialoguesOf(const std::filesystem::path& page) {
-  const std::string fence = "```\n";
-  const std::string text = ReadFile(page);
   std::vector<std::string> dialogues;
-  for (std::size_t begin = text.find(fence); begin != std::string::npos; begin = text.find(fence, begin)) {
-    begin += fence.size();
-    const std::size_t end = text.find(fence, begin);
-    if (end == std::string::npos) break;
-    const std::string block = text.substr(begin, end - begin);
-    if (block.starts_with("$ ")) dialogues.push_back(block);
-    begin = end + fence.size();
+  for (const PageBlock& block : BlocksOf(ReadFile(page))) {
+    if (block.IsDialogue()) dialogues.push_back(block.text);
   }
   return dialogues;
 }

@@ -5,9 +5,9 @@
 #include <filesystem>
 #include <regex>
 #include <sstream>
-#include <vector>
 
 #include "tests/program/support/ProgramFixture.h"
+#include "tests/support/PageBlocks.h"
 #include "tests/support/SourceFolder.h"
 
 namespace orv_test {
@@ -20,47 +20,21 @@ std::string WithoutTimes(const std::string& text) {
 
 class PagesTest : public ProgramFixture {
  protected:
-  // A block of code with the language that its fence names, and the line of text before it.
-  struct Block {
-    std::string language;
-    std::string before;
-    std::vector<std::string> lines;
-  };
-
-  static std::vector<Block> BlocksOf(const std::string& page) {
-    std::istringstream stream(ReadFile(SourceFolder() / page));
-    std::vector<Block> blocks;
-    std::string before;
-    bool is_inside = false;
-    for (std::string line; std::getline(stream, line);) {
-      if (line.starts_with("```")) {
-        is_inside = !is_inside;
-        if (is_inside) blocks.push_back({line.substr(3), before, {}});
-      } else if (is_inside) {
-        blocks.back().lines.push_back(line);
-      } else if (!line.empty()) {
-        before = line;
-      }
-    }
-    return blocks;
-  }
-
-  void WriteShown(const Block& block) const {
+  void WriteShown(const PageBlock& block) const {
     std::smatch name;
     if (!std::regex_search(block.before, name, std::regex("`([a-z]+\\.xml)`:$"))) return;
-    std::string text;
-    for (const std::string& line : block.lines) text += line + "\n";
-    WriteFile(directory_.path() / name[1].str(), text);
+    WriteFile(directory_.path() / name[1].str(), block.text);
   }
 
   // Returns what the commands of the block print, with them.
-  std::string Dialogue(const Block& block) const {
+  std::string Dialogue(const PageBlock& block) const {
     const std::string program = ORVFLOW_PROGRAM;
     const std::string environment = "cd '" + directory_.path().string() +
                                     "' && export PATH=" + std::filesystem::path(program).parent_path().string() +
                                     ":$PATH && ";
     std::string dialogue;
-    for (const std::string& line : block.lines) {
+    std::istringstream lines(block.text);
+    for (std::string line; std::getline(lines, line);) {
       if (!line.starts_with("$ ")) continue;
       const ProcessResult result = RunProcess("/bin/bash", {"-c", environment + line.substr(2)});
       EXPECT_EQ(result.error, "") << line;
@@ -71,13 +45,11 @@ class PagesTest : public ProgramFixture {
 
   void FollowPage(const std::string& page) const {
     std::size_t dialogues = 0;
-    for (const Block& block : BlocksOf(page)) {
+    for (const PageBlock& block : BlocksOf(ReadFile(SourceFolder() / page))) {
       if (block.language == "xml") WriteShown(block);
-      if (!block.language.empty() || block.lines.empty() || !block.lines.front().starts_with("$ ")) continue;
+      if (!block.IsDialogue()) continue;
       ++dialogues;
-      std::string shown;
-      for (const std::string& line : block.lines) shown += line + "\n";
-      EXPECT_EQ(WithoutTimes(Dialogue(block)), WithoutTimes(shown)) << page;
+      EXPECT_EQ(WithoutTimes(Dialogue(block)), WithoutTimes(block.text)) << page;
     }
     EXPECT_GT(dialogues, 0U) << page;
   }
