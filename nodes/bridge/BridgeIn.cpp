@@ -6,7 +6,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "OrvWorkFlow/sdk/MarshalledHolder.h"
+#include "base/dictionary/DictionaryReading.h"
 #include "nodes/bridge/BridgeEnd.h"
 #include "nodes/bridge/BridgeLetter.h"
 #include "nodes/bridge/BridgeSettings.h"
@@ -52,12 +52,6 @@ constexpr char kConnection[] = "Connection";
 constexpr int kMostAtOnce = 64;  // that are delivered before they are acknowledged
 
 std::string FolderOf(const Bridge::Id& sender) { return std::string(kSenders) + "/S" + sender.Text(); }
-
-std::vector<std::string> NamesIn(IDictionary& dictionary, const std::string& path) {
-  const Sdk::TextListHolder names;
-  if (!dictionary.GetEntries(path.c_str(), names.get())) return {};
-  return names.Texts();
-}
 
 }  // namespace
 
@@ -133,7 +127,7 @@ Receiver BridgeIn::MakeReceiver(const Bridge::Id& id) {
   const std::int64_t epoch = record.Number(kEpoch) + 1;
   record.SetNumber(kEpoch, epoch);
   Receiver receiver(id, static_cast<std::uint64_t>(epoch), static_cast<std::size_t>(NumberParameter("MostSenders")));
-  const std::vector<std::string> names = NamesIn(WorkflowDictionary(), record.PathOf(kSenders));
+  const std::vector<std::string> names = Base::NamesBelow(WorkflowDictionary(), record.PathOf(kSenders));
   for (const std::string& name : names) {
     const Bridge::Id sender =
         Bridge::Id::FromText(std::string_view(name).substr(std::min<std::size_t>(1, name.size())));
@@ -143,7 +137,7 @@ Receiver BridgeIn::MakeReceiver(const Bridge::Id& id) {
     standing.holder.epoch = static_cast<std::uint64_t>(record.Number(folder + "/Epoch"));
     standing.holder.mark = static_cast<std::uint64_t>(record.Number(folder + "/Mark"));
     standing.highest = static_cast<std::uint64_t>(record.Number(folder + "/Highest"));
-    const std::vector<std::string> refused = NamesIn(WorkflowDictionary(), record.PathOf(folder + "/Refused"));
+    const std::vector<std::string> refused = Base::NamesBelow(WorkflowDictionary(), record.PathOf(folder + "/Refused"));
     for (const std::string& one : refused) {
       standing.refused.emplace(Bridge::NumberOfName(one), record.Text(folder + "/Refused/" + one));
     }
@@ -164,7 +158,7 @@ void BridgeIn::WriteStanding(const Bridge::Id& sender, const Receiver::Standing&
   write("/Mark", standing.holder.mark);
   write("/Epoch", standing.holder.epoch);
   const std::string refused = folder + "/Refused";
-  const std::vector<std::string> names = NamesIn(WorkflowDictionary(), record.PathOf(refused));
+  const std::vector<std::string> names = Base::NamesBelow(WorkflowDictionary(), record.PathOf(refused));
   for (const auto& [number, reason] : standing.refused) {
     const std::string name = Bridge::NameOfNumber(number);
     if (std::find(names.begin(), names.end(), name) == names.end()) record.SetText(refused + "/" + name, reason);

@@ -7,6 +7,7 @@
 #include "OrvWorkFlow/Names.h"
 #include "OrvWorkFlow/sdk/GlobalObject.h"
 #include "OrvWorkFlow/sdk/MarshalledHolder.h"
+#include "base/dictionary/DictionaryReading.h"
 #include "nodes/bridge/BridgeEnd.h"
 
 namespace OrvWorkFlow::Nodes::Bridge {
@@ -38,13 +39,13 @@ std::string ReadBytes(const std::string& path) {
 void Outbox::Load(Sdk::NodeRecord record) {
   const std::lock_guard lock(mutex_);
   if (is_loaded_) return;
+  letters_.clear();  // Of a load that failed on its way.
+  bytes_ = 0;
   first_ = static_cast<std::uint64_t>(std::max<std::int64_t>(1, record.Number("First", 1)));
   next_ = std::max(first_, static_cast<std::uint64_t>(record.Number("Next", 1)));
   released_ = next_;
-  const Sdk::TextListHolder names;
-  Dictionary().GetEntries(record.PathOf("Outbox").c_str(), names.get());
-  const std::vector<std::string> list = names.Texts();
-  for (const std::string& name : list) {
+  const std::vector<std::string> names = Base::NamesBelow(Dictionary(), record.PathOf("Outbox"));
+  for (const std::string& name : names) {
     const std::uint64_t number = NumberOfName(name);
     if (number < first_ || number >= next_) continue;  // Settled, or half written.
     std::string letter = ReadBytes(record.PathOf("Outbox/" + name));
