@@ -100,7 +100,8 @@ const char* BridgeIn::DoTask(const std::string& /*task*/) {
       if (data == nullptr) break;
       Deliver(receiver, *data);
     }
-    Answer(receiver, *transport, bridge);
+    // What was delivered while a signal to this node was at work counts when that has ended, and not before.
+    if (!Bridge::IsDeliveredTo(TypeName(), InstanceName())) Answer(receiver, *transport, bridge);
     if (ends && (receiver.IsSettled() || Bridge::Now() >= ends_at)) {
       transport->Close();
       return "ended";
