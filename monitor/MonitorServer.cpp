@@ -33,6 +33,7 @@ using Response = http::response<http::string_body>;
 using Text = std::shared_ptr<const std::string>;
 
 constexpr Milliseconds kBetweenUpdates{100};
+constexpr std::size_t kBytesAMillisecond = 1000;  // of updates: those of a large run are fewer
 constexpr Milliseconds kFarewell{1000};
 constexpr std::size_t kMostDrained = 256 * 1024;
 
@@ -97,7 +98,7 @@ class MonitorServer::Engine {
   Content Ask(const Request& request);
   Text AskWhole();
   void AddTab(Tab& tab);
-  void WaitForTick();
+  void WaitForTick(Milliseconds time);
   void Tick();
   void BeginEnd(const std::string& last_update);
   void AbandonTabs();
@@ -413,12 +414,12 @@ Text MonitorServer::Engine::AskWhole() { return std::make_shared<const std::stri
 
 void MonitorServer::Engine::AddTab(Tab& tab) {
   if (is_ending_) return tab.End(std::make_shared<const std::string>());
-  if (!std::exchange(is_ticking_, true)) WaitForTick();
+  if (!std::exchange(is_ticking_, true)) WaitForTick(kBetweenUpdates);
   tab.CatchUp(AskWhole());
 }
 
-void MonitorServer::Engine::WaitForTick() {
-  tick_.expires_after(kBetweenUpdates);
+void MonitorServer::Engine::WaitForTick(Milliseconds time) {
+  tick_.expires_after(time);
   tick_.async_wait([this](const beast::error_code& error) {
     if (!error) Tick();
   });
@@ -429,8 +430,10 @@ void MonitorServer::Engine::Tick() {
     is_ticking_ = false;
     return;
   }
-  WaitForTick();
+  WaitForTick(kBetweenUpdates);
   const Text text = std::make_shared<const std::string>(source_->Update());
+  const Milliseconds size(text->size() / kBytesAMillisecond);
+  if (size > kBetweenUpdates) WaitForTick(size);
   Text whole;
   for (Tab* const tab : tabs_) {
     if (tab->is_behind()) {

@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <exception>
 #include <system_error>
-#include <vector>
+#include <utility>
 
 #include "flow/drawing/Drawing.h"
 #include "monitor/RequestRules.h"
@@ -25,10 +25,7 @@ constexpr std::chrono::seconds kQuiet{1};        // without a change, an update 
 constexpr std::chrono::seconds kWiringStays{1};  // until it is read anew for whoever asks
 constexpr std::string_view kCommandPath = "/api/command";
 
-Json NodeAsJson(const RunTally::Node& node) {
-  return {{"type", node.type},           {"instance", node.instance}, {"made", node.made},      {"busy", node.busy},
-          {"delivered", node.delivered}, {"failed", node.failed},     {"waiting", node.waiting}};
-}
+const char* Word(bool value) { return value ? "true" : "false"; }
 
 const char* StateAfter(const Host::RunResult& result) {
   if (result.end == Host::RunEnd::Idle || result.end == Host::RunEnd::Ended) return "ended";
@@ -113,27 +110,40 @@ bool RunPage::HasChanged(const RunDetails& details, const char* state) {
   return true;
 }
 
+// As MakeReportJson writes a node. The run tells of nodes always in the same order, new ones at the end.
+std::string RunPage::ChangedNodes(const std::vector<RunTally::Node>& nodes) {
+  std::string text;
+  for (std::size_t i = 0; i < nodes.size(); ++i) {
+    const RunTally::Node& node = nodes[i];
+    if (i == known_nodes_.size()) {
+      std::string names = Written(Json{{"type", node.type}, {"instance", node.instance}});
+      names.back() = ',';
+      known_nodes_.push_back({{}, std::move(names)});
+    } else if (known_nodes_[i].node == node) {
+      continue;
+    }
+    known_nodes_[i].node = node;
+    text += (text.empty() ? "" : ",") + known_nodes_[i].names + "\"made\":" + Word(node.made) +
+            ",\"busy\":" + Word(node.busy) + ",\"delivered\":" + std::to_string(node.delivered) +
+            ",\"failed\":" + std::to_string(node.failed) + ",\"waiting\":" + std::to_string(node.waiting) + "}";
+  }
+  return text;
+}
+
 std::string RunPage::Update() {
-  const RunDetails details = watch_->GetDetails();
+  RunDetails details = watch_->GetDetails();
   const char* const state = StateNow();
   if (!HasChanged(details, state)) return {};
-  RunDetails rest = details;
-  rest.nodes.clear();
-  Json update = Standing(rest, state);
+  const std::vector<RunTally::Node> nodes = std::exchange(details.nodes, {});
+  Json update = Standing(details, state);
   update["kind"] = "some";
-  Json nodes = Json::array();
-  for (const RunTally::Node& node : details.nodes) {
-    Json& known = known_nodes_[{node.type, node.instance}];
-    Json now = NodeAsJson(node);
-    if (known == now) continue;
-    known = now;
-    nodes.push_back(std::move(now));
-  }
-  update["nodes"] = std::move(nodes);
+  update.erase("nodes");
   const std::vector<RunTally::Past> deliveries = watch_->record().DeliveriesAfter(last_place_, kDeliveriesAtOnce);
   if (!deliveries.empty()) last_place_ = deliveries.back().place;
   update["deliveries"] = DeliveriesAsJson(deliveries, watch_->begin());
-  return Written(update);
+  std::string text = Written(update);
+  text.pop_back();
+  return text + ",\"nodes\":[" + ChangedNodes(nodes) + "]}";
 }
 
 // It may have taken another workflow in since.

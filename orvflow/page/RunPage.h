@@ -3,11 +3,10 @@
 
 #include <chrono>
 #include <cstdint>
-#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
+#include <vector>
 
 #include "OrvWorkFlow/IDictionary.h"
 #include "OrvWorkFlow/host/HostedRun.h"
@@ -17,6 +16,7 @@
 #include "orvflow/page/PageOptions.h"
 #include "orvflow/page/RunControl.h"
 #include "orvflow/watch/ReportJson.h"
+#include "orvflow/watch/RunTally.h"
 #include "orvflow/watch/RunWatch.h"
 
 namespace OrvWorkFlow::Program {
@@ -60,11 +60,16 @@ class RunPage final : public Monitor::LiveSource {
 
  private:
   using Clock = std::chrono::steady_clock;
-  using NodeKey = std::pair<std::string, std::string>;
+  // A node as it was told last.
+  struct KnownNode {
+    RunTally::Node node;
+    std::string names;  // the beginning of its JSON
+  };
 
   const char* StateNow() const;
   Json Standing(const RunDetails& details, const char* state) const;
   std::string MakeWhole(const RunDetails& details, const char* state) const;
+  std::string ChangedNodes(const std::vector<RunTally::Node>& nodes);
   bool HasChanged(const RunDetails& details, const char* state);
   const Flow::Workflow& ReadWiring();
   std::string GraphText();
@@ -80,7 +85,7 @@ class RunPage final : public Monitor::LiveSource {
   std::optional<RunControl> control_;  // Where commands are taken, from Begin on.
 
   // Of the server's thread.
-  std::map<NodeKey, Json> known_nodes_;
+  std::vector<KnownNode> known_nodes_;
   std::string known_standing_;
   std::uint64_t last_place_ = 0;
   Clock::time_point last_update_;

@@ -33,6 +33,7 @@ class RunTally final : public IRunObserver {
     std::uint64_t waiting = 0;    // signals for it in the queue
     bool made = false;
     bool busy = false;  // at work outside of a signal; not known here
+    bool operator==(const Node&) const = default;
   };
   // A delivery that runs now.
   struct Work {

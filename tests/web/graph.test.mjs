@@ -278,17 +278,118 @@ test("a wiring that layers do not suit is drawn all the same, and says so", asyn
     nodes.push({ type: "Relay", name: `N${i}`, maps: i === 999 ? [] : maps });
   }
   const page = await open(makePage(writeFlow("long.xml", "Long", nodes, ["Relay", "N0", "go"]), "long.html", "--no-findings"));
+  await page.click("#fold");
+  await page.waitForFunction(() => document.querySelectorAll("#picture g.node").length > 1000, { timeout: 120000 });
   assert.equal((await page.$$("#picture g.node[role=button]")).length, 1000);
   assert.equal(await textOf(page, "#simply:not([hidden])"), "drawn simply");
   await page.close();
 });
 
-test("a thousand nodes", async () => {
+const nodeCount = (page) => page.$$eval("#picture g.node[role=button]", (nodes) => nodes.length);
+const hasNodes = (page, count) => page.waitForFunction((count) => document.querySelectorAll("#picture g.node[role=button]").length === count, { timeout: 60000 }, count);
+
+test("a thousand nodes of one type are one box, out of which a search takes single ones", async () => {
   const page = await open(makePage(writeTree("large.xml", 1000, 60), "large.html", "--no-findings"));
-  assert.equal(await page.$("#simply:not([hidden])"), null);
-  assert.equal((await page.$$("#picture g.node[role=button]")).length, 1000);
+  assert.equal(await nodeCount(page), 1);
+  assert.match(await textOf(page, "#picture g.node[aria-expanded=false]"), /Relay.*1,000 instances/s);
+  await (await nodeNamed(page, "Relay")).click();
+  assert.match(await textOf(page, "#note"), /1,000 instances/);
   await page.type("#query", "N777");
+  assert.equal(await textOf(page, "#hits"), "1 of 1, folded");
+  await page.keyboard.press("Enter");
+  await hasNodes(page, 2);
   assert.equal(await textOf(page, "#hits"), "1 of 1");
+  await (await nodeNamed(page, "N777")).click();
+  assert.equal(await textOf(page, "#panel h2"), "N777");
+  assert.match(await textOf(page, "#picture g.node[aria-expanded=false]"), /999 more instances/);
+  await page.click("#fold");
+  await hasNodes(page, 1000);
+  assert.equal(await page.$("#simply:not([hidden])"), null);
+  assert.deepEqual(page.errors, []);
+  await page.close();
+});
+
+// Three types in rows, with arrows from each node to its neighbours in the other rows.
+function writeRows(name, length) {
+  const types = ["Source", "Filter", "Sink"];
+  const nodes = types.flatMap((type, row) =>
+    Array.from({ length: row === 1 ? 20 : length }, (_, i) => ({ type, name: `${type}${i}`, maps: row < 2 ? [["out", `${types[row + 1]},${types[row + 1]}${i % (row === 0 ? 20 : length)},in`]] : [] })),
+  );
+  return writeFlow(name, "F", nodes, ["Source", "Source0", "go"]);
+}
+
+test("types are folded, unfolded and folded again with the keyboard, and arrows are bundled", async () => {
+  const page = await open(makePage(writeRows("rows.xml", 300), "rows.html", "--no-findings"));
+  assert.equal(await nodeCount(page), 3);
+  const edges = () => page.$$eval("#picture g.edge", (edges) => edges.map((edge) => edge.textContent.replace(/\s+/g, " ").trim()));
+  assert.ok((await edges()).some((text) => text === "out → in × 300"), String(await edges()));
+  const filter = await page.waitForSelector('#picture g.node[aria-label^="Filter "]');
+  await filter.evaluate((element) => element.focus());
+  await page.keyboard.press("Enter");
+  await hasNodes(page, 22);
+  const focused = () => page.evaluate(() => [document.activeElement.getAttribute("class"), document.activeElement.getAttribute("aria-label")]);
+  assert.deepEqual(await focused(), ["cluster", "Filter (20 instances)"]);
+  assert.ok((await edges()).includes("out → in × 15"), String(await edges()));
+  await page.keyboard.press("Enter");
+  await hasNodes(page, 3);
+  assert.deepEqual(await focused(), ["node", "Filter 20 instances"]);
+  await page.keyboard.press("f");
+  await hasNodes(page, 620);
+  await page.keyboard.press("f");
+  await hasNodes(page, 3);
+  // Two types of 300 would be too many boxes.
+  await (await nodeNamed(page, "Source")).click();
+  await hasNodes(page, 302);
+  await (await nodeNamed(page, "Sink")).evaluate((element) => element.dispatchEvent(new MouseEvent("click", { bubbles: true })));
+  await page.waitForFunction(() => document.querySelector("#note").textContent.includes("300 instances"));
+  assert.equal(await nodeCount(page), 302);
+  assert.deepEqual(page.errors, []);
+  await page.close();
+});
+
+test("a workflow of which little is to be seen can be folded too", async () => {
+  const page = await open(makePage(writeRows("few.xml", 5), "few.html", "--no-findings"));
+  assert.equal(await nodeCount(page), 30);
+  await page.click("#fold");
+  await hasNodes(page, 3);
+  await page.type("#query", "Sink4");
+  await page.keyboard.press("Enter");
+  await hasNodes(page, 7);
+  assert.equal(await textOf(page, "#hits"), "1 of 1");
+  await page.close();
+  const backup = await open(backupPage);
+  assert.equal(await backup.$("#fold:not([hidden])"), null); // no type has two
+  await backup.close();
+});
+
+test("what was laid out in a tab is not laid out again there", async () => {
+  const page = await open(makePage(writeRows("again.xml", 100), "again.html", "--no-findings"), {
+    before: (page) =>
+      page.evaluateOnNewDocument(() => {
+        window.workers = 0;
+        const Real = window.Worker;
+        window.Worker = class extends Real {
+          constructor(...words) {
+            super(...words);
+            window.workers += 1;
+          }
+        };
+      }),
+  });
+  const count = () => page.evaluate(() => window.workers);
+  const first = await count();
+  assert.ok(first > 0);
+  await page.keyboard.press("f");
+  await hasNodes(page, 3);
+  assert.ok((await count()) > first);
+  const second = await count();
+  await page.keyboard.press("f");
+  await hasNodes(page, 220);
+  assert.equal(await count(), second);
+  await page.reload();
+  await page.waitForSelector("html[data-drawn]");
+  assert.equal(await nodeCount(page), 220);
+  assert.equal(await count(), 0);
   await page.close();
 });
 

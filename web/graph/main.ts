@@ -1,9 +1,8 @@
 import { readData } from "./data.ts";
-import { drawBeside, serve } from "./layout.ts";
+import { serve } from "./layout.ts";
 import { Panel } from "./panel.ts";
-import { isStart, Picture, readPicture } from "./picture.ts";
 import { Search } from "./search.ts";
-import { View } from "./view.ts";
+import { Wiring } from "./wiring.ts";
 
 function byId<T extends HTMLElement>(id: string): T {
   const element = document.getElementById(id);
@@ -14,48 +13,32 @@ function byId<T extends HTMLElement>(id: string): T {
 async function start(script: string): Promise<void> {
   const data = readData();
   byId("title").textContent = data.title;
-  const notice = byId("notice");
-  if (data.nodes.length > 300) notice.textContent = `Drawing ${data.nodes.length} nodes…`;
   const began = performance.now();
-  const drawing = await drawBeside(script, data.dot, () => {
-    notice.textContent = "The wiring is too long or too dense to be drawn in layers soon: drawing it more simply…";
+  let search: Search | undefined;
+  const wiring = new Wiring(script, (drawing) => {
+    byId("simply").hidden = drawing.engine !== "sfdp";
+    search?.again();
   });
-  const picture = new Picture(readPicture(drawing.svg));
-  const box = byId("picture");
-  const view = new View(box, picture.svg, (scale) => {
-    byId("scale").textContent = `${Math.round(scale * 100)} %`;
-  });
-  if (drawing.engine === "sfdp") byId("simply").hidden = false;
+  await wiring.show(data);
   const panel = new Panel(byId("panel"), data, (id) => choose(id, true));
 
   function choose(id: string, revealed: boolean): void {
-    picture.choose(id);
-    const element = picture.nodes.get(id);
-    if (!element) return panel.showWorkflow();
-    panel.showNode(id, picture.textOf(element));
-    if (revealed) view.reveal(element);
+    wiring.choose(id);
+    const element = wiring.picture?.nodes.get(id);
+    if (id === "") panel.showWorkflow();
+    else panel.showNode(id, element ? (wiring.picture?.textOf(element) ?? "") : "");
+    if (revealed) void wiring.reveal(id);
   }
 
-  const idOf = (target: EventTarget | null): string => {
-    const element = target instanceof Element ? target.closest("g.node") : null;
-    for (const [id, node] of picture.nodes) if (node === element && !isStart(id)) return id;
-    return "";
-  };
+  const box = byId("picture");
   box.addEventListener("click", (event) => {
-    if (!view.wasDragged) choose(idOf(event.target), false);
-  });
-  box.addEventListener("focusin", (event) => {
-    const id = idOf(event.target);
-    const element = picture.nodes.get(id);
-    if (element?.matches(":focus-visible")) view.reveal(element);
+    const id = wiring.view.wasDragged ? undefined : wiring.press(event.target);
+    if (id !== undefined) choose(id, false);
   });
 
   const field = byId<HTMLInputElement>("query");
   const buttons = { previous: byId<HTMLButtonElement>("previous"), next: byId<HTMLButtonElement>("next") };
-  new Search(picture, field, byId("hits"), buttons, (hit) => view.reveal(hit));
-  byId("larger").addEventListener("click", () => view.larger());
-  byId("smaller").addEventListener("click", () => view.smaller());
-  byId("fit").addEventListener("click", () => view.fit());
+  search = new Search(wiring, data, field, byId("hits"), buttons);
   const toggle = byId("toggle");
   const setPanel = (shown: boolean) => {
     document.body.classList.toggle("without-panel", !shown);
@@ -66,13 +49,16 @@ async function start(script: string): Promise<void> {
 
   document.addEventListener("keydown", (event) => {
     if (event.ctrlKey || event.metaKey || event.altKey || event.target === field) return;
-    const id = idOf(event.target);
+    const isShape = wiring.picture?.idOf(event.target) !== "";
     const isControl = event.target instanceof HTMLButtonElement;
     if (event.key === "/") field.focus();
     else if (event.key === "p") toggle.click();
     else if (event.key === "Escape") choose("", false);
-    else if (id !== "" && (event.key === "Enter" || event.key === " ")) choose(id, false);
-    else if (isControl || !view.onKey(event.key)) return;
+    else if (event.key === "f") void wiring.toggleAll();
+    else if (isShape && (event.key === "Enter" || event.key === " ")) {
+      const id = wiring.press(event.target);
+      if (id !== undefined) choose(id, false);
+    } else if (isControl || !wiring.view.onKey(event.key)) return;
     event.preventDefault();
   });
   document.documentElement.dataset["drawn"] = String(Math.round(performance.now() - began));

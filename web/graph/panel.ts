@@ -31,7 +31,11 @@ export class Panel {
     }
     parts.push(...this.findings(data.findings, true));
     const types = new Map<string, Node[]>();
-    for (const node of data.nodes) types.set(node.type, [...(types.get(node.type) ?? []), node]);
+    for (const node of data.nodes) {
+      const nodes = types.get(node.type);
+      if (nodes) nodes.push(node);
+      else types.set(node.type, [node]);
+    }
     for (const [type, nodes] of types) {
       parts.push(make("h3", {}, type), make("ul", {}, ...nodes.map((node) => make("li", {}, this.link(node.id)))));
     }

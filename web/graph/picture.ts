@@ -6,39 +6,49 @@ export interface Edge {
   to: string;
 }
 
+const kFrame = /^cluster_f\d+$/;
+
 // Where the workflow begins, or one that it takes in: no node.
 export function isStart(id: string): boolean {
   return /^start\d*$/.test(id);
 }
 
+// A folded type.
+export function isBox(id: string): boolean {
+  return /^f\d+$/.test(id);
+}
+
 export class Picture {
-  readonly nodes = new Map<string, SVGGElement>();
+  readonly nodes = new Map<string, SVGGElement>(); // and the boxes of folded types
+  readonly frames = new Map<string, SVGGElement>(); // around the instances of types that can be folded
   readonly edges: Edge[] = [];
+  private readonly ids = new Map<Element, string>();
 
   constructor(readonly svg: SVGSVGElement) {
-    for (const element of Array.from(svg.querySelectorAll<SVGGElement>("g.node, g.edge"))) {
+    for (const element of Array.from(svg.querySelectorAll<SVGGElement>("g.node, g.edge, g.cluster"))) {
       const title = element.querySelector(":scope > title")?.textContent ?? "";
       const ends = /^(\w+)->(\w+)$/.exec(title);
       if (ends?.[1] && ends[2]) this.edges.push({ element, from: ends[1], to: ends[2] });
-      else this.addNode(title, element);
+      else if (!element.classList.contains("cluster")) this.addNode(title, element);
+      else if (kFrame.test(title)) this.addFrame(title, element);
     }
     // A title would be shown as a tip over all it holds; nodes have better ones.
     for (const title of Array.from(svg.querySelectorAll("title:not(.tip)"))) title.remove();
   }
 
+  // Of a node, a box or a frame, by what is in it.
+  idOf(target: EventTarget | null): string {
+    const element = target instanceof Element ? target.closest("g.node, g.cluster") : null;
+    return (element && this.ids.get(element)) ?? "";
+  }
+
+  elementOf(id: string): SVGGElement | undefined {
+    return this.nodes.get(id) ?? this.frames.get(id);
+  }
+
   textOf(element: Element): string {
     const texts = Array.from(element.querySelectorAll("text"), (text) => text.textContent?.trim() ?? "");
     return texts.filter((text) => text !== "").join(" ");
-  }
-
-  // All that holds the text, in the order of the picture: from left to right.
-  find(query: string): SVGGElement[] {
-    const wanted = query.trim().toLowerCase();
-    if (wanted === "") return [];
-    const all = [...this.nodes.values(), ...this.edges.map((edge) => edge.element)];
-    const hits = all.filter((element) => this.textOf(element).toLowerCase().includes(wanted));
-    const place = (element: SVGGElement) => element.getBBox();
-    return hits.sort((a, b) => place(a).x - place(b).x || place(a).y - place(b).y);
   }
 
   // The node, its arrows and its neighbours stand out; "" is none.
@@ -57,9 +67,21 @@ export class Picture {
   private addNode(id: string, element: SVGGElement): void {
     this.nodes.set(id, element);
     if (isStart(id)) return;
+    this.addButton(id, element, this.textOf(element));
+    if (isBox(id)) element.setAttribute("aria-expanded", "false");
+  }
+
+  private addFrame(id: string, element: SVGGElement): void {
+    this.frames.set(id, element);
+    this.addButton(id, element, this.textOf(element).replace("▾ ", ""));
+    element.setAttribute("aria-expanded", "true");
+  }
+
+  private addButton(id: string, element: SVGGElement, label: string): void {
+    this.ids.set(element, id);
     element.setAttribute("tabindex", "0");
     element.setAttribute("role", "button");
-    element.setAttribute("aria-label", this.textOf(element));
+    element.setAttribute("aria-label", label);
   }
 }
 

@@ -1,20 +1,22 @@
 // The picture: panned and zoomed by mouse, fingers and keys.
 
-const kLeast = 0.05;
+const kLeast = 0.02;
 const kMost = 8;
 const kStep = 1.25;
 const kKeyStep = 60; // pixels
 const kMargin = 16;
+const kThin = 80; // pixels
 
-interface Point {
+export interface Point {
   x: number;
   y: number;
 }
 
 export class View {
-  private readonly stage: SVGGElement;
-  private readonly width: number; // of the picture, in its own units
-  private readonly height: number;
+  private stage: SVGGElement | undefined;
+  private width = 1; // of the picture, in its own units
+  private height = 1;
+  private isFitted = true; // nobody has moved or zoomed it since all of it was shown
   private scale = 1;
   private offset: Point = { x: 0, y: 0 };
   private readonly fingers = new Map<number, Point>();
@@ -23,9 +25,20 @@ export class View {
 
   constructor(
     private readonly box: HTMLElement,
-    readonly svg: SVGSVGElement,
     private readonly onScale: (scale: number) => void,
   ) {
+    box.addEventListener("wheel", (event) => this.onWheel(event), { passive: false });
+    box.addEventListener("pointerdown", (event) => this.onDown(event));
+    box.addEventListener("pointermove", (event) => this.onMove(event));
+    for (const end of ["pointerup", "pointercancel"] as const) {
+      box.addEventListener(end, (event) => this.fingers.delete(event.pointerId));
+    }
+    new ResizeObserver(() => this.keepInSight()).observe(box);
+  }
+
+  // Another picture in place of the one that is there. `anchor` is an element of the new one, and where its middle was.
+  // `beginning` is what to look at where all of it is too much.
+  put(svg: SVGSVGElement, beginning?: SVGGraphicsElement, anchor?: { element: SVGGraphicsElement; at: Point }): void {
     const size = svg.viewBox.baseVal;
     this.width = size.width;
     this.height = size.height;
@@ -35,15 +48,11 @@ export class View {
     svg.removeAttribute("viewBox");
     svg.setAttribute("width", "100%");
     svg.setAttribute("height", "100%");
-    box.replaceChildren(svg);
-    box.addEventListener("wheel", (event) => this.onWheel(event), { passive: false });
-    box.addEventListener("pointerdown", (event) => this.onDown(event));
-    box.addEventListener("pointermove", (event) => this.onMove(event));
-    for (const end of ["pointerup", "pointercancel"] as const) {
-      box.addEventListener(end, (event) => this.fingers.delete(event.pointerId));
-    }
-    new ResizeObserver(() => this.keepInSight()).observe(box);
-    this.fit();
+    this.box.replaceChildren(svg);
+    if (this.isFitted || !anchor) return this.fitOr(beginning);
+    this.apply();
+    const now = middleOf(anchor.element);
+    this.pan({ x: anchor.at.x - now.x, y: anchor.at.y - now.y });
   }
 
   // Whether the button that was just let go moved the picture.
@@ -52,7 +61,9 @@ export class View {
   }
 
   fit(): void {
+    this.isFitted = true;
     const { clientWidth, clientHeight } = this.box;
+    if (clientWidth === 0) return; // not to be seen now
     const most = Math.min((clientWidth - 2 * kMargin) / this.width, (clientHeight - 2 * kMargin) / this.height);
     this.scale = clamp(Math.min(most, 1.5));
     this.offset = {
@@ -62,11 +73,18 @@ export class View {
     this.show();
   }
 
+  // All of it, or where that would be no more than a line, its beginning.
+  fitOr(beginning: SVGGraphicsElement | undefined): void {
+    this.fit();
+    if (beginning && Math.min(this.width, this.height) * this.scale < kThin) this.reveal(beginning);
+  }
+
   zoom(factor: number, at: Point = { x: this.box.clientWidth / 2, y: this.box.clientHeight / 2 }): void {
     const scale = clamp(this.scale * factor);
     const ratio = scale / this.scale;
     this.offset = { x: at.x - (at.x - this.offset.x) * ratio, y: at.y - (at.y - this.offset.y) * ratio };
     this.scale = scale;
+    this.isFitted = false;
     this.show();
   }
 
@@ -80,6 +98,7 @@ export class View {
 
   // In sight and large enough to be read; into the middle where it is not.
   reveal(element: SVGGraphicsElement): void {
+    if (this.box.clientWidth === 0) return;
     this.apply();
     const box = this.box.getBoundingClientRect();
     const isIn = (place: DOMRect) =>
@@ -88,9 +107,7 @@ export class View {
     if (this.scale < 0.6) this.zoom(0.9 / this.scale);
     this.apply();
     const place = element.getBoundingClientRect();
-    this.offset.x += box.x + box.width / 2 - (place.x + place.width / 2);
-    this.offset.y += box.y + box.height / 2 - (place.y + place.height / 2);
-    this.show();
+    this.pan({ x: box.x + box.width / 2 - (place.x + place.width / 2), y: box.y + box.height / 2 - (place.y + place.height / 2) });
   }
 
   // True where the key was for the picture.
@@ -112,6 +129,7 @@ export class View {
 
   private pan(by: Point): void {
     this.offset = { x: this.offset.x + by.x, y: this.offset.y + by.y };
+    this.isFitted = false;
     this.show();
   }
 
@@ -151,6 +169,8 @@ export class View {
 
   // A smaller window does not leave the picture outside of it.
   private keepInSight(): void {
+    if (!this.stage || this.box.clientWidth === 0) return;
+    if (this.isFitted) return this.fit();
     const { clientWidth, clientHeight } = this.box;
     const clampInto = (value: number, size: number, room: number) =>
       Math.min(Math.max(value, 40 - size * this.scale), room - 40);
@@ -168,8 +188,13 @@ export class View {
   }
 
   private apply(): void {
-    this.stage.setAttribute("transform", `translate(${this.offset.x} ${this.offset.y}) scale(${this.scale})`);
+    this.stage?.setAttribute("transform", `translate(${this.offset.x} ${this.offset.y}) scale(${this.scale})`);
   }
+}
+
+export function middleOf(element: Element): Point {
+  const place = element.getBoundingClientRect();
+  return { x: place.x + place.width / 2, y: place.y + place.height / 2 };
 }
 
 function clamp(scale: number): number {

@@ -76,7 +76,7 @@ export class Lists {
   private failures: Failure[] = [];
   readonly field = byId<HTMLInputElement>("query");
 
-  constructor(onChoice: (node: string) => void) {
+  constructor(onChoice: (node: string) => void, onSearch: () => void) {
     const list = (id: string, nothing: string) => new List(byId(id), byId(`${id}-count`), nothing, onChoice);
     this.lists = {
       work: list("work", "nothing"),
@@ -84,13 +84,22 @@ export class Lists {
       failures: list("failures", "none"),
       nodes: list("nodes", "none yet"),
     };
-    this.field.addEventListener("input", () => this.paint());
+    this.field.addEventListener("input", onSearch);
     this.field.addEventListener("keydown", (event) => {
+      if (event.key === "Enter") {
+        const first = this.nodes.find((node) => nameOf(node.type, node.instance).toLowerCase().includes(this.query));
+        if (first && this.query !== "") onChoice(nameOf(first.type, first.instance));
+      }
       if (event.key !== "Escape") return;
       this.field.value = "";
-      this.paint();
+      onSearch();
       this.field.blur();
     });
+  }
+
+  // In small letters.
+  get query(): string {
+    return this.field.value.trim().toLowerCase();
   }
 
   show(update: Update, nodes: NodeState[], failures: Failure[]): void {
@@ -103,7 +112,7 @@ export class Lists {
   private paint(): void {
     const { update } = this;
     if (!update) return;
-    const query = this.field.value.trim().toLowerCase();
+    const { query } = this;
     const atWork = new Set(update.at_work.map((work) => nameOf(work.type, work.instance)));
     const busy = this.nodes.filter((node) => node.busy && !atWork.has(nameOf(node.type, node.instance)));
     const work: Item[] = [

@@ -1,18 +1,19 @@
 // The page of a run: keeps what it is told, and paints it at most once a frame.
 import type { GraphData } from "../graph/data.ts";
-import { drawBeside, serve } from "../graph/layout.ts";
-import { isStart, Picture, readPicture } from "../graph/picture.ts";
-import { View } from "../graph/view.ts";
+import { serve } from "../graph/layout.ts";
+import { Wiring } from "../graph/wiring.ts";
 import { type Failure, type Moment, nameOf, type NodeState, type Update } from "./data.ts";
 import { Control } from "./control.ts";
 import { byId, counted, setText, time } from "./dom.ts";
 import { Feed } from "./feed.ts";
+import { NodeTable } from "./nodes.ts";
 import { Moments } from "./moments.ts";
-import { Lists, standingOf } from "./lists.ts";
+import { Lists } from "./lists.ts";
+import { Marks } from "./marks.ts";
 import { NodePanel } from "./panel.ts";
 import { Table } from "./table.ts";
 
-const kMarks = ["work", "fail", "wait", "none"];
+const kRest = 12; // times as long as it took to paint
 const kStates: Record<string, string> = {
   running: "▶ running",
   paused: "❚❚ paused",
@@ -28,20 +29,30 @@ class Page {
   private failures: Failure[] = [];
   private update: Update | undefined;
   private graph: GraphData | undefined;
-  private picture: Picture | undefined;
-  private view: View | undefined;
   private readonly ids = new Map<string, string>(); // "TYPE INSTANCE" → "n0"
-  private readonly shapes = new Map<string, string>(); // what each node is marked with
+  private readonly names = new Map<string, string>(); // and back
   private chosen = "";
   private moments: Moments | undefined; // of a record
+  private atWork = new Set<string>();
+  private shownQuery = ""; // of the lists
   private frame = 0;
+  private timer = 0;
+  private rests = 0; // until then lists, tables and marks are left as they are
   private drawing = false;
   private readonly control = new Control();
-  private readonly lists = new Lists((node) => this.choose(node, true));
+  private readonly lists = new Lists((node) => this.choose(node, true), () => this.paint());
   private readonly table = new Table((node) => this.choose(node, true), (number) => this.moments?.go(number));
+  private readonly all = new NodeTable((node) => this.choose(node, true), () => this.paint());
   private readonly panel = new NodePanel(byId("panel"), () => this.graph, () => this.choose("", false));
 
-  constructor(private readonly script: string) {
+  private readonly marks = new Marks();
+  private readonly wiring: Wiring;
+
+  constructor(script: string) {
+    this.wiring = new Wiring(script, () => {
+      this.marks.forget();
+      this.paint();
+    });
     void this.begin();
     this.listen();
     void this.draw();
@@ -84,20 +95,23 @@ class Page {
   private paintSoon(): void {
     this.frame ||= requestAnimationFrame(() => {
       this.frame = 0;
-      this.paint();
+      this.paintNumbers();
+      if (performance.now() >= this.rests) this.paint();
+      else this.timer ||= window.setTimeout(() => this.paint(), this.rests - performance.now());
     });
   }
 
   private isAtWork(node: string): boolean {
-    return this.update?.at_work.some((work) => nameOf(work.type, work.instance) === node) ?? false;
+    return this.atWork.has(node);
   }
 
-  private paint(): void {
+  private paintNumbers(): void {
     const { update } = this;
     if (!update) return;
     setText(byId("title"), update.name);
     byId("title").title = update.title;
-    document.title = `${update.name} – ${update.state}`;
+    const title = `${update.name} – ${update.state}`;
+    if (document.title !== title) document.title = title;
     const state = byId("state");
     state.className = `state ${update.state}`;
     setText(state, kStates[update.state] ?? update.state);
@@ -109,11 +123,27 @@ class Page {
     setText(byId("time"), time(update.seconds));
     setText(byId("saved"), update.since_save === null ? "not yet" : `${time(update.since_save)} ago`);
     this.control.show(update);
-    this.lists.show(update, this.allNodes(), this.failures);
+    document.documentElement.dataset["state"] = update.state;
+  }
+
+  // All that a large workflow has much of. The more time it takes, the longer it rests, so that the page can be used.
+  private paint(): void {
+    const { update } = this;
+    if (!update) return;
+    clearTimeout(this.timer);
+    this.timer = 0;
+    const began = performance.now();
+    this.atWork = new Set(update.at_work.map((work) => nameOf(work.type, work.instance)));
+    const nodes = this.allNodes();
+    this.lists.show(update, nodes, this.failures);
+    this.all.show(nodes, this.atWork, this.lists.query, this.lists.query !== this.shownQuery);
+    this.shownQuery = this.lists.query;
+    this.table.show();
     this.panel.follow(this.nodes.get(this.chosen), this.isAtWork(this.chosen));
     this.mark();
-    document.documentElement.dataset["state"] = update.state;
-    if (this.picture && [...this.nodes.keys()].some((node) => !this.ids.has(node))) void this.draw();
+    if (this.wiring.picture && [...this.nodes.keys()].some((node) => !this.ids.has(node))) void this.draw();
+    const now = performance.now();
+    this.rests = now + kRest * (now - began);
   }
 
   // Those that the run has told of, and those that have had nothing yet.
@@ -123,18 +153,9 @@ class Page {
     return [...this.nodes.values(), ...silent.map((node) => ({ type: node.type, instance: node.name, ...none }))];
   }
 
-  // By classes alone, and only where something is different: nothing flashes.
   private mark(): void {
-    if (!this.picture) return;
-    for (const [node, id] of this.ids) {
-      const known = this.nodes.get(node);
-      const standing = known ? standingOf(known, this.isAtWork(node)) : { name: "none", word: "not made yet" };
-      if (this.shapes.get(id) === standing.name) continue;
-      this.shapes.set(id, standing.name);
-      const element = this.picture.nodes.get(id);
-      for (const mark of kMarks) element?.classList.toggle(`is-${mark}`, mark === standing.name);
-      element?.setAttribute("aria-label", `${node}, ${standing.word}`);
-    }
+    const { picture, folding } = this.wiring;
+    if (picture && folding && this.graph) this.marks.show(this.graph, folding, picture, this.nodes, this.atWork);
   }
 
   private async draw(): Promise<void> {
@@ -149,9 +170,14 @@ class Page {
       const isNew = graph.dot !== this.graph?.dot;
       this.graph = graph;
       if (isNew) {
-        if (graph.nodes.length > 300) setText(notice, `Drawing ${graph.nodes.length} nodes…`);
-        const drawing = await drawBeside(this.script, graph.dot, () => setText(notice, "The wiring is large: drawing it more simply…"));
-        this.show(graph, drawing.svg);
+        this.ids.clear();
+        this.names.clear();
+        for (const { id, type, name } of graph.nodes) {
+          this.ids.set(nameOf(type, name), id);
+          this.names.set(id, nameOf(type, name));
+        }
+        await this.wiring.show(graph);
+        this.wiring.choose(this.ids.get(this.chosen) ?? "");
       }
       for (const node of this.nodes.keys()) if (!this.ids.has(node)) this.ids.set(node, "");
     } catch (error: unknown) {
@@ -162,45 +188,24 @@ class Page {
     this.paintSoon();
   }
 
-  private show(graph: GraphData, svg: string): void {
-    this.picture = new Picture(readPicture(svg));
-    const stage = this.picture.svg;
-    for (const text of this.picture.nodes.values()) addMark(text);
-    this.view = new View(byId("picture"), stage, (scale) => setText(byId("scale"), `${Math.round(scale * 100)} %`));
-    this.ids.clear();
-    this.shapes.clear();
-    for (const node of graph.nodes) this.ids.set(nameOf(node.type, node.name), node.id);
-    this.picture.choose(this.ids.get(this.chosen) ?? "");
-  }
-
   private choose(node: string, revealed: boolean): void {
     this.chosen = node;
     const id = this.ids.get(node) ?? "";
-    this.picture?.choose(id);
-    const element = this.picture?.nodes.get(id);
-    if (element && revealed) this.view?.reveal(element);
+    this.wiring.choose(id);
+    if (revealed && id !== "") void this.wiring.reveal(id);
     this.panel.choose(node, this.nodes.get(node), this.isAtWork(node));
   }
 
-  private nodeAt(target: EventTarget | null): string {
-    const element = target instanceof Element ? target.closest("g.node") : null;
-    if (!element || !this.picture) return "";
-    for (const [node, id] of this.ids) if (id !== "" && !isStart(id) && this.picture.nodes.get(id) === element) return node;
-    return "";
+  // A click on the picture, or Enter in it.
+  private press(target: EventTarget | null): void {
+    const id = this.wiring.press(target);
+    if (id !== undefined) this.choose(this.names.get(id) ?? "", false);
   }
 
   private listen(): void {
-    const box = byId("picture");
-    box.addEventListener("click", (event) => {
-      if (this.view && !this.view.wasDragged) this.choose(this.nodeAt(event.target), false);
+    byId("picture").addEventListener("click", (event) => {
+      if (!this.wiring.view.wasDragged) this.press(event.target);
     });
-    box.addEventListener("focusin", (event) => {
-      const element = event.target instanceof Element ? event.target.closest<SVGGElement>("g.node") : null;
-      if (element?.matches(":focus-visible")) this.view?.reveal(element);
-    });
-    byId("larger").addEventListener("click", () => this.view?.larger());
-    byId("smaller").addEventListener("click", () => this.view?.smaller());
-    byId("fit").addEventListener("click", () => this.view?.fit());
     document.addEventListener("keydown", (event) => this.onKey(event));
   }
 
@@ -208,40 +213,18 @@ class Page {
     const { target } = event;
     if (event.ctrlKey || event.metaKey || event.altKey || target instanceof HTMLInputElement || target instanceof HTMLSelectElement) return;
     if (document.querySelector("dialog[open]")) return;
-    const node = this.nodeAt(target);
+    const isShape = (this.wiring.picture?.idOf(target) ?? "") !== "";
     const isElsewhere = target instanceof HTMLElement && target !== document.body && target.id !== "picture";
     if (event.key === "/") this.lists.field.focus();
     else if (event.key === "Escape") this.choose("", false);
     else if (event.key === "h") this.table.toggleHold();
-    else if (node === "" && this.moments?.onKey(event.key, isElsewhere)) return event.preventDefault();
+    else if (event.key === "t") this.all.toggle();
+    else if (event.key === "f") void this.wiring.toggleAll();
+    else if (!isShape && this.moments?.onKey(event.key, isElsewhere)) return event.preventDefault();
     else if (event.key === "p" || event.key === "s") this.control.press(event.key);
-    else if (node !== "" && (event.key === "Enter" || event.key === " ")) this.choose(node, false);
-    else if (isElsewhere || !this.view?.onKey(event.key)) return;
+    else if (isShape && (event.key === "Enter" || event.key === " ")) this.press(target);
+    else if (isElsewhere || !this.wiring.view.onKey(event.key)) return;
     event.preventDefault();
-  }
-}
-
-// The place of a node's mark, at its upper right corner; styles fill it.
-function addMark(node: SVGGElement): void {
-  const box = node.querySelector<SVGGraphicsElement>("path, polygon");
-  if (!box || !node.hasAttribute("tabindex")) return;
-  const numbers = (box.getAttribute("d") ?? box.getAttribute("points") ?? "").match(/-?\d+(\.\d+)?/g)?.map(Number) ?? [];
-  const xs = numbers.filter((_, index) => index % 2 === 0);
-  const ys = numbers.filter((_, index) => index % 2 === 1);
-  for (const [mark, sign] of [["work", "▶"], ["fail", "!"], ["wait", "⋯"], ["none", "◌"]] as const) {
-    const group = document.createElementNS("http://www.w3.org/2000/svg", "g");
-    group.setAttribute("class", `sign ${mark}`);
-    group.setAttribute("aria-hidden", "true");
-    const disc = document.createElementNS("http://www.w3.org/2000/svg", "circle");
-    disc.setAttribute("cx", String(Math.max(...xs) - 2));
-    disc.setAttribute("cy", String(Math.min(...ys) + 2));
-    disc.setAttribute("r", "9");
-    const text = document.createElementNS("http://www.w3.org/2000/svg", "text");
-    text.setAttribute("x", String(Math.max(...xs) - 2));
-    text.setAttribute("y", String(Math.min(...ys) + 6));
-    text.textContent = sign;
-    group.append(disc, text);
-    node.append(group);
   }
 }
 

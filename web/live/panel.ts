@@ -70,9 +70,11 @@ export class NodePanel {
         ...[
           ["/", "search"],
           ["Tab", "from node to node"],
-          ["Enter", "choose"],
+          ["Enter", "choose a node, unfold a type or fold it"],
           ["Esc", "back"],
           ["+ − 0", "zoom, show all"],
+          ["f", "fold types, unfold them"],
+          ["t", "table of all nodes"],
           ["h", "hold the table"],
           ...(document.getElementById("control")?.hidden === false ? [["p", "pause, go on"], ["s", "step"]] : []),
         ].flatMap(([key, what]) => [make("dt", {}, make("kbd", {}, key ?? "")), make("dd", {}, what ?? "")]),

@@ -42,7 +42,11 @@ export class Table {
     const fresh = deliveries.filter((each) => each.place > last);
     if (fresh.length === 0) return;
     this.deliveries = [...this.deliveries, ...fresh].slice(-500);
-    if (!this.held) this.paint(false);
+  }
+
+  // What was added since.
+  show(): void {
+    if (!this.held && !this.isRecord) this.paint(false);
   }
 
   // Those of a record, up to a moment: the last one is marked, and each leads to its own.
@@ -64,12 +68,15 @@ export class Table {
       this.body.replaceChildren();
       this.painted = 0;
     }
+    const last = this.deliveries.slice(-1)[0]?.place ?? 0;
+    if (!anew && last === this.painted) return;
     const wanted = this.deliveries.filter((each) => !this.failedOnly.checked || each.answer !== "accepted");
-    for (const delivery of wanted.slice(-kMostRows)) {
-      if (delivery.place > this.painted) this.body.prepend(this.row(delivery));
-    }
-    this.painted = this.deliveries.slice(-1)[0]?.place ?? 0;
-    while (this.body.children.length > kMostRows) this.body.lastElementChild?.remove();
+    const fresh = wanted.slice(-kMostRows).filter((delivery) => delivery.place > this.painted);
+    const kept = kMostRows - fresh.length;
+    if (kept === 0) this.body.replaceChildren();
+    while (this.body.childElementCount > kept) this.body.lastElementChild?.remove();
+    this.body.prepend(...fresh.reverse().map((delivery) => this.row(delivery)));
+    this.painted = last;
     this.nothing.hidden = this.body.children.length > 0;
     setText(this.nothing, this.deliveries.length > 0 ? "None of the last deliveries failed." : "Nothing has been delivered yet.");
   }
