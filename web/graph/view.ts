@@ -76,7 +76,9 @@ export class View {
   // All of it, or where that would be no more than a line, its beginning.
   fitOr(beginning: SVGGraphicsElement | undefined): void {
     this.fit();
-    if (beginning && Math.min(this.width, this.height) * this.scale < kThin) this.reveal(beginning);
+    if (!beginning || Math.min(this.width, this.height) * this.scale >= kThin) return;
+    this.reveal(beginning);
+    if (this.width > this.height) this.pan({ x: -0.4 * this.box.clientWidth, y: 0 });
   }
 
   zoom(factor: number, at: Point = { x: this.box.clientWidth / 2, y: this.box.clientHeight / 2 }): void {

@@ -1,6 +1,7 @@
 // The table of the last deliveries, the newest first.
 import { byId, make, setText, time } from "./dom.ts";
 import { type Delivery, nodeOf } from "./data.ts";
+import { Timeline } from "./timeline.ts";
 
 const kMostRows = 200;
 
@@ -19,11 +20,13 @@ export class Table {
   private painted = 0; // the place of the newest row
   private held = false;
   private isRecord = false;
+  private readonly line: Timeline;
 
   constructor(
     private readonly onChoice: (node: string) => void,
     private readonly onMoment: (number: string) => void = () => undefined,
   ) {
+    this.line = new Timeline((delivery) => (this.isRecord ? this.onMoment(String(delivery.number)) : this.onChoice(nodeOf(delivery.receiver))));
     this.failedOnly.addEventListener("change", () => this.paint(true));
     this.holder.addEventListener("click", () => {
       this.held = !this.held;
@@ -77,6 +80,7 @@ export class Table {
     while (this.body.childElementCount > kept) this.body.lastElementChild?.remove();
     this.body.prepend(...fresh.reverse().map((delivery) => this.row(delivery)));
     this.painted = last;
+    this.line.show(this.deliveries.slice(-kMostRows));
     this.nothing.hidden = this.body.children.length > 0;
     setText(this.nothing, this.deliveries.length > 0 ? "None of the last deliveries failed." : "Nothing has been delivered yet.");
   }
