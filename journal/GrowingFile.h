@@ -14,6 +14,9 @@ class GrowingFile {
  public:
   // Bytes that are memory at a time; a run on a 32-bit system has no address space to give away.
   static constexpr std::size_t kWindow = std::size_t{1} << 20;
+  // At the beginning of a file, for a run that writes little: the system fills as much of a large window as it sees fit
+  // when its first byte is touched (start_bench).
+  static constexpr std::size_t kFirstWindow = std::size_t{64} << 10;
 
   enum class Outcome {
     Open,
@@ -35,18 +38,27 @@ class GrowingFile {
   bool GetSize(std::uint64_t* size);
   bool CutAt(std::uint64_t size);
 
-  // The bytes from `offset` on as memory, `*room` of them, at least half a window; what was memory before is no longer.
+  // The bytes from `offset` on as memory, `*room` of them, at least kFirstWindow; what was memory before is no longer.
   // The file is made as long as that, with zeros, and the disk has room for it. Null with a reason when it has not.
   unsigned char* Map(std::uint64_t offset, std::size_t* room);
   void Unmap();
 
+  // Removes the file, as far as the system lets it; it is no longer to be used.
+  void Remove();
+
  private:
   struct System;  // What the platform keeps.
 
+  const std::string path_;
   std::unique_ptr<System> system_;
   Outcome outcome_ = Outcome::Refused;
   std::string reason_;
 };
+
+// How much of the file is made memory when what follows begins at `offset`.
+constexpr std::size_t WindowAt(std::uint64_t offset) {
+  return offset == 0 ? GrowingFile::kFirstWindow : GrowingFile::kWindow;
+}
 
 // Whether a process grows the file now. False for one that is not there or cannot be looked at.
 bool IsGrowing(const std::string& path);

@@ -326,6 +326,14 @@ void RunRecord::End(int exit_code) {
   });
 }
 
+void RunRecord::Remove() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  is_on_ = false;
+  at_ = nullptr;
+  room_ = 0;
+  if (file_.outcome() == GrowingFile::Outcome::Open) file_.Remove();
+}
+
 std::string RunRecord::problem() const {
   const std::lock_guard<std::mutex> lock(mutex_);
   if (problem_ == nullptr) return {};

@@ -60,6 +60,8 @@ class RunRecord final : public Host::RunObserver, public IDictionaryObserver {
   void NoteSave();
   // The last entry; nothing is recorded after it.
   void End(int exit_code);
+  // The file goes, and nothing more is recorded. Where the system keeps the file it is as long as it was, with zeros.
+  void Remove();
 
   // Why, and after which moment, nothing was recorded any more; "" when all was. Any thread.
   std::string problem() const;

@@ -83,8 +83,13 @@ struct FileLock::System {
     std::string owner(text, length > 0 ? static_cast<std::size_t>(length) : 0);
     return owner.find_first_not_of("0123456789") == std::string::npos ? owner : std::string();
   }
+  // Nothing is cut off an empty file: file systems write one that was cut to the disk when it is closed, and whoever
+  // removes it waits for that (start_bench).
   bool Write(const std::string& text) const {
-    return ftruncate(file, 0) == 0 && pwrite(file, text.data(), text.size(), 0) == static_cast<ssize_t>(text.size());
+    struct stat opened = {};
+    const bool is_empty = fstat(file, &opened) == 0 && opened.st_size == 0;
+    return (is_empty || ftruncate(file, 0) == 0) &&
+           pwrite(file, text.data(), text.size(), 0) == static_cast<ssize_t>(text.size());
   }
 
   std::string path;

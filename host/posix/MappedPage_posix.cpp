@@ -17,11 +17,13 @@ bool IsOwn(const struct stat& status) {
   return S_ISREG(status.st_mode) && status.st_uid == geteuid() && status.st_nlink == 1;
 }
 
-// Written, not only made longer: a page without room on the disk would end the process when it is touched.
+// Written, not only made longer: a page without room on the disk would end the process when it is touched. An empty
+// file is not cut first: that would have it written to the disk when it is closed, and waited for when it goes
+// (start_bench).
 bool Fill(int file, const struct stat& status) {
   if (status.st_size == static_cast<off_t>(MappedPage::kSize)) return true;
   static constexpr std::array<char, MappedPage::kSize> kZeros = {};
-  return ftruncate(file, 0) == 0 &&
+  return (status.st_size == 0 || ftruncate(file, 0) == 0) &&
          pwrite(file, kZeros.data(), kZeros.size(), 0) == static_cast<ssize_t>(kZeros.size());
 }
 

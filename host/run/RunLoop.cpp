@@ -48,7 +48,7 @@ RunLoop::RunLoop(IWorkFlowEngine& engine, ISignalMediator& mediator, IDictionary
 // waits for the nodes, this thread goes on delivering.
 RunResult RunLoop::Run() {
   host_app_.AllowRestart(!limits_.state_file.empty());
-  if (limits_.stuck) stuck_.emplace(limits_.stuck);
+  if (limits_.stuck && limits_.time_limit) stuck_.emplace(limits_.stuck);  // Nothing else sets it, and it is a thread.
   RunResult result;
   std::thread watcher([&] {
     result = StartAndWatch();

@@ -18,6 +18,7 @@ struct GrowingFile::System {
 
   int file = -1;
   void* window = nullptr;
+  std::size_t window_size = 0;
 };
 
 namespace {
@@ -35,7 +36,7 @@ int Reserve(int file, std::uint64_t offset, std::size_t size) {
 
 }  // namespace
 
-GrowingFile::GrowingFile(const std::string& path) : system_(std::make_unique<System>()) {
+GrowingFile::GrowingFile(const std::string& path) : path_(path), system_(std::make_unique<System>()) {
   system_->file = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0600);
   if (system_->file < 0) {
     reason_ = ReasonFor(errno);
@@ -75,25 +76,35 @@ unsigned char* GrowingFile::Map(std::uint64_t offset, std::size_t* room) {
   Unmap();
   const auto page = static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
   const std::uint64_t begin = offset / page * page;
-  const int error = Reserve(system_->file, begin, kWindow);
+  const std::size_t size = WindowAt(offset);
+  const int error = Reserve(system_->file, begin, size);
   if (error != 0) {
     reason_ = ReasonFor(error);
     return nullptr;
   }
   void* const window =
-      mmap(nullptr, kWindow, PROT_READ | PROT_WRITE, MAP_SHARED, system_->file, static_cast<off_t>(begin));
+      mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, system_->file, static_cast<off_t>(begin));
   if (window == MAP_FAILED) {
     reason_ = ReasonFor(errno);
     return nullptr;
   }
   system_->window = window;
-  *room = kWindow - static_cast<std::size_t>(offset - begin);
+  system_->window_size = size;
+  *room = size - static_cast<std::size_t>(offset - begin);
   return static_cast<unsigned char*>(window) + (offset - begin);
 }
 
 void GrowingFile::Unmap() {
-  if (system_->window != nullptr) munmap(system_->window, kWindow);
+  if (system_->window != nullptr) munmap(system_->window, system_->window_size);
   system_->window = nullptr;
+}
+
+// Not cut before: what is written to a file that goes is not worth it.
+void GrowingFile::Remove() {
+  Unmap();
+  outcome_ = Outcome::Refused;
+  if (unlink(path_.c_str()) != 0) unlink(path_.c_str());  // Once more: a failing disk may have recovered.
+  system_ = std::make_unique<System>();
 }
 
 bool IsGrowing(const std::string& path) {

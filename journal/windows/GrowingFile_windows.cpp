@@ -40,7 +40,7 @@ DWORD Low(std::uint64_t value) { return static_cast<DWORD>(value & 0xFFFFFFFF); 
 
 }  // namespace
 
-GrowingFile::GrowingFile(const std::string& path) : system_(std::make_unique<System>()) {
+GrowingFile::GrowingFile(const std::string& path) : path_(path), system_(std::make_unique<System>()) {
   // Who shares a file for reading only does not get it beside one who writes: readers share it for writing, too.
   system_->file = CreateFileW(Host::Widen(path).c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, nullptr,
                               OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
@@ -74,17 +74,18 @@ bool GrowingFile::CutAt(std::uint64_t size) {
 unsigned char* GrowingFile::Map(std::uint64_t offset, std::size_t* room) {
   Unmap();
   const std::uint64_t begin = offset / kGranularity * kGranularity;
-  const std::uint64_t end = begin + kWindow;
+  const std::size_t size = WindowAt(offset);
+  const std::uint64_t end = begin + size;
   system_->mapping = CreateFileMappingW(system_->file, nullptr, PAGE_READWRITE, High(end), Low(end), nullptr);
   if (system_->mapping != nullptr) {
-    system_->window = MapViewOfFile(system_->mapping, FILE_MAP_WRITE, High(begin), Low(begin), kWindow);
+    system_->window = MapViewOfFile(system_->mapping, FILE_MAP_WRITE, High(begin), Low(begin), size);
   }
   if (system_->window == nullptr) {
     reason_ = LastReason();
     Unmap();
     return nullptr;
   }
-  *room = kWindow - static_cast<std::size_t>(offset - begin);
+  *room = size - static_cast<std::size_t>(offset - begin);
   return static_cast<unsigned char*>(system_->window) + (offset - begin);
 }
 
@@ -93,6 +94,13 @@ void GrowingFile::Unmap() {
   if (system_->mapping != nullptr) CloseHandle(system_->mapping);
   system_->window = nullptr;
   system_->mapping = nullptr;
+}
+
+void GrowingFile::Remove() {
+  Unmap();
+  outcome_ = Outcome::Refused;
+  system_ = std::make_unique<System>();
+  DeleteFileW(Host::Widen(path_).c_str());
 }
 
 bool IsGrowing(const std::string& path) {

@@ -70,6 +70,7 @@ void BecomeFresh(int socket) {
 class Child {
  public:
   ~Child() {
+    if (has_said_all_) Await();
     if (!is_gone_) End();
   }
 
@@ -120,10 +121,17 @@ class Child {
     return is_gone_;
   }
 
+  // It ends by itself, and is waited for when there is nothing else to do.
+  void NoteSaidAll() { has_said_all_ = true; }
+
   void End() {
     kill(-process_, SIGKILL);
     kill(process_, SIGKILL);
-    while (waitpid(process_, &status_, 0) < 0 && errno == EINTR) {
+    Await();
+  }
+
+  void Await() {
+    while (!is_gone_ && waitpid(process_, &status_, 0) < 0 && errno == EINTR) {
     }
     is_gone_ = true;
   }
@@ -148,6 +156,7 @@ class Child {
   Descriptor watch_{-1};
   int status_ = 0;
   bool is_gone_ = true;
+  bool has_said_all_ = false;
 };
 
 // False when the other side reads no more.
@@ -199,11 +208,27 @@ std::unique_ptr<Trial>& Prepared() {
   return prepared;
 }
 
-// Gives it what it is to do, and waits for its end.
-TrialEnd Use(Trial& trial, std::string_view input, std::chrono::milliseconds limit,
+// The one that has said all and that nobody has waited for yet.
+std::unique_ptr<Trial>& Ending() {
+  static std::unique_ptr<Trial> ending;
+  return ending;
+}
+
+// What EndTrial says. A library that had got hold of the socket could close it, but would not say this.
+constexpr char kSaidAll = '\0';
+
+bool HasSaidAll(TrialEnd& end) {
+  if (!end.output.ends_with(kSaidAll)) return false;
+  end.output.pop_back();
+  return true;
+}
+
+// Gives it what it is to do, and waits for its end. One that has said all need not be waited for: taking it down takes
+// the system as long as loading a library (start_bench).
+TrialEnd Use(std::unique_ptr<Trial> trial, std::string_view input, std::chrono::milliseconds limit,
              const std::function<bool()>& gives_up) {
-  Child& child = trial.child;
-  const int socket = trial.own.get();
+  Child& child = trial->child;
+  const int socket = trial->own.get();
   SendAll(socket, input);
   shutdown(socket, SHUT_WR);
   TrialEnd end;
@@ -215,13 +240,20 @@ TrialEnd Use(Trial& trial, std::string_view input, std::chrono::milliseconds lim
       end.manner = "does not return within " + std::to_string(limit.count() / 1000) + " s";
       break;
     }
-    // Where its end wakes this process its reports need not: they are kept for it, and taken now and then.
+    // Where its end wakes this process its reports need not: they are kept for it, and taken now and then. The last one
+    // closes the socket.
     const bool is_woken = child.watch() >= 0;
-    std::array<pollfd, 2> ready = {{{open && !is_woken ? socket : -1, POLLIN, 0}, {child.watch(), POLLIN, 0}}};
+    const short awaited = is_woken ? POLLRDHUP : POLLIN;
+    std::array<pollfd, 2> ready = {{{open ? socket : -1, awaited, 0}, {child.watch(), POLLIN, 0}}};
     poll(ready.data(), ready.size(), open || is_woken ? 20 : 1);
     open = open && ReceiveSome(socket, end.output);
+    if (open || !HasSaidAll(end)) continue;
+    child.NoteSaidAll();
+    Ending() = std::move(trial);
+    return end;
   }
   ReceiveSome(socket, end.output);
+  HasSaidAll(end);
   if (end.manner.empty()) end.manner = child.Manner();
   end.in_vain = child.EndedInVain();
   return end;
@@ -239,23 +271,32 @@ void PrepareTrialProcess(const char* argument, void (*work)()) noexcept {
 
 void DropPreparedTrial() noexcept { Prepared().reset(); }
 
+void AwaitEndOfTrial() noexcept { Ending().reset(); }
+
 std::optional<TrialEnd> RunTrialProcess(const char* argument, std::string_view input, std::chrono::milliseconds limit,
                                         const std::function<bool()>& gives_up) {
-  if (const std::unique_ptr<Trial> prepared = std::exchange(Prepared(), nullptr);
-      prepared != nullptr && prepared->argument == argument) {
-    TrialEnd end = Use(*prepared, input, limit, gives_up);
+  AwaitEndOfTrial();
+  std::unique_ptr<Trial> trial = std::exchange(Prepared(), nullptr);
+  if (trial != nullptr && trial->argument == argument) {
+    TrialEnd end = Use(std::move(trial), input, limit, gives_up);
     if (!end.in_vain) return end;
   }
-  Trial trial;
-  if (!trial.Start(argument)) return std::nullopt;
-  return Use(trial, input, limit, gives_up);
+  trial = std::make_unique<Trial>();
+  if (!trial->Start(argument)) return std::nullopt;
+  return Use(std::move(trial), input, limit, gives_up);
 }
+
+namespace {
+
+int report_socket = -1;  // Of the process that was started.
+
+}  // namespace
 
 std::function<void(std::string_view)> BeginTrial(std::string& input) {
   prctl(PR_SET_PDEATHSIG, SIGKILL);
   const rlimit no_core = {0, 0};
   setrlimit(RLIMIT_CORE, &no_core);
-  const int socket = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3);
+  report_socket = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3);
   std::array<char, 4096> block;
   for (ssize_t count = 1; count != 0;) {
     count = read(STDIN_FILENO, block.data(), block.size());
@@ -265,10 +306,14 @@ std::function<void(std::string_view)> BeginTrial(std::string& input) {
   const int nothing = open("/dev/null", O_RDWR | O_CLOEXEC);
   dup2(nothing, STDIN_FILENO);
   dup2(nothing, STDOUT_FILENO);
-  return [socket](std::string_view bytes) { SendAll(socket, bytes); };
+  return [](std::string_view bytes) { SendAll(report_socket, bytes); };
 }
 
-void EndTrial() { _exit(0); }
+void EndTrial() {
+  SendAll(report_socket, {&kSaidAll, 1});
+  shutdown(report_socket, SHUT_WR);
+  _exit(0);
+}
 
 void EndTrialInVain() { _exit(kInVainCode); }
 

@@ -19,6 +19,8 @@
 #include "orvflow/terminal/HostErrors.h"
 #include "orvflow/terminal/StatusLine.h"
 #include "orvflow/terminal/StopRequest.h"
+#include "orvflow/trial/LibraryTrial.h"
+#include "orvflow/trial/TrialProcess.h"
 
 namespace OrvWorkFlow::Program {
 
@@ -70,6 +72,7 @@ ExitCode FlowRun::Execute() {
 void FlowRun::MakeHost() {
   SetActivity("while the library was loaded");
   host_.emplace();
+  if (!HasSecrets(options_)) PrepareToTryLibraries(host_);
   host_->TellWith(PrintErrorLine);
   if (key_ != nullptr) host_->UseKey(key_);
 }
@@ -99,6 +102,7 @@ void FlowRun::Prepare() {
   }
   if (watch_->logger() != nullptr) host_->UseLogger(*watch_->logger());
   SayThatNoStateIsKept(*state_, shown_name_);
+  AwaitEndOfTrial();
 }
 
 // What a run that was cut off has done is in the state before anybody looks at that.

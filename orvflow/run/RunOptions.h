@@ -33,4 +33,7 @@ struct RunOptions {
   std::optional<PageOptions> page;  // that shows the run
 };
 
+// The program reads a key or a token, which no other process is to have.
+inline bool HasSecrets(const RunOptions& options) { return !options.key_file.empty() || options.page.has_value(); }
+
 }  // namespace OrvWorkFlow::Program

@@ -215,9 +215,9 @@ bool StateRecord::NeedsCheckpoint() const { return !record_ || !record_->IsExact
 void StateRecord::End(bool is_settled) {
   if (!record_) return;
   const std::string problem = record_->problem();
+  if (is_settled) record_->Remove();
   record_.reset();
   if (!problem.empty()) PrintErrorLine(shown_name_ + ": the record ended before the run: " + problem);
-  if (is_settled) Remove();
 }
 
 }  // namespace OrvWorkFlow::Program

@@ -143,6 +143,9 @@ void MakeOneOfEach(const std::function<void(std::string_view)>& report) {
   std::abort();
 }
 
+// Of the process that this one is a copy of.
+std::optional<Host::WorkflowHost>* copied_host = nullptr;
+
 void TryAll() {
   std::string task;
   const std::function<void(std::string_view)> report = BeginTrial(task);
@@ -158,8 +161,10 @@ void TryAll() {
   std::vector<const char*> pointers;
   for (const std::string& directory : directories) pointers.push_back(directory.c_str());
   Runtime::PluginLoader::SetPluginDirectories(pointers.data(), pointers.size());
-  std::unique_ptr<Host::WorkflowHost> host;
-  if (!makes) host = std::make_unique<Host::WorkflowHost>();
+  std::optional<Host::WorkflowHost> made;
+  std::optional<Host::WorkflowHost>& host = copied_host != nullptr ? *copied_host : made;
+  if (makes && host) EndTrialInVain();  // Objects are made without a host.
+  if (!makes && !host) host.emplace();
   for (const std::string& file : files) {
     std::string line;
     AppendLine(line, kBegun, file);
@@ -209,6 +214,12 @@ TrialFaults TryLibraries(const std::vector<std::string>& files, TrialDepth depth
 }
 
 void PrepareToTryLibraries() noexcept { PrepareTrialProcess(kTrialArgument, &ServeTrial); }
+
+void PrepareToTryLibraries(std::optional<Host::WorkflowHost>& host) noexcept {
+  copied_host = &host;
+  PrepareToTryLibraries();
+  copied_host = nullptr;
+}
 
 void ServeTrial() {
   // Whoever had it begun may have more memory, and does it once more or says so.

@@ -3,9 +3,11 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "OrvWorkFlow/host/WorkflowHost.h"
 #include "orvflow/terminal/Terminal.h"
 
 namespace OrvWorkFlow::Program {
@@ -26,6 +28,9 @@ TrialFaults TryLibraries(const std::vector<std::string>& files, TrialDepth depth
 
 // Gets such a process ready, for a TryLibraries that comes soon. One thread.
 void PrepareToTryLibraries() noexcept;
+// The same with the library's objects, which are loaded once for both then (start_bench): the other process has a copy
+// of the host, and ends it.
+void PrepareToTryLibraries(std::optional<Host::WorkflowHost>& host) noexcept;
 
 // The first argument of a program that is such a process.
 constexpr char kTrialArgument[] = "--try-libraries-and-report";

@@ -31,6 +31,9 @@ std::optional<TrialEnd> RunTrialProcess(const char* argument, std::string_view i
 void PrepareTrialProcess(const char* argument, void (*work)()) noexcept;
 // Ends one that was started ahead, if there is any.
 void DropPreparedTrial() noexcept;
+// RunTrialProcess returns as soon as a process has called EndTrial. This waits until the system has ended it, too,
+// which it has begun by then.
+void AwaitEndOfTrial() noexcept;
 
 // In the process that was started: from now on standard input is empty and what is printed is lost; a fault ends the
 // process without a question to the user and without a file that holds its memory. Ends it in vain when there is

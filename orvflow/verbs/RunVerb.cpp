@@ -104,8 +104,8 @@ ExitCode RunVerb::Execute() {
   const FlowRun::Watching watching{watch_options_.MakeLogOptions(), watch_options_.ProgressInterval()};
   ReadOptions();
   CheckStandardInput();
-  PrepareToTryLibraries();
-  std::optional<KeyFile> key;  // The host uses it to its end.
+  if (HasSecrets(options_)) PrepareToTryLibraries();  // Which has none of them then.
+  std::optional<KeyFile> key;                         // The host uses it to its end.
   if (!options_.key_file.empty()) key.emplace(options_.key_file);
   AddPluginDirectories(options_.plugin_directories);
   WatchForStopRequests();

@@ -83,14 +83,15 @@ void RunWatch::Begin(const std::string& workflow_name, const std::string& note, 
   }
 }
 
+// The thread comes to its end while the server does.
 void RunWatch::End() noexcept {
+  {
+    const Base::Hold lock(mutex_);
+    ended_ = true;
+  }
+  changed_.NotifyAll();
   server_.reset();
   if (thread_.joinable()) {
-    {
-      const Base::Hold lock(mutex_);
-      ended_ = true;
-    }
-    changed_.NotifyAll();
     thread_.join();
     service_.SayStopping();
   }

@@ -133,6 +133,9 @@ void PrepareTrialProcess(const char* /*argument*/, void (* /*work*/)()) noexcept
 
 void DropPreparedTrial() noexcept {}
 
+// Nothing of a process stays on this system when it has ended.
+void AwaitEndOfTrial() noexcept {}
+
 std::optional<TrialEnd> RunTrialProcess(const char* argument, std::string_view input, std::chrono::milliseconds limit,
                                         const std::function<bool()>& gives_up) {
   Handle child_input;

@@ -129,14 +129,18 @@ bool LiesInPublicFolder(std::string file) {
   return false;
 }
 
+// What the file, or a link, leads to is known and lies in no such folder.
+bool IsSafelyKept(const std::string& file) {
+  const std::unique_ptr<char, Freer> real(realpath(file.c_str(), nullptr));
+  return real != nullptr && !LiesInPublicFolder(real.get());
+}
+
 // The link, where it is one, and what it leads to.
 bool CheckOwner(const std::string& file, const struct stat& target, std::string* reason) {
   struct stat named = {};
   const bool is_named = lstat(file.c_str(), &named) == 0;
-  const std::unique_ptr<char, Freer> real(realpath(file.c_str(), nullptr));
   const bool link_is_foreign = is_named && !IsTrusted(named.st_uid) && LiesInPublicFolder(file);
-  const bool target_is_foreign = !IsTrusted(target.st_uid) && (real == nullptr || LiesInPublicFolder(real.get()));
-  if (!link_is_foreign && !target_is_foreign) return true;
+  if (!link_is_foreign && (IsTrusted(target.st_uid) || IsSafelyKept(file))) return true;
   return Fail(reason, "refused: it belongs to another user and lies in a folder that all may write to");
 }
 

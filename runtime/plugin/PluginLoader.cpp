@@ -27,6 +27,8 @@ struct LoaderState {
   Base::Mutex directories_mutex;  // A leaf.
   bool directories_set ORV_GUARDED_BY(directories_mutex) = false;
   std::vector<std::string> directories ORV_GUARDED_BY(directories_mutex);
+  std::string program_directory ORV_GUARDED_BY(directories_mutex);
+  std::string runtime_directory ORV_GUARDED_BY(directories_mutex);
 
   // Held while a library loads or unloads, as the system holds a lock of its own then: who is told that a library is
   // loaded finds all its types. Re-entrant, for libraries that load others.
@@ -55,21 +57,23 @@ void AddDirectory(std::vector<std::string>* directories, std::string directory) 
   }
 }
 
-std::vector<std::string> GetOwnDirectories() {
+// Where program and runtime are is found out once: that takes the system a dozen calls each (start_bench).
+std::vector<std::string> GetOwnDirectories(LoaderState& state) ORV_REQUIRES(state.directories_mutex) {
+  if (state.program_directory.empty()) state.program_directory = GetProgramDirectory();
+  if (state.runtime_directory.empty()) state.runtime_directory = GetRuntimeDirectory();
   std::vector<std::string> directories;
-  AddDirectory(&directories, GetProgramDirectory());
-  const std::string runtime_directory = GetRuntimeDirectory();
-  if (directories.empty() || directories.front() != runtime_directory) {
-    AddDirectory(&directories, runtime_directory);
+  AddDirectory(&directories, state.program_directory);
+  if (directories.empty() || directories.front() != state.runtime_directory) {
+    AddDirectory(&directories, state.runtime_directory);
   }
-  AddDirectory(&directories, GetInstalledPluginDirectory(runtime_directory));
+  AddDirectory(&directories, GetInstalledPluginDirectory(state.runtime_directory));
   return directories;
 }
 
 std::vector<std::string> GetPluginDirectories() {
   LoaderState& state = GetState();
   const Base::Hold lock(state.directories_mutex);
-  return state.directories_set ? state.directories : GetOwnDirectories();
+  return state.directories_set ? state.directories : GetOwnDirectories(state);
 }
 
 bool HasSeparator(std::string_view path) { return path.find_first_of("/\\") != std::string_view::npos; }
@@ -217,7 +221,7 @@ void AddPluginDirectory(const char* directory) {
   LoaderState& state = GetState();
   const Base::Hold lock(state.directories_mutex);
   if (!state.directories_set) {
-    state.directories = GetOwnDirectories();
+    state.directories = GetOwnDirectories(state);
     state.directories_set = true;
   }
   AddDirectory(&state.directories, directory != nullptr ? directory : "");
