@@ -52,7 +52,7 @@ bool PathPattern::IsValid() const {
                      [](const std::string& component) { return component == kAnyName || IsValidPath(component); });
 }
 
-bool PathPattern::IsRelated(std::string_view path) const {
+bool PathPattern::IsRelatedTo(std::string_view path) const {
   PathComponents components(path);
   std::string_view component;
   for (std::size_t i = 0; i < components_.size(); ++i) {
@@ -85,6 +85,7 @@ IDictionaryWatch* ChangeWatches::Add(std::vector<PathPattern> patterns) {
   auto watch = std::make_shared<Watch>();
   watch->patterns = std::move(patterns);
   watches_.push_back(watch);
+  unrelated_.size = 0;
   return new Handle(std::move(watch));
 }
 
@@ -98,14 +99,24 @@ void ChangeWatches::NoteAll() {
 }
 
 void ChangeWatches::NoteToEach(ElementTree& tree, std::string_view path) {
+  std::size_t needed = 0;  // of the path, to see that it is related to none
+  bool shows = true;
+  const auto is_related = [&](const PathPattern& pattern) {
+    const std::size_t parts = pattern.PartsWithin(path);
+    shows = shows && parts != 0;
+    needed = std::max(needed, parts);
+    return parts == 0 && pattern.IsRelatedTo(path);
+  };
   for (const std::shared_ptr<Watch>& watch : watches_) {
-    const auto is_related = [&](const PathPattern& pattern) { return pattern.IsRelatedTo(path); };
     if (std::any_of(watch->patterns.begin(), watch->patterns.end(), is_related)) {
       NoteRelated(*watch);
     } else if (tree.HasRedirections() && IsRedirected(tree, *watch)) {
       watch->count.fetch_add(1, std::memory_order_release);
     }
   }
+  if (!shows || needed > unrelated_.text.size()) return;
+  std::memcpy(unrelated_.text.data(), path.data(), needed);
+  unrelated_.size = needed;
 }
 
 // Looked for once after each change of what is watched, at the first change elsewhere.

@@ -2,8 +2,10 @@
 #pragma once
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -28,19 +30,18 @@ class PathPattern {
     return components_[index] == kAnyName || components_[index] == name;
   }
   // True when the path names an entry that matches, one above it, or one below it.
-  bool IsRelatedTo(std::string_view path) const { return !PartsEarly(path) && IsRelated(path); }
+  bool IsRelatedTo(std::string_view path) const;
 
- private:
-  bool IsRelated(std::string_view path) const;
-
-  // Whether the path, as it is written usually, has another name where the beginning of the pattern has one.
-  bool PartsEarly(std::string_view path) const {
+  // How much of the path, as it is written usually, shows that it has another name where the beginning of the pattern
+  // has one; 0 where nothing shows it.
+  std::size_t PartsWithin(std::string_view path) const {
     const std::size_t size = std::min(path.size(), beginning_.size());
     std::size_t at = 0;
     while (at < size && path[at] == beginning_[at]) ++at;
-    return at < size && path[at] != '/' && beginning_[at] != '/';
+    return at < size && path[at] != '/' && beginning_[at] != '/' ? at + 1 : 0;
   }
 
+ private:
   std::vector<std::string> components_;
   std::string beginning_;  // "/a/b" of "/a/b/*/c"
 };
@@ -57,7 +58,7 @@ class ChangeWatches {
 
   // To be called with the path of each entry that is about to be changed, made or removed, before that is done.
   void Note(ElementTree& tree, std::string_view path) {
-    if (!watches_.empty()) NoteToEach(tree, path);
+    if (!watches_.empty() && !IsUnrelated(tree, path)) NoteToEach(tree, path);
   }
   // The same for a change of everything.
   void NoteAll();
@@ -73,11 +74,23 @@ class ChangeWatches {
   };
   class Handle;
 
+  // How a path began that was related to no watch, as far as that shows it. Many writes in a row begin like this one:
+  // they are compared with it instead of all patterns (saved_queues of signals_bench).
+  struct UnrelatedBeginning {
+    std::array<char, 64> text;
+    std::size_t size = 0;  // 0 for none
+  };
+
+  bool IsUnrelated(const ElementTree& tree, std::string_view path) const {
+    return unrelated_.size != 0 && path.size() >= unrelated_.size &&
+           std::memcmp(path.data(), unrelated_.text.data(), unrelated_.size) == 0 && !tree.HasRedirections();
+  }
   static void NoteRelated(Watch& watch);
   void NoteToEach(ElementTree& tree, std::string_view path);
   static bool IsRedirected(ElementTree& tree, Watch& watch);
 
   std::vector<std::shared_ptr<Watch>> watches_;
+  UnrelatedBeginning unrelated_;  // Of those that are there now.
 };
 
 }  // namespace OrvWorkFlow::Core::Dictionary
