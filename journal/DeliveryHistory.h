@@ -23,6 +23,12 @@ struct Delivery {
   std::string text;                   // of a failure
   std::vector<std::uint64_t> caused;  // signals that were queued meanwhile because of it
   std::vector<std::string> untaken;   // that it fired, and nothing took
+
+  template <class Self, class Archive>
+  static void PassMembers(Self& self, Archive& archive) {
+    archive(self.run, self.number, self.cause, self.begun, self.ended, self.is_restored, self.route, self.outcome,
+            self.text, self.caused, self.untaken);
+  }
 };
 
 class DeliveryHistory {
@@ -35,6 +41,11 @@ class DeliveryHistory {
   const std::map<std::uint64_t, Delivery>& at_work() const { return at_work_; }
   // Signals that were queued and neither delivered nor dropped.
   std::size_t CountWaiting() const { return waiting_.size(); }
+
+  template <class Self, class Archive>
+  static void PassMembers(Self& self, Archive& archive) {
+    archive(self.run_, self.waiting_, self.at_work_);
+  }
 
  private:
   unsigned run_ = 0;

@@ -2,13 +2,13 @@
 #pragma once
 
 #include <cstdint>
-#include <set>
 #include <string>
 #include <vector>
 
 #include "OrvWorkFlow/IDictionary.h"
 #include "journal/RecordReader.h"
 #include "journal/RunStanding.h"
+#include "journal/RunView.h"
 
 namespace OrvWorkFlow::Journal {
 
@@ -39,6 +39,9 @@ class MomentSearch {
   // `shown_name` is how messages call the record.
   MomentSearch(IDictionary& scratch, const std::string& shown_name, unsigned run, const std::vector<Moment>& wanted);
 
+  // Before anything is taken: goes on from there, a place before all that is wanted. False when the bytes have no
+  // meaning: then this is not to be used any more.
+  bool ResumeFrom(StateLoader& loader);
   // In the order of the record. Throws HostError (Damaged) when a change cannot be made.
   void Take(const Event& event);
   // The record holds no more.
@@ -50,37 +53,25 @@ class MomentSearch {
   // As many as are wanted, in their order.
   const std::vector<MomentFound>& found() const { return found_; }
   // Whether another run follows in the record.
-  bool IsFollowed() const { return standing_.run() != run_; }
+  bool IsFollowed() const { return runs_ != run_; }
   // The delivery that ended last; 0 for none.
-  std::uint64_t last_ended() const { return last_ended_; }
+  std::uint64_t last_ended() const { return run_ == 0 ? 0 : view_.last_ended(); }
   // Whether it had begun and not ended at the end of the run.
-  bool HasBegun(std::uint64_t number) const { return at_work_.contains(number); }
-  bool has_ended() const { return has_ended_; }
-  int exit_code() const { return exit_code_; }
+  bool HasBegun(std::uint64_t number) const { return run_ != 0 && view_.IsAtWork(number); }
+  bool has_ended() const { return run_ != 0 && view_.has_ended(); }
+  int exit_code() const { return run_ == 0 ? 0 : view_.exit_code(); }
 
  private:
-  bool IsOfRun() const { return wanted_run_ == 0 || standing_.run() == wanted_run_; }
-  void Begin();
-  void Change(const Event& event);
-  void NoteNode(const RunStanding::Node& node);
+  void Begin(const Event& event);
   void Find(Moment::Point point, std::uint64_t number);
 
-  IDictionary& dictionary_;
   const std::string shown_name_;
   const unsigned wanted_run_;
   const std::vector<Moment> wanted_;
   std::vector<MomentFound> found_;
-  RunStanding standing_;
-  std::vector<RunStanding::Node> nodes_;
-  std::set<RunStanding::Node> known_nodes_;
+  RunView view_;
+  unsigned runs_ = 0;  // that have begun in the record
   unsigned run_ = 0;
-  std::uint64_t time_ = 0;
-  std::uint64_t first_delivery_ = 0;
-  std::uint64_t last_ended_ = 0;
-  std::set<std::uint64_t> at_work_;
-  bool has_ended_ = false;
-  int exit_code_ = 0;
-  bool has_dictionary_ = false;
 };
 
 }  // namespace OrvWorkFlow::Journal

@@ -190,6 +190,11 @@ class SignalNumbers {
     return last_;
   }
 
+  template <class Self, class Archive>
+  static void PassMembers(Self& self, Archive& archive) {
+    archive(self.last_);
+  }
+
  private:
   std::uint64_t last_ = 0;
 };

@@ -82,14 +82,18 @@ bool RecordReader::ReadHead() {
 }
 
 // No whole entry follows. A process that was killed leaves one that was being written, and zeros behind it; what was
-// never written is zero.
-bool RecordReader::StopAtGap() {
+// never written is zero. False when something is written behind.
+bool RecordReader::IsAtGap() {
   // What is zero now may be written when it is read next.
   buffer_.clear();
   taken_ = 0;
-  const bool is_written_behind = !IsZeroBehind(offset_ + kMostRecord);
-  if (state_ == State::Unreadable) return false;
-  if (!is_written_behind) return Stop(State::AtEnd, "");
+  if (state_ == State::Unreadable) return true;
+  const bool is_gap = IsZeroBehind(offset_ + kMostRecord);
+  if (is_gap) Stop(State::AtEnd, "");
+  return is_gap;
+}
+
+bool RecordReader::StopAtDamage() {
   return Stop(State::Damaged, "damaged at byte " + std::to_string(offset_) + "; what is behind that cannot be read");
 }
 
@@ -111,27 +115,78 @@ bool RecordReader::Next(Event* event) {
   if (state_ == State::Damaged || state_ == State::Unreadable) return false;
   state_ = State::Reading;
   if (!has_head_ && !ReadHead()) return false;
+  bool is_second_look = false;
   for (;;) {
     if (!Fill(kLengthSize)) return state_ != State::Unreadable && Stop(State::AtEnd, "");
-    const auto* const length_bytes = Bytes(std::string_view(buffer_).substr(taken_));
-    const std::size_t size = length_bytes[0] + (std::size_t{length_bytes[1]} << 8);
-    if (size <= kCheckSize || size + kLengthSize > kMostRecord || !Fill(kLengthSize + size)) return StopAtGap();
-    const std::string_view record = std::string_view(buffer_).substr(taken_ + kLengthSize, size - kCheckSize);
-    Decoder check(std::string_view(buffer_).substr(taken_ + kLengthSize + record.size(), kCheckSize));
-    const std::uint64_t chain = Checksum(Bytes(record), record.size(), chain_);
-    if (check.Fixed<std::uint32_t>() != static_cast<std::uint32_t>(chain)) return StopAtGap();
+    std::string_view values;
+    std::uint64_t chain = 0;
+    if (!FindEntry(&values, &chain)) {
+      if (IsAtGap()) return false;
+      // What is written behind was written after this one, which may be whole by now.
+      if (is_second_look) return StopAtDamage();
+      is_second_look = true;
+      continue;
+    }
     Event read;
-    if (!Decode(record, &read)) {
+    if (!Decode(values, &read)) {
       return Stop(State::Damaged, "has an entry without meaning at byte " + std::to_string(offset_));
     }
+    const std::size_t size = kLengthSize + values.size() + kCheckSize;
+    last_entry_ = {offset_, chain_};
     chain_ = chain;
-    taken_ += kLengthSize + size;
-    offset_ += kLengthSize + size;
+    taken_ += size;
+    offset_ += size;
+    is_second_look = false;
     if (read.kind == Kind::Route || read.kind == Kind::Part) continue;
     parts_.clear();
     *event = std::move(read);
     return true;
   }
+}
+
+// The one at the offset, if it is whole and of the chain.
+bool RecordReader::FindEntry(std::string_view* values, std::uint64_t* chain) {
+  Decoder length(std::string_view(buffer_).substr(taken_, kLengthSize));
+  const std::size_t size = length.Fixed<std::uint16_t>();
+  if (size <= kCheckSize || size + kLengthSize > kMostRecord || !Fill(kLengthSize + size)) return false;
+  const std::string_view entry = std::string_view(buffer_).substr(taken_ + kLengthSize, size);
+  *values = entry.substr(0, size - kCheckSize);
+  *chain = Checksum(Bytes(*values), values->size(), chain_);
+  Decoder check(entry.substr(values->size()));
+  return check.Fixed<std::uint32_t>() == static_cast<std::uint32_t>(*chain);
+}
+
+bool RecordReader::ResumeFrom(StateLoader& loader) {
+  if (state_ == State::Unreadable || has_head_ || !ReadHead()) return false;
+  PassMembers(*this, loader);
+  if (loader.ok() && IsLastEntryThere()) return true;
+  offset_ = 0;
+  chain_ = 0;
+  last_entry_ = {};
+  time_ = 0;
+  numbers_ = {};
+  last_begun_ = 0;
+  routes_.clear();
+  buffer_.clear();
+  taken_ = 0;
+  has_head_ = false;
+  state_ = State::Reading;
+  return false;
+}
+
+// The chain at an entry's end stands for all that is before it.
+bool RecordReader::IsLastEntryThere() {
+  const std::uint64_t end = std::exchange(offset_, last_entry_.offset);
+  const std::uint64_t end_chain = std::exchange(chain_, last_entry_.chain);
+  buffer_.clear();
+  taken_ = 0;
+  std::string_view values;
+  std::uint64_t chain = 0;
+  if (!Fill(kLengthSize) || !FindEntry(&values, &chain) || chain != end_chain) return false;
+  taken_ = kLengthSize + values.size() + kCheckSize;
+  offset_ += taken_;
+  chain_ = chain;
+  return offset_ == end;
 }
 
 const Route* RecordReader::RouteAt(std::uint64_t number) const {

@@ -11,6 +11,7 @@
 #include "OrvWorkFlow/IDictionaryObserver.h"
 #include "OrvWorkFlow/IRunObserver.h"
 #include "journal/RecordFormat.h"
+#include "journal/StateArchive.h"
 
 namespace OrvWorkFlow::Journal {
 
@@ -22,12 +23,23 @@ struct Route {
   std::string receiver_type;
   std::string receiver_instance;
   std::string receiver_signal;
+
+  template <class Self, class Archive>
+  static void PassMembers(Self& self, Archive& archive) {
+    archive(self.sender_type, self.sender_instance, self.sender_signal, self.receiver_type, self.receiver_instance,
+            self.receiver_signal);
+  }
 };
 
 // What ends later, and counts when it has ended.
 struct Unit {
   enum class Kind { None, Delivery, Held } kind = Kind::None;
   std::uint64_t number = 0;
+
+  template <class Self, class Archive>
+  static void PassMembers(Self& self, Archive& archive) {
+    archive(self.kind, self.number);
+  }
 };
 
 // An entry. Members that its kind does not have are 0 and empty.
@@ -84,11 +96,25 @@ class RecordReader {
   std::uint64_t offset() const { return offset_; }
   std::uint64_t chain() const { return chain_; }
 
+  // What it takes to go on from here, for another reader of the same record.
+  void SaveTo(StateSaver& saver) const { PassMembers(*this, saver); }
+  // Goes on from there, before anything was read. False when the record is not the same up to there; then it is read
+  // from its begin.
+  bool ResumeFrom(StateLoader& loader);
+
  private:
+  template <class Self, class Archive>
+  static void PassMembers(Self& self, Archive& archive) {
+    archive(self.last_entry_.offset, self.last_entry_.chain, self.offset_, self.chain_, self.time_, self.numbers_,
+            self.last_begun_, self.routes_);
+  }
+  bool IsLastEntryThere();
   bool Fill(std::size_t wanted);
   bool ReadHead();
   bool Stop(State state, const std::string& problem);
-  bool StopAtGap();
+  bool IsAtGap();
+  bool StopAtDamage();
+  bool FindEntry(std::string_view* values, std::uint64_t* chain);
   bool IsZeroBehind(std::uint64_t begin);
   bool Decode(std::string_view record, Event* event);
   static void DecodeEnd(Decoder& values, Event* event);
@@ -100,6 +126,11 @@ class RecordReader {
   std::size_t taken_ = 0;  // of the buffer
   std::uint64_t offset_ = 0;
   std::uint64_t chain_ = 0;
+  // Before the entry that was read last.
+  struct {
+    std::uint64_t offset = 0;
+    std::uint64_t chain = 0;
+  } last_entry_;
   std::uint64_t time_ = 0;
   SignalNumbers numbers_;
   std::deque<Route> routes_;

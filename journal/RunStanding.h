@@ -19,16 +19,31 @@ class RunStanding {
   struct Signal {
     std::uint64_t within = 0;  // the delivery that it counts with; 0 for none
     Route route;
+
+    template <class Self, class Archive>
+    static void PassMembers(Self& self, Archive& archive) {
+      archive(self.within, self.route);
+    }
   };
   struct Node {
     std::string type;
     std::string instance;
     auto operator<=>(const Node&) const = default;
+
+    template <class Self, class Archive>
+    static void PassMembers(Self& self, Archive& archive) {
+      archive(self.type, self.instance);
+    }
   };
   struct Absorbed {
     Unit unit;
     std::string name;
     std::string path;
+
+    template <class Self, class Archive>
+    static void PassMembers(Self& self, Archive& archive) {
+      archive(self.unit, self.name, self.path);
+    }
   };
 
   // In the order of the record.
@@ -73,6 +88,14 @@ class RunStanding {
   // happened, in nanoseconds since 1970.
   void TellFailures(IRunObserver& observer, const std::function<void(std::uint64_t)>& tell_time) const;
 
+  template <class Self, class Archive>
+  static void PassMembers(Self& self, Archive& archive) {
+    archive(self.run_, self.name_, self.before_, self.flow_, self.began_, self.has_snapshot_, self.has_ended_,
+            self.has_lost_changes_, self.private_nodes_, self.waiting_, self.begun_, self.was_continued_,
+            self.was_saved_, self.delivered_, self.held_, self.held_during_, self.firing_, self.continuations_,
+            self.fired_, self.started_, self.absorbed_, self.failures_);
+  }
+
  private:
   void TakeBeginning(const Event& event);
   void TakeQueued(const Event& event);
@@ -108,6 +131,13 @@ class RunStanding {
   struct Failure {
     Event event;
     Route route;
+
+    template <class Self, class Archive>
+    static void PassMembers(Self& self, Archive& archive) {
+      auto& event = self.event;
+      archive(event.kind, event.time, event.number, event.cause, event.count, event.is_marked, event.outcome,
+              event.loss, event.path, event.text, self.route);
+    }
   };
   std::vector<Failure> failures_;
 };

@@ -4,6 +4,7 @@
 #include <system_error>
 
 #include "host/files/HostFiles.h"
+#include "journal/SeekTable.h"
 #include "orvflow/terminal/Terminal.h"
 
 namespace OrvWorkFlow::Program {
@@ -29,6 +30,10 @@ std::string PathOf(const std::string& file) {
 }  // namespace
 
 RecordFile::RecordFile(const std::string& file) : file_(file), path_(PathOf(file)), reader_(path_) {}
+
+unsigned RecordFile::SeekTo(unsigned run, const std::vector<Journal::Moment>& wanted, Journal::MomentSearch& search) {
+  return Journal::SeekTo(path_, run, wanted, reader_, search);
+}
 
 void RecordFile::ReadAll(const std::function<void(const Journal::Event&)>& take) {
   Journal::Event event;

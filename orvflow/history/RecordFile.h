@@ -3,7 +3,9 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
+#include "journal/MomentSearch.h"
 #include "journal/RecordReader.h"
 
 namespace OrvWorkFlow::Program {
@@ -16,6 +18,9 @@ class RecordFile {
   const std::string& path() const { return path_; }
   Journal::RecordReader& reader() { return reader_; }
 
+  // Goes as near as its table allows to what is wanted, before anything is read or taken. `run` is 0 for the last one.
+  // The number of that run, or 0 when there is no table that fits: all is to be read.
+  unsigned SeekTo(unsigned run, const std::vector<Journal::Moment>& wanted, Journal::MomentSearch& search);
   // All that can be read now.
   void ReadAll(const std::function<void(const Journal::Event&)>& take);
   // Throws ProgramError when the reading ended at something else than the record's end.

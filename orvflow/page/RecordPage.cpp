@@ -141,6 +141,7 @@ const RecordPage::View& RecordPage::At(std::size_t place) {
   if (place > 0) wanted.push_back(MomentOf(place - 1));
   RecordFile record(file_);
   Journal::MomentSearch search(*scratch_, file_, index_.run()->number, wanted);
+  record.SeekTo(index_.run()->number, wanted, search);
   Journal::Event event;
   while (!search.IsAllFound() && record.reader().Next(&event)) search.Take(event);
   search.Finish();

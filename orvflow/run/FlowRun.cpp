@@ -161,6 +161,8 @@ void FlowRun::RecordChanges() {
   if (record_) {
     TakeSnapshot(host_->dictionary(), "", *record_);
     changes_.Add(*record_);
+    seek_scratch_ = host_->MakeDictionary();
+    seek_table_.emplace(Host::MakeAbsolutePath(options_.record_file), *seek_scratch_);
   }
   if (!changes_.IsEmpty()) host_->dictionary().SetObserver(&changes_);
 }
@@ -235,6 +237,8 @@ ExitCode FlowRun::Finish(const Host::RunResult& result) {
   ExitCode code = ReportEnding(
       {result, *host_, *state_, failures, shown_name_, options_.timeout, state_record_ && state_record_->IsUsable()});
   write_directory_.reset();
+  seek_table_.reset();
+  seek_scratch_.reset();
   host_.reset();
   EndStateRecord(result);
   if (!EndRecord(code) && code == ExitCode::Done) code = ExitCode::Failed;

@@ -8,6 +8,7 @@
 #include "OrvWorkFlow/host/WorkflowHost.h"
 #include "journal/DictionaryObservers.h"
 #include "journal/RunRecord.h"
+#include "journal/SeekTableWriter.h"
 #include "orvflow/page/RunPage.h"
 #include "orvflow/run/FlowSource.h"
 #include "orvflow/run/RunOptions.h"
@@ -64,6 +65,8 @@ class FlowRun {
   std::optional<Host::StateFile> state_;  // This and what stands above is there to the host's end.
   std::optional<Host::WorkflowHost> host_;
   std::optional<RunPage> page_;
+  Host::WorkflowHost::OwnedDictionary seek_scratch_;
+  std::optional<Journal::SeekTableThread> seek_table_;  // of the record
   RunPlan plan_;
   Clock::duration load_time_{};
   std::optional<WriteDirectory> write_directory_;

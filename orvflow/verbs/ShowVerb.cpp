@@ -34,6 +34,7 @@ class ShowVerb final : public Verb {
   std::vector<Moment> ReadMoments() const;
   Moment ReadMoment(const char* option, const std::string& text) const;
   ExitCode ExecuteChecked();
+  void Read(RecordFile& record, MomentSearch& search, const std::vector<Moment>& moments) const;
   RunFate FateOf(const MomentSearch& search, const RecordFile& record) const;
   void CheckFound(const MomentSearch& search, const std::vector<Moment>& moments) const;
   ExitCode ShowDifferences(const std::vector<ShownMoment>& shown) const;
@@ -109,8 +110,7 @@ ExitCode ShowVerb::ExecuteChecked() {
   const Host::WorkflowHost::OwnedDictionary dictionary = host->MakeDictionary();
   RecordFile record(file_);
   MomentSearch search(*dictionary, file_, run_, moments);
-  record.ReadAll([&](const Journal::Event& event) { search.Take(event); });
-  search.Finish();
+  Read(record, search, moments);
   if (!search.IsAllFound()) record.ThrowIfDamaged();
   CheckFound(search, moments);
   std::vector<ShownMoment> shown;
@@ -125,6 +125,15 @@ ExitCode ShowVerb::ExecuteChecked() {
   }
   record.ThrowIfDamaged();
   return code;
+}
+
+// To its end, so that damage anywhere is told; of a long one, for which there is a table, only what is needed.
+void ShowVerb::Read(RecordFile& record, MomentSearch& search, const std::vector<Moment>& moments) const {
+  const unsigned run = record.SeekTo(run_, moments, search);
+  const auto is_done = [&] { return run != 0 && search.run() == run && search.IsAllFound(); };
+  Journal::Event event;
+  while (!is_done() && record.reader().Next(&event)) search.Take(event);
+  search.Finish();
 }
 
 std::vector<Moment> ShowVerb::ReadMoments() const {
