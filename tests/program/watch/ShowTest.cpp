@@ -245,5 +245,35 @@ TEST_F(ShowTest, ADamagedRecordIsShownToTheDamage) {
   EXPECT_EQ(Show({"--at", "1600"}).exit_code, 5);
 }
 
+// The dictionary alone makes it a long one. What stands before the place is not read any more: it may be damaged.
+TEST_F(ShowTest, ALongRecordIsReadFromAPlaceInItsTable) {
+  const std::string flow =
+      WriteFlow({{"TallyNode", "A", "ProgramNodes", {"out=TallyNode,A,go", "end=TallyNode,A,end"}}}, "TallyNode,A,go");
+  const std::string end = "</IDictionaryRoot>";
+  std::string text = ReadFile(flow);
+  text.replace(text.rfind(end), end.size(), "<Long __type=\"str\">" + std::string(5'000'000, 'x') + "</Long>" + end);
+  WriteFile(flow, text);
+  const std::string table = Record() + ".seek";
+  {
+    const ChildProcess process(
+        ORVFLOW_PROGRAM, {"run", flow, "--record", Record(), "--durable", "off", "--set", "/Counting/Limit=3", "--set",
+                          "/Counting/Hang:int=1", "--set", "/Counting/Log=" + Log()});
+    for (int i = 0; i < 6000 && (!std::filesystem::exists(table) || ReadFile(Log()).find("A3\n") == std::string::npos);
+         ++i) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    ASSERT_TRUE(std::filesystem::exists(table));
+    std::this_thread::sleep_for(std::chrono::seconds(1));  // So that the place is whole.
+  }
+  EXPECT_EQ(Shown({"--at", "2", "/Counting/Count"}), "2\n");
+  std::string bytes = ReadFile(Record());
+  bytes[3'000'000] = 'y';
+  WriteFile(Record(), bytes);
+  EXPECT_EQ(Shown({"--at", "2", "/Counting/Count"}), "2\n");
+  EXPECT_EQ(Shown({"--at", "0", "--run", "1", "/Long"}).size(), 5'000'001u);
+  WriteFile(table, "");
+  EXPECT_EQ(Show({"--at", "2"}).exit_code, 5);
+}
+
 }  // namespace
 }  // namespace orv_test
