@@ -54,6 +54,7 @@ class LocalFile {
   enum class Mode {
     Read,
     Write,  // made where it is missing; what it holds stays, and writing begins at its start
+    New,    // made; it is a problem when something has that name, a link too
   };
   LocalFile(const std::filesystem::path& path, Mode mode, std::string shown_name);
   LocalFile(const LocalFile&) = delete;

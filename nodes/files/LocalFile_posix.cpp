@@ -106,7 +106,7 @@ std::int64_t PresentMoment() {
 
 LocalFile::LocalFile(const std::filesystem::path& path, Mode mode, std::string shown_name)
     : handle_(-1), shown_name_(std::move(shown_name)) {
-  const int flags = mode == Mode::Read ? O_RDONLY : O_RDWR | O_CREAT;
+  const int flags = mode == Mode::Read ? O_RDONLY : O_RDWR | O_CREAT | (mode == Mode::New ? O_EXCL : 0);
   const char* const what = mode == Mode::Read ? "read" : "write";
   // Without waiting for the other end of a pipe.
   const int file = ::open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK, 0666);

@@ -101,9 +101,12 @@ LocalFile::LocalFile(const std::filesystem::path& path, Mode mode, std::string s
   const std::string what = reads ? "cannot read " : "cannot write ";
   const std::optional<FileState> state = StateOfPath(path);
   if (state && state->is_folder) throw FileProblem(what + shown_name_ + ": " + FileReasons::kIsFolder);
-  const HANDLE file =
-      CreateFileW(path.c_str(), reads ? GENERIC_READ : GENERIC_READ | GENERIC_WRITE, reads ? FILE_SHARE_READ : 0U,
-                  nullptr, reads ? OPEN_EXISTING : OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+  const HANDLE file = CreateFileW(path.c_str(), reads ? GENERIC_READ : GENERIC_READ | GENERIC_WRITE,
+                                  reads ? FILE_SHARE_READ : 0U, nullptr,
+                                  reads               ? OPEN_EXISTING
+                                  : mode == Mode::New ? CREATE_NEW
+                                                      : OPEN_ALWAYS,
+                                  FILE_ATTRIBUTE_NORMAL, nullptr);
   if (file == INVALID_HANDLE_VALUE) throw FileProblem(what + shown_name_ + ": " + ReasonOfCode(GetLastError()));
   handle_ = reinterpret_cast<std::intptr_t>(file);
   if (GetFileType(file) == FILE_TYPE_DISK) return;

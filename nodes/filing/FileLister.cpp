@@ -3,7 +3,7 @@
 #include <optional>
 #include <vector>
 
-#include "nodes/filing/FolderListing.h"
+#include "nodes/files/FolderListing.h"
 
 namespace OrvWorkFlow::Nodes {
 

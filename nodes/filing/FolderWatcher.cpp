@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "OrvWorkFlow/FileReasons.h"
-#include "nodes/filing/FolderListing.h"
+#include "nodes/files/FolderListing.h"
 
 namespace OrvWorkFlow::Nodes {
 

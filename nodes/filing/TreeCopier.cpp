@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "OrvWorkFlow/FileReasons.h"
-#include "nodes/filing/FolderListing.h"
+#include "nodes/files/FolderListing.h"
 
 namespace OrvWorkFlow::Nodes {
 

@@ -1,4 +1,4 @@
-#include "nodes/filing/FolderListing.h"
+#include "nodes/files/FolderListing.h"
 
 #include <algorithm>
 #include <utility>
