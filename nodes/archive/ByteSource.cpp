@@ -88,7 +88,9 @@ std::unique_ptr<ByteSource> OpenSource(const std::filesystem::path& path, const 
   std::array<char, 6> begin = {};
   const std::string_view begins(begin.data(), file->Read(begin.data(), begin.size()));
   file->Seek(0);
-  if (begins.starts_with(kGzip)) return std::make_unique<GzipSource>(std::move(file), shown_name);
+  if (begins.starts_with(kGzip)) {
+    return std::make_unique<GzipSource>(std::move(file), shown_name, std::move(stop_wanted));
+  }
   for (const Kind& kind : kKinds) {
     if (!begins.starts_with(kind.begins)) continue;
     return std::make_unique<UnpackedSource>(std::move(file), kind.filter, kind.name, shown_name,

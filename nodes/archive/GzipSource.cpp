@@ -14,8 +14,11 @@ constexpr int kGzipAlone = 15 + 16;
 
 }  // namespace
 
-GzipSource::GzipSource(std::unique_ptr<ByteSource> packed, std::string shown_name)
-    : packed_(std::move(packed)), shown_name_(std::move(shown_name)), piece_(kPackedPiece) {
+GzipSource::GzipSource(std::unique_ptr<ByteSource> packed, std::string shown_name, StopCheck stop_wanted)
+    : packed_(std::move(packed)),
+      shown_name_(std::move(shown_name)),
+      stop_wanted_(std::move(stop_wanted)),
+      piece_(kPackedPiece) {
   if (inflateInit2(&stream_, kGzipAlone) != Z_OK) throw FileProblem(shown_name_ + ": gzip cannot be begun");
 }
 
@@ -45,6 +48,7 @@ bool GzipSource::NextMember() {
 }
 
 std::size_t GzipSource::Read(char* bytes, std::size_t size) {
+  if (stop_wanted_()) throw ArchiveStopped();
   const auto wanted = static_cast<uInt>(std::min(size, kMostAtOnce));
   stream_.next_out = reinterpret_cast<Bytef*>(bytes);
   stream_.avail_out = wanted;

@@ -12,7 +12,7 @@ namespace OrvWorkFlow::Nodes {
 
 class GzipSource final : public ByteSource {
  public:
-  GzipSource(std::unique_ptr<ByteSource> packed, std::string shown_name);
+  GzipSource(std::unique_ptr<ByteSource> packed, std::string shown_name, StopCheck stop_wanted);
   GzipSource(const GzipSource&) = delete;
   GzipSource& operator=(const GzipSource&) = delete;
   ~GzipSource() override;
@@ -24,6 +24,7 @@ class GzipSource final : public ByteSource {
 
   std::unique_ptr<ByteSource> packed_;
   std::string shown_name_;
+  StopCheck stop_wanted_;  // a few packed bytes may make very many
   std::vector<char> piece_;
   z_stream stream_ = {};
   bool in_member_ = true;
