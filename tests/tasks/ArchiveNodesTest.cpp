@@ -72,6 +72,21 @@ class ArchiveNodesTest : public TaskFixture {
     const std::string problem = Problem();
     return problem.starts_with(begin) ? problem.substr(begin.size()) : problem;
   }
+  // What the node fired first, stopped and killed again and again until then.
+  std::string DoInterrupted(std::string signal) {
+    for (int i = 0; i < 200; ++i) {
+      bench_->Signal(signal);
+      std::this_thread::sleep_for(std::chrono::milliseconds(10 << i / 4));
+      if (i % 3 == 2) {
+        bench_->Kill();
+      } else {
+        signal = bench_->Stop();
+      }
+      const Signals fired = bench_->TakeFired();
+      if (!fired.empty()) return fired.front();
+    }
+    return "nothing";
+  }
   void WriteFolder() {
     Write("in/a.txt", "alpha");
     Write("in/deep/er/b.bin", std::string(300000, 'x') + std::string("\0\r\n", 3));
@@ -344,27 +359,9 @@ TEST_F(ArchiveNodesTest, WorkThatIsStoppedOftenIsDoneInTheEnd) {
   Write("in/large", noise);
   Write("in/small", "1");
   Packer("in", "a.tar.gz");
-  std::string signal = "pack";
-  for (int i = 0; !signal.empty() && i < 200; ++i) {
-    bench_->Signal(signal);
-    std::this_thread::sleep_for(std::chrono::milliseconds(10 << i / 4));
-    if (i % 3 == 2 && signal == "resume")
-      bench_->Kill();
-    else
-      signal = bench_->Stop();
-  }
-  EXPECT_EQ(bench_->TakeFired(), Signals{"packed"});
+  EXPECT_EQ(DoInterrupted("pack"), "packed");
   Extractor("a.tar.gz", "out");
-  signal = "extract";
-  for (int i = 0; !signal.empty() && i < 200; ++i) {
-    bench_->Signal(signal);
-    std::this_thread::sleep_for(std::chrono::milliseconds(10 << i / 4));
-    if (i % 3 == 2 && signal == "resume")
-      bench_->Kill();
-    else
-      signal = bench_->Stop();
-  }
-  EXPECT_EQ(bench_->TakeFired(), Signals{"extracted"});
+  EXPECT_EQ(DoInterrupted("extract"), "extracted");
   EXPECT_TRUE(Read("out/large") == noise);
   EXPECT_EQ(Read("out/small"), "1");
   EXPECT_FALSE(Exists("out.part"));
