@@ -143,9 +143,9 @@ export function textOf(page, selector) {
 // The picture's shift and zoom: { x, y, scale }.
 export async function placeOf(page) {
   await painted(page);
-  const text = await page.$eval("#picture svg > g", (stage) => stage.getAttribute("transform"));
-  const [, x, y, scale] = /translate\(([-\d.e]+) ([-\d.e]+)\) scale\(([-\d.e]+)\)/.exec(text);
-  return { x: +x, y: +y, scale: +scale };
+  const text = await page.$eval("#picture svg", (svg) => `${svg.style.transform} ${svg.querySelector(":scope > g").getAttribute("transform")}`);
+  const [, byX, byY, x, y, scale] = /translate\((\S+)px, (\S+)px\) translate\((\S+) (\S+)\) scale\((\S+)\)/.exec(text);
+  return { x: +x + +byX, y: +y + +byY, scale: +scale };
 }
 
 export async function nodeNamed(page, name) {

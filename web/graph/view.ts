@@ -6,6 +6,7 @@ const kStep = 1.25;
 const kKeyStep = 60; // pixels
 const kMargin = 16;
 const kThin = 80; // pixels
+const kAround = 0.75; // of the window's size, at each side
 
 export interface Point {
   x: number;
@@ -13,7 +14,9 @@ export interface Point {
 }
 
 export class View {
+  private svg: SVGSVGElement | undefined;
   private stage: SVGGElement | undefined;
+  private drawn = { x: 0, y: 0, scale: 0 }; // as it was painted last; since then it was only moved
   private width = 1; // of the picture, in its own units
   private height = 1;
   private isFitted = true; // nobody has moved or zoomed it since all of it was shown
@@ -46,8 +49,8 @@ export class View {
     this.stage.append(...Array.from(svg.childNodes));
     svg.append(this.stage);
     svg.removeAttribute("viewBox");
-    svg.setAttribute("width", "100%");
-    svg.setAttribute("height", "100%");
+    this.svg = svg;
+    this.drawn.scale = 0;
     this.box.replaceChildren(svg);
     if (this.isFitted || !anchor) return this.fitOr(beginning);
     this.apply();
@@ -172,6 +175,7 @@ export class View {
   // A smaller window does not leave the picture outside of it.
   private keepInSight(): void {
     if (!this.stage || this.box.clientWidth === 0) return;
+    this.drawn.scale = 0;
     if (this.isFitted) return this.fit();
     const { clientWidth, clientHeight } = this.box;
     const clampInto = (value: number, size: number, room: number) =>
@@ -190,7 +194,19 @@ export class View {
   }
 
   private apply(): void {
-    this.stage?.setAttribute("transform", `translate(${this.offset.x} ${this.offset.y}) scale(${this.scale})`);
+    const { svg, stage, scale, offset } = this;
+    if (!svg || !stage) return;
+    // What lies around the window is painted with it, so that the browser has only to move it, by whole pixels.
+    const around = { x: Math.round(this.box.clientWidth * kAround), y: Math.round(this.box.clientHeight * kAround) };
+    let by = { x: Math.round(offset.x - this.drawn.x), y: Math.round(offset.y - this.drawn.y) };
+    if (scale !== this.drawn.scale || Math.abs(by.x) > around.x || Math.abs(by.y) > around.y) {
+      this.drawn = { ...offset, scale };
+      by = { x: 0, y: 0 };
+      svg.setAttribute("width", String(this.box.clientWidth + 2 * around.x));
+      svg.setAttribute("height", String(this.box.clientHeight + 2 * around.y));
+      stage.setAttribute("transform", `translate(${offset.x + around.x} ${offset.y + around.y}) scale(${scale})`);
+    }
+    svg.style.transform = `translate(${by.x - around.x}px, ${by.y - around.y}px)`;
   }
 }
 

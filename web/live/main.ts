@@ -162,7 +162,6 @@ class Page {
     if (this.drawing) return;
     this.drawing = true;
     const began = performance.now();
-    const notice = byId("notice");
     try {
       const answer = await fetch("/api/graph");
       if (!answer.ok) throw new Error((await answer.text()).trim());
@@ -181,7 +180,7 @@ class Page {
       }
       for (const node of this.nodes.keys()) if (!this.ids.has(node)) this.ids.set(node, "");
     } catch (error: unknown) {
-      setText(notice, `The workflow could not be drawn: ${error instanceof Error ? error.message : String(error)}`);
+      setText(document.getElementById("notice") ?? byId("note"), `The workflow could not be drawn: ${error instanceof Error ? error.message : String(error)}`);
     }
     document.documentElement.dataset["drawn"] = String(Math.round(performance.now() - began));
     this.drawing = false;
