@@ -21,8 +21,8 @@ class ValidationTest : public ProgramFixture {
 
   std::string MakeSchema(const Arguments& more) const {
     const std::string file = File("workflow.xsd");
-    Arguments words = {"schema",       "BackupNodes", "BridgeNodes", "FileNodes", "FlowNodes",
-                       "ProcessNodes", "SqlNodes",    "WebNodes",    "-o",        file};
+    Arguments words = {"schema",       "ArchiveNodes", "BackupNodes", "BridgeNodes", "FileNodes", "FlowNodes",
+                       "ProcessNodes", "SqlNodes",     "WebNodes",    "-o",          file};
     words.insert(words.end(), more.begin(), more.end());
     const ProcessResult result = Run(words);
     EXPECT_EQ(result.exit_code, 0) << result.error;

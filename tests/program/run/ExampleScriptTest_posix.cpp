@@ -118,6 +118,12 @@ TEST_F(ExampleScriptTest, AnAnswerThatComesWhileNothingRunsIsTaken) {
   ExpectShown("examples/09_approval/README.md", result.output, true);
 }
 
+TEST_F(ExampleScriptTest, WhatIsPackedComesOutAndWhatLeadsOutsideDoesNot) {
+  const ProcessResult result = RunExample("13_archive");
+  EXPECT_EQ(result.exit_code, 0) << result.error;
+  ExpectShown("examples/13_archive/README.md", result.output);
+}
+
 // With the program recording each of their runs, which then are done again.
 TEST_F(ExampleScriptTest, RecordedRunsAreReplayed) {
   const std::string program = File("record-runs");
