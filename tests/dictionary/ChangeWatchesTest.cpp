@@ -55,6 +55,19 @@ TEST_F(ChangeWatchesTest, WhatIsElsewhereIsNotSeen) {
   EXPECT_FALSE(Seen()) << "saving changes the root's version";
 }
 
+TEST_F(ChangeWatchesTest, WhatWasElsewhereBeforeIsSeenByALaterWatch) {
+  EXPECT_TRUE(dictionary.SetValue("/V/a/x", "1"));
+  EXPECT_TRUE(dictionary.SetValue("/V/a/y", "1"));
+  const WatchPointer later = Watch(dictionary, {"/V/a"});
+  EXPECT_TRUE(dictionary.SetValue("/V/a/x", "2"));
+  EXPECT_EQ(later->GetCount(), 1u);
+  EXPECT_TRUE(dictionary.SetValue("/V/b", "2"));
+  EXPECT_TRUE(dictionary.SetValue("/V/b/x", "2"));
+  EXPECT_TRUE(dictionary.SetValue("/V", "2"));
+  EXPECT_EQ(later->GetCount(), 2u);
+  EXPECT_FALSE(Seen());
+}
+
 TEST_F(ChangeWatchesTest, EachWayOfChangingIsSeen) {
   const orv_test::PStringList texts(Names{"/V/x"});
   const orv_test::Stream stream;

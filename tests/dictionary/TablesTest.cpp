@@ -10,6 +10,7 @@
 
 #include "dictionary/tree/ChildIndex.h"
 #include "dictionary/tree/ElementTree.h"
+#include "dictionary/tree/EntryPath.h"
 #include "dictionary/tree/NameTable.h"
 #include "dictionary/tree/StableArray.h"
 
@@ -127,6 +128,39 @@ TEST(ElementTree, TextsStayWhereTheyAreWhileTheTreeGrows) {
   EXPECT_EQ(text, "short");
   EXPECT_EQ(text.data(), tree.text(root).data());
   EXPECT_EQ(name.data(), tree.name(root).data());
+}
+
+// Of a few names, now and then with a "/" too many.
+std::string RandomPath(std::mt19937& random) {
+  const std::vector<std::string> names = {"a", "ab", "abcdefgh", "abcdefghi", "b"};
+  std::string path;
+  for (std::size_t depth = random() % 5 + 1; depth > 0; --depth) {
+    path += random() % 9 == 0 ? "//" : "/";
+    path += names[random() % names.size()];
+  }
+  return random() % 9 == 0 ? path + "/" : path;
+}
+
+TEST(LastParent, WhereTheLastPathLedChangesNoAnswer) {
+  std::mt19937 random(7);
+  ElementTree tree;
+  tree.CreateRoot(kRootName);
+  for (int i = 0; i < 20'000; ++i) {
+    const std::string path = RandomPath(random);
+    const bool finds_place = random() % 2 == 0;
+    const EntryPlace place = finds_place ? FindPlace(tree, path) : EntryPlace{FindEntry(tree, path), kNoElement, {}};
+    tree.last_parent().Forget();
+    const ElementId expected = FindEntry(tree, path);
+    ASSERT_EQ(place.element, expected) << path;
+    if (expected == kNoElement && random() % 3 == 0) {
+      FindEntry(tree, RandomPath(random));
+      const ElementId made = MakeEntry(tree, path, FindPlace(tree, path));
+      tree.last_parent().Forget();
+      ASSERT_EQ(FindEntry(tree, path), made) << path;
+    }
+    FindEntry(tree, RandomPath(random));
+    if (expected != kNoElement && random() % 20 == 0) tree.Remove(expected);
+  }
 }
 
 }  // namespace

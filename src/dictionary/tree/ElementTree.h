@@ -54,16 +54,19 @@ class ElementTree {
 
   // The first child of that name. From the second call for an element on, as fast with many children as with few. Few
   // are walked: they need no place in the index.
-  ElementId FindChild(ElementId parent, std::string_view name) { return FindChild(parent, name, names_->Hash(name)); }
+  ElementId FindChild(ElementId parent, std::string_view name) { return FindChild(parent, name, HashOf(name)); }
+  // The same with the name's hash, which is valid until ShedUnusedTexts or Clear.
+  ElementId FindChild(ElementId parent, std::string_view name, std::uint32_t name_hash);
+  std::uint32_t HashOf(std::string_view name) const { return names_->Hash(name); }
 
   // The tree must be empty.
   ElementId CreateRoot(std::string_view name);
   // The child of that name, added behind the others when there is none.
   ElementId EnsureChild(ElementId parent, std::string_view name);
   // Adds a child without looking for one of that name, which must not be there.
-  ElementId AppendChild(ElementId parent, std::string_view name) {
-    const std::uint32_t hash = names_->Hash(name);
-    return Append(parent, names_->Intern(name, hash), hash);
+  ElementId AppendChild(ElementId parent, std::string_view name) { return AppendChild(parent, name, HashOf(name)); }
+  ElementId AppendChild(ElementId parent, std::string_view name, std::uint32_t name_hash) {
+    return Append(parent, names_->Intern(name, name_hash), name_hash);
   }
 
   void SetText(ElementId id, std::string_view text) {
@@ -124,7 +127,6 @@ class ElementTree {
   static constexpr std::size_t kWalkedChildren = 8;
   static std::unique_ptr<NameTable> MakeNames();
 
-  ElementId FindChild(ElementId parent, std::string_view name, std::uint32_t name_hash);
   ElementId Append(ElementId parent, NameTable::Id name, std::uint32_t name_hash);
   ElementId TakeElement();
   void FreeElement(ElementId id);

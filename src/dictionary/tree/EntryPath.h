@@ -11,8 +11,9 @@ namespace OrvWorkFlow::Core::Dictionary {
 // Walks the components that a path names below the root. The path must outlive it.
 class PathComponents {
  public:
-  explicit PathComponents(std::string_view path)
-      : begin_(path.data()), at_(path.data()), end_(path.data() + path.size()) {}
+  // From a place on, which is no part of a component or its beginning.
+  explicit PathComponents(std::string_view path, std::size_t from = 0)
+      : begin_(path.data()), at_(path.data() + from), end_(path.data() + path.size()) {}
 
   // False behind the last; `component` is untouched then.
   bool Next(std::string_view& component) {
@@ -33,8 +34,8 @@ class PathComponents {
 // True when each component consists of ASCII letters and digits, "_" and "-". The empty path, the root's, is valid.
 bool IsValidPath(std::string_view path);
 
-// The element that the path names; kNoElement when there is none, and always when the root has another name. Paths that
-// share all but their last component with the one before are found from there.
+// The element that the path names; kNoElement when there is none, and always when the root has another name. A path is
+// found from the deepest element that it shares with the parent of the one before.
 ElementId FindEntry(ElementTree& tree, std::string_view path);
 
 // Where a path ends: at an element, or on the way to one.
@@ -42,6 +43,9 @@ struct EntryPlace {
   ElementId element = kNoElement;  // kNoElement when it is missing: then
   ElementId above = kNoElement;  // the last one on the way that is there, kNoElement without a root of the usual name,
   std::string_view missing;      // and the rest of the path, below it.
+  // Whether that is one name and nothing else; its hash then.
+  bool misses_child = false;
+  std::uint32_t child_hash = 0;
 };
 
 // As FindEntry. The place is valid until the tree is changed, and as long as the path.

@@ -41,6 +41,14 @@ inline std::uint64_t LoadFew(const char* bytes, std::size_t size) {
   return byte(0) | byte(size / 2) << 8 | byte(size - 1) << 16;
 }
 
+// How many bytes are equal at the beginning of both.
+inline std::size_t CommonSize(const char* one, const char* other, std::size_t size) {
+  std::size_t at = 0;
+  while (at + 8 <= size && LoadWord<std::uint64_t>(one + at) == LoadWord<std::uint64_t>(other + at)) at += 8;
+  while (at < size && one[at] == other[at]) ++at;
+  return at;
+}
+
 // Equality, at its best with short texts.
 inline bool SameText(std::string_view one, std::string_view other) {
   const std::size_t size = one.size();
