@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <chrono>
 #include <ctime>
 #include <utility>
@@ -73,21 +72,28 @@ ArchiveWriter::ArchiveWriter(LocalFile& file, const ArchiveFormat& format, std::
   archive_write_set_filter_option(object, "gzip", "timestamp", nullptr);
   archive_write_set_format_option(object, nullptr, "hdrcharset", "UTF-8");
   archive_write_set_bytes_in_last_block(object, 1);
-  if (archive_write_open(object, this, nullptr, WritePiece, nullptr) != ARCHIVE_OK) Fail();
+  Check(archive_write_open(object, this, nullptr, WritePiece, nullptr));
 }
 
-// One that is not whole is not brought to an end: that would write what is missing as zeros.
+// The library frees what packs only when it brings an archive to its end: one that is not whole ends, and nothing of
+// that is written. A tar that has failed ends without the zeros that would fill its last file; a zip has none, and
+// frees nothing of a file whose end has failed.
 ArchiveWriter::~ArchiveWriter() {
-  if (!is_whole_) archive_write_fail(object_.get());
+  if (is_whole_) return;
+  is_given_up_ = true;
+  if (archive_format(object_.get()) != ARCHIVE_FORMAT_ZIP) archive_write_fail(object_.get());
+  archive_write_close(object_.get());
 }
 
-void ArchiveWriter::Fail() {
+void ArchiveWriter::Check(int result) {
   if (thrown_) std::rethrow_exception(std::exchange(thrown_, nullptr));
-  throw FileProblem("cannot write " + shown_name_ + ": " + WordsOf(object_.get()));
+  if (result < ARCHIVE_OK) throw FileProblem("cannot write " + shown_name_ + ": " + WordsOf(object_.get()));
 }
 
-la_ssize_t ArchiveWriter::WritePiece(archive* object, void* writer, const void* bytes, std::size_t size) {
+// The library is not told of what fails here: it would free less.
+la_ssize_t ArchiveWriter::WritePiece(archive* /*object*/, void* writer, const void* bytes, std::size_t size) {
   auto* const self = static_cast<ArchiveWriter*>(writer);
+  if (self->is_given_up_) return static_cast<la_ssize_t>(size);
   try {
     if (self->stop_wanted_()) throw ArchiveStopped();
     self->file_.Write(bytes, size);
@@ -96,12 +102,11 @@ la_ssize_t ArchiveWriter::WritePiece(archive* object, void* writer, const void* 
       self->file_.Flush();
       self->waiting_ = 0;
     }
-    return static_cast<la_ssize_t>(size);
   } catch (...) {
     self->thrown_ = std::current_exception();
-    archive_set_error(object, EIO, "not written");
-    return -1;
+    self->is_given_up_ = true;
   }
+  return static_cast<la_ssize_t>(size);
 }
 
 std::uint64_t ArchiveWriter::Add(const std::filesystem::path& source, const std::string& shown_source,
@@ -117,22 +122,22 @@ std::uint64_t ArchiveWriter::Add(const std::filesystem::path& source, const std:
   const auto permissions = static_cast<unsigned>(std::filesystem::status(source, error).permissions());
   archive_entry_set_perm(entry.get(), error ? 0644 : permissions & 0777U);
   archive_entry_set_mtime(entry.get(), TimeOf(source), 0);
-  if (archive_write_header(object_.get(), entry.get()) != ARCHIVE_OK) Fail();
+  Check(archive_write_header(object_.get(), entry.get()));
   std::vector<char> piece(kPiece);
   for (std::uint64_t done = 0; done < size;) {
     if (stop_wanted_()) throw ArchiveStopped();
     const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(piece.size(), size - done));
     const std::size_t count = file.Read(piece.data(), wanted);
     if (count == 0) throw FileProblem(shown_source + " became shorter while it was read");
-    if (archive_write_data(object_.get(), piece.data(), count) < 0) Fail();
+    Check(archive_write_data(object_.get(), piece.data(), count) < 0 ? ARCHIVE_FATAL : ARCHIVE_OK);
     done += count;
   }
-  if (archive_write_finish_entry(object_.get()) != ARCHIVE_OK) Fail();
+  Check(archive_write_finish_entry(object_.get()));
   return size;
 }
 
 void ArchiveWriter::End() {
-  if (archive_write_close(object_.get()) != ARCHIVE_OK) Fail();
+  Check(archive_write_close(object_.get()));
   is_whole_ = true;
   file_.Flush();
 }

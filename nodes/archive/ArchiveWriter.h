@@ -35,7 +35,8 @@ class ArchiveWriter {
 
  private:
   static la_ssize_t WritePiece(archive* object, void* writer, const void* bytes, std::size_t size);
-  [[noreturn]] void Fail();
+  // Throws what was thrown below, or what the library says.
+  void Check(int result);
 
   EntryNameScope scope_;
   LocalFile& file_;
@@ -43,6 +44,7 @@ class ArchiveWriter {
   StopCheck stop_wanted_;
   std::uint64_t waiting_ = 0;  // bytes that are not on the disk yet
   bool is_whole_ = false;
+  bool is_given_up_ = false;  // what is written is lost
   std::exception_ptr thrown_;
   ArchivePointer object_;  // goes before what it writes with
 };
