@@ -41,7 +41,8 @@ void RecordFile::ReadAll(const std::function<void(const Journal::Event&)>& take)
 }
 
 void RecordFile::ThrowIfDamaged() const {
-  if (reader_.state() == Journal::RecordReader::State::AtEnd) return;
+  using State = Journal::RecordReader::State;
+  if (reader_.state() == State::AtEnd || reader_.state() == State::Reading) return;
   throw FileError(ExitCode::DictionaryDamaged, file_, "", reader_.problem());
 }
 

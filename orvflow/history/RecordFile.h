@@ -23,7 +23,7 @@ class RecordFile {
   unsigned SeekTo(unsigned run, const std::vector<Journal::Moment>& wanted, Journal::MomentSearch& search);
   // All that can be read now.
   void ReadAll(const std::function<void(const Journal::Event&)>& take);
-  // Throws ProgramError when the reading ended at something else than the record's end.
+  // Throws ProgramError when there was no reading on, at something else than the record's end.
   void ThrowIfDamaged() const;
 
  private:

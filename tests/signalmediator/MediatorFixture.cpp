@@ -35,7 +35,7 @@ bool ManualHost::DeliverOne() {
     const std::scoped_lock lock(mutex_);
     if (queue_.empty()) return false;
     call = queue_.front();
-    queue_.pop_front();
+    queue_.erase(queue_.begin());
   }
   call.callback->DeliverInputSignal(call.message);
   return true;

@@ -4,7 +4,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <deque>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -31,7 +30,8 @@ using OrvWorkFlow::IBaseWorkFlowObject;
 // Queues deliveries until a test performs them. Release does nothing.
 class ManualHost final : public OrvWorkFlow::Sdk::ObjectProtocol<ManualHost, OrvWorkFlow::IHostApp> {
  public:
-  ManualHost() : ObjectProtocol("HostApp", "IHostApp") {}
+  // It has room for its queue: where memory runs out the library is asked how it stands that, not this host.
+  ManualHost() : ObjectProtocol("HostApp", "IHostApp") { queue_.reserve(64); }
 
   bool RunOnGuiThread(OrvWorkFlow::IHostAppGuiThreadCallback* callback,
                       OrvWorkFlow::InputSignalMessage* message) override;
@@ -59,7 +59,7 @@ class ManualHost final : public OrvWorkFlow::Sdk::ObjectProtocol<ManualHost, Orv
 
  private:
   mutable std::mutex mutex_;
-  std::deque<Call> queue_;
+  std::vector<Call> queue_;
 };
 
 // Work-node types "Alpha", "Beta" and "AbsorbWorkflow" and the utility object types "Helper" and "Other" are known to

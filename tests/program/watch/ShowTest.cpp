@@ -265,11 +265,11 @@ TEST_F(ShowTest, ALongRecordIsReadFromAPlaceInItsTable) {
     ASSERT_TRUE(std::filesystem::exists(table));
     std::this_thread::sleep_for(std::chrono::seconds(1));  // So that the place is whole.
   }
-  EXPECT_EQ(Shown({"--at", "2", "/Counting/Count"}), "2\n");
+  EXPECT_EQ(Shown({"--at", "2", "/Counting/A"}), "2\n");
   std::string bytes = ReadFile(Record());
   bytes[3'000'000] = 'y';
   WriteFile(Record(), bytes);
-  EXPECT_EQ(Shown({"--at", "2", "/Counting/Count"}), "2\n");
+  EXPECT_EQ(Shown({"--at", "2", "/Counting/A"}), "2\n");
   EXPECT_EQ(Shown({"--at", "0", "--run", "1", "/Long"}).size(), 5'000'001u);
   WriteFile(table, "");
   EXPECT_EQ(Show({"--at", "2"}).exit_code, 5);
