@@ -14,8 +14,8 @@ namespace OrvWorkFlow::Journal {
 namespace {
 
 constexpr std::chrono::milliseconds kLook{200};
-// A table takes at most this part of what its record takes.
-constexpr std::uint64_t kMostShare = 4;
+// So many bytes of the record stand between two points for each byte of the first: the table stays a fraction of it.
+constexpr std::uint64_t kRecordToPoint = 4;
 
 }  // namespace
 
@@ -49,7 +49,7 @@ void SeekTableWriter::Resume() {
     if (!view_.ResumeFrom(loader)) throw std::bad_alloc();
     point_ = table.At(place - 1);
     end_ = table.EndOf(place - 1);
-    next_ = reader_->offset() + std::max(distance_, kMostShare * state.size());
+    next_ = reader_->offset() + std::max(distance_, kRecordToPoint * state.size());
   }
 }
 
@@ -74,7 +74,7 @@ bool SeekTableWriter::WritePoint() {
   reader_->SaveTo(saver);
   if (!view_.SaveTo(saver)) return true;
   const std::string& state = saver.bytes();
-  next_ = point_.offset + std::max(distance_, kMostShare * state.size());
+  next_ = point_.offset + std::max(distance_, kRecordToPoint * state.size());
   if (!file_) {
     file_.emplace(record_ + kSeekTableExtension);
     if (file_->outcome() != GrowingFile::Outcome::Open || !file_->CutAt(end_)) return false;
