@@ -1,4 +1,5 @@
 // orvflow show FILE: what a recorded run was like at one of its moments, or in what two of them differ.
+#include <list>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -8,6 +9,7 @@
 #include "OrvWorkFlow/sdk/MarshalledHolder.h"
 #include "journal/GrowingFile.h"
 #include "journal/MomentSearch.h"
+#include "journal/SeekTable.h"
 #include "orvflow/document/DifferencesOutput.h"
 #include "orvflow/files/DictionaryText.h"
 #include "orvflow/history/MomentOutput.h"
@@ -25,6 +27,16 @@ namespace {
 using Journal::Moment;
 using Journal::MomentSearch;
 
+// One way through the record.
+struct Look {
+  Look(const std::string& file, IDictionary& scratch, unsigned run, std::vector<Moment> looked_for)
+      : record(file), moments(std::move(looked_for)), search(scratch, file, run, moments) {}
+
+  RecordFile record;
+  const std::vector<Moment> moments;
+  MomentSearch search;
+};
+
 class ShowVerb final : public Verb {
  public:
   explicit ShowVerb(CLI::App& program);
@@ -34,9 +46,9 @@ class ShowVerb final : public Verb {
   std::vector<Moment> ReadMoments() const;
   Moment ReadMoment(const char* option, const std::string& text) const;
   ExitCode ExecuteChecked();
-  void Read(RecordFile& record, MomentSearch& search, const std::vector<Moment>& moments) const;
-  RunFate FateOf(const MomentSearch& search, const RecordFile& record) const;
-  void CheckFound(const MomentSearch& search, const std::vector<Moment>& moments) const;
+  void Read(Look& look) const;
+  RunFate FateOf(const Look& look) const;
+  void CheckFound(const Look& look) const;
   ExitCode ShowDifferences(const std::vector<ShownMoment>& shown) const;
   void ShowMoment(const ShownMoment& shown, IDictionary& dictionary) const;
   void ShowEntry(IDictionary& dictionary) const;
@@ -108,14 +120,18 @@ ExitCode ShowVerb::ExecuteChecked() {
   const std::vector<Moment> moments = ReadMoments();
   const std::unique_ptr<Host::WorkflowHost> host = std::make_unique<Host::WorkflowHost>();
   const Host::WorkflowHost::OwnedDictionary dictionary = host->MakeDictionary();
-  RecordFile record(file_);
-  MomentSearch search(*dictionary, file_, run_, moments);
-  Read(record, search, moments);
-  if (!search.IsAllFound()) record.ThrowIfDamaged();
-  CheckFound(search, moments);
+  std::list<Look> looks;
+  if (moments.size() > 1 && Journal::SeekTable(RecordFile(file_).path()).CountPoints() > 0) {
+    for (const Moment& moment : moments) looks.emplace_back(file_, *dictionary, run_, std::vector<Moment>{moment});
+  } else {
+    looks.emplace_back(file_, *dictionary, run_, moments);
+  }
   std::vector<ShownMoment> shown;
-  for (std::size_t i = 0; i < moments.size(); ++i) {
-    shown.push_back({search, moments[i], search.found()[i], FateOf(search, record)});
+  for (Look& look : looks) {
+    Read(look);
+    for (std::size_t i = 0; i < look.moments.size(); ++i) {
+      shown.push_back({look.search, look.moments[i], look.search.found()[i], FateOf(look)});
+    }
   }
   ExitCode code = ExitCode::Done;
   if (diff_.empty()) {
@@ -123,17 +139,20 @@ ExitCode ShowVerb::ExecuteChecked() {
   } else {
     code = ShowDifferences(shown);
   }
-  record.ThrowIfDamaged();
+  for (const Look& look : looks) look.record.ThrowIfDamaged();
   return code;
 }
 
 // To its end, so that damage anywhere is told; of a long one, for which there is a table, only what is needed.
-void ShowVerb::Read(RecordFile& record, MomentSearch& search, const std::vector<Moment>& moments) const {
-  const unsigned run = record.SeekTo(run_, moments, search);
+void ShowVerb::Read(Look& look) const {
+  MomentSearch& search = look.search;
+  const unsigned run = look.record.SeekTo(run_, look.moments, search);
   const auto is_done = [&] { return run != 0 && search.run() == run && search.IsAllFound(); };
   Journal::Event event;
-  while (!is_done() && record.reader().Next(&event)) search.Take(event);
+  while (!is_done() && look.record.reader().Next(&event)) search.Take(event);
   search.Finish();
+  if (!search.IsAllFound()) look.record.ThrowIfDamaged();
+  CheckFound(look);
 }
 
 std::vector<Moment> ShowVerb::ReadMoments() const {
@@ -150,21 +169,22 @@ Moment ShowVerb::ReadMoment(const char* option, const std::string& text) const {
 }
 
 // A run that did not say that it ended was killed, unless it still runs.
-RunFate ShowVerb::FateOf(const MomentSearch& search, const RecordFile& record) const {
-  if (search.has_ended()) return RunFate::Ended;
-  return !search.IsFollowed() && Journal::IsGrowing(record.path()) ? RunFate::GoesOn : RunFate::Killed;
+RunFate ShowVerb::FateOf(const Look& look) const {
+  if (look.search.has_ended()) return RunFate::Ended;
+  return !look.search.IsFollowed() && Journal::IsGrowing(look.record.path()) ? RunFate::GoesOn : RunFate::Killed;
 }
 
-void ShowVerb::CheckFound(const MomentSearch& search, const std::vector<Moment>& moments) const {
+void ShowVerb::CheckFound(const Look& look) const {
+  const MomentSearch& search = look.search;
   if (search.run() == 0) {
     throw FileError(ExitCode::Failed, file_, "", run_ == 0 ? "holds no run" : "holds no run " + std::to_string(run_));
   }
   const std::string run = "run " + std::to_string(search.run());
-  for (std::size_t i = 0; i < moments.size(); ++i) {
+  for (std::size_t i = 0; i < look.moments.size(); ++i) {
     const Journal::MomentFound& found = search.found()[i];
     if (!found.is_found) {
-      const std::string number = SignalNumberText(moments[i].number);
-      if (search.HasBegun(moments[i].number)) {
+      const std::string number = SignalNumberText(look.moments[i].number);
+      if (search.HasBegun(look.moments[i].number)) {
         throw FileError(ExitCode::Failed, file_, "", run + " has no end of delivery " + number + ", which had begun");
       }
       const std::string last = search.last_ended() == 0

@@ -80,7 +80,7 @@ test("the time line draws times without deliveries short, and a bar leads to its
   const resting = await showRun(writeRing("resting.xml", 30, { pause: 900, failing: [7] }));
   const page = await open(resting.address);
   await page.waitForFunction(() => document.querySelectorAll("#timeline .gap").length > 1);
-  assert.match(await page.$eval("#timeline", (line) => line.getAttribute("aria-label")), /^Time line of \d+ deliveries in .* s, of them .*9\d\d ms.* without any$/);
+  assert.match(await page.$eval("#timeline", (line) => line.getAttribute("aria-label")), /^Time line of \d+ deliveries in .*s, of them .*9\d\d ms.* without any$/);
   const bar = await page.$$eval("#timeline .failed-one", (bars) => bars.map((each) => [each.title, parseFloat(each.style.left)]));
   assert.ok(bar.length > 0 && bar.every(([title, left]) => /Join N7,/.test(title) && left >= 0 && left <= 100), JSON.stringify(bar));
   await page.click("#hold");

@@ -271,6 +271,9 @@ TEST_F(ShowTest, ALongRecordIsReadFromAPlaceInItsTable) {
   WriteFile(Record(), bytes);
   EXPECT_EQ(Shown({"--at", "2", "/Counting/A"}), "2\n");
   EXPECT_EQ(Shown({"--at", "0", "--run", "1", "/Long"}).size(), 5'000'001u);
+  const ProcessResult differences = Show({"--diff", "1", "2", "/Counting/A"});
+  EXPECT_EQ(differences.exit_code, 1) << differences.error;
+  EXPECT_THAT(differences.output, HasSubstr("~ /Counting/A: int 1 -> int 2\n"));
   WriteFile(table, "");
   EXPECT_EQ(Show({"--at", "2"}).exit_code, 5);
 }
