@@ -37,7 +37,7 @@ constexpr char kCommonTypes[] = R"(
 </xs:extension></xs:simpleContent></xs:complexType>
 <xs:simpleType name="BooleanText"><xs:restriction base="xs:string">
 <xs:pattern value="[01](\.0+)?"/><xs:pattern value="[Yy][Ee][Ss]|[Nn][Oo]"/>
-<xs:pattern value="[Tt][Rr][Uu][Ee]|[Ff][Aa][Ll][Ss][Ee]"/><xs:pattern value="[^\{\}]*\{[^\{\}]+\}[^\{\}]*"/>
+<xs:pattern value="[Tt][Rr][Uu][Ee]|[Ff][Aa][Ll][Ss][Ee]"/><xs:pattern value="[^\{\}]*(\{[^\{\}]+\}[^\{\}]*)+"/>
 </xs:restriction></xs:simpleType>
 <xs:complexType name="BooleanParameter"><xs:simpleContent><xs:extension base="BooleanText">
 <xs:attribute name="__type" use="required"><xs:simpleType><xs:restriction base="xs:string">
@@ -45,11 +45,14 @@ constexpr char kCommonTypes[] = R"(
 <xs:enumeration value="int"/><xs:enumeration value="dbl"/>
 </xs:restriction></xs:simpleType></xs:attribute><xs:anyAttribute processContents="skip"/>
 </xs:extension></xs:simpleContent></xs:complexType>
-<xs:simpleType name="NumberText"><xs:restriction base="xs:decimal">
+<xs:simpleType name="Number"><xs:restriction base="xs:decimal">
 <xs:pattern value="-?[0-9]+(\.0*)?"/>
 <xs:minInclusive value="-2147483648"/><xs:maxInclusive value="2147483647"/>
 </xs:restriction></xs:simpleType>
-<xs:complexType name="NumberParameter"><xs:simpleContent><xs:extension base="NumberText">
+<xs:simpleType name="ValueFromElsewhere"><xs:restriction base="xs:string">
+<xs:pattern value="[^\{\}]*(\{[^\{\}]+\}[^\{\}]*)+"/>
+</xs:restriction></xs:simpleType>
+<xs:complexType name="NumberParameter"><xs:simpleContent><xs:extension base="xs:anySimpleType">
 <xs:attribute name="__type" use="required"><xs:simpleType><xs:restriction base="xs:string">
 <xs:enumeration value="int"/><xs:enumeration value="str"/><xs:enumeration value="UStr"/><xs:enumeration value="dbl"/>
 </xs:restriction></xs:simpleType></xs:attribute><xs:anyAttribute processContents="skip"/>
@@ -290,12 +293,20 @@ class XsdWriter {
     if (row.type == "yes or no") return ElementOf(row.name, kOptional, sentence, "BooleanParameter");
     if (IsList(row)) return ElementOf(row.name, kOptional, sentence, "Entries");
     if (row.type != "number") return ElementOf(row.name, kOptional, row.sentence, "AnyParameter");
-    if (!row.minimum && !row.maximum) return ElementOf(row.name, kOptional, sentence, "NumberParameter");
-    std::string content = "<xs:complexType><xs:simpleContent><xs:restriction base=\"NumberParameter\">";
-    if (row.minimum) content += "<xs:minInclusive value=\"" + std::to_string(*row.minimum) + "\"/>";
-    if (row.maximum) content += "<xs:maxInclusive value=\"" + std::to_string(*row.maximum) + "\"/>";
-    content += "<xs:anyAttribute processContents=\"skip\"/></xs:restriction></xs:simpleContent></xs:complexType>";
-    return Element(row.name, kOptional, sentence, content);
+    return Element(row.name, kOptional, sentence, Number(row));
+  }
+
+  // A number in its range, or one that is somewhere else when the workflow runs.
+  static std::string Number(const ParameterDescription& row) {
+    std::string range = "<xs:simpleType><xs:restriction base=\"Number\">";
+    if (row.minimum) range += "<xs:minInclusive value=\"" + std::to_string(*row.minimum) + "\"/>";
+    if (row.maximum) range += "<xs:maxInclusive value=\"" + std::to_string(*row.maximum) + "\"/>";
+    range += "</xs:restriction></xs:simpleType>";
+    return "<xs:complexType><xs:simpleContent><xs:restriction base=\"NumberParameter\"><xs:simpleType>"
+           "<xs:union memberTypes=\"ValueFromElsewhere\">" +
+           range +
+           "</xs:union></xs:simpleType><xs:anyAttribute processContents=\"skip\"/></xs:restriction>"
+           "</xs:simpleContent></xs:complexType>";
   }
 
   const Flow::Workflow* flow_;
