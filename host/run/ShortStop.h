@@ -6,8 +6,8 @@
 
 namespace OrvWorkFlow::Host {
 
-// As long as it lives, pauses of the library on this thread end at once when no signal is being delivered and no node
-// is busy. One at a time in the process.
+// As long as it lives, pauses of the library on this thread end as soon as no signal is being delivered. One at a
+// time in the process.
 class ShortStop {
  public:
   explicit ShortStop(ISignalMediator& mediator);
