@@ -6,6 +6,7 @@
 #include <exception>
 #include <functional>
 #include <memory>
+#include <set>
 #include <string>
 
 namespace OrvWorkFlow::Nodes {
@@ -22,6 +23,7 @@ struct CurlTransfer {
 
   CURL* easy;
   curl_slist* headers = nullptr;
+  std::set<int> sockets;       // those that are open
   bool stopped = false;        // set by callbacks
   std::exception_ptr problem;  // likewise
   char error[CURL_ERROR_SIZE] = {};

@@ -204,7 +204,7 @@ TEST_F(WebNodesTest, ATriggerTakesOneRequestAfterTheOther) {
 }
 
 // A server that takes mails, as far as a test needs it.
-void TakeMail(Peer& peer, std::string& mail) {
+void TakeMail(Peer& peer, std::string& mail, bool says_farewell = true) {
   peer.Write("220 here\r\n");
   for (std::string line = peer.ReadUntil("\r\n"); !line.empty(); line = peer.ReadUntil("\r\n")) {
     if (line.starts_with("DATA")) {
@@ -214,7 +214,7 @@ void TakeMail(Peer& peer, std::string& mail) {
     } else if (line.starts_with("RCPT") && line.find("nobody") != std::string::npos) {
       peer.Write("550 nobody of that name\r\n");
     } else if (line.starts_with("QUIT")) {
-      peer.Write("221 bye\r\n");
+      if (says_farewell) peer.Write("221 bye\r\n");
       return;
     } else {
       if (!line.starts_with("EHLO")) mail += line;
@@ -269,6 +269,47 @@ TEST_F(WebNodesTest, AMailThatCannotBeSentSaysWhy) {
   EXPECT_EQ(Do("send"), Signals{"failed"});
   EXPECT_EQ(Problem(), "Subject has more than one line");
   EXPECT_THAT(mail, Not(HasSubstr("b@example.org")));
+}
+
+// A server that stalls at one point of the conversation: before its greeting, or with its answer to the farewell.
+TEST_F(WebNodesTest, AMailServerThatStallsIsLeft) {
+  using Clock = std::chrono::steady_clock;
+  const ScriptedServer server([](Peer& peer, int) { peer.Stall(); });
+  Node("MailSender").SetParameter("Server", "smtp://127.0.0.1:" + std::to_string(server.port()));
+  bench_->SetParameter("From", "flow@example.org");
+  SetListParameter("To", {"a@example.org"});
+  bench_->Signal("send");
+  EXPECT_TRUE(WaitUntil([&] { return server.connections() == 1; }));
+  const Clock::time_point asked = Clock::now();
+  EXPECT_EQ(bench_->Stop(), "resume");
+  EXPECT_LT(Clock::now() - asked, std::chrono::seconds(5));
+
+  const ScriptedServer silent([](Peer& peer, int) {
+    std::string mail;
+    TakeMail(peer, mail, false);
+    peer.Stall();
+  });
+  Node("MailSender").SetParameter("Server", "smtp://127.0.0.1:" + std::to_string(silent.port()));
+  bench_->SetParameter("Tls", false);
+  bench_->SetParameter("From", "flow@example.org");
+  SetListParameter("To", {"a@example.org"});
+  const Clock::time_point begun = Clock::now();
+  EXPECT_EQ(Do("send"), Signals{"sent"}) << Problem();
+  EXPECT_LT(Clock::now() - begun, std::chrono::seconds(5));
+}
+
+// See SlowNames_posix.cpp.
+TEST_F(WebNodesTest, ANameThatIsLookedUpIsNotWaitedFor) {
+  using Clock = std::chrono::steady_clock;
+  for (const char* type : {"HttpRequest", "Downloader"}) {
+    Node(type).SetParameter("Url", "http://slow.example/");
+    bench_->SetParameter("File", File("got"));
+    bench_->Signal(std::string(type) == "Downloader" ? "download" : "request");
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    const Clock::time_point asked = Clock::now();
+    EXPECT_EQ(bench_->Stop(), "resume");
+    EXPECT_LT(Clock::now() - asked, std::chrono::seconds(5)) << type;
+  }
 }
 
 }  // namespace
