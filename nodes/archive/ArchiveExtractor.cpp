@@ -6,6 +6,7 @@
 
 #include "OrvWorkFlow/FileReasons.h"
 #include "OrvWorkFlow/sdk/ParameterValue.h"
+#include "nodes/files/FlushPace.h"
 #include "nodes/files/FolderListing.h"
 
 namespace OrvWorkFlow::Nodes {
@@ -32,8 +33,6 @@ constexpr NodeParameter kParameters[] = {
 };
 
 constexpr std::size_t kPiece = 256 * 1024;
-// What is on its way to the disk when a stop comes.
-constexpr std::uint64_t kFlushEvery = std::uint64_t{8} << 20;
 // Times that every file system can hold: the years 1980 to 2100.
 constexpr std::int64_t kFirstTime = 315532800;
 constexpr std::int64_t kLastTime = 4102444800;
@@ -123,10 +122,7 @@ class ArchiveExtractor::EntryFile {
     if (block.position != end_) file_.Seek(block.position);
     file_.Write(block.bytes, block.size);
     end_ = block.position + block.size;
-    waiting_ += block.size;
-    if (waiting_ < kFlushEvery) return;
-    file_.Flush();
-    waiting_ = 0;
+    pace_.Wrote(block.size, [this] { file_.Flush(); });
   }
   void End(std::uint64_t size) {
     if (size > end_) file_.CutAt(end_ = size);
@@ -137,7 +133,7 @@ class ArchiveExtractor::EntryFile {
  private:
   LocalFile file_;
   std::uint64_t end_ = 0;
-  std::uint64_t waiting_ = 0;
+  FlushPace pace_;
 };
 
 const char* ArchiveExtractor::DoTask(const std::string& /*task*/) {

@@ -13,7 +13,6 @@ namespace OrvWorkFlow::Nodes {
 namespace {
 
 constexpr std::size_t kPiece = 256 * 1024;
-constexpr std::uint64_t kFlushEvery = std::uint64_t{8} << 20;
 
 // The longer names first: the end of a name is compared with them in this order.
 constexpr std::array<ArchiveFormat, 9> kFormats = {{
@@ -97,11 +96,7 @@ la_ssize_t ArchiveWriter::WritePiece(archive* /*object*/, void* writer, const vo
   try {
     if (self->stop_wanted_()) throw ArchiveStopped();
     self->file_.Write(bytes, size);
-    self->waiting_ += size;
-    if (self->waiting_ >= kFlushEvery) {
-      self->file_.Flush();
-      self->waiting_ = 0;
-    }
+    self->pace_.Wrote(size, [self] { self->file_.Flush(); });
   } catch (...) {
     self->thrown_ = std::current_exception();
     self->is_given_up_ = true;

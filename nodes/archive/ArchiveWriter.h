@@ -6,6 +6,7 @@
 
 #include "nodes/archive/EntryName.h"
 #include "nodes/archive/LibraryArchive.h"
+#include "nodes/files/FlushPace.h"
 
 namespace OrvWorkFlow::Nodes {
 
@@ -42,7 +43,7 @@ class ArchiveWriter {
   LocalFile& file_;
   std::string shown_name_;
   StopCheck stop_wanted_;
-  std::uint64_t waiting_ = 0;  // bytes that are not on the disk yet
+  FlushPace pace_;
   bool is_whole_ = false;
   bool is_given_up_ = false;  // what is written is lost
   std::exception_ptr thrown_;

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "OrvWorkFlow/FileReasons.h"
+#include "nodes/files/FlushPace.h"
 #include "nodes/files/FolderListing.h"
 
 namespace OrvWorkFlow::Nodes {
@@ -34,8 +35,6 @@ constexpr NodeParameter kParameters[] = {
 };
 
 constexpr std::size_t kPiece = 256 * 1024;
-// What may have to be copied once more after a kill.
-constexpr std::uint64_t kRecordEvery = std::uint64_t{64} << 20;
 
 std::filesystem::path PartOf(const std::filesystem::path& target) {
   std::filesystem::path part = target;
@@ -196,17 +195,18 @@ bool TreeCopier::CopyPieces(LocalFile& from, LocalFile& part, std::uint64_t done
   Sdk::NodeRecord record = Record();
   std::vector<char> piece(kPiece);
   from.Seek(done);
-  std::uint64_t recorded = done;
+  FlushPace pace;
+  const auto flush = [&] {  // What the record knows of is on the disk.
+    part.Flush();
+    record.SetNumber("PartBytes", static_cast<std::int64_t>(done));
+  };
   while (const std::size_t count = from.Read(piece.data(), piece.size())) {
     part.Write(piece.data(), count);
     done += count;
-    const bool stops = StopWanted();
-    if (stops || done - recorded >= kRecordEvery) {
-      part.Flush();  // What the record knows of is on the disk.
-      record.SetNumber("PartBytes", static_cast<std::int64_t>(done));
-      recorded = done;
-    }
-    if (stops) return false;
+    const bool is_flushed = pace.Wrote(count, flush);
+    if (!StopWanted()) continue;
+    if (!is_flushed) flush();
+    return false;
   }
   if (done < size) throw FileProblem(record.Text("Name") + " became shorter while it was read");
   part.Flush();

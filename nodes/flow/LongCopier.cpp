@@ -15,6 +15,9 @@ namespace OrvWorkFlow::Nodes {
 
 namespace {
 
+// A stop waits for what is on its way to the disk.
+constexpr std::uint32_t kFlushEvery = std::uint32_t{16} << 20;
+
 constexpr NodeInput kInputs[] = {
     {"copy", "begins with the first byte"},
     {"resume", "goes on after a stop"},
@@ -113,13 +116,18 @@ Sdk::WorkerNode::Outcome LongCopier::Work() {
     Copy copy(FileSystem(), source, target);
     std::uint32_t copied = std::min(Copied(), copy.size());
     if (!Resume(copy, copied)) return Outcome::Stopped;
+    std::uint32_t waiting = 0;
     for (std::uint32_t in_step = 0; copied < copy.size();) {
       if (StopWanted() || (in_step == 0 && !Pause(pause))) return Outcome::Stopped;
       const std::uint32_t count = std::min({kPieceBytes, step - in_step, copy.size() - copied});
       copy.AppendPiece(copied, count);
       copied += count;
       in_step = (in_step + count) % step;
-      if (copied == copy.size()) copy.Flush();  // Nothing that could be lost is called done.
+      waiting += count;
+      if (waiting >= kFlushEvery || copied == copy.size()) {  // Nothing that could be lost is called done.
+        copy.Flush();
+        waiting = 0;
+      }
       SetCopied(copied);
     }
   } catch (const FileProblem& problem) {

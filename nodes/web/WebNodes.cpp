@@ -5,6 +5,7 @@
 
 #include "OrvWorkFlow/sdk/ParameterValue.h"
 #include "nodes/digest/Digest.h"
+#include "nodes/files/FlushPace.h"
 
 namespace OrvWorkFlow::Nodes {
 
@@ -62,7 +63,6 @@ constexpr NodeParameter kDownloadParameters[] = {
 };
 
 constexpr std::size_t kPiece = 256 * 1024;
-constexpr std::uint64_t kRecordEvery = std::uint64_t{4} << 20;
 
 const std::string* Find(const std::vector<std::pair<std::string, std::string>>& headers, const char* name) {
   const auto found = std::find_if(headers.begin(), headers.end(), [&](const auto& row) { return row.first == name; });
@@ -177,11 +177,10 @@ bool Downloader::Fetch(LocalFile& part) {
   order.stop_wanted = [this] { return StopWanted(); };
   order.from = done;
   if (done != 0) order.if_range = tag;
-  std::uint64_t recorded = done;
+  FlushPace pace;
   const auto write_down = [&] {
     part.Flush();
     record.SetNumber("Bytes", static_cast<std::int64_t>(done));
-    recorded = done;
   };
   order.begin = [&](int status, const auto& headers) {
     record.SetNumber("Status", status);
@@ -191,7 +190,7 @@ bool Downloader::Fetch(LocalFile& part) {
         throw HttpProblem("the server sends another part than was asked for");
       }
     } else if (status == 200) {
-      done = recorded = 0;
+      done = 0;
     } else {
       throw HttpProblem("the server answers " + std::to_string(status));
     }
@@ -206,7 +205,7 @@ bool Downloader::Fetch(LocalFile& part) {
   order.take = [&](std::string_view piece) {
     part.Write(piece.data(), piece.size());
     done += piece.size();
-    if (done - recorded >= kRecordEvery) write_down();
+    pace.Wrote(piece.size(), write_down);
     return !StopWanted();
   };
   try {

@@ -13,6 +13,21 @@ using ::testing::HasSubstr;
 
 class FileNodesPosixTest : public TaskFixture {};
 
+// See SlowSystem_posix.cpp.
+TEST_F(FileNodesPosixTest, ACopyToASlowDiskIsSoonStopped) {
+  using Clock = std::chrono::steady_clock;
+  Write("slow-disk/in", "");
+  ASSERT_EQ(::truncate(File("slow-disk/in").c_str(), off_t{96} << 20), 0);
+  Make("FileNodes", "TreeCopier").SetParameter("Source", File("slow-disk/in"));
+  bench_->SetParameter("Target", File("slow-disk/out"));
+  bench_->Signal("copy");
+  std::this_thread::sleep_for(std::chrono::milliseconds(500));
+  const Clock::time_point asked = Clock::now();
+  EXPECT_EQ(bench_->Stop(), "resume");
+  EXPECT_LT(Clock::now() - asked, std::chrono::milliseconds(1500));
+  EXPECT_NE(Said("PartBytes"), "0");
+}
+
 TEST_F(FileNodesPosixTest, FilesOfMoreThanFourGibAreCountedMovedAndStopped) {
   Write("in/huge", "");
   ASSERT_EQ(::truncate(File("in/huge").c_str(), (off_t{4} << 30) + 5), 0);

@@ -298,7 +298,7 @@ TEST_F(WebNodesTest, AMailServerThatStallsIsLeft) {
   EXPECT_LT(Clock::now() - begun, std::chrono::seconds(5));
 }
 
-// See SlowNames_posix.cpp.
+// See SlowSystem_posix.cpp.
 TEST_F(WebNodesTest, ANameThatIsLookedUpIsNotWaitedFor) {
   using Clock = std::chrono::steady_clock;
   for (const char* type : {"HttpRequest", "Downloader"}) {
