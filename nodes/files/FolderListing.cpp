@@ -51,7 +51,10 @@ class Walk {
   bool Enter(const std::filesystem::path& folder, const std::string& prefix) {
     std::error_code error;
     std::filesystem::directory_iterator entry(folder, error);
-    if (error && (prefix.empty() || StateOfPath(folder))) {
+    const std::optional<FileState> state = error ? StateOfPath(folder) : std::nullopt;
+    if (state && !state->is_folder && prefix.empty())
+      throw FileProblem("cannot list " + order_.shown_name + ": not a folder");
+    if (error && (prefix.empty() || state)) {
       throw FileProblem("cannot list " + order_.shown_name + (prefix.empty() ? "" : "/" + prefix) + ": " +
                         ReasonOf(error));
     }

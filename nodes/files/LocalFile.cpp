@@ -45,6 +45,10 @@ std::string ReasonOf(const std::error_code& error) {
 }
 
 void RenamePath(const std::filesystem::path& from, const std::filesystem::path& to, const std::string& shown_name) {
+  const std::optional<FileState> replaced = StateOfPath(to);
+  if (replaced && !replaced->is_plain && !replaced->is_folder) {
+    throw FileProblem("cannot write " + shown_name + ": " + FileReasons::kNotPlainFile);
+  }
   std::error_code error;
   std::filesystem::rename(from, to, error);
   if (error) throw FileProblem("cannot write " + shown_name + ": " + ReasonOf(error));
@@ -61,12 +65,22 @@ void MakeFolderOf(const std::filesystem::path& file, const std::string& shown_na
 
 std::string ReadWholeFile(IFileSystemA& file_system, const std::string& name, std::uint64_t most) {
   LocalFile file(LocalPath(file_system, name), LocalFile::Mode::Read, name);
-  const std::uint64_t size = file.Size();
-  if (size > most) {
+  const auto check = [&](std::uint64_t size) {
+    if (size <= most) return;
     throw FileProblem(name + " is too large: " + std::to_string(size) + " bytes; MostBytes is " + std::to_string(most));
-  }
+  };
+  const std::uint64_t size = file.Size();
+  check(size);
+  // Files that the system makes up say that they are empty.
+  constexpr std::size_t kMore = 64 * 1024;
   std::string bytes(static_cast<std::size_t>(size), '\0');
   bytes.resize(file.Read(bytes.data(), bytes.size()));
+  for (std::size_t end = bytes.size(), count = kMore; count == kMore; end += count) {
+    bytes.resize(end + kMore);
+    count = file.Read(bytes.data() + end, kMore);
+    bytes.resize(end + count);
+    check(bytes.size());
+  }
   return bytes;
 }
 

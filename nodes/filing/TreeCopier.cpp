@@ -147,6 +147,7 @@ bool TreeCopier::Transfer(const Pair& pair, bool moves, bool overwrites, bool co
   }
   if (const std::optional<FileState> target = StateOfPath(pair.target)) {
     if (target->is_folder) throw FileProblem("cannot write " + pair.shown_target + ": " + FileReasons::kIsFolder);
+    if (!target->is_plain) throw FileProblem("cannot write " + pair.shown_target + ": " + FileReasons::kNotPlainFile);
     if (!overwrites) {
       // Before a kill it may have been copied already.
       if (!continues || !IsSame(pair)) throw FileProblem(pair.shown_target + ": " + FileReasons::kExists);

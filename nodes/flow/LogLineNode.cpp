@@ -7,6 +7,7 @@
 #include "OrvWorkFlow/sdk/FileReason.h"
 #include "OrvWorkFlow/sdk/MarshalledHolder.h"
 #include "nodes/flow/CronTimes.h"
+#include "nodes/task/MappedSignal.h"
 
 namespace OrvWorkFlow::Nodes {
 
@@ -58,7 +59,9 @@ bool LogLineNode::OnSignal(std::string_view /*signal*/) {
     FireOutput("written");
     return true;
   }
-  Record().SetText("Problem", Sdk::WithReason(FileSystem(), "cannot write " + file));
+  const std::string problem = Sdk::WithReason(FileSystem(), "cannot write " + file);
+  Record().SetText("Problem", problem);
+  if (!IsMapped(WorkflowDictionary(), TypeName(), InstanceName(), "failed")) TellUser(problem);
   FireOutput("failed");
   return true;
 }

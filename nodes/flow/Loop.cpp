@@ -5,6 +5,8 @@
 #include <optional>
 #include <vector>
 
+#include "nodes/task/MappedSignal.h"
+
 namespace OrvWorkFlow::Nodes {
 
 namespace {
@@ -80,6 +82,7 @@ void Loop::Fail(const std::string& problem) {
   Sdk::NodeRecord record = Record();
   record.SetText("Problem", problem);
   record.SetNumber(kOver, 1);
+  if (!IsMapped(WorkflowDictionary(), TypeName(), InstanceName(), "failed")) TellUser(problem);
   FireOutput("failed");
 }
 

@@ -9,6 +9,7 @@
 #include "OrvWorkFlow/sdk/FileReason.h"
 #include "OrvWorkFlow/sdk/MarshalledHolder.h"
 #include "nodes/process/OutputText.h"
+#include "nodes/task/MappedSignal.h"
 
 namespace OrvWorkFlow::Nodes {
 
@@ -24,7 +25,7 @@ constexpr NodeInput kInputs[] = {
 constexpr NodeOutput kOutputs[] = {
     {"succeeded", false, "it has ended with exit code 0"},
     {"failed", true, "it cannot be started, or has ended with another code; why is in /RunProgram/<instance>/Problem"},
-    {"timed_out", false, "it took too long and was ended"},
+    {"timed_out", false, "it took too long and was ended; the user is told where nothing takes it"},
     {"stopped", false, "it was ended by the signal stop"},
     {"code1", false, "it has ended with a code of the first of Codes"},
     {"code2", false, "the second"},
@@ -144,8 +145,16 @@ Sdk::WorkerNode::Outcome RunProgram::Work() {
     Record().SetText(kProblem, AsText(error.what()));
   }
   running_.reset();
+  TellUnheard(output);
   FireLast(output);
   return Outcome::Done;
+}
+
+// What went wrong is somebody's business: the workflow's or the user's.
+void RunProgram::TellUnheard(const char* output) {
+  const std::string_view name = output;
+  if (name != "failed" && name != "timed_out") return;
+  if (!IsMapped(WorkflowDictionary(), TypeName(), InstanceName(), output)) TellUser(Record().Text(kProblem));
 }
 
 void RunProgram::StartProgram() {
@@ -158,6 +167,11 @@ void RunProgram::StartProgram() {
   for (std::string& argument : start.arguments) argument = PlatformPath(argument);
   start.folder = PlatformPath(TextParameter("Folder"));
   start.environment = TextListParameter("Environment");
+  for (const std::string& variable : start.environment) {
+    if (variable.find('=', 1) == std::string::npos) {
+      throw std::runtime_error("\"" + variable + "\" is no variable; write NAME=VALUE");
+    }
+  }
   const auto kept = static_cast<std::size_t>(NumberParameter("MostBytes"));
   const std::uint64_t in_file = static_cast<std::uint64_t>(NumberParameter("MostFileKilobytes")) * 1024;
   Writing output(FileSystem(), TextParameter("OutputFile"), kept, in_file);

@@ -39,6 +39,7 @@ class RunProgram final : public Sdk::WorkerNode {
   const char* Attend();
   void LimitTime(Running& running);
   const char* SignalFor(int exit_code);
+  void TellUnheard(const char* output);
   std::string PlatformPath(const std::string& path) const;
 
   std::atomic<bool> is_stop_asked_ = false;

@@ -3,8 +3,8 @@
 #include <exception>
 #include <stdexcept>
 
-#include "OrvWorkFlow/WorkflowSchema.h"
 #include "OrvWorkFlow/sdk/MarshalledHolder.h"
+#include "nodes/task/MappedSignal.h"
 
 namespace OrvWorkFlow::Nodes {
 
@@ -54,7 +54,7 @@ Sdk::WorkerNode::Outcome TaskNode::Work() {
     if (output == nullptr) return Outcome::Stopped;
     End("", output);
   } catch (const std::exception& error) {
-    if (!IsMapped(kFailedOutput.name)) TellUser(error.what());
+    if (!IsMapped(WorkflowDictionary(), TypeName(), InstanceName(), kFailedOutput.name)) TellUser(error.what());
     End(error.what(), kFailedOutput.name);
   }
   return Outcome::Done;
@@ -67,13 +67,6 @@ void TaskNode::End(const std::string& problem, const char* output) {
   record.SetText(kProblem, problem);
   record.SetNumber(kFired, 1);
   FireLast(output);
-}
-
-bool TaskNode::IsMapped(const char* output) const {
-  const std::string path = std::string(WorkflowSchema::kWorkNodes) + "/" + TypeName() + WorkflowSchema::kInstances +
-                           "/" + InstanceName() + WorkflowSchema::kMaps + "/" + output;
-  std::size_t count = 0;
-  return WorkflowDictionary().CountEntries(path.c_str(), &count) && count > 0;
 }
 
 }  // namespace OrvWorkFlow::Nodes

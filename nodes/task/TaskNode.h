@@ -45,7 +45,6 @@ class TaskNode : public Sdk::WorkerNode {
  private:
   Outcome Work() override;
   void End(const std::string& problem, const char* output);
-  bool IsMapped(const char* output) const;
 };
 
 }  // namespace OrvWorkFlow::Nodes

@@ -1,6 +1,7 @@
 #include "nodes/web/WebNodes.h"
 
 #include <algorithm>
+#include <stdexcept>
 #include <vector>
 
 #include "OrvWorkFlow/sdk/ParameterValue.h"
@@ -64,6 +65,15 @@ constexpr NodeParameter kDownloadParameters[] = {
 
 constexpr std::size_t kPiece = 256 * 1024;
 
+// So that a text from elsewhere begins no header of its own.
+std::vector<std::string> OneLineEach(std::vector<std::string> texts, const char* what) {
+  for (const std::string& text : texts) {
+    const bool has_control = std::any_of(text.begin(), text.end(), [](char c) { return c == '\r' || c == '\n'; });
+    if (has_control) throw std::runtime_error(std::string(what) + " has more than one line");
+  }
+  return texts;
+}
+
 const std::string* Find(const std::vector<std::pair<std::string, std::string>>& headers, const char* name) {
   const auto found = std::find_if(headers.begin(), headers.end(), [&](const auto& row) { return row.first == name; });
   return found == headers.end() ? nullptr : &found->second;
@@ -92,8 +102,8 @@ constinit const NodeDescription Downloader::kDescription = {
 const char* HttpRequest::DoTask(const std::string& /*task*/) {
   HttpOrder order;
   order.url = TextParameter("Url");
-  order.method = TextParameter("Method");
-  order.headers = TextListParameter("Headers");
+  order.method = OneLineEach({TextParameter("Method")}, "Method").front();
+  order.headers = OneLineEach(TextListParameter("Headers"), "a header");
   order.body = OptionalText("Body", "\n");
   order.most_redirects = NumberParameter("Redirects");
   order.connect_limit = std::chrono::seconds(NumberParameter("ConnectSeconds"));
@@ -169,7 +179,7 @@ bool Downloader::Fetch(LocalFile& part) {
   if (tag.empty() || part.Size() < done) done = 0;
   HttpOrder order;
   order.url = TextParameter("Url");
-  order.headers = TextListParameter("Headers");
+  order.headers = OneLineEach(TextListParameter("Headers"), "a header");
   order.most_redirects = NumberParameter("Redirects");
   order.connect_limit = std::chrono::seconds(NumberParameter("ConnectSeconds"));
   order.idle_limit = std::chrono::seconds(NumberParameter("IdleSeconds"));

@@ -53,6 +53,12 @@ class NodeFixture : public ::testing::Test, public IOutgoingSignalHandler {
   // What was fired since the last call.
   std::vector<std::string> TakeFired() { return std::exchange(fired_, {}); }
 
+  // As a workflow that takes the signal; else the node tells the user of failures.
+  void Map(const std::string& type, const std::string& output) {
+    const std::string path = "/WorkFlowEngine/WorkNodes/" + type + "/Instances/Instance/maps/" + output + "/map0";
+    ASSERT_TRUE(dictionary_->SetValue(path.c_str(), "Any,Any,any"));
+  }
+
   // The job that nodes without parameters work on.
   BackupJob Job() { return BackupJob(*dictionary_, "Default"); }
 

@@ -18,6 +18,11 @@ using namespace std::chrono_literals;
 
 class RunProgramTest : public NodeFixture {
  protected:
+  void SetUp() override {
+    NodeFixture::SetUp();
+    Map("RunProgram", "failed");
+    Map("RunProgram", "timed_out");
+  }
   template <class Value>
   void Set(const std::string& name, const Value& value) {
     ASSERT_TRUE(dictionary_->SetValue((kParameters + ("/" + name)).c_str(), value));

@@ -137,6 +137,14 @@ TEST_F(FileNodesTest, AStoppedCopyGoesOnWhereItWas) {
   EXPECT_FALSE(Exists("copy.part"));
 }
 
+TEST_F(FileNodesTest, AFileIsNoFolderToList) {
+  Write("a", "1");
+  Node("FileLister").SetParameter("Folder", File("a"));
+  MapFailed();
+  EXPECT_EQ(Do("list"), Signals{"failed"});
+  EXPECT_EQ(Problem(), "cannot list " + File("a") + ": not a folder");
+}
+
 TEST_F(FileNodesTest, DeletingIsExact) {
   Write("in/a.tmp", "1");
   Write("in/b", "1");

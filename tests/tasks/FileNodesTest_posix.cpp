@@ -61,6 +61,35 @@ TEST_F(FileNodesPosixTest, WhatIsNoFileIsRefusedAtOnce) {
   EXPECT_EQ(Problem(), "cannot read " + File("pipe") + ": not a plain file");
 }
 
+TEST_F(FileNodesPosixTest, ACopyReplacesFilesOnly) {
+  ASSERT_EQ(::mkfifo(File("pipe").c_str(), 0600), 0);
+  Write("a", "text");
+  Make("FileNodes", "TreeCopier").SetParameter("Source", File("a"));
+  bench_->SetParameter("Target", File("pipe"));
+  MapFailed();
+  for (const char* signal : {"copy", "move"}) {
+    EXPECT_EQ(Do(signal), Signals{"failed"});
+    EXPECT_EQ(Problem(), "cannot write " + File("pipe") + ": not a plain file");
+  }
+  EXPECT_TRUE(std::filesystem::is_fifo(File("pipe")));
+  EXPECT_EQ(Read("a"), "text");
+  Make("DataNodes", "JsonWriter").SetParameter("File", File("pipe"));
+  MapFailed();
+  bench_->Set("/Data/A", "1");
+  EXPECT_EQ(Do("write"), Signals{"failed"});
+  EXPECT_TRUE(std::filesystem::is_fifo(File("pipe"))) << Problem();
+}
+
+TEST_F(FileNodesPosixTest, AFileThatSaysThatItIsEmptyIsReadToItsEnd) {
+  Make("FileNodes", "TextReader").SetParameter("File", "/proc/self/status");
+  EXPECT_EQ(Do("read"), Signals{"read"}) << Problem();
+  EXPECT_THAT(bench_->TextAt("/Text"), HasSubstr("VmPeak"));
+  bench_->SetParameter("MostBytes", 100);
+  MapFailed();
+  EXPECT_EQ(Do("read"), Signals{"failed"});
+  EXPECT_THAT(Problem(), HasSubstr("is too large"));
+}
+
 TEST_F(FileNodesPosixTest, LinksOfADeletedFolderAreNotFollowed) {
   Write("kept/a", "1");
   Write("in/b", "1");

@@ -103,6 +103,22 @@ TEST_F(WebNodesTest, NobodyThereAndWrongAddressesFail) {
   EXPECT_THAT(Problem(), HasSubstr("127.0.0.1"));
 }
 
+TEST_F(WebNodesTest, ATextFromElsewhereBeginsNoHeader) {
+  const ScriptedServer server([](Peer& peer, int) { peer.Write(Answer("200 OK", "")); });
+  for (const char* type : {"HttpRequest", "Downloader"}) {
+    Node(type).SetParameter("Url", server.Url("/"));
+    bench_->SetParameter("File", File("got"));
+    SetListParameter("Headers", {"A: b\r\nHost: other"});
+    EXPECT_EQ(Do(std::string(type) == "Downloader" ? "download" : "request"), Signals{"failed"}) << type;
+    EXPECT_THAT(Problem(), HasSubstr("a header has more than one line")) << type;
+  }
+  Node("HttpRequest").SetParameter("Url", server.Url("/"));
+  bench_->SetParameter("Method", "GET / HTTP/1.1\r\nHost: other\r\n\r\nGET");
+  EXPECT_EQ(Do("request"), Signals{"failed"});
+  EXPECT_THAT(Problem(), HasSubstr("Method has more than one line"));
+  EXPECT_EQ(server.connections(), 0);
+}
+
 TEST_F(WebNodesTest, ARequestThatWaitsIsStopped) {
   const ScriptedServer server([](Peer& peer, int) { peer.Stall(); });
   Node("HttpRequest").SetParameter("Url", server.Url("/"));
