@@ -1,6 +1,8 @@
 #include <stdexcept>
 #include <vector>
 
+#include <optional>
+
 #include "OrvWorkFlow/sdk/FileReason.h"
 #include "nodes/data/DataFiles.h"
 #include "nodes/data/JsonMapping.h"
@@ -63,7 +65,9 @@ const char* JsonReader::DoTask(const std::string& /*task*/) {
   const auto most = static_cast<std::uint64_t>(NumberParameter("MostBytes"));
   const std::string text = ReadWholeFile(FileSystem(), name, most);
   try {
-    JsonToEntries(text, WorkflowDictionary(), TextParameter("Into"));
+    const bool is_read =
+        JsonToEntries(text, WorkflowDictionary(), TextParameter("Into"), [this] { return StopWanted(); });
+    if (!is_read) return nullptr;
   } catch (const std::runtime_error& error) {
     throw FileProblem(name + ": " + error.what());
   }
@@ -73,9 +77,11 @@ const char* JsonReader::DoTask(const std::string& /*task*/) {
 const char* JsonWriter::DoTask(const std::string& /*task*/) {
   const std::string name = TextParameter("File");
   LocalPath(FileSystem(), name);  // Throws for what is none.
-  const std::string text = EntriesToJson(WorkflowDictionary(), TextParameter("From"), NumberParameter("Indent"));
+  const std::optional<std::string> text = EntriesToJson(WorkflowDictionary(), TextParameter("From"),
+                                                        NumberParameter("Indent"), [this] { return StopWanted(); });
+  if (!text) return nullptr;
   IFileSystemA& files = FileSystem();
-  if (!files.ReplaceFileBytes(name.c_str(), text.data(), text.size())) {
+  if (!files.ReplaceFileBytes(name.c_str(), text->data(), text->size())) {
     throw FileProblem(Sdk::WithReason(files, "cannot write " + name));
   }
   return "written";

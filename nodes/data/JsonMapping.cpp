@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <cstdio>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -85,8 +87,6 @@ std::optional<ValueType> ListTypeOf(const Json& array) {
   }
 }
 
-void Write(const Json& json, IDictionary& dictionary, const std::string& path, int depth);
-
 void SetTexts(IDictionary& dictionary, const std::string& path, ValueType type,
               const std::vector<std::string>& values) {
   const Sdk::TextListHolder texts;
@@ -98,40 +98,68 @@ void Mark(IDictionary& dictionary, const std::string& path, const char* kind) {
   Expect(dictionary.SetAttribute(path.c_str(), kMark, kind), path);
 }
 
-void WriteArray(const Json& json, IDictionary& dictionary, const std::string& path, int depth) {
-  if (const std::optional<ValueType> type = ListTypeOf(json)) {
-    std::vector<std::string> values;
-    for (const Json& item : json) values.push_back(ScalarOf(item, path)->text);
-    SetTexts(dictionary, path, *type, values);
-    return;
-  }
-  Mark(dictionary, path, "array");
-  std::size_t number = 0;
-  for (const Json& item : json) Write(item, dictionary, path + "/i" + std::to_string(++number), depth + 1);
-}
+struct Stopped {};
 
-void Write(const Json& json, IDictionary& dictionary, const std::string& path, int depth) {
-  if (depth > kDeepest) throw std::runtime_error(path + ": more than " + std::to_string(kDeepest) + " levels");
-  if (const std::optional<Scalar> scalar = ScalarOf(json, path)) {
-    SetTexts(dictionary, path, scalar->type, {scalar->text});
-    if (scalar->is_marked) Mark(dictionary, path, "number");
-  } else if (json.is_array()) {
-    WriteArray(json, dictionary, path, depth);
-  } else if (json.is_null() || json.empty()) {
-    Mark(dictionary, path, json.is_null() ? "null" : "object");
-  } else {
-    for (const auto& [name, member] : json.items()) {
-      if (!IsName(name)) throw std::runtime_error(path + ": no entry can have the name \"" + name + "\"");
-      Write(member, dictionary, path + "/" + name, depth + 1);
+// Asks now and then whether to stop; throws Stopped.
+class StopWatch {
+ public:
+  explicit StopWatch(const std::function<bool()>& stop_wanted) : stop_wanted_(stop_wanted) {}
+  void Look() {
+    if (++steps_ % kSteps == 0 && stop_wanted_()) throw Stopped();
+  }
+
+ private:
+  static constexpr unsigned kSteps = 256;
+
+  const std::function<bool()>& stop_wanted_;
+  unsigned steps_ = 0;
+};
+
+class Writer {
+ public:
+  Writer(IDictionary& dictionary, StopWatch& watch) : dictionary_(dictionary), watch_(watch) {}
+
+  void Write(const Json& json, const std::string& path, int depth) {
+    watch_.Look();
+    if (depth > kDeepest) throw std::runtime_error(path + ": more than " + std::to_string(kDeepest) + " levels");
+    if (const std::optional<Scalar> scalar = ScalarOf(json, path)) {
+      SetTexts(dictionary_, path, scalar->type, {scalar->text});
+      if (scalar->is_marked) Mark(dictionary_, path, "number");
+    } else if (json.is_array()) {
+      WriteArray(json, path, depth);
+    } else if (json.is_null() || json.empty()) {
+      Mark(dictionary_, path, json.is_null() ? "null" : "object");
+    } else {
+      for (const auto& [name, member] : json.items()) {
+        if (!IsName(name)) throw std::runtime_error(path + ": no entry can have the name \"" + name + "\"");
+        Write(member, path + "/" + name, depth + 1);
+      }
     }
   }
-}
+
+ private:
+  void WriteArray(const Json& json, const std::string& path, int depth) {
+    if (const std::optional<ValueType> type = ListTypeOf(json)) {
+      std::vector<std::string> values;
+      for (const Json& item : json) values.push_back(ScalarOf(item, path)->text);
+      SetTexts(dictionary_, path, *type, values);
+      return;
+    }
+    Mark(dictionary_, path, "array");
+    std::size_t number = 0;
+    for (const Json& item : json) Write(item, path + "/i" + std::to_string(++number), depth + 1);
+  }
+
+  IDictionary& dictionary_;
+  StopWatch& watch_;
+};
 
 class Reader {
  public:
-  explicit Reader(IDictionary& dictionary) : dictionary_(dictionary) {}
+  Reader(IDictionary& dictionary, StopWatch& watch) : dictionary_(dictionary), watch_(watch) {}
 
   Json Read(const std::string& path, int depth) {
+    watch_.Look();
     if (depth > kDeepest) throw std::runtime_error(path + ": more than " + std::to_string(kDeepest) + " levels");
     const Sdk::TextListHolder names;
     if (!dictionary_.GetEntries(path.c_str(), names.get())) throw std::runtime_error("there is no entry " + path);
@@ -189,7 +217,39 @@ class Reader {
   }
 
   IDictionary& dictionary_;
+  StopWatch& watch_;
 };
+
+// The characters of a text; going through them can be stopped. (A callback of the parser would be slow: it looks at all
+// items of an array at the end of each.)
+struct WatchedCharacter {
+  using iterator_category = std::input_iterator_tag;
+  using value_type = char;
+  using difference_type = std::ptrdiff_t;
+  using pointer = const char*;
+  using reference = const char&;
+
+  const char& operator*() const { return *at; }
+  WatchedCharacter& operator++() {
+    watch->Look();
+    ++at;
+    return *this;
+  }
+  bool operator==(const WatchedCharacter& other) const { return at == other.at; }
+
+  const char* at;
+  StopWatch* watch;
+};
+
+Json Parsed(const std::string& json, StopWatch& watch) {
+  try {
+    return Json::parse(WatchedCharacter{json.data(), &watch}, WatchedCharacter{json.data() + json.size(), &watch});
+  } catch (const Json::parse_error& error) {
+    std::string why = error.what();
+    why.erase(0, why.find("] ") + 2);
+    throw std::runtime_error("this is no JSON: " + why);
+  }
+}
 
 struct Releaser {
   void operator()(IDictionary* dictionary) const { dictionary->Release(); }
@@ -197,27 +257,29 @@ struct Releaser {
 
 }  // namespace
 
-void JsonToEntries(const std::string& json, IDictionary& dictionary, const std::string& entry) {
-  Json parsed;
-  try {
-    parsed = Json::parse(json);
-  } catch (const Json::parse_error& error) {
-    std::string why = error.what();
-    why.erase(0, why.find("] ") + 2);
-    throw std::runtime_error("this is no JSON: " + why);
-  }
+bool JsonToEntries(const std::string& json, IDictionary& dictionary, const std::string& entry,
+                   const std::function<bool()>& stop_wanted) {
+  StopWatch watch(stop_wanted);
   // Built apart, so that the entry is the old one or the new one.
   const std::unique_ptr<IDictionary, Releaser> apart(dictionary.MakeDictionary());
   if (apart == nullptr) throw std::bad_alloc();
   const std::string top = "/J";
-  Write(parsed, *apart, top, 0);
+  try {
+    Writer(*apart, watch).Write(Parsed(json, watch), top, 0);
+  } catch (const Stopped&) {
+    return false;
+  }
   Expect(dictionary.CopySubtreeFrom(apart.get(), top.c_str(), entry.c_str()), entry);
+  return true;
 }
 
-std::string EntriesToJson(IDictionary& dictionary, const std::string& entry, int indent) {
-  const Json json = Reader(dictionary).Read(entry, 0);
+std::optional<std::string> EntriesToJson(IDictionary& dictionary, const std::string& entry, int indent,
+                                         const std::function<bool()>& stop_wanted) {
+  StopWatch watch(stop_wanted);
   try {
-    return json.dump(indent == 0 ? -1 : indent) + "\n";
+    return Reader(dictionary, watch).Read(entry, 0).dump(indent == 0 ? -1 : indent) + "\n";
+  } catch (const Stopped&) {
+    return std::nullopt;
   } catch (const Json::exception&) {
     throw std::runtime_error(entry + ": a text in it is no UTF-8");
   }

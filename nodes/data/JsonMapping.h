@@ -9,6 +9,8 @@
 //   null, empty object    an entry without a value, marked json="null", json="object"
 #pragma once
 
+#include <functional>
+#include <optional>
 #include <string>
 
 #include "OrvWorkFlow/IDictionary.h"
@@ -16,10 +18,13 @@
 namespace OrvWorkFlow::Nodes {
 
 // The entry becomes what the text says; it is replaced as a whole. Throws std::runtime_error, with the place in the
-// text or the member that no entry can hold, and leaves the entry alone then.
-void JsonToEntries(const std::string& json, IDictionary& dictionary, const std::string& entry);
+// text or the member that no entry can hold, and leaves the entry alone then; so it does when it is stopped: false.
+bool JsonToEntries(const std::string& json, IDictionary& dictionary, const std::string& entry,
+                   const std::function<bool()>& stop_wanted);
 
-// `indent` blanks a level; 0 puts all into one line. Throws std::runtime_error for what JSON cannot say.
-std::string EntriesToJson(IDictionary& dictionary, const std::string& entry, int indent);
+// `indent` blanks a level; 0 puts all into one line. Throws std::runtime_error for what JSON cannot say. Nothing when
+// it was stopped.
+std::optional<std::string> EntriesToJson(IDictionary& dictionary, const std::string& entry, int indent,
+                                         const std::function<bool()>& stop_wanted);
 
 }  // namespace OrvWorkFlow::Nodes

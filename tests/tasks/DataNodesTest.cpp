@@ -226,5 +226,20 @@ TEST_F(DataNodesTest, ATaskThatHasEndedIsNotResumed) {
   }
 }
 
+// It is read for longer than the test waits, and then from its beginning again.
+TEST_F(DataNodesTest, AStopIsNotKeptWaitingByAJsonFile) {
+  std::string json = "[{}";
+  for (int i = 0; i < 200000; ++i) json += ",{\"a\":" + std::to_string(i) + ",\"b\":\"text\"}";
+  Write("large.json", json + "]");
+  Make("DataNodes", "JsonReader").SetParameter("File", File("large.json"));
+  bench_->Signal("read");
+  std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  EXPECT_EQ(bench_->Stop(), "resume");
+  EXPECT_EQ(bench_->TakeFired(), Signals{});
+  EXPECT_EQ(bench_->TextAt("/Data/i2/b"), "");
+  EXPECT_EQ(Do("resume"), Signals{"read"}) << Problem();
+  EXPECT_EQ(bench_->TextAt("/Data/i2/b"), "text");
+}
+
 }  // namespace
 }  // namespace orv_test
