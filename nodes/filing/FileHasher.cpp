@@ -43,6 +43,7 @@ const char* FileHasher::DoTask(const std::string& /*task*/) {
   const std::string name = TextParameter("File");
   const std::unique_ptr<Digest> digest = Digest::Make(TextParameter("Kind"));
   LocalFile file(LocalPath(FileSystem(), name), LocalFile::Mode::Read, name);
+  const std::uint64_t whole = file.Size();
   std::vector<char> piece(kPiece);
   std::int64_t size = 0;
   while (const std::size_t count = file.Read(piece.data(), piece.size())) {
@@ -50,6 +51,7 @@ const char* FileHasher::DoTask(const std::string& /*task*/) {
     digest->Add(piece.data(), count);
     size += static_cast<std::int64_t>(count);
   }
+  if (static_cast<std::uint64_t>(size) < whole) throw FileProblem(name + " became shorter while it was read");
   const std::string hash = digest->Text();
   const std::string expected = OptionalText("Expected");
   Record().SetText("Hash", hash);

@@ -53,6 +53,21 @@ TEST_F(FileNodesPosixTest, FilesOfMoreThanFourGibAreCountedMovedAndStopped) {
   EXPECT_EQ(Problem(), File("out/huge") + " is too large: 4294967301 bytes; MostBytes is 16777216");
 }
 
+// Long enough to be cut while it is read.
+TEST_F(FileNodesPosixTest, AFileThatIsCutWhileItIsReadHasNoHash) {
+  Write("huge", "");
+  ASSERT_EQ(::truncate(File("huge").c_str(), off_t{4} << 30), 0);
+  Make("FileNodes", "FileHasher").SetParameter("File", File("huge"));
+  MapFailed();
+  bench_->Signal("hash");
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  ASSERT_EQ(::truncate(File("huge").c_str(), 1000), 0);
+  EXPECT_TRUE(bench_->WaitUntilIdle());
+  EXPECT_EQ(bench_->TakeFired(), Signals{"failed"});
+  EXPECT_EQ(Problem(), File("huge") + " became shorter while it was read");
+  EXPECT_EQ(Said("Hash"), "");
+}
+
 TEST_F(FileNodesPosixTest, WhatIsNoFileIsRefusedAtOnce) {
   ASSERT_EQ(::mkfifo(File("pipe").c_str(), 0600), 0);
   Make("FileNodes", "TextReader").SetParameter("File", File("pipe"));
