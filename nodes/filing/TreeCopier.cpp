@@ -167,29 +167,38 @@ bool TreeCopier::Transfer(const Pair& pair, bool moves, bool overwrites, bool co
   return true;
 }
 
+// A part with which nothing goes on takes no room on the disk.
 bool TreeCopier::CopyWhole(const Pair& pair, const FileState& state) {
+  bool is_open = false;
+  try {
+    if (!FillPart(pair, state, is_open)) return false;
+  } catch (const FileProblem&) {
+    std::error_code error;
+    if (is_open) std::filesystem::remove(PartOf(pair.target), error);
+    throw;
+  }
+  std::error_code error;
+  const std::filesystem::path part = PartOf(pair.target);
+  const std::filesystem::perms permissions = std::filesystem::status(pair.source, error).permissions();
+  if (!error) std::filesystem::permissions(part, permissions | std::filesystem::perms::owner_write, error);
+  RenamePath(part, pair.target, pair.shown_target);
+  return true;
+}
+
+bool TreeCopier::FillPart(const Pair& pair, const FileState& state, bool& is_open) {
   Sdk::NodeRecord record = Record();
-  const std::filesystem::path part_path = PartOf(pair.target);
   const bool same = record.Text("Name") == pair.name && record.Number("PartChanged") == state.changed &&
                     record.Number("PartSize") == static_cast<std::int64_t>(state.size);
   auto done = same ? static_cast<std::uint64_t>(record.Number("PartBytes")) : 0;
-  {
-    LocalFile from(pair.source, LocalFile::Mode::Read, pair.shown_source);
-    LocalFile part(part_path, LocalFile::Mode::Write, pair.shown_target + ".part");
-    if (part.Size() < done) done = 0;
-    part.CutAt(done);
-    record.SetText("Name", pair.name);
-    record.SetNumber("PartChanged", state.changed);
-    record.SetNumber("PartSize", static_cast<std::int64_t>(state.size));
-    if (!CopyPieces(from, part, done, state.size)) return false;
-  }
-  std::error_code error;
-  const std::filesystem::perms permissions = std::filesystem::status(pair.source, error).permissions();
-  if (!error) {
-    std::filesystem::permissions(part_path, permissions | std::filesystem::perms::owner_write, error);
-  }
-  RenamePath(part_path, pair.target, pair.shown_target);
-  return true;
+  LocalFile from(pair.source, LocalFile::Mode::Read, pair.shown_source);
+  LocalFile part(PartOf(pair.target), LocalFile::Mode::Write, pair.shown_target + ".part");
+  is_open = true;
+  if (part.Size() < done) done = 0;
+  part.CutAt(done);
+  record.SetText("Name", pair.name);
+  record.SetNumber("PartChanged", state.changed);
+  record.SetNumber("PartSize", static_cast<std::int64_t>(state.size));
+  return CopyPieces(from, part, done, state.size);
 }
 
 bool TreeCopier::CopyPieces(LocalFile& from, LocalFile& part, std::uint64_t done, std::uint64_t size) {

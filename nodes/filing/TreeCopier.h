@@ -37,6 +37,7 @@ class TreeCopier final : public TaskNode {
   bool PlanFolder(const std::string& source, const std::string& target, std::vector<Pair>& pairs);
   bool Transfer(const Pair& pair, bool moves, bool overwrites, bool continues);
   bool CopyWhole(const Pair& pair, const FileState& state);
+  bool FillPart(const Pair& pair, const FileState& state, bool& is_open);
   bool IsSame(const Pair& pair) const;
   bool CopyPieces(LocalFile& from, LocalFile& part, std::uint64_t done, std::uint64_t size);
 };

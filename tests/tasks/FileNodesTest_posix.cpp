@@ -53,6 +53,22 @@ TEST_F(FileNodesPosixTest, FilesOfMoreThanFourGibAreCountedMovedAndStopped) {
   EXPECT_EQ(Problem(), File("out/huge") + " is too large: 4294967301 bytes; MostBytes is 16777216");
 }
 
+TEST_F(FileNodesPosixTest, ACopyThatFailsLeavesNoPart) {
+  Write("huge", "");
+  ASSERT_EQ(::truncate(File("huge").c_str(), off_t{4} << 30), 0);
+  Make("FileNodes", "TreeCopier").SetParameter("Source", File("huge"));
+  bench_->SetParameter("Target", File("copy"));
+  MapFailed();
+  bench_->Signal("copy");
+  EXPECT_TRUE(WaitUntil([&] { return Exists("copy.part"); }));
+  ASSERT_EQ(::truncate(File("huge").c_str(), 1000), 0);
+  EXPECT_TRUE(bench_->WaitUntilIdle());
+  EXPECT_EQ(bench_->TakeFired(), Signals{"failed"});
+  EXPECT_EQ(Problem(), "huge became shorter while it was read");
+  EXPECT_FALSE(Exists("copy.part"));
+  EXPECT_FALSE(Exists("copy"));
+}
+
 // Long enough to be cut while it is read.
 TEST_F(FileNodesPosixTest, AFileThatIsCutWhileItIsReadHasNoHash) {
   Write("huge", "");
