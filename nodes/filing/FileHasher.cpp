@@ -6,6 +6,7 @@
 #include "OrvWorkFlow/sdk/ParameterValue.h"
 #include "nodes/digest/Digest.h"
 #include "nodes/files/LocalFile.h"
+#include "nodes/task/MappedSignal.h"
 
 namespace OrvWorkFlow::Nodes {
 
@@ -17,7 +18,7 @@ constexpr NodeInput kInputs[] = {
 };
 constexpr NodeOutput kOutputs[] = {
     {"hashed", false, "Hash has it, and it is what was expected"},
-    {"differs", false, "it is not what was expected"},
+    {"differs", false, "it is not what was expected; the user is told where nothing takes it"},
     kFailedOutput,
 };
 constexpr NodeParameter kParameters[] = {
@@ -56,7 +57,11 @@ const char* FileHasher::DoTask(const std::string& /*task*/) {
   const std::string expected = OptionalText("Expected");
   Record().SetText("Hash", hash);
   Record().SetNumber("Size", size);
-  return expected.empty() || Sdk::Parameters::EqualIgnoringCase(expected, hash) ? "hashed" : "differs";
+  if (expected.empty() || Sdk::Parameters::EqualIgnoringCase(expected, hash)) return "hashed";
+  if (!IsMapped(WorkflowDictionary(), TypeName(), InstanceName(), "differs")) {
+    TellUser(name + " is not what was expected: its hash is " + hash);
+  }
+  return "differs";
 }
 
 }  // namespace OrvWorkFlow::Nodes

@@ -63,6 +63,10 @@ TEST_F(FileNodesTest, HashesAreThoseOfOtherPrograms) {
   bench_->SetParameter("Expected", "352441c3");
   EXPECT_EQ(Do("hash"), Signals{"differs"});
   EXPECT_EQ(Said("Hash"), "352441c2");
+  EXPECT_EQ(bench_->TakeMessages().size(), 1u) << "nothing takes it, so the user is told";
+  bench_->Set("/WorkFlowEngine/WorkNodes/FileHasher/Instances/Bench/maps/differs/map0", "Any,Any,any");
+  EXPECT_EQ(Do("hash"), Signals{"differs"});
+  EXPECT_EQ(bench_->TakeMessages(), std::vector<std::string>{});
   bench_->SetParameter("Kind", "xxh3");
   bench_->SetParameter("Expected", "78af5f94892f3950");
   EXPECT_EQ(Do("hash"), Signals{"hashed"});
