@@ -72,7 +72,7 @@ std::string ReadWholeFile(IFileSystemA& file_system, const std::string& name, st
   const std::uint64_t size = file.Size();
   check(size);
   // Files that the system makes up say that they are empty.
-  constexpr std::size_t kMore = 64 * 1024;
+  constexpr std::size_t kMore = std::size_t{64} << 10;
   std::string bytes(static_cast<std::size_t>(size), '\0');
   bytes.resize(file.Read(bytes.data(), bytes.size()));
   for (std::size_t end = bytes.size(), count = kMore; count == kMore; end += count) {
