@@ -2,9 +2,16 @@
 
 #include <algorithm>
 #include <chrono>
+#include <new>
 #include <stdexcept>
 #include <thread>
 
+#include "OrvWorkFlow/IWorkFlowEngine.h"
+#include "OrvWorkFlow/Names.h"
+#include "OrvWorkFlow/WorkflowSchema.h"
+#include "OrvWorkFlow/sdk/GlobalObject.h"
+#include "base/dictionary/DictionaryReading.h"
+#include "base/text/Counting.h"
 #include "nodes/bridge/BridgeEnd.h"
 #include "nodes/bridge/BridgeLetter.h"
 #include "nodes/bridge/BridgeSettings.h"
@@ -22,6 +29,10 @@ constexpr NodeInput kInputs[] = {
     {"rebind",
      "another receiver may take over, and a bridge that was halted goes on: what was sent and not acknowledged "
      "may then be delivered to both"},
+    {"parked",
+     "comes from the node itself when dead is not mapped: fails while there are dead letters, so that the state is "
+     "kept "
+     "with them"},
     {"resume", "goes on after a stop"},
 };
 constexpr NodeOutput kOutputs[] = {
@@ -51,6 +62,11 @@ constexpr char kHalted[] = "Halted";
 constexpr char kConnection[] = "Connection";
 constexpr char kFullAt[] = "FullAt";
 constexpr char kDrainedAt[] = "DrainedAt";
+constexpr char kDead[] = "Dead";
+constexpr char kDeadNumber[] = "DeadNumber";
+constexpr char kDeadReason[] = "DeadReason";
+constexpr char kDeadTold[] = "DeadTold";
+constexpr char kParked[] = "parked";
 constexpr std::size_t kMostUnderWay = 2 * Bridge::kMostLetter;
 constexpr std::uint64_t kMostAtOnce = 64;
 constexpr std::chrono::milliseconds kIdleWait{10};
@@ -79,7 +95,33 @@ bool BridgeOut::OnSignal(std::string_view signal) {
     rebinds_ = true;
   }
   StartWork();
+  if (signal == kParked) TellParked();
   return true;
+}
+
+// The signal fails, and is kept with the state.
+void BridgeOut::TellParked() {
+  Sdk::NodeRecord record = Record();
+  record.SetNumber(kDeadTold, record.Number(kDeadNumber));
+  const std::size_t count = Base::NamesBelow(WorkflowDictionary(), record.PathOf(kDead)).size();
+  if (count == 0) return;
+  throw std::runtime_error("the other end has refused " + Base::Counted(count, "signal") + ", the last one because " +
+                           record.Text(kDeadReason) + "; orvflow bridge lists, retries and drops them");
+}
+
+// Once for what was refused since the last time. A workflow that takes dead sees to the letters itself.
+void BridgeOut::AskForParked() {
+  const Sdk::NodeRecord record = Record();
+  const std::int64_t last = record.Number(kDeadNumber);
+  if (last <= std::max(asked_, record.Number(kDeadTold))) return;
+  const std::string maps = std::string(WorkflowSchema::kWorkNodes) + "/" + TypeName() + WorkflowSchema::kInstances +
+                           "/" + InstanceName() + WorkflowSchema::kMaps + "/dead";
+  std::size_t mapped = 0;
+  if (WorkflowDictionary().CountEntries(maps.c_str(), &mapped) && mapped > 0) return;
+  auto* const engine = Sdk::FindGlobal<IWorkFlowEngine>(ObjectNames::kWorkFlowEngine, InterfaceNames::kWorkFlowEngine);
+  if (engine == nullptr) return;
+  if (!engine->QueueInputSignal(TypeName().c_str(), InstanceName().c_str(), kParked)) throw std::bad_alloc();
+  asked_ = last;
 }
 
 void BridgeOut::Send() {
@@ -143,7 +185,10 @@ Sdk::WorkerNode::Outcome BridgeOut::Work() {
   while (!StopWanted()) {
     try {
       if (!Record().Text(kHalted).empty() && !WaitHalted()) break;
-      if (outbox_.Count() == 0 && !rebinds_ && EndWork()) return Outcome::Done;
+      if (outbox_.Count() == 0 && !rebinds_) {
+        AskForParked();
+        if (EndWork()) return Outcome::Done;
+      }
       Sdk::NodeRecord record = Record();
       const Bridge::Id id = Bridge::IdOf(record);
       const Bridge::ParameterReader reader{[this](const char* name) { return TextParameter(name); },
@@ -214,6 +259,7 @@ Sdk::WorkerNode::Outcome BridgeOut::Talk(Transport& transport) {
     if (Bridge::Now() - settled_at < kLinger) continue;
     transport.Send(AddressOf(TextParameter("Bridge")), Bridge::Encode(sender.Farewell()));
     transport.Close();
+    AskForParked();
     if (EndWork()) return Outcome::Done;
     break;
   }
@@ -258,8 +304,8 @@ void BridgeOut::Apply(const Sender& sender, const Sender::Change& change) {
   for (const Bridge::Refusal& refusal : change.refusals) {
     HoldChanges();
     outbox_.Park(record, refusal.number, refusal.reason);
-    record.SetNumber("DeadNumber", static_cast<std::int64_t>(refusal.number));
-    record.SetText("DeadReason", refusal.reason);
+    record.SetNumber(kDeadNumber, static_cast<std::int64_t>(refusal.number));
+    record.SetText(kDeadReason, refusal.reason);
     FireOutput("dead");
   }
   if (change.is_settled) outbox_.Settle(record, sender.standing().first);

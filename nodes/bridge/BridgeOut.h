@@ -3,11 +3,12 @@
 //
 // Below /BridgeOut/<instance>: Id, Epoch, Receiver, Sent, and what Outbox.h says; FullAt and DrainedAt, the numbers at
 // which it was full and is not any more; Dead/N<number>, what the other end has refused, with the Reason, and
-// DeadNumber and DeadReason of the last one; Halted, why nothing is sent any more; Connection, why nothing can be sent
-// now.
+// DeadNumber and DeadReason of the last one, and DeadTold, up to which one "parked" has told; Halted, why nothing is
+// sent any more; Connection, why nothing can be sent now.
 #pragma once
 
 #include <atomic>
+#include <cstdint>
 #include <mutex>
 #include <string>
 
@@ -29,6 +30,8 @@ class BridgeOut final : public Sdk::WorkerNode {
   Outcome Work() override;
 
   void Send();
+  void TellParked();
+  void AskForParked();
   void StartWork();
   bool EndWork();
   Outcome Talk(Bridge::Transport& transport);
@@ -45,6 +48,7 @@ class BridgeOut final : public Sdk::WorkerNode {
   std::mutex work_mutex_;  // A leaf.
   bool works_ = false;     // a thread sees to what is in the outbox
   std::atomic<bool> rebinds_ = false;
+  std::int64_t asked_ = 0;  // of the thread: the dead letter up to which "parked" is on its way
 };
 
 }  // namespace OrvWorkFlow::Nodes

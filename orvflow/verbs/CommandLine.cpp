@@ -104,6 +104,7 @@ constexpr VerbMaker kVerbMakers[] = {
     {"run", MakeRunVerb},
     {"status", MakeStatusVerb},
     {"failed", MakeFailedVerb},  // of runs that have ended
+    {"bridge", MakeBridgeVerb},
     {"history", MakeHistoryVerb},
     {"why", MakeWhyVerb},
     {"show", MakeShowVerb},

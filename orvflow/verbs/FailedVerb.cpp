@@ -3,22 +3,14 @@
 #include <charconv>
 #include <cstdint>
 #include <new>
-#include <optional>
 #include <set>
 #include <vector>
 
-#include "OrvWorkFlow/WorkflowSchema.h"
-#include "OrvWorkFlow/host/WorkflowHost.h"
-#include "base/dictionary/DictionaryReading.h"
 #include "base/text/Counting.h"
 #include "base/text/Suggestion.h"
-#include "host/files/HostFiles.h"
-#include "host/state/RunRecords.h"
 #include "orvflow/failed/KeptList.h"
-#include "orvflow/files/FileLoading.h"
+#include "orvflow/failed/KeptState.h"
 #include "orvflow/files/KeyFile.h"
-#include "orvflow/run/FlowSource.h"
-#include "orvflow/run/StateRecord.h"
 #include "orvflow/shell/CommandDescription.h"
 #include "orvflow/terminal/StandardStreams.h"
 #include "orvflow/verbs/Verb.h"
@@ -27,12 +19,10 @@ namespace OrvWorkFlow::Program {
 
 namespace {
 
-constexpr Host::StateWords kWords = {
-    .argument = "failed: --state ",
-    .option = " with --state",
-    .begin_anew = "begin anew with orvflow run --fresh",
-    .key = "--key-file",
-};
+constexpr KeptState::Words kWords = {
+    "failed", "failed: --state ",
+    "there is no saved state: the last run of the workflow has left nothing that failed, or its state "
+    "is elsewhere (--state names it)"};
 
 class FailedVerb final : public Verb {
  public:
@@ -44,12 +34,9 @@ class FailedVerb final : public Verb {
 
   void ReadWords();
   void ReadNumbers();
-  void CheckFlow() const;
-  void ReadState(const Host::WorkflowHost& host, const Host::StateFile& state, IDictionary& dictionary) const;
-  void List(const Host::WorkflowHost& host, const Host::StateFile& state, const StateRecord& record) const;
-  void Change(const Host::WorkflowHost& host, const Host::StateFile& state, StateRecord& record) const;
-  void CheckNumbers(const KeptList& list, const Host::StateFile& state) const;
-  void Save(const Host::StateFile& state, IDictionary& dictionary, bool is_finished) const;
+  void List(const KeptState& state) const;
+  void Change(KeptState& state) const;
+  void CheckNumbers(const KeptList& list, const KeptState& state) const;
   std::string Describe(const KeptList& before, const KeptList& after) const;
 
   std::string flow_;
@@ -86,18 +73,11 @@ FailedVerb::FailedVerb(CLI::App& program)
 
 ExitCode FailedVerb::Execute() {
   ReadWords();
-  CheckFlow();
-  std::optional<KeyFile> key;  // The host uses it to its end.
-  if (!key_file_.empty()) key.emplace(key_file_);
-  Host::WorkflowHost host;
-  host.TellWith(PrintErrorLine);
-  if (key) host.UseKey(key->key());
-  const Host::StateFile state(flow_, state_file_, PrintErrorLine, kWords);
-  StateRecord record(host, state, flow_);
+  KeptState state({flow_, state_file_, key_file_}, kWords);
   if (action_ == Action::List) {
-    List(host, state, record);
+    List(state);
   } else {
-    Change(host, state, record);
+    Change(state);
   }
   return ExitCode::Done;
 }
@@ -132,51 +112,17 @@ void FailedVerb::ReadNumbers() {
   }
 }
 
-void FailedVerb::CheckFlow() const {
-  if (!IsStandardStream(flow_)) {
-    if (Host::FindFileKind(Host::MakeAbsolutePath(flow_)) != Host::FileKind::Missing) return;
-    throw FileError(ExitCode::Failed, flow_, "", "no such file");
-  }
-  if (state_file_.empty()) {
-    throw UsageError("a flow from standard input is known by its state; name that with --state");
-  }
-}
-
-// A flow from standard input is not asked for: the state alone says whose it is.
-void FailedVerb::ReadState(const Host::WorkflowHost& host, const Host::StateFile& state,
-                           IDictionary& dictionary) const {
-  if (!state.Exists()) {
-    throw FileError(ExitCode::Failed, state.shown_name(), "",
-                    "there is no saved state: the last run of the workflow has left nothing that failed, or its state "
-                    "is elsewhere (--state names it)");
-  }
-  std::string name;
-  const Host::WorkflowHost::OwnedDictionary flow = host.MakeDictionary();
-  if (IsStandardStream(flow_)) {
-    Host::LoadDictionary(*flow, state.path(), state.shown_name(), {.key = kWords.key, .tell = {}});
-  } else {
-    ReadFlow(*flow, Host::MakeAbsolutePath(flow_), flow_);
-  }
-  state.Read(dictionary, Base::TextAt(*flow, WorkflowSchema::kWorkFlowName));
-}
-
-void FailedVerb::List(const Host::WorkflowHost& host, const Host::StateFile& state, const StateRecord& record) const {
-  Host::WorkflowHost::OwnedDictionary dictionary = host.MakeDictionary();
-  if (record.Look(*dictionary)) {
-    PrintErrorLine(flow_ + ": the run before was cut off; shown is where the next one goes on");
-  } else {
-    dictionary = host.MakeDictionary();
-    ReadState(host, state, *dictionary);
-  }
+void FailedVerb::List(const KeptState& state) const {
+  const KeptState::OwnedDictionary dictionary = state.Look();
   const KeptList list = ReadKeptList(*dictionary);
   if (as_json_) {
-    WriteStandardOutput(KeptListAsJson(list, flow_, state.shown_name()));
+    WriteStandardOutput(KeptListAsJson(list, state.flow(), state.shown_name()));
   } else {
     WriteStandardOutput(Visible(state.shown_name()) + ": " + CountedKept(list) + "\n" + KeptListAsText(list));
   }
 }
 
-void FailedVerb::CheckNumbers(const KeptList& list, const Host::StateFile& state) const {
+void FailedVerb::CheckNumbers(const KeptList& list, const KeptState& state) const {
   for (const std::uint32_t number : numbers_) {
     const auto has_number = [&](const KeptSignal& signal) { return signal.number == number; };
     if (std::any_of(list.signals.begin(), list.signals.end(), has_number)) continue;
@@ -186,21 +132,8 @@ void FailedVerb::CheckNumbers(const KeptList& list, const Host::StateFile& state
   }
 }
 
-// Whether a run that continues the state had anything to do.
-bool HasWork(IDictionary& state) {
-  const std::string start = std::string(WorkflowSchema::kStartSignal) + WorkflowSchema::kReceiverTypeName;
-  return !Base::NamesBelow(state, WorkflowSchema::kSignalQueue).empty() ||
-         !Base::NamesBelow(state, WorkflowSchema::kRebootSignals).empty() || !Base::TextAt(state, start).empty();
-}
-
-void FailedVerb::Change(const Host::WorkflowHost& host, const Host::StateFile& state, StateRecord& record) const {
-  if (!state.CanBeWritten()) {
-    throw FileError(ExitCode::Failed, state.shown_name(), "", "cannot be changed: " + state.why_not_written());
-  }
-  const bool was_cut_off = record.IsThere() || Host::WasCutOff(state);
-  if (record.Recover()) record.Remove();
-  const Host::WorkflowHost::OwnedDictionary dictionary = host.MakeDictionary();
-  ReadState(host, state, *dictionary);
+void FailedVerb::Change(KeptState& state) const {
+  const KeptState::OwnedDictionary dictionary = state.Open();
   const KeptList before = ReadKeptList(*dictionary);
   CheckNumbers(before, state);
   const ChooseNumber choose =
@@ -209,23 +142,14 @@ void FailedVerb::Change(const Host::WorkflowHost& host, const Host::StateFile& s
     throw std::bad_alloc();
   }
   const KeptList after = ReadKeptList(*dictionary);
-  // Else the next run has to see how the one before ended.
-  const bool is_finished = action_ == Action::Drop && after.Count() == 0 && !was_cut_off && !HasWork(*dictionary);
-  if (before.Count() != after.Count()) Save(state, *dictionary, is_finished);
+  const bool is_finished = action_ == Action::Drop && after.Count() == 0 && state.IsFinished(*dictionary);
+  if (before.Count() != after.Count() && is_finished) state.Remove();
+  if (before.Count() != after.Count() && !is_finished) state.Save(*dictionary);
   WriteStandardOutput(Visible(state.shown_name()) + ": " + Describe(before, after) +
                       (before.Count() != 0 && is_finished ? "; nothing is left to do: the state is removed, and the "
                                                             "next run begins anew"
                                                           : "") +
                       "\n");
-}
-
-void FailedVerb::Save(const Host::StateFile& state, IDictionary& dictionary, bool is_finished) const {
-  if (is_finished) {
-    const std::string why = state.Remove();
-    if (!why.empty()) throw FileError(ExitCode::Failed, state.shown_name(), "", "cannot be removed: " + why);
-  } else if (!state.Save([&](const char* file) { return dictionary.SaveFile(file); })) {
-    throw FileError(ExitCode::Failed, state.shown_name(), "", "the state cannot be written; it is as it was");
-  }
 }
 
 // What was done.

@@ -34,6 +34,7 @@ class Verb {
 
 std::unique_ptr<Verb> MakeRunVerb(CLI::App& program);
 std::unique_ptr<Verb> MakeFailedVerb(CLI::App& program);
+std::unique_ptr<Verb> MakeBridgeVerb(CLI::App& program);
 std::unique_ptr<Verb> MakeCheckVerb(CLI::App& program);
 std::unique_ptr<Verb> MakeGraphVerb(CLI::App& program);
 std::unique_ptr<Verb> MakeHistoryVerb(CLI::App& program);
