@@ -3,8 +3,10 @@
 
 #include <atomic>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <string>
+#include <utility>
 
 namespace OrvWorkFlow::Runtime {
 
@@ -69,11 +71,16 @@ class NamedEvents {
     const Event* const first = FindFirst();
     return first != nullptr ? first->posts() : 0;
   }
-  // Taker. Null is an event without a name. There must be a waiting one.
-  const Event* TakeFirst() noexcept;
+  // Taker. The waiting event that is the first in line; null when none waits that has a name.
+  Event* FindFirst() const noexcept;
+  // Taker. What FindFirst gave, null for an event without a name. There must be a waiting one.
+  void Take(Event* first) noexcept;
 
  private:
-  Event* FindFirst() const noexcept;
+  // Turns are counted in a circle; those of waiting events are never further apart than there are names.
+  static bool IsBefore(std::uint16_t turn, std::uint16_t other) noexcept {
+    return static_cast<std::int16_t>(static_cast<std::uint16_t>(turn - other)) < 0;
+  }
   std::uint16_t TurnAfterAllBut(const Event* event) const noexcept;
   std::uint64_t AfterPost(const Event* event, std::uint64_t state) const noexcept;
 
@@ -82,5 +89,70 @@ class NamedEvents {
   std::atomic<Event*> newest_ = nullptr;
   std::atomic<bool> nameless_waits_ = false;
 };
+
+// Every signal passes through what follows.
+
+inline NamedEvents::Event* NamedEvents::Find(const char* name) const noexcept {
+  Event* event = newest_.load();
+  while (event != nullptr && std::strcmp(event->name_.c_str(), name) != 0) {
+    event = event->next_known_.get();
+  }
+  return event;
+}
+
+// Who posts two events one after the other finds the first one waiting, or taken.
+inline std::uint16_t NamedEvents::TurnAfterAllBut(const Event* event) const noexcept {
+  bool found = false;
+  std::uint16_t last = 0;
+  for (const Event* other = newest_.load(); other != nullptr; other = other->next_known_.get()) {
+    const std::uint64_t state = other->state_.load();
+    if (other == event || (state & Event::kWaiting) == 0) {
+      continue;
+    }
+    if (!std::exchange(found, true) || IsBefore(last, Event::TurnOf(state))) {
+      last = Event::TurnOf(state);
+    }
+  }
+  return found ? static_cast<std::uint16_t>(last + 1) : last;
+}
+
+inline std::uint64_t NamedEvents::AfterPost(const Event* event, std::uint64_t state) const noexcept {
+  state += Event::kOnePost;
+  if ((state & Event::kWaiting) != 0) {
+    return state;
+  }
+  return state % Event::kOneTurn + TurnAfterAllBut(event) * Event::kOneTurn + Event::kWaiting;
+}
+
+inline bool NamedEvents::PostUnlessAsleep(Event* event) noexcept {
+  std::uint64_t state = event->state_.load(std::memory_order_relaxed);
+  do {
+    if ((state & (Event::kAsleep | Event::kWaiting)) == Event::kAsleep) {
+      return false;
+    }
+  } while (!event->state_.compare_exchange_weak(state, AfterPost(event, state)));
+  return true;
+}
+
+inline NamedEvents::Event* NamedEvents::FindFirst() const noexcept {
+  Event* first = nullptr;
+  std::uint16_t turn = 0;
+  for (Event* event = newest_.load(); event != nullptr; event = event->next_known_.get()) {
+    const std::uint64_t state = event->state_.load();
+    if ((state & Event::kWaiting) != 0 && (first == nullptr || IsBefore(Event::TurnOf(state), turn))) {
+      first = event;
+      turn = Event::TurnOf(state);
+    }
+  }
+  return first;
+}
+
+inline void NamedEvents::Take(Event* first) noexcept {
+  if (first == nullptr) {
+    nameless_waits_ = false;
+  } else {
+    first->state_.fetch_and(~Event::kWaiting);
+  }
+}
 
 }  // namespace OrvWorkFlow::Runtime

@@ -30,15 +30,36 @@ PrimitiveSource GetPrimitiveSource() {
   return state.source;
 }
 
+// Leaves the processor to what else it does, for some ten cycles.
+void Pause() noexcept {
+#if __has_builtin(__builtin_ia32_pause)
+  __builtin_ia32_pause();
+#endif
+}
+
 // A lock that fails leaves nothing to go on with: the operations are noexcept.
 class RuntimeMutex final : public Mutex {
  public:
-  void Lock() noexcept override ORV_NO_THREAD_CHECK { mutex_.lock(); }
+  void Lock() noexcept override ORV_NO_THREAD_CHECK {
+    if (!mutex_.try_lock()) LockAfterPauses();
+  }
   void Unlock() noexcept override ORV_NO_THREAD_CHECK { mutex_.unlock(); }
   bool TryLock() noexcept override ORV_NO_THREAD_CHECK { return mutex_.try_lock(); }
   void Release() noexcept override { delete this; }
 
  private:
+  // Who sleeps at once costs the holder a call of the system, and itself the time to be woken. A thread that fires and
+  // the pump, which hold the engine mutex for hardly a moment, would do that at each signal as soon as they fall into
+  // step.
+  [[gnu::noinline]] void LockAfterPauses() noexcept ORV_NO_THREAD_CHECK {
+    constexpr int kMostPauses = 32;  // in all about a microsecond
+    for (int pauses = 1; pauses <= kMostPauses; pauses *= 2) {
+      for (int i = 0; i < pauses; ++i) Pause();
+      if (mutex_.try_lock()) return;
+    }
+    mutex_.lock();
+  }
+
   Base::RecursiveMutex mutex_;
 };
 

@@ -96,20 +96,29 @@ void RuntimeThread::PostNamedEvent(const char* name) {
 }
 
 bool RuntimeThread::WaitForEvent(IOrvPString* name) {
-  const auto is_there = [this] { return events_.HasWaiting(); };
-  if (!is_there()) {
-    const auto count = [this] { return events_.PostsOfFirst(); };
-    short_wait_.WaitFor(is_there, count);
-    if (!is_there()) {
-      short_wait_.SleepFor([&] { Sleep(); }, is_there, count);
-    }
+  NamedEvents::Event* event = events_.FindFirst();
+  if (event == nullptr) {
+    WaitUntilPosted();
+    event = events_.FindFirst();
   }
-  const NamedEvents::Event* const event = events_.TakeFirst();
+  events_.Take(event);
   if (name == nullptr) {
     return true;
   }
   const std::string_view taken = event != nullptr ? event->name() : std::string_view();  // Never forgotten.
   return name->Assign(taken.data(), taken.size());
+}
+
+void RuntimeThread::WaitUntilPosted() {
+  const auto is_there = [this] { return events_.HasWaiting(); };
+  if (is_there()) {
+    return;
+  }
+  const auto count = [this] { return events_.PostsOfFirst(); };
+  short_wait_.WaitFor(is_there, count);
+  if (!is_there()) {
+    short_wait_.SleepFor([&] { Sleep(); }, is_there, count);
+  }
 }
 
 void RuntimeThread::Sleep() {

@@ -33,6 +33,7 @@ class RuntimeThread final : public OrvBase::Thread {
 
   bool StartSystemThread() ORV_REQUIRES(start_mutex_);
   void Run(Procedure procedure, void* argument) noexcept;
+  void WaitUntilPosted();
   void Sleep();
   void DropShare() noexcept;
 

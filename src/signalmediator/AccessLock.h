@@ -1,6 +1,7 @@
 // The mediator's access lock: re-entrant, from the host's runtime, and counted per thread.
 #pragma once
 
+#include "CoreObjects/MediatorLockDepth.h"
 #include "OrvWorkFlow/OrvBase.h"
 #include "base/lock/RecursiveMutex.h"
 #include "base/lock/ThreadSafety.h"
@@ -69,8 +70,16 @@ class ORV_CAPABILITY AccessLock {
   };
 
  private:
-  void Acquire();
-  void GiveBack();
+  void Acquire() {
+    if (mutex_ == nullptr) return;
+    mutex_->Lock();
+    ++MediatorLockDepth();
+  }
+  void GiveBack() {
+    if (mutex_ == nullptr) return;
+    --MediatorLockDepth();
+    mutex_->Unlock();
+  }
   void AcquireBeginning() ORV_NO_THREAD_CHECK {
     if (mutex_ != nullptr) beginning_.lock();
   }

@@ -25,6 +25,76 @@ EngineCore::EngineCore()
       stopped_(OrvBase::Event::GetNewEvent()),
       hand_overs_(std::make_shared<HandOvers>([this] { Post(kSignalReceivedEvent); })) {}
 
+// Asked for only when somebody wants to know.
+[[gnu::always_inline]] inline SignalCause EngineCore::CauseOfThisThread() const noexcept {
+  if (!events_) return {};
+  const SignalsOfThread& signals = ThisThreadsSignals();
+  if (signals.delivery.number != 0) return {signals.delivery.number};
+  return {0, signals.fired.continuation, signals.fired.during};
+}
+
+[[gnu::always_inline]] inline EngineLock EngineCore::LockUnlessInverted() const {
+  return MediatorLockDepth() > 0 ? EngineLock::Try(mutex_.get()) : Lock();
+}
+
+[[gnu::always_inline]] inline void EngineCore::Append(const EngineLock& /*lock*/, QueueEntry entry,
+                                                      const SignalCause& cause, std::size_t more) {
+  if (listed_) {
+    const std::scoped_lock listing(listing_mutex_);
+    queue_.Append(std::move(entry));
+    ++last_number_;
+  } else {
+    queue_.Append(std::move(entry));
+    ++last_number_;
+  }
+  AddToLoad(kOneWaiting);
+  if (events_) events_.Queued(last_number_, cause, queue_.At(queue_.Size() - 1), false, more);
+}
+
+[[gnu::always_inline]] inline const MappedSignal* EngineCore::Map(const EngineLock& /*lock*/, const SenderTexts& sender,
+                                                                  std::uint64_t cause) {
+  const WatchedState state = dictionary_.Get();
+  if (state.dictionary == nullptr) {
+    events_.Lost(cause, sender, EngineEvents::Reason::NoDictionary);
+    return nullptr;
+  }
+  try {
+    return &mappings_.Find(state, sender);
+  } catch (...) {
+    events_.Lost(cause, sender, EngineEvents::Reason::NoMemory);
+    throw;
+  }
+}
+
+[[gnu::always_inline]] inline bool EngineCore::MapAndQueue(const EngineLock& lock, const SenderTexts& sender,
+                                                           const SignalCause& cause) {
+  const MappedSignal* const mapped = Map(lock, sender, cause.number);
+  if (mapped == nullptr) return false;
+  const bool failed = mapped->outcome == MappedSignal::Outcome::Failed;
+  if (mapped->receivers.empty() && !failed) {
+    Log(EngineCategories::kIgnoredSignals, EngineLines::kIgnored, sender.type, sender.instance, sender.signal);
+    events_.Ignored(cause, sender, *mapped);
+    return mapped->outcome == MappedSignal::Outcome::Mapped;
+  }
+  std::size_t queued = 0;
+  try {
+    for (const QueueEntry::Source& receiver : mapped->receivers) {
+      Log(EngineCategories::kSignal, EngineLines::kAdded);
+      Append(lock, receiver.Copy(), cause, mapped->receivers.size() - queued - 1);
+      ++queued;
+      PostQueued();
+    }
+  } catch (...) {
+    for (std::size_t i = queued; i < mapped->receivers.size(); ++i) events_.Lost(cause.number, mapped->receivers[i]);
+    throw;
+  }
+  if (failed && mapped->no_memory) {
+    events_.Lost(cause.number, sender, EngineEvents::Reason::NoMemory, mapped->receivers.size());
+  }
+  if (failed && !mapped->no_memory) events_.NotRead(cause.number, sender, *mapped);
+  return !failed;
+}
+
 bool EngineCore::OutputSignal(const SenderTexts& sender) {
   const SignalCause cause = CauseOfThisThread();
   EngineLock lock = LockUnlessInverted();
@@ -62,60 +132,6 @@ void EngineCore::Queue(const QueueEntry& entry) {
   PostQueued();
 }
 
-// Asked for only when somebody wants to know.
-SignalCause EngineCore::CauseOfThisThread() const noexcept {
-  if (!events_) return {};
-  const SignalsOfThread& signals = ThisThreadsSignals();
-  if (signals.delivery.number != 0) return {signals.delivery.number};
-  return {0, signals.fired.continuation, signals.fired.during};
-}
-
-EngineLock EngineCore::LockUnlessInverted() const {
-  return MediatorLockDepth() > 0 ? EngineLock::Try(mutex_.get()) : Lock();
-}
-
-bool EngineCore::MapAndQueue(const EngineLock& lock, const SenderTexts& sender, const SignalCause& cause) {
-  const MappedSignal* const mapped = Map(lock, sender, cause.number);
-  if (mapped == nullptr) return false;
-  const bool failed = mapped->outcome == MappedSignal::Outcome::Failed;
-  if (mapped->receivers.empty() && !failed) {
-    Log(EngineCategories::kIgnoredSignals, EngineLines::kIgnored, sender.type, sender.instance, sender.signal);
-    events_.Ignored(cause, sender, *mapped);
-    return mapped->outcome == MappedSignal::Outcome::Mapped;
-  }
-  std::size_t queued = 0;
-  try {
-    for (const QueueEntry::Source& receiver : mapped->receivers) {
-      Log(EngineCategories::kSignal, EngineLines::kAdded);
-      Append(lock, receiver.Copy(), cause, mapped->receivers.size() - queued - 1);
-      ++queued;
-      PostQueued();
-    }
-  } catch (...) {
-    for (std::size_t i = queued; i < mapped->receivers.size(); ++i) events_.Lost(cause.number, mapped->receivers[i]);
-    throw;
-  }
-  if (failed && mapped->no_memory) {
-    events_.Lost(cause.number, sender, EngineEvents::Reason::NoMemory, mapped->receivers.size());
-  }
-  if (failed && !mapped->no_memory) events_.NotRead(cause.number, sender, *mapped);
-  return !failed;
-}
-
-const MappedSignal* EngineCore::Map(const EngineLock& /*lock*/, const SenderTexts& sender, std::uint64_t cause) {
-  const WatchedState state = dictionary_.Get();
-  if (state.dictionary == nullptr) {
-    events_.Lost(cause, sender, EngineEvents::Reason::NoDictionary);
-    return nullptr;
-  }
-  try {
-    return &mappings_.Find(state, sender);
-  } catch (...) {
-    events_.Lost(cause, sender, EngineEvents::Reason::NoMemory);
-    throw;
-  }
-}
-
 void EngineCore::Append(const EngineLock& lock, QueueEntry entry) {
   Append(lock, std::move(entry), CauseOfThisThread());
 }
@@ -129,22 +145,7 @@ void EngineCore::AppendOrTell(const EngineLock& lock, const QueueEntry& entry, c
   }
 }
 
-void EngineCore::Append(const EngineLock& /*lock*/, QueueEntry entry, const SignalCause& cause, std::size_t more) {
-  if (listed_) {
-    const std::scoped_lock listing(listing_mutex_);
-    queue_.Append(std::move(entry));
-    ++last_number_;
-  } else {
-    queue_.Append(std::move(entry));
-    ++last_number_;
-  }
-  AddToLoad(kOneWaiting);
-  if (events_) events_.Queued(last_number_, cause, queue_.At(queue_.Size() - 1), false, more);
-}
-
-QueueEntry EngineCore::TakeFront(const EngineLock& lock) noexcept {
-  AddToLoad(0U - kOneWaiting);
-  if (!listed_) return queue_.TakeFront();
+QueueEntry EngineCore::TakeFrontListed(const EngineLock& lock) noexcept {
   const std::unique_lock listing = LockListing(lock);
   return queue_.TakeFront();
 }

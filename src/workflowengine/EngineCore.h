@@ -69,7 +69,10 @@ class EngineCore {
 
   // The entry is caused by the delivery that this thread performs, if it does.
   void Append(const EngineLock& lock, QueueEntry entry);
-  QueueEntry TakeFront(const EngineLock& lock) noexcept;
+  QueueEntry TakeFront(const EngineLock& lock) noexcept {
+    AddToLoad(0U - kOneWaiting);
+    return listed_ ? TakeFrontListed(lock) : queue_.TakeFront();
+  }
   // What TakeFront gave, when it is not needed any more.
   void PutAway(const EngineLock& /*lock*/, QueueEntry entry) noexcept { done_.Take(std::move(entry)); }
   // The number of the front entry. Numbers stand in the queue without a gap, since entries leave it at the front alone.
@@ -146,6 +149,7 @@ class EngineCore {
 
   // Does not wait for the mutex while the pump may be waiting for this thread.
   EngineLock LockUnlessInverted() const;
+  QueueEntry TakeFrontListed(const EngineLock& lock) noexcept;
   void PutInInbox(Letter letter);
   void AddToLoad(std::uint32_t change) noexcept {
     load_.store(load_.load(std::memory_order_relaxed) + change, std::memory_order_release);

@@ -16,11 +16,6 @@ IRunObserver::Receiver ReceiverOf(const QueueEntry& entry) noexcept {
 
 }  // namespace
 
-IRunObserver::Sender SenderOf(const QueueEntry& entry) noexcept {
-  return {entry.Text(QueueEntry::SenderType), entry.Text(QueueEntry::SenderInstance),
-          entry.Text(QueueEntry::OutgoingSignal)};
-}
-
 void EngineEvents::Queued(std::uint64_t number, const SignalCause& cause, const QueueEntry& entry, bool restored,
                           std::size_t more) const noexcept {
   if (!observer_) return;

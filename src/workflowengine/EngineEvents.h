@@ -40,6 +40,9 @@ class EngineEvents {
   RunObserverSlot observer_;
 };
 
-IRunObserver::Sender SenderOf(const QueueEntry& entry) noexcept;
+inline IRunObserver::Sender SenderOf(const QueueEntry& entry) noexcept {
+  return {entry.Text(QueueEntry::SenderType), entry.Text(QueueEntry::SenderInstance),
+          entry.Text(QueueEntry::OutgoingSignal)};
+}
 
 }  // namespace OrvWorkFlow::Core::Engine

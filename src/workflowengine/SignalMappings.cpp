@@ -1,6 +1,5 @@
 #include "workflowengine/SignalMappings.h"
 
-#include <cstring>
 #include <utility>
 
 #include "CoreObjects/Marshalled.h"
@@ -147,24 +146,6 @@ void RemoveAllMappings(IDictionary& dictionary) {
       dictionary.Delete((Below(path, instance) + WorkflowSchema::kMaps).c_str());
     }
   }
-}
-
-std::size_t SignalMappings::RecentSlot(const SenderTexts& sender) noexcept {
-  constexpr int kWithinABlock = 3;  // these bits of an address hardly differ
-  const auto address = [](const char* text) { return reinterpret_cast<std::uintptr_t>(text); };
-  return ((address(sender.type) ^ address(sender.instance) * 3 ^ address(sender.signal) * 5) >> kWithinABlock) %
-         kRecentSenders;
-}
-
-bool SignalMappings::Recent::IsOf(const SenderTexts& sender) const noexcept {
-  return std::strcmp(signal, sender.signal) == 0 && std::strcmp(instance, sender.instance) == 0 &&
-         std::strcmp(type, sender.type) == 0;
-}
-
-const MappedSignal& SignalMappings::Find(const WatchedState& now, const SenderTexts& sender) {
-  const Recent& recent = recent_[RecentSlot(sender)];
-  if (recent.known != nullptr && recent.known->state == now && recent.IsOf(sender)) return recent.known->mapped;
-  return FindByText(now, sender);
 }
 
 const MappedSignal& SignalMappings::FindByText(const WatchedState& now, const SenderTexts& texts) {

@@ -92,7 +92,11 @@ class SignalMappings {
   explicit SignalMappings(std::size_t most_known = kMostKnown) : most_known_(most_known) {}
 
   // `now` was taken just before, and has a dictionary. The answer is valid until the next call.
-  const MappedSignal& Find(const WatchedState& now, const SenderTexts& sender);
+  const MappedSignal& Find(const WatchedState& now, const SenderTexts& sender) {
+    const Recent& recent = recent_[RecentSlot(sender)];
+    if (recent.known != nullptr && recent.known->state == now && recent.IsOf(sender)) return recent.known->mapped;
+    return FindByText(now, sender);
+  }
 
   std::size_t Size() const noexcept { return known_.size(); }
   void Forget() noexcept {
@@ -109,7 +113,17 @@ class SignalMappings {
 
   // What was found for names at these addresses: whoever fires often passes the same texts every time.
   struct Recent {
-    bool IsOf(const SenderTexts& sender) const noexcept;
+    bool IsOf(const SenderTexts& sender) const noexcept {
+      return AreEqual(signal, sender.signal) && AreEqual(instance, sender.instance) && AreEqual(type, sender.type);
+    }
+    // Names are short: to call a library for them takes longer.
+    static bool AreEqual(const char* name, const char* other) noexcept {
+      while (*name == *other && *name != '\0') {
+        ++name;
+        ++other;
+      }
+      return *name == *other;
+    }
 
     const char* type = nullptr;  // the parts of its key
     const char* instance = nullptr;
@@ -118,7 +132,12 @@ class SignalMappings {
   };
   static constexpr std::size_t kRecentSenders = 64;
 
-  static std::size_t RecentSlot(const SenderTexts& sender) noexcept;
+  static std::size_t RecentSlot(const SenderTexts& sender) noexcept {
+    constexpr int kWithinABlock = 3;  // these bits of an address hardly differ
+    const auto address = [](const char* text) { return reinterpret_cast<std::uintptr_t>(text); };
+    return ((address(sender.type) ^ address(sender.instance) * 3 ^ address(sender.signal) * 5) >> kWithinABlock) %
+           kRecentSenders;
+  }
   const MappedSignal& FindByText(const WatchedState& now, const SenderTexts& texts);
   KnownSignals::iterator MakeRoomFor(const std::string& key);
   void ForgetOne() noexcept;

@@ -1,6 +1,7 @@
 // Mutexes, events, the pause, and the ways to replace them.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <stdexcept>
 #include <thread>
@@ -62,6 +63,32 @@ TEST(RuntimeMutex, LetsOneThreadInAtATime) {
     thread.join();
   }
   EXPECT_EQ(count, 20'000);
+  mutex->Release();
+}
+
+// Longer than a waiting thread stays awake for it.
+TEST(RuntimeMutex, IsWaitedForHoweverLongItIsHeld) {
+  const TimeLimit limit(std::chrono::seconds(60));
+  Mutex* const mutex = Mutex::GetNewMutex();
+  ASSERT_NE(mutex, nullptr);
+  mutex->Lock();
+  std::atomic<bool> is_free = false;
+  std::atomic<int> early = 0;
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 3; ++t) {
+    threads.emplace_back([&] {
+      mutex->Lock();
+      if (!is_free) ++early;
+      mutex->Unlock();
+    });
+  }
+  SleepMilliseconds(50);
+  is_free = true;
+  mutex->Unlock();
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  EXPECT_EQ(early, 0);
   mutex->Release();
 }
 

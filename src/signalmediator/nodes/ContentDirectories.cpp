@@ -52,21 +52,10 @@ ContentDirectories::Places ContentDirectories::ReadTree(IDictionary& dictionary)
   return places;
 }
 
-ContentDirectories::Recalled ContentDirectories::Recall(OfNode& kept, Giving giving, bool is_lent) {
-  if (!is_lent && kept.has_fresh_.load(std::memory_order_relaxed)) {
-    const Base::Hold lock(mutex_);
-    kept.known_ = std::move(kept.fresh_);
-    kept.has_fresh_.store(false, std::memory_order_relaxed);
-  }
-  Recalled recalled;
-  recalled.state = dictionary_.Get();
-  if (kept.known_.state == recalled.state && kept.known_.flow != nullptr) {
-    recalled.flow = kept.known_.flow.get();
-    if (giving == Giving::Share) recalled.owner = kept.known_.flow;
-  } else {
-    recalled.tree = tree_.Get();
-  }
-  return recalled;
+void ContentDirectories::TakeFresh(OfNode& kept) {
+  const Base::Hold lock(mutex_);
+  kept.known_ = std::move(kept.fresh_);
+  kept.has_fresh_.store(false, std::memory_order_relaxed);
 }
 
 ContentDirectories::Flow ContentDirectories::Read(const Recalled& recalled, const std::string& definition,

@@ -59,7 +59,18 @@ class ContentDirectories {
   // A flow that is lent rather than shared is valid as long as `kept` is lent, which is then left as it is.
   enum class Giving { Share, Lend };
   // With the mediator's access lock held, or as much of it as its own Receive wants.
-  Recalled Recall(OfNode& kept, Giving giving, bool is_lent);
+  Recalled Recall(OfNode& kept, Giving giving, bool is_lent) {
+    if (!is_lent && kept.has_fresh_.load(std::memory_order_relaxed)) TakeFresh(kept);
+    Recalled recalled;
+    recalled.state = dictionary_.Get();
+    if (kept.known_.state == recalled.state && kept.known_.flow != nullptr) {
+      recalled.flow = kept.known_.flow.get();
+      if (giving == Giving::Share) recalled.owner = kept.known_.flow;
+    } else {
+      recalled.tree = tree_.Get();
+    }
+    return recalled;
+  }
 
   // Reads the directories of the node defined at that path, in a dictionary that was recalled just before. Never null.
   // Waits for no lock that is held while nodes run. What the dictionary throws passes through.
@@ -69,6 +80,7 @@ class ContentDirectories {
   // By the name of a workflow, the path of the first entry of the tree that holds it.
   using Places = std::unordered_map<std::string, std::string>;
 
+  void TakeFresh(OfNode& kept);
   static Places ReadTree(IDictionary& dictionary);
   std::shared_ptr<const Places> FindPlaces(IDictionary& dictionary, const WatchedState& tree);
   Flow Find(const std::string& workflow_name, const WatchedState& state);

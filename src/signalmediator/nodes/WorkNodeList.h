@@ -110,11 +110,11 @@ class WorkNodeList {
 
   // Locked. GetAt answers what Find does for the names, without a look-up while the place is still good.
   Place Locate(std::string_view type, std::string_view instance) const { return {IndexOf(type, instance), changes_}; }
-  WorkNodePointer GetAt(Place place, std::string_view type, std::string_view instance) const {
-    return At(place.changes_ == changes_ ? place.index_ : IndexOf(type, instance));
+  WorkNodePointer GetAt(Place place, const char* type, const char* instance) const {
+    return At(IndexAt(place, type, instance));
   }
-  WorkNodeEntry* LookAt(Place place, std::string_view type, std::string_view instance) const {
-    const std::size_t index = place.changes_ == changes_ ? place.index_ : IndexOf(type, instance);
+  WorkNodeEntry* LookAt(Place place, const char* type, const char* instance) const {
+    const std::size_t index = IndexAt(place, type, instance);
     return index != Place::kNone ? entries_[index].get() : nullptr;
   }
 
@@ -145,6 +145,9 @@ class WorkNodeList {
 
   // Want the mutex or the access lock held.
   std::size_t IndexOf(std::string_view type, std::string_view instance) const;
+  std::size_t IndexAt(Place place, const char* type, const char* instance) const {
+    return place.changes_ == changes_ ? place.index_ : IndexOf(type, instance);
+  }
   WorkNodePointer At(std::size_t index) const { return index != Place::kNone ? entries_[index] : nullptr; }
 
   mutable Base::Mutex mutex_;

@@ -53,6 +53,98 @@ bool SignalDelivery::TakeBack(const InputSignalMessage* message) noexcept {
   return messages_.Take(message, carried);
 }
 
+[[gnu::always_inline]] inline void SignalDelivery::TellBegun(const InputSignal& signal,
+                                                             const SignalSource& source) const noexcept {
+  if (context_.observer) context_.observer.Tell(&IRunObserver::DeliveryBegun, MakeDelivery(signal, source));
+}
+
+[[gnu::always_inline]] inline void SignalDelivery::RenewContentDirectories(
+    WorkNodeEntry& entry, const ContentDirectories::Recalled& recalled) {
+  ContentDirectories::Flow read;
+  const FlowDirectories* flow = recalled.flow;
+  if (flow == nullptr && recalled.state.dictionary != nullptr) {
+    read = content_directories_.Read(recalled, entry.definition, entry.content_directories);
+    flow = read.get();
+  }
+  if (flow != nullptr && !flow->in_absorb_tree) {
+    context_.tracer.Log(MediatorCategories::kContentDirectories, MediatorLines::kFlowNotInTree,
+                        flow->workflow_name.c_str());
+  }
+  entry.node->ResetContentDirectories();
+  if (flow == nullptr) return;
+  for (const std::string& directory : flow->directories) entry.node->AddContentDirectory(directory.c_str());
+}
+
+[[gnu::always_inline]] inline bool SignalDelivery::CallNode(WorkNodeEntry& entry, const char* signal_name,
+                                                            std::uint64_t number,
+                                                            const ContentDirectories::Recalled& recalled) {
+  const DeliveryScope scope({this, &entry, number});
+  RenewContentDirectories(entry, recalled);
+  return entry.node->Signal(signal_name);
+}
+
+[[gnu::always_inline]] inline bool SignalDelivery::CallAndTell(WorkNodeEntry& entry, const InputSignal& signal,
+                                                               const SignalSource& source,
+                                                               const ContentDirectories::Recalled& recalled) {
+  const auto [type, instance, name] = signal;
+  bool told = false;
+  const auto tell_end = [&](IRunObserver::Outcome outcome, const char* text) {
+    if (std::exchange(told, true) || !context_.observer) return;
+    const char* const continuation = entry.continuation == nullptr ? nullptr : entry.continuation->GetContinuation();
+    TellEnd(signal, source, outcome, text, continuation);
+    entry.delivery.store(0, std::memory_order_release);
+  };
+  try {
+    if (CallNode(entry, name, source.number, recalled)) {
+      tell_end(IRunObserver::Outcome::Accepted, "");
+      return true;
+    }
+    tell_end(IRunObserver::Outcome::Refused, "");
+    std::string text = Format(MediatorBoxes::kSignalFalse, type, instance, name);
+    context_.tracer.LogText(MediatorCategories::kSignal, text);
+    text += MediatorBoxes::kSignalFalseEnd;
+    ShowMediatorText(text);
+  } catch (const std::exception& problem) {
+    tell_end(IRunObserver::Outcome::Threw, problem.what());
+    ShowThatItThrew(signal);
+  } catch (...) {
+    tell_end(IRunObserver::Outcome::Threw, "");
+    ShowThatItThrew(signal);
+  }
+  return false;
+}
+
+[[gnu::always_inline]] inline bool SignalDelivery::DeliverTo(WorkNodeEntry& entry, const InputSignal& signal,
+                                                             const SignalSource& source,
+                                                             const ContentDirectories::Recalled& recalled) {
+  context_.tracer.Log(MediatorCategories::kSignal, MediatorLines::kFiring, signal.signal, signal.type, signal.instance);
+  return context_.observer ? DeliverObserved(entry, signal, source, recalled)
+                           : CallAndTell(entry, signal, source, recalled);
+}
+
+bool SignalDelivery::DeliverObserved(WorkNodeEntry& entry, const InputSignal& signal, const SignalSource& source,
+                                     const ContentDirectories::Recalled& recalled) {
+  const DeliveriesAtWork::Entry at_work(at_work_, MakeDelivery(signal, source), entry);
+  entry.delivery.store(source.number, std::memory_order_release);
+  return CallAndTell(entry, signal, source, recalled);
+}
+
+[[gnu::always_inline]] inline void SignalDelivery::Deliver(const InputSignal& signal, const SignalSource& source,
+                                                           const Received& received) noexcept {
+  bool done = false;
+  try {
+    if (received.entry != nullptr) {
+      done = DeliverTo(*received.entry, signal, source, received.recalled);
+    } else {
+      TellEnd(signal, source, IRunObserver::Outcome::NoNode);
+      context_.tracer.Log(MediatorCategories::kSignal, MediatorLines::kNoNodeToFireOn, signal.type, signal.instance,
+                          signal.signal);
+    }
+  } catch (...) {  // No memory for the text of a failure.
+  }
+  if (!done) ++context_.counts.failures;
+}
+
 void SignalDelivery::DeliverMessage(InputSignalMessage* message) {
   CarriedSignal carried;
   Received received;
@@ -74,8 +166,34 @@ bool SignalDelivery::TakeAndReceive(const InputSignalMessage* message, CarriedSi
   return true;
 }
 
-void SignalDelivery::TellBegun(const InputSignal& signal, const SignalSource& source) const noexcept {
-  if (context_.observer) context_.observer.Tell(&IRunObserver::DeliveryBegun, MakeDelivery(signal, source));
+// A stop waits for deliveries to begin, not to end: the signal counts as received before the node sees it.
+// What is known of the node's content directories is taken along. With the second half of the access lock held.
+SignalDelivery::Received SignalDelivery::Receive(const InputSignal& signal, WorkNodeList::Place place) {
+  Received received;
+  received.owner = context_.nodes.GetAt(place, signal.type, signal.instance);
+  received.entry = received.owner.get();
+  MediatorCounts::Add(context_.counts.received, 1);
+  if (received.entry == nullptr) return received;
+  const bool is_lent = received.entry->locked_deliveries.load(std::memory_order_acquire) > 0;
+  received.recalled =
+      content_directories_.Recall(received.entry->content_directories, ContentDirectories::Giving::Share, is_lent);
+  return received;
+}
+
+// The same without a host application, with the first half held until the delivery has ended: there are no messages
+// that another thread could take.
+[[gnu::always_inline]] inline SignalDelivery::Received SignalDelivery::ReceiveLocked(const InputSignal& signal,
+                                                                                     WorkNodeList::Place place) {
+  Received received;
+  received.entry = context_.nodes.LookAt(place, signal.type, signal.instance);
+  MediatorCounts::Add(context_.counts.received, 1);
+  if (received.entry == nullptr) return received;
+  std::atomic<std::uint32_t>& locked = received.entry->locked_deliveries;
+  const bool is_lent = locked.load(std::memory_order_relaxed) > 0;
+  received.recalled =
+      content_directories_.Recall(received.entry->content_directories, ContentDirectories::Giving::Lend, is_lent);
+  MediatorCounts::Add(locked, 1);
+  return received;
 }
 
 // Where the host's runtime has no mutex nothing is locked.
@@ -97,116 +215,10 @@ void SignalDelivery::DeliverLocked(const InputSignal& signal, const SignalSource
   const WorkNodePointer last = std::move(received.entry->forgotten);
 }
 
-void SignalDelivery::Deliver(const InputSignal& signal, const SignalSource& source, const Received& received) noexcept {
-  bool done = false;
-  try {
-    if (received.entry != nullptr) {
-      done = DeliverTo(*received.entry, signal, source, received.recalled);
-    } else {
-      TellEnd(signal, source, IRunObserver::Outcome::NoNode);
-      context_.tracer.Log(MediatorCategories::kSignal, MediatorLines::kNoNodeToFireOn, signal.type, signal.instance,
-                          signal.signal);
-    }
-  } catch (...) {  // No memory for the text of a failure.
-  }
-  if (!done) ++context_.counts.failures;
-}
-
-// A stop waits for deliveries to begin, not to end: the signal counts as received before the node sees it.
-// What is known of the node's content directories is taken along. With the second half of the access lock held.
-SignalDelivery::Received SignalDelivery::Receive(const InputSignal& signal, WorkNodeList::Place place) {
-  Received received;
-  received.owner = context_.nodes.GetAt(place, signal.type, signal.instance);
-  received.entry = received.owner.get();
-  MediatorCounts::Add(context_.counts.received, 1);
-  if (received.entry == nullptr) return received;
-  const bool is_lent = received.entry->locked_deliveries.load(std::memory_order_acquire) > 0;
-  received.recalled =
-      content_directories_.Recall(received.entry->content_directories, ContentDirectories::Giving::Share, is_lent);
-  return received;
-}
-
-// The same without a host application, with the first half held until the delivery has ended: there are no messages
-// that another thread could take.
-SignalDelivery::Received SignalDelivery::ReceiveLocked(const InputSignal& signal, WorkNodeList::Place place) {
-  Received received;
-  received.entry = context_.nodes.LookAt(place, signal.type, signal.instance);
-  MediatorCounts::Add(context_.counts.received, 1);
-  if (received.entry == nullptr) return received;
-  std::atomic<std::uint32_t>& locked = received.entry->locked_deliveries;
-  const bool is_lent = locked.load(std::memory_order_relaxed) > 0;
-  received.recalled =
-      content_directories_.Recall(received.entry->content_directories, ContentDirectories::Giving::Lend, is_lent);
-  MediatorCounts::Add(locked, 1);
-  return received;
-}
-
-bool SignalDelivery::DeliverTo(WorkNodeEntry& entry, const InputSignal& signal, const SignalSource& source,
-                               const ContentDirectories::Recalled& recalled) {
-  const auto [type, instance, name] = signal;
-  context_.tracer.Log(MediatorCategories::kSignal, MediatorLines::kFiring, name, type, instance);
-  std::optional<DeliveriesAtWork::Entry> at_work;
-  if (context_.observer) at_work.emplace(at_work_, MakeDelivery(signal, source), entry);
-  bool told = false;
-  const auto tell_end = [&](IRunObserver::Outcome outcome, const char* text) {
-    if (std::exchange(told, true) || !context_.observer) return;
-    const char* const continuation = entry.continuation == nullptr ? nullptr : entry.continuation->GetContinuation();
-    TellEnd(signal, source, outcome, text, continuation);
-    entry.delivery.store(0, std::memory_order_release);
-  };
-  if (at_work) entry.delivery.store(source.number, std::memory_order_release);
-  try {
-    if (CallNode(entry, name, source.number, recalled)) {
-      tell_end(IRunObserver::Outcome::Accepted, "");
-      return true;
-    }
-    tell_end(IRunObserver::Outcome::Refused, "");
-    std::string text = Format(MediatorBoxes::kSignalFalse, type, instance, name);
-    context_.tracer.LogText(MediatorCategories::kSignal, text);
-    text += MediatorBoxes::kSignalFalseEnd;
-    ShowMediatorText(text);
-  } catch (const std::exception& problem) {
-    tell_end(IRunObserver::Outcome::Threw, problem.what());
-    ShowThatItThrew(signal);
-  } catch (...) {
-    tell_end(IRunObserver::Outcome::Threw, "");
-    ShowThatItThrew(signal);
-  }
-  return false;
-}
-
-bool SignalDelivery::CallNode(WorkNodeEntry& entry, const char* signal_name, std::uint64_t number,
-                              const ContentDirectories::Recalled& recalled) {
-  const DeliveryScope scope({this, &entry, number});
-  RenewContentDirectories(entry, recalled);
-  return entry.node->Signal(signal_name);
-}
-
 void SignalDelivery::ShowThatItThrew(const InputSignal& signal) const {
   const std::string text = Format(MediatorBoxes::kSignalThrew, signal.type, signal.instance, signal.signal);
   context_.tracer.LogText(MediatorCategories::kSignal, text);
   ShowMediatorText(text);
-}
-
-void SignalDelivery::RenewContentDirectories(WorkNodeEntry& entry, const ContentDirectories::Recalled& recalled) {
-  ContentDirectories::Flow read;
-  const FlowDirectories* flow = recalled.flow;
-  if (flow == nullptr && recalled.state.dictionary != nullptr) {
-    read = content_directories_.Read(recalled, entry.definition, entry.content_directories);
-    flow = read.get();
-  }
-  if (flow != nullptr && !flow->in_absorb_tree) {
-    context_.tracer.Log(MediatorCategories::kContentDirectories, MediatorLines::kFlowNotInTree,
-                        flow->workflow_name.c_str());
-  }
-  entry.node->ResetContentDirectories();
-  if (flow == nullptr) return;
-  for (const std::string& directory : flow->directories) entry.node->AddContentDirectory(directory.c_str());
-}
-
-const WorkNodeEntry* SignalDelivery::NodeBeingCalled(const IWorkNode* node) const noexcept {
-  const auto [delivery, entry, number] = ThisThreadsSignals().delivery;
-  return delivery == this && entry->node == node && entry->has_names ? entry : nullptr;
 }
 
 }  // namespace OrvWorkFlow::Core::Mediator

@@ -1,6 +1,7 @@
 // The delivery of input signals, on whatever thread it is performed.
 #pragma once
 
+#include "CoreObjects/SignalsOfThread.h"
 #include "signalmediator/MediatorContext.h"
 #include "signalmediator/nodes/ContentDirectories.h"
 #include "signalmediator/signals/DeliveriesAtWork.h"
@@ -28,7 +29,11 @@ class SignalDelivery {
                const char* text = "", const char* continuation = nullptr) const noexcept;
 
   // The node that this thread delivers to now, if it is that one and has names; else null.
-  const WorkNodeEntry* NodeBeingCalled(const IWorkNode* node) const noexcept;
+  const WorkNodeEntry* NodeBeingCalled(const IWorkNode* node) const noexcept {
+    const CurrentDelivery& delivery = ThisThreadsSignals().delivery;
+    const WorkNodeEntry* const entry = delivery.entry;
+    return delivery.performer == this && entry->node == node && entry->has_names ? entry : nullptr;
+  }
 
   const DeliveriesAtWork& at_work() const { return at_work_; }
 
@@ -46,6 +51,10 @@ class SignalDelivery {
   void Deliver(const InputSignal& signal, const SignalSource& source, const Received& received) noexcept;
   bool DeliverTo(WorkNodeEntry& entry, const InputSignal& signal, const SignalSource& source,
                  const ContentDirectories::Recalled& recalled);
+  bool DeliverObserved(WorkNodeEntry& entry, const InputSignal& signal, const SignalSource& source,
+                       const ContentDirectories::Recalled& recalled);
+  bool CallAndTell(WorkNodeEntry& entry, const InputSignal& signal, const SignalSource& source,
+                   const ContentDirectories::Recalled& recalled);
   bool CallNode(WorkNodeEntry& entry, const char* signal_name, std::uint64_t number,
                 const ContentDirectories::Recalled& recalled);
   void ShowThatItThrew(const InputSignal& signal) const;

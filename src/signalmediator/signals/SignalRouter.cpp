@@ -7,24 +7,7 @@
 
 namespace OrvWorkFlow::Core::Mediator {
 
-bool SignalRouter::FireInput(const InputSignal& signal) noexcept {
-  SignalSource* const from_pump = std::exchange(ThisThreadsSignals().to_fire, nullptr);
-  if (signal.type == nullptr || signal.instance == nullptr || signal.signal == nullptr) return false;
-  SignalSource past_queue;
-  return Fire(signal, from_pump != nullptr ? *from_pump : past_queue);
-}
-
-bool SignalRouter::Fire(const InputSignal& signal, SignalSource& source) noexcept {
-  try {
-    return HandOver(signal, source);
-  } catch (...) {  // Without memory there is no signal.
-    ++context_.counts.failures;
-    delivery_.TellEnd(signal, source, IRunObserver::Outcome::NoMemory);
-    return false;
-  }
-}
-
-bool SignalRouter::HandOver(const InputSignal& signal, SignalSource& source) {
+[[gnu::always_inline]] inline bool SignalRouter::HandOver(const InputSignal& signal, SignalSource& source) {
   context_.tracer.Log(MediatorCategories::kFireInputSignal, MediatorLines::kBeforeFirstLock);
   const AccessLock::HandingOver handing_over(context_.access_lock);
   context_.tracer.Log(MediatorCategories::kFireInputSignal, MediatorLines::kAfterFirstLock);
@@ -46,6 +29,23 @@ bool SignalRouter::HandOver(const InputSignal& signal, SignalSource& source) {
   context_.tracer.Log(MediatorCategories::kFireInputSignal, MediatorLines::kNoHostApp);
   delivery_.DeliverLocked(signal, source, place);
   return true;
+}
+
+[[gnu::always_inline]] inline bool SignalRouter::Fire(const InputSignal& signal, SignalSource& source) noexcept {
+  try {
+    return HandOver(signal, source);
+  } catch (...) {  // Without memory there is no signal.
+    ++context_.counts.failures;
+    delivery_.TellEnd(signal, source, IRunObserver::Outcome::NoMemory);
+    return false;
+  }
+}
+
+bool SignalRouter::FireInput(const InputSignal& signal) noexcept {
+  SignalSource* const from_pump = std::exchange(ThisThreadsSignals().to_fire, nullptr);
+  if (signal.type == nullptr || signal.instance == nullptr || signal.signal == nullptr) return false;
+  SignalSource past_queue;
+  return Fire(signal, from_pump != nullptr ? *from_pump : past_queue);
 }
 
 // A signal that the host refuses was never sent, or the next stop would wait for it without end. One that the host has
@@ -82,6 +82,32 @@ void SignalRouter::FireReboots() {
   context_.reboot_signals.Clear();  // Of what was recorded meanwhile.
 }
 
+[[gnu::always_inline]] inline bool SignalRouter::Forward(const char* type, const char* instance,
+                                                         const char* signal_name) noexcept {
+  try {
+    if (IWorkFlowEngine* engine = context_.Engine()) engine->OutputSignal(type, instance, signal_name);
+  } catch (...) {
+    context_.TellLost({type, instance, signal_name});
+  }
+  return true;
+}
+
+[[gnu::always_inline]] inline bool SignalRouter::ForwardFired(const std::string& type, const std::string& instance,
+                                                              const char* signal_name) noexcept {
+  context_.tracer.Log(MediatorCategories::kSignal, MediatorLines::kFired, type.c_str(), instance.c_str(), signal_name);
+  return Forward(type.c_str(), instance.c_str(), signal_name);
+}
+
+// On a thread that performs no delivery.
+bool SignalRouter::ForwardFiredOutside(const WorkNodeEntry& entry, const char* signal_name) noexcept {
+  FiredOutside& fired = ThisThreadsSignals().fired;
+  fired.during = entry.delivery.load(std::memory_order_acquire);
+  if (entry.continuation != nullptr && fired.during == 0) fired.continuation = entry.continuation->GetContinuation();
+  const bool is_forwarded = ForwardFired(entry.type, entry.instance, signal_name);
+  fired = {};
+  return is_forwarded;
+}
+
 bool SignalRouter::ForwardFrom(IWorkNode& node, const char* signal_name) noexcept {
   try {
     if (const WorkNodeEntry* called = delivery_.NodeBeingCalled(&node)) {
@@ -102,29 +128,8 @@ bool SignalRouter::ForwardFrom(IWorkNode& node, const char* signal_name) noexcep
   return false;
 }
 
-bool SignalRouter::ForwardFired(const std::string& type, const std::string& instance,
-                                const char* signal_name) noexcept {
-  context_.tracer.Log(MediatorCategories::kSignal, MediatorLines::kFired, type.c_str(), instance.c_str(), signal_name);
-  return ForwardOutput(type.c_str(), instance.c_str(), signal_name);
-}
-
-// On a thread that performs no delivery.
-bool SignalRouter::ForwardFiredOutside(const WorkNodeEntry& entry, const char* signal_name) noexcept {
-  FiredOutside& fired = ThisThreadsSignals().fired;
-  fired.during = entry.delivery.load(std::memory_order_acquire);
-  if (entry.continuation != nullptr && fired.during == 0) fired.continuation = entry.continuation->GetContinuation();
-  const bool is_forwarded = ForwardFired(entry.type, entry.instance, signal_name);
-  fired = {};
-  return is_forwarded;
-}
-
 bool SignalRouter::ForwardOutput(const char* type, const char* instance, const char* signal_name) noexcept {
-  try {
-    if (IWorkFlowEngine* engine = context_.Engine()) engine->OutputSignal(type, instance, signal_name);
-  } catch (...) {
-    context_.TellLost({type, instance, signal_name});
-  }
-  return true;
+  return Forward(type, instance, signal_name);
 }
 
 }  // namespace OrvWorkFlow::Core::Mediator

@@ -32,6 +32,7 @@ class SignalRouter {
   bool HandOver(const InputSignal& signal, SignalSource& source);
   bool HandToHost(IHostApp& host, const InputSignal& signal, const SignalSource& source,
                   WorkNodeList::Place place) noexcept ORV_REQUIRES(context_.access_lock);
+  bool Forward(const char* type, const char* instance, const char* signal_name) noexcept;
   bool ForwardFired(const std::string& type, const std::string& instance, const char* signal_name) noexcept;
   bool ForwardFiredOutside(const WorkNodeEntry& entry, const char* signal_name) noexcept;
 
