@@ -30,6 +30,16 @@ class AtWork final : public IRunReport {
   bool found_ = false;
 };
 
+void ExpectName(const std::string& parameter, const std::string& name) {
+  const auto is_allowed = [](char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' || c == '-';
+  };
+  if (name.empty() || name.size() > 64 || !std::all_of(name.begin(), name.end(), is_allowed)) {
+    throw std::runtime_error("the parameter " + parameter + " is \"" + name +
+                             "\"; it takes 1 to 64 letters, digits, \"_\" and \"-\"");
+  }
+}
+
 std::string Joined(const std::vector<std::string>& texts) {
   std::string all;
   for (const std::string& text : texts) all += all.empty() ? text : " " + text;
@@ -48,14 +58,14 @@ bool IsDeliveredTo(std::string_view type, std::string_view instance) {
 }
 
 std::string AddressOf(const std::string& bridge) {
-  const auto is_allowed = [](char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' || c == '-';
-  };
-  if (bridge.empty() || bridge.size() > 64 || !std::all_of(bridge.begin(), bridge.end(), is_allowed)) {
-    throw std::runtime_error("the parameter Bridge is \"" + bridge +
-                             "\"; it takes 1 to 64 letters, digits, \"_\" and \"-\"");
-  }
+  ExpectName("Bridge", bridge);
   return bridge + "/in";
+}
+
+std::string AddressOfShare(const std::string& bridge, const std::string& receiver) {
+  ExpectName("Bridge", bridge);
+  ExpectName("Receiver", receiver);
+  return bridge + "/share/" + receiver;
 }
 
 std::string AddressOf(const std::string& bridge, const Id& sender) {

@@ -27,6 +27,8 @@ std::unique_ptr<Transport> OpenTransport(const ParameterReader& parameters, cons
 // none.
 std::string AddressOf(const std::string& bridge);
 std::string AddressOf(const std::string& bridge, const Id& sender);
+// Of a receiver that shares the work with others.
+std::string AddressOfShare(const std::string& bridge, const std::string& receiver);
 
 // The id of a node's state, which is made when there is none.
 Id IdOf(Sdk::NodeRecord& record);

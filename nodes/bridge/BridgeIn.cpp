@@ -32,6 +32,7 @@ constexpr NodeParameter kParameters[] = {
     Bridge::kBridgeRow,
     TextListParameterRow("Signals",
                          "the names that are taken; empty: any. Others become dead letters of their senders"),
+    TextListParameterRow("Receiver", "its name among those that share the work; empty: it does all"),
     BooleanParameterRow("OneByOne", true, "waits for next before it tells of another one"),
     NumberParameterRow("MostSenders", "1000", 1, "how many it remembers; more are turned away", 1000000),
     NumberParameterRow("LingerSeconds", "10", 0, "how long a stop waits for the senders", 3600),
@@ -88,7 +89,10 @@ const char* BridgeIn::DoTask(const std::string& /*task*/) {
   const Bridge::ParameterReader reader{[this](const char* name) { return TextParameter(name); },
                                        [this](const char* name) { return NumberParameter(name); },
                                        [this](const char* name) { return TextListParameter(name); }};
-  const auto transport = Bridge::OpenTransport(reader, id, Bridge::AddressOf(bridge));
+  const std::vector<std::string> names = TextListParameter("Receiver");
+  if (names.size() > 1) throw std::runtime_error("the parameter Receiver takes one name");
+  const auto transport = Bridge::OpenTransport(
+      reader, id, names.empty() ? Bridge::AddressOf(bridge) : Bridge::AddressOfShare(bridge, names.front()));
   Receiver receiver = MakeReceiver(id);
   const std::int64_t linger = std::int64_t{1000} * NumberParameter("LingerSeconds");
   std::int64_t ends_at = -1;

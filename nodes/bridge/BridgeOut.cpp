@@ -19,8 +19,6 @@
 namespace OrvWorkFlow::Nodes {
 
 using Bridge::AddressOf;
-using Bridge::Sender;
-using Bridge::Transport;
 
 namespace {
 
@@ -47,6 +45,8 @@ constexpr NodeParameter kParameters[] = {
     TextListParameterRow("Values", "paths of the workflow's dictionary whose values go with the signal"),
     NumberParameterRow("MostEntries", "10000", 1, "the limit of the outbox in signals", 1000000),
     NumberParameterRow("MostBytes", "16777216", 1, "and in bytes"),
+    TextListParameterRow("Receivers", "names of receivers that share the work; empty: there is one receiver"),
+    NumberParameterRow("MostDealt", "8", 1, "how many signals one of them has at most that it has not taken", 256),
     Bridge::kTransportRow,
     Bridge::kHostRow,
     Bridge::kPortRow,
@@ -55,23 +55,11 @@ constexpr NodeParameter kParameters[] = {
     Bridge::kFaultsRow,
 };
 
-constexpr char kEpoch[] = "Epoch";
-constexpr char kReceiver[] = "Receiver";
-constexpr char kSent[] = "Sent";
-constexpr char kHalted[] = "Halted";
 constexpr char kConnection[] = "Connection";
 constexpr char kFullAt[] = "FullAt";
 constexpr char kDrainedAt[] = "DrainedAt";
-constexpr char kDead[] = "Dead";
-constexpr char kDeadNumber[] = "DeadNumber";
-constexpr char kDeadReason[] = "DeadReason";
-constexpr char kDeadTold[] = "DeadTold";
 constexpr char kParked[] = "parked";
-constexpr std::size_t kMostUnderWay = 2 * Bridge::kMostLetter;
-constexpr std::uint64_t kMostAtOnce = 64;
 constexpr std::chrono::milliseconds kIdleWait{10};
-// So that a connection is not made for each signal.
-constexpr std::int64_t kLinger = 300;
 
 }  // namespace
 
@@ -102,7 +90,7 @@ bool BridgeOut::OnSignal(std::string_view signal) {
 // The signal fails, and is kept with the state.
 void BridgeOut::TellParked() {
   Sdk::NodeRecord record = Record();
-  record.SetNumber(kDeadTold, record.Number(kDeadNumber));
+  record.SetNumber(kDeadTold, record.Number(kDeadCount));
   const std::size_t count = Base::NamesBelow(WorkflowDictionary(), record.PathOf(kDead)).size();
   if (count == 0) return;
   throw std::runtime_error("the other end has refused " + Base::Counted(count, "signal") + ", the last one because " +
@@ -112,7 +100,7 @@ void BridgeOut::TellParked() {
 // Once for what was refused since the last time. A workflow that takes dead sees to the letters itself.
 void BridgeOut::AskForParked() {
   const Sdk::NodeRecord record = Record();
-  const std::int64_t last = record.Number(kDeadNumber);
+  const std::int64_t last = record.Number(kDeadCount);
   if (last <= std::max(asked_, record.Number(kDeadTold))) return;
   const std::string maps = std::string(WorkflowSchema::kWorkNodes) + "/" + TypeName() + WorkflowSchema::kInstances +
                            "/" + InstanceName() + WorkflowSchema::kMaps + "/dead";
@@ -189,13 +177,7 @@ Sdk::WorkerNode::Outcome BridgeOut::Work() {
         AskForParked();
         if (EndWork()) return Outcome::Done;
       }
-      Sdk::NodeRecord record = Record();
-      const Bridge::Id id = Bridge::IdOf(record);
-      const Bridge::ParameterReader reader{[this](const char* name) { return TextParameter(name); },
-                                           [this](const char* name) { return NumberParameter(name); },
-                                           [this](const char* name) { return TextListParameter(name); }};
-      const auto transport = Bridge::OpenTransport(reader, id, AddressOf(TextParameter("Bridge"), id));
-      const Outcome outcome = Talk(*transport);
+      const Outcome outcome = TextListParameter(kReceivers).empty() ? TalkToOne() : TalkToMany();
       if (outcome == Outcome::Done) return outcome;
     } catch (const std::exception& error) {
       // What is in the outbox stays there, so the run does not come to its end before this is mended.
@@ -227,98 +209,6 @@ void BridgeOut::NoteConnection(const std::string& problem) {
   } else {
     record.SetText(kConnection, problem);
   }
-}
-
-// Each time with a higher epoch, which is recorded before anything is sent.
-Sender BridgeOut::MakeSender() {
-  Sdk::NodeRecord record = Record();
-  if (rebinds_.exchange(false)) record.Remove(kReceiver);
-  Sender::Standing standing;
-  standing.id = Bridge::IdOf(record);
-  standing.holder.epoch = static_cast<std::uint64_t>(record.Number(kEpoch)) + 1;
-  standing.holder.mark = Bridge::Id::Random().high % Bridge::kMostNumber;
-  record.SetNumber(kEpoch, static_cast<std::int64_t>(standing.holder.epoch));
-  standing.receiver = Bridge::Id::FromText(record.Text(kReceiver));
-  standing.first = static_cast<std::uint64_t>(record.Number("First", 1));
-  standing.sent = static_cast<std::uint64_t>(record.Number(kSent));
-  return Sender(standing);
-}
-
-Sdk::WorkerNode::Outcome BridgeOut::Talk(Transport& transport) {
-  Sender sender = MakeSender();
-  std::int64_t settled_at = Bridge::Now();
-  while (!StopWanted() && !rebinds_ && Record().Text(kHalted).empty()) {
-    const auto released = outbox_.Released([this] { return Bridge::IsDeliveredTo(TypeName(), InstanceName()); });
-    sender.Release(released);
-    SpeakUp(sender, transport);
-    const Sender::Range more = sender.ToSend();
-    Listen(sender, transport, more.begin >= more.end && released == outbox_.Next());
-    NoteConnection(transport.Problem());
-    TellDrained();
-    if (outbox_.Count() > 0) settled_at = Bridge::Now();
-    if (Bridge::Now() - settled_at < kLinger) continue;
-    transport.Send(AddressOf(TextParameter("Bridge")), Bridge::Encode(sender.Farewell()));
-    transport.Close();
-    AskForParked();
-    if (EndWork()) return Outcome::Done;
-    break;
-  }
-  transport.Close();
-  return Outcome::Stopped;
-}
-
-void BridgeOut::SpeakUp(Sender& sender, Transport& transport) {
-  const std::string address = AddressOf(TextParameter("Bridge"));
-  if (const auto hello = sender.Greeting(Bridge::Now())) transport.Send(address, Bridge::Encode(*hello));
-  Sender::Range range = sender.ToSend();
-  range.end = std::min(range.end, range.begin + kMostAtOnce);
-  std::size_t under_way = outbox_.BytesBefore(range.begin);
-  for (std::uint64_t number = range.begin; number < range.end; ++number) {
-    const std::string letter = outbox_.Letter(number);
-    under_way += letter.size();
-    if (under_way > kMostUnderWay && number > sender.standing().first) return;
-    if (number > sender.standing().sent) {
-      sender.NoteSending(range.end);
-      Record().SetNumber(kSent, static_cast<std::int64_t>(range.end - 1));
-    }
-    const Sender::Standing& now = sender.standing();
-    const Bridge::Data data{now.id, now.holder, now.receiver, now.first, number, letter};
-    if (!transport.Send(address, Bridge::Encode(data))) return;
-    sender.NoteSent(number, Bridge::Now());
-  }
-}
-
-void BridgeOut::Listen(Sender& sender, Transport& transport, bool is_idle) {
-  auto bytes = transport.Poll(is_idle ? kIdleWait : std::chrono::milliseconds(1));
-  while (bytes) {
-    const auto frame = Bridge::Decode(*bytes);
-    if (const auto* ack = frame ? std::get_if<Bridge::Ack>(&*frame) : nullptr) {
-      Apply(sender, sender.Hear(*ack, Bridge::Now()));
-    }
-    bytes = transport.Poll(std::chrono::milliseconds(0));
-  }
-}
-
-void BridgeOut::Apply(const Sender& sender, const Sender::Change& change) {
-  Sdk::NodeRecord record = Record();
-  for (const Bridge::Refusal& refusal : change.refusals) {
-    HoldChanges();
-    outbox_.Park(record, refusal.number, refusal.reason);
-    record.SetNumber(kDeadNumber, static_cast<std::int64_t>(refusal.number));
-    record.SetText(kDeadReason, refusal.reason);
-    FireOutput("dead");
-  }
-  if (change.is_settled) outbox_.Settle(record, sender.standing().first);
-  if (change.is_bound) record.SetText(kReceiver, sender.standing().receiver.Text());
-  std::string halted = change.halted;
-  if (!change.stranger.IsNone()) {
-    halted = "another receiver answers, " + change.stranger.Text() + ", and what was sent to " +
-             sender.standing().receiver.Text() + " is not acknowledged: the signal rebind lets the other one take over";
-  }
-  if (halted.empty()) return;
-  HoldChanges();
-  record.SetText(kHalted, halted);
-  FireOutput("halted");
 }
 
 void BridgeOut::TellDrained() {

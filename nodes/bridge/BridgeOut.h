@@ -3,17 +3,22 @@
 //
 // Below /BridgeOut/<instance>: Id, Epoch, Receiver, Sent, and what Outbox.h says; FullAt and DrainedAt, the numbers at
 // which it was full and is not any more; Dead/N<number>, what the other end has refused, with the Reason, and
-// DeadNumber and DeadReason of the last one, and DeadTold, up to which one "parked" has told; Halted, why nothing is
-// sent any more; Connection, why nothing can be sent now.
+// DeadNumber and DeadReason of the last one, DeadCount, and DeadTold, of how many "parked" has told; Halted, why
+// nothing is sent any more; Connection, why nothing can be sent now.
 #pragma once
 
 #include <atomic>
+#include <chrono>
+#include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <mutex>
 #include <string>
+#include <vector>
 
 #include "OrvWorkFlow/sdk/WorkerNode.h"
 #include "nodes/bridge/BridgeSender.h"
+#include "nodes/bridge/BridgeShare.h"
 #include "nodes/bridge/BridgeTransport.h"
 #include "nodes/bridge/Outbox.h"
 
@@ -26,6 +31,13 @@ class BridgeOut final : public Sdk::WorkerNode {
   BridgeOut() : WorkerNode(kTypeName, kDescription) {}
 
  private:
+  static constexpr char kReceivers[] = "Receivers";
+  static constexpr char kHalted[] = "Halted";
+  static constexpr char kDead[] = "Dead";
+  static constexpr char kDeadCount[] = "DeadCount";
+  static constexpr char kDeadReason[] = "DeadReason";
+  static constexpr char kDeadTold[] = "DeadTold";
+
   bool OnSignal(std::string_view signal) override;
   Outcome Work() override;
 
@@ -34,12 +46,28 @@ class BridgeOut final : public Sdk::WorkerNode {
   void AskForParked();
   void StartWork();
   bool EndWork();
-  Outcome Talk(Bridge::Transport& transport);
-  void SpeakUp(Bridge::Sender& sender, Bridge::Transport& transport);
-  void Listen(Bridge::Sender& sender, Bridge::Transport& transport, bool is_idle);
-  void Apply(const Bridge::Sender& sender, const Bridge::Sender::Change& change);
+  // To a receiver: whom, by what, and which share of the work it has; none when it has all.
+  struct Way {
+    Bridge::Sender& sender;
+    Bridge::Transport& transport;
+    std::string address;
+    Bridge::Share* share = nullptr;
+
+    std::string PathOf(const char* name) const;
+    std::uint64_t InOutbox(std::uint64_t number) const;
+    std::size_t BytesBefore(const Bridge::Outbox& outbox, std::uint64_t number) const;
+  };
+  Outcome TalkToOne();
+  Outcome TalkToMany();
+  std::string TalkOnce(const std::vector<Way>& ways, bool is_idle);
+  bool MayTalk();
+  std::unique_ptr<Bridge::Transport> OpenTransport(const Bridge::Id& id) const;
+  bool SayFarewell(const std::vector<Way>& ways);
+  void SpeakUp(const Way& way);
+  void Listen(const Way& way, std::chrono::milliseconds time);
+  void Apply(const Way& way, const Bridge::Sender::Change& change);
+  void Park(const Way& way, const Bridge::Refusal& refusal);
   void TellDrained();
-  Bridge::Sender MakeSender();
   bool WaitHalted();
   void NoteConnection(const std::string& problem);
   std::string IsFullNow(std::size_t added) const;
@@ -48,7 +76,7 @@ class BridgeOut final : public Sdk::WorkerNode {
   std::mutex work_mutex_;  // A leaf.
   bool works_ = false;     // a thread sees to what is in the outbox
   std::atomic<bool> rebinds_ = false;
-  std::int64_t asked_ = 0;  // of the thread: the dead letter up to which "parked" is on its way
+  std::int64_t asked_ = 0;  // of the thread: of how many dead letters "parked" will tell
 };
 
 }  // namespace OrvWorkFlow::Nodes

@@ -32,6 +32,10 @@ std::optional<Hello> Sender::Greeting(std::int64_t now) {
   return MakeHello();
 }
 
+bool Sender::Answers() const {
+  return !is_halted_ && is_greeted_ && !standing_.receiver.IsNone() && unanswered_ < kGone;
+}
+
 Sender::Range Sender::ToSend() const {
   if (is_halted_ || !is_greeted_ || standing_.receiver.IsNone()) return {};
   return {cursor_, std::max(cursor_, std::min(next_, standing_.first + kWindow))};

@@ -30,6 +30,8 @@ class Sender {
   // What is recorded in the outbox ends before `next`.
   void Release(std::uint64_t next) { next_ = next; }
   bool IsSettled() const { return standing_.first >= next_; }
+  // Whether the receiver is there, as far as is known.
+  bool Answers() const;
 
   // What an answer has changed; recorded before anything else is sent.
   struct Change {

@@ -14,25 +14,25 @@ namespace OrvWorkFlow::Nodes::Bridge {
 
 namespace {
 
-IDictionary& Dictionary() {
+std::string EntryOf(std::uint64_t number) { return "Outbox/" + NameOfNumber(number); }
+
+}  // namespace
+
+IDictionary& Outbox::Dictionary() {
   auto* const dictionary = Sdk::FindGlobal<IDictionary>(ObjectNames::kDictionary, InterfaceNames::kDictionary);
   if (dictionary == nullptr) throw std::runtime_error("the host has no global dictionary");
   return *dictionary;
 }
 
-std::string EntryOf(std::uint64_t number) { return "Outbox/" + NameOfNumber(number); }
-
-}  // namespace
-
 void WriteBytes(const std::string& path, const std::string& bytes) {
-  if (!Dictionary().SetBinary(path.c_str(), bytes.data(), bytes.size())) {
+  if (!Outbox::Dictionary().SetBinary(path.c_str(), bytes.data(), bytes.size())) {
     throw std::runtime_error("cannot write " + path);
   }
 }
 
 std::string ReadBytes(const std::string& path) {
   const Sdk::StreamHolder stream;
-  if (!Dictionary().GetBinary(path.c_str(), stream.get())) throw std::runtime_error("cannot read " + path);
+  if (!Outbox::Dictionary().GetBinary(path.c_str(), stream.get())) throw std::runtime_error("cannot read " + path);
   return {static_cast<const char*>(stream->GetData()), stream->GetSize()};
 }
 
@@ -115,11 +115,40 @@ void Outbox::Settle(Sdk::NodeRecord record, std::uint64_t first) {
   for (; first_ < first; ++first_) record.Remove(EntryOf(first_));
 }
 
-void Outbox::Park(Sdk::NodeRecord record, std::uint64_t number, const std::string& reason) {
-  Settle(record, number);
+// First is the lowest one that is left: it never goes back.
+void Outbox::Take(Sdk::NodeRecord record, std::uint64_t number) {
+  {
+    const std::lock_guard lock(mutex_);
+    const auto found = letters_.find(number);
+    if (found != letters_.end()) {
+      bytes_ -= found->second.size();
+      letters_.erase(found);
+    }
+  }
+  record.Remove(EntryOf(number));
+  const std::uint64_t next = Next();  // Before the look: what is added meanwhile has this number, or a higher one.
+  const std::uint64_t left = FirstFrom(0);
+  const std::uint64_t first = left == 0 ? next : std::min(left, next);
+  if (first <= first_) return;
+  first_ = first;
+  record.SetNumber("First", static_cast<std::int64_t>(first));
+}
+
+std::uint64_t Outbox::FirstFrom(std::uint64_t number) const {
+  const std::lock_guard lock(mutex_);
+  const auto found = letters_.lower_bound(number);
+  return found == letters_.end() ? 0 : found->first;
+}
+
+void Outbox::Bury(Sdk::NodeRecord record, std::uint64_t number, const std::string& reason) const {
   const std::string dead = "Dead/" + NameOfNumber(number);
   WriteBytes(record.PathOf(dead), Letter(number));
   record.SetText(dead + "/Reason", reason);
+}
+
+void Outbox::Park(Sdk::NodeRecord record, std::uint64_t number, const std::string& reason) {
+  Settle(record, number);
+  Bury(record, number, reason);
   Settle(record, number + 1);
 }
 

@@ -7,6 +7,7 @@
 #include <mutex>
 #include <string>
 
+#include "OrvWorkFlow/IDictionary.h"
 #include "OrvWorkFlow/sdk/NodeRecord.h"
 
 namespace OrvWorkFlow::Nodes::Bridge {
@@ -16,6 +17,8 @@ namespace OrvWorkFlow::Nodes::Bridge {
 // when the process dies before its end is recorded. Operations of the delivery are marked; all others are the thread's.
 class Outbox {
  public:
+  static IDictionary& Dictionary();
+
   // Delivery: reads what is recorded, the first time that it is called.
   void Load(Sdk::NodeRecord record);
   // Delivery: what earlier deliveries have added is recorded.
@@ -43,7 +46,12 @@ class Outbox {
 
   // All before `first` are settled: they go. Held changes of the thread's may be waiting.
   void Settle(Sdk::NodeRecord record, std::uint64_t first);
-  // As a dead letter, below Dead: then all up to it are settled.
+  // One of them alone is settled.
+  void Take(Sdk::NodeRecord record, std::uint64_t number);
+  // The number of the first letter from there on; 0 for none.
+  std::uint64_t FirstFrom(std::uint64_t number) const;
+  // As a dead letter, below Dead; Park: then all up to it are settled.
+  void Bury(Sdk::NodeRecord record, std::uint64_t number, const std::string& reason) const;
   void Park(Sdk::NodeRecord record, std::uint64_t number, const std::string& reason);
 
  private:

@@ -64,6 +64,22 @@ std::vector<DeadLetter> ReadDead(IDictionary& state, const Sdk::NodeRecord& reco
   return dead;
 }
 
+std::vector<SharingReceiver> ReadReceivers(IDictionary& state, const Sdk::NodeRecord& record) {
+  std::vector<SharingReceiver> receivers;
+  for (const std::string& name : Base::NamesBelow(state, record.PathOf("Receivers"))) {
+    const std::string folder = "Receivers/" + name;
+    const std::uint64_t first = std::max<std::uint64_t>(1, CountAt(record, folder + "/First", 1));
+    receivers.push_back({name, CountAt(record, folder + "/Epoch"), 0, first - 1});
+  }
+  for (const std::string& entry : Base::NamesBelow(state, record.PathOf("Dealt"))) {
+    const std::string deal = record.Text("Dealt/" + entry);
+    for (SharingReceiver& receiver : receivers) {
+      if (deal.starts_with(receiver.name + " ")) ++receiver.dealt;
+    }
+  }
+  return receivers;
+}
+
 SendingBridge ReadSending(IDictionary& state, const std::string& instance) {
   const Sdk::NodeRecord record(state, FolderOf(kOut, instance));
   SendingBridge bridge;
@@ -83,6 +99,7 @@ SendingBridge ReadSending(IDictionary& state, const std::string& instance) {
   }
   bridge.halted = record.Text("Halted");
   bridge.connection = record.Text("Connection");
+  bridge.receivers = ReadReceivers(state, record);
   bridge.dead = ReadDead(state, record);
   return bridge;
 }

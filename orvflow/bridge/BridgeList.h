@@ -19,6 +19,14 @@ struct DeadLetter {
   std::string reason;
 };
 
+// One of those that share the work.
+struct SharingReceiver {
+  std::string name;
+  std::uint64_t epoch = 0;
+  std::size_t dealt = 0;           // of those that wait
+  std::uint64_t acknowledged = 0;  // by its own numbers
+};
+
 struct SendingBridge {
   std::string instance;
   std::string id;
@@ -30,6 +38,7 @@ struct SendingBridge {
   std::uint64_t acknowledged = 0;  // up to here the other end has taken or refused all
   std::string halted;
   std::string connection;
+  std::vector<SharingReceiver> receivers;
   std::vector<DeadLetter> dead;  // by their numbers
 };
 

@@ -22,6 +22,10 @@ std::string SendingAsText(const SendingBridge& bridge) {
   if (bridge.oldest != 0) text += ", from number " + std::to_string(bridge.oldest);
   text += "\n" + kIndent + "acknowledged up to " + std::to_string(bridge.acknowledged) + ", epoch " +
           std::to_string(bridge.epoch) + "\n";
+  for (const SharingReceiver& receiver : bridge.receivers) {
+    text += Line(receiver.name + ": " + std::to_string(receiver.dealt) + " dealt, acknowledged up to " +
+                 std::to_string(receiver.acknowledged) + ", epoch " + std::to_string(receiver.epoch));
+  }
   text += Line(bridge.halted.empty() ? "" : "halted: " + bridge.halted) + Line(bridge.connection);
   for (const DeadLetter& letter : bridge.dead) {
     text += PaddedBefore(std::to_string(letter.number), kNumberColumns) + "  " +
@@ -55,6 +59,13 @@ Json SendingAsJson(const SendingBridge& bridge) {
                {"halted", TextOrNull(bridge.halted)}};
   json["oldest"] = bridge.oldest == 0 ? Json() : Json(bridge.oldest);
   json["connection"] = TextOrNull(bridge.connection);
+  json["receivers"] = Json::array();
+  for (const SharingReceiver& receiver : bridge.receivers) {
+    json["receivers"].push_back({{"name", receiver.name},
+                                 {"epoch", receiver.epoch},
+                                 {"dealt", receiver.dealt},
+                                 {"acknowledged", receiver.acknowledged}});
+  }
   json["dead"] = Json::array();
   for (const DeadLetter& letter : bridge.dead) {
     json["dead"].push_back({{"number", letter.number},

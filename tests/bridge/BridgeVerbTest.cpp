@@ -163,5 +163,34 @@ TEST_F(BridgeVerbTest, TheSchemaDescribesTheList) {
   EXPECT_EQ(north["receiving"][0]["senders"][0]["delivered"], 3);
 }
 
+// East takes some and waits; west never came.
+TEST_F(BridgeVerbTest, ReceiversThatShareTheWorkAreListed) {
+  Change("south.xml", "<Bridge ",
+         "<Receivers __type=\"strlist\"><__ListEntries><__item0>east</__item0><__item1>west</__item1></__ListEntries>"
+         "</Receivers><Bridge ");
+  Change("south.xml", ">3<", ">20<");
+  Change("north.xml", "<Bridge ", ListEntry("Receiver", "east") + "<Bridge ");
+  Change("north.xml", "<received><map0 __type=\"str\">ValueSetter,List,set</map0></received>", "<received/>");
+  Json list;
+  for (int life = 0; life < 30 && (list.is_null() || list["waiting"] != 19 || list["receivers"][0]["dealt"] != 8);
+       ++life) {
+    StartAll();
+    std::this_thread::sleep_for(std::chrono::seconds(1));
+    EXPECT_EQ(Stop("south.xml"), 6);
+    EXPECT_EQ(Stop("north.xml"), 6);
+    list = List();
+  }
+  EXPECT_EQ(list["waiting"], 19);
+  ASSERT_EQ(list["receivers"].size(), 2U);
+  EXPECT_EQ(list["receivers"][0]["name"], "east");
+  EXPECT_EQ(list["receivers"][0]["dealt"], 8);
+  EXPECT_EQ(list["receivers"][0]["acknowledged"], 1);
+  EXPECT_EQ(list["receivers"][1]["dealt"], 0) << "it never came";
+  EXPECT_THAT(Bridge().output, HasSubstr("       east: 8 dealt, acknowledged up to 1, epoch "));
+  const Json schema = Json::parse(ReadFile((SourceFolder() / "docs" / "bridges.schema.json").string()));
+  const Json& described = schema["properties"]["sending"]["items"]["properties"]["receivers"]["items"]["properties"];
+  for (const auto& [name, entry] : list["receivers"][0].items()) EXPECT_TRUE(described.contains(name)) << name;
+}
+
 }  // namespace
 }  // namespace orv_test

@@ -33,7 +33,7 @@ class ExampleScriptTest : public ProgramFixture {
   // Runs the script of an example in the test's directory.
   ProcessResult RunExample(const std::string& name) {
     const std::filesystem::path example = SourceFolder() / "examples" / name;
-    for (const char* file : {"flow.xml", "guest.xml", "north.xml", "south.xml", "run.sh", "copy.sh", "import.sh"}) {
+    for (const char* file : {"flow.xml", "guest.xml", "north.xml", "south.xml", "worker.xml", "run.sh", "copy.sh", "import.sh"}) {
       if (!std::filesystem::exists(example / file)) continue;
       std::filesystem::copy_file(example / file, directory_.path() / file);
     }
@@ -140,6 +140,12 @@ TEST_F(ExampleScriptTest, RecordedRunsAreReplayed) {
     EXPECT_EQ(replay.exit_code, 0) << replay.output << replay.error;
     EXPECT_TRUE(replay.output.starts_with("run ")) << replay.output;
   }
+}
+
+TEST_F(ExampleScriptTest, ThreeRunsShareTheWorkAndOneOfThemIsKilled) {
+  const ProcessResult result = RunExample("14_shared_work");
+  EXPECT_EQ(result.exit_code, 0) << result.error;
+  ExpectShown("examples/14_shared_work/README.md", result.output);
 }
 
 TEST_F(ExampleScriptTest, TwoMachinesLoseNothingWhenAllAreKilled) {
