@@ -229,7 +229,7 @@ class BridgeSharedRunsTest : public BridgeRuns {
     for (const char* name : kNames) {
       std::string worker = ReadFile(example / "worker.xml");
       Replace(worker, "{env:WORKER}", name);
-      Replace(worker, "{/FileHasher/Hash/Hash}", "{/BridgeIn/Work/Values/ForEach/Files/Item}");
+      Replace(worker, "{/FileHasher/Hash/Hash}", "{/BridgeIn/Tasks/Values/ForEach/Files/Item}");
       Replace(worker, ">20<", ">2<");
       Replace(worker, "<Bridge __type=\"str\">", faults + "<Bridge __type=\"str\">");
       WriteFile(directory_.path() / (std::string(name) + ".xml"), worker);

@@ -33,7 +33,8 @@ class ExampleScriptTest : public ProgramFixture {
   // Runs the script of an example in the test's directory.
   ProcessResult RunExample(const std::string& name) {
     const std::filesystem::path example = SourceFolder() / "examples" / name;
-    for (const char* file : {"flow.xml", "guest.xml", "north.xml", "south.xml", "worker.xml", "run.sh", "copy.sh", "import.sh"}) {
+    for (const char* file :
+         {"flow.xml", "guest.xml", "north.xml", "south.xml", "worker.xml", "run.sh", "copy.sh", "import.sh"}) {
       if (!std::filesystem::exists(example / file)) continue;
       std::filesystem::copy_file(example / file, directory_.path() / file);
     }
