@@ -97,7 +97,7 @@ bool CSignalMediator::SaveState(const char* /*path*/) {
 }
 
 bool CSignalMediator::FireInputSignal(const char* type_name, const char* instance_name, const char* signal_name) {
-  return router_.FireInput({type_name, instance_name, signal_name});
+  return router_.FireInput(type_name, instance_name, signal_name);
 }
 
 bool CSignalMediator::ForwardOutputSignal(const char* type_name, const char* instance_name, const char* signal_name) {

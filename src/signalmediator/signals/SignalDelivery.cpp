@@ -196,17 +196,23 @@ SignalDelivery::Received SignalDelivery::Receive(const InputSignal& signal, Work
   return received;
 }
 
-// Where the host's runtime has no mutex nothing is locked.
-void SignalDelivery::DeliverLocked(const InputSignal& signal, const SignalSource& source,
-                                   WorkNodeList::Place place) noexcept {
-  const bool is_locked = static_cast<bool>(context_.access_lock);
-  const Received received = is_locked ? ReceiveLocked(signal, place) : Receive(signal, place);
+void SignalDelivery::DeliverUnlocked(const InputSignal& signal, const SignalSource& source,
+                                     WorkNodeList::Place place) noexcept {
+  const Received received = Receive(signal, place);
   TellBegun(signal, source);
   Deliver(signal, source, received);
-  if (!is_locked) {
-    ++context_.counts.finished;
+  ++context_.counts.finished;
+}
+
+void SignalDelivery::DeliverLocked(const InputSignal& signal, const SignalSource& source,
+                                   WorkNodeList::Place place) noexcept {
+  if (!context_.access_lock) {
+    DeliverUnlocked(signal, source, place);
     return;
   }
+  const Received received = ReceiveLocked(signal, place);
+  TellBegun(signal, source);
+  Deliver(signal, source, received);
   MediatorCounts::Add(context_.counts.finished_locked, 1);
   if (received.entry == nullptr) return;
   std::atomic<std::uint32_t>& deliveries = received.entry->locked_deliveries;

@@ -46,6 +46,7 @@ class SignalDelivery {
   };
   Received Receive(const InputSignal& signal, WorkNodeList::Place place);
   Received ReceiveLocked(const InputSignal& signal, WorkNodeList::Place place);
+  void DeliverUnlocked(const InputSignal& signal, const SignalSource& source, WorkNodeList::Place place) noexcept;
   bool TakeAndReceive(const InputSignalMessage* message, CarriedSignal& carried, Received& received) noexcept;
   void TellBegun(const InputSignal& signal, const SignalSource& source) const noexcept;
   void Deliver(const InputSignal& signal, const SignalSource& source, const Received& received) noexcept;

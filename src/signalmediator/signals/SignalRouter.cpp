@@ -41,11 +41,11 @@ namespace OrvWorkFlow::Core::Mediator {
   }
 }
 
-bool SignalRouter::FireInput(const InputSignal& signal) noexcept {
+bool SignalRouter::FireInput(const char* type, const char* instance, const char* signal_name) noexcept {
   SignalSource* const from_pump = std::exchange(ThisThreadsSignals().to_fire, nullptr);
-  if (signal.type == nullptr || signal.instance == nullptr || signal.signal == nullptr) return false;
+  if (type == nullptr || instance == nullptr || signal_name == nullptr) return false;
   SignalSource past_queue;
-  return Fire(signal, from_pump != nullptr ? *from_pump : past_queue);
+  return Fire({type, instance, signal_name}, from_pump != nullptr ? *from_pump : past_queue);
 }
 
 // A signal that the host refuses was never sent, or the next stop would wait for it without end. One that the host has

@@ -18,7 +18,7 @@ class SignalRouter {
       : context_(context), loader_(loader), delivery_(delivery), gui_thread_(gui_thread) {}
 
   // Takes what the pump has noted for this thread along. False when there is nobody who could get the signal.
-  bool FireInput(const InputSignal& signal) noexcept;
+  bool FireInput(const char* type, const char* instance, const char* signal_name) noexcept;
   // The signals with which stopped nodes go on. Throws when the host's lock does.
   void FireReboots();
 
