@@ -38,10 +38,10 @@ get_property(orv_node_plugins GLOBAL PROPERTY ORV_NODE_PLUGINS)
 install(TARGETS ${orv_node_plugins} LIBRARY DESTINATION ${orv_plugin_dir} COMPONENT program)
 # Without what their scripts leave.
 install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT program USE_SOURCE_PERMISSIONS
-  FILES_MATCHING PATTERN "README.md" PATTERN "flow.xml" PATTERN "guest.xml" PATTERN "north.xml" PATTERN "south.xml"
+  FILES_MATCHING PATTERN "README.md" PATTERN "flow.xml" PATTERN "guest.xml" PATTERN "north.xml" PATTERN "south.xml" PATTERN "worker.xml"
   PATTERN "*.sh" PATTERN "*.cpp" PATTERN "CMakeLists.txt"
   PATTERN "answer" EXCLUDE PATTERN "backup" EXCLUDE PATTERN "build" EXCLUDE PATTERN "data" EXCLUDE PATTERN "done" EXCLUDE
-  PATTERN "files" EXCLUDE PATTERN "in" EXCLUDE PATTERN "server" EXCLUDE PATTERN "source" EXCLUDE PATTERN "TickHost" EXCLUDE)
+  PATTERN "files" EXCLUDE PATTERN "in" EXCLUDE PATTERN "net" EXCLUDE PATTERN "server" EXCLUDE PATTERN "source" EXCLUDE PATTERN "TickHost" EXCLUDE)
 install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/pages COMPONENT development FILES_MATCHING PATTERN "*.md"
   PATTERN "*.schema.json")
 if(WIN32)

@@ -1,4 +1,4 @@
-// The class that programs embed, with the ready-made nodes: a clock whose ticks start a lamp.
+// The class that programs embed, with the ready-made nodes: a clock whose ticks are counted.
 #include "OrvWorkFlow/host/WorkflowHost.h"
 
 #include <gtest/gtest.h>
@@ -28,24 +28,24 @@ using Host::RunEnd;
 using Host::StateFile;
 using Host::WorkflowHost;
 
-// Counts what is delivered to the lamp; asks for a stop after so many.
-class LampWatcher final : public Host::RunObserver {
+// Counts what is delivered to the counter; asks for a stop after so many.
+class TickWatcher final : public Host::RunObserver {
  public:
   WorkflowHost* host = nullptr;
   int stop_after = 0;
 
   void DeliveryEnded(const Delivery& delivery, Outcome /*outcome*/, const char* /*text*/) override {
-    if (std::string(delivery.receiver.instance) != "Lamp" || std::string(delivery.receiver.signal) != "start") return;
-    if (++lit_ != stop_after) return;
+    if (std::string(delivery.receiver.instance) != "Ticks" || std::string(delivery.receiver.signal) != "count") return;
+    if (++counted_ != stop_after) return;
     asked_ = std::chrono::steady_clock::now();
     host->RequestStop();
   }
-  int lit() const { return lit_; }
+  int counted() const { return counted_; }
   std::chrono::steady_clock::time_point asked() const { return asked_; }
 
  private:
   std::chrono::steady_clock::time_point asked_;
-  std::atomic<int> lit_ = 0;
+  std::atomic<int> counted_ = 0;
 };
 
 class WorkflowHostTest : public ::testing::Test {
@@ -67,7 +67,7 @@ class WorkflowHostTest : public ::testing::Test {
   }
 
   // One run with the state beside the flow.
-  Host::RunResult RunOnce(const std::string& flow, LampWatcher& watcher, const char* key = nullptr) {
+  Host::RunResult RunOnce(const std::string& flow, TickWatcher& watcher, const char* key = nullptr) {
     StateFile state(flow, "");
     WorkflowHost host;
     watcher.host = &host;
@@ -100,12 +100,12 @@ class WorkflowHostTest : public ::testing::Test {
 TEST_F(WorkflowHostTest, RunsToTheEndTwiceInOneProcess) {
   const std::string flow = WriteFlow(3, 1);
   for (int round = 0; round < 2; ++round) {
-    LampWatcher watcher;
+    TickWatcher watcher;
     const Host::RunResult result = RunOnce(flow, watcher);
     EXPECT_EQ(result.end, RunEnd::Idle);
     EXPECT_EQ(result.failures, 0u);
     EXPECT_EQ(result.finished_state, Host::FinishedState::Removed);
-    EXPECT_EQ(watcher.lit(), 3);
+    EXPECT_EQ(watcher.counted(), 3);
     EXPECT_FALSE(continued_);
     EXPECT_FALSE(HasFile("flow.state.xml"));
     EXPECT_FALSE(HasFile("flow.state.xml.lock"));
@@ -126,21 +126,21 @@ TEST_F(WorkflowHostTest, RunsWithoutAState) {
 
 TEST_F(WorkflowHostTest, StopsWithTheStateSavedAndGoesOn) {
   const std::string flow = WriteFlow(6, 20);
-  LampWatcher first;
+  TickWatcher first;
   first.stop_after = 2;
   const Host::RunResult stopped = RunOnce(flow, first);
   EXPECT_EQ(stopped.end, RunEnd::Stopped);
   EXPECT_TRUE(stopped.saved);
   EXPECT_TRUE(HasFile("flow.state.xml"));
   EXPECT_FALSE(HasFile("flow.state.xml.lock"));
-  EXPECT_GE(first.lit(), 2);
-  EXPECT_LT(first.lit(), 6);
+  EXPECT_GE(first.counted(), 2);
+  EXPECT_LT(first.counted(), 6);
 
-  LampWatcher second;
+  TickWatcher second;
   const Host::RunResult ended = RunOnce(flow, second);
   EXPECT_TRUE(continued_);
   EXPECT_EQ(ended.end, RunEnd::Idle);
-  EXPECT_EQ(first.lit() + second.lit(), 6) << "none is lost, none comes twice";
+  EXPECT_EQ(first.counted() + second.counted(), 6) << "none is lost, none comes twice";
   EXPECT_FALSE(HasFile("flow.state.xml"));
 }
 
@@ -152,7 +152,7 @@ TEST_F(WorkflowHostTest, AStopDoesNotWaitForANodeThatWaits) {
   const std::string flow = WriteFlow(1000, 30);
   Clock::duration quickest = std::chrono::hours(1);
   for (int round = 0; round < 8; ++round) {
-    LampWatcher watcher;
+    TickWatcher watcher;
     watcher.stop_after = 2;
     RunOnce(flow, watcher);
     quickest = std::min(quickest, Clock::now() - watcher.asked());
@@ -161,7 +161,7 @@ TEST_F(WorkflowHostTest, AStopDoesNotWaitForANodeThatWaits) {
 }
 
 TEST_F(WorkflowHostTest, AtTheEndItSavesWhatWasSavedBefore) {
-  const auto saves_of = [&](const std::string& flow, LampWatcher& watcher) {
+  const auto saves_of = [&](const std::string& flow, TickWatcher& watcher) {
     StateFile state(flow, "");
     WorkflowHost host;
     watcher.host = &host;
@@ -178,13 +178,13 @@ TEST_F(WorkflowHostTest, AtTheEndItSavesWhatWasSavedBefore) {
     EXPECT_FALSE(state.Exists() && result.end == RunEnd::Idle);
     return saves;
   };
-  LampWatcher never_stopped;
+  TickWatcher never_stopped;
   EXPECT_EQ(saves_of(WriteFlow(2, 1), never_stopped), 0);
   const std::string flow = WriteFlow(6, 20);
-  LampWatcher stopped;
+  TickWatcher stopped;
   stopped.stop_after = 2;
   EXPECT_EQ(saves_of(flow, stopped), 1);
-  LampWatcher continued;
+  TickWatcher continued;
   EXPECT_EQ(saves_of(flow, continued), 1);
 }
 
@@ -265,7 +265,7 @@ TEST_F(WorkflowHostTest, ADamagedStateIsRefusedAndStays) {
   for (const char* text :
        {"no state", "<IDictionaryRoot><a></IDictionaryRoot>", "<IDictionaryRoot></IDictionaryRoot>"}) {
     WriteFile(directory_.file("flow.state.xml"), text);
-    LampWatcher watcher;
+    TickWatcher watcher;
     std::string line;
     EXPECT_EQ(KindOf([&] { RunOnce(flow, watcher); }, &line), HostError::Kind::Damaged);
     EXPECT_NE(line.find("put a whole one there, or remove it to begin anew"), std::string::npos) << line;
@@ -302,24 +302,24 @@ TEST_F(WorkflowHostTest, WithAKeyFlowAndStateAreEnciphered) {
     dictionary->SetEncryptionKey("a key");
     ASSERT_TRUE(dictionary->SaveFile(flow.c_str()));
   }
-  LampWatcher first;
+  TickWatcher first;
   first.stop_after = 2;
   EXPECT_EQ(RunOnce(flow, first, "a key").end, RunEnd::Stopped);
   for (const char* name : {"secret.xml", "secret.state.xml"}) {
     EXPECT_EQ(ReadFile(directory_.file(name)).find("Timer"), std::string::npos) << name;
   }
-  LampWatcher other;
+  TickWatcher other;
   std::string line;
   EXPECT_EQ(KindOf([&] { RunOnce(flow, other, "another"); }, &line), HostError::Kind::Damaged);
   EXPECT_NE(line.find("; check the key"), std::string::npos) << line;
-  LampWatcher second;
+  TickWatcher second;
   EXPECT_EQ(RunOnce(flow, second, "a key").end, RunEnd::Idle);
-  EXPECT_EQ(first.lit() + second.lit(), 6);
+  EXPECT_EQ(first.counted() + second.counted(), 6);
 }
 
 TEST_F(WorkflowHostTest, LogsAndShowsMessagesWhereItIsTold) {
   std::string text = ReadFile(WriteFlow(1, 1));
-  Replace(text, "Timer,Lamp,start", "Timer,Lamp,explode");
+  Replace(text, "Counter,Ticks,count", "Counter,Ticks,explode");
   const std::string flow = directory_.file("failing.xml");
   WriteFile(flow, text);
   std::mutex mutex;
