@@ -10,6 +10,7 @@
 #include "nodes/bridge/BridgeReceiver.h"
 #include "nodes/bridge/BridgeSender.h"
 #include "nodes/bridge/FolderNetwork.h"
+#include "tests/fakes/FakeMediator.h"
 #include "tests/support/TimeLimit.h"
 #include "tests/tasks/TaskFixture.h"
 
@@ -151,6 +152,21 @@ TEST_F(BridgeOutTest, WhatIsRefusedIsParkedWithTheReason) {
   EXPECT_TRUE(bench_->dictionary().Exists("/BridgeOut/Bench/Dead/N3"));
 }
 
+// The delivery that sends it is at work, and a kill would undo it: nobody may have got it then.
+TEST_F(BridgeOutTest, NothingIsSentBeforeItsDeliveryHasEnded) {
+  FakeMediator mediator("BridgeOut", "Bench");
+  ASSERT_TRUE(OrvWorkFlow::WorkFlowFactory::AddGlobalObject("SignalMediator", &mediator, false));
+  mediator.is_at_work = true;
+  Send(1);
+  EXPECT_TRUE(AnswerUntil([&] { return !Said("Receiver").empty() && mediator.asked > 20; }));
+  EXPECT_EQ(Said("Sent"), "");
+  EXPECT_EQ(receiver_.Next(), nullptr);
+  mediator.is_at_work = false;
+  EXPECT_EQ(Receive(1), std::vector<int>{1});
+  EXPECT_TRUE(AnswerUntil([&] { return IsIdle(); }));
+  bench_.reset();
+}
+
 TEST_F(BridgeOutTest, WhatCannotBeSentFailsTheSignal) {
   EXPECT_THROW(bench_->Signal("send"), std::exception);  // There is no /N.
   bench_->Set("/N", 1);
@@ -258,6 +274,25 @@ TEST_F(BridgeInTest, EachComesOnceAndAfterTheOneBeforeIsTaken) {
   EXPECT_TRUE(SendUntil(sender, 9, [&] { return sender.IsSettled(); }));
   EXPECT_EQ(fired_.size(), 8U);
   EXPECT_EQ(fired_.back(), "received 8 8");
+}
+
+// A delivery to it is at work, and what it delivers meanwhile counts with that: a kill would undo both.
+TEST_F(BridgeInTest, NothingIsAcknowledgedBeforeTheDeliveryAtWorkHasEnded) {
+  FakeMediator mediator("BridgeIn", "Bench");
+  ASSERT_TRUE(OrvWorkFlow::WorkFlowFactory::AddGlobalObject("SignalMediator", &mediator, false));
+  EXPECT_TRUE(bench_->Signal("listen"));
+  Sender sender({kSender, {1, 1}, {}, 1, 0});
+  // Bound, and sent while the delivery is at work.
+  EXPECT_TRUE(SendUntil(sender, 1, [&] { return !sender.standing().receiver.IsNone(); }));
+  mediator.is_at_work = true;
+  EXPECT_TRUE(SendUntil(sender, 2, [&] { return fired_.size() == 1; }));
+  const int asked = mediator.asked;
+  EXPECT_TRUE(SendUntil(sender, 2, [&] { return mediator.asked > asked + 20; }));
+  EXPECT_FALSE(sender.IsSettled());
+  mediator.is_at_work = false;
+  EXPECT_TRUE(SendUntil(sender, 2, [&] { return sender.IsSettled(); }));
+  EXPECT_EQ(fired_.size(), 1U);
+  bench_.reset();
 }
 
 TEST_F(BridgeInTest, WhatItDoesNotTakeGoesBackWithTheReason) {
