@@ -68,5 +68,5 @@ for run in south north; do
 done
 echo "\$ cut -c 1-50 orders.txt"
 cut -c 1-50 orders.txt
-echo "\$ cut -d : -f 2 orders.txt | wc -w"
-cut -d : -f 2 orders.txt | wc -w
+echo "\$ tr -cd , < orders.txt | wc -c"
+tr -cd , < orders.txt | wc -c

@@ -66,6 +66,22 @@ TEST_F(BridgeEndsTest, OneStateResumedTwiceSendsOnce) {
   EXPECT_NE(Greet(first, receiver).halted, "");
 }
 
+// What a copy of the state, or the run before, has still on its way may be something else than what has that number
+// now.
+TEST_F(BridgeEndsTest, WhatAnotherRunHasOnItsWayIsNotTaken) {
+  Receiver receiver(kReceiver, 1, 10);
+  Sender sender({kSender, {4, 100}, {}, 1, 0});
+  sender.Release(2);
+  Greet(sender, receiver);
+  for (const Holder& other : {Holder{4, 200}, Holder{3, 100}, Holder{5, 100}}) {
+    receiver.Hear(Data{kSender, other, kReceiver, 1, 1, "other"});
+    EXPECT_EQ(receiver.Next(), nullptr) << other.epoch << " " << other.mark;
+  }
+  SendAll(sender, receiver);
+  ASSERT_NE(receiver.Next(), nullptr);
+  EXPECT_EQ(receiver.Next()->letter, "x");
+}
+
 TEST_F(BridgeEndsTest, AnOlderStateOfTheSenderStops) {
   Receiver receiver(kReceiver, 1, 10);
   Sender sender({kSender, {1, 1}, {}, 1, 0});

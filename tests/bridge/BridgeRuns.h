@@ -43,6 +43,13 @@ class BridgeRuns : public ProgramFixture {
     WriteFile(directory_.path() / name, text);
   }
 
+  // In a flow that was written.
+  void Change(const std::string& name, const std::string& from, const std::string& to) const {
+    std::string text = ReadFile(directory_.path() / name);
+    Replace(text, from, to);
+    WriteFile(directory_.path() / name, text);
+  }
+
   void Start(const std::string& flow) {
     std::unique_ptr<ChildProcess>& run = runs_[flow];
     if (run == nullptr) run = std::make_unique<ChildProcess>(ORVFLOW_PROGRAM, Arguments{"run", File(flow)});
@@ -76,10 +83,21 @@ class BridgeRuns : public ProgramFixture {
     return true;
   }
 
+  // So many are in the outbox, or have been.
+  void WaitForOutbox(int number) const {
+    const std::filesystem::path record = directory_.path() / "south.state.xml.record";
+    const std::string path = "/BridgeOut/North/Outbox/N" + std::to_string(number);
+    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    while (!std::filesystem::exists(record) || ReadFile(record).find(path) == std::string::npos) {
+      ASSERT_LT(std::chrono::steady_clock::now(), limit);
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+  }
+
   // Some are on their way yet.
   bool IsUnderWay() const { return !std::filesystem::exists(directory_.path() / "orders.txt"); }
 
-  void ExpectAllDelivered() {
+  void ExpectAllDelivered(int count = kCount) {
     StartAll();
     for (const char* flow : {"south.xml", "north.xml"}) {
       const ProcessResult result = runs_[flow]->Wait();
@@ -88,11 +106,11 @@ class BridgeRuns : public ProgramFixture {
     }
     int sum = 0;
     std::string expected;
-    for (int i = 1; i <= kCount; ++i) {
+    for (int i = 1; i <= count; ++i) {
       sum += i;
-      expected += " " + std::to_string(i);
+      expected += std::to_string(i) + ",";
     }
-    EXPECT_EQ(ReadFile(directory_.path() / "orders.txt"), "sum " + std::to_string(sum) + ":" + expected + "\n");
+    EXPECT_EQ(ReadFile(directory_.path() / "orders.txt"), "sum " + std::to_string(sum) + ": " + expected + "\n");
   }
 
   TimeLimit limit_{std::chrono::seconds(600)};

@@ -1,68 +1,12 @@
 // Bridges over a real broker, which is killed, forgets, and refuses.
 #include <gtest/gtest.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include <filesystem>
-#include <memory>
 
-#include "tests/bridge/BridgeRuns.h"
+#include "tests/bridge/Broker_posix.h"
 #include "tests/tasks/TaskFixture.h"
 
 namespace orv_test {
 namespace {
-
-constexpr char kBroker[] = "/usr/sbin/mosquitto";
-
-int FreePort() {
-  const int one = socket(AF_INET, SOCK_STREAM, 0);
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  socklen_t size = sizeof(address);
-  auto* const any = reinterpret_cast<sockaddr*>(&address);
-  EXPECT_EQ(bind(one, any, size), 0);
-  EXPECT_EQ(getsockname(one, any, &size), 0);
-  close(one);
-  return ntohs(address.sin_port);
-}
-
-class Broker {
- public:
-  explicit Broker(std::filesystem::path folder, const std::string& access = "allow_anonymous true\n")
-      : folder_(std::move(folder)), port_(FreePort()) {
-    std::filesystem::create_directories(folder_);
-    WriteFile(folder_ / "broker.conf", "listener " + std::to_string(port_) +
-                                           " 127.0.0.1\nuser root\npersistence true\npersistence_location " +
-                                           (folder_ / "data").string() + "/\n" + access);
-  }
-  void Start() {
-    std::filesystem::create_directories(folder_ / "data");
-    process_ = std::make_unique<ChildProcess>(kBroker, Arguments{"-c", (folder_ / "broker.conf").string()});
-  }
-  void Kill() { process_.reset(); }
-  void Wipe() { std::filesystem::remove_all(folder_ / "data"); }
-  int port() const { return port_; }
-
- private:
-  std::filesystem::path folder_;
-  int port_;
-  std::unique_ptr<ChildProcess> process_;
-};
-
-class MqttBridgeTest : public BridgeRuns {
- protected:
-  void SetUp() override {
-    if (!std::filesystem::exists(kBroker)) GTEST_SKIP() << "there is no broker (Debian: mosquitto)";
-    broker_ = std::make_unique<Broker>(directory_.path() / "broker");
-    const std::string port = TextEntry("Port", std::to_string(broker_->port()));
-    WriteFlow("south.xml", port);
-    WriteFlow("north.xml", port);
-  }
-
-  std::unique_ptr<Broker> broker_;
-};
 
 TEST_F(MqttBridgeTest, BrokerKilledWithDefaultSettings) {
   broker_->Start();

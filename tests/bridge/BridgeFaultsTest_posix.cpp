@@ -1,0 +1,70 @@
+// What disks and clocks are known to do to the runs at both ends. Each test fails when its fault did not come.
+#include <gmock/gmock.h>
+
+#include "tests/bridge/BridgeRuns.h"
+
+namespace orv_test {
+namespace {
+
+using ::testing::HasSubstr;
+
+class BridgeFaultsTest : public BridgeRuns {
+ protected:
+  void SetUp() override {
+    const std::string transport = TextEntry("Transport", "folder") + ListEntry("Folder", File("net"));
+    WriteFlow("south.xml", transport);
+    WriteFlow("north.xml", transport);
+  }
+
+  // A record cannot grow any more; the run goes on, says so, is stopped, and goes on with room.
+  void FillTheDiskOf(const std::string& full, const std::string& other) {
+    for (const char* flow : {"south.xml", "north.xml"}) Change(flow, ">120<", ">1000<");
+    Change("south.xml", ">5<", ">1<");
+    runs_[full] = std::make_unique<ChildProcess>(
+        "/bin/bash",
+        Arguments{"-c", "ulimit -f 150; exec '" + std::string(ORVFLOW_PROGRAM) + "' run '" + File(full) + "'"});
+    if (!other.empty()) Start(other);
+    const std::filesystem::path record = File(full.substr(0, full.find('.')) + ".state.xml.record");
+    // It is emptied then.
+    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    while (!std::filesystem::exists(record) || std::filesystem::file_size(record) > 0) {
+      ASSERT_LT(std::chrono::steady_clock::now(), limit);
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    ASSERT_TRUE(IsUnderWay());
+    EXPECT_TRUE(runs_[full]->Interrupt());
+    const ProcessResult stopped = runs_[full]->Wait();
+    runs_[full].reset();
+    EXPECT_EQ(stopped.exit_code, 6) << stopped.error;
+    EXPECT_THAT(stopped.error, HasSubstr("the record ended before the run: the disk takes no more of it"));
+    ExpectAllDelivered(1000);
+  }
+};
+
+TEST_F(BridgeFaultsTest, DiskFullInTheOutbox) { FillTheDiskOf("south.xml", ""); }
+
+TEST_F(BridgeFaultsTest, DiskFullAtTheReceiver) { FillTheDiskOf("north.xml", "south.xml"); }
+
+// The runs that go on have a clock that is a day behind that of the ones before.
+TEST_F(BridgeFaultsTest, TheClockSetBackADay) {
+  // A delay that is under way would wait for its time on the clock.
+  Change("south.xml", "Delay,Pause,start", "Counter,Orders,count");
+  StartAll();
+  ASSERT_TRUE(WaitForProgress(true));
+  Kill("south.xml");
+  Kill("north.xml");
+  ASSERT_TRUE(IsUnderWay());
+  for (const char* flow : {"south.xml", "north.xml"}) {
+    runs_[flow] = std::make_unique<ChildProcess>(
+        "/usr/bin/env",
+        Arguments{std::string("LD_PRELOAD=") + ORVFLOW_CLOCK_SHIFT,
+                  "ASAN_OPTIONS=verify_asan_link_order=0:detect_leaks=0", "CLOCK_SHIFT=-86400",
+                  "CLOCK_SHIFT_MARK=" + File(std::string(flow) + ".shifted"), ORVFLOW_PROGRAM, "run", File(flow)});
+  }
+  ExpectAllDelivered();
+  EXPECT_TRUE(std::filesystem::exists(File("south.xml.shifted")));
+  EXPECT_TRUE(std::filesystem::exists(File("north.xml.shifted")));
+}
+
+}  // namespace
+}  // namespace orv_test
