@@ -10,7 +10,7 @@
 #include "nodes/bridge/BridgeReceiver.h"
 #include "nodes/bridge/BridgeSender.h"
 #include "nodes/bridge/FolderNetwork.h"
-#include "tests/fakes/FakeMediator.h"
+#include "tests/fakes/BusyMediator.h"
 #include "tests/support/TimeLimit.h"
 #include "tests/tasks/TaskFixture.h"
 
@@ -154,7 +154,7 @@ TEST_F(BridgeOutTest, WhatIsRefusedIsParkedWithTheReason) {
 
 // The delivery that sends it is at work, and a kill would undo it: nobody may have got it then.
 TEST_F(BridgeOutTest, NothingIsSentBeforeItsDeliveryHasEnded) {
-  FakeMediator mediator("BridgeOut", "Bench");
+  BusyMediator mediator("BridgeOut", "Bench");
   ASSERT_TRUE(OrvWorkFlow::WorkFlowFactory::AddGlobalObject("SignalMediator", &mediator, false));
   mediator.is_at_work = true;
   Send(1);
@@ -278,7 +278,7 @@ TEST_F(BridgeInTest, EachComesOnceAndAfterTheOneBeforeIsTaken) {
 
 // A delivery to it is at work, and what it delivers meanwhile counts with that: a kill would undo both.
 TEST_F(BridgeInTest, NothingIsAcknowledgedBeforeTheDeliveryAtWorkHasEnded) {
-  FakeMediator mediator("BridgeIn", "Bench");
+  BusyMediator mediator("BridgeIn", "Bench");
   ASSERT_TRUE(OrvWorkFlow::WorkFlowFactory::AddGlobalObject("SignalMediator", &mediator, false));
   EXPECT_TRUE(bench_->Signal("listen"));
   Sender sender({kSender, {1, 1}, {}, 1, 0});

@@ -13,9 +13,9 @@
 
 namespace orv_test {
 
-class FakeMediator final : public OrvWorkFlow::Sdk::ObjectProtocol<FakeMediator, OrvWorkFlow::ISignalMediator> {
+class BusyMediator final : public OrvWorkFlow::Sdk::ObjectProtocol<BusyMediator, OrvWorkFlow::ISignalMediator> {
  public:
-  FakeMediator(std::string type, std::string instance)
+  BusyMediator(std::string type, std::string instance)
       : ObjectProtocol("SignalMediator", "ISignalMediator"), type_(std::move(type)), instance_(std::move(instance)) {}
 
   std::atomic<bool> is_at_work = false;
