@@ -200,8 +200,15 @@ void StateRecord::Begin(Journal::DictionaryObservers& observers) {
   has_begun_ = true;
 }
 
+void StateRecord::TellProblem() const {
+  const std::string problem = record_ ? record_->problem() : std::string();
+  if (problem.empty() || is_problem_told_.exchange(true)) return;
+  PrintErrorLine(shown_name_ + ": the record ended before the run: " + problem);
+}
+
 void StateRecord::NoteSave() {
   if (!record_) return;
+  TellProblem();
   if (record_->Size() < kLargest) return record_->NoteSave();
   WaitingSignals waiting;
   if (!host_.engine().ReportQueue(&waiting, UINT32_MAX)) return record_->NoteSave();
@@ -210,14 +217,16 @@ void StateRecord::NoteSave() {
   TakeSnapshot(host_.dictionary(), note_.name, *record_);
 }
 
-bool StateRecord::NeedsCheckpoint() const { return !record_ || !record_->IsExact() || record_->Size() >= kLargest; }
+bool StateRecord::NeedsCheckpoint() const {
+  TellProblem();
+  return !record_ || !record_->IsExact() || record_->Size() >= kLargest;
+}
 
 void StateRecord::End(bool is_settled) {
   if (!record_) return;
-  const std::string problem = record_->problem();
+  TellProblem();
   if (is_settled) record_->Remove();
   record_.reset();
-  if (!problem.empty()) PrintErrorLine(shown_name_ + ": the record ended before the run: " + problem);
 }
 
 }  // namespace OrvWorkFlow::Program

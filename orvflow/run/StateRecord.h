@@ -1,6 +1,7 @@
 // The record beside the saved state: a run that was cut off goes on from it where it was.
 #pragma once
 
+#include <atomic>
 #include <optional>
 #include <string>
 
@@ -56,6 +57,8 @@ class StateRecord {
   std::optional<Journal::RunStanding> Find(IDictionary& dictionary) const;
   bool Fill(const Journal::RunStanding& standing, IDictionary& dictionary) const;
   void Report(const Journal::RunStanding& standing) const;
+  // Once, that the record has ended.
+  void TellProblem() const;
 
   Host::WorkflowHost& host_;
   const Host::StateFile& state_;
@@ -65,6 +68,7 @@ class StateRecord {
   Journal::RunNote note_;
   std::optional<Journal::RunRecord> record_;
   bool has_begun_ = false;
+  mutable std::atomic<bool> is_problem_told_ = false;
 };
 
 // The dictionary as it is, into the record; `before` is the name of the run whose state it was, "" for none.
