@@ -25,6 +25,7 @@ constexpr std::chrono::milliseconds kIdleWait{10};
 constexpr std::chrono::milliseconds kShortWait{1};
 // So that a connection is not made for each signal.
 constexpr std::int64_t kLinger = 300;
+constexpr char kNobody[] = "no receiver answers";
 
 // Each time with a higher epoch, which is recorded before anything is sent.
 Sender MakeSender(Sdk::NodeRecord record, bool rebinds) {
@@ -83,7 +84,8 @@ Sdk::WorkerNode::Outcome BridgeOut::TalkToOne() {
     SpeakUp(way);
     const Sender::Range more = sender.ToSend();
     Listen(way, more.begin >= more.end && released == outbox_.Next() ? kIdleWait : kShortWait);
-    NoteConnection(transport->Problem());
+    const std::string problem = transport->Problem();
+    NoteConnection(problem.empty() && sender.IsAlone() ? kNobody : problem);
     TellDrained();
     if (outbox_.Count() > 0) settled_at = Bridge::Now();
     if (Bridge::Now() - settled_at < kLinger) continue;
@@ -133,7 +135,8 @@ std::string BridgeOut::TalkOnce(const std::vector<Way>& ways, bool is_idle) {
     Listen(way, is_idle && more.begin >= more.end ? idle_wait : kShortWait);
     if (problem.empty()) problem = way.transport.Problem();
   }
-  return problem;
+  const bool are_alone = std::all_of(ways.begin(), ways.end(), [](const Way& way) { return way.sender.IsAlone(); });
+  return problem.empty() && are_alone ? kNobody : problem;
 }
 
 // False when there is something to send again.

@@ -36,6 +36,8 @@ bool Sender::Answers() const {
   return !is_halted_ && is_greeted_ && !standing_.receiver.IsNone() && unanswered_ < kGone;
 }
 
+bool Sender::IsAlone() const { return !is_halted_ && unanswered_ >= kGone; }
+
 Sender::Range Sender::ToSend() const {
   if (is_halted_ || !is_greeted_ || standing_.receiver.IsNone()) return {};
   return {cursor_, std::max(cursor_, std::min(next_, standing_.first + kWindow))};

@@ -32,6 +32,8 @@ class Sender {
   bool IsSettled() const { return standing_.first >= next_; }
   // Whether the receiver is there, as far as is known.
   bool Answers() const;
+  // It greets, or waits, and nobody has answered for a while.
+  bool IsAlone() const;
 
   // What an answer has changed; recorded before anything else is sent.
   struct Change {

@@ -25,6 +25,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr char kTopics[] = "orvflow/";
 constexpr int kQuality = 1;
+constexpr int kRefused = 128;                     // reasons from there on
 constexpr int kKeepAlive = 10;                    // seconds until a dead connection is noticed
 constexpr std::uint32_t kSessionSeconds = 86400;  // the broker keeps what comes while the run is down
 constexpr std::size_t kMostUnderWay = 512;        // that the broker has not taken
@@ -88,6 +89,7 @@ class MqttTransport final : public Transport {
 
  private:
   static MqttTransport& Of(void* object) { return *static_cast<MqttTransport*>(object); }
+  std::string Place() const { return settings_.host + ":" + std::to_string(settings_.port); }
   std::string Secret(const char* name) const;
   void UseSecrets();
   void Connect(std::chrono::milliseconds time);
@@ -95,6 +97,7 @@ class MqttTransport final : public Transport {
   void Fail(const std::string& problem);
   void OnConnect(int reason);
   void OnSubscribe(int granted);
+  void OnPublish(int reason);
 
   const TransportSettings settings_;
   mosquitto* client_ = nullptr;
@@ -104,6 +107,7 @@ class MqttTransport final : public Transport {
   Clock::time_point give_up_at_{};
   bool is_connected_ = false;   // the library has a connection, or makes one
   bool is_subscribed_ = false;  // what is sent to this end comes
+  bool is_refused_ = false;     // what this end sends
   std::size_t under_way_ = 0;
   std::deque<std::string> come_;
   std::string problem_ = "not connected yet";
@@ -118,11 +122,10 @@ MqttTransport::MqttTransport(const TransportSettings& settings) : settings_(sett
   mosquitto_connect_v5_callback_set(
       client_, [](mosquitto*, void* self, int reason, int, const mosquitto_property*) { Of(self).OnConnect(reason); });
   mosquitto_subscribe_callback_set(client_, [](mosquitto*, void* self, int, int count, const int* granted) {
-    Of(self).OnSubscribe(count > 0 ? granted[0] : 128);
+    Of(self).OnSubscribe(count > 0 ? granted[0] : kRefused);
   });
-  mosquitto_publish_callback_set(client_, [](mosquitto*, void* self, int) {
-    if (Of(self).under_way_ > 0) --Of(self).under_way_;
-  });
+  mosquitto_publish_v5_callback_set(
+      client_, [](mosquitto*, void* self, int, int reason, const mosquitto_property*) { Of(self).OnPublish(reason); });
   mosquitto_message_callback_set(client_, [](mosquitto*, void* self, const mosquitto_message* message) {
     const auto size = static_cast<std::size_t>(std::max(message->payloadlen, 0));
     if (size == 0 || size > kMostFrame || Of(self).come_.size() >= kMostCome) return;
@@ -225,8 +228,8 @@ bool MqttTransport::Greet() {
 }
 
 void MqttTransport::Fail(const std::string& problem) {
-  problem_ = settings_.host + ":" + std::to_string(settings_.port) + ": " + problem;
-  is_connected_ = is_subscribed_ = false;
+  problem_ = Place() + ": " + problem;
+  is_connected_ = is_subscribed_ = is_refused_ = false;
   under_way_ = 0;
   retry_at_ = Clock::now() + kRetry;
 }
@@ -241,12 +244,23 @@ void MqttTransport::OnConnect(int reason) {
 }
 
 void MqttTransport::OnSubscribe(int granted) {
-  if (granted >= 128) {
+  if (granted >= kRefused) {
     mosquitto_disconnect(client_);
     return Fail(topic_ + ": the broker refuses the subscription");
   }
   is_subscribed_ = true;
   problem_.clear();
+}
+
+void MqttTransport::OnPublish(int reason) {
+  if (under_way_ > 0) --under_way_;
+  const bool is_refused = reason >= kRefused;
+  if (is_refused) {
+    problem_ = Place() + ": the broker refuses what is sent: " + mosquitto_reason_string(reason);
+  } else if (is_refused_) {
+    problem_.clear();
+  }
+  is_refused_ = is_refused;
 }
 
 void MqttTransport::Close() {

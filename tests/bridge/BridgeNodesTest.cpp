@@ -114,6 +114,14 @@ TEST_F(BridgeOutTest, SignalsComeInTheirOrderAndTheOutboxIsEmptyThen) {
   EXPECT_EQ(bench_->TakeMessages(), Signals{});
 }
 
+TEST_F(BridgeOutTest, ThatNoReceiverAnswersIsSaidUntilOneDoes) {
+  Send(1);
+  EXPECT_TRUE(WaitUntil([&] { return Said("Connection") == "no receiver answers"; })) << Said("Connection");
+  EXPECT_EQ(Receive(1), std::vector<int>{1});
+  EXPECT_TRUE(AnswerUntil([&] { return IsIdle(); }));
+  EXPECT_EQ(Said("Connection"), "");
+}
+
 TEST_F(BridgeOutTest, AKilledOneGoesOnWithTheSameNumbers) {
   for (int i = 1; i <= 5; ++i) Send(i);
   std::vector<int> numbers = Receive(3);

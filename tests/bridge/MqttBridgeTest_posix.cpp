@@ -75,6 +75,25 @@ TEST_F(MqttSecretsTest, WhatTheBrokerAsksForComesFromAFile) {
   EXPECT_EQ(bench_->SaveState().find("secret"), std::string::npos);
 }
 
+// It acknowledges each message, and says that nobody gets it.
+TEST_F(MqttSecretsTest, ABrokerThatTakesNoMessagesOfTheUser) {
+  if (!std::filesystem::exists(kBroker)) GTEST_SKIP() << "there is no broker (Debian: mosquitto)";
+  Write("rules", "topic read orvflow/#\n");
+  Broker broker(directory_.path() / "broker", "allow_anonymous true\nacl_file " + File("rules") + "\n");
+  broker.Start();
+  Make("BridgeNodes", "BridgeOut");
+  bench_->SetParameter("Bridge", "road");
+  bench_->SetParameter("Port", broker.port());
+  ASSERT_TRUE(bench_->Signal("send"));
+  EXPECT_TRUE(WaitUntil([&] {
+    return Said("Connection").find("the broker refuses what is sent: Not authorized") != std::string::npos;
+  })) << Said("Connection");
+  broker.Kill();
+  Write("rules", "topic readwrite orvflow/#\n");
+  broker.Start();
+  EXPECT_TRUE(WaitUntil([&] { return Said("Connection") == "no receiver answers"; })) << Said("Connection");
+}
+
 TEST_F(MqttSecretsTest, ALineThatIsNoneIsNamedAndNotShown) {
   Make("BridgeNodes", "BridgeIn");
   MapFailed();
