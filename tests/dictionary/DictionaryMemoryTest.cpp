@@ -120,8 +120,10 @@ TEST_F(DictionaryMemory, Subtrees) {
 
 // These take the source away: tried again, they find it whole, or find that they have done it.
 TEST_F(DictionaryMemory, MovingAndRenaming) {
+  std::string deep = "/target";
+  for (int i = 0; i < 100; ++i) deep += "/a-name-that-is-new-" + std::to_string(i);
   const Operation operations[] = {
-      {"move", [](IDictionary& d) { return d.MoveSubtree("/source", "/target"); }},
+      {"move", [&](IDictionary& d) { return d.MoveSubtree("/source", deep.c_str()); }},
       {"rename", [](IDictionary& d) { return d.Rename("/source", "another-name-for-the-source"); }},
   };
   for (const Operation& operation : operations) FailEachAllocation(operation);
@@ -139,6 +141,18 @@ TEST_F(DictionaryMemory, MovingUpNeedsNone) {
   EXPECT_TRUE(is_moved);
   EXPECT_EQ(GetStrings(dictionary, "/source"), Names{"the first of the items"});
   EXPECT_EQ(GetEntries(dictionary, "/source"), Names());
+}
+
+TEST_F(DictionaryMemory, MovingOntoAnotherNeedsNone) {
+  CDictionary dictionary;
+  ASSERT_TRUE(LoadText(dictionary, file_));
+  bool is_moved = false;
+  {
+    const orv_test::AllocationLimit none(0);
+    is_moved = dictionary.MoveSubtree("/source", "/target");
+  }
+  EXPECT_TRUE(is_moved);
+  EXPECT_EQ(GetStrings(dictionary, "/target/list"), Names{"the first of the items"});
 }
 
 TEST_F(DictionaryMemory, Reading) {

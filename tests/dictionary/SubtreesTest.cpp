@@ -109,6 +109,10 @@ TEST(Subtrees, Move) {
       {"<a>1</a><z/>", "/a", "/x/y", "(z x(y'1'))"},
       {"<a>1</a>", "/a", "//a/", "(a'1')"},
       {"<a>1</a><c>2<d/></c><e/>", "/a", "/c", "(c'1' e)"},
+      {"<a><b/></a><c/>", "/c", "/a", "(a)"},
+      {"<a/><c/><e><f>1<g/></f></e>", "/e/f", "/c", "(a c'1'(g) e)"},
+      {"<a/><c/><e><f>1</f></e>", "/a", "/e/f", "(c e(f))"},
+      {"<a/><b/><c/>", "/b", "/c", "(a c)"},
       {"<a>1<b>2</b></a>", "/a/b", "/a", "(a'2')"},
       {"<a>1<b>2</b></a>", "/a/b", "/", "'2'"},
       {"<a>1<b>2</b></a>", "/a", "/a/b", nullptr},
@@ -121,6 +125,32 @@ TEST(Subtrees, Move) {
   };
   Check(cases,
         [](IDictionary& dictionary, const char* from, const char* to) { return dictionary.MoveSubtree(from, to); });
+}
+
+// The same, of entries that are moved among many others, and hold many.
+TEST(Subtrees, MovedAmongManyChildren) {
+  CDictionary dictionary;
+  const auto path = [](const std::string& parent, int i) { return parent + "/n" + std::to_string(i); };
+  for (const std::string parent : {"/a", "/a/n5", "/b"}) {
+    for (int i = 0; i < 30; ++i) ASSERT_TRUE(dictionary.SetValue(path(parent, i).c_str(), parent.c_str()));
+  }
+  ASSERT_TRUE(dictionary.MoveSubtree("/a/n5", "/b/n7"));
+  ASSERT_TRUE(dictionary.MoveSubtree("/a/n0", "/a/n29"));
+  ASSERT_TRUE(dictionary.MoveSubtree("/b/n7/n3", "/b/n7/n2"));
+  EXPECT_EQ(GetEntries(dictionary, "/a").size(), 28u);
+  EXPECT_EQ(GetEntries(dictionary, "/b").size(), 30u);
+  EXPECT_EQ(GetEntries(dictionary, "/b").at(7), "n7");
+  EXPECT_FALSE(dictionary.Exists("/a/n5"));
+  EXPECT_FALSE(dictionary.Exists("/a/n0"));
+  EXPECT_FALSE(dictionary.Exists("/b/n7/n3"));
+  ASSERT_TRUE(dictionary.SetValue("/a/n5", "new"));
+  EXPECT_EQ(GetEntries(dictionary, "/a").back(), "n5");
+  for (int i = 0; i < 30; ++i) {
+    EXPECT_EQ(GetString(dictionary, path("/b", i).c_str()), i == 7 ? "/a" : "/b") << i;
+    if (i != 3) {
+      EXPECT_EQ(GetString(dictionary, path("/b/n7", i).c_str()), "/a/n5") << i;
+    }
+  }
 }
 
 // Elements of many children are found through a table, which has to follow.

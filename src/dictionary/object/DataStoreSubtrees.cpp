@@ -103,8 +103,7 @@ bool DataStore::MoveSubtree(const char* from, const char* to) {
   if (is_above) {
     tree_.Raise(source, FindEntry(tree_, to));
   } else {
-    Replace(to, tree_, source);
-    tree_.Remove(source);
+    tree_.MoveInto(source, EnsureEntry(tree_, to));
   }
   scope.Tell(Operation::Move, from);
   return true;

@@ -107,7 +107,6 @@ void ElementTree::Unlink(ElementId id) {
   above.child_count = (above.child_count - 1) & kMostChildren;
 }
 
-// Each element is freed after its children, which need not be unlinked from one another.
 void ElementTree::Remove(ElementId id) {
   last_parent_.Forget();
   if (id == root_) {
@@ -115,6 +114,11 @@ void ElementTree::Remove(ElementId id) {
     return;
   }
   Unlink(id);
+  FreeSubtree(id);
+}
+
+// Each element is freed after its children, which need not be unlinked from one another.
+void ElementTree::FreeSubtree(ElementId id) {
   for (ElementId at = id;;) {
     while (elements_[at].first_child != kNoElement) at = elements_[at].first_child;
     for (ElementId next = kNoElement; next == kNoElement;) {
@@ -145,6 +149,27 @@ void ElementTree::Raise(ElementId below, ElementId top) noexcept {
   target.first_child = first;
   target.child_count = count & kMostChildren;
   target.is_indexed = 0;
+}
+
+void ElementTree::MoveInto(ElementId moved, ElementId gone) noexcept {
+  last_parent_.Forget();
+  Unlink(moved);
+  const Element& old = elements_[gone];
+  Element& taker = elements_[moved];
+  taker.name = old.name;
+  taker.parent = old.parent;
+  taker.previous = old.previous;
+  taker.next = old.next;
+  Element& above = elements_[old.parent];
+  (gone == above.first_child ? above.first_child : elements_[old.previous].next) = moved;
+  const ElementId behind = old.next != kNoElement ? old.next : above.first_child;
+  elements_[behind].previous = moved;
+  if (above.is_indexed) {  // What goes leaves room for what comes.
+    const std::uint32_t hash = names_->Hash(name(gone));
+    children_.Remove(old.parent, hash, gone);
+    children_.Add({hash, old.parent, moved, old.name});
+  }
+  FreeSubtree(gone);
 }
 
 void ElementTree::Clear() {

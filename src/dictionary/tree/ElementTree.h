@@ -90,6 +90,9 @@ class ElementTree {
   // Gives `top` the text, the attributes and the children of `below`, an element somewhere below it; all else below
   // `top` goes.
   void Raise(ElementId below, ElementId top) noexcept;
+  // `moved`, with all that it holds, gets the place and the name of `gone`, which goes with its subtree. Neither is
+  // below the other. Takes no longer for what holds much.
+  void MoveInto(ElementId moved, ElementId gone) noexcept;
   void Clear();
 
   // For building by number.
@@ -132,6 +135,7 @@ class ElementTree {
   void FreeElement(ElementId id);
   void IndexChildren(ElementId parent);
   void Unlink(ElementId id);
+  void FreeSubtree(ElementId id);
   void ReplaceTexts();
   void RebuildTexts() noexcept;
   void FreeOwnedTexts();
