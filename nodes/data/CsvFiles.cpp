@@ -1,4 +1,8 @@
 #include <algorithm>
+#include <charconv>
+#include <cstdint>
+#include <iterator>
+#include <optional>
 #include <stdexcept>
 #include <vector>
 
@@ -7,6 +11,7 @@
 #include "nodes/data/DataFiles.h"
 #include "nodes/files/CsvParser.h"
 #include "nodes/files/RejectFile.h"
+#include "nodes/task/ComingEntry.h"
 
 namespace OrvWorkFlow::Nodes {
 
@@ -47,58 +52,100 @@ constexpr NodeParameter kWriterParameters[] = {
 constexpr std::size_t kPiece = 256 * 1024;
 constexpr std::string_view kMark = "\xEF\xBB\xBF";
 
-// The rows of a file as entries of a dictionary that is apart until all are there.
+// How far a file has been read. It is kept over a stop, behind what it is true of: the file and how it is read.
+struct CsvProgress {
+  std::vector<std::int64_t> Numbers() const { return {offset, lines, rows, rejected, reject_bytes}; }
+
+  std::int64_t offset = 0;
+  std::int64_t lines = 0;
+  std::int64_t rows = 0;
+  std::int64_t rejected = 0;
+  std::int64_t reject_bytes = 0;
+  std::vector<std::string> columns;
+};
+
+constexpr char kProgress[] = "Progress";
+
+std::vector<std::string> TextsOf(const std::vector<std::string>& source, const CsvProgress& progress) {
+  std::vector<std::string> texts = source;
+  for (const std::int64_t number : progress.Numbers()) texts.push_back(std::to_string(number));
+  texts.insert(texts.end(), progress.columns.begin(), progress.columns.end());
+  return texts;
+}
+
+// Nothing when they are of another source, or none.
+std::optional<CsvProgress> ProgressOf(const std::vector<std::string>& source, const std::vector<std::string>& texts) {
+  CsvProgress progress;
+  std::int64_t* const numbers[] = {&progress.offset, &progress.lines, &progress.rows, &progress.rejected,
+                                   &progress.reject_bytes};
+  if (texts.size() < source.size() + std::size(numbers)) return std::nullopt;
+  if (!std::equal(source.begin(), source.end(), texts.begin())) return std::nullopt;
+  auto at = texts.begin() + static_cast<std::ptrdiff_t>(source.size());
+  for (std::int64_t* const number : numbers) {
+    if (std::from_chars(at->data(), at->data() + at->size(), *number).ec != std::errc()) return std::nullopt;
+    ++at;
+  }
+  progress.columns.assign(at, texts.end());
+  return progress;
+}
+
+// The rows of a file as entries.
 class Rows {
  public:
-  Rows(IDictionary& dictionary, std::size_t most, RejectFile& rejects)
-      : dictionary_(dictionary), most_(most), rejects_(rejects) {}
+  Rows(const ComingEntry& entry, std::int64_t most, RejectFile& rejects, CsvProgress& progress)
+      : dictionary_(entry.dictionary()), path_(entry.path()), most_(most), rejects_(rejects), progress_(progress) {}
 
   void Take(const CsvRow& row) {
+    std::vector<std::string>& columns = progress_.columns;
     if (!row.problem.empty()) {
       Reject(row, row.problem);
-    } else if (columns_.empty()) {
-      columns_ = row.fields;
-      if (columns_.front().starts_with(kMark)) columns_.front().erase(0, kMark.size());
-    } else if (row.fields.size() != columns_.size()) {
-      Reject(row, std::to_string(row.fields.size()) + " fields instead of " + std::to_string(columns_.size()));
+    } else if (columns.empty()) {
+      columns = row.fields;
+      if (columns.front().starts_with(kMark)) columns.front().erase(0, kMark.size());
+    } else if (row.fields.size() != columns.size()) {
+      Reject(row, std::to_string(row.fields.size()) + " fields instead of " + std::to_string(columns.size()));
     } else if (row.text.find('\0') != std::string::npos) {
       Reject(row, "there is a zero in it");
     } else {
       Write(row);
     }
+    progress_.offset = static_cast<std::int64_t>(row.end);
+    progress_.lines = static_cast<std::int64_t>(row.lines);
   }
-
-  std::int64_t rows() const { return static_cast<std::int64_t>(rows_); }
-  std::int64_t rejected() const { return rejected_; }
 
  private:
   void Reject(const CsvRow& row, const std::string& problem) {
     rejects_.Add(row, problem);
-    ++rejected_;
+    ++progress_.rejected;
   }
 
   void Write(const CsvRow& row) {
-    if (++rows_ > most_) throw std::runtime_error("there are more than " + std::to_string(most_) + " rows");
-    const std::string entry = "/J/r" + std::to_string(rows_) + "/";
-    for (std::size_t i = 0; i < columns_.size(); ++i) {
-      if (columns_[i].find('/') != std::string::npos ||
-          !dictionary_.SetValue((entry + columns_[i]).c_str(), row.fields[i].c_str())) {
-        throw std::runtime_error("no entry can have the name \"" + columns_[i] + "\", which is a column's");
+    if (++progress_.rows > most_) throw std::runtime_error("there are more than " + std::to_string(most_) + " rows");
+    const std::string entry = path_ + "/r" + std::to_string(progress_.rows) + "/";
+    for (std::size_t i = 0; i < row.fields.size(); ++i) {
+      const std::string& column = progress_.columns[i];
+      if (column.find('/') != std::string::npos ||
+          !dictionary_.SetValue((entry + column).c_str(), row.fields[i].c_str())) {
+        throw std::runtime_error("no entry can have the name \"" + column + "\", which is a column's");
       }
     }
   }
 
   IDictionary& dictionary_;
-  const std::size_t most_;
+  const std::string path_;
+  const std::int64_t most_;
   RejectFile& rejects_;
-  std::vector<std::string> columns_;
-  std::size_t rows_ = 0;
-  std::int64_t rejected_ = 0;
+  CsvProgress& progress_;
 };
 
-struct Releaser {
-  void operator()(IDictionary* dictionary) const { dictionary->Release(); }
-};
+// Passes what the file holds from its present place on. False when a row was the last to be taken.
+bool FeedAll(LocalFile& file, CsvParser& parser) {
+  std::vector<char> piece(kPiece);
+  while (const std::size_t count = file.Read(piece.data(), piece.size())) {
+    if (!parser.Feed({piece.data(), count})) return false;
+  }
+  return parser.Finish();
+}
 
 std::vector<std::string> EntriesOf(IDictionary& dictionary, const std::string& path) {
   const Sdk::TextListHolder names;
@@ -128,35 +175,41 @@ constinit const NodeDescription CsvWriter::kDescription = {
 
 const char* CsvReader::DoTask(const std::string& /*task*/) {
   const std::string name = TextParameter("File");
-  const std::unique_ptr<IDictionary, Releaser> apart(WorkflowDictionary().MakeDictionary());
-  if (apart == nullptr) throw std::bad_alloc();
-  apart->SetAttribute("/J", "rows", "1");
-  apart->RemoveAttribute("/J", "rows");
-  LocalFile file(LocalPath(FileSystem(), name), LocalFile::Mode::Read, name);
-  RejectFile rejects(FileSystem(), TextParameter("Rejects"), 0);
-  Rows rows(*apart, static_cast<std::size_t>(NumberParameter("Most")), rejects);
-  CsvParser parser(SeparatorOf(TextParameter("Separator")), [&](const CsvRow& row) {
+  const std::string separator = TextParameter("Separator");
+  const std::filesystem::path path = LocalPath(FileSystem(), name);
+  LocalFile file(path, LocalFile::Mode::Read, name);
+  std::vector<std::string> source = IdentityOf(path, name);
+  source.push_back(separator);
+  const std::optional<CsvProgress> before = ProgressOf(source, Record().Texts(kProgress));
+  CsvProgress progress = before.value_or(CsvProgress());
+  Record().Remove(kProgress);  // It is true of what a stop left, and of nothing later.
+  ComingEntry entry(WorkflowDictionary(), Record(), TextParameter("Into"),
+                    before ? ComingEntry::Start::WhereItWas : ComingEntry::Start::Anew);
+  RejectFile rejects(FileSystem(), TextParameter("Rejects"), static_cast<std::uint64_t>(progress.reject_bytes));
+  Rows rows(entry, NumberParameter("Most"), rejects, progress);
+  CsvParser parser(SeparatorOf(separator), [&](const CsvRow& row) {
     rows.Take(row);
     return !StopWanted();
   });
-  std::vector<char> piece(kPiece);
+  file.Seek(static_cast<std::uint64_t>(progress.offset));
+  parser.StartBehind(static_cast<std::uint64_t>(progress.offset), static_cast<std::uint64_t>(progress.lines));
+  bool is_done = false;
   try {
-    while (const std::size_t count = file.Read(piece.data(), piece.size())) {
-      if (!parser.Feed({piece.data(), count})) return nullptr;
-    }
-    if (!parser.Finish()) return nullptr;
+    is_done = FeedAll(file, parser);
   } catch (const FileProblem&) {
     throw;
   } catch (const std::runtime_error& error) {
     throw FileProblem(name + ": " + error.what());
   }
-  rejects.Flush();
-  const std::string into = TextParameter("Into");
-  if (!WorkflowDictionary().CopySubtreeFrom(apart.get(), "/J", into.c_str())) {
-    throw std::runtime_error("cannot write the entry \"" + into + "\"");
+  progress.reject_bytes = static_cast<std::int64_t>(rejects.Flush());
+  if (!is_done) {
+    Record().SetTexts(kProgress, TextsOf(source, progress));
+    entry.Keep();
+    return nullptr;
   }
-  Record().SetNumber("Rows", rows.rows());
-  Record().SetNumber("Rejected", rows.rejected());
+  entry.Become();
+  Record().SetNumber("Rows", progress.rows);
+  Record().SetNumber("Rejected", progress.rejected);
   return "read";
 }
 

@@ -63,11 +63,12 @@ constinit const NodeDescription JsonWriter::kDescription = {
 const char* JsonReader::DoTask(const std::string& /*task*/) {
   const std::string name = TextParameter("File");
   const auto most = static_cast<std::uint64_t>(NumberParameter("MostBytes"));
-  const std::string text = ReadWholeFile(FileSystem(), name, most);
+  const auto stop_wanted = [this] { return StopWanted(); };
+  ComingEntry data(WorkflowDictionary(), Record(), TextParameter("Into"));
+  const std::optional<std::string> text = ReadWholeFile(FileSystem(), name, most, stop_wanted);
+  if (!text) return nullptr;
   try {
-    const bool is_read =
-        JsonToEntries(text, WorkflowDictionary(), TextParameter("Into"), [this] { return StopWanted(); });
-    if (!is_read) return nullptr;
+    if (!JsonToEntries(*text, data, stop_wanted)) return nullptr;
   } catch (const std::runtime_error& error) {
     throw FileProblem(name + ": " + error.what());
   }

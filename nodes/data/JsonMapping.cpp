@@ -5,7 +5,6 @@
 #include <cstddef>
 #include <cstdio>
 #include <iterator>
-#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <utility>
@@ -251,25 +250,18 @@ Json Parsed(const std::string& json, StopWatch& watch) {
   }
 }
 
-struct Releaser {
-  void operator()(IDictionary* dictionary) const { dictionary->Release(); }
-};
-
 }  // namespace
 
-bool JsonToEntries(const std::string& json, IDictionary& dictionary, const std::string& entry,
-                   const std::function<bool()>& stop_wanted) {
+bool JsonToEntries(const std::string& json, ComingEntry& entry, const std::function<bool()>& stop_wanted) {
   StopWatch watch(stop_wanted);
-  // Built apart, so that the entry is the old one or the new one.
-  const std::unique_ptr<IDictionary, Releaser> apart(dictionary.MakeDictionary());
-  if (apart == nullptr) throw std::bad_alloc();
-  const std::string top = "/J";
   try {
-    Writer(*apart, watch).Write(Parsed(json, watch), top, 0);
+    Writer(entry.dictionary(), watch).Write(Parsed(json, watch), entry.path(), 0);
   } catch (const Stopped&) {
     return false;
+  } catch (const std::runtime_error& error) {
+    throw std::runtime_error(entry.Shown(error.what()));
   }
-  Expect(dictionary.CopySubtreeFrom(apart.get(), top.c_str(), entry.c_str()), entry);
+  entry.Become();
   return true;
 }
 

@@ -14,13 +14,13 @@
 #include <string>
 
 #include "OrvWorkFlow/IDictionary.h"
+#include "nodes/task/ComingEntry.h"
 
 namespace OrvWorkFlow::Nodes {
 
 // The entry becomes what the text says; it is replaced as a whole. Throws std::runtime_error, with the place in the
-// text or the member that no entry can hold, and leaves the entry alone then; so it does when it is stopped: false.
-bool JsonToEntries(const std::string& json, IDictionary& dictionary, const std::string& entry,
-                   const std::function<bool()>& stop_wanted);
+// text or the member that no entry can hold, and leaves the target alone then; so it does when it is stopped: false.
+bool JsonToEntries(const std::string& json, ComingEntry& entry, const std::function<bool()>& stop_wanted);
 
 // `indent` blanks a level; 0 puts all into one line. Throws std::runtime_error for what JSON cannot say. Nothing when
 // it was stopped.

@@ -6,6 +6,7 @@
 
 #include "OrvWorkFlow/sdk/MarshalledHolder.h"
 #include "nodes/data/EntryValue.h"
+#include "nodes/task/ComingEntry.h"
 
 namespace OrvWorkFlow::Nodes {
 
@@ -92,6 +93,7 @@ const char* ValueSetter::DoTask(const std::string& task) {
   IDictionary& dictionary = WorkflowDictionary();
   const std::string entry = TextParameter("Entry");
   if (entry.find_first_not_of('/') == std::string::npos) throw std::runtime_error("no Entry is given");
+  if (task != "set") ExpectReplaceable(entry);
   if (task == "remove") {
     dictionary.Delete(entry.c_str());
   } else if (task == "copy") {

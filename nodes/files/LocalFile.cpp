@@ -63,7 +63,13 @@ void MakeFolderOf(const std::filesystem::path& file, const std::string& shown_na
   }
 }
 
-std::string ReadWholeFile(IFileSystemA& file_system, const std::string& name, std::uint64_t most) {
+std::vector<std::string> IdentityOf(const std::filesystem::path& path, const std::string& shown_name) {
+  const FileState state = StateOfPath(path).value_or(FileState());
+  return {shown_name, std::to_string(state.size), std::to_string(state.changed)};
+}
+
+std::optional<std::string> ReadWholeFile(IFileSystemA& file_system, const std::string& name, std::uint64_t most,
+                                         const std::function<bool()>& stop_wanted) {
   LocalFile file(LocalPath(file_system, name), LocalFile::Mode::Read, name);
   const auto check = [&](std::uint64_t size) {
     if (size <= most) return;
@@ -71,13 +77,14 @@ std::string ReadWholeFile(IFileSystemA& file_system, const std::string& name, st
   };
   const std::uint64_t size = file.Size();
   check(size);
-  // Files that the system makes up say that they are empty.
-  constexpr std::size_t kMore = std::size_t{64} << 10;
-  std::string bytes(static_cast<std::size_t>(size), '\0');
-  bytes.resize(file.Read(bytes.data(), bytes.size()));
-  for (std::size_t end = bytes.size(), count = kMore; count == kMore; end += count) {
-    bytes.resize(end + kMore);
-    count = file.Read(bytes.data() + end, kMore);
+  // To the end, whatever the size says: files that the system makes up say that they are empty.
+  constexpr std::size_t kPiece = std::size_t{1} << 20;
+  std::string bytes;
+  bytes.reserve(static_cast<std::size_t>(size) + kPiece);
+  for (std::size_t end = 0, count = kPiece; count == kPiece; end += count) {
+    if (stop_wanted()) return std::nullopt;
+    bytes.resize(end + kPiece);
+    count = file.Read(bytes.data() + end, kPiece);
     bytes.resize(end + count);
     check(bytes.size());
   }

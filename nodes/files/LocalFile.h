@@ -7,9 +7,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <system_error>
+#include <vector>
 
 #include "OrvWorkFlow/IFileSystem.h"
 #include "nodes/files/FilePieces.h"
@@ -38,6 +40,9 @@ struct FileState {
 
 // Nothing where nothing is, or where it cannot be looked at.
 std::optional<FileState> StateOfPath(const std::filesystem::path& path);
+
+// By what a file is known again: its name, size and time.
+std::vector<std::string> IdentityOf(const std::filesystem::path& path, const std::string& shown_name);
 
 // The present moment as `changed` counts it, in microseconds.
 std::int64_t PresentMoment();
@@ -78,7 +83,9 @@ class LocalFile {
   std::string shown_name_;
 };
 
-// What a file holds. Throws FileProblem, also when it is larger than `most`, which is the node's parameter MostBytes.
-std::string ReadWholeFile(IFileSystemA& file_system, const std::string& name, std::uint64_t most);
+// What a file holds; nothing when it was stopped. Throws FileProblem, also when it is larger than `most`, which is the
+// node's parameter MostBytes.
+std::optional<std::string> ReadWholeFile(IFileSystemA& file_system, const std::string& name, std::uint64_t most,
+                                         const std::function<bool()>& stop_wanted);
 
 }  // namespace OrvWorkFlow::Nodes

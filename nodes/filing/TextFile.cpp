@@ -1,11 +1,18 @@
 #include "nodes/filing/TextFile.h"
 
+#include <algorithm>
+#include <functional>
+#include <new>
+#include <optional>
 #include <string_view>
+#include <utility>
 #include <vector>
 
+#include "OrvWorkFlow/WorkflowSchema.h"
 #include "OrvWorkFlow/sdk/FileReason.h"
 #include "OrvWorkFlow/sdk/MarshalledHolder.h"
 #include "nodes/files/LocalFile.h"
+#include "nodes/task/ComingEntry.h"
 
 namespace OrvWorkFlow::Nodes {
 
@@ -43,16 +50,82 @@ constexpr NodeParameter kWriterParameters[] = {
 
 constexpr std::string_view kMark = "\xEF\xBB\xBF";
 
-std::vector<std::string> LinesOf(std::string_view text) {
-  std::vector<std::string> lines;
-  while (!text.empty()) {
-    const std::size_t end = std::min(text.find('\n'), text.size());
-    std::string_view line = text.substr(0, end);
-    if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
-    lines.emplace_back(line);
-    text.remove_prefix(std::min(end + 1, text.size()));
+// The lines of a text as a list that is made while it is read, without their ends. Reading it fails when the node has
+// to return.
+class Lines final : public IOrvPStringList {
+ public:
+  Lines(std::string text, const std::function<bool()>& stop_wanted)
+      : text_(std::move(text)), stop_wanted_(stop_wanted) {
+    for (std::size_t begin = 0; begin < text_.size() && !IsStopped(); begin = ends_.back() + 1) {
+      ends_.push_back(std::min(text_.find('\n', begin), text_.size()));
+      if (ends_.back() < text_.size()) text_[ends_.back()] = '\0';
+    }
   }
-  return lines;
+
+  std::size_t GetCount() const override { return ends_.size(); }
+  const char* GetText(std::size_t index) const override {
+    return index >= ends_.size() || IsStopped() ? nullptr : text_.data() + Begin(index);
+  }
+  std::size_t GetLength(std::size_t index) const override {
+    if (index >= ends_.size()) return 0;
+    const std::size_t begin = Begin(index);
+    const std::size_t end = ends_[index];
+    return end - begin - (end > begin && text_[end - 1] == '\r' ? 1 : 0);
+  }
+  bool Add(const char* /*text*/, std::size_t /*length*/) override { return false; }
+  void Clear() override {}
+  void Release() override {}
+
+  // Asks now and then.
+  bool IsStopped() const {
+    constexpr unsigned kSteps = 256;
+    is_stopped_ = is_stopped_ || (++steps_ % kSteps == 0 && stop_wanted_());
+    return is_stopped_;
+  }
+
+ private:
+  std::size_t Begin(std::size_t index) const { return index == 0 ? 0 : ends_[index - 1] + 1; }
+
+  std::string text_;
+  const std::function<bool()>& stop_wanted_;
+  std::vector<std::size_t> ends_;
+  mutable unsigned steps_ = 0;
+  mutable bool is_stopped_ = false;
+};
+
+// So many make a list in a few milliseconds.
+constexpr std::size_t kLinesAtOnce = 50'000;
+
+constexpr char kProgress[] = "Progress";
+
+// Makes the list item by item, so that it can be stopped: false then, and it goes on there if the file, which `source`
+// names, is still the same. The items stand as those of any list.
+bool PutMany(const Lines& lines, IDictionary& dictionary, Sdk::NodeRecord record, const std::string& into,
+             std::vector<std::string> source) {
+  std::vector<std::string> progress = record.Texts(kProgress);
+  record.Remove(kProgress);  // It is true of what a stop left, and of nothing later.
+  const bool goes_on =
+      progress.size() == source.size() + 1 && std::equal(source.begin(), source.end(), progress.begin());
+  std::size_t count = goes_on ? std::stoul(progress.back()) : 0;
+  ComingEntry list(dictionary, record, into, goes_on ? ComingEntry::Start::WhereItWas : ComingEntry::Start::Anew);
+  if (!goes_on) record.SetTexts("Coming", {});
+  const std::string item = list.path() + "/" + WorkflowSchema::kListEntries + "/__item";
+  for (; count < lines.GetCount(); ++count) {
+    const char* const line = lines.GetText(count);
+    if (line == nullptr) {
+      source.push_back(std::to_string(count));
+      record.SetTexts(kProgress, source);
+      list.Keep();
+      return false;
+    }
+    const std::string path = item + std::to_string(count);
+    const std::string text(line, lines.GetLength(count));
+    if (!dictionary.SetValue(path.c_str(), text.c_str()) || !dictionary.RemoveAttribute(path.c_str(), "__type")) {
+      throw std::bad_alloc();
+    }
+  }
+  list.Become();
+  return true;
 }
 
 }  // namespace
@@ -76,20 +149,27 @@ constinit const NodeDescription TextWriter::kDescription = {
 };
 
 const char* TextReader::DoTask(const std::string& /*task*/) {
+  const std::function<bool()> stop_wanted = [this] { return StopWanted(); };
   const std::string name = TextParameter("File");
-  const auto most = static_cast<std::uint64_t>(NumberParameter("MostBytes"));
-  std::string text = ReadWholeFile(FileSystem(), name, most);
-  if (text.find('\0') != std::string::npos) throw FileProblem(name + " is no text: there is a zero in it");
-  Record().SetNumber("Size", static_cast<std::int64_t>(text.size()));
-  if (text.starts_with(kMark)) text.erase(0, kMark.size());
-  Sdk::NodeRecord root(WorkflowDictionary(), "");
   const std::string into = TextParameter("Into");
-  if (BooleanParameter("Lines")) {
-    root.SetTexts(into, LinesOf(text));
-  } else {
-    root.SetText(into, text);
+  const auto most = static_cast<std::uint64_t>(NumberParameter("MostBytes"));
+  const std::vector<std::string> source = IdentityOf(LocalPath(FileSystem(), name), name);
+  std::optional<std::string> text = ReadWholeFile(FileSystem(), name, most, stop_wanted);
+  if (!text) return nullptr;
+  if (text->find('\0') != std::string::npos) throw FileProblem(name + " is no text: there is a zero in it");
+  Record().SetNumber("Size", static_cast<std::int64_t>(text->size()));
+  if (text->starts_with(kMark)) text->erase(0, kMark.size());
+  if (!BooleanParameter("Lines")) {
+    Sdk::NodeRecord(WorkflowDictionary(), "").SetText(into, *text);
+    return "read";
   }
-  return "read";
+  const Lines lines(std::move(*text), stop_wanted);
+  const bool is_written = lines.GetCount() <= kLinesAtOnce
+                              ? WorkflowDictionary().SetValue(("/" + into).c_str(), &lines)
+                              : PutMany(lines, WorkflowDictionary(), Record(), into, source);
+  if (is_written) return "read";
+  if (lines.IsStopped()) return nullptr;
+  throw FileProblem("cannot write the entry \"" + into + "\"");
 }
 
 const char* TextWriter::DoTask(const std::string& task) {

@@ -241,5 +241,86 @@ TEST_F(DataNodesTest, AStopIsNotKeptWaitingByAJsonFile) {
   EXPECT_EQ(bench_->TextAt("/Data/i2/b"), "text");
 }
 
+std::string ManyRows(int count) {
+  std::string csv = "a,b\n";
+  for (int i = 1; i <= count; ++i) csv += std::to_string(i) + (i % 10000 == 0 ? "\n" : ",a text of some length\n");
+  return csv;
+}
+
+TEST_F(DataNodesTest, AStopIsNotKeptWaitingByACsvFile) {
+  Write("large.csv", ManyRows(150000));
+  Node("CsvReader").SetParameter("File", File("large.csv"));
+  bench_->SetParameter("Rejects", File("rejects.csv"));
+  bench_->SetParameter("Most", 1000000);
+  bench_->Set("/Rows/Old", 1);
+  bench_->Signal("read");
+  WaitUntil([&] { return bench_->dictionary().Exists("/CsvReader/Bench/Coming/r20000"); });
+  EXPECT_EQ(bench_->TextAt("/Rows/Old"), "1");
+  EXPECT_EQ(bench_->Stop(), "resume");
+  EXPECT_EQ(DoInPieces("resume", std::chrono::milliseconds(150)), Signals{"read"}) << Problem();
+  EXPECT_EQ(Said("Rows"), "149985");
+  EXPECT_EQ(Said("Rejected"), "15");
+  EXPECT_FALSE(bench_->dictionary().Exists("/Rows/Old"));
+  EXPECT_EQ(bench_->TextAt("/Rows/r1/a"), "1");
+  EXPECT_EQ(bench_->TextAt("/Rows/r10000/a"), "10001");
+  EXPECT_EQ(bench_->TextAt("/Rows/r149985/a"), "149999");
+  EXPECT_FALSE(bench_->dictionary().Exists("/CsvReader/Bench/Coming"));
+  EXPECT_FALSE(bench_->dictionary().Exists("/CsvReader/Bench/Progress"));
+  std::string rejects;
+  for (int i = 10000; i <= 150000; i += 10000) {
+    rejects += std::to_string(i + 1) + ",1 fields instead of 2," + std::to_string(i) + "\n";
+  }
+  EXPECT_EQ(Read("rejects.csv"), rejects);
+}
+
+TEST_F(DataNodesTest, ACsvFileThatHasChangedIsReadAnew) {
+  Write("large.csv", ManyRows(150000));
+  Node("CsvReader").SetParameter("File", File("large.csv"));
+  bench_->SetParameter("Rejects", File("rejects.csv"));
+  bench_->SetParameter("Most", 1000000);
+  bench_->Signal("read");
+  WaitUntil([&] { return bench_->dictionary().Exists("/CsvReader/Bench/Coming/r20000"); });
+  EXPECT_EQ(bench_->Stop(), "resume");
+  Write("large.csv", "a,b\nnew,rows\n");
+  EXPECT_EQ(Do("resume"), Signals{"read"}) << Problem();
+  EXPECT_EQ(Said("Rows"), "1");
+  EXPECT_EQ(bench_->TextAt("/Rows/r1/a"), "new");
+  EXPECT_FALSE(bench_->dictionary().Exists("/Rows/r2"));
+  EXPECT_FALSE(Exists("rejects.csv"));
+}
+
+TEST_F(DataNodesTest, TheWorkflowItselfIsNotReplaced) {
+  const std::string parameters = "/WorkFlowEngine/WorkNodes/ValueSetter/Instances/Bench/Parameters";
+  Node("ValueSetter").SetParameter("From", "/Jobs");
+  bench_->Set("/Jobs/Count", 1);
+  for (const std::string entry : {"/WorkFlowEngine", "//WorkFlowEngine/", "/WorkFlowEngine/WorkNodes",
+                                  "/WorkFlowEngine/WorkNodes/ValueSetter/Instances/Bench"}) {
+    bench_->SetParameter("Entry", entry);
+    for (const char* task : {"remove", "copy"}) {
+      EXPECT_EQ(Do(task), Signals{"failed"}) << entry;
+      EXPECT_EQ(Problem(), "the entry \"" + entry +
+                               "\" belongs to the workflow itself: only parameters of instances can be replaced there");
+    }
+  }
+  EXPECT_EQ(bench_->TextAt(parameters + "/From"), "/Jobs");
+  bench_->SetParameter("Entry", parameters + "/From");
+  EXPECT_EQ(Do("remove"), Signals{"done"});
+  EXPECT_FALSE(bench_->dictionary().Exists((parameters + "/From").c_str()));
+}
+
+TEST_F(DataNodesTest, NorByWhatIsRead) {
+  Write("in.csv", "a\n1\n");
+  Write("in.json", "{}");
+  for (const char* type : {"CsvReader", "JsonReader"}) {
+    Node(type).SetParameter("File", File(type == std::string("CsvReader") ? "in.csv" : "in.json"));
+    bench_->SetParameter("Into", "/WorkFlowEngine");
+    EXPECT_EQ(Do("read"), Signals{"failed"});
+    EXPECT_THAT(Problem(), HasSubstr("belongs to the workflow itself"));
+    bench_->SetParameter("Into", "/");
+    EXPECT_EQ(Do("read"), Signals{"failed"});
+    EXPECT_EQ(Problem(), "no entry is given: the root is the whole workflow");
+  }
+}
+
 }  // namespace
 }  // namespace orv_test

@@ -290,5 +290,29 @@ TEST_F(FileNodesTest, APatternIsFoundAndReplaced) {
   EXPECT_THROW(bench_->Signal("match"), std::runtime_error);
 }
 
+TEST_F(FileNodesTest, AStopIsNotKeptWaitingByTheLinesOfAFile) {
+  std::string text;
+  std::string items;
+  for (int i = 0; i < 200000; ++i) {
+    text += "line " + std::to_string(i) + "\r\n";
+    items += (i == 0 ? "line " : ",line ") + std::to_string(i);
+  }
+  Write("large.txt", text);
+  Make("FileNodes", "TextReader").SetParameter("File", File("large.txt"));
+  bench_->SetParameter("Lines", true);
+  bench_->Signal("read");
+  WaitUntil([&] { return bench_->dictionary().Exists("/TextReader/Bench/Coming/__ListEntries/__item1000"); });
+  EXPECT_EQ(bench_->TextAt("/Text"), "");
+  EXPECT_EQ(bench_->Stop(), "resume");
+  EXPECT_EQ(DoInPieces("resume", std::chrono::milliseconds(150)), Signals{"read"}) << Problem();
+  EXPECT_TRUE(bench_->TextAt("/Text") == items);
+  EXPECT_FALSE(bench_->dictionary().Exists("/TextReader/Bench/Coming"));
+  EXPECT_FALSE(bench_->dictionary().Exists("/TextReader/Bench/Progress"));
+  SetList("/Same", {"line 0", "line 1"});
+  const std::string state = bench_->SaveState();
+  EXPECT_THAT(state, ::testing::HasSubstr("<__item1>line 1</__item1>"));
+  EXPECT_THAT(state, ::testing::Not(::testing::HasSubstr("<__item1 "))) << "it is a list as any other";
+}
+
 }  // namespace
 }  // namespace orv_test

@@ -36,6 +36,22 @@ class TaskFixture : public ::testing::Test {
     return bench_->TakeFired();
   }
 
+  // The same, but the node is stopped whenever it has worked so long, and another one goes on. No stop takes long.
+  Signals DoInPieces(std::string signal, std::chrono::milliseconds piece) {
+    constexpr std::chrono::milliseconds kLongest(400);  // for builds that are slow, on machines that are busy
+    for (bool is_done = false; !is_done; signal = "resume") {
+      EXPECT_TRUE(bench_->Signal(signal));
+      std::this_thread::sleep_for(piece);
+      const auto begin = std::chrono::steady_clock::now();
+      is_done = !bench_->node()->StopWork();
+      EXPECT_LT(std::chrono::steady_clock::now() - begin, kLongest) << "stop " << stops_;
+      if (is_done) break;
+      ++stops_;
+      bench_->Kill();
+    }
+    return bench_->TakeFired();
+  }
+
   std::string Said(const std::string& name) { return bench_->TextAt("/" + type_ + "/Bench/" + name); }
   std::string Problem() { return Said("Problem"); }
   // As a workflow that takes the signal "failed".
@@ -81,6 +97,7 @@ class TaskFixture : public ::testing::Test {
   TempDirectory directory_;
   std::unique_ptr<OrvWorkFlow::Sdk::NodeBench> bench_;
   std::string type_;
+  int stops_ = 0;  // of DoInPieces
 };
 
 }  // namespace orv_test
