@@ -28,6 +28,8 @@ BackupJob::BackupJob(IDictionary& dictionary, std::string_view name) : dictionar
   root_.append(name);
 }
 
+bool BackupJob::Exists() const { return dictionary_.Exists(root_.c_str()); }
+
 std::string BackupJob::SourceFolder() const { return ReadFolder(kSourceFolder); }
 
 std::string BackupJob::TargetFolder() const { return ReadFolder(kTargetFolder); }

@@ -40,6 +40,7 @@ class BackupJob {
   // The dictionary must outlive the object.
   BackupJob(IDictionary& dictionary, std::string_view name);
 
+  bool Exists() const;
   // Without separators at the end.
   std::string SourceFolder() const;
   std::string TargetFolder() const;

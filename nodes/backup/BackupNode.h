@@ -1,6 +1,9 @@
 // What the backup nodes have in common: the parameter "Job", the name of the record that they work on (see BackupJob).
 #pragma once
 
+#include <stdexcept>
+#include <string>
+
 #include "OrvWorkFlow/sdk/WorkNodeBase.h"
 #include "nodes/backup/BackupJob.h"
 
@@ -17,7 +20,13 @@ class BackupNode : public Sdk::WorkNodeBase {
  protected:
   using Sdk::WorkNodeBase::WorkNodeBase;
 
-  BackupJob Job() const { return BackupJob(WorkflowDictionary(), TextParameter("Job")); }
+  // Throws std::runtime_error for one that nobody has described.
+  BackupJob Job() const {
+    const std::string name = TextParameter("Job");
+    BackupJob job(WorkflowDictionary(), name);
+    if (!job.Exists()) throw std::runtime_error("there is no job \"" + name + "\": /Jobs/" + name + " is missing");
+    return job;
+  }
 };
 
 }  // namespace OrvWorkFlow::Nodes

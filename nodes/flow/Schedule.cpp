@@ -57,11 +57,15 @@ bool Schedule::OnInput(std::string_view signal, Outputs& outputs) {
   if (missed != kOnce && missed != kAll && missed != kNone) {
     throw std::runtime_error("the parameter Missed is \"" + missed + "\"; it takes once, all or none");
   }
-  const CronTimes times(cron);  // Throws before anything is changed.
+  const bool is_utc = BooleanParameter("Utc");
+  // Throws before anything is changed.
+  if (!CronTimes(cron).Next(Now() / 1000, is_utc)) {
+    throw std::runtime_error("the parameter Cron is \"" + cron + "\", and there is no such day in the next nine years");
+  }
   Sdk::NodeRecord record = Record();
   record.SetText(kCron, cron);
   record.SetText(kMissed, missed);
-  record.SetNumber(kUtc, BooleanParameter("Utc") ? 1 : 0);
+  record.SetNumber(kUtc, is_utc ? 1 : 0);
   const std::int32_t limit = NumberParameter("Times");
   if (limit > 0) {
     record.SetNumber(kLeft, limit);

@@ -1,4 +1,5 @@
 // Each backup node alone: what it does with a job, and which signal it fires.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "OrvWorkFlow/sdk/MarshalledHolder.h"
@@ -35,6 +36,21 @@ TEST_F(BackupNodesTest, UnknownSignalsAreRefused) {
   EXPECT_FALSE(Make<FailureCollector>()->Signal(""));
   EXPECT_FALSE(Make<ReportWriter>()->Signal("writes"));
   EXPECT_EQ(TakeFired(), Signals{});
+}
+
+TEST_F(BackupNodesTest, AJobThatNobodyHasDescribedIsAFailure) {
+  const auto fails = [&](const NodePointer& node, const char* type, const char* signal) {
+    SetText(("/WorkFlowEngine/WorkNodes/" + std::string(type) + "/Instances/Instance/Parameters/Job").c_str(), "Other");
+    EXPECT_THAT([&] { node->Signal(signal); },
+                ::testing::ThrowsMessage<std::runtime_error>("there is no job \"Other\": /Jobs/Other is missing"));
+  };
+  fails(Make<FolderCollector>(), "FolderCollector", "collect");
+  fails(Make<FileCopier>(), "FileCopier", "next");
+  fails(Make<ChecksumVerifier>(), "ChecksumVerifier", "verify");
+  fails(Make<FailureCollector>(), "FailureCollector", "record");
+  fails(Make<ReportWriter>(), "ReportWriter", "write");
+  EXPECT_EQ(TakeFired(), Signals{});
+  EXPECT_FALSE(dictionary_->Exists("/Jobs/Other"));
 }
 
 TEST_F(BackupNodesTest, CollectsFilesOfSubFoldersInTheOrderOfTheirNames) {
