@@ -63,6 +63,21 @@ void RefuseUnknownOption(const std::string& where, const CLI::App& app, const st
   throw ProgramError(ExitCode::Usage, where + "unknown option " + name + Base::Suggest(name, OptionNames(app)));
 }
 
+// `said` is what the parser says: the option's name and a colon come first.
+[[noreturn]] void RefuseMissingValue(const CLI::App& program, const std::string& said) {
+  const CLI::App* command = &program;
+  std::string verb;
+  while (!command->get_subcommands().empty()) {
+    command = command->get_subcommands().front();
+    if (verb.empty()) verb = command->get_name();
+  }
+  const std::string name = said.substr(0, said.find(':'));
+  const CLI::Option* const option = command->get_option_no_throw(name);
+  const std::string value = option == nullptr ? "value" : option->get_type_name();
+  throw ProgramError(ExitCode::Usage,
+                     verb + ": " + name + ": no " + value + " given (see orvflow " + verb + " --help)");
+}
+
 // Who gives a file where a verb belongs wants it run.
 std::string SuggestVerb(const std::string& word, const std::vector<std::string>& verbs) {
   const std::string suggestion = Base::Suggest(word, verbs);
@@ -176,6 +191,8 @@ ExitCode ExecuteCommandLine(std::vector<std::string> words) {
     const int code = program.exit(help, output, output);
     WriteStandardOutput(FitHelp(output.str()));
     return static_cast<ExitCode>(code);
+  } catch (const CLI::ArgumentMismatch& error) {
+    RefuseMissingValue(program, error.what());
   } catch (const CLI::ParseError& error) {
     throw ProgramError(ExitCode::Usage, std::string(error.what()) + " (see orvflow --help)");
   }
