@@ -5,12 +5,16 @@
 #define NOGDI
 #include <windows.h>
 // After windows.h.
+#include <process.h>
 #include <winhttp.h>
 
 #include <algorithm>
 #include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <exception>
+#include <memory>
 #include <mutex>
-#include <thread>
 
 #include "nodes/web/HttpClient.h"
 
@@ -19,6 +23,7 @@ namespace OrvWorkFlow::Nodes {
 namespace {
 
 constexpr DWORD kPiece = 64 * 1024;
+constexpr char kTooManyHeaders[] = "the server's headers are larger than 256 KiB";
 
 std::wstring Wide(const std::string& text) {
   const int size = MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0);
@@ -38,26 +43,29 @@ std::string Narrow(const std::wstring& text) {
 std::string ReasonOfCode(DWORD code) {
   switch (code) {
     case ERROR_WINHTTP_TIMEOUT:
+    case WSAETIMEDOUT:
       return "the server does not answer in time";
     case ERROR_WINHTTP_NAME_NOT_RESOLVED:
       return "there is no such server";
     case ERROR_WINHTTP_CANNOT_CONNECT:
+    case WSAECONNREFUSED:
       return "the server takes no connection";
     case ERROR_WINHTTP_CONNECTION_ERROR:
+    case WSAECONNRESET:
     case ERROR_WINHTTP_INVALID_SERVER_RESPONSE:
       return "the connection was cut off, or the answer is no HTTP";
     case ERROR_WINHTTP_SECURE_FAILURE:
       return "the server's certificate is not to be trusted";
     case ERROR_WINHTTP_REDIRECT_FAILED:
-      return "there are too many redirects";
+      return "there are too many redirects, or one leads elsewhere than to http and https";
     case ERROR_WINHTTP_HEADER_SIZE_OVERFLOW:
-      return "the server's headers are too large";
+      return kTooManyHeaders;
     default:
       return "the request failed (system error " + std::to_string(code) + ")";
   }
 }
 
-// Handles that are closed when they go, or from another thread to end what waits on them.
+// It is closed when it goes, or before that from another thread.
 class Handle {
  public:
   explicit Handle(HINTERNET handle) : handle_(handle) {
@@ -75,41 +83,6 @@ class Handle {
   std::atomic<HINTERNET> handle_;
 };
 
-// Closes a request when a stop is wanted, or its time is over.
-class Watch {
- public:
-  Watch(Handle& request, const HttpOrder& order)
-      : thread_([this, &request, &order] {
-          const auto begin = std::chrono::steady_clock::now();
-          while (!ended_) {
-            const bool over =
-                order.whole_limit.count() > 0 && std::chrono::steady_clock::now() - begin > order.whole_limit;
-            if (order.stop_wanted() || over) {
-              (over ? is_over_ : is_stopped_) = true;
-              request.Close();
-              return;
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(20));
-          }
-        }) {}
-  Watch(const Watch&) = delete;
-  Watch& operator=(const Watch&) = delete;
-  ~Watch() { End(); }
-
-  void End() {
-    ended_ = true;
-    if (thread_.joinable()) thread_.join();
-  }
-  bool is_stopped() const { return is_stopped_; }
-  bool is_over() const { return is_over_; }
-
- private:
-  std::atomic<bool> ended_ = false;
-  std::atomic<bool> is_stopped_ = false;
-  std::atomic<bool> is_over_ = false;
-  std::thread thread_;
-};
-
 void Expect(BOOL done) {
   if (done == FALSE) throw HttpProblem(ReasonOfCode(GetLastError()));
 }
@@ -117,7 +90,7 @@ void Expect(BOOL done) {
 std::vector<std::pair<std::string, std::string>> HeadersOf(HINTERNET request) {
   DWORD size = 0;
   WinHttpQueryHeaders(request, WINHTTP_QUERY_RAW_HEADERS_CRLF, nullptr, nullptr, &size, nullptr);
-  if (size > kMostHeaderBytes * sizeof(wchar_t)) throw HttpProblem("the server's headers are larger than 256 KiB");
+  if (size > kMostHeaderBytes * sizeof(wchar_t)) throw HttpProblem(kTooManyHeaders);
   std::wstring wide(size / sizeof(wchar_t), L'\0');
   Expect(WinHttpQueryHeaders(request, WINHTTP_QUERY_RAW_HEADERS_CRLF, nullptr, wide.data(), &size, nullptr));
   wide.resize(size / sizeof(wchar_t));
@@ -206,39 +179,147 @@ bool Exchange(HINTERNET request, const HttpOrder& order) {
   return true;
 }
 
+void SetLimits(HINTERNET session, const HttpOrder& order) {
+  const auto idle = static_cast<int>(std::chrono::milliseconds(order.idle_limit).count());
+  const auto connect = static_cast<int>(std::chrono::milliseconds(order.connect_limit).count());
+  Expect(WinHttpSetTimeouts(session, connect, connect, idle, idle));
+  // Until the answer begins.
+  auto response = static_cast<DWORD>(idle);
+  Expect(WinHttpSetOption(session, WINHTTP_OPTION_RECEIVE_RESPONSE_TIMEOUT, &response, sizeof(response)));
+}
+
+void SetRequestLimits(HINTERNET request, const HttpOrder& order) {
+  DWORD headers = kMostHeaderBytes;
+  WinHttpSetOption(request, WINHTTP_OPTION_MAX_RESPONSE_HEADER_SIZE, &headers, sizeof(headers));
+  DWORD redirects = static_cast<DWORD>(std::max(order.most_redirects, 0));
+  DWORD never = WINHTTP_OPTION_REDIRECT_POLICY_NEVER;
+  if (redirects == 0) {
+    WinHttpSetOption(request, WINHTTP_OPTION_REDIRECT_POLICY, &never, sizeof(never));
+  } else {
+    WinHttpSetOption(request, WINHTTP_OPTION_MAX_HTTP_AUTOMATIC_REDIRECTS, &redirects, sizeof(redirects));
+  }
+}
+
+// A request on a thread of its own, which can be left: closing its handle ends most calls that wait on it, but not all.
+// What is left ends by its limits at the latest, and touches nothing of the order's any more.
+class Transfer {
+ public:
+  explicit Transfer(const HttpOrder& order) : order_(order), address_(AddressOf(order.url)) {
+    order_.begin = [this, &order](int status, const auto& headers) {
+      const std::lock_guard lock(mutex_);
+      if (!is_left_) order.begin(status, headers);
+    };
+    order_.take = [this, &order](std::string_view piece) {
+      const std::lock_guard lock(mutex_);
+      return !is_left_ && order.take(piece);
+    };
+  }
+
+  static bool Do(const HttpOrder& order) {
+    const auto transfer = std::make_shared<Transfer>(order);
+    StartThread(transfer);
+    return transfer->Wait(order);
+  }
+
+ private:
+  struct Started {
+    std::shared_ptr<Transfer> transfer;
+    HMODULE module;
+  };
+
+  // The library stays loaded as long as the thread is in it.
+  static void StartThread(const std::shared_ptr<Transfer>& transfer) {
+    auto started = std::make_unique<Started>(Started{transfer, nullptr});
+    const void* const here = reinterpret_cast<const void*>(&Main);
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, static_cast<LPCWSTR>(here), &started->module);
+    const std::uintptr_t thread = _beginthreadex(nullptr, 0, &Main, started.get(), 0, nullptr);
+    if (thread == 0) {
+      FreeLibrary(started->module);
+      throw HttpProblem("there is no thread to be had for the request");
+    }
+    static_cast<void>(started.release());  // The thread's.
+    void* const handle = reinterpret_cast<void*>(thread);
+    CloseHandle(handle);
+  }
+
+  static unsigned __stdcall Main(void* argument) {
+    HMODULE module = nullptr;
+    {
+      const std::unique_ptr<Started> started(static_cast<Started*>(argument));
+      module = started->module;
+      started->transfer->Run();
+    }
+    FreeLibraryAndExitThread(module, 0);
+  }
+
+  void Run() {
+    bool is_whole = false;
+    std::exception_ptr problem;
+    try {
+      is_whole = Request();
+    } catch (...) {
+      problem = std::current_exception();
+    }
+    const std::lock_guard lock(mutex_);
+    is_whole_ = is_whole;
+    problem_ = problem;
+    is_done_ = true;
+    changed_.notify_all();
+  }
+
+  bool Request() {
+    const DWORD proxy =
+        IsOfThisMachine(address_.host) ? WINHTTP_ACCESS_TYPE_NO_PROXY : WINHTTP_ACCESS_TYPE_DEFAULT_PROXY;
+    const Handle session(WinHttpOpen(L"orvflow", proxy, WINHTTP_NO_PROXY_NAME, WINHTTP_NO_PROXY_BYPASS, 0));
+    SetLimits(session.get(), order_);
+    const Handle connection(WinHttpConnect(session.get(), address_.host.c_str(), address_.port, 0));
+    const auto request = std::make_shared<Handle>(WinHttpOpenRequest(
+        connection.get(), Wide(order_.method).c_str(), address_.object.c_str(), nullptr, WINHTTP_NO_REFERER,
+        WINHTTP_DEFAULT_ACCEPT_TYPES, address_.is_secure ? WINHTTP_FLAG_SECURE : 0));
+    SetRequestLimits(request->get(), order_);
+    {
+      const std::lock_guard lock(mutex_);
+      if (is_left_) return false;
+      request_ = request;
+    }
+    return Exchange(request->get(), order_);
+  }
+
+  bool Wait(const HttpOrder& order) {
+    const auto begin = std::chrono::steady_clock::now();
+    std::unique_lock lock(mutex_);
+    while (!is_done_) {
+      changed_.wait_for(lock, std::chrono::milliseconds(20));
+      if (is_done_) break;
+      const bool is_over =
+          order.whole_limit.count() > 0 && std::chrono::steady_clock::now() - begin > order.whole_limit;
+      is_left_ = is_over || order.stop_wanted();
+      if (is_left_ && request_ != nullptr) request_->Close();
+      if (is_over) {
+        throw HttpProblem("the request took longer than " + std::to_string(order.whole_limit.count()) + " s");
+      }
+      if (is_left_) return false;
+    }
+    if (problem_) std::rethrow_exception(problem_);
+    return is_whole_;
+  }
+
+  HttpOrder order_;  // its callbacks ask whether the transfer was left
+  const Address address_;
+  std::mutex mutex_;
+  std::shared_ptr<Handle> request_;
+  std::condition_variable changed_;
+  bool is_left_ = false;
+  bool is_done_ = false;
+  bool is_whole_ = false;
+  std::exception_ptr problem_;
+};
+
 }  // namespace
 
 bool DoHttp(const HttpOrder& order) {
   CheckUrl(order.url);
-  const Address address = AddressOf(order.url);
-  const DWORD proxy = IsOfThisMachine(address.host) ? WINHTTP_ACCESS_TYPE_NO_PROXY : WINHTTP_ACCESS_TYPE_DEFAULT_PROXY;
-  Handle session(WinHttpOpen(L"orvflow", proxy, WINHTTP_NO_PROXY_NAME, WINHTTP_NO_PROXY_BYPASS, 0));
-  const auto idle = static_cast<int>(std::chrono::milliseconds(order.idle_limit).count());
-  const auto connect = static_cast<int>(std::chrono::milliseconds(order.connect_limit).count());
-  Expect(WinHttpSetTimeouts(session.get(), connect, connect, idle, idle));
-  Handle connection(WinHttpConnect(session.get(), address.host.c_str(), address.port, 0));
-  Handle request(WinHttpOpenRequest(connection.get(), Wide(order.method).c_str(), address.object.c_str(), nullptr,
-                                    WINHTTP_NO_REFERER, WINHTTP_DEFAULT_ACCEPT_TYPES,
-                                    address.is_secure ? WINHTTP_FLAG_SECURE : 0));
-  DWORD redirects = static_cast<DWORD>(std::max(order.most_redirects, 0));
-  if (redirects == 0) {
-    DWORD never = WINHTTP_OPTION_REDIRECT_POLICY_NEVER;
-    WinHttpSetOption(request.get(), WINHTTP_OPTION_REDIRECT_POLICY, &never, sizeof(never));
-  } else {
-    WinHttpSetOption(request.get(), WINHTTP_OPTION_MAX_HTTP_AUTOMATIC_REDIRECTS, &redirects, sizeof(redirects));
-  }
-  Watch watch(request, order);
-  try {
-    const bool is_whole = Exchange(request.get(), order);
-    watch.End();
-    return is_whole;
-  } catch (const HttpProblem&) {
-    watch.End();
-    if (watch.is_stopped()) return false;
-    if (watch.is_over())
-      throw HttpProblem("the request took longer than " + std::to_string(order.whole_limit.count()) + " s");
-    throw;
-  }
+  return Transfer::Do(order);
 }
 
 }  // namespace OrvWorkFlow::Nodes

@@ -2,16 +2,19 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tests/tasks/ScriptedServer_posix.h"
+#include "tests/tasks/ScriptedServer.h"
 #include "tests/tasks/TaskFixture.h"
 
 namespace orv_test {
 namespace {
 
 using ::testing::AllOf;
+using ::testing::AnyOf;
 using ::testing::HasSubstr;
-using ::testing::Not;
 using ::testing::StartsWith;
+
+// The words of curl, and ours on Windows.
+const auto kCutOff = AnyOf(HasSubstr("bytes remaining"), HasSubstr("cut off"));
 
 constexpr char kEnd[] = "\r\n\r\n";
 
@@ -42,8 +45,8 @@ class WebNodesTest : public TaskFixture {
   }
   // Sends this to the trigger and returns the status line's number.
   std::string Call(const std::string& request) {
-    const int socket = Peer::Connect(static_cast<std::uint16_t>(std::stoi(Said("Port"))));
-    if (socket < 0) return "no connection";
+    const auto socket = TestSockets::Connect(static_cast<std::uint16_t>(std::stoi(Said("Port"))));
+    if (socket == TestSockets::kNone) return "no connection";
     Peer peer(socket);
     peer.Write(request);
     return peer.ReadAll().substr(9, 3);
@@ -75,19 +78,18 @@ TEST_F(WebNodesTest, AnswersThatRefuseAreASignalOfTheirOwn) {
 
 TEST_F(WebNodesTest, ServersThatDoNotAnswerFail) {
   EXPECT_NE(Requested([](Peer&) {}), "answered") << "cut off before the answer";
-  EXPECT_THAT(Requested([](Peer& peer) { peer.Write("HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nfive!"); }),
-              HasSubstr("5 bytes remaining"));
-  EXPECT_THAT(Requested([](Peer& peer) { peer.Stall(); }), HasSubstr("too slow"));
+  EXPECT_THAT(Requested([](Peer& peer) { peer.Write("HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nfive!"); }), kCutOff);
+  EXPECT_THAT(Requested([](Peer& peer) { peer.Stall(); }), AnyOf(HasSubstr("too slow"), HasSubstr("in time")));
   EXPECT_THAT(Requested([](Peer& peer) {
                 peer.Write("HTTP/1.1 200 OK\r\n");
-                while (peer.Write("X-Long: " + std::string(8000, 'x') + "\r\n")) {
-                }
+                for (int i = 0; i < 1000; ++i) peer.Write("X-Long: " + std::string(800, 'x') + "\r\n");
+                peer.Write("\r\n");
               }),
               HasSubstr("headers are larger than 256 KiB"));
   EXPECT_THAT(Requested([](Peer& peer) { peer.Write(Answer("302 Found", "", "Location: /again\r\n")); }),
               HasSubstr("redirects"));
   EXPECT_THAT(Requested([](Peer& peer) { peer.Write(Answer("302 Found", "", "Location: file:///etc/passwd\r\n")); }),
-              HasSubstr("file"));
+              AnyOf(HasSubstr("file"), HasSubstr("leads elsewhere")));
   EXPECT_THAT(Requested([](Peer& peer) { peer.Write(Answer("200 OK", std::string(2 << 20, 'x'))); }),
               HasSubstr("the answer is longer than 1048576 bytes"));
   EXPECT_THAT(Requested([](Peer& peer) { peer.Write(Answer("200 OK", std::string("a\0b", 3))); }),
@@ -122,9 +124,12 @@ TEST_F(WebNodesTest, ATextFromElsewhereBeginsNoHeader) {
 TEST_F(WebNodesTest, ARequestThatWaitsIsStopped) {
   const ScriptedServer server([](Peer& peer, int) { peer.Stall(); });
   Node("HttpRequest").SetParameter("Url", server.Url("/"));
+  bench_->SetParameter("IdleSeconds", 2);
   bench_->Signal("request");
   EXPECT_TRUE(WaitUntil([&] { return server.connections() == 1; }));
-  EXPECT_EQ(bench_->Stop(), "resume");
+  const auto asked = std::chrono::steady_clock::now();
+  EXPECT_TRUE(bench_->node()->StopWork());
+  EXPECT_LT(std::chrono::steady_clock::now() - asked, std::chrono::milliseconds(500));
   EXPECT_EQ(bench_->TakeFired(), Signals{});
 }
 
@@ -150,7 +155,7 @@ TEST_F(WebNodesTest, ADownloadGoesOnWhereItWasCutOff) {
   Node("Downloader").SetParameter("Url", server.Url("/file"));
   bench_->SetParameter("File", File("in/file"));
   EXPECT_EQ(Do("download"), Signals{"failed"});
-  EXPECT_THAT(Problem(), HasSubstr("bytes remaining"));
+  EXPECT_THAT(Problem(), kCutOff);
   EXPECT_FALSE(Exists("in/file"));
   // What came behind that is not known of does not count.
   bench_->Kill();
@@ -217,115 +222,6 @@ TEST_F(WebNodesTest, ATriggerTakesOneRequestAfterTheOther) {
   EXPECT_EQ(Do("stop"), Signals{"ended"});
   bench_->SetParameter("Token", "");
   EXPECT_EQ(Do("listen"), Signals{"failed"});
-}
-
-// A server that takes mails, as far as a test needs it.
-void TakeMail(Peer& peer, std::string& mail, bool says_farewell = true) {
-  peer.Write("220 here\r\n");
-  for (std::string line = peer.ReadUntil("\r\n"); !line.empty(); line = peer.ReadUntil("\r\n")) {
-    if (line.starts_with("DATA")) {
-      peer.Write("354 go\r\n");
-      mail += peer.ReadUntil("\r\n.\r\n");
-      peer.Write("250 taken\r\n");
-    } else if (line.starts_with("RCPT") && line.find("nobody") != std::string::npos) {
-      peer.Write("550 nobody of that name\r\n");
-    } else if (line.starts_with("QUIT")) {
-      if (says_farewell) peer.Write("221 bye\r\n");
-      return;
-    } else {
-      if (!line.starts_with("EHLO")) mail += line;
-      peer.Write("250 yes\r\n");
-    }
-  }
-}
-
-TEST_F(WebNodesTest, AMailIsSent) {
-  std::string mail;
-  const ScriptedServer server([&](Peer& peer, int) { TakeMail(peer, mail); });
-  Node("MailSender").SetParameter("Server", "smtp://127.0.0.1:" + std::to_string(server.port()));
-  bench_->SetParameter("From", "flow@example.org");
-  SetListParameter("To", {"a@example.org", "b@example.org"});
-  bench_->SetParameter("Subject", "Backup: done");
-  SetListParameter("Text", {"All is well.", ".", "end"});
-  EXPECT_EQ(Do("send"), Signals{"failed"});
-  EXPECT_THAT(Problem(), HasSubstr("smtp://127.0.0.1")) << "the server has no TLS";
-  bench_->SetParameter("Tls", false);
-  mail.clear();
-  EXPECT_EQ(Do("send"), Signals{"sent"}) << Problem();
-  EXPECT_THAT(mail,
-              StartsWith("MAIL FROM:<flow@example.org>\r\nRCPT TO:<a@example.org>\r\nRCPT TO:<b@example.org>\r\n"));
-  EXPECT_THAT(mail, HasSubstr("\r\nFrom: <flow@example.org>\r\nTo: <a@example.org>,\r\n <b@example.org>\r\n"
-                              "Subject: Backup: done\r\nMessage-ID: <" +
-                              Said("Id") + ">\r\n"));
-  EXPECT_THAT(mail, HasSubstr("\r\n\r\nAll is well.\r\n..\r\nend\r\n.\r\n"));
-  mail.clear();
-  bench_->SetParameter("Subject", "\xC3\xA4");
-  SetListParameter("Text", {"\xC3\xA4"});
-  EXPECT_EQ(Do("send"), Signals{"sent"}) << Problem();
-  EXPECT_THAT(mail, AllOf(HasSubstr("Subject: =?UTF-8?B?w6Q=?=\r\n"), HasSubstr("base64\r\n\r\nw6QNCg==\r\n")));
-}
-
-TEST_F(WebNodesTest, AMailThatCannotBeSentSaysWhy) {
-  std::string mail;
-  const ScriptedServer server([&](Peer& peer, int) { TakeMail(peer, mail); });
-  Node("MailSender").SetParameter("Server", "smtp://127.0.0.1:" + std::to_string(server.port()));
-  bench_->SetParameter("Tls", false);
-  bench_->SetParameter("From", "flow@example.org");
-  SetListParameter("To", {"nobody@example.org"});
-  EXPECT_EQ(Do("send"), Signals{"failed"});
-  EXPECT_THAT(Problem(), HasSubstr("550"));
-  SetListParameter("To", {});
-  EXPECT_EQ(Do("send"), Signals{"failed"});
-  EXPECT_EQ(Problem(), "To names nobody");
-  SetListParameter("To", {"a@example.org>\r\nRCPT TO:<b@example.org"});
-  EXPECT_EQ(Do("send"), Signals{"failed"});
-  EXPECT_THAT(Problem(), HasSubstr("more than one line"));
-  SetListParameter("To", {"a@example.org"});
-  bench_->SetParameter("Subject", "a\nBcc: b@example.org");
-  EXPECT_EQ(Do("send"), Signals{"failed"});
-  EXPECT_EQ(Problem(), "Subject has more than one line");
-  EXPECT_THAT(mail, Not(HasSubstr("b@example.org")));
-}
-
-// A server that stalls at one point of the conversation: before its greeting, or with its answer to the farewell.
-TEST_F(WebNodesTest, AMailServerThatStallsIsLeft) {
-  using Clock = std::chrono::steady_clock;
-  const ScriptedServer server([](Peer& peer, int) { peer.Stall(); });
-  Node("MailSender").SetParameter("Server", "smtp://127.0.0.1:" + std::to_string(server.port()));
-  bench_->SetParameter("From", "flow@example.org");
-  SetListParameter("To", {"a@example.org"});
-  bench_->Signal("send");
-  EXPECT_TRUE(WaitUntil([&] { return server.connections() == 1; }));
-  const Clock::time_point asked = Clock::now();
-  EXPECT_EQ(bench_->Stop(), "resume");
-  EXPECT_LT(Clock::now() - asked, std::chrono::seconds(5));
-
-  const ScriptedServer silent([](Peer& peer, int) {
-    std::string mail;
-    TakeMail(peer, mail, false);
-    peer.Stall();
-  });
-  Node("MailSender").SetParameter("Server", "smtp://127.0.0.1:" + std::to_string(silent.port()));
-  bench_->SetParameter("Tls", false);
-  bench_->SetParameter("From", "flow@example.org");
-  SetListParameter("To", {"a@example.org"});
-  const Clock::time_point begun = Clock::now();
-  EXPECT_EQ(Do("send"), Signals{"sent"}) << Problem();
-  EXPECT_LT(Clock::now() - begun, std::chrono::seconds(5));
-}
-
-// See SlowSystem_posix.cpp.
-TEST_F(WebNodesTest, ANameThatIsLookedUpIsNotWaitedFor) {
-  using Clock = std::chrono::steady_clock;
-  for (const char* type : {"HttpRequest", "Downloader"}) {
-    Node(type).SetParameter("Url", "http://slow.example/");
-    bench_->SetParameter("File", File("got"));
-    bench_->Signal(std::string(type) == "Downloader" ? "download" : "request");
-    std::this_thread::sleep_for(std::chrono::milliseconds(200));
-    const Clock::time_point asked = Clock::now();
-    EXPECT_EQ(bench_->Stop(), "resume");
-    EXPECT_LT(Clock::now() - asked, std::chrono::seconds(5)) << type;
-  }
 }
 
 }  // namespace
