@@ -4,9 +4,12 @@
 //   journal_bench [DELIVERIES] [ROUNDS]    (defaults: 200000 and 5; with and without take turns, the median counts)
 //
 // Two nodes fire at each other, and one of them writes a value at each signal. Recovery is measured beside SQLite,
-// which reads a table of as many rows as the record has entries.
+// which reads a table of as many rows as the record has entries. What is durable is measured by the clock, with files
+// in the folder for temporary files: on a disk, for the figures to mean anything.
 #include <sqlite3.h>
+#include <unistd.h>
 
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -23,6 +26,7 @@
 #include "benchmarks/signals/EngineRoad.h"
 #include "benchmarks/signals/Measure.h"
 #include "journal/RecordReader.h"
+#include "journal/RecordSync.h"
 #include "journal/RunRecord.h"
 #include "journal/RunStanding.h"
 #include "journal/StandingState.h"
@@ -63,6 +67,8 @@ class RecordedRoad {
   ~RecordedRoad() { Observe(nullptr, nullptr); }
   RecordedRoad(const RecordedRoad&) = delete;
   RecordedRoad& operator=(const RecordedRoad&) = delete;
+
+  RunRecord& record() { return record_; }
 
  private:
   void Observe(IRunObserver* run, OrvWorkFlow::IDictionaryObserver* changes) {
@@ -213,6 +219,110 @@ void CompareRecovery() {
   fs::remove(table);
 }
 
+double Nanoseconds(const std::function<void()>& action) {
+  const auto begin = std::chrono::steady_clock::now();
+  action();
+  return std::chrono::duration<double, std::nano>(std::chrono::steady_clock::now() - begin).count();
+}
+
+// Deliveries that are on the disk when it returns.
+void DeliverDurably(EngineRoad& road, const std::string& file) {
+  fs::remove(file);
+  RecordedRoad recorded(road, file);
+  OrvWorkFlow::Journal::RecordSync sync({&recorded.record()}, [](const std::string& why) {
+    std::fprintf(stderr, "journal_bench: %s\n", why.c_str());
+    std::exit(1);
+  });
+  road.PingPong(deliveries);
+  sync.Await();
+}
+
+// A row for each, 1,000 in a transaction.
+void InsertDurably(const std::string& file) {
+  for (const char* end : {"", "-wal", "-shm"}) fs::remove(file + end);
+  const Database database = OpenDatabase(file);
+  Execute(database, "PRAGMA journal_mode = WAL");
+  Execute(database, "PRAGMA synchronous = FULL");
+  Execute(
+      database,
+      "CREATE TABLE entries (number INTEGER PRIMARY KEY, time INTEGER, cause INTEGER, route INTEGER, path TEXT, value "
+      "INTEGER)");
+  sqlite3_stmt* insert = nullptr;
+  sqlite3_prepare_v2(database.get(), "INSERT INTO entries VALUES (?, ?, ?, 0, '/Values/Entry', ?)", -1, &insert,
+                     nullptr);
+  for (long number = 1; number <= deliveries; ++number) {
+    if (number % 1000 == 1) Execute(database, "BEGIN");
+    sqlite3_bind_int64(insert, 1, number);
+    sqlite3_bind_int64(insert, 2, number * 100);
+    sqlite3_bind_int64(insert, 3, number - 1);
+    sqlite3_bind_int64(insert, 4, number);
+    if (sqlite3_step(insert) != SQLITE_DONE) std::exit(1);
+    sqlite3_reset(insert);
+    if (number % 1000 == 0 || number == deliveries) Execute(database, "COMMIT");
+  }
+  sqlite3_finalize(insert);
+}
+
+constexpr int kWaits = 300;
+
+// One delivery after the other, each of which waits for the disk.
+void WaitForEach(const std::string& file) {
+  fs::remove(file);
+  RunRecord record(file, file);
+  record.Begin({"bench", "linux", "none", false});
+  OrvWorkFlow::Journal::RecordSync sync({&record}, [](const std::string& /*why*/) { std::exit(1); });
+  const IRunObserver::Sender sender = {"Sender", "left", "hit"};
+  const IRunObserver::Receiver receiver = {"Receiver", "0", "ball"};
+  for (std::uint64_t number = 1; number <= kWaits; ++number) {
+    record.SignalQueued({number, number - 1, sender, receiver, false});
+    record.DeliveryBegun({number, sender, receiver});
+    if (!sync.Await()) std::exit(1);
+    record.DeliveryEnded({number, sender, receiver}, IRunObserver::Outcome::Accepted, "");
+  }
+}
+
+// As many appends, each of which is flushed.
+void AppendForEach(const std::string& file) {
+  fs::remove(file);
+  const std::string entry(30, 'x');
+  std::FILE* const stream = std::fopen(file.c_str(), "wb");
+  for (int i = 0; i < kWaits; ++i) {
+    if (stream == nullptr || std::fwrite(entry.data(), 1, entry.size(), stream) != entry.size()) std::exit(1);
+    if (std::fflush(stream) != 0 || fdatasync(fileno(stream)) != 0) std::exit(1);
+  }
+  std::fclose(stream);
+}
+
+void CompareDurability(EngineRoad& road) {
+  const fs::path folder = fs::temp_directory_path();
+  const std::string record = (folder / "journal_bench.record").string();
+  const std::string other = (folder / "journal_bench.db").string();
+  road.SetValuesAtSignals(true);
+  std::vector<double> recorded, delivering, inserting, waiting, appending;
+  for (int round = 0; round < rounds; ++round) {
+    delivering.push_back(Nanoseconds([&] { DeliverDurably(road, record); }));
+    recorded.push_back(Nanoseconds([&] {
+      fs::remove(record);
+      const RecordedRoad plain(road, record);
+      road.PingPong(deliveries);
+    }));
+    inserting.push_back(Nanoseconds([&] { InsertDurably(other); }));
+    waiting.push_back(Nanoseconds([&] { WaitForEach(record); }));
+    appending.push_back(Nanoseconds([&] { AppendForEach(other); }));
+  }
+  const auto count = static_cast<double>(deliveries);
+  std::printf(
+      "durable: %.0f ns a delivery (%.0f when it is only recorded), SQLite (WAL, 1,000 rows a transaction) %.0f ns a "
+      "row\n",
+      Median(delivering) / count, Median(recorded) / count, Median(inserting) / count);
+  Judge("a durable delivery / SQLite's row", Median(delivering) / Median(inserting), "of its time", 1.0 / 3);
+  std::printf("one at a time: %.0f us a delivery that waits, %.0f us an append and fdatasync\n",
+              Median(waiting) / kWaits / 1e3, Median(appending) / kWaits / 1e3);
+  Judge("a delivery that waits / append and fdatasync", Median(waiting) / Median(appending), "of its time", 1.2);
+  for (const char* end : {"", "-wal", "-shm"}) fs::remove(other + end);
+  fs::remove(record);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -229,6 +339,7 @@ int main(int argc, char** argv) {
       CompareWriting(road, "/dev/shm", sets_values);
       CompareWriting(road, fs::temp_directory_path().string(), sets_values);
     }
+    CompareDurability(road);
   }
   CompareRecovery();
   std::printf("%d limits missed\n", signals_bench::failures);

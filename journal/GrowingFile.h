@@ -43,6 +43,14 @@ class GrowingFile {
   unsigned char* Map(std::uint64_t offset, std::size_t* room);
   void Unmap();
 
+  // Returns when the disk has all that was in the file before the call, what is memory included; then that survives the
+  // machine, too. False with the system's reason. Any thread, also while another one uses the file otherwise; not while
+  // it is removed. An attempt that failed is not to be repeated: what it did not write may count as written since.
+  bool Sync(std::string* reason);
+  // Has the disk keep `size` bytes free behind what is memory, for the next Map. False when it has no more room; true
+  // where that cannot be told. One thread at a time, which may be another than the one that uses the file otherwise.
+  bool KeepRoom(std::uint64_t size);
+
   // Removes the file, as far as the system lets it; it is no longer to be used.
   void Remove();
 

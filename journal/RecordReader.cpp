@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "journal/BootName.h"
+
 namespace OrvWorkFlow::Journal {
 
 namespace {
@@ -30,7 +32,7 @@ Unit UnitOf(std::uint64_t unit) {
 
 }  // namespace
 
-RecordReader::RecordReader(const std::string& path) : file_(path, std::ios::binary) {
+RecordReader::RecordReader(const std::string& path, Torn torn) : file_(path, std::ios::binary), torn_(torn) {
   if (!file_) Stop(State::Unreadable, "cannot be read");
 }
 
@@ -59,9 +61,13 @@ bool RecordReader::ReadHead() {
   if (!Fill(kHeadSize)) return Stop(State::Unreadable, "is no record of a run");
   const std::string_view head = std::string_view(buffer_).substr(0, kHeadSize);
   // A process that was killed before it had begun.
-  if (head.find_first_not_of('\0') == std::string_view::npos && IsZeroBehind(0)) {
-    buffer_.clear();
-    return Stop(State::AtEnd, "");
+  if (head.find_first_not_of('\0') == std::string_view::npos) {
+    const bool is_empty = IsZeroBehind(0);
+    if (is_empty || torn_ == Torn::IsTheEnd) {
+      buffer_.clear();
+      is_torn_ = !is_empty;
+      return Stop(State::AtEnd, "");
+    }
   }
   if (!std::equal(kMagic.begin(), kMagic.end(), Bytes(head))) return Stop(State::Unreadable, "is no record of a run");
   Decoder values(head.substr(kMagic.size()));
@@ -93,7 +99,13 @@ bool RecordReader::IsAtGap() {
   return is_gap;
 }
 
+bool RecordReader::StopTorn() {
+  is_torn_ = true;
+  return Stop(State::AtEnd, "");
+}
+
 bool RecordReader::StopAtDamage() {
+  if (torn_ == Torn::IsTheEnd && AreOtherBoots(boot_, NameOfBoot())) return StopTorn();
   return Stop(State::Damaged, "damaged at byte " + std::to_string(offset_) + "; what is behind that cannot be read");
 }
 
@@ -212,6 +224,8 @@ bool RecordReader::Decode(std::string_view record, Event* event) {
       event->platform = values.Text();
       event->path = values.Text();
       event->name = values.Text();
+      if (!values.rest().empty()) event->boot = values.Text();
+      boot_ = event->boot;
       break;
     case Kind::Route: {
       Route route;

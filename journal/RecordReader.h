@@ -58,6 +58,7 @@ struct Event {
   std::string type, instance;     // of a node
   std::string path;               // of a mapping; the flow's file
   std::string program, platform;  // of a run
+  std::string boot;               // the same: the machine's start; "" in records of older programs
   std::string name, before;       // of a run; an absorbed flow's name is `name`, its file `path`
   std::uint64_t during = 0;       // the delivery to its sender that had not ended
   bool has_more = false;          // signals of the same firing follow
@@ -84,7 +85,14 @@ class RecordReader {
     Unreadable,  // the file cannot be read, or is no record
   };
 
-  explicit RecordReader(const std::string& path);
+  // What becomes of a run that was recorded before the machine was started last, and whose record something follows
+  // that is not of it: the disk may lack any of what the process wrote last.
+  enum class Torn {
+    IsDamage,
+    IsTheEnd,
+  };
+
+  explicit RecordReader(const std::string& path, Torn torn = Torn::IsDamage);
 
   // False at the end, and when no more can be read. `event`'s route is valid until the next run in the record begins.
   bool Next(Event* event);
@@ -92,6 +100,8 @@ class RecordReader {
   State state() const { return state_; }
   // What is wrong, for a user.
   const std::string& problem() const { return problem_; }
+  // It is at an end behind which something is lost.
+  bool is_torn() const { return is_torn_; }
   // Behind the last whole entry, and the checksum there.
   std::uint64_t offset() const { return offset_; }
   std::uint64_t chain() const { return chain_; }
@@ -114,6 +124,7 @@ class RecordReader {
   bool Stop(State state, const std::string& problem);
   bool IsAtGap();
   bool StopAtDamage();
+  bool StopTorn();
   bool FindEntry(std::string_view* values, std::uint64_t* chain);
   bool IsZeroBehind(std::uint64_t begin);
   bool Decode(std::string_view record, Event* event);
@@ -138,6 +149,9 @@ class RecordReader {
   std::uint64_t last_begun_ = 0;  // the delivery
   State state_ = State::Reading;
   bool has_head_ = false;
+  const Torn torn_;
+  std::string boot_;  // of the run
+  bool is_torn_ = false;
   std::string problem_;
 };
 

@@ -156,12 +156,16 @@ RunRecord::~RunRecord() {
 
 // Behind the last whole entry; what a kill left unfinished goes.
 void RunRecord::Continue(const std::string& path, const std::string& shown_name, std::uint64_t size) {
-  RecordReader reader(path);
+  RecordReader reader(path, RecordReader::Torn::IsTheEnd);
   Event event;
   while (reader.Next(&event)) {
   }
-  if (reader.state() != RecordReader::State::AtEnd) {
-    throw HostError(HostError::Kind::Damaged, shown_name, "", reader.problem() + "; name another file for the record");
+  is_torn_ = reader.is_torn();
+  const bool is_other = is_torn_ && reader.offset() == 0;  // Nothing says that it was a record.
+  if (is_other || reader.state() != RecordReader::State::AtEnd) {
+    throw HostError(
+        HostError::Kind::Damaged, shown_name, "",
+        (is_other ? std::string("is no record of a run") : reader.problem()) + "; name another file for the record");
   }
   offset_ = reader.offset();
   chain_ = reader.chain();
@@ -258,6 +262,7 @@ void RunRecord::Begin(const RunNote& note) {
       values.Text(note.platform);
       values.Text(note.flow);
       values.Text(note.name);
+      values.Text(note.boot);
     });
   });
 }
@@ -269,6 +274,7 @@ void RunRecord::BeginAnew(const RunNote& note, const std::vector<IRunReport::Wai
     file_.Unmap();
     at_ = nullptr;
     room_ = 0;
+    gone_ += offset_;
     offset_ = 0;
     if (!file_.CutAt(0)) return GiveUp("it cannot be emptied");
     if (!MakeRoom()) return;
@@ -288,6 +294,11 @@ void RunRecord::BeginAnew(const RunNote& note, const std::vector<IRunReport::Wai
 bool RunRecord::IsExact() const {
   const std::lock_guard<std::mutex> lock(mutex_);
   return is_on_ && is_exact_;
+}
+
+RunRecord::Mark RunRecord::GetMark() const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return {gone_ + offset_, ended_, is_on_};
 }
 
 std::uint64_t RunRecord::Size() const {
@@ -443,6 +454,7 @@ void RunRecord::DeliveryEnded(const Delivery& delivery, Outcome outcome, const c
       if (outcome != Outcome::Accepted) values.Text(text);
       if (continues) values.Text(delivery.continuation);
     });
+    ++ended_;
   });
 }
 

@@ -14,6 +14,7 @@
 #include "OrvWorkFlow/IDictionaryObserver.h"
 #include "OrvWorkFlow/IRunReport.h"
 #include "OrvWorkFlow/host/RunObserver.h"
+#include "journal/BootName.h"
 #include "journal/GrowingFile.h"
 #include "journal/RecordFormat.h"
 
@@ -26,6 +27,7 @@ struct RunNote {
   std::string flow;      // the workflow's file, by its whole path
   bool continued = false;
   std::string name = {};  // of the run, which is in its state, too; "" for none
+  std::string boot = NameOfBoot();
 };
 
 // Registered with the host as an observer; outlives the run. Each operation costs some hundred nanoseconds at most and
@@ -44,6 +46,9 @@ class RunRecord final : public Host::RunObserver, public IDictionaryObserver {
   RunRecord(const std::string& path, const std::string& shown_name, Earlier earlier = Earlier::Kept);
   ~RunRecord();
 
+  // The machine went down during an earlier run of the file, and the end of its record was lost.
+  bool is_torn() const { return is_torn_; }
+
   // Before anything is told.
   void Begin(const RunNote& note);
   // From here on the dictionary's changes are told too; until then `text`, a dictionary's, is what it holds, and
@@ -56,6 +61,18 @@ class RunRecord final : public Host::RunObserver, public IDictionaryObserver {
   bool IsExact() const;
   // Bytes, of all runs in the file.
   std::uint64_t Size() const;
+  // How far it is, since the object was made. Any thread.
+  struct Mark {
+    std::uint64_t bytes = 0;
+    std::uint64_t deliveries = 0;  // that have ended
+    bool is_on = false;
+  };
+  Mark GetMark() const;
+  // Returns when the disk has all that was recorded before. False with the system's reason. Any thread, until Remove.
+  bool Sync(std::string* reason) { return file_.Sync(reason); }
+  // See GrowingFile.
+  bool KeepRoom() { return file_.KeepRoom(GrowingFile::kWindow); }
+
   // The state was saved. Any thread.
   void NoteSave();
   // The last entry; nothing is recorded after it.
@@ -116,7 +133,10 @@ class RunRecord final : public Host::RunObserver, public IDictionaryObserver {
   bool is_exact_ = true;
   std::vector<std::array<std::string, 2>> private_nodes_;  // type and instance
   const Earlier earlier_;
+  bool is_torn_ = false;
   bool is_on_ = false;
+  std::uint64_t gone_ = 0;         // bytes, of what the file held before it was begun anew
+  std::uint64_t ended_ = 0;        // deliveries
   const char* problem_ = nullptr;  // a literal; what the system says is the file's reason
 };
 

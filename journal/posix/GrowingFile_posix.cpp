@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <system_error>
 
@@ -19,6 +20,8 @@ struct GrowingFile::System {
   int file = -1;
   void* window = nullptr;
   std::size_t window_size = 0;
+  std::atomic<std::uint64_t> reserved = 0;  // the file's bytes that the disk has
+  std::atomic<std::uint64_t> kept = 0;      // and with these also those for the next Map
 };
 
 namespace {
@@ -67,6 +70,7 @@ bool GrowingFile::GetSize(std::uint64_t* size) {
 }
 
 bool GrowingFile::CutAt(std::uint64_t size) {
+  system_->kept = 0;
   if (ftruncate(system_->file, static_cast<off_t>(size)) == 0) return true;
   reason_ = ReasonFor(errno);
   return false;
@@ -90,6 +94,7 @@ unsigned char* GrowingFile::Map(std::uint64_t offset, std::size_t* room) {
   }
   system_->window = window;
   system_->window_size = size;
+  system_->reserved = begin + size;
   *room = size - static_cast<std::size_t>(offset - begin);
   return static_cast<unsigned char*>(window) + (offset - begin);
 }
@@ -97,6 +102,31 @@ unsigned char* GrowingFile::Map(std::uint64_t offset, std::size_t* room) {
 void GrowingFile::Unmap() {
   if (system_->window != nullptr) munmap(system_->window, system_->window_size);
   system_->window = nullptr;
+}
+
+// Pages that were written as memory are the file's: the system knows of them.
+bool GrowingFile::Sync(std::string* reason) {
+  int result;
+  do {
+    result = fdatasync(system_->file);
+  } while (result != 0 && errno == EINTR);
+  if (result != 0) *reason = ReasonFor(errno);
+  return result == 0;
+}
+
+// The file is made longer, by what is cut off at its end. The system's own call: where that cannot reserve, what stands
+// in for it writes, and would meet what is being recorded.
+bool GrowingFile::KeepRoom(std::uint64_t size) {
+  const std::uint64_t reserved = system_->reserved;
+  if (system_->kept == reserved + size) return true;
+  const auto begin = static_cast<off_t>(reserved);
+  int result;
+  do {
+    result = fallocate(system_->file, 0, begin, static_cast<off_t>(size));
+  } while (result != 0 && errno == EINTR);
+  if (result != 0) return errno != ENOSPC;
+  system_->kept = reserved + size;
+  return true;
 }
 
 // Not cut before: what is written to a file that goes is not worth it.

@@ -5,6 +5,8 @@
 #define NOGDI
 #include <windows.h>
 
+#include <atomic>
+#include <mutex>
 #include <system_error>
 
 #include "host/windows/WidePath.h"
@@ -20,6 +22,10 @@ struct GrowingFile::System {
   HANDLE file = INVALID_HANDLE_VALUE;
   HANDLE mapping = nullptr;
   void* window = nullptr;
+  std::atomic<std::uint64_t> reserved = 0;  // the file's bytes that the disk has
+  std::atomic<std::uint64_t> kept = 0;      // and with these also those for the next Map
+  std::mutex mutex;                         // Guards what is below, and keeps the window.
+  bool is_synced = false;
 };
 
 namespace {
@@ -66,6 +72,7 @@ bool GrowingFile::GetSize(std::uint64_t* size) {
 }
 
 bool GrowingFile::CutAt(std::uint64_t size) {
+  system_->kept = 0;
   if (SetSize(system_->file, size)) return true;
   reason_ = LastReason();
   return false;
@@ -73,6 +80,7 @@ bool GrowingFile::CutAt(std::uint64_t size) {
 
 unsigned char* GrowingFile::Map(std::uint64_t offset, std::size_t* room) {
   Unmap();
+  const std::lock_guard<std::mutex> lock(system_->mutex);
   const std::uint64_t begin = offset / kGranularity * kGranularity;
   const std::size_t size = WindowAt(offset);
   const std::uint64_t end = begin + size;
@@ -82,18 +90,45 @@ unsigned char* GrowingFile::Map(std::uint64_t offset, std::size_t* room) {
   }
   if (system_->window == nullptr) {
     reason_ = LastReason();
-    Unmap();
+    if (system_->mapping != nullptr) CloseHandle(system_->mapping);
+    system_->mapping = nullptr;
     return nullptr;
   }
+  system_->reserved = end;
   *room = size - static_cast<std::size_t>(offset - begin);
   return static_cast<unsigned char*>(system_->window) + (offset - begin);
 }
 
+// What was memory is written when the system sees fit, unless somebody waits for the disk.
 void GrowingFile::Unmap() {
+  const std::lock_guard<std::mutex> lock(system_->mutex);
+  if (system_->window != nullptr && system_->is_synced) FlushViewOfFile(system_->window, 0);
   if (system_->window != nullptr) UnmapViewOfFile(system_->window);
   if (system_->mapping != nullptr) CloseHandle(system_->mapping);
   system_->window = nullptr;
   system_->mapping = nullptr;
+}
+
+bool GrowingFile::Sync(std::string* reason) {
+  const std::lock_guard<std::mutex> lock(system_->mutex);
+  system_->is_synced = true;
+  if ((system_->window == nullptr || FlushViewOfFile(system_->window, 0) != 0) &&
+      FlushFileBuffers(system_->file) != 0) {
+    return true;
+  }
+  *reason = LastReason();
+  return false;
+}
+
+// The file is made longer, by what is cut off at its end.
+bool GrowingFile::KeepRoom(std::uint64_t size) {
+  const std::uint64_t end = system_->reserved + size;
+  if (system_->kept == end) return true;
+  const HANDLE longer = CreateFileMappingW(system_->file, nullptr, PAGE_READWRITE, High(end), Low(end), nullptr);
+  if (longer == nullptr) return GetLastError() != ERROR_DISK_FULL;
+  CloseHandle(longer);
+  system_->kept = end;
+  return true;
 }
 
 void GrowingFile::Remove() {
