@@ -173,9 +173,9 @@ RunLimits WorkflowHost::Parts::MakeLimits(const RunSettings& settings) {
   limits.save = [this](IWorkFlowEngine& engine) {
     return state->Save([&engine](const char* file) { return engine.SaveState(file); });
   };
-  limits.before_save = [this] {
+  limits.before_save = [this, &settings] {
     wants_save = false;
-    return records_->WriteNew() && delivery_keys.Write(objects.dictionary());
+    return records_->WriteNew() && delivery_keys.Write(objects.dictionary()) && (!settings.saving || settings.saving());
   };
   limits.after_save = [this, &settings] {
     records_->Saved();

@@ -47,6 +47,9 @@ FileReading ReadThrough(const std::string& path);
 // system's reason.
 std::string RemoveDurably(const std::string& path);
 
+// The path's name in its folder survives a power failure from now on. "" or the system's reason.
+std::string KeepName(const std::string& path);
+
 // Makes an empty file that nobody but its owner can read, in place of what had that name; "" or the system's reason.
 // Where files have no mode it does nothing and answers "".
 std::string MakePrivateFile(const std::string& path);

@@ -141,6 +141,8 @@ std::string RemoveDurably(const std::string& path) {
   return FlushFolder(FolderOf(path));
 }
 
+std::string KeepName(const std::string& path) { return FlushFolder(FolderOf(path)); }
+
 std::string MakePrivateFile(const std::string& path) {
   if (unlink(path.c_str()) != 0 && errno != ENOENT) return Reason(errno);
   const Descriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));

@@ -70,6 +70,9 @@ struct HostApp::State {
   Condition refuses = nullptr;  // Set once, before any delivery.
   void* refusal_context = nullptr;
 
+  Task before_delivery = nullptr;  // The same.
+  void* before_delivery_context = nullptr;
+
   Task restart_told = nullptr;  // Set once, before any node is there.
   void* restart_context = nullptr;
   std::atomic<bool> restart_allowed = false;
@@ -163,6 +166,7 @@ bool HostApp::Queue(const Call& call) noexcept {
 void HostApp::Perform(const Call& call) {
   try {
     if (call.callback != nullptr) {
+      if (state_->before_delivery != nullptr) state_->before_delivery(state_->before_delivery_context);
       call.callback->DeliverInputSignal(call.message);
     } else {
       call.task(call.context);
@@ -176,6 +180,11 @@ void HostApp::Perform(const Call& call) {
 void HostApp::SetRefusal(Condition refuses, void* context) noexcept {
   state_->refusal_context = context;
   state_->refuses = refuses;
+}
+
+void HostApp::SetBeforeDelivery(Task function, void* context) noexcept {
+  state_->before_delivery_context = context;
+  state_->before_delivery = function;
 }
 
 void HostApp::SetPoll(Poll poll) noexcept {

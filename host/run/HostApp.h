@@ -56,6 +56,9 @@ class HostApp final : public Sdk::SharedObject<HostApp, IHostApp>, public IHostR
   // is held meanwhile, so it calls nothing of the library. Before the workflow is loaded.
   void SetRefusal(Condition refuses, void* context) noexcept;
 
+  // Called on the GUI thread before each delivery, which waits for it; no lock is held. Before the workflow is loaded.
+  void SetBeforeDelivery(Task function, void* context) noexcept;
+
   // Before a loop runs, or on the GUI thread.
   void SetPoll(Poll poll) noexcept;
 

@@ -143,6 +143,9 @@ std::string RemoveDurably(const std::string& path) {
   return Reason(GetLastError());
 }
 
+// The file system keeps the names of files in a log of its own.
+std::string KeepName(const std::string& /*path*/) { return {}; }
+
 std::string MakePrivateFile(const std::string& /*path*/) { return {}; }
 
 std::string RenameDurably(const std::string& from, const std::string& to) {

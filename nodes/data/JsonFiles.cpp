@@ -64,19 +64,11 @@ const char* JsonReader::DoTask(const std::string& /*task*/) {
   const std::string name = TextParameter("File");
   const auto most = static_cast<std::uint64_t>(NumberParameter("MostBytes"));
   const auto stop_wanted = [this] { return StopWanted(); };
-  const std::vector<std::string> source = IdentityOf(LocalPath(FileSystem(), name), name);
-  std::int64_t done = TakeProgress(Record(), source);
-  ComingEntry data(WorkflowDictionary(), Record(), TextParameter("Into"),
-                   done > 0 ? ComingEntry::Start::WhereItWas : ComingEntry::Start::Anew);
-  const auto leave = [&]() -> const char* {
-    KeepProgress(Record(), source, done);
-    if (done > 0) data.Keep();
-    return nullptr;
-  };
+  ComingEntry data(WorkflowDictionary(), Record(), TextParameter("Into"));
   const std::optional<std::string> text = ReadWholeFile(FileSystem(), name, most, stop_wanted);
-  if (!text) return leave();
+  if (!text) return nullptr;
   try {
-    if (!JsonToEntries(*text, data, done, stop_wanted)) return leave();
+    if (!JsonToEntries(*text, data, stop_wanted)) return nullptr;
   } catch (const std::runtime_error& error) {
     throw FileProblem(name + ": " + error.what());
   }

@@ -73,6 +73,10 @@ void AddRun(Writer& writer, const RunDetails& details) {
   for (const RunTally::Work& work : details.work) longest = std::max<std::chrono::nanoseconds>(longest, work.time);
   writer.Begin("orvflow_longest_work_seconds", "gauge", "Time of the delivery that has been at work longest.");
   writer.Add({}, longest);
+  if (standing.durable) {
+    writer.Begin("orvflow_durable_deliveries", "gauge", "Deliveries that a power failure would leave done.");
+    writer.Add({}, *standing.durable);
+  }
   if (!standing.since_save) return;
   writer.Begin("orvflow_seconds_since_save", "gauge", "Time since the state was saved last; missing before that.");
   writer.Add({}, *standing.since_save);

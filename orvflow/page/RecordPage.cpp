@@ -276,6 +276,7 @@ Json RecordPage::MomentAsJson(std::size_t place) {
           {"waiting", view.found.standing.waiting().size()},
           {"failed", failed},
           {"since_save", nullptr},
+          {"durable", nullptr},
           {"at_work", WorkAsJson(view.found)},
           {"queue", QueueAsJson(view.found.standing.waiting())},
           {"nodes", NodesAsJson(view.found, place)},

@@ -93,16 +93,38 @@ void FlowRun::Prepare() {
   if (!options_.record_file.empty()) {
     record_.emplace(Host::MakeAbsolutePath(options_.record_file), options_.record_file);
     host_->AddObserver(*record_);
+    if (record_->is_torn()) {
+      PrintErrorLine(options_.record_file +
+                     ": the machine went down during an earlier run, whose end was not on the disk; this one is "
+                     "recorded behind what was");
+    }
   }
-  if (state_record_ && options_.durable && key_ == nullptr) {
-    state_record_->Open({ORVFLOW_VERSION, ORVFLOW_PLATFORM, plan_.flow, plan_.continued});
-    if (Journal::RunRecord* const record = state_record_->record()) host_->AddObserver(*record);
-  } else if (state_record_) {
-    state_record_->Remove();  // What it said is in the state.
-  }
+  OpenStateRecord();
   if (watch_->logger() != nullptr) host_->UseLogger(*watch_->logger());
   SayThatNoStateIsKept(*state_, shown_name_);
   AwaitEndOfTrial();
+}
+
+void FlowRun::OpenStateRecord() {
+  const bool is_power = options_.durable == Durability::Power;
+  Journal::RunRecord* record = nullptr;
+  if (state_record_ && options_.durable != Durability::Off && key_ == nullptr) {
+    state_record_->Open({ORVFLOW_VERSION, ORVFLOW_PLATFORM, plan_.flow, plan_.continued});
+    record = state_record_->record();
+    if (record != nullptr) host_->AddObserver(*record);
+  } else if (state_record_) {
+    state_record_->Remove();  // What it said is in the state.
+  }
+  if (!is_power) return;
+  if (record == nullptr) {
+    throw FileError(ExitCode::Failed, shown_name_, "",
+                    "--durable power needs a state and its record, which cannot be kept" +
+                        (state_->CanBeWritten() ? std::string() : ": " + state_->why_not_written()) +
+                        "; name a place with --state");
+  }
+  durable_.emplace(*host_, shown_name_);
+  host_->AddObserver(*durable_);
+  watch_->ShowDurable([this] { return durable_->deliveries(); });
 }
 
 // What a run that was cut off has done is in the state before anybody looks at that.
@@ -165,6 +187,11 @@ void FlowRun::RecordChanges() {
     seek_table_.emplace(Host::MakeAbsolutePath(options_.record_file), *seek_scratch_);
   }
   if (!changes_.IsEmpty()) host_->dictionary().SetObserver(&changes_);
+  if (!durable_) return;
+  std::vector<Journal::RunRecord*> records{state_record_->record()};
+  if (record_) records.push_back(&*record_);
+  state_record_->KeepName();
+  durable_->Begin(std::move(records));
 }
 
 Host::RunSettings FlowRun::MakeSettings() {
@@ -183,6 +210,7 @@ Host::RunSettings FlowRun::MakeSettings() {
   };
   settings.checkpoint = options_.checkpoint;
   settings.checkpoint.expected_cost = load_time_;
+  if (state_record_) settings.saving = [this] { return state_record_->CountSave(); };
   settings.saved = [this] {
     watch_->NoteSave();
     if (record_) record_->NoteSave();
@@ -193,6 +221,7 @@ Host::RunSettings FlowRun::MakeSettings() {
   settings.finished = [this] {
     SetActivity("at the end of the run");
     write_directory_->EndRun();
+    if (durable_) durable_->Settle();
   };
   return settings;
 }
@@ -234,13 +263,17 @@ ExitCode FlowRun::Finish(const Host::RunResult& result) {
   const unsigned failures =
       std::max<unsigned>(statistics.failures, watch_->CountFailures()) + watch_->TellUntaken(host_->dictionary());
   boxes_.PrintRepeated();
-  ExitCode code = ReportEnding(
-      {result, *host_, *state_, failures, shown_name_, options_.timeout, state_record_ && state_record_->IsUsable()});
+  if (durable_) durable_->End();
+  ExitCode code = ReportEnding({result, *host_, *state_, failures, shown_name_, options_.timeout,
+                                state_record_ && state_record_->IsUsable(), durable_ && durable_->has_failed()});
+  // It had delivered its last signal before it could stop.
+  if (durable_ && durable_->has_failed() && code == ExitCode::Done) code = ExitCode::Failed;
   write_directory_.reset();
   seek_table_.reset();
   seek_scratch_.reset();
   host_.reset();
   EndStateRecord(result);
+  if (durable_ && state_record_) state_record_->KeepName();
   if (!EndRecord(code) && code == ExitCode::Done) code = ExitCode::Failed;
   const std::string summary = Base::Counted(statistics.finished, "signal") + " delivered, " +
                               Base::Counted(statistics.nodes, "node") + " made, " + Base::Counted(failures, "failure") +

@@ -10,6 +10,7 @@
 #include "journal/RunRecord.h"
 #include "journal/SeekTableWriter.h"
 #include "orvflow/page/RunPage.h"
+#include "orvflow/run/DurableDeliveries.h"
 #include "orvflow/run/FlowSource.h"
 #include "orvflow/run/RunOptions.h"
 #include "orvflow/run/RunPlan.h"
@@ -41,6 +42,7 @@ class FlowRun {
   void MakeHost();
   void Prepare();
   void PrepareStateRecord();
+  void OpenStateRecord();
   void ChangeState();
   void LoadRecorded();
   void RecordChanges();
@@ -60,7 +62,8 @@ class FlowRun {
   std::optional<RunWatch> watch_;             // Made when nothing can be refused any more, and gone after the host.
   std::optional<Journal::RunRecord> record_;  // So are this
   std::optional<StateRecord> state_record_;   // and this,
-  Journal::DictionaryObservers changes_;      // and this.
+  Journal::DictionaryObservers changes_;      // and this,
+  std::optional<DurableDeliveries> durable_;  // and this; it calls the host while that is there.
   const Clock::time_point start_ = Clock::now();
   std::optional<Host::StateFile> state_;  // This and what stands above is there to the host's end.
   std::optional<Host::WorkflowHost> host_;

@@ -48,18 +48,19 @@ ExitCode ReportStopped(const RunEnding& ending) {
   const Host::RunResult& result = ending.result;
   const bool restart = result.end == Host::RunEnd::Restart;
   const StopRequest request = RequestedStop();
-  const std::string line =
-      ending.shown_name + ": stopped by " + (restart ? "a node's wish to restart" : NameOf(request));
+  const bool by_disk = ending.lost_durability && request == StopRequest::None && !restart;
+  const std::string cause = restart ? "a node's wish to restart" : by_disk ? "its disk" : NameOf(request);
+  const std::string line = ending.shown_name + ": stopped by " + cause;
   if (result.saved) {
     const std::size_t nodes = Base::NamesBelow(ending.host.dictionary(), WorkflowSchema::kRebootSignals).size();
     PrintErrorLine(line + ", saved in " + ending.state.shown_name() + " (" +
                    Base::Counted(result.backlog.waiting, "signal") + " waiting, " + Base::Counted(nodes, "node") +
                    " to go on); run it again to continue");
-    return ExitCode::Resumable;
+    return by_disk ? ExitCode::Failed : ExitCode::Resumable;
   }
   PrintErrorLine(line + ", not saved (" + Describe(result.backlog) + ")" +
                  (ending.has_record ? "; run it again to go on from its record" : ""));
-  if (restart) return ExitCode::Failed;
+  if (restart || by_disk) return ExitCode::Failed;
   return request == StopRequest::Interrupt ? ExitCode::Interrupted : ExitCode::Terminated;
 }
 

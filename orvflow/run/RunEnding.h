@@ -18,6 +18,7 @@ struct RunEnding {
   const std::string& shown_name;  // of the flow
   const std::string& time_limit;  // in seconds, as the user gave it
   bool has_record = false;        // from which the next run can go on
+  bool lost_durability = false;   // the disk failed under --durable power, which was said
 };
 
 // Says how the run ended where that was not simply its end. The state of a run that has nothing left to do is removed:

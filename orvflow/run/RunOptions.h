@@ -12,6 +12,13 @@
 
 namespace OrvWorkFlow::Program {
 
+// What a run that is cut off goes on from.
+enum class Durability {
+  Off,      // the state that was saved last
+  Process,  // where it was when the process died
+  Power,    // and, when the machine did, where the disk has it; nothing is done outside before
+};
+
 // Files and folders are as the user names them; "" where there is none.
 struct RunOptions {
   std::string flow;
@@ -25,7 +32,7 @@ struct RunOptions {
   std::string key_file;
   std::string log_file;
   std::string record_file;
-  bool durable = true;  // goes on from where it was when it is cut off
+  Durability durable = Durability::Process;
   std::string timeout;  // seconds, as they were given
   std::optional<std::chrono::duration<double>> time_limit;
   std::vector<std::string> plugin_directories;

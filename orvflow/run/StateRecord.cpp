@@ -1,6 +1,7 @@
 #include "orvflow/run/StateRecord.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <string_view>
 #include <utility>
@@ -26,6 +27,9 @@ namespace {
 constexpr char kExtension[] = ".record";
 // A state says in which run it was saved.
 constexpr char kRunName[] = "/Orvflow/Run";
+// How often it was saved before, in runs that were recorded. The record has it too, before the state: one that has seen
+// fewer lost its end with the machine, and what the state holds is newer.
+constexpr char kSaves[] = "/Orvflow/Saves";
 // The record is begun anew with a checkpoint when it is larger.
 constexpr std::uint64_t kLargest = std::uint64_t{64} << 20;
 
@@ -56,6 +60,10 @@ class WaitingSignals final : public IRunReport {
   std::vector<std::array<std::string, 6>> texts_;
 };
 
+std::uint64_t SavesOf(IDictionary& dictionary) {
+  return std::strtoull(Base::TextAt(dictionary, kSaves).c_str(), nullptr, 10);
+}
+
 }  // namespace
 
 void TakeSnapshot(IDictionary& dictionary, const std::string& before, Journal::RunRecord& record) {
@@ -75,12 +83,13 @@ StateRecord::~StateRecord() {
   if (!has_begun_) End(true);
 }
 
-Journal::RunStanding StateRecord::Read() const {
-  Journal::RunStanding standing;
-  Journal::RecordReader reader(path_);
+StateRecord::Found StateRecord::Read() const {
+  Found found;
+  Journal::RecordReader reader(path_, Journal::RecordReader::Torn::IsTheEnd);
   Journal::Event event;
-  while (reader.Next(&event)) standing.Take(event);
-  if (reader.state() == Journal::RecordReader::State::AtEnd) return standing;
+  while (reader.Next(&event)) found.standing.Take(event);
+  found.is_torn = reader.is_torn();
+  if (reader.state() == Journal::RecordReader::State::AtEnd) return found;
   throw FileError(
       ExitCode::DictionaryDamaged, shown_name_, "",
       reader.problem() +
@@ -103,7 +112,7 @@ std::string StateRecord::WhyUnusable(const Journal::RunStanding& standing, IDict
 }
 
 // Nothing when there is none that says more than the state does.
-std::optional<Journal::RunStanding> StateRecord::Find(IDictionary& dictionary) const {
+std::optional<StateRecord::Found> StateRecord::Find(IDictionary& dictionary) const {
   const Host::FileLook look = Host::LookAtFile(path_);
   if (look.kind == Host::FileKind::Missing) return {};
   const std::string distrust = Host::WhyNotTrusted(path_);
@@ -113,11 +122,16 @@ std::optional<Journal::RunStanding> StateRecord::Find(IDictionary& dictionary) c
                         "; the run before may have been cut off, and goes on from this file");
   }
   if (std::ifstream(path_).peek() == std::ifstream::traits_type::eof()) return {};  // It ended before its run.
-  Journal::RunStanding standing = Read();
-  if (standing.run() == 0 || standing.has_ended() || !standing.has_snapshot()) return {};
+  Found found = Read();
+  const Journal::RunStanding& standing = found.standing;
+  if (standing.run() == 0 || standing.has_ended() || !standing.has_snapshot()) {
+    if (found.is_torn) SayThatStateCounts();
+    return {};
+  }
   if (state_.Exists()) {
     // It may be broken: whoever continues from it says so.
     if (!dictionary.LoadFile(state_.path().c_str())) return {};
+    found.saves = SavesOf(dictionary);
     const std::string saved_in = Base::TextAt(dictionary, kRunName);
     if (saved_in != standing.name() && saved_in != standing.before()) {
       throw FileError(ExitCode::DictionaryDamaged, shown_name_, "",
@@ -127,12 +141,17 @@ std::optional<Journal::RunStanding> StateRecord::Find(IDictionary& dictionary) c
   } else if (standing.was_continued() || standing.was_saved()) {
     return {};  // Whoever removes a state wants to begin anew.
   }
-  return standing;
+  return found;
 }
 
 // The dictionary becomes what the state would be. False, with a line that says why, when the record cannot be used.
-bool StateRecord::Fill(const Journal::RunStanding& standing, IDictionary& dictionary) const {
+bool StateRecord::Fill(const Found& found, IDictionary& dictionary) const {
+  const Journal::RunStanding& standing = found.standing;
   Journal::MakeDictionaryOf(standing, path_, dictionary);
+  if (SavesOf(dictionary) < found.saves) {
+    SayThatStateCounts();
+    return false;
+  }
   const std::string why = WhyUnusable(standing, dictionary);
   if (!why.empty()) {
     PrintErrorLine(flow_ + ": the run before was cut off, and " + why + "; " +
@@ -146,25 +165,35 @@ bool StateRecord::Fill(const Journal::RunStanding& standing, IDictionary& dictio
 
 bool StateRecord::Recover() {
   const Host::WorkflowHost::OwnedDictionary dictionary = host_.MakeDictionary();
-  const std::optional<Journal::RunStanding> standing = Find(*dictionary);
-  if (!standing || !Fill(*standing, *dictionary)) return false;
+  const std::optional<Found> found = Find(*dictionary);
+  if (!found || !Fill(*found, *dictionary)) return false;
   if (!state_.Save([&](const char* file) { return dictionary->SaveFile(file); })) {
     throw FileError(ExitCode::Failed, state_.shown_name(), "",
                     "cannot be written; the run before was cut off, and " + shown_name_ +
                         " says where it was: make room and run again");
   }
-  Host::RenumberDeaths(state_, standing->delivered() > 0);
-  Report(*standing);
+  Host::RenumberDeaths(state_, found->standing.delivered() > 0);
+  Report(*found);
   return true;
 }
 
 bool StateRecord::Look(IDictionary& dictionary) const {
-  const std::optional<Journal::RunStanding> standing = Find(dictionary);
-  return standing && Fill(*standing, dictionary);
+  const std::optional<Found> found = Find(dictionary);
+  return found && Fill(*found, dictionary);
 }
 
-void StateRecord::Report(const Journal::RunStanding& standing) const {
-  std::string line = flow_ + ": the run before was cut off; it goes on from its record where it was: " +
+// The record was begun for a save that the disk has, or by a run of which it has nothing.
+void StateRecord::SayThatStateCounts() const {
+  PrintErrorLine(flow_ + ": the machine went down during the run before, and the disk lacks the end of its record; " +
+                 (state_.Exists() ? "it goes on from the state that was saved after that" : "it begins anew"));
+}
+
+void StateRecord::Report(const Found& found) const {
+  const Journal::RunStanding& standing = found.standing;
+  std::string line = flow_ +
+                     (found.is_torn ? ": the machine went down during the run before, and the disk lacks the end of "
+                                      "its record; it goes on where that ends: "
+                                    : ": the run before was cut off; it goes on from its record where it was: ") +
                      Base::Counted(standing.MakeQueue().size(), "signal") + " waiting, " +
                      Base::Counted(standing.MakeRebootSignals().size(), "node") + " to go on";
   if (const Journal::Route* const unfinished = standing.unfinished()) {
@@ -204,6 +233,17 @@ void StateRecord::TellProblem() const {
   const std::string problem = record_ ? record_->problem() : std::string();
   if (problem.empty() || is_problem_told_.exchange(true)) return;
   PrintErrorLine(shown_name_ + ": the record ended before the run: " + problem);
+}
+
+void StateRecord::KeepName() const {
+  const std::string why = Host::KeepName(path_);
+  if (!why.empty()) PrintErrorLine(shown_name_ + ": its folder is not safe from a power failure: " + why);
+}
+
+bool StateRecord::CountSave() {
+  if (!record_) return true;
+  IDictionary& dictionary = host_.dictionary();
+  return dictionary.SetValue(kSaves, std::to_string(SavesOf(dictionary) + 1).c_str());
 }
 
 void StateRecord::NoteSave() {

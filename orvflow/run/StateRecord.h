@@ -42,21 +42,33 @@ class StateRecord {
   void Begin(Journal::DictionaryObservers& observers);
   Journal::RunRecord* record() { return record_ ? &*record_ : nullptr; }
 
+  // That the record is there, or is not any more, survives a power failure. What the system refuses is said.
+  void KeepName() const;
+
   // Whether the next run could go on from it.
   bool IsUsable() const { return record_ && record_->IsExact(); }
 
-  // The state was saved, and nothing is being delivered.
+  // The state is about to be saved, and it was saved; nothing is being delivered. False without memory.
+  bool CountSave();
   void NoteSave();
   bool NeedsCheckpoint() const;
   // The host is gone. With `is_settled` the state says all that the record does.
   void End(bool is_settled);
 
  private:
-  Journal::RunStanding Read() const;
+  // What is in the record, if that is more than the state has.
+  struct Found {
+    Journal::RunStanding standing;
+    bool is_torn = false;     // the machine went down, and the record's end is lost
+    std::uint64_t saves = 0;  // that the state has seen
+  };
+
+  Found Read() const;
   std::string WhyUnusable(const Journal::RunStanding& standing, IDictionary& dictionary) const;
-  std::optional<Journal::RunStanding> Find(IDictionary& dictionary) const;
-  bool Fill(const Journal::RunStanding& standing, IDictionary& dictionary) const;
-  void Report(const Journal::RunStanding& standing) const;
+  std::optional<Found> Find(IDictionary& dictionary) const;
+  bool Fill(const Found& found, IDictionary& dictionary) const;
+  void SayThatStateCounts() const;
+  void Report(const Found& found) const;
   // Once, that the record has ended.
   void TellProblem() const;
 

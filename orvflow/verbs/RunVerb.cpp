@@ -30,6 +30,7 @@ class RunVerb final : public Verb {
   void CheckStandardInput() const;
   SecondsGiven ParseSeconds(const char* option, const std::string& text) const;
   Host::CheckpointSetting ParseCheckpoint() const;
+  Durability ParseDurability() const;
 
   RunOptions options_;
   std::string checkpoint_;
@@ -76,8 +77,8 @@ RunVerb::RunVerb(CLI::App& program)
       ->type_name("FILE");
   command()
       .add_option("--durable", durable_,
-                  "What a run that is cut off goes on from: process, where it was (as without it), or off, the state "
-                  "that was saved last")
+                  "What a run that is cut off goes on from: process, where it was (as without it); power, the same "
+                  "when the machine goes down; or off, the state that was saved last")
       ->type_name("LEVEL");
   command()
       .add_option("--timeout", options_.timeout, "Stops the workflow after so many seconds, exit code 1")
@@ -120,10 +121,11 @@ void RunVerb::ReadOptions() {
   options_.page = watch_options_.MakePageOptions();
   options_.time_limit = ParseSeconds("--timeout", options_.timeout);
   options_.checkpoint = ParseCheckpoint();
-  if (durable_ != "process" && durable_ != "off") {
-    throw UsageError("--durable " + durable_ + ": there is no such level; process or off");
+  options_.durable = ParseDurability();
+  if (options_.durable == Durability::Power && !options_.key_file.empty()) {
+    throw UsageError(
+        "--durable power needs a record, which would be in plain text beside an enciphered workflow; leave it out");
   }
-  options_.durable = durable_ == "process";
   if (options_.fresh && (options_.retry || options_.update)) {
     throw UsageError(std::string(options_.retry ? "--retry" : "--update") +
                      " continues a saved state, and --fresh removes it; give one of them");
@@ -133,6 +135,13 @@ void RunVerb::ReadOptions() {
         "--record would write names, values and failures of an enciphered workflow in plain text; leave it out");
   }
   for (const std::string& text : settings_) options_.settings.push_back(ParseSetting(text));
+}
+
+Durability RunVerb::ParseDurability() const {
+  if (durable_ == "process") return Durability::Process;
+  if (durable_ == "power") return Durability::Power;
+  if (durable_ == "off") return Durability::Off;
+  throw UsageError("--durable " + durable_ + ": there is no such level; process, power or off");
 }
 
 // It can be read once, holds plain text, and has no place where a state would be kept.

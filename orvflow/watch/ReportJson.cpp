@@ -70,6 +70,7 @@ Json MakeReportJson(const RunDetails& details) {
           {"waiting", standing.waiting},
           {"failed", standing.failures},
           {"since_save", standing.since_save ? Json(Seconds(*standing.since_save)) : Json(nullptr)},
+          {"durable", standing.durable ? Json(*standing.durable) : Json(nullptr)},
           {"at_work", WorkAsJson(details)},
           {"queue", QueueAsJson(details)},
           {"nodes", NodesAsJson(details)},

@@ -106,6 +106,7 @@ std::vector<StatusPart> DescribeStanding(const RunStanding& standing) {
   parts.push_back({GroupedNumber(standing.waiting) + " queued", 1});
   const bool failed = standing.failures > 0;
   parts.push_back({CountText(standing.failures, "failure"), failed ? 0U : 5U, false, failed});
+  if (standing.durable) parts.push_back({"durable up to " + GroupedNumber(*standing.durable), 1});
   if (standing.since_save) parts.push_back({"saved " + TimeText(*standing.since_save) + " ago", 2});
   if (!standing.work.empty()) {
     parts.push_back({Visible(standing.work), 0, true});

@@ -23,6 +23,7 @@ struct RunStanding {
   std::chrono::nanoseconds work_time{};
   std::chrono::nanoseconds run_time{};
   std::optional<std::chrono::nanoseconds> since_save;  // nothing before the first one
+  std::optional<std::uint64_t> durable;  // deliveries that the disk has; nothing where that is not asked for
 };
 
 std::vector<StatusPart> DescribeStanding(const RunStanding& standing);

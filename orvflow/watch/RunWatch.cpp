@@ -170,6 +170,7 @@ RunStanding RunWatch::GetStanding() {
   standing.waiting = numbers.waiting;
   standing.failures = CountFailures();
   standing.run_time = now - begin_;
+  if (durable_) standing.durable = durable_();
   AddWork(standing, now);
   const Base::Hold lock(mutex_);
   if (last_save_) standing.since_save = now - *last_save_;

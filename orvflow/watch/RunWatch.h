@@ -5,9 +5,11 @@
 #include <chrono>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <optional>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "OrvWorkFlow/IDictionary.h"
@@ -63,6 +65,9 @@ class RunWatch {
     RunWatch& watch_;
   };
 
+  // How many deliveries a power failure would leave done; asked while the run is shown. Before Begin.
+  void ShowDurable(std::function<std::uint64_t()> deliveries) { durable_ = std::move(deliveries); }
+
   // The state was saved. Any thread.
   void NoteSave() noexcept;
 
@@ -103,6 +108,7 @@ class RunWatch {
   RunTally record_;
   ISignalMediator* mediator_ = nullptr;
   std::string workflow_name_;
+  std::function<std::uint64_t()> durable_;
   Clock::time_point begin_;
   std::optional<Clock::time_point> next_progress_;
   std::atomic<bool> complained_ = false;

@@ -53,6 +53,7 @@ export interface Update {
   waiting: number;
   failed: number;
   since_save: number | null;
+  durable: number | null; // deliveries that a power failure would leave done, with --durable power
   at_work: Work[];
   queue: Waiting[];
   nodes: NodeState[]; // of "some": those that have changed

@@ -122,6 +122,8 @@ class Page {
     byId("failed").classList.toggle("failed", update.failed > 0);
     setText(byId("time"), time(update.seconds));
     setText(byId("saved"), update.since_save === null ? "not yet" : `${time(update.since_save)} ago`);
+    byId("durable-row").hidden = update.durable === null;
+    if (update.durable !== null) setText(byId("durable"), `up to ${counted(update.durable)}`);
     this.control.show(update);
     document.documentElement.dataset["state"] = update.state;
   }

@@ -44,6 +44,9 @@ struct RunSettings {
   CheckpointSetting checkpoint;
   // Whether an Adapted checkpoint that is due is to be made; without it each is.
   std::function<bool()> needs_checkpoint;
+  // The state is about to be saved: nothing is being delivered, and what is put into the dictionary now is saved with
+  // it. False keeps it from being saved. It may call what a node may.
+  std::function<bool()> saving;
   // The state was saved: at a checkpoint, or at the end where something is left to continue or was saved before.
   std::function<void()> saved;
   // The workflow has nothing more to do; if a state was saved it is still there.

@@ -1,0 +1,59 @@
+// A run whose record is on the disk before anything is done outside: --durable power.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+#include "OrvWorkFlow/host/RunObserver.h"
+#include "OrvWorkFlow/host/WorkflowHost.h"
+#include "journal/RecordSync.h"
+#include "journal/RunRecord.h"
+
+namespace OrvWorkFlow::Program {
+
+// Observes the run behind the records: a delivery to a node that acts outside waits until the disk has its begin, and
+// all before it. The mediator's lock is held for that time, a few milliseconds; who records does not need it. A disk
+// that fails ends the run as a stop does; one that is full holds it until there is room.
+class DurableDeliveries final : public Host::RunObserver {
+ public:
+  // Both outlive it; `flow` is how messages call the flow.
+  DurableDeliveries(Host::WorkflowHost& host, const std::string& flow);
+  // Before the host. Nothing is delivered any more.
+  ~DurableDeliveries() = default;
+
+  // The records are being written, the state's first. Returns when the disk has what they say. Throws ProgramError when
+  // it does not keep it. Until End.
+  void Begin(std::vector<Journal::RunRecord*> records);
+  // The workflow has nothing more to do, and its state is about to go: the disk has all of the record before.
+  void Settle();
+  void End();
+
+  // Deliveries that the disk knows to have ended. Any thread, between Begin and End.
+  std::uint64_t deliveries() const { return sync_->deliveries(); }
+
+  // The run stops for it.
+  bool has_failed() const { return has_failed_; }
+
+  void DeliveryBegun(const Delivery& delivery) override;
+  void NodeDescribed(const NodeFacts& node) override;
+
+ private:
+  void HoldWhileFull();
+  bool IsStopping() const;
+
+  Host::WorkflowHost& host_;
+  const std::string& flow_;
+  std::atomic<bool> has_failed_ = false;
+  std::atomic<bool> has_outside_ = false;  // Without such a node nothing is looked up.
+  std::mutex mutex_;                       // A leaf; guards what follows.
+  std::unordered_set<std::string> outside_;
+  std::string name_;  // The key that is looked up; kept for its memory.
+  std::optional<Journal::RecordSync> sync_;
+};
+
+}  // namespace OrvWorkFlow::Program
