@@ -64,7 +64,7 @@ void RefuseUnknownOption(const std::string& where, const CLI::App& app, const st
 }
 
 // `said` is what the parser says: the option's name and a colon come first.
-[[noreturn]] void RefuseMissingValue(const CLI::App& program, const std::string& said) {
+[[noreturn]] void RefuseCountOfValues(const CLI::App& program, const std::string& said) {
   const CLI::App* command = &program;
   std::string verb;
   while (!command->get_subcommands().empty()) {
@@ -72,6 +72,9 @@ void RefuseUnknownOption(const std::string& where, const CLI::App& app, const st
     if (verb.empty()) verb = command->get_name();
   }
   const std::string name = said.substr(0, said.find(':'));
+  if (said.find(": At Most") != std::string::npos) {
+    throw ProgramError(ExitCode::Usage, verb + ": " + name + ": given more than once");
+  }
   const CLI::Option* const option = command->get_option_no_throw(name);
   const std::string value = option == nullptr ? "value" : option->get_type_name();
   throw ProgramError(ExitCode::Usage,
@@ -192,7 +195,7 @@ ExitCode ExecuteCommandLine(std::vector<std::string> words) {
     WriteStandardOutput(FitHelp(output.str()));
     return static_cast<ExitCode>(code);
   } catch (const CLI::ArgumentMismatch& error) {
-    RefuseMissingValue(program, error.what());
+    RefuseCountOfValues(program, error.what());
   } catch (const CLI::ParseError& error) {
     throw ProgramError(ExitCode::Usage, std::string(error.what()) + " (see orvflow --help)");
   }

@@ -44,6 +44,7 @@ INSTANTIATE_TEST_SUITE_P(
         UsageCase{{"run", "a.xml", "--state"}, "run: --state: no FILE given (see orvflow run --help)"},
         UsageCase{{"run", "a.xml", "--state="}, "run: --state: no FILE given (see orvflow run --help)"},
         UsageCase{{"run", "--set"}, "run: --set: no /PATH=VALUE given (see orvflow run --help)"},
+        UsageCase{{"run", "a.xml", "--timeout=1", "--timeout=2"}, "run: --timeout: given more than once"},
         UsageCase{{"run", "a.xml", "--timeout", "soon"},
                   "run: --timeout soon: not a number of seconds above 0 (see orvflow run --help)"},
         UsageCase{{"run", "a.xml", "--timeout", "0"},
