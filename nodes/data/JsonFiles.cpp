@@ -64,11 +64,19 @@ const char* JsonReader::DoTask(const std::string& /*task*/) {
   const std::string name = TextParameter("File");
   const auto most = static_cast<std::uint64_t>(NumberParameter("MostBytes"));
   const auto stop_wanted = [this] { return StopWanted(); };
-  ComingEntry data(WorkflowDictionary(), Record(), TextParameter("Into"));
+  const std::vector<std::string> source = IdentityOf(LocalPath(FileSystem(), name), name);
+  std::int64_t done = TakeProgress(Record(), source);
+  ComingEntry data(WorkflowDictionary(), Record(), TextParameter("Into"),
+                   done > 0 ? ComingEntry::Start::WhereItWas : ComingEntry::Start::Anew);
+  const auto leave = [&]() -> const char* {
+    KeepProgress(Record(), source, done);
+    if (done > 0) data.Keep();
+    return nullptr;
+  };
   const std::optional<std::string> text = ReadWholeFile(FileSystem(), name, most, stop_wanted);
-  if (!text) return nullptr;
+  if (!text) return leave();
   try {
-    if (!JsonToEntries(*text, data, stop_wanted)) return nullptr;
+    if (!JsonToEntries(*text, data, done, stop_wanted)) return leave();
   } catch (const std::runtime_error& error) {
     throw FileProblem(name + ": " + error.what());
   }

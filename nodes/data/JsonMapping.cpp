@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <iterator>
 #include <optional>
@@ -116,18 +117,24 @@ class StopWatch {
 
 class Writer {
  public:
-  Writer(IDictionary& dictionary, StopWatch& watch) : dictionary_(dictionary), watch_(watch) {}
+  // `done` is how many writes were made before, and counts on.
+  Writer(IDictionary& dictionary, StopWatch& watch, std::int64_t& done)
+      : dictionary_(dictionary), watch_(watch), done_(done), before_(done) {
+    done_ = 0;
+  }
 
   void Write(const Json& json, const std::string& path, int depth) {
     watch_.Look();
     if (depth > kDeepest) throw std::runtime_error(path + ": more than " + std::to_string(kDeepest) + " levels");
     if (const std::optional<Scalar> scalar = ScalarOf(json, path)) {
-      SetTexts(dictionary_, path, scalar->type, {scalar->text});
-      if (scalar->is_marked) Mark(dictionary_, path, "number");
+      Do([&] {
+        SetTexts(dictionary_, path, scalar->type, {scalar->text});
+        if (scalar->is_marked) Mark(dictionary_, path, "number");
+      });
     } else if (json.is_array()) {
       WriteArray(json, path, depth);
     } else if (json.is_null() || json.empty()) {
-      Mark(dictionary_, path, json.is_null() ? "null" : "object");
+      Do([&] { Mark(dictionary_, path, json.is_null() ? "null" : "object"); });
     } else {
       for (const auto& [name, member] : json.items()) {
         if (!IsName(name)) throw std::runtime_error(path + ": no entry can have the name \"" + name + "\"");
@@ -137,20 +144,28 @@ class Writer {
   }
 
  private:
+  template <class Step>
+  void Do(Step step) {
+    if (done_ >= before_) step();
+    ++done_;
+  }
+
   void WriteArray(const Json& json, const std::string& path, int depth) {
     if (const std::optional<ValueType> type = ListTypeOf(json)) {
       std::vector<std::string> values;
       for (const Json& item : json) values.push_back(ScalarOf(item, path)->text);
-      SetTexts(dictionary_, path, *type, values);
+      Do([&] { SetTexts(dictionary_, path, *type, values); });
       return;
     }
-    Mark(dictionary_, path, "array");
+    Do([&] { Mark(dictionary_, path, "array"); });
     std::size_t number = 0;
     for (const Json& item : json) Write(item, path + "/i" + std::to_string(++number), depth + 1);
   }
 
   IDictionary& dictionary_;
   StopWatch& watch_;
+  std::int64_t& done_;
+  const std::int64_t before_;
 };
 
 class Reader {
@@ -252,11 +267,15 @@ Json Parsed(const std::string& json, StopWatch& watch) {
 
 }  // namespace
 
-bool JsonToEntries(const std::string& json, ComingEntry& entry, const std::function<bool()>& stop_wanted) {
+bool JsonToEntries(const std::string& json, ComingEntry& entry, std::int64_t& done,
+                   const std::function<bool()>& stop_wanted) {
   StopWatch watch(stop_wanted);
+  const std::int64_t before = done;
   try {
-    Writer(entry.dictionary(), watch).Write(Parsed(json, watch), entry.path(), 0);
+    const Json parsed = Parsed(json, watch);
+    Writer(entry.dictionary(), watch, done).Write(parsed, entry.path(), 0);
   } catch (const Stopped&) {
+    done = std::max(done, before);
     return false;
   } catch (const std::runtime_error& error) {
     throw std::runtime_error(entry.Shown(error.what()));

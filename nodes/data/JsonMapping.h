@@ -9,6 +9,7 @@
 //   null, empty object    an entry without a value, marked json="null", json="object"
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -19,8 +20,10 @@
 namespace OrvWorkFlow::Nodes {
 
 // The entry becomes what the text says; it is replaced as a whole. Throws std::runtime_error, with the place in the
-// text or the member that no entry can hold, and leaves the target alone then; so it does when it is stopped: false.
-bool JsonToEntries(const std::string& json, ComingEntry& entry, const std::function<bool()>& stop_wanted);
+// text or the member that no entry can hold, and leaves the target alone then. False when it was stopped: `done`, which
+// begins with 0, is what makes another call with the same text and the entry as it was left go on there.
+bool JsonToEntries(const std::string& json, ComingEntry& entry, std::int64_t& done,
+                   const std::function<bool()>& stop_wanted);
 
 // `indent` blanks a level; 0 puts all into one line. Throws std::runtime_error for what JSON cannot say. Nothing when
 // it was stopped.

@@ -96,26 +96,19 @@ class Lines final : public IOrvPStringList {
 // So many make a list in a few milliseconds.
 constexpr std::size_t kLinesAtOnce = 50'000;
 
-constexpr char kProgress[] = "Progress";
-
 // Makes the list item by item, so that it can be stopped: false then, and it goes on there if the file, which `source`
 // names, is still the same. The items stand as those of any list.
 bool PutMany(const Lines& lines, IDictionary& dictionary, Sdk::NodeRecord record, const std::string& into,
-             std::vector<std::string> source) {
-  std::vector<std::string> progress = record.Texts(kProgress);
-  record.Remove(kProgress);  // It is true of what a stop left, and of nothing later.
-  const bool goes_on =
-      progress.size() == source.size() + 1 && std::equal(source.begin(), source.end(), progress.begin());
-  std::size_t count = goes_on ? std::stoul(progress.back()) : 0;
-  ComingEntry list(dictionary, record, into, goes_on ? ComingEntry::Start::WhereItWas : ComingEntry::Start::Anew);
-  if (!goes_on) record.SetTexts("Coming", {});
+             const std::vector<std::string>& source) {
+  auto count = static_cast<std::size_t>(TakeProgress(record, source));
+  ComingEntry list(dictionary, record, into, count > 0 ? ComingEntry::Start::WhereItWas : ComingEntry::Start::Anew);
+  if (count == 0) record.SetTexts("Coming", {});
   const std::string item = list.path() + "/" + WorkflowSchema::kListEntries + "/__item";
   for (; count < lines.GetCount(); ++count) {
     const char* const line = lines.GetText(count);
     if (line == nullptr) {
-      source.push_back(std::to_string(count));
-      record.SetTexts(kProgress, source);
-      list.Keep();
+      KeepProgress(record, source, static_cast<std::int64_t>(count));
+      if (count > 0) list.Keep();
       return false;
     }
     const std::string path = item + std::to_string(count);
@@ -164,6 +157,7 @@ const char* TextReader::DoTask(const std::string& /*task*/) {
     return "read";
   }
   const Lines lines(std::move(*text), stop_wanted);
+  if (lines.IsStopped()) return nullptr;
   const bool is_written = lines.GetCount() <= kLinesAtOnce
                               ? WorkflowDictionary().SetValue(("/" + into).c_str(), &lines)
                               : PutMany(lines, WorkflowDictionary(), Record(), into, source);

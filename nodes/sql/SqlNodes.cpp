@@ -3,11 +3,13 @@
 #include <sqlite3.h>
 
 #include <algorithm>
+#include <memory>
 #include <stdexcept>
 #include <utility>
 #include <vector>
 
 #include "nodes/files/LocalFile.h"
+#include "nodes/task/ComingEntry.h"
 
 namespace OrvWorkFlow::Nodes {
 
@@ -52,6 +54,10 @@ constexpr NodeParameter kQueryParameters[] = {
     TextParameterRow("Into", "/Rows",
                      "the entry that gets an entry for each row, r1 and so on, with one for each column"),
     NumberParameterRow("Most", "10000", 1, "how many rows there may be; more fail"),
+};
+
+struct Releaser {
+  void operator()(IDictionary* dictionary) const { dictionary->Release(); }
 };
 
 // NULL is no entry. Numbers beyond 32 bits are texts.
@@ -162,24 +168,32 @@ const char* SqlStatement::DoSql() {
   return "executed";
 }
 
+// The rows come into being in a dictionary of their own: a query cannot go on where it was, and what is written into
+// the workflow's is recorded each time.
 const char* SqlQuery::DoSql() {
+  const std::string into = TextParameter("Into");
+  ExpectReplaceable(into);
   Database database(OrderOf(false, true));
   Statement statement(database, TextParameter("Statement"));
   BindValues(statement);
-  ComingEntry rows(WorkflowDictionary(), Record(), TextParameter("Into"));
-  if (!ReadRows(statement, rows)) return nullptr;
-  rows.Become();
+  const std::unique_ptr<IDictionary, Releaser> rows(WorkflowDictionary().MakeDictionary());
+  if (rows == nullptr || !rows->SetAttribute("/J", "made", "1") || !rows->RemoveAttribute("/J", "made")) {
+    throw std::bad_alloc();
+  }
+  if (!ReadRows(statement, *rows)) return nullptr;
+  if (!WorkflowDictionary().CopySubtreeFrom(rows.get(), "/J", into.c_str())) {
+    throw std::runtime_error("cannot write the entry \"" + into + "\"");
+  }
   return Record().Number("Rows") == 0 ? "none" : "found";
 }
 
-bool SqlQuery::ReadRows(Statement& statement, const ComingEntry& entry) {
-  IDictionary& rows = entry.dictionary();
+bool SqlQuery::ReadRows(Statement& statement, IDictionary& rows) {
   const std::int64_t most = NumberParameter("Most");
   std::int64_t count = 0;
   while (statement.Step()) {
     if (StopWanted()) return false;
     if (++count > most) throw std::runtime_error("there are more than " + std::to_string(most) + " rows");
-    const std::string row = entry.path() + "/r" + std::to_string(count);
+    const std::string row = "/J/r" + std::to_string(count);
     rows.SetAttribute(row.c_str(), "made", "1");
     rows.RemoveAttribute(row.c_str(), "made");
     for (int column = 0; column < statement.ColumnCount(); ++column) {

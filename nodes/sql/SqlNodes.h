@@ -4,7 +4,6 @@
 #include "nodes/files/CsvParser.h"
 #include "nodes/files/RejectFile.h"
 #include "nodes/sql/Database.h"
-#include "nodes/task/ComingEntry.h"
 #include "nodes/task/TaskNode.h"
 
 namespace OrvWorkFlow::Nodes {
@@ -42,7 +41,7 @@ class SqlQuery final : public SqlNode {
 
  private:
   const char* DoSql() override;
-  bool ReadRows(Statement& statement, const ComingEntry& entry);
+  bool ReadRows(Statement& statement, IDictionary& rows);
 };
 
 }  // namespace OrvWorkFlow::Nodes

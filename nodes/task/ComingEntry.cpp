@@ -1,5 +1,7 @@
 #include "nodes/task/ComingEntry.h"
 
+#include <algorithm>
+#include <charconv>
 #include <cstddef>
 #include <new>
 #include <stdexcept>
@@ -13,6 +15,7 @@ namespace OrvWorkFlow::Nodes {
 
 namespace {
 
+constexpr char kProgress[] = "Progress";
 constexpr std::string_view kParameters = "Parameters";
 
 std::vector<std::string_view> ComponentsOf(std::string_view path) {
@@ -26,6 +29,20 @@ std::vector<std::string_view> ComponentsOf(std::string_view path) {
 }
 
 }  // namespace
+
+void KeepProgress(Sdk::NodeRecord record, std::vector<std::string> source, std::int64_t done) {
+  source.push_back(std::to_string(done));
+  record.SetTexts(kProgress, source);
+}
+
+std::int64_t TakeProgress(Sdk::NodeRecord record, const std::vector<std::string>& source) {
+  const std::vector<std::string> texts = record.Texts(kProgress);
+  record.Remove(kProgress);
+  const bool is_same = texts.size() == source.size() + 1 && std::equal(source.begin(), source.end(), texts.begin());
+  std::int64_t done = 0;
+  if (is_same) std::from_chars(texts.back().data(), texts.back().data() + texts.back().size(), done);
+  return done;
+}
 
 void ExpectReplaceable(const std::string& entry) {
   const std::vector<std::string_view> components = ComponentsOf(entry);

@@ -2,7 +2,9 @@
 // new one, and a node can be stopped in between.
 #pragma once
 
+#include <cstdint>
 #include <string>
+#include <vector>
 
 #include "OrvWorkFlow/IDictionary.h"
 #include "OrvWorkFlow/sdk/NodeRecord.h"
@@ -37,6 +39,11 @@ class ComingEntry {
   const std::string target_;
   bool is_kept_ = false;
 };
+
+// How far something has come, kept in the record over a stop, and true of one source only, such as a file and its time.
+// Taking it removes it: it is true of what the stop left, and of nothing later.
+void KeepProgress(Sdk::NodeRecord record, std::vector<std::string> source, std::int64_t done);
+std::int64_t TakeProgress(Sdk::NodeRecord record, const std::vector<std::string>& source);
 
 // Throws std::runtime_error for an entry without which there is no workflow: the dictionary as a whole, and what is in
 // /WorkFlowEngine, but for the parameters of instances.
