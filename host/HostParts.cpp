@@ -179,6 +179,7 @@ RunLimits WorkflowHost::Parts::MakeLimits(const RunSettings& settings) {
   };
   limits.after_save = [this, &settings] {
     records_->Saved();
+    objects.host_app().NoteSave();
     if (settings.saved) settings.saved();
   };
   limits.needs_last_save = [this] {

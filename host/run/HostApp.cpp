@@ -73,6 +73,10 @@ struct HostApp::State {
   Task before_delivery = nullptr;  // The same.
   void* before_delivery_context = nullptr;
 
+  Condition await_record = nullptr;  // The same.
+  void* record_context = nullptr;
+  std::atomic<std::uint32_t> saves = 0;
+
   Task restart_told = nullptr;  // Set once, before any node is there.
   void* restart_context = nullptr;
   std::atomic<bool> restart_allowed = false;
@@ -133,6 +137,7 @@ void* HostApp::QueryInterface(const char* interface_name) {
   const auto is = [&](const char* name) { return interface_name != nullptr && std::strcmp(interface_name, name) == 0; };
   if (is(InterfaceNames::kHostRestart)) return static_cast<IHostRestart*>(this);
   if (is(InterfaceNames::kHostEnd)) return static_cast<IHostEnd*>(this);
+  if (is(InterfaceNames::kHostRecord)) return static_cast<IHostRecord*>(this);
   return SharedObject::QueryInterface(interface_name);
 }
 
@@ -186,6 +191,17 @@ void HostApp::SetBeforeDelivery(Task function, void* context) noexcept {
   state_->before_delivery_context = context;
   state_->before_delivery = function;
 }
+
+void HostApp::SetRecord(Condition await_record, void* context) noexcept {
+  state_->record_context = context;
+  state_->await_record = await_record;
+}
+
+void HostApp::NoteSave() noexcept { ++state_->saves; }
+
+bool HostApp::AwaitRecord() { return state_->await_record == nullptr || state_->await_record(state_->record_context); }
+
+std::uint32_t HostApp::CountSaves() { return state_->saves; }
 
 void HostApp::SetPoll(Poll poll) noexcept {
   const Base::Hold lock(state_->mutex);

@@ -11,13 +11,17 @@
 #include <memory>
 
 #include "OrvWorkFlow/IHostApp.h"
+#include "OrvWorkFlow/IHostRecord.h"
 #include "OrvWorkFlow/sdk/SharedObject.h"
 
 namespace OrvWorkFlow::Host {
 
 // Any thread, unless an operation says "GUI thread": the one that runs the queue. There is one at a time, and it may
 // change while no loop runs. Nothing is delivered inside RunOnGuiThread or PostToGuiThread.
-class HostApp final : public Sdk::SharedObject<HostApp, IHostApp>, public IHostRestart, public IHostEnd {
+class HostApp final : public Sdk::SharedObject<HostApp, IHostApp>,
+                      public IHostRestart,
+                      public IHostEnd,
+                      public IHostRecord {
  public:
   using Task = void (*)(void* context);
   // True ends the loop.
@@ -43,7 +47,7 @@ class HostApp final : public Sdk::SharedObject<HostApp, IHostApp>, public IHostR
   // A new object with one reference, the caller's; null without memory.
   static HostApp* New() noexcept;
 
-  // "IHostApp", "IHostRestart" and "IHostEnd".
+  // "IHostApp", "IHostRestart", "IHostEnd" and "IHostRecord".
   void* QueryInterface(const char* interface_name) override;
 
   bool RunOnGuiThread(IHostAppGuiThreadCallback* callback, InputSignalMessage* message) override;
@@ -58,6 +62,11 @@ class HostApp final : public Sdk::SharedObject<HostApp, IHostApp>, public IHostR
 
   // Called on the GUI thread before each delivery, which waits for it; no lock is held. Before the workflow is loaded.
   void SetBeforeDelivery(Task function, void* context) noexcept;
+
+  // What AwaitRecord answers, on the caller's thread; without it that is true. Before the workflow is loaded.
+  void SetRecord(Condition await_record, void* context) noexcept;
+  // The state was saved.
+  void NoteSave() noexcept;
 
   // Before a loop runs, or on the GUI thread.
   void SetPoll(Poll poll) noexcept;
@@ -97,6 +106,9 @@ class HostApp final : public Sdk::SharedObject<HostApp, IHostApp>, public IHostR
   // Rings as a restart that is asked for does.
   bool RequestEnd() override;
   bool EndRequested() const noexcept;
+
+  bool AwaitRecord() override;
+  std::uint32_t CountSaves() override;
 
  private:
   friend class Sdk::ObjectProtocol<HostApp, IHostApp>;

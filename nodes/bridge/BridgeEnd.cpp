@@ -5,6 +5,7 @@
 #include <chrono>
 #include <stdexcept>
 
+#include "OrvWorkFlow/IHostRecord.h"
 #include "OrvWorkFlow/IRunReport.h"
 #include "OrvWorkFlow/ISignalMediator.h"
 #include "OrvWorkFlow/Names.h"
@@ -55,6 +56,35 @@ bool IsDeliveredTo(std::string_view type, std::string_view instance) {
   if (mediator == nullptr) return false;
   AtWork at_work(type, instance);
   return !mediator->Report(&at_work) || at_work.found();
+}
+
+namespace {
+
+IHostRecord* FindRecord() { return Sdk::FindGlobal<IHostRecord>(ObjectNames::kHostApp, InterfaceNames::kHostRecord); }
+
+}  // namespace
+
+bool AwaitRecord() {
+  IHostRecord* const host = FindRecord();
+  return host == nullptr || host->AwaitRecord();
+}
+
+void Promise::Note() {
+  IHostRecord* const host = FindRecord();
+  has_noted_ = host != nullptr;  // Else nothing is known of it.
+  if (host != nullptr) saves_ = host->CountSaves();
+}
+
+bool Promise::IsKept() {
+  if (!has_noted_) return true;
+  IHostRecord* const host = FindRecord();
+  is_broken_ = host != nullptr && !host->AwaitRecord() && host->CountSaves() == saves_;
+  has_noted_ = is_broken_;
+  return !is_broken_;
+}
+
+const char* Promise::Problem() const {
+  return is_broken_ ? "the record of this run has ended; nothing is told before the state is saved" : "";
 }
 
 std::string AddressOf(const std::string& bridge) {

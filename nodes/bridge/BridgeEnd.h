@@ -1,6 +1,7 @@
 // What the two nodes of a bridge share: reading the parameters, and what tells when a delivery is recorded.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -35,6 +36,25 @@ Id IdOf(Sdk::NodeRecord& record);
 
 // Whether a signal is being delivered to the node, or its end is not recorded. Not during a delivery to it.
 bool IsDeliveredTo(std::string_view type, std::string_view instance);
+
+// Returns when all that this end has noted survives what the host promises, before the other end is told of it. False
+// when it does not, see IHostRecord.
+bool AwaitRecord();
+
+// Of what an end has noted: it is told when it survives, if need be after the next save. The end's thread.
+class Promise {
+ public:
+  void Note();
+  // Waits as AwaitRecord does.
+  bool IsKept();
+  // Why it is not, as of the last look; "" when it is.
+  const char* Problem() const;
+
+ private:
+  bool has_noted_ = false;
+  bool is_broken_ = false;
+  std::uint32_t saves_ = 0;  // before it was noted
+};
 
 // Milliseconds that never go back.
 std::int64_t Now();

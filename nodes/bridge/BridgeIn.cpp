@@ -105,7 +105,7 @@ const char* BridgeIn::DoTask(const std::string& /*task*/) {
       Deliver(receiver, *data);
     }
     // What was delivered while a signal to this node was at work counts when that has ended, and not before.
-    if (!Bridge::IsDeliveredTo(TypeName(), InstanceName())) Answer(receiver, *transport, bridge);
+    if (!Bridge::IsDeliveredTo(TypeName(), InstanceName()) && promise_.IsKept()) Answer(receiver, *transport, bridge);
     if (ends && (receiver.IsSettled() || Bridge::Now() >= ends_at)) {
       transport->Close();
       return "ended";
@@ -115,7 +115,7 @@ const char* BridgeIn::DoTask(const std::string& /*task*/) {
     for (auto bytes = transport->Poll(wait); bytes; bytes = transport->Poll(std::chrono::milliseconds(0))) {
       Hear(receiver, *bytes);
     }
-    const std::string problem = transport->Problem();
+    const std::string problem = *promise_.Problem() == '\0' ? transport->Problem() : promise_.Problem();
     if (problem != record.Text(kConnection)) record.SetText(kConnection, problem);
   }
   transport->Close();
@@ -172,6 +172,7 @@ void BridgeIn::WriteStanding(const Bridge::Id& sender, const Receiver::Standing&
     if (!standing.refused.contains(Bridge::NumberOfName(name))) record.Remove(refused + "/" + name);
   }
   write("/Highest", standing.highest);
+  promise_.Note();
 }
 
 std::string BridgeIn::ReasonAgainst(const std::string& signal) const {

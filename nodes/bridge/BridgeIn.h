@@ -8,6 +8,7 @@
 
 #include <string>
 
+#include "nodes/bridge/BridgeEnd.h"
 #include "nodes/bridge/BridgeReceiver.h"
 #include "nodes/bridge/BridgeTransport.h"
 #include "nodes/task/TaskNode.h"
@@ -33,6 +34,8 @@ class BridgeIn final : public TaskNode {
   void Hear(Bridge::Receiver& receiver, const std::string& bytes);
   void WriteStanding(const Bridge::Id& sender, const Bridge::Receiver::Standing& standing);
   std::string ReasonAgainst(const std::string& signal) const;
+
+  Bridge::Promise promise_;  // of what is acknowledged
 };
 
 }  // namespace OrvWorkFlow::Nodes

@@ -35,6 +35,7 @@ Sender MakeSender(Sdk::NodeRecord record, bool rebinds) {
   standing.holder.epoch = static_cast<std::uint64_t>(record.Number(kEpoch)) + 1;
   standing.holder.mark = Bridge::Id::Random().high % Bridge::kMostNumber;
   record.SetNumber(kEpoch, static_cast<std::int64_t>(standing.holder.epoch));
+  Bridge::AwaitRecord();
   standing.receiver = Bridge::Id::FromText(record.Text(kReceiver));
   standing.first = static_cast<std::uint64_t>(record.Number("First", 1));
   standing.sent = static_cast<std::uint64_t>(record.Number(kSent));
@@ -163,6 +164,7 @@ void BridgeOut::SpeakUp(const Way& way) {
     if (number > sender.standing().sent) {
       sender.NoteSending(range.end);
       Record().SetNumber(way.PathOf(kSent), static_cast<std::int64_t>(range.end - 1));
+      Bridge::AwaitRecord();  // One that has ended is said elsewhere; the other end notices what is missing.
     }
     const Sender::Standing& now = sender.standing();
     const Bridge::Data data{now.id, now.holder, now.receiver, now.first, number, letter};

@@ -89,6 +89,7 @@ std::vector<Share> MakeShares(Sdk::NodeRecord record, Outbox& outbox, const std:
     shares.push_back({name, AddressOfShare(bridge, name), takes_new, std::move(sender), {}, nullptr});
     TakeDeals(record, outbox, deals, shares.back());
   }
+  AwaitRecord();
   return shares;
 }
 

@@ -34,11 +34,15 @@ void DurableDeliveries::Begin(std::vector<Journal::RunRecord*> records) {
   if (!sync_->Await()) throw FileError(ExitCode::Failed, flow_, "", "is not run without a durable record");
 }
 
-void DurableDeliveries::Settle() {
-  if (sync_) sync_->Await();
+bool DurableDeliveries::Await() {
+  const std::shared_lock<std::shared_mutex> lock(end_mutex_);
+  return sync_ && sync_->Await();
 }
 
-void DurableDeliveries::End() { sync_.reset(); }
+void DurableDeliveries::End() {
+  const std::unique_lock<std::shared_mutex> lock(end_mutex_);
+  sync_.reset();
+}
 
 void DurableDeliveries::NodeDescribed(const NodeFacts& node) {
   if (!node.acts_outside) return;
@@ -48,7 +52,7 @@ void DurableDeliveries::NodeDescribed(const NodeFacts& node) {
     outside_.insert(name_);
     has_outside_ = true;
   }
-  if (sync_) sync_->Await();  // It may be made in the middle of its first delivery.
+  Await();  // It may be made in the middle of its first delivery.
 }
 
 void DurableDeliveries::DeliveryBegun(const Delivery& delivery) {
@@ -58,7 +62,7 @@ void DurableDeliveries::DeliveryBegun(const Delivery& delivery) {
     NameNode(delivery.receiver.type, delivery.receiver.instance, name_);
     if (!outside_.contains(name_)) return;
   }
-  if (sync_) sync_->Await();
+  Await();
 }
 
 // On the GUI thread, without any lock: what has to be recorded meanwhile finds the room that was kept.

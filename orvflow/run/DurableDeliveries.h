@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <mutex>
 #include <optional>
+#include <shared_mutex>
 #include <string>
 #include <unordered_set>
 #include <vector>
@@ -29,8 +30,8 @@ class DurableDeliveries final : public Host::RunObserver {
   // The records are being written, the state's first. Returns when the disk has what they say. Throws ProgramError when
   // it does not keep it. Until End.
   void Begin(std::vector<Journal::RunRecord*> records);
-  // The workflow has nothing more to do, and its state is about to go: the disk has all of the record before.
-  void Settle();
+  // The disk has all that was recorded. False when it does not keep it, and after End. Any thread.
+  bool Await();
   void End();
 
   // Deliveries that the disk knows to have ended. Any thread, between Begin and End.
@@ -52,7 +53,8 @@ class DurableDeliveries final : public Host::RunObserver {
   std::atomic<bool> has_outside_ = false;  // Without such a node nothing is looked up.
   std::mutex mutex_;                       // A leaf; guards what follows.
   std::unordered_set<std::string> outside_;
-  std::string name_;  // The key that is looked up; kept for its memory.
+  std::string name_;             // The key that is looked up; kept for its memory.
+  std::shared_mutex end_mutex_;  // Whoever waits holds it shared.
   std::optional<Journal::RecordSync> sync_;
 };
 

@@ -115,6 +115,10 @@ void FlowRun::OpenStateRecord() {
   } else if (state_record_) {
     state_record_->Remove();  // What it said is in the state.
   }
+  if (record != nullptr) {
+    const auto await_record = [](void* self) { return static_cast<FlowRun*>(self)->AwaitRecord(); };
+    host_->parts().objects.host_app().SetRecord(await_record, this);
+  }
   if (!is_power) return;
   if (record == nullptr) {
     throw FileError(ExitCode::Failed, shown_name_, "",
@@ -126,6 +130,9 @@ void FlowRun::OpenStateRecord() {
   host_->AddObserver(*durable_);
   watch_->ShowDurable([this] { return durable_->deliveries(); });
 }
+
+// On threads of nodes, as long as there is the host.
+bool FlowRun::AwaitRecord() { return durable_ ? durable_->Await() : state_record_->record()->GetMark().is_on; }
 
 // What a run that was cut off has done is in the state before anybody looks at that.
 void FlowRun::PrepareStateRecord() {
@@ -221,7 +228,7 @@ Host::RunSettings FlowRun::MakeSettings() {
   settings.finished = [this] {
     SetActivity("at the end of the run");
     write_directory_->EndRun();
-    if (durable_) durable_->Settle();
+    if (durable_) durable_->Await();
   };
   return settings;
 }

@@ -43,6 +43,7 @@ class FlowRun {
   void Prepare();
   void PrepareStateRecord();
   void OpenStateRecord();
+  bool AwaitRecord();
   void ChangeState();
   void LoadRecorded();
   void RecordChanges();

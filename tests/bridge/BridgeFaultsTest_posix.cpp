@@ -1,6 +1,9 @@
 // What disks and clocks are known to do to the runs at both ends. Each test fails when its fault did not come.
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <thread>
+
 #include "tests/bridge/BridgeRuns.h"
 
 namespace orv_test {
@@ -14,14 +17,19 @@ class BridgeFaultsTest : public BridgeRuns {
     WriteFlow("north.xml", transport);
   }
 
-  // A record cannot grow any more; the run says so and goes on, is stopped, and goes on with room.
-  void FillTheDiskOf(const std::string& full, const std::string& other) {
+  // A record cannot grow any more; the run says so at the next checkpoint, and goes on.
+  void FillTheDiskOf(const std::string& full, const std::string& other, const std::string& checkpoint = "0.1") {
     for (const char* flow : {"south.xml", "north.xml"}) Change(flow, ">120<", ">1000<");
-    const std::string run = "ulimit -f 100; exec '" + std::string(ORVFLOW_PROGRAM) + "' run --checkpoint 0.1 '";
+    const std::string run =
+        "ulimit -f 100; exec '" + std::string(ORVFLOW_PROGRAM) + "' run --checkpoint " + checkpoint + " '";
     runs_[full] = std::make_unique<ChildProcess>("/bin/bash", Arguments{"-c", run + File(full) + "'"});
     if (!other.empty()) Start(other);
     ASSERT_TRUE(runs_[full]->WaitForError("the record ended before the run: the disk takes no more of it"));
     ASSERT_TRUE(IsUnderWay());
+  }
+
+  // It is stopped, and goes on with room.
+  void StopTheFullOne(const std::string& full) {
     EXPECT_TRUE(runs_[full]->Interrupt());
     const ProcessResult stopped = runs_[full]->Wait();
     runs_[full].reset();
@@ -30,9 +38,37 @@ class BridgeFaultsTest : public BridgeRuns {
   }
 };
 
-TEST_F(BridgeFaultsTest, DiskFullInTheOutbox) { FillTheDiskOf("south.xml", ""); }
+TEST_F(BridgeFaultsTest, DiskFullInTheOutbox) {
+  FillTheDiskOf("south.xml", "");
+  StopTheFullOne("south.xml");
+}
 
-TEST_F(BridgeFaultsTest, DiskFullAtTheReceiver) { FillTheDiskOf("north.xml", "south.xml"); }
+TEST_F(BridgeFaultsTest, DiskFullAtTheReceiver) {
+  FillTheDiskOf("north.xml", "south.xml");
+  StopTheFullOne("north.xml");
+}
+
+// What it got after the checkpoint is nowhere but in the outbox of the sender, which has no answer yet.
+TEST_F(BridgeFaultsTest, DiskFullAtTheReceiverThatIsKilled) {
+  FillTheDiskOf("north.xml", "south.xml", "1");
+  std::this_thread::sleep_for(std::chrono::milliseconds(500));
+  ASSERT_TRUE(IsUnderWay());
+  Kill("north.xml");
+  ExpectAllDelivered(1000);
+}
+
+// Both wait for their disks before they tell each other anything.
+TEST_F(BridgeFaultsTest, DurableRunsThatAreKilledGoOn) {
+  for (int round = 0; round < 4; ++round) {
+    for (const char* flow : {"south.xml", "north.xml"}) {
+      runs_[flow] = std::make_unique<ChildProcess>(ORVFLOW_PROGRAM, Arguments{"run", File(flow), "--durable=power"});
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(150 + 100 * round));
+    Kill("north.xml");
+    Kill("south.xml");
+  }
+  ExpectAllDelivered();
+}
 
 // The runs that go on have a clock that is a day behind that of the ones before.
 TEST_F(BridgeFaultsTest, TheClockSetBackADay) {
