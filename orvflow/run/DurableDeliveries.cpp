@@ -26,22 +26,31 @@ DurableDeliveries::DurableDeliveries(Host::WorkflowHost& host, const std::string
 }
 
 void DurableDeliveries::Begin(std::vector<Journal::RunRecord*> records) {
-  sync_.emplace(std::move(records), [this](const std::string& why) {
-    has_failed_ = true;
-    host_.RequestStop();
-    PrintErrorLine(flow_ + ": the record is not safe from a power failure: " + why + "; the run stops");
-  });
-  if (!sync_->Await()) throw FileError(ExitCode::Failed, flow_, "", "is not run without a durable record");
+  {
+    const std::unique_lock<std::shared_mutex> lock(sync_mutex_);
+    sync_.emplace(std::move(records), [this](const std::string& why) {
+      has_failed_ = true;
+      host_.RequestStop();
+      PrintErrorLine(flow_ + ": the record is not safe from a power failure: " + why + "; the run stops");
+    });
+  }
+  if (!Await()) throw FileError(ExitCode::Failed, flow_, "", "is not run without a durable record");
 }
 
 bool DurableDeliveries::Await() {
-  const std::shared_lock<std::shared_mutex> lock(end_mutex_);
+  const std::shared_lock<std::shared_mutex> lock(sync_mutex_);
   return sync_ && sync_->Await();
 }
 
 void DurableDeliveries::End() {
-  const std::unique_lock<std::shared_mutex> lock(end_mutex_);
+  const std::unique_lock<std::shared_mutex> lock(sync_mutex_);
+  if (sync_) last_deliveries_ = sync_->deliveries();
   sync_.reset();
+}
+
+std::uint64_t DurableDeliveries::deliveries() const {
+  const std::shared_lock<std::shared_mutex> lock(sync_mutex_);
+  return sync_ ? sync_->deliveries() : last_deliveries_;
 }
 
 void DurableDeliveries::NodeDescribed(const NodeFacts& node) {

@@ -34,8 +34,8 @@ class DurableDeliveries final : public Host::RunObserver {
   bool Await();
   void End();
 
-  // Deliveries that the disk knows to have ended. Any thread, between Begin and End.
-  std::uint64_t deliveries() const { return sync_->deliveries(); }
+  // Deliveries that the disk knows to have ended. Any thread.
+  std::uint64_t deliveries() const;
 
   // The run stops for it.
   bool has_failed() const { return has_failed_; }
@@ -53,9 +53,10 @@ class DurableDeliveries final : public Host::RunObserver {
   std::atomic<bool> has_outside_ = false;  // Without such a node nothing is looked up.
   std::mutex mutex_;                       // A leaf; guards what follows.
   std::unordered_set<std::string> outside_;
-  std::string name_;             // The key that is looked up; kept for its memory.
-  std::shared_mutex end_mutex_;  // Whoever waits holds it shared.
+  std::string name_;                      // The key that is looked up; kept for its memory.
+  mutable std::shared_mutex sync_mutex_;  // Guards whether there is a sync; whoever uses it holds it shared.
   std::optional<Journal::RecordSync> sync_;
+  std::uint64_t last_deliveries_ = 0;  // when it ended
 };
 
 }  // namespace OrvWorkFlow::Program
