@@ -79,7 +79,23 @@ TEST_F(PowerFailureTest, ASyncThatFailsStopsTheRun) {
   EXPECT_GT(stopped, 3);
 }
 
-// On a disk of a MiB in memory, which the script fills and empties while the run is under way.
+// A run that has delivered its last signal by then.
+TEST_F(PowerFailureTest, ASyncThatFailsAtTheEndIsAFailure) {
+  const std::string flow = WriteFlow({{"MarkingNode", "M"}}, "MarkingNode,M,mark");
+  int at_the_end = 0;
+  for (int failure = 1; failure < 12; ++failure) {
+    SCOPED_TRACE(failure);
+    const ProcessResult result =
+        RunFailing({{"KIND", "fsync"}, {"AT", std::to_string(failure)}}, {"run", flow, "--durable=power", "--fresh"});
+    const bool told = result.error.find("the record is not safe from a power failure") != std::string::npos;
+    if (!told) continue;
+    EXPECT_EQ(result.exit_code, 1) << result.error;
+    if (result.output.find("1 signal delivered") != std::string::npos) ++at_the_end;
+  }
+  EXPECT_GT(at_the_end, 0);
+}
+
+// On a disk of some MiB in memory, which the script fills and empties while the run, which has no end, is under way.
 TEST_F(PowerFailureTest, AFullDiskHoldsTheRunUntilThereIsRoom) {
   const std::string script =
       "mount -t tmpfs -o size=3m tmpfs " + File("disk") +
@@ -88,20 +104,21 @@ TEST_F(PowerFailureTest, AFullDiskHoldsTheRunUntilThereIsRoom) {
       File("disk") +
       " && cp ../flow.xml . || exit 78\n"
       "sed -i 's/>" +
-      std::to_string(kMarks / 2) + "</>4000</' flow.xml\n" + ORVFLOW_PROGRAM +
+      std::to_string(kMarks / 2) + "</>100000000</' flow.xml\n" + ORVFLOW_PROGRAM +
       " run flow.xml --durable=power --checkpoint=0 >../out 2>../err & run=$!\n"
       "until grep -q A50 ../log 2>/dev/null; do sleep 0.02; done\n"
       "dd if=/dev/zero of=filler bs=64k 2>/dev/null\n"
       "until grep -q 'the run waits until there is some' ../err; do kill -0 $run || break; sleep 0.02; done\n"
       "before=$(wc -l <../log); sleep 0.5; echo $(($(wc -l <../log) - before))\n"
-      "rm filler; wait $run; echo $?";
+      "rm filler; until grep -q 'there is room again' ../err; do kill -0 $run || break; sleep 0.02; done\n"
+      "kill $run; wait $run; echo $?";
   std::filesystem::create_directory(File("disk"));
   const ProcessResult result = RunProcess("/usr/bin/unshare", {"--mount", "sh", "-c", script});
   if (result.exit_code == 77 || result.error.find("unshare failed") != std::string::npos) {
     GTEST_SKIP() << "mounting is not permitted here";
   }
   const std::string error = ReadFile(File("err"));
-  EXPECT_EQ(result.output, "0\n0\n") << result.error << error;
+  EXPECT_EQ(result.output, "0\n6\n") << result.error << error;
   EXPECT_THAT(error,
               HasSubstr("flow.xml: the disk has no more room for the record; the run waits until there is some"));
   EXPECT_THAT(error, HasSubstr("flow.xml: there is room again; the run goes on"));
