@@ -95,10 +95,10 @@ TEST_F(PowerFailureTest, ASyncThatFailsAtTheEndIsAFailure) {
   EXPECT_GT(at_the_end, 0);
 }
 
-// On a disk of some MiB in memory, which the script fills and empties while the run, which has no end, is under way.
+// On a disk in memory, which the script fills and empties while the run, which has no end, is under way.
 TEST_F(PowerFailureTest, AFullDiskHoldsTheRunUntilThereIsRoom) {
   const std::string script =
-      "mount -t tmpfs -o size=3m tmpfs " + File("disk") +
+      "mount -t tmpfs -o size=100m tmpfs " + File("disk") +
       " || exit 77\n"
       "cd " +
       File("disk") +
@@ -107,7 +107,7 @@ TEST_F(PowerFailureTest, AFullDiskHoldsTheRunUntilThereIsRoom) {
       std::to_string(kMarks / 2) + "</>100000000</' flow.xml\n" + ORVFLOW_PROGRAM +
       " run flow.xml --durable=power --checkpoint=0 >../out 2>../err & run=$!\n"
       "until grep -q A50 ../log 2>/dev/null; do sleep 0.02; done\n"
-      "dd if=/dev/zero of=filler bs=64k 2>/dev/null\n"
+      "dd if=/dev/zero of=filler bs=1M 2>/dev/null\n"
       "until grep -q 'the run waits until there is some' ../err; do kill -0 $run || break; sleep 0.02; done\n"
       "before=$(wc -l <../log); sleep 0.5; echo $(($(wc -l <../log) - before))\n"
       "rm filler; until grep -q 'there is room again' ../err; do kill -0 $run || break; sleep 0.02; done\n"
