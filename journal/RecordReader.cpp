@@ -224,8 +224,7 @@ bool RecordReader::Decode(std::string_view record, Event* event) {
       event->platform = values.Text();
       event->path = values.Text();
       event->name = values.Text();
-      if (!values.rest().empty()) event->boot = values.Text();
-      boot_ = event->boot;
+      boot_ = values.rest().empty() ? std::string_view() : values.Text();
       break;
     case Kind::Route: {
       Route route;

@@ -58,7 +58,6 @@ struct Event {
   std::string type, instance;     // of a node
   std::string path;               // of a mapping; the flow's file
   std::string program, platform;  // of a run
-  std::string boot;               // the same: the machine's start; "" in records of older programs
   std::string name, before;       // of a run; an absorbed flow's name is `name`, its file `path`
   std::uint64_t during = 0;       // the delivery to its sender that had not ended
   bool has_more = false;          // signals of the same firing follow
@@ -150,7 +149,7 @@ class RecordReader {
   State state_ = State::Reading;
   bool has_head_ = false;
   const Torn torn_;
-  std::string boot_;  // of the run
+  std::string boot_;  // the machine's start in which the run was recorded; "" where an older program did that
   bool is_torn_ = false;
   std::string problem_;
 };

@@ -1,5 +1,6 @@
 #include "journal/RecordSync.h"
 
+#include <chrono>
 #include <utility>
 
 namespace OrvWorkFlow::Journal {

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <atomic>
-#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <functional>
@@ -38,8 +37,6 @@ class RecordSync {
   bool lacks_room() const { return lacks_room_; }
 
  private:
-  using Clock = std::chrono::steady_clock;
-
   void Run();
   void SyncBy(std::unique_lock<std::mutex>& lock);
   bool SyncOnce();

@@ -26,6 +26,7 @@ struct GrowingFile::System {
   std::atomic<std::uint64_t> kept = 0;      // and with these also those for the next Map
   std::mutex mutex;                         // Guards what is below, and keeps the window.
   bool is_synced = false;
+  bool has_lost = false;  // what was memory
 };
 
 namespace {
@@ -102,7 +103,9 @@ unsigned char* GrowingFile::Map(std::uint64_t offset, std::size_t* room) {
 // What was memory is written when the system sees fit, unless somebody waits for the disk.
 void GrowingFile::Unmap() {
   const std::lock_guard<std::mutex> lock(system_->mutex);
-  if (system_->window != nullptr && system_->is_synced) FlushViewOfFile(system_->window, 0);
+  if (system_->window != nullptr && system_->is_synced && FlushViewOfFile(system_->window, 0) == 0) {
+    system_->has_lost = true;
+  }
   if (system_->window != nullptr) UnmapViewOfFile(system_->window);
   if (system_->mapping != nullptr) CloseHandle(system_->mapping);
   system_->window = nullptr;
@@ -112,11 +115,11 @@ void GrowingFile::Unmap() {
 bool GrowingFile::Sync(std::string* reason) {
   const std::lock_guard<std::mutex> lock(system_->mutex);
   system_->is_synced = true;
-  if ((system_->window == nullptr || FlushViewOfFile(system_->window, 0) != 0) &&
+  if (!system_->has_lost && (system_->window == nullptr || FlushViewOfFile(system_->window, 0) != 0) &&
       FlushFileBuffers(system_->file) != 0) {
     return true;
   }
-  *reason = LastReason();
+  *reason = system_->has_lost ? "a part of it could not be written" : LastReason();
   return false;
 }
 
