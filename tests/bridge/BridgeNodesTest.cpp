@@ -11,7 +11,6 @@
 #include "nodes/bridge/BridgeSender.h"
 #include "nodes/bridge/FolderNetwork.h"
 #include "tests/fakes/BusyMediator.h"
-#include "tests/support/TimeLimit.h"
 #include "tests/tasks/TaskFixture.h"
 
 namespace orv_test {
@@ -35,7 +34,6 @@ class BridgeNodesTest : public TaskFixture {
     return *network_;
   }
 
-  TimeLimit limit_{std::chrono::seconds(300)};
   std::unique_ptr<FolderNetwork> network_;
 };
 

@@ -13,7 +13,6 @@
 
 #include "tests/program/support/ProgramFixture.h"
 #include "tests/support/SourceFolder.h"
-#include "tests/support/TimeLimit.h"
 
 namespace orv_test {
 
@@ -113,7 +112,6 @@ class BridgeRuns : public ProgramFixture {
     EXPECT_EQ(ReadFile(directory_.path() / "orders.txt"), "sum " + std::to_string(sum) + ": " + expected + "\n");
   }
 
-  TimeLimit limit_{std::chrono::seconds(600)};
   std::map<std::string, std::unique_ptr<ChildProcess>> runs_;
 
  private:

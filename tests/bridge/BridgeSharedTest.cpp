@@ -114,7 +114,6 @@ class BridgeShareTest : public TaskFixture {
     return all;
   }
 
-  TimeLimit limit_{std::chrono::seconds(300)};
   PlayedReceiver east_{directory_.path() / "net", "east", {7, 1}};
   PlayedReceiver west_{directory_.path() / "net", "west", {7, 2}};
 };

@@ -8,6 +8,7 @@ namespace orv_test {
 namespace {
 
 using Json = nlohmann::json;
+using ::testing::AnyOf;
 using ::testing::HasSubstr;
 
 class BridgeVerbTest : public BridgeRuns {
@@ -170,9 +171,11 @@ TEST_F(BridgeVerbTest, ReceiversThatShareTheWorkAreListed) {
   for (int life = 0; life < 30 && (list.is_null() || list["waiting"] != 19 || list["receivers"][0]["dealt"] != 8);
        ++life) {
     StartAll();
+    if (life == 0) WaitForOutbox(20);
     std::this_thread::sleep_for(std::chrono::seconds(1));
-    EXPECT_EQ(Stop("south.xml"), 6);
-    EXPECT_EQ(Stop("north.xml"), 6);
+    // On a slow machine one may not have begun yet, and changes nothing.
+    EXPECT_THAT(Stop("south.xml"), AnyOf(6, 130));
+    EXPECT_THAT(Stop("north.xml"), AnyOf(6, 130));
     list = List();
   }
   EXPECT_EQ(list["waiting"], 19);

@@ -13,7 +13,6 @@
 #include "DictionaryTesting.h"
 #include "dictionary/object/DictionaryObject.h"
 #include "tests/support/MarshalledTexts.h"
-#include "tests/support/TimeLimit.h"
 
 namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting {
 namespace {
@@ -28,7 +27,6 @@ void RunOnAllThreads(Work work) {
 }
 
 TEST(Threads, EachSeesItsOwnWrites) {
-  const orv_test::TimeLimit limit(std::chrono::seconds(60));
   CDictionary dictionary;
   RunOnAllThreads([&](int number) {
     const std::string own = "/t" + std::to_string(number) + "/";
@@ -51,7 +49,6 @@ TEST(Threads, EachSeesItsOwnWrites) {
 
 // Writers of the same entry, readers, savers and loaders at once: every operation is as a whole.
 TEST(Threads, OperationsDoNotMix) {
-  const orv_test::TimeLimit limit(std::chrono::seconds(60));
   CDictionary dictionary;
   const std::string file =
       "<IDictionaryRoot><l "
@@ -81,7 +78,6 @@ TEST(Threads, OperationsDoNotMix) {
 // Each way to read, beside a thread that makes and takes away what is read: with the thread sanitizer one that does not
 // hold the mutex is found.
 TEST(Threads, EveryReadHoldsTheMutex) {
-  const orv_test::TimeLimit limit(std::chrono::seconds(60));
   using Read = std::function<void(CDictionary&)>;
   const Read reads[] = {
       [](CDictionary& d) { d.GetValueType("/a/b"); },
@@ -133,7 +129,6 @@ TEST(Threads, EveryReadHoldsTheMutex) {
 
 // Who reads the count before the value, and finds the count unchanged, still has the newest value.
 TEST(Threads, TheChangeCountIsSeenWithTheChange) {
-  const orv_test::TimeLimit limit(std::chrono::seconds(60));
   CDictionary dictionary;
   ASSERT_TRUE(dictionary.SetValue("/a", std::int32_t{0}));
   std::atomic<std::int32_t> written = 0;

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <chrono>
 
 #include "DictionaryTesting.h"
 #include "FakeFiles.h"
@@ -13,7 +12,6 @@
 #include "tests/fakes/RecordingLogger.h"
 #include "tests/fakes/ScriptedWorkNode.h"
 #include "tests/support/TempDirectory.h"
-#include "tests/support/TimeLimit.h"
 #include "utilitystore/UtilityStoreObject.h"
 
 namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting {
@@ -169,7 +167,6 @@ TEST_F(EncipheredFileTest, WhereNoCopyCanBeMadeTheFileItselfIsRead) {
 }
 
 TEST_F(EncipheredFileTest, WhereEveryNameIsTakenTheFileItselfIsRead) {
-  const orv_test::TimeLimit limit(std::chrono::seconds(60));
   files_.files["f"] = kEncipheredFile;
   files_.has_every_file = true;
   ASSERT_TRUE(dictionary_.LoadFile("f"));

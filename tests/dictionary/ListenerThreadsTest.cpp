@@ -11,7 +11,6 @@
 
 #include "DictionaryTesting.h"
 #include "dictionary/object/DictionaryObject.h"
-#include "tests/support/TimeLimit.h"
 
 namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting {
 namespace {
@@ -38,7 +37,6 @@ class BusyListener final : public IDictionaryListener {
 // own.
 template <class Choose>
 void WriteAddAndRemove(Choose choose) {
-  const orv_test::TimeLimit limit(std::chrono::seconds(120));
   std::array<BusyListener, kThreads> listeners;
   const auto work = [&](int number) {
     IDictionary& dictionary = choose(number);
@@ -105,7 +103,6 @@ class SlowListener final : public IDictionaryListener {
 };
 
 TEST(ListenerThreads, ARemovalWaitsForTheCallOnAnotherThread) {
-  const orv_test::TimeLimit limit(std::chrono::seconds(60));
   CDictionary dictionary;
   SlowListener slow;
   dictionary.AddListener(&slow, nullptr);
@@ -122,7 +119,6 @@ TEST(ListenerThreads, ARemovalWaitsForTheCallOnAnotherThread) {
 }
 
 TEST(ListenerThreads, ARemovalDoesNotWaitForTheCallOfAnotherListener) {
-  const orv_test::TimeLimit limit(std::chrono::seconds(60));
   CDictionary dictionary;
   SlowListener slow;
   BusyListener other;
@@ -155,7 +151,6 @@ class CrossRemover final : public IDictionaryListener {
 };
 
 TEST(ListenerThreads, ListenersThatRemoveEachOtherDoNotWaitForEachOther) {
-  const orv_test::TimeLimit limit(std::chrono::seconds(60));
   CDictionary one;
   CDictionary two;
   std::atomic<int> within = 0;
@@ -175,7 +170,6 @@ TEST(ListenerThreads, ListenersThatRemoveEachOtherDoNotWaitForEachOther) {
 }
 
 TEST(ListenerThreads, AChangeDuringANotificationIsNotTold) {
-  const orv_test::TimeLimit limit(std::chrono::seconds(60));
   CDictionary dictionary;
   SlowListener slow;
   BusyListener counter;

@@ -1,7 +1,6 @@
 // Values by their text forms: set, and set only if they are still what they were.
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <string>
 #include <thread>
 #include <vector>
@@ -10,7 +9,6 @@
 #include "OrvWorkFlow/IDictionaryListener.h"
 #include "dictionary/object/DictionaryObject.h"
 #include "tests/support/MarshalledTexts.h"
-#include "tests/support/TimeLimit.h"
 
 namespace OrvWorkFlow::Core::Dictionary::DictionaryTesting {
 namespace {
@@ -123,7 +121,6 @@ TEST(ValueTexts, AreSetOnlyIfTheValueIsTheExpectedOne) {
 
 // Each thread reads, adds one and writes what is still current: no addition may be lost.
 TEST(ValueTexts, ThatAreComparedLoseNoChange) {
-  const orv_test::TimeLimit limit(std::chrono::seconds(60));
   constexpr int kThreads = 4;
   constexpr int kRounds = 500;
   CDictionary dictionary;

@@ -1,7 +1,6 @@
 // What the tests of asynchronous operations share.
 #pragma once
 
-#include <chrono>
 #include <condition_variable>
 #include <functional>
 #include <mutex>
@@ -10,7 +9,6 @@
 #include <vector>
 
 #include "tests/filesystem/FileSystemTesting.h"
-#include "tests/support/TimeLimit.h"
 
 namespace OrvWorkFlow::Core::FileSystem::AsyncTesting {
 
@@ -116,7 +114,6 @@ class Asynchronous : public orv_test::FileSystemTest<Char> {
     return face->DeleteDirectoryAsync(missing_.c_str(), listener);
   }
 
-  orv_test::TimeLimit limit_{std::chrono::seconds(120)};
   std::basic_string<Char> tree_;
   std::basic_string<Char> missing_ = this->At("missing");
 };

@@ -4,7 +4,6 @@
 
 #include "tests/filesystem/FileSystemTesting.h"
 #include "tests/support/ForkAlone_posix.h"
-#include "tests/support/TimeLimit.h"
 
 namespace OrvWorkFlow::Core::FileSystem {
 namespace {
@@ -32,7 +31,6 @@ TEST(EditProcesses, WhatAnsweredTrueIsInTheFile) {
   const pid_t child = orv_test::ForkAlone();
   ASSERT_GE(child, 0);
   if (child == 0) ::_exit(EditOften(path));
-  const orv_test::TimeLimit limit(std::chrono::seconds(120));
   const int own = EditOften(path);
   int status = 0;
   ASSERT_EQ(::waitpid(child, &status, 0), child);

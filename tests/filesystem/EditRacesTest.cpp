@@ -3,7 +3,6 @@
 #include <thread>
 
 #include "tests/filesystem/FileSystemTesting.h"
-#include "tests/support/TimeLimit.h"
 
 namespace OrvWorkFlow::Core::FileSystem {
 namespace {
@@ -30,7 +29,6 @@ class EditRaces : public orv_test::FileSystemTest<Char> {
   int Records() { return static_cast<int>(this->Content("a").size() / sizeof(Char)); }
 
   using TestFixture = orv_test::FileSystemTest<Char>;
-  orv_test::TimeLimit limit_{std::chrono::seconds(120)};
   typename TestFixture::String text_{this->T("x")};
 };
 TYPED_TEST_SUITE(EditRaces, orv_test::Widths);

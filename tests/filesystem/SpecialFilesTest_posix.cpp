@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include "tests/filesystem/FileSystemTesting.h"
-#include "tests/support/TimeLimit.h"
 
 namespace OrvWorkFlow::Core::FileSystem {
 namespace {
@@ -38,8 +37,6 @@ class SpecialFiles : public orv_test::FileSystemTest<Char> {
     }
     return {"device", "pipe", "socket"};
   }
-
-  orv_test::TimeLimit limit_{std::chrono::seconds(60)};
 };
 TYPED_TEST_SUITE(SpecialFiles, orv_test::Widths);
 

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <chrono>
 #include <functional>
 #include <stdexcept>
 #include <string>
@@ -12,7 +11,6 @@
 #include <vector>
 
 #include "tests/support/MarshalledTexts.h"
-#include "tests/support/TimeLimit.h"
 
 namespace OrvWorkFlow {
 
@@ -71,7 +69,6 @@ class HostAppTest : public ::testing::Test {
   Receiver receiver_;
 
  private:
-  TimeLimit limit_{std::chrono::seconds(60)};
 };
 
 TEST_F(HostAppTest, AnswersTheBaseProtocol) {

@@ -17,7 +17,6 @@
 #include "base/dictionary/DictionaryReading.h"
 #include "tests/support/SourceFolder.h"
 #include "tests/support/TempDirectory.h"
-#include "tests/support/TimeLimit.h"
 
 namespace orv_test {
 namespace {
@@ -92,7 +91,6 @@ class WorkflowHostTest : public ::testing::Test {
 
   bool HasFile(const std::string& name) const { return std::filesystem::exists(directory_.path() / name); }
 
-  TimeLimit limit_{std::chrono::seconds(240)};
   TempDirectory directory_;
   bool continued_ = false;
 };

@@ -15,7 +15,6 @@
 #include "tests/library/RawTable.h"
 #include "tests/support/MarshalledTexts.h"
 #include "tests/support/TempDirectory.h"
-#include "tests/support/TimeLimit.h"
 
 namespace OrvWorkFlow {
 namespace {
@@ -123,7 +122,6 @@ class FileSystemTable : public ::testing::Test {
     return CallSlot<Result>(face_, 16 + place, arguments...);
   }
 
-  orv_test::TimeLimit limit_{std::chrono::seconds(60)};
   orv_test::TempDirectory directory_;
   void* library_ = nullptr;
   Face* face_ = nullptr;

@@ -13,7 +13,6 @@
 
 #include "monitor/RequestRules.h"
 #include "tests/monitor/LoopbackClient.h"
-#include "tests/support/TimeLimit.h"
 
 namespace orv_test {
 namespace {
@@ -265,7 +264,6 @@ TEST_F(MonitorServerTest, SeveralRequestsShareAConnection) {
 }
 
 TEST_F(MonitorServerTest, WhoeverIsSlowIsLeft) {
-  const TimeLimit limit(std::chrono::seconds(60));
   Begin({200, 400, 200});
   LoopbackClient silent(port());
   LoopbackClient slow(port());
@@ -278,7 +276,6 @@ TEST_F(MonitorServerTest, WhoeverIsSlowIsLeft) {
 }
 
 TEST_F(MonitorServerTest, TooManyConnectionsAreClosed) {
-  const TimeLimit limit(std::chrono::seconds(60));
   Begin({20'000, 20'000, 200});
   std::vector<std::unique_ptr<LoopbackClient>> kept;
   for (std::size_t i = 0; i < Monitor::MonitorServer::kMostConnections; ++i) {
@@ -294,7 +291,6 @@ TEST_F(MonitorServerTest, TooManyConnectionsAreClosed) {
 }
 
 TEST_F(MonitorServerTest, ATabIsToldEverythingAndThenWhatChanges) {
-  const TimeLimit limit(std::chrono::seconds(60));
   const std::unique_ptr<LoopbackClient> tab = OpenTab();
   EXPECT_EQ(tab->Read("whole"), "\x81\x05whole");
   EXPECT_EQ(tab->Read("some"), "\x81\x04some");
@@ -315,7 +311,6 @@ TEST_F(MonitorServerTest, TabsNeedWhatPagesNeed) {
 }
 
 TEST_F(MonitorServerTest, TooManyTabsAreRefused) {
-  const TimeLimit limit(std::chrono::seconds(60));
   std::vector<std::unique_ptr<LoopbackClient>> tabs;
   for (std::size_t i = 0; i < Monitor::MonitorServer::kMostTabs; ++i) tabs.push_back(OpenTab());
   EXPECT_EQ(SendRequest(port(), Handshake(Cookie())).status, 503);
@@ -324,7 +319,6 @@ TEST_F(MonitorServerTest, TooManyTabsAreRefused) {
 
 // A frame that is too long, one that is not masked, one of no known kind, one that says something, and no frame.
 TEST_F(MonitorServerTest, FramesOutsideOfTheRulesEndTheTabAlone) {
-  const TimeLimit limit(std::chrono::seconds(60));
   using namespace std::string_literals;
   const std::unique_ptr<LoopbackClient> good = OpenTab();
   for (const std::string& frame :
@@ -343,7 +337,6 @@ TEST_F(MonitorServerTest, FramesOutsideOfTheRulesEndTheTabAlone) {
 
 // The server goes on with the others, keeps no pile for the slow one, and does not wait for it at the end.
 TEST_F(MonitorServerTest, ATabThatReadsNothingDelaysNobody) {
-  const TimeLimit limit(std::chrono::seconds(60));
   run_.size = 4'000'000;
   const std::unique_ptr<LoopbackClient> slow = OpenTab();
   const int before = run_.updates;

@@ -15,7 +15,6 @@
 #include "tests/fakes/RecordingLogger.h"
 #include "tests/support/MarshalledTexts.h"
 #include "tests/support/TempDirectory.h"
-#include "tests/support/TimeLimit.h"
 
 namespace {
 
@@ -184,7 +183,6 @@ TEST_F(LoggerTest, IsNotMadeForWhatCannotBeWritten) {
 }
 
 TEST_F(LoggerTest, LinesOfManyThreadsAreWholeAndInTheOrderOfEach) {
-  const TimeLimit limit(std::chrono::seconds(60));
   std::vector<std::thread> threads;
   for (int t = 0; t < 4; ++t) {
     threads.emplace_back([this, t] {
@@ -211,7 +209,6 @@ TEST_F(LoggerTest, LinesOfManyThreadsAreWholeAndInTheOrderOfEach) {
 }
 
 TEST(RecordingLogger, RemembersFormattedLinesWithTheirThreads) {
-  const TimeLimit limit(std::chrono::seconds(60));
   RecordingLogger recorder;
   ILogger& logger = recorder;
   logger.SetDefaultCategory("/default");

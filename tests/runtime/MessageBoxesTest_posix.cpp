@@ -2,14 +2,12 @@
 #include <gtest/gtest.h>
 
 #include "OrvWorkFlow/MessageBoxes.h"
-#include "tests/support/TimeLimit.h"
 
 namespace {
 
 using namespace OrvWorkFlow;
 
 TEST(DefaultMessageBox, IsWrittenToStandardErrorAndWaitsForNobodyWhenItIsNoTerminal) {
-  const orv_test::TimeLimit limit(std::chrono::seconds(20));
   const MessageBoxRoute previous = SetMessageBoxRoute({});
   testing::internal::CaptureStderr();
   ShowMessageBox("The text.", "Workflowengine");

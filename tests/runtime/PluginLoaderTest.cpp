@@ -13,7 +13,6 @@
 #include "OrvWorkFlow/WorkFlowFactory.h"
 #include "tests/support/MarshalledTexts.h"
 #include "tests/support/TempDirectory.h"
-#include "tests/support/TimeLimit.h"
 
 namespace {
 
@@ -215,7 +214,6 @@ TEST_F(PluginLoaderTest, WhatAPlugInThrowsIsCaughtHere) {
 }
 
 TEST_F(PluginLoaderTest, ManyThreadsLoadAtOnce) {
-  const TimeLimit limit(std::chrono::seconds(60));
   for (int round = 0; round < 5; ++round) {
     std::atomic<int> failures{0};
     std::atomic<int> usable_too_early{0};

@@ -9,7 +9,6 @@
 
 #include "OrvWorkFlow/OrvBase.h"
 #include "tests/fakes/FakeClock.h"
-#include "tests/support/TimeLimit.h"
 
 namespace {
 
@@ -46,7 +45,6 @@ TEST(RuntimeMutex, IsFreeAfterAsManyUnlocksAsLocks) {
 }
 
 TEST(RuntimeMutex, LetsOneThreadInAtATime) {
-  const TimeLimit limit(std::chrono::seconds(60));
   Mutex* const mutex = Mutex::GetNewMutex();
   long count = 0;
   std::vector<std::thread> threads;
@@ -68,7 +66,6 @@ TEST(RuntimeMutex, LetsOneThreadInAtATime) {
 
 // Longer than a waiting thread stays awake for it.
 TEST(RuntimeMutex, IsWaitedForHoweverLongItIsHeld) {
-  const TimeLimit limit(std::chrono::seconds(60));
   Mutex* const mutex = Mutex::GetNewMutex();
   ASSERT_NE(mutex, nullptr);
   mutex->Lock();
@@ -106,7 +103,6 @@ TEST(RuntimeEvent, IsResetAtFirstAndStaysSetUntilReset) {
 }
 
 TEST(RuntimeEvent, WaitsForItsWholeTimeAndNoLonger) {
-  const TimeLimit limit(std::chrono::seconds(60));
   Event* const event = Event::GetNewEvent();
   const Clock::time_point begin = Clock::now();
   EXPECT_FALSE(event->Wait(50));
@@ -115,7 +111,6 @@ TEST(RuntimeEvent, WaitsForItsWholeTimeAndNoLonger) {
 }
 
 TEST(RuntimeEvent, WakesAllThatWait) {
-  const TimeLimit limit(std::chrono::seconds(60));
   Event* const event = Event::GetNewEvent();
   bool woken[3] = {};
   std::vector<std::thread> threads;
@@ -133,7 +128,6 @@ TEST(RuntimeEvent, WakesAllThatWait) {
 }
 
 TEST(RuntimeEvent, MayBeReleasedByTheThreadThatItWoke) {
-  const TimeLimit limit(std::chrono::seconds(60));
   for (int i = 0; i < 200; ++i) {
     Event* const event = Event::GetNewEvent();
     std::thread setter([event] { event->Set(); });
@@ -167,7 +161,6 @@ TEST(SleepMilliseconds, PausesReally) {
 }
 
 TEST(FakeClock, CountsPausesInsteadOfMakingThem) {
-  const TimeLimit limit(std::chrono::seconds(60));
   {
     FakeClock clock;
     unsigned hooked = 0;

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <chrono>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -10,7 +9,6 @@
 
 #include "OrvWorkFlow/OrvBase.h"
 #include "tests/support/MarshalledTexts.h"
-#include "tests/support/TimeLimit.h"
 
 namespace {
 
@@ -67,7 +65,6 @@ class EventCollector {
 
 class ThreadTest : public ::testing::Test {
  private:
-  TimeLimit limit_{std::chrono::seconds(60)};
 };
 
 TEST_F(ThreadTest, EventsPostedBeforeTheStartAreThereInOrder) {

@@ -12,7 +12,6 @@
 
 #include "tests/runtime/TestObjects.h"
 #include "tests/support/MarshalledTexts.h"
-#include "tests/support/TimeLimit.h"
 
 namespace {
 
@@ -234,7 +233,6 @@ class NestingCreator final : public IFactoryObjectCreator {
 };
 
 TEST_F(WorkFlowFactoryTest, NoLockIsHeldWhileCreatorsAndObjectsRun) {
-  const TimeLimit limit(std::chrono::seconds(20));
   NestingCreator creator;
   const WorkFlowFactory registration(&creator);
   EXPECT_NE(WorkFlowFactory::CreateNewObject("Nesting"), nullptr);
@@ -243,7 +241,6 @@ TEST_F(WorkFlowFactoryTest, NoLockIsHeldWhileCreatorsAndObjectsRun) {
 }
 
 TEST_F(WorkFlowFactoryTest, ManyThreadsRegisterAndLookAtOnce) {
-  const TimeLimit limit(std::chrono::seconds(60));
   std::atomic<int> missing{0};
   std::vector<std::thread> threads;
   for (int t = 0; t < 4; ++t) {
@@ -269,7 +266,6 @@ TEST_F(WorkFlowFactoryTest, ManyThreadsRegisterAndLookAtOnce) {
 }
 
 TEST_F(WorkFlowFactoryTest, AGlobalObjectIsOneForManyThreads) {
-  const TimeLimit limit(std::chrono::seconds(60));
   struct QuietCreator final : IFactoryObjectCreator {
     bool GetObjectName(IOrvPString* name) override { return name->Assign("One", 3); }
     bool GetVersion(IOrvPString* /*version*/) override { return false; }

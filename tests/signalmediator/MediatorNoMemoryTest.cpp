@@ -1,10 +1,8 @@
 // Each allocation of the mediator's operations fails in turn, once: what could not be read is never taken for nothing,
 // and a signal that is lost is a failure.
-#include <chrono>
 
 #include "tests/signalmediator/RoutingFixture.h"
 #include "tests/support/FailingMemory.h"
-#include "tests/support/TimeLimit.h"
 
 namespace orv_test {
 namespace {
@@ -53,8 +51,6 @@ class NoMemoryTest : public RoutingTest {
       return fired;
     });
   }
-
-  const TimeLimit limit{std::chrono::seconds(300)};
 };
 
 TEST_F(NoMemoryTest, ALoadIsCompleteOrFailsAndCanBeTriedAgain) {

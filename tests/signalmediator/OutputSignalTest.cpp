@@ -1,10 +1,8 @@
 // The road of an output signal from a node to the engine.
-#include <chrono>
 #include <thread>
 
 #include "CoreObjects/MediatorLockDepth.h"
 #include "tests/signalmediator/RoutingFixture.h"
-#include "tests/support/TimeLimit.h"
 
 namespace orv_test {
 namespace {
@@ -65,7 +63,6 @@ TEST_F(OutputSignalTest, ANodeThatIsNotInTheListIsAskedForItsNames) {
 
 // The outgoing path waits for nobody: another thread fires while the access lock is held by a delivery.
 TEST_F(OutputSignalTest, AnOutputSignalOfAnotherThreadDoesNotNeedTheAccessLock) {
-  const TimeLimit limit(std::chrono::seconds(60));
   AddEngine();
   stage_.ScriptOf("a1").on_signal = [](ScriptedWorkNode& node, const std::string&) {
     std::thread([&node] {

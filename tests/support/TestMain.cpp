@@ -1,9 +1,10 @@
-// The `main` of every test program: no test may wait for a message box.
+// The `main` of every test program: no test may wait for a message box, or hang.
 #include <gtest/gtest.h>
 
 #include <cstdio>
 
 #include "OrvWorkFlow/MessageBoxes.h"
+#include "tests/support/CaseLimit.h"
 
 namespace {
 
@@ -16,5 +17,6 @@ void FailOnBox(const char* text, const char* caption, void* /*context*/) {
 int main(int argc, char** argv) {
   ::testing::InitGoogleTest(&argc, argv);
   OrvWorkFlow::SetMessageBoxRoute({&FailOnBox, nullptr});
+  orv_test::WatchCases();
   return RUN_ALL_TESTS();
 }

@@ -2,7 +2,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
@@ -12,7 +11,6 @@
 
 #include "CoreObjects/Marshalled.h"
 #include "OrvWorkFlow/WorkFlowFactory.h"
-#include "tests/support/TimeLimit.h"
 #include "tests/utilitystore/UtilityStoreFixture.h"
 #include "utilitystore/UtilityStoreObject.h"
 
@@ -250,7 +248,6 @@ TEST_F(UtilityStoreTest, ACreatorMayComeBackToTheStoreAndAddToIt) {
 
 // Two threads that make objects of one name at the same moment do not see each other's request as a cycle.
 TEST_F(UtilityStoreTest, TwoThreadsGetTheSameNameAtOnce) {
-  const orv_test::TimeLimit limit(std::chrono::seconds(60));
   std::mutex mutex;
   std::condition_variable changed;
   int inside = 0;

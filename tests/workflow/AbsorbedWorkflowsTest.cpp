@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <chrono>
 #include <map>
 #include <mutex>
 #include <string>
@@ -12,7 +11,6 @@
 #include "OrvWorkFlow/WorkFlowFactory.h"
 #include "tests/support/MarshalledTexts.h"
 #include "tests/support/TempDirectory.h"
-#include "tests/support/TimeLimit.h"
 #include "tests/workflow/Actor.h"
 #include "tests/workflow/Workbench.h"
 
@@ -68,7 +66,6 @@ class AbsorbedWorkflowsTest : public ::testing::TestWithParam<Host> {
     return bench.dictionary().GetValue(("/WorkFlowEngine/AbsorbTree/" + path).c_str(), name.out()) ? name.str() : "-";
   }
 
-  const TimeLimit limit{std::chrono::seconds(120)};
   TempDirectory directory;
   Workbench bench{GetParam(), Log::kNone};
 };

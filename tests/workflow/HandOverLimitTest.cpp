@@ -2,14 +2,12 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <chrono>
 #include <functional>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "tests/support/TempDirectory.h"
-#include "tests/support/TimeLimit.h"
 #include "tests/workflow/Actor.h"
 #include "tests/workflow/Workbench.h"
 
@@ -46,7 +44,6 @@ class HandOverLimitTest : public ::testing::Test {
     WaitFor([&] { return WithTheHost() == count && !State().firing; });
   }
 
-  const TimeLimit limit{std::chrono::seconds(120)};
   Workbench bench{Host::kWithGuiThread, Log::kNone};
 };
 

@@ -1,12 +1,10 @@
 // Keys do not stay in memory that engine, mediator and dictionary give back.
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <string>
 
 #include "tests/support/SearchedMemory_posix.h"
 #include "tests/support/TempDirectory.h"
-#include "tests/support/TimeLimit.h"
 #include "tests/workflow/Actor.h"
 #include "tests/workflow/Workbench.h"
 
@@ -26,7 +24,6 @@ TEST(KeyWipingTest, ThisTestSeesACopyThatStays) {
 
 // The key is set, replaced, used by load, save and absorb, and goes with the objects.
 TEST(KeyWipingTest, EngineAndMediatorWipeTheirCopies) {
-  const TimeLimit limit(std::chrono::seconds(120));
   const TempDirectory directory;
   const std::string state = directory.file("state.xml");
   EXPECT_EQ(BlocksWithKey([&] {
@@ -44,7 +41,6 @@ TEST(KeyWipingTest, EngineAndMediatorWipeTheirCopies) {
 
 // The dictionary that the key is read from keeps it; nobody else does.
 TEST(KeyWipingTest, AWorkflowsKeyGoesWithTheNodesThatWereGivenIt) {
-  const TimeLimit limit(std::chrono::seconds(120));
   Workbench bench(Host::kNone, Log::kNone);
   bench.AddNode("Actor", "A", "GoodPlugin");
   bench.dictionary().SetValue("/WorkFlowEngine/WorkNodes/Actor/Instances/A/wfName", "Flow");

@@ -3,12 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <chrono>
 #include <string>
 #include <thread>
 
 #include "tests/fakes/FakeClock.h"
-#include "tests/support/TimeLimit.h"
 #include "tests/workflow/Actor.h"
 #include "tests/workflow/Workbench.h"
 
@@ -46,7 +44,6 @@ class LockOrdersTest : public ::testing::TestWithParam<Order> {
     if (actor.Fire("told") || bench.engine().OutputSignal("Actor", "Beside", "told")) ++told;
   }
 
-  const TimeLimit limit{std::chrono::seconds(120)};
   const FakeClock clock;
   Workbench bench{Host::kNone, Log::kNone};
   std::atomic<int> told = 0;

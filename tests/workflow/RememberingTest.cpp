@@ -17,7 +17,6 @@
 #include "tests/fakes/ForwardingDictionary.h"
 #include "tests/fakes/MessageBoxRecorder.h"
 #include "tests/support/MarshalledTexts.h"
-#include "tests/support/TimeLimit.h"
 #include "tests/workflow/Actor.h"
 #include "tests/workflow/RandomWrites.h"
 #include "tests/workflow/Workbench.h"
@@ -135,7 +134,6 @@ Course Play(std::uint32_t seed, Host host, Memory memory) {
 class RememberingTest : public ::testing::TestWithParam<Host> {
  protected:
   ~RememberingTest() override { Actor::ThePlay() = nullptr; }
-  const TimeLimit limit{std::chrono::seconds(600)};
 };
 
 TEST_P(RememberingTest, IsNotSeenWhateverNodesWrite) {

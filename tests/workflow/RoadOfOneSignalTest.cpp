@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "tests/fakes/MessageBoxRecorder.h"
-#include "tests/support/TimeLimit.h"
 #include "tests/workflow/Actor.h"
 #include "tests/workflow/Workbench.h"
 
@@ -269,7 +268,6 @@ constexpr int kSignals = 1000000;
 #endif
 
 TEST(RoadOfOneSignalTest, TheLibraryGoesWhileThePumpRuns) {
-  const orv_test::TimeLimit limit(std::chrono::seconds(120));
   std::atomic<int> played = 0;
   {
     Workbench bench(Host::kNone, Log::kNone);

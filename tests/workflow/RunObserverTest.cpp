@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <chrono>
 #include <condition_variable>
 #include <map>
 #include <mutex>
@@ -18,7 +17,6 @@
 #include "tests/fakes/MessageBoxRecorder.h"
 #include "tests/fakes/RecordingObserver.h"
 #include "tests/support/TempDirectory.h"
-#include "tests/support/TimeLimit.h"
 #include "tests/workflow/Actor.h"
 #include "tests/workflow/Workbench.h"
 
@@ -54,7 +52,6 @@ class RunObserverTest : public ::testing::TestWithParam<Host> {
     return lines;
   }
 
-  const TimeLimit limit{std::chrono::seconds(120)};
   RecordingObserver observer;
   MessageBoxRecorder boxes;
   Workbench bench{GetParam(), Log::kNone};

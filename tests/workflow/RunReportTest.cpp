@@ -11,7 +11,6 @@
 
 #include "OrvWorkFlow/IRunReport.h"
 #include "tests/fakes/RecordingObserver.h"
-#include "tests/support/TimeLimit.h"
 #include "tests/workflow/Actor.h"
 #include "tests/workflow/Workbench.h"
 
@@ -74,7 +73,6 @@ class RunReportTest : public ::testing::TestWithParam<Host> {
     ASSERT_TRUE(bench.engine().StartFlowing());
   }
 
-  const TimeLimit limit{std::chrono::seconds(120)};
   RecordingObserver observer;
   Workbench bench{GetParam(), Log::kNone};
 };

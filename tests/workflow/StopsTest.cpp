@@ -4,14 +4,12 @@
 
 #include <algorithm>
 #include <atomic>
-#include <chrono>
 #include <string>
 #include <thread>
 
 #include "OrvWorkFlow/OrvBase.h"
 #include "OrvWorkFlow/WorkFlowFactory.h"
 #include "OrvWorkFlow/sdk/ObjectProtocol.h"
-#include "tests/support/TimeLimit.h"
 #include "tests/workflow/Actor.h"
 #include "tests/workflow/Workbench.h"
 
@@ -64,8 +62,6 @@ class StopsTest : public ::testing::TestWithParam<Host> {
     EXPECT_EQ(bench.statistics().sent, bench.statistics().finished);
     EXPECT_EQ(bench.statistics().finished, static_cast<std::uint32_t>(played));
   }
-
-  const TimeLimit limit{std::chrono::seconds(120)};
 };
 
 TEST_P(StopsTest, FromWithinASignal) {
@@ -143,7 +139,6 @@ class MoodyHost final : public OrvWorkFlow::Sdk::ObjectProtocol<MoodyHost, OrvWo
 };
 
 TEST(HostsTest, WhatAHostRefusesOrThrowsAtIsNotWaitedFor) {
-  const TimeLimit limit(std::chrono::seconds(120));
   constexpr int kSignals = 400;
   OrvWorkFlow::Host::HostApp* const inner = OrvWorkFlow::Host::HostApp::New();
   MoodyHost host(*inner);
@@ -173,7 +168,6 @@ TEST(HostsTest, WhatAHostRefusesOrThrowsAtIsNotWaitedFor) {
 }
 
 TEST(HostsTest, AHostThatGoesAwayDeliversWhatItHasAndTheStopComesToItsEnd) {
-  const TimeLimit limit(std::chrono::seconds(120));
   Workbench bench(Host::kWithGuiThread, Log::kNone);
   bench.AddNode("Actor", "A", "GoodPlugin");
   bench.Map("Actor", "A", "out", "Actor,A,in");

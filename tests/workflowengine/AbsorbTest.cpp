@@ -11,7 +11,6 @@
 #include "tests/fakes/ForwardingDictionary.h"
 #include "tests/plugins/TestNode.h"
 #include "tests/support/TempDirectory.h"
-#include "tests/support/TimeLimit.h"
 #include "tests/workflowengine/EngineFixture.h"
 
 namespace orv_test {
@@ -65,7 +64,6 @@ class AbsorbTest : public EngineTest {
     return records;
   }
 
-  const TimeLimit limit{std::chrono::seconds(120)};
   TempDirectory directory;
   Owned<IFileSystemA> file_system =
       MakeObject<Core::FileSystem::CFileSystemObjectCreator, IFileSystemA>("IFileSystemA");

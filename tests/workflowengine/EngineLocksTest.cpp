@@ -3,7 +3,6 @@
 #include <chrono>
 #include <thread>
 
-#include "tests/support/TimeLimit.h"
 #include "tests/workflowengine/EngineStateFixture.h"
 
 namespace orv_test {
@@ -24,8 +23,6 @@ class EngineLocksTest : public EngineStateTest {
     std::thread([&] { answer = Engine().OutputSignal("T", "i", "done"); }).join();
     return answer;
   }
-
-  const TimeLimit limit{60s};
 };
 
 // A signal that fails must not keep the mutex: the next one of another thread would wait for ever.

@@ -1,13 +1,11 @@
 // Each allocation of the engine's operations fails in turn, once: what could not be read or queued is never taken for
 // nothing.
-#include <chrono>
 #include <filesystem>
 #include <thread>
 
 #include "CoreObjects/MediatorLockDepth.h"
 #include "OrvWorkFlow/IRunObserver.h"
 #include "tests/support/FailingMemory.h"
-#include "tests/support/TimeLimit.h"
 #include "tests/workflowengine/EngineStateFixture.h"
 
 namespace orv_test {
@@ -66,7 +64,6 @@ class NoMemoryTest : public EngineStateTest {
     EXPECT_GT(n, 1U);
   }
 
-  const TimeLimit limit{std::chrono::seconds(300)};
   std::string state;
 };
 

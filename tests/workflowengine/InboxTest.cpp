@@ -1,10 +1,8 @@
 // Signals of threads that must not wait for the pump: they are mapped by the next owner of the engine's mutex, first of
 // all and in their order.
-#include <chrono>
 #include <thread>
 
 #include "CoreObjects/MediatorLockDepth.h"
-#include "tests/support/TimeLimit.h"
 #include "tests/workflowengine/EngineStateFixture.h"
 
 namespace orv_test {
@@ -37,8 +35,6 @@ class InboxTest : public EngineStateTest {
     EXPECT_TRUE(mediator.WaitForFired(count));
     EXPECT_TRUE(Engine().StopFlowing());
   }
-
-  const TimeLimit limit{std::chrono::seconds(120)};
 };
 
 TEST_F(InboxTest, ComesBeforeASignalThatIsFiredLater) {

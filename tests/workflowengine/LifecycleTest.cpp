@@ -5,7 +5,6 @@
 #include <thread>
 
 #include "CoreObjects/MediatorLockDepth.h"
-#include "tests/support/TimeLimit.h"
 #include "tests/workflowengine/EngineFixture.h"
 
 namespace orv_test {
@@ -30,8 +29,6 @@ class LifecycleTest : public EngineTest {
     }
     return false;
   }
-
-  TimeLimit limit{120s};
 };
 
 TEST_F(LifecycleTest, TheStartSignalIsQueuedOnceASetting) {

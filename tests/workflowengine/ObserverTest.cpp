@@ -1,11 +1,9 @@
 // What the engine tells the observer of a run, where a whole workflow hardly gets: loads, the inbox, failures.
-#include <chrono>
 #include <thread>
 
 #include "CoreObjects/MediatorLockDepth.h"
 #include "CoreObjects/SignalsOfThread.h"
 #include "tests/fakes/RecordingObserver.h"
-#include "tests/support/TimeLimit.h"
 #include "tests/workflowengine/EngineStateFixture.h"
 
 namespace orv_test {
@@ -20,7 +18,6 @@ class ObserverTest : public EngineStateTest {
  protected:
   ObserverTest() { EXPECT_TRUE(Engine().SetRunObserver(&observer)); }
 
-  const TimeLimit limit{std::chrono::seconds(60)};
   RecordingObserver observer;
 };
 

@@ -167,7 +167,7 @@ TEST_F(RecoveryTest, ARecordThatBeganAnewHoldsTheRestOfTheRun) {
   WriteTallies(kLimit, false, true);
   std::uintmax_t largest = 0;
   {
-    ChildProcess process(ORVFLOW_PROGRAM, {"run", Flow(), "--checkpoint=1", "--set", "/Counting/Ballast:int=262144"});
+    ChildProcess process(ORVFLOW_PROGRAM, {"run", Flow(), "--checkpoint=3600", "--set", "/Counting/Ballast:int=262144"});
     bool has_shrunk = false;
     for (int i = 0; i < 60000 && !has_shrunk; ++i) {
       std::this_thread::sleep_for(std::chrono::milliseconds(1));

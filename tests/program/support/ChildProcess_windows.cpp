@@ -5,7 +5,11 @@
 #define NOGDI
 #include <windows.h>
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
+#include <chrono>
+#include <future>
 #include <stdexcept>
 
 #include "tests/program/support/ChildProcess.h"
@@ -35,16 +39,30 @@ class InheritedFile {
   HANDLE handle_;
 };
 
+constexpr DWORD kMinute = 60000;
+
+// False when the process is still there a minute later.
+bool End(HANDLE process) {
+  TerminateProcess(process, 1);
+  return WaitForSingleObject(process, kMinute) == WAIT_OBJECT_0;
+}
+
 // Lets the system's own routine for console events run in the process, as the console does: so the event comes to that
-// process alone, which needs no console. False where the system does not tell where its routine is.
+// process alone, which needs no console. False where the system does not tell where its routine is. A thread can only
+// be made with the help of the process: one that does not give it is ended.
 bool SendConsoleEvent(HANDLE process, DWORD event) {
   void* const routine = reinterpret_cast<void*>(GetProcAddress(GetModuleHandleA("kernelbase.dll"), "CtrlRoutine"));
   if (routine == nullptr) return false;
-  const HANDLE thread = CreateRemoteThread(process, nullptr, 0, reinterpret_cast<LPTHREAD_START_ROUTINE>(routine),
-                                           reinterpret_cast<void*>(static_cast<ULONG_PTR>(event)), 0, nullptr);
-  if (thread == nullptr) return false;
-  CloseHandle(thread);
-  return true;
+  std::future<HANDLE> thread = std::async(std::launch::async, [&] {
+    return CreateRemoteThread(process, nullptr, 0, reinterpret_cast<LPTHREAD_START_ROUTINE>(routine),
+                              reinterpret_cast<void*>(static_cast<ULONG_PTR>(event)), 0, nullptr);
+  });
+  const bool is_in_time = thread.wait_for(std::chrono::milliseconds(kMinute)) == std::future_status::ready;
+  if (!is_in_time) End(process);
+  const HANDLE handle = thread.get();
+  if (handle == nullptr) return false;
+  CloseHandle(handle);
+  return is_in_time;
 }
 
 // In quotes; backslashes before a quote are doubled, as the C library of the child undoes.
@@ -94,8 +112,7 @@ ChildProcess::ChildProcess(const std::string& program, const std::vector<std::st
 }
 
 ChildProcess::~ChildProcess() {
-  TerminateProcess(system_->process.hProcess, 1);
-  WaitForSingleObject(system_->process.hProcess, INFINITE);
+  if (!End(system_->process.hProcess)) ADD_FAILURE() << "a program cannot be ended";
   CloseHandle(system_->process.hThread);
   CloseHandle(system_->process.hProcess);
 }
@@ -113,10 +130,8 @@ std::vector<ChildProcess::Ending> ChildProcess::Endings() {
 }
 
 ProcessResult ChildProcess::Wait() {
-  static constexpr DWORD kMinute = 60000;
   if (WaitForSingleObject(system_->process.hProcess, kMinute) != WAIT_OBJECT_0) {
-    TerminateProcess(system_->process.hProcess, 1);
-    WaitForSingleObject(system_->process.hProcess, INFINITE);
+    if (!End(system_->process.hProcess)) throw std::runtime_error("a program that takes too long cannot be ended");
   }
   DWORD exit_code = 0;
   GetExitCodeProcess(system_->process.hProcess, &exit_code);
