@@ -25,7 +25,7 @@ ExitCode Execute(int argument_count, char** arguments) {
     if (words.size() == 1 && words.front() == kTrialArgument) ServeTrial();
     const ExitCode code = ExecuteCommandLine(std::move(words));
     if (IsStandardOutputWritten()) return code;
-    PrintErrorLine(kOutputLost);
+    PrintErrorLine(DescribeLostOutput());
     return code == ExitCode::Done ? ExitCode::Failed : code;
   } catch (const ProgramError& error) {
     PrintErrorLine(error.what());

@@ -1,5 +1,6 @@
 #include "orvflow/terminal/StandardStreams.h"
 
+#include <cerrno>
 #include <cstdio>
 
 #include "orvflow/terminal/Terminal.h"
@@ -7,6 +8,14 @@
 namespace OrvWorkFlow::Program {
 
 namespace {
+
+// As the call that failed first has found.
+bool g_has_no_reader = false;
+
+bool NoteFailure(bool succeeded) {
+  if (!succeeded && errno == EPIPE) g_has_no_reader = true;
+  return succeeded;
+}
 
 // A buffer of the stream's own would keep what was read or written.
 void Unbuffer(std::FILE* stream) { std::setvbuf(stream, nullptr, _IONBF, 0); }
@@ -44,12 +53,17 @@ SecretText ReadSecretInput() {
 void WriteStandardOutput(std::string_view bytes) {
   UseBinaryStreams();
   const bool is_written = bytes.empty() || std::fwrite(bytes.data(), 1, bytes.size(), stdout) == bytes.size();
-  if (!is_written || std::fflush(stdout) != 0) {
-    throw ProgramError(ExitCode::Failed, kOutputLost);
+  if (!NoteFailure(is_written && std::fflush(stdout) == 0)) {
+    throw ProgramError(ExitCode::Failed, DescribeLostOutput());
   }
 }
 
-bool IsStandardOutputWritten() { return std::fflush(stdout) == 0 && std::ferror(stdout) == 0; }
+bool IsStandardOutputWritten() { return NoteFailure(std::fflush(stdout) == 0) && std::ferror(stdout) == 0; }
+
+const char* DescribeLostOutput() {
+  return g_has_no_reader ? "nobody reads standard output any more; not all was written"
+                         : "standard output cannot be written; is the disk full?";
+}
 
 void WriteSecretOutput(const SecretText& bytes) {
   Unbuffer(stdout);

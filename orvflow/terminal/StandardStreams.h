@@ -25,7 +25,8 @@ void WriteStandardOutput(std::string_view bytes);
 
 // False when something that was written to standard output before, by whatever means, did not get there.
 bool IsStandardOutputWritten();
-constexpr char kOutputLost[] = "standard output cannot be written; is the disk full?";
+// What to say then: of a full disk, or of a reader that has ended (`orvflow history FILE | head`).
+const char* DescribeLostOutput();
 
 // The same without a copy that stays in memory. Nothing else may be read or written before.
 SecretText ReadSecretInput();

@@ -167,14 +167,14 @@ TEST_F(RecoveryTest, ARecordThatBeganAnewHoldsTheRestOfTheRun) {
   WriteTallies(kLimit, false, true);
   std::uintmax_t largest = 0;
   {
-    ChildProcess process(ORVFLOW_PROGRAM, {"run", Flow(), "--checkpoint=3600", "--set", "/Counting/Ballast:int=262144"});
+    ChildProcess process(ORVFLOW_PROGRAM, {"run", Flow(), "--checkpoint=1", "--set", "/Counting/Ballast:int=262144"});
     bool has_shrunk = false;
     for (int i = 0; i < 60000 && !has_shrunk; ++i) {
       std::this_thread::sleep_for(std::chrono::milliseconds(1));
       std::error_code error;
       const std::uintmax_t size = std::filesystem::file_size(Record(), error);
       if (error) continue;
-      has_shrunk = size < largest;
+      has_shrunk = size < largest / 2;  // Wine makes a file one byte longer than it is to be, and cuts that off.
       largest = std::max(largest, size);
     }
     ASSERT_TRUE(has_shrunk) << process.ErrorSoFar();

@@ -70,8 +70,16 @@ TEST_F(StreamsTest, WithoutAnyStreamAWorkflowRuns) {
 }
 
 TEST_F(StreamsTest, APipeThatNobodyReadsEndsNothing) {
-  const ProcessResult result = RunLine("{ \"$0\" inspect BackupNodes; echo $? >&2; } | true");
-  EXPECT_EQ(result.error, std::string(kOutputLost) + "1\n");
+  // The reader has ended before the first byte is written.
+  const ProcessResult result = RunLine("{ sleep 0.5; \"$0\" inspect BackupNodes; echo $? >&2; } | true");
+  EXPECT_EQ(result.error, "orvflow: nobody reads standard output any more; not all was written\n1\n");
+}
+
+TEST_F(StreamsTest, AReaderThatHasEnoughIsNoFullDisk) {
+  const ProcessResult result =
+      RunLine("head -c 1000000 /dev/zero | { \"$0\" base64 encode; echo $? >&2; } | head -c 1");
+  EXPECT_EQ(result.output, "A");
+  EXPECT_EQ(result.error, "orvflow: nobody reads standard output any more; not all was written\n1\n");
 }
 
 TEST_F(StreamsTest, EndlessInputHasALimit) {
