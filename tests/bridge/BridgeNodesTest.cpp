@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "OrvWorkFlow/WorkFlowFactory.h"
 #include "nodes/bridge/BridgeEnd.h"
 #include "nodes/bridge/BridgeLetter.h"
 #include "nodes/bridge/BridgeReceiver.h"

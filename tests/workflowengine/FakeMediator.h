@@ -1,4 +1,5 @@
-// A mediator that remembers what it was asked, in place of one that runs nodes.
+// A mediator that remembers what it was asked, in place of one that runs nodes. It refuses what the engine does not
+// call.
 #pragma once
 
 #include <atomic>
@@ -10,16 +11,13 @@
 #include <string>
 #include <vector>
 
-#include "OrvWorkFlow/ISignalMediator.h"
-#include "OrvWorkFlow/sdk/ObjectProtocol.h"
+#include "tests/fakes/RefusingMediator.h"
 
 namespace orv_test {
 
 // Any thread, hooks apart: set them before the engine runs. Lives on the stack of a test.
-class FakeMediator final : public OrvWorkFlow::Sdk::ObjectProtocol<FakeMediator, OrvWorkFlow::ISignalMediator> {
+class FakeMediator final : public RefusingMediator<FakeMediator> {
  public:
-  FakeMediator() : ObjectProtocol("SignalMediator", "ISignalMediator") {}
-
   // Called in FireInputSignal on the pump's thread, before the call is counted as done. May throw.
   std::function<void(const std::string& type, const std::string& instance, const std::string& signal)> on_fire;
   std::function<void()> on_reboot_signals;
@@ -73,24 +71,6 @@ class FakeMediator final : public OrvWorkFlow::Sdk::ObjectProtocol<FakeMediator,
   }
   void SetEncryptionKey(const char* key) override { keys.emplace_back(key); }
   void Release() override {}
-
-  // The rest is not the engine's to call.
-  bool ForwardOutputSignal(const char*, const char*, const char*) override { return false; }
-  bool AddLocalUtilityObject(const char*, const char*, const char*) override { return false; }
-  bool AddGlobalUtilityObject(const char*, const char*, const char*, const char*) override { return false; }
-  bool AddWorkNode(const char*, const char*, const char*) override { return false; }
-  bool AddWorkNodeInstance(const char*, const char*, const char*, const OrvWorkFlow::IOrvPStringList*,
-                           const char*) override {
-    return false;
-  }
-  bool DeleteAllUtilityObjectsAndWorknodesFromMemory() override { return false; }
-  bool LoadWorkNodesNow(bool) override { return false; }
-  bool GetStatistics(Statistics*) override { return false; }
-  bool SetRunObserver(OrvWorkFlow::IRunObserver*) override { return false; }
-  bool Report(OrvWorkFlow::IRunReport*) override { return false; }
-
-  bool DeleteWriteDirectory(const char*) override { return false; }
-  bool GetPerformedDelivery(PerformedDelivery*, OrvWorkFlow::IOrvPString*) override { return false; }
 
   // "type,instance,signal" of each input signal, in order.
   std::vector<std::string> Fired() const {
