@@ -7,7 +7,7 @@ namespace orv_test {
 namespace {
 
 TEST(CaseLimitTest, ACaseThatHangsIsNamedAndSoAreTheOnesBehindIt) {
-  const ProcessResult result = RunProcess(ORVFLOW_HANGING_CASES, {});
+  const ProcessResult result = RunProcess(ORVFLOW_HANGING_CASES, {"--gtest_filter=-HangingChild.*"});
   EXPECT_EQ(result.exit_code, 3);
   EXPECT_THAT(result.output, ::testing::HasSubstr("[       OK ] HangingCases.Ends ("));
   EXPECT_THAT(result.output, ::testing::HasSubstr("\n[  FAILED  ] HangingCases.Hangs ("));
@@ -23,7 +23,7 @@ TEST(CaseLimitTest, CasesThatAreNotAskedForAreNotListed) {
 }
 
 TEST(CaseLimitTest, WhatEndsInTimeIsLeftAlone) {
-  const ProcessResult result = RunProcess(ORVFLOW_HANGING_CASES, {"--gtest_filter=-*Hangs", "--gtest_repeat=2"});
+  const ProcessResult result = RunProcess(ORVFLOW_HANGING_CASES, {"--gtest_filter=-*Hang*.H*", "--gtest_repeat=2"});
   EXPECT_EQ(result.exit_code, 0);
   EXPECT_THAT(result.output, ::testing::HasSubstr("[  PASSED  ] 3 tests."));
 }

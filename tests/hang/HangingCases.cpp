@@ -18,10 +18,10 @@ TEST(HangingCases, Ends) { EXPECT_TRUE(kIsLimited); }
 TEST(HangingCases, Hangs) {
   std::mutex mutex;
   mutex.lock();
-  std::thread([] { std::exit(0); }).detach();
   std::atexit([] {
     for (;;) std::this_thread::sleep_for(std::chrono::hours(1));
   });
+  std::thread([] { std::exit(0); }).detach();
   std::thread([&mutex] { mutex.lock(); }).join();
 }
 
