@@ -4,6 +4,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <cerrno>
+
 #include "tests/tasks/TestSockets.h"
 
 namespace orv_test::TestSockets {
@@ -29,10 +31,15 @@ bool IsReady(Socket socket, std::chrono::milliseconds time) {
 
 Socket Listen(std::uint16_t& port) {
   const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  sockaddr_in address = AddressOf(0);
+  sockaddr_in address = AddressOf(port);
   socklen_t size = sizeof(address);
   void* const place = &address;
-  ::bind(socket, static_cast<sockaddr*>(place), size);
+  const int yes = 1;  // What was connected there before is of no account.
+  ::setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof(yes));
+  if (::bind(socket, static_cast<sockaddr*>(place), size) != 0) {
+    ::close(socket);
+    return kNone;
+  }
   ::listen(socket, 16);
   ::getsockname(socket, static_cast<sockaddr*>(place), &size);
   port = ntohs(address.sin_port);
@@ -64,5 +71,23 @@ std::size_t Send(Socket socket, const char* bytes, std::size_t size) {
 }
 
 void Close(Socket socket) { ::close(HandleOf(socket)); }
+
+std::vector<Socket> Ready(const std::vector<Socket>& sockets, std::chrono::milliseconds time) {
+  std::vector<pollfd> waited;
+  for (const Socket socket : sockets) waited.push_back({HandleOf(socket), POLLIN, 0});
+  ::poll(waited.data(), waited.size(), static_cast<int>(time.count()));
+  std::vector<Socket> ready;
+  for (const pollfd& one : waited) {
+    if (one.revents != 0) ready.push_back(one.fd);
+  }
+  return ready;
+}
+
+std::optional<std::size_t> SendNow(Socket socket, const char* bytes, std::size_t size) {
+  const ssize_t count = ::send(HandleOf(socket), bytes, size, MSG_NOSIGNAL | MSG_DONTWAIT);
+  if (count >= 0) return static_cast<std::size_t>(count);
+  if (errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR) return 0;
+  return std::nullopt;
+}
 
 }  // namespace orv_test::TestSockets

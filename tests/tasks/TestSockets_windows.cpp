@@ -17,13 +17,20 @@ namespace {
 
 SOCKET HandleOf(Socket socket) { return static_cast<SOCKET>(socket); }
 
+// A program that a test starts would hold it open.
+SOCKET WithoutHeirs(SOCKET socket) {
+  void* const handle = reinterpret_cast<void*>(socket);
+  ::SetHandleInformation(handle, HANDLE_FLAG_INHERIT, 0);
+  return socket;
+}
+
 SOCKET MakeSocket() {
   static std::once_flag once;
   std::call_once(once, [] {
     WSADATA data = {};
     WSAStartup(MAKEWORD(2, 2), &data);
   });
-  return ::socket(AF_INET, SOCK_STREAM, 0);
+  return WithoutHeirs(::socket(AF_INET, SOCK_STREAM, 0));
 }
 
 sockaddr_in AddressOf(std::uint16_t port) {
@@ -46,10 +53,16 @@ bool IsReady(Socket socket, std::chrono::milliseconds time) {
 
 Socket Listen(std::uint16_t& port) {
   const SOCKET socket = MakeSocket();
-  sockaddr_in address = AddressOf(0);
+  sockaddr_in address = AddressOf(port);
   int size = sizeof(address);
   void* const place = &address;
-  ::bind(socket, static_cast<sockaddr*>(place), size);
+  const BOOL yes = TRUE;  // What was connected there before is of no account.
+  const void* const value = &yes;
+  if (port != 0) ::setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, static_cast<const char*>(value), sizeof(yes));
+  if (::bind(socket, static_cast<sockaddr*>(place), size) != 0) {
+    ::closesocket(socket);
+    return kNone;
+  }
   ::listen(socket, 16);
   ::getsockname(socket, static_cast<sockaddr*>(place), &size);
   port = ntohs(address.sin_port);
@@ -68,7 +81,7 @@ Socket Connect(std::uint16_t port) {
 Socket Accept(Socket listening, std::chrono::milliseconds time) {
   if (!IsReady(listening, time)) return kNone;
   const SOCKET socket = ::accept(HandleOf(listening), nullptr, nullptr);
-  return socket == INVALID_SOCKET ? kNone : static_cast<Socket>(socket);
+  return socket == INVALID_SOCKET ? kNone : static_cast<Socket>(WithoutHeirs(socket));
 }
 
 std::size_t Receive(Socket socket, char* bytes, std::size_t size, std::chrono::milliseconds time) {
@@ -83,5 +96,29 @@ std::size_t Send(Socket socket, const char* bytes, std::size_t size) {
 }
 
 void Close(Socket socket) { ::closesocket(HandleOf(socket)); }
+
+std::vector<Socket> Ready(const std::vector<Socket>& sockets, std::chrono::milliseconds time) {
+  fd_set waited = {};
+  for (const Socket socket : sockets) {
+    if (waited.fd_count < FD_SETSIZE) waited.fd_array[waited.fd_count++] = HandleOf(socket);
+  }
+  timeval limit = {static_cast<long>(time.count() / 1000), static_cast<long>(time.count() % 1000 * 1000)};
+  std::vector<Socket> ready;
+  if (::select(0, &waited, nullptr, nullptr, &limit) <= 0) return ready;
+  for (unsigned i = 0; i < waited.fd_count; ++i) ready.push_back(static_cast<Socket>(waited.fd_array[i]));
+  return ready;
+}
+
+std::optional<std::size_t> SendNow(Socket socket, const char* bytes, std::size_t size) {
+  unsigned long waits_not = 1;
+  ::ioctlsocket(HandleOf(socket), static_cast<long>(FIONBIO), &waits_not);
+  const int count = ::send(HandleOf(socket), bytes, static_cast<int>(size), 0);
+  const int problem = count < 0 ? WSAGetLastError() : 0;
+  waits_not = 0;
+  ::ioctlsocket(HandleOf(socket), static_cast<long>(FIONBIO), &waits_not);
+  if (count >= 0) return static_cast<std::size_t>(count);
+  if (problem == WSAEWOULDBLOCK) return 0;
+  return std::nullopt;
+}
 
 }  // namespace orv_test::TestSockets

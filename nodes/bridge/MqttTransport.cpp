@@ -1,21 +1,17 @@
 // MQTT 5 by libmosquitto: frames are messages of quality 1, an address is a topic.
 #include <mosquitto.h>
 #include <mqtt_protocol.h>
-#include <netdb.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <deque>
 #include <stdexcept>
-#include <system_error>
 #include <thread>
 
 #include "nodes/bridge/BridgeFrames.h"
 #include "nodes/bridge/BridgeTransport.h"
+#include "nodes/bridge/Knock.h"
 
 namespace OrvWorkFlow::Nodes::Bridge {
 
@@ -33,48 +29,7 @@ constexpr std::size_t kMostCome = 4096;
 constexpr std::chrono::milliseconds kRetry{500};
 constexpr std::chrono::milliseconds kMostWait{50};
 
-std::string SystemText(int number) { return std::generic_category().message(number); }
-
-// Whether something listens there, found out without waiting: connecting by the library waits as long as the system
-// does.
-class Knock {
- public:
-  Knock() = default;
-  Knock(const Knock&) = delete;
-  Knock& operator=(const Knock&) = delete;
-  ~Knock() { Stop(); }
-
-  bool IsUnderWay() const { return socket_ >= 0; }
-  // Throws std::runtime_error for a host that is not known.
-  void Begin(const std::string& host, std::uint16_t port) {
-    addrinfo hints{};
-    hints.ai_socktype = SOCK_STREAM;
-    addrinfo* found = nullptr;
-    const int status = getaddrinfo(host.c_str(), std::to_string(port).c_str(), &hints, &found);
-    if (status != 0) throw std::runtime_error(gai_strerror(status));
-    socket_ = socket(found->ai_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-    if (socket_ >= 0) connect(socket_, found->ai_addr, found->ai_addrlen);
-    freeaddrinfo(found);
-    if (socket_ < 0) throw std::runtime_error(SystemText(errno));
-  }
-  // The error of the system, 0 for an open door, nothing as long as nobody has answered.
-  std::optional<int> Wait(std::chrono::milliseconds time) {
-    pollfd one{socket_, POLLOUT, 0};
-    if (poll(&one, 1, static_cast<int>(time.count())) <= 0) return std::nullopt;
-    int error = 0;
-    socklen_t size = sizeof(error);
-    getsockopt(socket_, SOL_SOCKET, SO_ERROR, &error, &size);
-    Stop();
-    return error;
-  }
-  void Stop() {
-    if (socket_ >= 0) close(socket_);
-    socket_ = -1;
-  }
-
- private:
-  int socket_ = -1;
-};
+std::string TextOf(int status) { return status == MOSQ_ERR_ERRNO ? SocketReason(errno) : mosquitto_strerror(status); }
 
 class MqttTransport final : public Transport {
  public:
@@ -93,7 +48,7 @@ class MqttTransport final : public Transport {
   std::string Secret(const char* name) const;
   void UseSecrets();
   void Connect(std::chrono::milliseconds time);
-  bool Greet();
+  bool Greet(const std::string& address);
   void Fail(const std::string& problem);
   void OnConnect(int reason);
   void OnSubscribe(int granted);
@@ -104,7 +59,6 @@ class MqttTransport final : public Transport {
   std::string topic_;
   Knock knock_;
   Clock::time_point retry_at_{};
-  Clock::time_point give_up_at_{};
   bool is_connected_ = false;   // the library has a connection, or makes one
   bool is_subscribed_ = false;  // what is sent to this end comes
   bool is_refused_ = false;     // what this end sends
@@ -117,7 +71,7 @@ MqttTransport::MqttTransport(const TransportSettings& settings) : settings_(sett
   static const int is_ready = mosquitto_lib_init();
   if (is_ready != MOSQ_ERR_SUCCESS) throw std::runtime_error("libmosquitto cannot be initialised");
   client_ = mosquitto_new(settings.client.c_str(), false, this);
-  if (client_ == nullptr) throw std::runtime_error("libmosquitto: " + SystemText(errno));
+  if (client_ == nullptr) throw std::runtime_error("libmosquitto: " + TextOf(MOSQ_ERR_ERRNO));
   mosquitto_int_option(client_, MOSQ_OPT_PROTOCOL_VERSION, MQTT_PROTOCOL_V5);
   mosquitto_connect_v5_callback_set(
       client_, [](mosquitto*, void* self, int reason, int, const mosquitto_property*) { Of(self).OnConnect(reason); });
@@ -155,6 +109,9 @@ void MqttTransport::UseSecrets() {
     if (!ca.empty() || !certificate.empty()) throw std::runtime_error("ca and certificate need tls = yes");
     return;
   }
+  if (mosquitto_int_option(client_, MOSQ_OPT_TLS_USE_OS_CERTS, 0) == MOSQ_ERR_NOT_SUPPORTED) {
+    throw std::runtime_error("tls: this build for Windows does not encrypt; a tunnel to the broker does");
+  }
   const auto or_none = [](const std::string& text) { return text.empty() ? nullptr : text.c_str(); };
   if (ca.empty()) expect(mosquitto_int_option(client_, MOSQ_OPT_TLS_USE_OS_CERTS, 1), "the system's certificates");
   expect(mosquitto_tls_set(client_, or_none(ca), ca.empty() ? "/etc/ssl/certs" : nullptr, or_none(certificate),
@@ -171,7 +128,7 @@ bool MqttTransport::Send(const std::string& address, const std::string& bytes) {
     ++under_way_;
     return true;
   }
-  if (status != MOSQ_ERR_NO_CONN && status != MOSQ_ERR_CONN_LOST) problem_ = mosquitto_strerror(status);
+  if (status != MOSQ_ERR_NO_CONN && status != MOSQ_ERR_CONN_LOST) problem_ = TextOf(status);
   return false;
 }
 
@@ -180,7 +137,7 @@ std::optional<std::string> MqttTransport::Poll(std::chrono::milliseconds time) {
   if (come_.empty()) {
     if (is_connected_) {
       const int status = mosquitto_loop(client_, static_cast<int>(time.count()), 1);
-      if (status != MOSQ_ERR_SUCCESS && is_connected_) Fail(mosquitto_strerror(status));
+      if (status != MOSQ_ERR_SUCCESS && is_connected_) Fail(TextOf(status));
     } else {
       Connect(time);
     }
@@ -192,37 +149,28 @@ std::optional<std::string> MqttTransport::Poll(std::chrono::milliseconds time) {
 }
 
 void MqttTransport::Connect(std::chrono::milliseconds time) {
-  const Clock::time_point now = Clock::now();
-  if (!knock_.IsUnderWay()) {
-    if (now < retry_at_) {
-      std::this_thread::sleep_for(time);
-      return;
-    }
-    try {
-      knock_.Begin(settings_.host, settings_.port);
-      give_up_at_ = now + std::chrono::seconds(5);
-    } catch (const std::runtime_error& error) {
-      return Fail(error.what());
-    }
+  if (!knock_.IsUnderWay() && Clock::now() < retry_at_) {
+    std::this_thread::sleep_for(time);
+    return;
   }
-  const std::optional<int> answer = knock_.Wait(time);
-  if (!answer && now > give_up_at_) {
-    knock_.Stop();
-    return Fail("it does not answer");
+  std::optional<std::string> address;
+  try {
+    if (!knock_.IsUnderWay()) knock_.Begin(settings_.host, settings_.port);
+    address = knock_.Wait(time);
+  } catch (const std::runtime_error& error) {
+    return Fail(error.what());
   }
-  if (!answer) return;
-  if (*answer != 0) return Fail(SystemText(*answer));
-  if (!Greet()) Fail(problem_);
+  if (address && !Greet(*address)) Fail(problem_);
 }
 
-// The session outlives the connection; nothing depends on that.
-bool MqttTransport::Greet() {
+// The session outlives the connection; nothing depends on that. A certificate is of the host, not of the address.
+bool MqttTransport::Greet(const std::string& address) {
+  const std::string& place = Secret("tls") == "yes" ? settings_.host : address;
   mosquitto_property* properties = nullptr;
   if (mosquitto_property_add_int32(&properties, MQTT_PROP_SESSION_EXPIRY_INTERVAL, kSessionSeconds) != 0) return false;
-  const int status =
-      mosquitto_connect_bind_v5(client_, settings_.host.c_str(), settings_.port, kKeepAlive, nullptr, properties);
+  const int status = mosquitto_connect_bind_v5(client_, place.c_str(), settings_.port, kKeepAlive, nullptr, properties);
   mosquitto_property_free_all(&properties);
-  if (status != MOSQ_ERR_SUCCESS) problem_ = status == MOSQ_ERR_ERRNO ? SystemText(errno) : mosquitto_strerror(status);
+  if (status != MOSQ_ERR_SUCCESS) problem_ = TextOf(status);
   is_connected_ = status == MOSQ_ERR_SUCCESS;
   return is_connected_;
 }

@@ -1,29 +1,27 @@
 // What brokers, networks, clocks and disks are known to do to those who rely on them. Each test fails when its fault
 // did not come.
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <atomic>
 #include <functional>
 #include <set>
-#include <sstream>
 #include <thread>
 
 #include "nodes/bridge/BridgeLetter.h"
 #include "nodes/bridge/BridgeReceiver.h"
 #include "nodes/bridge/BridgeTransport.h"
-#include "tests/bridge/Broker_posix.h"
-#include "tests/bridge/Relay_posix.h"
+#include "tests/bridge/MqttRuns.h"
+#include "tests/bridge/Relay.h"
 #include "tests/tasks/TaskFixture.h"
 
 namespace orv_test {
 namespace {
 
 using namespace OrvWorkFlow::Nodes::Bridge;
-using ::testing::HasSubstr;
 
 constexpr std::chrono::milliseconds kLook{10};
 
-std::unique_ptr<Transport> ClientOf(const Broker& broker, const std::string& name, const std::string& address) {
+std::unique_ptr<Transport> ClientOf(const TestBroker& broker, const std::string& name, const std::string& address) {
   TransportSettings settings;
   settings.kind = "mqtt";
   settings.host = "127.0.0.1";
@@ -36,24 +34,10 @@ std::unique_ptr<Transport> ClientOf(const Broker& broker, const std::string& nam
 
 class MqttFaultsTest : public MqttBridgeTest {};
 
-TEST_F(MqttFaultsTest, AFileOfZerosAsTheBrokersStore) {
-  broker_->Start();
-  StartAll();
-  ASSERT_TRUE(WaitForProgress(true));
-  broker_->Kill();
-  WriteFile(broker_->data() / "mosquitto.db", std::string(65536, '\0'));
-  broker_->Start();
-  const ProcessResult refused = broker_->process().Wait();
-  EXPECT_NE(refused.exit_code, 0);
-  EXPECT_THAT(refused.error, HasSubstr("Unable to restore persistent database"));
-  ASSERT_TRUE(IsUnderWay());
-  broker_->Wipe();  // As the one does who finds that.
-  broker_->Start();
-  ExpectAllDelivered();
-}
+INSTANTIATE_TEST_SUITE_P(Brokers, MqttFaultsTest, ::testing::ValuesIn(BrokerKinds()), NameOfBroker);
 
 // A connection that is open and carries nothing is given up after a while, and made anew.
-TEST_F(MqttFaultsTest, PacketsDroppedWithoutAClose) {
+TEST_P(MqttFaultsTest, PacketsDroppedWithoutAClose) {
   broker_->Start();
   Relay relay(broker_->port());
   WriteFlows(relay.port());
@@ -74,7 +58,7 @@ TEST_F(MqttFaultsTest, PacketsDroppedWithoutAClose) {
 // Whatever the broker is given comes once more at once, and all of it again after its restart.
 class Echo {
  public:
-  explicit Echo(const Broker& broker) : client_(ClientOf(broker, "echo", "orders/in")) {
+  explicit Echo(const TestBroker& broker) : client_(ClientOf(broker, "echo", "orders/in")) {
     thread_ = std::thread([this] { Run(); });
   }
   Echo(const Echo&) = delete;
@@ -124,7 +108,7 @@ class Echo {
   std::thread thread_;
 };
 
-TEST_F(MqttFaultsTest, MessagesTwiceAndAgainAfterARestart) {
+TEST_P(MqttFaultsTest, MessagesTwiceAndAgainAfterARestart) {
   Change("south.xml", ">5<", ">20<");
   broker_->Start();
   Echo echo(*broker_);
@@ -141,58 +125,23 @@ TEST_F(MqttFaultsTest, MessagesTwiceAndAgainAfterARestart) {
   ExpectAllDelivered();
 }
 
-class QueueLimitTest : public MqttFaultsTest {
- protected:
-  std::string Log(std::size_t from) const { return broker_->process().ErrorSoFar().substr(from); }
-  // How many messages for the receiver the broker has got, or passed on.
-  static std::size_t CountOf(const std::string& log, const std::string& word) {
-    std::size_t count = 0;
-    std::istringstream lines(log);
-    for (std::string line; std::getline(lines, line);) {
-      if (line.find(word) != std::string::npos && line.find("orders/in'") != std::string::npos) ++count;
-    }
-    return count;
-  }
-  void WaitForMessages(std::size_t from, std::size_t count) const {
-    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (CountOf(Log(from), "Received PUBLISH") < count) {
-      ASSERT_LT(std::chrono::steady_clock::now(), limit);
-      std::this_thread::sleep_for(kLook);
-    }
-  }
-};
-
-// The broker takes and acknowledges each, and drops those that it has no room for.
-TEST_F(QueueLimitTest, ASilentQueueLimit) {
-  MakeBroker("allow_anonymous true\nmax_queued_messages 3\nmax_inflight_messages 1\nlog_type all\n");
-  for (const char* flow : {"south.xml", "north.xml"}) Change(flow, ">120<", ">500<");
-  broker_->Start();
-  StartAll();
-  ASSERT_NO_FATAL_FAILURE(WaitForMessages(0, 20));
-  Kill("north.xml");
-  const std::size_t before = broker_->process().ErrorSoFar().size();
-  ASSERT_NO_FATAL_FAILURE(WaitForMessages(before, 30));
-  ASSERT_TRUE(IsUnderWay());
-  ExpectAllDelivered(500);
-  const std::string said = Log(before);
-  EXPECT_GT(CountOf(said, "Received PUBLISH"), CountOf(said, "Sending PUBLISH") + 10) << "nothing was dropped";
-}
-
 // All is sent at once, and the way to the broker is slow.
-class MqttBacklogTest : public TaskFixture {};
+class MqttBacklogTest : public TaskFixture, public ::testing::WithParamInterface<BrokerKind> {};
 
-TEST_F(MqttBacklogTest, ABacklogFasterThanTheBroker) {
-  if (!std::filesystem::exists(kBroker)) GTEST_SKIP() << "there is no broker (Debian: mosquitto)";
+INSTANTIATE_TEST_SUITE_P(Brokers, MqttBacklogTest, ::testing::ValuesIn(BrokerKinds()), NameOfBroker);
+
+TEST_P(MqttBacklogTest, ABacklogFasterThanTheBroker) {
+  const std::unique_ptr<TestBroker> broker = MakeBroker(GetParam(), directory_.path() / "broker");
+  if (broker == nullptr) GTEST_SKIP() << kNoMosquitto;
   constexpr int kSignals = 2000;
-  Broker broker(directory_.path() / "broker");
-  broker.Start();
-  Relay relay(broker.port());
+  broker->Start();
+  Relay relay(broker->port());
   relay.bytes_at_once = 900;
   Make("BridgeNodes", "BridgeOut");
   bench_->SetParameter("Bridge", "road");
   bench_->SetParameter("Port", relay.port());
   SetListParameter("Values", {"/N"});
-  const auto network = ClientOf(broker, "receiver", "road/in");
+  const auto network = ClientOf(*broker, "receiver", "road/in");
   Receiver receiver({7, 7}, 1, 10);
   std::vector<int> numbers;
   const auto take = [&] {
