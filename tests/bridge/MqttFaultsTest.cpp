@@ -43,10 +43,12 @@ TEST_P(MqttFaultsTest, PacketsDroppedWithoutAClose) {
   WriteFlows(relay.port());
   StartAll();
   ASSERT_NO_FATAL_FAILURE(WaitForOutbox(30));
+  const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(90);
+  // Each end looks first whether something listens, and connects then.
+  while (relay.connections < 4 && std::chrono::steady_clock::now() < limit) std::this_thread::sleep_for(kLook);
   const std::size_t before = relay.connections;
-  ASSERT_GE(before, 4U);  // Each end looks first whether something listens, and connects then.
+  ASSERT_GE(before, 4U);
   relay.drops = true;
-  const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(60);
   while (relay.connections == before && std::chrono::steady_clock::now() < limit) std::this_thread::sleep_for(kLook);
   EXPECT_GT(relay.connections, before);
   EXPECT_GT(relay.dropped, 0U);
