@@ -15,9 +15,28 @@
  *   DOUBLE_TAKEN            a signal is taken although its number was delivered
  *   GAP_ANSWERED            the highest number that was seen is acknowledged, not the highest that was delivered
  */
+#ifdef TRACE
+/* What happened in two real runs, each in its order: then the search is for a way through this model on which that happens, and
+ * finds it by the assertion in Accepted. tests/bridge/BridgeTraceTest_posix.cpp writes the file: SIGNALS, and the traces. */
+#include "trace.h"
+byte sender_at, receiver_at;
+#define SenderMay(event) (sender_at < SENDER_EVENTS && sender_trace[sender_at] == (event))
+#define SenderDid sender_at++
+#define ReceiverMay(event) (receiver_at < RECEIVER_EVENTS && receiver_trace[receiver_at] == (event))
+#define ReceiverDid receiver_at++
+#else
 #define SIGNALS 3
+#define SenderMay(event) true
+#define SenderDid skip
+#define ReceiverMay(event) true
+#define ReceiverDid skip
+#endif
+/* Events of a trace: the sender has fired a signal, its number; the receiver has taken one, its number; and */
+#define SETTLED 100 /* with a number: up to there the outbox is empty again */
+#define KILLED 255
+
 #define KILLS 2
-#define NUMBERS 4 /* 1 to SIGNALS */
+#define NUMBERS (SIGNALS + 1) /* 1 to SIGNALS */
 #define LIVES 3   /* 0 to KILLS: what a sender fires is told apart by the life in which it did */
 
 /* Records. */
@@ -50,7 +69,7 @@ active proctype Sender() {
   :: atomic { fired < SIGNALS && sent == 0 -> sent = fired + 1; frames[Frame(sent, lives + 1)] = true }
   :: atomic { sent != 0 -> fired++; content[fired] = lives + 1; sent = 0 }
 #else
-  :: atomic { fired < SIGNALS -> fired++; content[fired] = lives + 1 }
+  :: atomic { fired < SIGNALS && SenderMay(fired + 1) -> SenderDid; fired++; content[fired] = lives + 1 }
 #endif
   /* Whatever stands in the outbox is sent, again and again. */
   :: atomic {
@@ -69,7 +88,8 @@ active proctype Sender() {
        :: break
        od;
        if
-       :: answers[number] && number > settled ->
+       :: answers[number] && number > settled && SenderMay(SETTLED + number) ->
+          SenderDid;
           assert(number <= fired);
           assert(taken[number] != 0 || number <= delivered);
           settled = number
@@ -77,7 +97,7 @@ active proctype Sender() {
        fi;
        number = 0
      }
-  :: atomic { lives < KILLS -> lives++; sent = 0 }
+  :: atomic { lives < KILLS && SenderMay(KILLED) -> SenderDid; lives++; sent = 0 }
   :: fired == SIGNALS && settled == SIGNALS -> break
   od
 }
@@ -118,8 +138,9 @@ active proctype Receiver() {
 #elif defined(DOUBLE_TAKEN)
           what != 0 && number <= delivered + 1 ->
 #else
-          what != 0 && MayTake(number) ->
+          what != 0 && MayTake(number) && ReceiverMay(number) ->
 #endif
+          ReceiverDid;
           assert(taken[number] == 0);
           assert(number == 1 || taken[number - 1] != 0);
           assert(number > fired || what == content[number]);
@@ -134,12 +155,12 @@ active proctype Receiver() {
 #ifdef COUNTED_APART
         if
         :: atomic { delivered = number; acknowledged = delivered; number = 0; what = 0 }
-        :: atomic { receiver_kills < KILLS -> receiver_kills++; acknowledged = delivered; seen = 0; number = 0; what = 0 }
+        :: atomic { receiver_kills < KILLS && ReceiverMay(KILLED) -> ReceiverDid; receiver_kills++; acknowledged = delivered; seen = 0; number = 0; what = 0 }
         fi
 #endif
      /* It had that one, lacks one before it, or is killed before it stands in the record. */
-     :: atomic { what == 0 || !MayTake(number) -> number = 0; what = 0 }
-     :: atomic { receiver_kills < KILLS -> receiver_kills++; acknowledged = delivered; seen = 0; number = 0; what = 0 }
+     :: atomic { what == 0 || !MayTake(number) || !ReceiverMay(number) -> number = 0; what = 0 }
+     :: atomic { receiver_kills < KILLS && ReceiverMay(KILLED) -> ReceiverDid; receiver_kills++; acknowledged = delivered; seen = 0; number = 0; what = 0 }
      fi
   :: atomic { acknowledged > 0 -> answers[acknowledged] = true }
   :: fired == SIGNALS && settled == SIGNALS -> break
@@ -150,3 +171,9 @@ active proctype Receiver() {
   :: else -> break
   od
 }
+
+#ifdef TRACE
+active proctype Accepted() {
+  sender_at == SENDER_EVENTS && receiver_at == RECEIVER_EVENTS -> assert(false)
+}
+#endif
