@@ -1,9 +1,11 @@
 #include "nodes/bridge/BridgeTransport.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
+#include <system_error>
 
 #include "nodes/bridge/FolderNetwork.h"
 
@@ -34,8 +36,13 @@ std::unique_ptr<Transport> MakeTransport(const TransportSettings& settings) {
 }
 
 std::map<std::string, std::string> ReadSecrets(const std::filesystem::path& file, const std::string& shown_name) {
+  errno = 0;
   std::ifstream stream(file);
-  if (!stream) throw std::runtime_error(shown_name + ": cannot be read");
+  const auto check = [&](bool is_read) {
+    if (is_read) return;
+    throw std::runtime_error(shown_name + ": cannot be read: " + std::generic_category().message(errno));
+  };
+  check(stream.is_open());
   std::map<std::string, std::string> secrets;
   int number = 0;
   for (std::string line; std::getline(stream, line);) {
@@ -53,6 +60,7 @@ std::map<std::string, std::string> ReadSecrets(const std::filesystem::path& file
     }
     secrets[name] = Trimmed(line.substr(sign + 1));
   }
+  check(!stream.bad());  // A folder can be opened, and not be read.
   return secrets;
 }
 

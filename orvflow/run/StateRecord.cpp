@@ -98,6 +98,11 @@ StateRecord::Found StateRecord::Read() const {
           state_.shown_name() + ", or begin anew with --fresh");
 }
 
+// Of a run that does not go on from the record.
+std::string StateRecord::DescribeOtherWay() const {
+  return state_.Exists() ? "it goes on from the state that was saved before" : "it begins anew";
+}
+
 // "" when the run goes on from the record.
 std::string StateRecord::WhyUnusable(const Journal::RunStanding& standing, IDictionary& dictionary) const {
   if (!standing.private_nodes().empty()) {
@@ -125,7 +130,11 @@ std::optional<StateRecord::Found> StateRecord::Find(IDictionary& dictionary) con
   Found found = Read();
   const Journal::RunStanding& standing = found.standing;
   if (standing.run() == 0 || standing.has_ended() || !standing.has_snapshot()) {
-    if (found.is_torn) SayThatStateCounts();
+    if (found.is_torn) {
+      SayThatStateCounts();
+    } else if (standing.run() == 0) {
+      PrintErrorLine(flow_ + ": the record of the run before holds nothing but zeros; " + DescribeOtherWay());
+    }
     return {};
   }
   if (state_.Exists()) {
@@ -154,8 +163,7 @@ bool StateRecord::Fill(const Found& found, IDictionary& dictionary) const {
   }
   const std::string why = WhyUnusable(standing, dictionary);
   if (!why.empty()) {
-    PrintErrorLine(flow_ + ": the run before was cut off, and " + why + "; " +
-                   (state_.Exists() ? "it goes on from the state that was saved before" : "it begins anew"));
+    PrintErrorLine(flow_ + ": the run before was cut off, and " + why + "; " + DescribeOtherWay());
     return false;
   }
   Journal::WriteStanding(standing, dictionary);

@@ -64,6 +64,7 @@ class StateRecord {
   };
 
   Found Read() const;
+  std::string DescribeOtherWay() const;
   std::string WhyUnusable(const Journal::RunStanding& standing, IDictionary& dictionary) const;
   std::optional<Found> Find(IDictionary& dictionary) const;
   bool Fill(const Found& found, IDictionary& dictionary) const;

@@ -120,6 +120,18 @@ TEST_F(MqttSecretsTest, ALineThatIsNoneIsNamedAndNotShown) {
   EXPECT_EQ(Problem().find("hunter2"), std::string::npos);
 }
 
+TEST_F(MqttSecretsTest, AFileThatCannotBeReadIsNamedWithTheReason) {
+  MakeEnd("BridgeIn", 1);
+  MapFailed();
+  SetListParameter("Secrets", {File("missing")});
+  EXPECT_EQ(Do("listen"), Signals{"failed"});
+  EXPECT_NE(Problem().find("missing: cannot be read: No such file or directory"), std::string::npos) << Problem();
+  std::filesystem::create_directory(File("folder"));
+  SetListParameter("Secrets", {File("folder")});
+  EXPECT_EQ(Do("listen"), Signals{"failed"});
+  EXPECT_NE(Problem().find("folder: cannot be read: "), std::string::npos) << Problem();
+}
+
 // Nothing of it takes the stop up.
 class MqttPlaceTest : public MqttSecretsTest {
  protected:

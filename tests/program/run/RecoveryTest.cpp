@@ -251,7 +251,9 @@ TEST_F(RecoveryTest, ADamagedRecordIsNeitherUsedNorOverwritten) {
   }
   // Killed before it had written anything.
   WriteFile(Record(), std::string(1000, '\0'));
-  EXPECT_EQ(Run({"run", Flow(), "--set", "/Counting/Limit=2", "--set", "/Counting/Hang=0"}).exit_code, 1);
+  const ProcessResult next = Run({"run", Flow(), "--set", "/Counting/Limit=2", "--set", "/Counting/Hang=0"});
+  EXPECT_EQ(next.exit_code, 1);
+  EXPECT_THAT(next.error, HasSubstr(": the record of the run before holds nothing but zeros; it begins anew\n"));
 }
 
 }  // namespace
