@@ -17,14 +17,22 @@ void WorkerNode::FireLast(const char* signal_name) {
   FireOutput(signal_name);
 }
 
+bool WorkerNode::IsWorking() {
+  if (busy_ && continues_) return true;
+  if (worker_ == std::this_thread::get_id()) return true;  // It fires, and is answered by itself.
+  const std::lock_guard lock(thread_mutex_);
+  if (thread_.joinable()) thread_.join();
+  return false;
+}
+
 bool WorkerNode::BeginAnew() {
-  if (busy_) return false;
+  if (IsWorking()) return false;
   KeepValues(ValuesFolder());
   return Start();
 }
 
 bool WorkerNode::Continue() {
-  if (busy_) return false;
+  if (IsWorking()) return false;
   TakeKeptValues(ValuesFolder());
   return Start();
 }
@@ -54,12 +62,14 @@ bool WorkerNode::Start() {
 }
 
 void WorkerNode::Run() {
+  worker_ = std::this_thread::get_id();
   try {
     was_stopped_ = Work() == Outcome::Stopped;
   } catch (const std::exception& error) {
     TellUser(error.what());
   }
   continues_ = false;
+  worker_ = std::thread::id();
   busy_ = false;  // Last: what was fired is in the queue before the node counts as idle.
 }
 

@@ -3,7 +3,6 @@
 #include <exception>
 #include <stdexcept>
 
-#include "OrvWorkFlow/sdk/MarshalledHolder.h"
 #include "nodes/task/MappedSignal.h"
 
 namespace OrvWorkFlow::Nodes {
@@ -27,17 +26,13 @@ std::string TaskNode::OptionalText(std::string_view name, const char* between) c
   return all;
 }
 
-bool TaskNode::IsBusy() {
-  return Sdk::TextFrom([&](IOrvPString* text) { return GetProperty("Busy", text); }) == "yes";
-}
-
 bool TaskNode::OnSignal(std::string_view signal) {
   if (signal == kResumeInput.name) {
     // A run that was cut off may say so of a task that has ended: the next one may be on its way already.
     if (!Record().Has(kFired)) Continue();
     return true;
   }
-  if (IsBusy()) {
+  if (IsWorking()) {
     throw std::runtime_error("it is still at work: the signal \"" + std::string(signal) +
                              "\" comes too early; map it behind what the node fires");
   }

@@ -54,6 +54,9 @@ class WorkerNode : public WorkNodeBase, public INodeContinuation {
   // on with, and should it die before, it is; so nothing that counts is done between this and the end of Work.
   void FireLast(const char* signal_name);
 
+  // Whether work is being done, on the thread of a signal. Work that has fired its last signal is not: what that causes
+  // may come back before its thread has ended, which is waited for.
+  bool IsWorking();
   // Begins new work. Throws where a parameter cannot be read. False, with nothing done, while the node works.
   bool BeginAnew();
   // Goes on with work that was stopped. False while the node works.
@@ -74,7 +77,8 @@ class WorkerNode : public WorkNodeBase, public INodeContinuation {
 
   std::mutex thread_mutex_;  // Guards the thread object; held while a stop waits for the thread.
   std::thread thread_;
-  bool was_stopped_ = false;  // What the thread left; read after it has ended.
+  std::atomic<std::thread::id> worker_;  // while it runs
+  bool was_stopped_ = false;             // What the thread left; read after it has ended.
   std::atomic<bool> busy_ = false;
   std::atomic<bool> continues_ = false;  // as long as the work has not fired its last signal
 
