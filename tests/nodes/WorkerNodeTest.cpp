@@ -15,11 +15,12 @@ namespace {
 
 constexpr NodeInput kInputs[] = {{"work", "works"}, {"resume", "goes on"}};
 constexpr NodeOutput kOutputs[] = {{"done", false, "it has worked"}};
+constexpr NodeParameter kParameters[] = {TextParameterRow("Text", "{/Data}", "a text")};
 constexpr NodeDescription kDescription = {
     .sentence = "Works",
     .inputs = kInputs,
     .outputs = kOutputs,
-    .parameters = {},
+    .parameters = kParameters,
     .state_in_dictionary = true,
 };
 
@@ -27,10 +28,12 @@ class Worker final : public Sdk::WorkerNode {
  public:
   static constexpr char kTypeName[] = "Worker";
   Worker() : WorkerNode(kTypeName, kDescription) {}
+  std::string text;  // as the work had it
 
  private:
   bool OnSignal(std::string_view signal) override { return signal == "resume" ? Continue() : BeginAnew(); }
   Outcome Work() override {
+    text = TextParameter("Text");
     FireLast("done");
     return Outcome::Done;
   }
@@ -50,6 +53,7 @@ class WorkerNodeTest : public NodeFixture {
   // On the thread of the work. The first time the node gets its next signal on another thread meanwhile.
   bool Signal(IWorkNode* node, const char* signal_name) override {
     if (++fired_ > 1) return NodeFixture::Signal(node, signal_name);
+    SetText("/Data", "second");
     std::shared_future<bool> next = std::async(std::launch::async, [node] { return node->Signal("work"); }).share();
     next_.set_value(next);
     next.wait_for(std::chrono::milliseconds(100));  // It waits for this thread.
@@ -58,6 +62,8 @@ class WorkerNodeTest : public NodeFixture {
 
  protected:
   void ExpectBegunOnceMore(IWorkNode& node) {
+    SetText("/WorkFlowEngine/WorkNodes/Worker/Instances/Instance/Parameters/Text", "{/Data}");
+    SetText("/Data", "first");
     ASSERT_TRUE(node.Signal("work"));
     EXPECT_TRUE(next_.get_future().get().get());
     EXPECT_FALSE(node.StopWork()) << "it had ended";
@@ -71,6 +77,7 @@ class WorkerNodeTest : public NodeFixture {
 TEST_F(WorkerNodeTest, TheNextSignalOfAWorkerIsTaken) {
   const NodePointer node = Make<Worker>();
   ExpectBegunOnceMore(*node);
+  EXPECT_EQ(static_cast<Worker&>(*node).text, "second") << "what a parameter takes from elsewhere is taken anew";
 }
 
 TEST_F(WorkerNodeTest, TheNextTaskBegins) {

@@ -122,7 +122,7 @@ class WorkNodeBase : public ObjectProtocol<WorkNodeBase, IWorkNode>, public INod
 
  private:
   // Whether the values that were put in count beyond their signal. Any thread.
-  virtual bool HoldsValues() const { return false; }
+  virtual bool HoldsValues() { return false; }
 
   friend class ObjectProtocol<WorkNodeBase, IWorkNode>;
 

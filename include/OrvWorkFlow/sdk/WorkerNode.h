@@ -70,7 +70,8 @@ class WorkerNode : public WorkNodeBase, public INodeContinuation {
   void Wake();
 
  private:
-  bool HoldsValues() const override { return busy_; }
+  // Those of work that has ended are not for the next.
+  bool HoldsValues() override { return IsWorking(); }
   std::string ValuesFolder() const;
   bool Start();
   void Run();
