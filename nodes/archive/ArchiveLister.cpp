@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "nodes/files/FolderListing.h"
+#include "nodes/task/ComingEntry.h"
 
 namespace OrvWorkFlow::Nodes {
 
@@ -30,13 +31,12 @@ struct File {
   std::uint64_t size = 0;
 };
 
-void PutDetails(IDictionary& dictionary, const std::string& into, const std::vector<File>& files,
-                const StopCheck& stop_wanted) {
-  Sdk::NodeRecord(dictionary, into).SetNumber("Count", static_cast<std::int64_t>(files.size()));
+void PutDetails(const ComingEntry& into, const std::vector<File>& files, const StopCheck& stop_wanted) {
+  Sdk::NodeRecord(into.dictionary(), into.path()).SetNumber("Count", static_cast<std::int64_t>(files.size()));
   std::int64_t number = 0;
   for (const File& file : files) {
     if (stop_wanted()) throw ArchiveStopped();
-    Sdk::NodeRecord entry(dictionary, into + "/f" + std::to_string(++number));
+    Sdk::NodeRecord entry(into.dictionary(), into.path() + "/f" + std::to_string(++number));
     entry.SetText("Name", file.name);
     entry.SetNumber("Size", static_cast<std::int64_t>(file.size));
   }
@@ -65,6 +65,8 @@ const char* ArchiveLister::DoTask(const std::string& /*task*/) {
 }
 
 void ArchiveLister::List(ArchiveReader& reader) {
+  Sdk::NodeRecord record = Record();
+  ComingEntry into(WorkflowDictionary(), record, TextParameter("Into"));
   const std::string patterns = TextParameter("Pattern");
   const auto most = static_cast<std::size_t>(NumberParameter("Most"));
   std::vector<File> files;
@@ -81,17 +83,15 @@ void ArchiveLister::List(ArchiveReader& reader) {
     files.push_back({entry.name, entry.size});
     bytes += entry.size;
   }
-  const std::string into = TextParameter("Into");
-  IDictionary& dictionary = WorkflowDictionary();
-  dictionary.Delete(into.c_str());
   if (BooleanParameter("Details")) {
-    PutDetails(dictionary, into, files, [this] { return StopWanted(); });
+    PutDetails(into, files, [this] { return StopWanted(); });
   } else {
     std::vector<std::string> names;
     for (const File& file : files) names.push_back(file.name);
-    Sdk::NodeRecord(dictionary, into.substr(0, into.rfind('/'))).SetTexts(into.substr(into.rfind('/') + 1), names);
+    record.SetTexts(ComingEntry::kName, names);
   }
-  Sdk::NodeRecord record = Record();
+  HoldChanges();
+  into.Become();
   record.SetNumber("Count", static_cast<std::int64_t>(files.size()));
   record.SetNumber("Bytes", static_cast<std::int64_t>(bytes));
   record.SetNumber("LeftOut", left_out);

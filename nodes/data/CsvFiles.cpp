@@ -207,6 +207,7 @@ const char* CsvReader::DoTask(const std::string& /*task*/) {
     entry.Keep();
     return nullptr;
   }
+  HoldChanges();
   entry.Become();
   Record().SetNumber("Rows", progress.rows);
   Record().SetNumber("Rejected", progress.rejected);

@@ -77,6 +77,8 @@ const char* JsonReader::DoTask(const std::string& /*task*/) {
   if (!text) return leave();
   try {
     if (!JsonToEntries(*text, data, done, stop_wanted)) return leave();
+    HoldChanges();
+    data.Become();
   } catch (const std::runtime_error& error) {
     throw FileProblem(name + ": " + error.what());
   }

@@ -280,7 +280,6 @@ bool JsonToEntries(const std::string& json, ComingEntry& entry, std::int64_t& do
   } catch (const std::runtime_error& error) {
     throw std::runtime_error(entry.Shown(error.what()));
   }
-  entry.Become();
   return true;
 }
 

@@ -19,7 +19,7 @@
 
 namespace OrvWorkFlow::Nodes {
 
-// The entry becomes what the text says; it is replaced as a whole. Throws std::runtime_error, with the place in the
+// The entry holds what the text says, and is to become its target. Throws std::runtime_error, with the place in the
 // text or the member that no entry can hold, and leaves the target alone then. False when it was stopped: `done`, which
 // begins with 0, is what makes another call with the same text and the entry as it was left go on there.
 bool JsonToEntries(const std::string& json, ComingEntry& entry, std::int64_t& done,

@@ -94,6 +94,7 @@ const char* ValueSetter::DoTask(const std::string& task) {
   const std::string entry = TextParameter("Entry");
   if (entry.find_first_not_of('/') == std::string::npos) throw std::runtime_error("no Entry is given");
   if (task != "set") ExpectReplaceable(entry);
+  HoldChanges();
   if (task == "remove") {
     dictionary.Delete(entry.c_str());
   } else if (task == "copy") {
@@ -113,7 +114,7 @@ const char* ValueComputer::DoTask(const std::string& /*task*/) {
   IDictionary& dictionary = WorkflowDictionary();
   const Value value =
       Evaluate(TextParameter("Expression"), [&](const std::string& path) { return ReadValue(dictionary, path); });
-  HoldChanges();  // The result counts with the end of the task: an expression may read the entry that it writes.
+  HoldChanges();
   Record().SetText("Result", TextOf(value));
   WriteValue(dictionary, TextParameter("Into"), value);
   return "computed";

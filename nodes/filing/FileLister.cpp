@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "nodes/files/FolderListing.h"
+#include "nodes/task/ComingEntry.h"
 
 namespace OrvWorkFlow::Nodes {
 
@@ -48,18 +49,18 @@ const char* FileLister::DoTask(const std::string& /*task*/) {
   order.recursive = BooleanParameter("Recursive");
   order.most = static_cast<std::size_t>(NumberParameter("Most"));
   order.stop_wanted = [this] { return StopWanted(); };
+  Sdk::NodeRecord record = Record();
+  ComingEntry files(WorkflowDictionary(), record, TextParameter("Into"));
   const std::optional<Listing> listing = ListFolder(order);
   if (!listing) return nullptr;
 
-  const std::string into = TextParameter("Into");
-  IDictionary& dictionary = WorkflowDictionary();
-  dictionary.Delete(into.c_str());
   if (BooleanParameter("Details")) {
-    Sdk::NodeRecord(dictionary, into).SetNumber("Count", static_cast<std::int64_t>(listing->files.size()));
+    Sdk::NodeRecord(files.dictionary(), files.path())
+        .SetNumber("Count", static_cast<std::int64_t>(listing->files.size()));
     std::int64_t number = 0;
     for (const ListedFile& file : listing->files) {
       if (StopWanted()) return nullptr;
-      Sdk::NodeRecord entry(dictionary, into + "/f" + std::to_string(++number));
+      Sdk::NodeRecord entry(files.dictionary(), files.path() + "/f" + std::to_string(++number));
       entry.SetText("Path", PathBelow(folder, file.name));
       entry.SetText("Name", file.name);
       entry.SetNumber("Size", static_cast<std::int64_t>(file.state.size));
@@ -67,9 +68,10 @@ const char* FileLister::DoTask(const std::string& /*task*/) {
   } else {
     std::vector<std::string> paths;
     for (const ListedFile& file : listing->files) paths.push_back(PathBelow(folder, file.name));
-    Sdk::NodeRecord(dictionary, into.substr(0, into.rfind('/'))).SetTexts(into.substr(into.rfind('/') + 1), paths);
+    record.SetTexts(ComingEntry::kName, paths);
   }
-  Sdk::NodeRecord record = Record();
+  HoldChanges();
+  files.Become();
   record.SetNumber("Count", static_cast<std::int64_t>(listing->files.size()));
   record.SetNumber("LeftOut", static_cast<std::int64_t>(listing->left_out));
   return "listed";

@@ -97,12 +97,12 @@ class Lines final : public IOrvPStringList {
 constexpr std::size_t kLinesAtOnce = 50'000;
 
 // Makes the list item by item, so that it can be stopped: false then, and it goes on there if the file, which `source`
-// names, is still the same. The items stand as those of any list.
+// names, is still the same. The items stand as those of any list. Calls `hold` before the list is where it belongs.
 bool PutMany(const Lines& lines, IDictionary& dictionary, Sdk::NodeRecord record, const std::string& into,
-             const std::vector<std::string>& source) {
+             const std::vector<std::string>& source, const std::function<void()>& hold) {
   auto count = static_cast<std::size_t>(TakeProgress(record, source));
   ComingEntry list(dictionary, record, into, count > 0 ? ComingEntry::Start::WhereItWas : ComingEntry::Start::Anew);
-  if (count == 0) record.SetTexts("Coming", {});
+  if (count == 0) record.SetTexts(ComingEntry::kName, {});
   const std::string item = list.path() + "/" + WorkflowSchema::kListEntries + "/__item";
   for (; count < lines.GetCount(); ++count) {
     const char* const line = lines.GetText(count);
@@ -117,6 +117,7 @@ bool PutMany(const Lines& lines, IDictionary& dictionary, Sdk::NodeRecord record
       throw std::bad_alloc();
     }
   }
+  hold();
   list.Become();
   return true;
 }
@@ -152,15 +153,19 @@ const char* TextReader::DoTask(const std::string& /*task*/) {
   if (text->find('\0') != std::string::npos) throw FileProblem(name + " is no text: there is a zero in it");
   Record().SetNumber("Size", static_cast<std::int64_t>(text->size()));
   if (text->starts_with(kMark)) text->erase(0, kMark.size());
+  const auto hold = [this] { HoldChanges(); };
   if (!BooleanParameter("Lines")) {
-    Sdk::NodeRecord(WorkflowDictionary(), "").SetText(into, *text);
+    hold();
+    WriteEntry(WorkflowDictionary(), into, *text);
     return "read";
   }
   const Lines lines(std::move(*text), stop_wanted);
   if (lines.IsStopped()) return nullptr;
-  const bool is_written = lines.GetCount() <= kLinesAtOnce
-                              ? WorkflowDictionary().SetValue(("/" + into).c_str(), &lines)
-                              : PutMany(lines, WorkflowDictionary(), Record(), into, source);
+  ExpectReplaceable(into);
+  const bool are_many = lines.GetCount() > kLinesAtOnce;
+  if (!are_many) hold();
+  const bool is_written = are_many ? PutMany(lines, WorkflowDictionary(), Record(), into, source, hold)
+                                   : WorkflowDictionary().SetValue(into.c_str(), &lines);
   if (is_written) return "read";
   if (lines.IsStopped()) return nullptr;
   throw FileProblem("cannot write the entry \"" + into + "\"");

@@ -3,6 +3,7 @@
 #include <stdexcept>
 #include <vector>
 
+#include "nodes/task/ComingEntry.h"
 #include "regexp/Pattern.h"
 
 namespace OrvWorkFlow::Nodes {
@@ -141,7 +142,7 @@ void TextMatcher::Replace(const std::string& text, const std::string& pattern, S
   } else {
     result = text;
   }
-  Sdk::NodeRecord(WorkflowDictionary(), "").SetText(TextParameter("Into"), result);
+  WriteEntry(WorkflowDictionary(), TextParameter("Into"), result);
   record.SetNumber("Count", count);
   FireOutput("replaced");
 }

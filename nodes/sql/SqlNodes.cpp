@@ -181,6 +181,7 @@ const char* SqlQuery::DoSql() {
     throw std::bad_alloc();
   }
   if (!ReadRows(statement, *rows)) return nullptr;
+  HoldChanges();
   if (!WorkflowDictionary().CopySubtreeFrom(rows.get(), "/J", into.c_str())) {
     throw std::runtime_error("cannot write the entry \"" + into + "\"");
   }

@@ -55,8 +55,15 @@ void ExpectReplaceable(const std::string& entry) {
                            "\" belongs to the workflow itself: only parameters of instances can be replaced there");
 }
 
+void WriteEntry(IDictionary& dictionary, const std::string& entry, const std::string& text) {
+  ExpectReplaceable(entry);
+  if (!dictionary.SetValue(entry.c_str(), text.c_str())) {
+    throw std::runtime_error("cannot write the entry \"" + entry + "\"");
+  }
+}
+
 ComingEntry::ComingEntry(IDictionary& dictionary, const Sdk::NodeRecord& record, std::string target, Start start)
-    : dictionary_(dictionary), path_(record.PathOf("Coming")), target_(std::move(target)) {
+    : dictionary_(dictionary), path_(record.PathOf(kName)), target_(std::move(target)) {
   ExpectReplaceable(target_);
   if (start == Start::Anew) dictionary_.Delete(path_.c_str());
   // An entry without a value.

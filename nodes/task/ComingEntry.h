@@ -11,10 +11,11 @@
 
 namespace OrvWorkFlow::Nodes {
 
-// It stands in the node's record, as Coming. When it has not become the target it goes with this object, or with the
+// It stands in the node's record. When it has not become the target it goes with this object, or with the
 // next one when the process dies.
 class ComingEntry {
  public:
+  static constexpr char kName[] = "Coming";  // in the node's record
   enum class Start { Anew, WhereItWas };
 
   // `target` is what it is to become. Throws std::runtime_error for one that the workflow itself needs.
@@ -48,5 +49,7 @@ std::int64_t TakeProgress(Sdk::NodeRecord record, const std::vector<std::string>
 // Throws std::runtime_error for an entry without which there is no workflow: the dictionary as a whole, and what is in
 // /WorkFlowEngine, but for the parameters of instances.
 void ExpectReplaceable(const std::string& entry);
+// Throws std::runtime_error for such an entry, and when the dictionary refuses.
+void WriteEntry(IDictionary& dictionary, const std::string& entry, const std::string& text);
 
 }  // namespace OrvWorkFlow::Nodes

@@ -4,6 +4,9 @@
 // In the workflow's dictionary, below /<type>/<instance>: Task, the signal that began it; Problem, why the last one
 // failed, "" when it did not; and what the node says.
 //
+// What a task writes where the workflow says counts with its end (HoldChanges, before the first such write): a
+// parameter may take its value from there, and a signal that is delivered once more would find what it has done.
+//
 // A task that fails fires "failed". Where the workflow maps that, it is its business; else the user is told.
 #pragma once
 

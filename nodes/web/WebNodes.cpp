@@ -7,6 +7,7 @@
 #include "OrvWorkFlow/sdk/ParameterValue.h"
 #include "nodes/digest/Digest.h"
 #include "nodes/files/FlushPace.h"
+#include "nodes/task/ComingEntry.h"
 
 namespace OrvWorkFlow::Nodes {
 
@@ -134,7 +135,8 @@ const char* HttpRequest::DoTask(const std::string& /*task*/) {
   }
   if (text.find('\0') != std::string::npos)
     throw HttpProblem(order.url + ": the answer is no text: there is a zero in it");
-  Sdk::NodeRecord(WorkflowDictionary(), "").SetText(TextParameter("Into"), text);
+  HoldChanges();
+  WriteEntry(WorkflowDictionary(), TextParameter("Into"), text);
   return answer < 400 ? "answered" : "refused";
 }
 

@@ -3,12 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <stdexcept>
 
 #include "tests/tasks/TaskFixture.h"
 
 namespace orv_test {
 namespace {
 
+using ::testing::AnyOf;
 using ::testing::HasSubstr;
 
 class FileNodesTest : public TaskFixture {
@@ -34,6 +36,27 @@ TEST_F(FileNodesTest, AListHasTheFilesOfThePattern) {
   EXPECT_EQ(bench_->TextAt("/Lists/Here/f1/Name"), "deep/c.csv");
   EXPECT_EQ(bench_->TextAt("/Lists/Here/f1/Size"), "3");
   EXPECT_EQ(bench_->TextAt("/Lists/Here/f2/Path"), File("in") + "/note.txt");
+}
+
+TEST_F(FileNodesTest, AnEntryThatIsWrittenNeedsNoSlashAndIsNotTheWorkflowsOwn) {
+  Write("in/a", "text");
+  for (const std::string type : {"FileLister", "TextReader"}) {
+    const std::string task = type == "FileLister" ? "list" : "read";
+    Node(type).SetParameter(type == "FileLister" ? "Folder" : "File", File(type == "FileLister" ? "in" : "in/a"));
+    MapFailed();
+    for (const char* const into : {"/", "//", "/WorkFlowEngine", "WorkFlowEngine/WorkNodes"}) {
+      bench_->SetParameter("Into", into);
+      EXPECT_EQ(Do(task), Signals{"failed"}) << type << " " << into;
+      EXPECT_THAT(Problem(), AnyOf(HasSubstr("belongs to the workflow itself"), HasSubstr("the root is the whole")));
+    }
+    bench_->SetParameter("Into", "Plain");
+    EXPECT_NE(Do(task), Signals{"failed"}) << Problem();
+    EXPECT_EQ(bench_->TextAt("/Plain"), type == "FileLister" ? File("in") + "/a" : "text") << type;
+  }
+  Node("TextMatcher").SetParameter("Text", "text");
+  bench_->SetParameter("Pattern", "x");
+  bench_->SetParameter("Into", "/WorkFlowEngine");
+  EXPECT_THROW(bench_->Signal("replace"), std::runtime_error);
 }
 
 TEST_F(FileNodesTest, AListThatCannotBeMadeSaysWhy) {
