@@ -6,7 +6,10 @@
 #include <cerrno>
 #include <cstring>
 #include <deque>
+#include <fstream>
 #include <stdexcept>
+#include <string_view>
+#include <system_error>
 #include <thread>
 
 #include "nodes/bridge/BridgeFrames.h"
@@ -31,6 +34,31 @@ constexpr std::chrono::milliseconds kMostWait{50};
 
 std::string TextOf(int status) { return status == MOSQ_ERR_ERRNO ? SocketReason(errno) : mosquitto_strerror(status); }
 
+constexpr char kMayAskForCertificate[] =
+    "TLS: the connection ended before the broker answered; it may ask for a certificate";
+
+// Of what the library has said about TLS: what it means for who set the bridge up.
+std::string TlsProblem(const std::string& said, bool has_answered) {
+  const auto holds = [&](const char* text) { return said.find(text) != std::string::npos; };
+  if (holds("host name verification failed")) return "TLS: the broker's certificate is of another host";
+  if (holds("certificate verify failed")) {
+    return "TLS: the broker's certificate is not trusted: the ca has not signed it, or it is not valid at this time";
+  }
+  if (!has_answered && (holds("unexpected eof") || holds("wrong version number"))) {
+    return "TLS: the connection ended before the broker spoke TLS; does the port take it?";
+  }
+  if (holds("certificate required")) return kMayAskForCertificate;
+  if (said.empty()) return "TLS: " + TextOf(MOSQ_ERR_TLS);
+  if (!said.starts_with("OpenSSL")) return "TLS: " + said;
+  return "TLS: " + said.substr(std::min(said.rfind(':') + 1, said.size()));
+}
+
+void ExpectReadable(const std::string& file) {
+  errno = 0;
+  if (file.empty() || std::ifstream(file).is_open()) return;
+  throw std::runtime_error(file + ": cannot be read: " + std::generic_category().message(errno));
+}
+
 class MqttTransport final : public Transport {
  public:
   explicit MqttTransport(const TransportSettings& settings);
@@ -50,6 +78,8 @@ class MqttTransport final : public Transport {
   void Connect(std::chrono::milliseconds time);
   bool Greet(const std::string& address);
   void Fail(const std::string& problem);
+  std::string ReasonOf(int status) const;
+  void OnLog(const std::string& error);
   void OnConnect(int reason);
   void OnSubscribe(int granted);
   void OnPublish(int reason);
@@ -60,10 +90,12 @@ class MqttTransport final : public Transport {
   Knock knock_;
   Clock::time_point retry_at_{};
   bool is_connected_ = false;   // the library has a connection, or makes one
+  bool has_answered_ = false;   // the broker, on this connection
   bool is_subscribed_ = false;  // what is sent to this end comes
   bool is_refused_ = false;     // what this end sends
   std::size_t under_way_ = 0;
   std::deque<std::string> come_;
+  std::string said_;  // by the library about the first error on this connection
   std::string problem_ = "not connected yet";
 };
 
@@ -80,6 +112,9 @@ MqttTransport::MqttTransport(const TransportSettings& settings) : settings_(sett
   });
   mosquitto_publish_v5_callback_set(
       client_, [](mosquitto*, void* self, int, int reason, const mosquitto_property*) { Of(self).OnPublish(reason); });
+  mosquitto_log_callback_set(client_, [](mosquitto*, void* self, int level, const char* text) {
+    if (level == MOSQ_LOG_ERR) Of(self).OnLog(text);
+  });
   mosquitto_message_callback_set(client_, [](mosquitto*, void* self, const mosquitto_message* message) {
     const auto size = static_cast<std::size_t>(std::max(message->payloadlen, 0));
     if (size == 0 || size > kMostFrame || Of(self).come_.size() >= kMostCome) return;
@@ -112,6 +147,8 @@ void MqttTransport::UseSecrets() {
   if (mosquitto_int_option(client_, MOSQ_OPT_TLS_USE_OS_CERTS, 0) == MOSQ_ERR_NOT_SUPPORTED) {
     throw std::runtime_error("tls: this build for Windows does not encrypt; a tunnel to the broker does");
   }
+  if (certificate.empty() != key.empty()) throw std::runtime_error("certificate and key go together");
+  for (const std::string& file : {ca, certificate, key}) ExpectReadable(file);
   const auto or_none = [](const std::string& text) { return text.empty() ? nullptr : text.c_str(); };
   if (ca.empty()) expect(mosquitto_int_option(client_, MOSQ_OPT_TLS_USE_OS_CERTS, 1), "the system's certificates");
   expect(mosquitto_tls_set(client_, or_none(ca), ca.empty() ? "/etc/ssl/certs" : nullptr, or_none(certificate),
@@ -137,7 +174,7 @@ std::optional<std::string> MqttTransport::Poll(std::chrono::milliseconds time) {
   if (come_.empty()) {
     if (is_connected_) {
       const int status = mosquitto_loop(client_, static_cast<int>(time.count()), 1);
-      if (status != MOSQ_ERR_SUCCESS && is_connected_) Fail(TextOf(status));
+      if (status != MOSQ_ERR_SUCCESS && is_connected_) Fail(ReasonOf(status));
     } else {
       Connect(time);
     }
@@ -166,13 +203,30 @@ void MqttTransport::Connect(std::chrono::milliseconds time) {
 // The session outlives the connection; nothing depends on that. A certificate is of the host, not of the address.
 bool MqttTransport::Greet(const std::string& address) {
   const std::string& place = Secret("tls") == "yes" ? settings_.host : address;
+  has_answered_ = false;
+  said_.clear();
   mosquitto_property* properties = nullptr;
   if (mosquitto_property_add_int32(&properties, MQTT_PROP_SESSION_EXPIRY_INTERVAL, kSessionSeconds) != 0) return false;
   const int status = mosquitto_connect_bind_v5(client_, place.c_str(), settings_.port, kKeepAlive, nullptr, properties);
   mosquitto_property_free_all(&properties);
-  if (status != MOSQ_ERR_SUCCESS) problem_ = TextOf(status);
+  if (status != MOSQ_ERR_SUCCESS) problem_ = ReasonOf(status);
   is_connected_ = status == MOSQ_ERR_SUCCESS;
   return is_connected_;
+}
+
+std::string MqttTransport::ReasonOf(int status) const {
+  if (status == MOSQ_ERR_TLS) return TlsProblem(said_, has_answered_);
+  if (status == MOSQ_ERR_CONN_LOST && !has_answered_) {
+    if (Secret("tls") == "yes") return kMayAskForCertificate;
+    return "the connection ended before the broker answered; a port that takes TLS needs tls = yes";
+  }
+  return TextOf(status);
+}
+
+// The first one has the cause; what comes behind it says that TLS has ended.
+void MqttTransport::OnLog(const std::string& error) {
+  constexpr std::string_view kPrefix = "Error: ";
+  if (said_.empty()) said_ = error.starts_with(kPrefix) ? error.substr(kPrefix.size()) : error;
 }
 
 void MqttTransport::Fail(const std::string& problem) {
@@ -183,6 +237,7 @@ void MqttTransport::Fail(const std::string& problem) {
 }
 
 void MqttTransport::OnConnect(int reason) {
+  has_answered_ = true;
   if (reason != 0) {
     const std::string refused = std::string("the broker refuses: ") + mosquitto_reason_string(reason);
     mosquitto_disconnect(client_);

@@ -84,11 +84,14 @@ class BridgeRuns : public ProgramFixture {
 
   // So many are in the outbox, or have been.
   void WaitForOutbox(int number) const {
-    const std::filesystem::path record = directory_.path() / "south.state.xml.record";
-    const std::string path = "/BridgeOut/North/Outbox/N" + std::to_string(number);
+    WaitForText("south.state.xml.record", "/BridgeOut/North/Outbox/N" + std::to_string(number));
+  }
+  // The file is there, and holds the text.
+  void WaitForText(const std::string& name, const std::string& text) const {
+    const std::filesystem::path file = directory_.path() / name;
     const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-    while (!std::filesystem::exists(record) || ReadFile(record).find(path) == std::string::npos) {
-      ASSERT_LT(std::chrono::steady_clock::now(), limit);
+    while (!std::filesystem::exists(file) || ReadFile(file).find(text) == std::string::npos) {
+      ASSERT_LT(std::chrono::steady_clock::now(), limit) << text;
       std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
   }

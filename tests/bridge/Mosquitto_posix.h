@@ -41,6 +41,8 @@ class Mosquitto final : public TestBroker {
     }
     Configure(settings);
   }
+  // Also before a start, and before Use: who connects has to use TLS. `lines` go to its configuration.
+  void Encrypt(const std::string& lines) { tls_ = lines; }
   void Start() override {
     std::filesystem::create_directories(data());
     process_ = std::make_unique<ChildProcess>(kMosquitto, Arguments{"-c", (folder_ / "broker.conf").string()});
@@ -55,10 +57,11 @@ class Mosquitto final : public TestBroker {
   void Configure(const std::string& settings) {
     WriteFile(folder_ / "broker.conf", "listener " + std::to_string(port_) +
                                            " 127.0.0.1\nuser root\npersistence true\npersistence_location " +
-                                           data().string() + "/\n" + settings);
+                                           data().string() + "/\n" + tls_ + settings);
   }
 
   std::filesystem::path folder_;
+  std::string tls_;
   std::uint16_t port_ = 0;
   std::unique_ptr<ChildProcess> process_;
 };

@@ -159,6 +159,22 @@ TEST_F(MqttPlaceTest, AHostThatIsNotKnown) {
   ExpectSaidAndStopped(host + ":1883: ");
 }
 
+// It takes the connection, hears the client, and ends it.
+TEST_F(MqttPlaceTest, ABrokerThatHangsUp) {
+  std::uint16_t port = 0;
+  const TestSockets::Socket listening = TestSockets::Listen(port);
+  MakeEnd("BridgeIn", port);
+  bench_->Signal("listen");
+  const TestSockets::Socket knock = TestSockets::Accept(listening, std::chrono::seconds(30));
+  const TestSockets::Socket client = TestSockets::Accept(listening, std::chrono::seconds(30));
+  char bytes[256];
+  EXPECT_GT(TestSockets::Receive(client, bytes, sizeof(bytes), std::chrono::seconds(30)), 0U);
+  TestSockets::Close(client);
+  EXPECT_TRUE(WaitUntilSaid("the connection ended before the broker answered")) << Said("Connection");
+  EXPECT_EQ(bench_->Stop(), "resume");
+  for (const TestSockets::Socket one : {knock, listening}) TestSockets::Close(one);
+}
+
 // It takes the connection, and is silent.
 TEST_F(MqttPlaceTest, ABrokerThatStalls) {
   std::uint16_t port = 0;
