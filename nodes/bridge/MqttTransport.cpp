@@ -147,6 +147,10 @@ void MqttTransport::UseSecrets() {
   if (mosquitto_int_option(client_, MOSQ_OPT_TLS_USE_OS_CERTS, 0) == MOSQ_ERR_NOT_SUPPORTED) {
     throw std::runtime_error("tls: this build for Windows does not encrypt; a tunnel to the broker does");
   }
+  // What the library keeps for TLS goes with this plug-in.
+  static const struct AtUnload {
+    ~AtUnload() { mosquitto_lib_cleanup(); }
+  } at_unload;
   if (certificate.empty() != key.empty()) throw std::runtime_error("certificate and key go together");
   for (const std::string& file : {ca, certificate, key}) ExpectReadable(file);
   const auto or_none = [](const std::string& text) { return text.empty() ? nullptr : text.c_str(); };
