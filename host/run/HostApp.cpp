@@ -74,6 +74,7 @@ struct HostApp::State {
   void* before_delivery_context = nullptr;
 
   Condition await_record = nullptr;  // The same.
+  NodeTold awaits_itself = nullptr;
   void* record_context = nullptr;
   std::atomic<std::uint32_t> saves = 0;
 
@@ -192,8 +193,9 @@ void HostApp::SetBeforeDelivery(Task function, void* context) noexcept {
   state_->before_delivery = function;
 }
 
-void HostApp::SetRecord(Condition await_record, void* context) noexcept {
+void HostApp::SetRecord(Condition await_record, NodeTold awaits_itself, void* context) noexcept {
   state_->record_context = context;
+  state_->awaits_itself = awaits_itself;
   state_->await_record = await_record;
 }
 
@@ -202,6 +204,10 @@ void HostApp::NoteSave() noexcept { ++state_->saves; }
 bool HostApp::AwaitRecord() { return state_->await_record == nullptr || state_->await_record(state_->record_context); }
 
 std::uint32_t HostApp::CountSaves() { return state_->saves; }
+
+void HostApp::AwaitsItself(const char* type, const char* instance) {
+  if (state_->awaits_itself != nullptr) state_->awaits_itself(state_->record_context, type, instance);
+}
 
 void HostApp::SetPoll(Poll poll) noexcept {
   const Base::Hold lock(state_->mutex);

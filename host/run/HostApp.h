@@ -26,6 +26,7 @@ class HostApp final : public Sdk::SharedObject<HostApp, IHostApp>,
   using Task = void (*)(void* context);
   // True ends the loop.
   using Condition = bool (*)(void* context);
+  using NodeTold = void (*)(void* context, const char* type, const char* instance);
 
   // Called on the GUI thread by every loop, between two calls, at most once an interval and, when nothing is queued,
   // about that often: for a status line, for flags that signal handlers set.
@@ -63,8 +64,9 @@ class HostApp final : public Sdk::SharedObject<HostApp, IHostApp>,
   // Called on the GUI thread before each delivery, which waits for it; no lock is held. Before the workflow is loaded.
   void SetBeforeDelivery(Task function, void* context) noexcept;
 
-  // What AwaitRecord answers, on the caller's thread; without it that is true. Before the workflow is loaded.
-  void SetRecord(Condition await_record, void* context) noexcept;
+  // What AwaitRecord answers, and who is told of AwaitsItself, on the caller's thread; without it that is true, and
+  // nobody. Before the workflow is loaded.
+  void SetRecord(Condition await_record, NodeTold awaits_itself, void* context) noexcept;
   // The state was saved.
   void NoteSave() noexcept;
 
@@ -109,6 +111,7 @@ class HostApp final : public Sdk::SharedObject<HostApp, IHostApp>,
 
   bool AwaitRecord() override;
   std::uint32_t CountSaves() override;
+  void AwaitsItself(const char* type, const char* instance) override;
 
  private:
   friend class Sdk::ObjectProtocol<HostApp, IHostApp>;

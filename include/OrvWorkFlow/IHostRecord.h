@@ -21,6 +21,11 @@ class IHostRecord {
   // How often this process has saved the state. Nodes that work on threads of their own are stopped for that.
   virtual std::uint32_t CountSaves() = 0;
 
+  // That node does nothing outside before AwaitRecord has answered for it: what is delivered to it from now on need not
+  // wait for the disk, as deliveries to nodes that act outside do where the host's user chose that. For as long as
+  // there is this object of it. Any thread.
+  virtual void AwaitsItself(const char* type, const char* instance) = 0;
+
  protected:
   ~IHostRecord() = default;
 };

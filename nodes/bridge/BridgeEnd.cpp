@@ -69,6 +69,10 @@ bool AwaitRecord() {
   return host == nullptr || host->AwaitRecord();
 }
 
+void SayThatItAwaits(const std::string& type, const std::string& instance) {
+  if (IHostRecord* const host = FindRecord()) host->AwaitsItself(type.c_str(), instance.c_str());
+}
+
 void Promise::Note() {
   IHostRecord* const host = FindRecord();
   has_noted_ = host != nullptr;  // Else nothing is known of it.

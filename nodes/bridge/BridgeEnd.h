@@ -41,6 +41,9 @@ bool IsDeliveredTo(std::string_view type, std::string_view instance);
 // when it does not, see IHostRecord.
 bool AwaitRecord();
 
+// The host need not wait for the disk before it delivers to the node: what the other end is told waits for AwaitRecord.
+void SayThatItAwaits(const std::string& type, const std::string& instance);
+
 // Of what an end has noted: it is told when it survives, if need be after the next save. The end's thread.
 class Promise {
  public:

@@ -50,7 +50,9 @@ constexpr char kTaken[] = "Taken";
 constexpr char kEnd[] = "End";
 constexpr char kSenders[] = "Senders";
 constexpr char kConnection[] = "Connection";
-constexpr int kMostAtOnce = 64;  // that are delivered before they are acknowledged
+constexpr std::chrono::milliseconds kIdleWait{10};
+constexpr std::chrono::milliseconds kShortWait{1};
+constexpr int kMostAtOnce = 256;  // that are delivered before they are acknowledged
 
 std::string FolderOf(const Bridge::Id& sender) { return std::string(kSenders) + "/S" + sender.Text(); }
 
@@ -66,10 +68,12 @@ constinit const NodeDescription BridgeIn::kDescription = {
 };
 
 bool BridgeIn::OnSignal(std::string_view signal) {
+  if (!std::exchange(has_said_, true)) Bridge::SayThatItAwaits(TypeName(), InstanceName());
   if (signal != "next" && signal != "stop") return TaskNode::OnSignal(signal);
   Sdk::NodeRecord record = Record();
   if (signal == "next") {
     record.SetNumber(kTaken, record.Number(kTold));
+    Wake();
   } else {
     record.SetNumber(kEnd, 1);
   }
@@ -110,8 +114,10 @@ const char* BridgeIn::DoTask(const std::string& /*task*/) {
       transport->Close();
       return "ended";
     }
-    // What is held waits for "next" at most.
-    const std::chrono::milliseconds wait(receiver.Next() != nullptr ? 1 : 10);
+    // What is held waits for "next" at most, which ends the pause.
+    const bool is_held = receiver.Next() != nullptr;
+    if (is_held) Pause(kShortWait);
+    const std::chrono::milliseconds wait = is_held ? std::chrono::milliseconds(0) : kIdleWait;
     for (auto bytes = transport->Poll(wait); bytes; bytes = transport->Poll(std::chrono::milliseconds(0))) {
       Hear(receiver, *bytes);
     }

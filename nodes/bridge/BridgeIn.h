@@ -35,6 +35,7 @@ class BridgeIn final : public TaskNode {
   void WriteStanding(const Bridge::Id& sender, const Bridge::Receiver::Standing& standing);
   std::string ReasonAgainst(const std::string& signal) const;
 
+  bool has_said_ = false;    // of deliveries: that it awaits the record itself
   Bridge::Promise promise_;  // of what is acknowledged
 };
 

@@ -5,6 +5,7 @@
 #include <new>
 #include <stdexcept>
 #include <thread>
+#include <utility>
 
 #include "OrvWorkFlow/IWorkFlowEngine.h"
 #include "OrvWorkFlow/Names.h"
@@ -73,6 +74,7 @@ constinit const NodeDescription BridgeOut::kDescription = {
 };
 
 bool BridgeOut::OnSignal(std::string_view signal) {
+  if (!std::exchange(has_said_, true)) Bridge::SayThatItAwaits(TypeName(), InstanceName());
   Sdk::NodeRecord record = Record();
   outbox_.Load(record);
   outbox_.NoteDelivery();

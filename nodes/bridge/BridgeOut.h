@@ -72,6 +72,7 @@ class BridgeOut final : public Sdk::WorkerNode {
   void NoteConnection(const std::string& problem);
   std::string IsFullNow(std::size_t added) const;
 
+  bool has_said_ = false;  // of deliveries: that it awaits the record itself
   Bridge::Outbox outbox_;
   std::mutex work_mutex_;  // A leaf.
   bool works_ = false;     // a thread sees to what is in the outbox

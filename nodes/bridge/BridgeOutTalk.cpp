@@ -20,7 +20,7 @@ constexpr char kEpoch[] = "Epoch";
 constexpr char kReceiver[] = "Receiver";
 constexpr char kSent[] = "Sent";
 constexpr std::size_t kMostUnderWay = 2 * Bridge::kMostLetter;
-constexpr std::uint64_t kMostAtOnce = 64;
+constexpr std::uint64_t kMostAtOnce = 256;
 constexpr std::chrono::milliseconds kIdleWait{10};
 constexpr std::chrono::milliseconds kShortWait{1};
 // So that a connection is not made for each signal.
@@ -154,6 +154,7 @@ void BridgeOut::SpeakUp(const Way& way) {
   Sender& sender = way.sender;
   if (const auto hello = sender.Greeting(Bridge::Now())) way.transport.Send(way.address, Bridge::Encode(*hello));
   Sender::Range range = sender.ToSend();
+  const std::uint64_t may_be_sent = range.end;  // All that: the fewer waits for the record, the better.
   range.end = std::min(range.end, range.begin + kMostAtOnce);
   if (range.begin >= range.end) return;
   std::size_t under_way = way.BytesBefore(outbox_, range.begin);
@@ -162,8 +163,8 @@ void BridgeOut::SpeakUp(const Way& way) {
     under_way += letter.size();
     if (under_way > kMostUnderWay && number > sender.standing().first) return;
     if (number > sender.standing().sent) {
-      sender.NoteSending(range.end);
-      Record().SetNumber(way.PathOf(kSent), static_cast<std::int64_t>(range.end - 1));
+      sender.NoteSending(may_be_sent);
+      Record().SetNumber(way.PathOf(kSent), static_cast<std::int64_t>(may_be_sent - 1));
       Bridge::AwaitRecord();  // One that has ended is said elsewhere; the other end notices what is missing.
     }
     const Sender::Standing& now = sender.standing();

@@ -7,7 +7,7 @@ namespace OrvWorkFlow::Nodes::Bridge {
 
 namespace {
 
-constexpr std::size_t kMostHeld = 256;
+constexpr std::size_t kMostHeld = 1024;
 constexpr std::size_t kMostHeldBytes = 4 * kMostLetter;
 
 }  // namespace

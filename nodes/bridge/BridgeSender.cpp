@@ -6,7 +6,7 @@ namespace OrvWorkFlow::Nodes::Bridge {
 
 namespace {
 
-constexpr std::uint64_t kWindow = 256;
+constexpr std::uint64_t kWindow = 1024;
 constexpr std::int64_t kFirstPatience = 100;
 constexpr std::int64_t kMostPatience = 2000;
 constexpr std::int64_t kProbeGap = 20;

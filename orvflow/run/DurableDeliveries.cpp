@@ -64,6 +64,12 @@ void DurableDeliveries::NodeDescribed(const NodeFacts& node) {
   Await();  // It may be made in the middle of its first delivery.
 }
 
+void DurableDeliveries::Exempt(const char* type, const char* instance) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  NameNode(type, instance, name_);
+  outside_.erase(name_);
+}
+
 void DurableDeliveries::DeliveryBegun(const Delivery& delivery) {
   if (!has_outside_) return;
   {

@@ -34,6 +34,9 @@ class DurableDeliveries final : public Host::RunObserver {
   bool Await();
   void End();
 
+  // Deliveries to that node do not wait: it waits itself. Until another object of it is made. Any thread.
+  void Exempt(const char* type, const char* instance);
+
   // Deliveries that the disk knows to have ended. Any thread.
   std::uint64_t deliveries() const;
 

@@ -117,7 +117,11 @@ void FlowRun::OpenStateRecord() {
   }
   if (record != nullptr) {
     const auto await_record = [](void* self) { return static_cast<FlowRun*>(self)->AwaitRecord(); };
-    host_->parts().objects.host_app().SetRecord(await_record, this);
+    const auto awaits_itself = [](void* self, const char* type, const char* instance) {
+      FlowRun& run = *static_cast<FlowRun*>(self);
+      if (run.durable_) run.durable_->Exempt(type, instance);
+    };
+    host_->parts().objects.host_app().SetRecord(await_record, awaits_itself, this);
   }
   if (!is_power) return;
   if (record == nullptr) {

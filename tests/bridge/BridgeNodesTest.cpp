@@ -12,6 +12,7 @@
 #include "nodes/bridge/BridgeSender.h"
 #include "nodes/bridge/FolderNetwork.h"
 #include "tests/fakes/BusyMediator.h"
+#include "tests/fakes/PromisingHost.h"
 #include "tests/tasks/TaskFixture.h"
 
 namespace orv_test {
@@ -174,6 +175,26 @@ TEST_F(BridgeOutTest, NothingIsSentBeforeItsDeliveryHasEnded) {
   bench_.reset();
 }
 
+// So the host need not wait for the disk before each signal to it.
+TEST_F(BridgeOutTest, NothingIsSentBeforeTheDiskHasIt) {
+  PromisingHost host;
+  ASSERT_TRUE(OrvWorkFlow::WorkFlowFactory::AddGlobalObject("HostApp", &host, false));
+  Send(1);
+  EXPECT_EQ(Receive(1), std::vector<int>{1});
+  host.holds = true;
+  const int asked = host.asked;
+  Send(2);
+  EXPECT_TRUE(AnswerUntil([&] { return host.asked > asked; }));
+  const auto limit = std::chrono::steady_clock::now() + std::chrono::milliseconds(50);
+  EXPECT_TRUE(AnswerUntil([&] { return std::chrono::steady_clock::now() > limit; }));
+  EXPECT_EQ(receiver_.Next(), nullptr);
+  host.holds = false;
+  EXPECT_EQ(Receive(1), std::vector<int>{2});
+  EXPECT_TRUE(AnswerUntil([&] { return IsIdle(); }));
+  EXPECT_EQ(host.await_themselves, Signals{"BridgeOut Bench"});
+  bench_.reset();
+}
+
 TEST_F(BridgeOutTest, WhatCannotBeSentFailsTheSignal) {
   EXPECT_THROW(bench_->Signal("send"), std::exception);  // There is no /N.
   bench_->Set("/N", 1);
@@ -299,6 +320,24 @@ TEST_F(BridgeInTest, NothingIsAcknowledgedBeforeTheDeliveryAtWorkHasEnded) {
   mediator.is_at_work = false;
   EXPECT_TRUE(SendUntil(sender, 2, [&] { return sender.IsSettled(); }));
   EXPECT_EQ(fired_.size(), 1U);
+  bench_.reset();
+}
+
+TEST_F(BridgeInTest, NothingIsAcknowledgedBeforeTheDiskHasIt) {
+  PromisingHost host;
+  ASSERT_TRUE(OrvWorkFlow::WorkFlowFactory::AddGlobalObject("HostApp", &host, false));
+  EXPECT_TRUE(bench_->Signal("listen"));
+  Sender sender({kSender, {1, 1}, {}, 1, 0});
+  EXPECT_TRUE(SendUntil(sender, 2, [&] { return sender.IsSettled(); }));
+  host.holds = true;
+  const int asked = host.asked;
+  EXPECT_TRUE(SendUntil(sender, 3, [&] { return fired_.size() == 2 && host.asked > asked; }));
+  const auto limit = std::chrono::steady_clock::now() + std::chrono::milliseconds(50);
+  EXPECT_TRUE(SendUntil(sender, 3, [&] { return std::chrono::steady_clock::now() > limit; }));
+  EXPECT_FALSE(sender.IsSettled());
+  host.holds = false;
+  EXPECT_TRUE(SendUntil(sender, 3, [&] { return sender.IsSettled(); }));
+  EXPECT_EQ(host.await_themselves, Signals{"BridgeIn Bench"});
   bench_.reset();
 }
 

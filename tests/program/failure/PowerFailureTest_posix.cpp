@@ -49,6 +49,21 @@ TEST_F(PowerFailureTest, EachDeliveryThatActsOutsideWaitsForTheDisk) {
   EXPECT_LT(CountOfSyncs("process"), kMarks / 2);
 }
 
+// The disk is also written beside the run, every now and then.
+TEST_F(PowerFailureTest, ANodeThatWaitsItselfIsNotWaitedFor) {
+  constexpr int kMany = 4000;
+  std::string text = ReadFile(flow_);
+  const auto replace = [&](const std::string& from, const std::string& to) {
+    ASSERT_NE(text.find(from), std::string::npos);
+    text.replace(text.find(from), from.size(), to);
+  };
+  replace(">" + std::to_string(kMarks / 2) + "<", ">" + std::to_string(kMany / 2) + "<");
+  replace("<Counting>", "<Counting><Awaits __type=\"int\">1</Awaits>");
+  WriteFile(flow_, text);
+  EXPECT_LT(CountOfSyncs("power"), kMany / 2);
+  EXPECT_NE(ReadFile(File("log")).find("B" + std::to_string(kMany / 2) + "\n"), std::string::npos);
+}
+
 // Each in turn fails, and the next run does the rest.
 TEST_F(PowerFailureTest, ASyncThatFailsStopsTheRun) {
   const long syncs = CountOfSyncs("power");

@@ -7,8 +7,11 @@
 #include <stdexcept>
 #include <thread>
 
+#include "OrvWorkFlow/IHostRecord.h"
+#include "OrvWorkFlow/Names.h"
 #include "OrvWorkFlow/Plugin.h"
 #include "OrvWorkFlow/WorkFlowFactory.h"
+#include "OrvWorkFlow/sdk/GlobalObject.h"
 #include "OrvWorkFlow/sdk/MarshalledHolder.h"
 #include "OrvWorkFlow/sdk/NodeCreator.h"
 #include "OrvWorkFlow/sdk/WorkNodeBase.h"
@@ -161,7 +164,8 @@ constinit const NodeDescription kTallyDescription = {.sentence = "Counts in the 
 
 // Has all its state in the dictionary. "go": counts "/Counting/<instance>" one further, writes "<instance><count>" and
 // fires "out", at the limit "end". "end": is refused, so that the run keeps its state, or waits a minute while
-// "/Counting/Hang" is 1. With "/Counting/Ballast" each count also writes a text of so many bytes.
+// "/Counting/Hang" is 1. With "/Counting/Ballast" each count also writes a text of so many bytes. With
+// "/Counting/Awaits" it says to the host that it waits for the record itself.
 class TallyNode final : public Sdk::WorkNodeBase {
  public:
   static constexpr char kTypeName[] = "TallyNode";
@@ -173,6 +177,10 @@ class TallyNode final : public Sdk::WorkNodeBase {
     if (signal == "end") {
       if (ReadCounting(dictionary, "Hang") == 1) std::this_thread::sleep_for(std::chrono::minutes(1));
       return false;
+    }
+    if (ReadCounting(dictionary, "Awaits") == 1) {
+      Sdk::FindGlobal<IHostRecord>(ObjectNames::kHostApp, InterfaceNames::kHostRecord)
+          ->AwaitsItself(TypeName().c_str(), InstanceName().c_str());
     }
     const std::int32_t count = ReadCounting(dictionary, InstanceName()) + 1;
     SetCounting(dictionary, InstanceName(), count);
