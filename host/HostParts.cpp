@@ -83,6 +83,7 @@ void WorkflowHost::Parts::Load(const std::string& flow) {
     throw HostError(HostError::Kind::Damaged, flow, WorkflowSchema::kWorkNodes, "is missing: this is no workflow");
   }
   std::string checksum = ChecksumOfFile(path, flow);
+  if (record.keeper != nullptr) RecoverFromRecord(flow);
   const bool continues = state != nullptr && state->Exists();
   if (continues) checksum = PlanContinuation(*dictionary, checksum, loading);
   if (state != nullptr && state->IsNamed() && !state->CanBeWritten()) {
@@ -91,8 +92,21 @@ void WorkflowHost::Parts::Load(const std::string& flow) {
   }
   LoadNodeLibraries(*dictionary, loading.start_name);
   loading.change = [&] { WriteFlowChecksum(objects.dictionary(), checksum); };
+  if (record.keeper != nullptr) record.keeper->Open(path, continues);
   LoadFrom(loading);
+  if (record.keeper != nullptr) {
+    is_loaded = false;
+    record.keeper->Begin();
+    is_loaded = true;
+  }
   is_continued = continues;
+}
+
+void WorkflowHost::Parts::RecoverFromRecord(const std::string& flow) const {
+  if (state == nullptr || !state->IsNamed()) {
+    throw HostError(HostError::Kind::Failed, flow, "", "a record is kept beside a state; name one with UseState");
+  }
+  record.keeper->Recover(*state, flow);
 }
 
 // The dictionary becomes that of the state. Returns the checksum of the flow that the workflow began with.
@@ -144,14 +158,23 @@ RunResult WorkflowHost::Parts::Run(const RunSettings& settings) {
       RunLoop(objects.engine(), objects.mediator(), objects.dictionary(), objects.host_app(), bell, deliveries, limits)
           .Run();
   result.failures = deliveries.CountFailures();
-  if (result.end == RunEnd::Idle) {
+  if (result.end == RunEnd::Idle || result.end == RunEnd::Ended) {
     if (settings.finished) settings.finished();
-    result.finished_state = FinishState(result);
-  } else if (result.end == RunEnd::Ended) {
-    if (settings.finished) settings.finished();
-    result.finished_state = RemoveState(result);
+    if (record.keeper != nullptr) record.keeper->Finished();
+    result.finished_state = result.end == RunEnd::Idle ? FinishState(result) : RemoveState(result);
   }
+  if (record.keeper != nullptr) record.keeper->Ended(result);
   return result;
+}
+
+// Without checkpoints of its own a run makes those that its record needs.
+void WorkflowHost::Parts::LimitRecord(const RunSettings& settings, RunLimits& limits) const {
+  const bool has_own = settings.checkpoint.kind != CheckpointSetting::Kind::Off;
+  if (!has_own) limits.checkpoint.kind = CheckpointSetting::Kind::Adapted;
+  limits.needs_checkpoint = [this, &settings, has_own] {
+    if (record.keeper->NeedsCheckpoint()) return true;
+    return has_own && settings.needs_checkpoint && settings.needs_checkpoint();
+  };
 }
 
 RunLimits WorkflowHost::Parts::MakeLimits(const RunSettings& settings) {
@@ -159,6 +182,7 @@ RunLimits WorkflowHost::Parts::MakeLimits(const RunSettings& settings) {
   limits.time_limit = settings.time_limit;
   limits.checkpoint = settings.checkpoint;
   limits.needs_checkpoint = settings.needs_checkpoint;
+  if (record.keeper != nullptr) LimitRecord(settings, limits);
   limits.ending = settings.ending;
   limits.wants_stop = [this] { return wants_stop.load(); };
   limits.wants_checkpoint = [this] { return wants_save || deliveries.HasSetAside(); };
@@ -175,11 +199,13 @@ RunLimits WorkflowHost::Parts::MakeLimits(const RunSettings& settings) {
   };
   limits.before_save = [this, &settings] {
     wants_save = false;
-    return records_->WriteNew() && delivery_keys.Write(objects.dictionary()) && (!settings.saving || settings.saving());
+    return records_->WriteNew() && delivery_keys.Write(objects.dictionary()) &&
+           (!settings.saving || settings.saving()) && (record.keeper == nullptr || record.keeper->Saving());
   };
   limits.after_save = [this, &settings] {
     records_->Saved();
     objects.host_app().NoteSave();
+    if (record.keeper != nullptr) record.keeper->Saved();
     if (settings.saved) settings.saved();
   };
   limits.needs_last_save = [this] {

@@ -13,6 +13,7 @@
 #include "host/run/Bell.h"
 #include "host/run/DeliveryWatch.h"
 #include "host/run/ObserverList.h"
+#include "host/run/RecordKeeper.h"
 #include "host/run/RunLoop.h"
 #include "host/state/DeliveryKeys.h"
 #include "host/state/RunRecords.h"
@@ -49,6 +50,12 @@ class WorkflowHost::Parts {
   }
 
   // In this order: what is made last is gone first.
+  struct KeeperLast {
+    RecordKeeper* keeper = nullptr;
+    ~KeeperLast() {
+      if (keeper != nullptr) keeper->HostGone();
+    }
+  } record;
   Bell bell;
   DeliveryWatch deliveries{bell};
   DeliveryKeys delivery_keys;
@@ -69,7 +76,9 @@ class WorkflowHost::Parts {
 
  private:
   std::string PlanContinuation(IDictionary& dictionary, const std::string& checksum, Loading& loading) const;
+  void RecoverFromRecord(const std::string& flow) const;
   RunLimits MakeLimits(const RunSettings& settings);
+  void LimitRecord(const RunSettings& settings, RunLimits& limits) const;
   bool HasSignalsToKeep() const;
   FinishedState FinishState(RunResult& result);
   FinishedState RemoveState(RunResult& result) const;

@@ -43,6 +43,8 @@ void WorkflowHost::UseKey(const char* key) {
 
 void WorkflowHost::UseState(StateFile& state) { parts_->state = &state; }
 
+void WorkflowHost::UseRecord(StateRecord& record) { parts_->record.keeper = &record.AttachTo(*this); }
+
 void WorkflowHost::UseLogger(ILogger& logger) {
   if (WorkFlowFactory::GetGlobalObj(ObjectNames::kLogger) != nullptr) {
     throw HostError(HostError::Kind::Failed, "the workflow has a log already");

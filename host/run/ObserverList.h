@@ -14,6 +14,8 @@ class ObserverList final : public IRunObserver {
   void Add(IRunObserver& observer) { observers_.push_back(&observer); }
   // Before those that are there: what it says of a delivery counts.
   void AddFirst(IRunObserver& observer) { observers_.insert(observers_.begin(), &observer); }
+  // While nothing is told.
+  void Remove(IRunObserver& observer) { std::erase(observers_, &observer); }
 
   void SignalQueued(const QueuedSignal& signal) override {
     for (IRunObserver* const observer : observers_) observer->SignalQueued(signal);

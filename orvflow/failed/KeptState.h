@@ -6,8 +6,8 @@
 
 #include "OrvWorkFlow/host/StateFile.h"
 #include "OrvWorkFlow/host/WorkflowHost.h"
+#include "journal/RecoveryRecord.h"
 #include "orvflow/files/KeyFile.h"
-#include "orvflow/run/StateRecord.h"
 
 namespace OrvWorkFlow::Program {
 
@@ -55,7 +55,7 @@ class KeptState {
   std::optional<KeyFile> key_;  // The host uses it to its end.
   Host::WorkflowHost host_;
   std::optional<Host::StateFile> state_;
-  std::optional<StateRecord> record_;
+  std::optional<Journal::RecoveryRecord> record_;
   bool was_cut_off_ = false;
 };
 

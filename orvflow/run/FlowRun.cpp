@@ -192,7 +192,7 @@ void FlowRun::LoadRecorded() {
 void FlowRun::RecordChanges() {
   if (state_record_) state_record_->Begin(changes_);
   if (record_) {
-    TakeSnapshot(host_->dictionary(), "", *record_);
+    Journal::TakeSnapshot(host_->dictionary(), "", *record_);
     changes_.Add(*record_);
     seek_scratch_ = host_->MakeDictionary();
     seek_table_.emplace(Host::MakeAbsolutePath(options_.record_file), *seek_scratch_);
@@ -261,14 +261,6 @@ bool FlowRun::EndRecord(ExitCode code) {
   return problem.empty();
 }
 
-// The record stays where it says more than the state does.
-void FlowRun::EndStateRecord(const Host::RunResult& result) {
-  if (!state_record_) return;
-  const bool is_idle = result.end == Host::RunEnd::Idle || result.end == Host::RunEnd::Ended;
-  const bool lacks_failures = result.finished_state == Host::FinishedState::NotSaved;
-  state_record_->End(is_idle ? !lacks_failures : result.saved);
-}
-
 ExitCode FlowRun::Finish(const Host::RunResult& result) {
   const ISignalMediator::Statistics statistics = host_->GetStatistics();
   const unsigned failures =
@@ -283,7 +275,7 @@ ExitCode FlowRun::Finish(const Host::RunResult& result) {
   seek_table_.reset();
   seek_scratch_.reset();
   host_.reset();
-  EndStateRecord(result);
+  if (state_record_) state_record_->End(Journal::RecoveryRecord::IsSettled(result));
   if (durable_ && state_record_) state_record_->KeepName();
   if (!EndRecord(code) && code == ExitCode::Done) code = ExitCode::Failed;
   const std::string summary = Base::Counted(statistics.finished, "signal") + " delivered, " +

@@ -7,14 +7,14 @@
 #include "OrvWorkFlow/host/StateFile.h"
 #include "OrvWorkFlow/host/WorkflowHost.h"
 #include "journal/DictionaryObservers.h"
+#include "journal/DurableDeliveries.h"
+#include "journal/RecoveryRecord.h"
 #include "journal/RunRecord.h"
 #include "journal/SeekTableWriter.h"
 #include "orvflow/page/RunPage.h"
-#include "orvflow/run/DurableDeliveries.h"
 #include "orvflow/run/FlowSource.h"
 #include "orvflow/run/RunOptions.h"
 #include "orvflow/run/RunPlan.h"
-#include "orvflow/run/StateRecord.h"
 #include "orvflow/run/WriteDirectory.h"
 #include "orvflow/terminal/BoxPrinter.h"
 #include "orvflow/terminal/Terminal.h"
@@ -51,7 +51,6 @@ class FlowRun {
   Host::RunSettings MakeSettings();
   Host::RunResult Run();
   bool EndRecord(ExitCode code);
-  void EndStateRecord(const Host::RunResult& result);
   ExitCode Finish(const Host::RunResult& result);
 
   const RunOptions& options_;
@@ -62,9 +61,9 @@ class FlowRun {
   BoxPrinter boxes_;
   std::optional<RunWatch> watch_;             // Made when nothing can be refused any more, and gone after the host.
   std::optional<Journal::RunRecord> record_;  // So are this
-  std::optional<StateRecord> state_record_;   // and this,
-  Journal::DictionaryObservers changes_;      // and this,
-  std::optional<DurableDeliveries> durable_;  // and this; it calls the host while that is there.
+  std::optional<Journal::RecoveryRecord> state_record_;  // and this,
+  Journal::DictionaryObservers changes_;                 // and this,
+  std::optional<Journal::DurableDeliveries> durable_;    // and this; it calls the host while that is there.
   const Clock::time_point start_ = Clock::now();
   std::optional<Host::StateFile> state_;  // This and what stands above is there to the host's end.
   std::optional<Host::WorkflowHost> host_;

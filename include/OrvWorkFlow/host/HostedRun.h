@@ -13,7 +13,7 @@ namespace OrvWorkFlow::Host {
 // at least when something is at work then. Nothing is saved when nothing has changed.
 struct CheckpointSetting {
   enum class Kind {
-    Off,
+    Off,      // but for those by which a record is kept from growing without end, see StateRecord.h
     Adapted,  // so that they cost about a fiftieth of the run's time at most
     Fixed,    // every `interval`
   };

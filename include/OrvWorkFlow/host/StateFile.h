@@ -49,6 +49,7 @@ class StateFile {
   // As the user knows it, and from the root of the host's file system without links.
   const std::string& shown_name() const { return shown_name_; }
   const std::string& path() const { return path_; }
+  const StateWords& words() const { return words_; }
 
   // Whether there is a file at all.
   bool IsNamed() const { return !path_.empty(); }

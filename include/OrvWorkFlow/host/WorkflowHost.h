@@ -26,6 +26,7 @@
 #include "OrvWorkFlow/host/HostError.h"
 #include "OrvWorkFlow/host/HostedRun.h"
 #include "OrvWorkFlow/host/StateFile.h"
+#include "OrvWorkFlow/host/StateRecord.h"
 
 namespace OrvWorkFlow::Host {
 
@@ -57,6 +58,10 @@ class WorkflowHost {
   // Where the state is saved, and continued from. A state that exists and cannot be written is refused by Load.
   void UseState(StateFile& state);
 
+  // Keeps a record of the run beside the state in use, from which Load goes on after a kill. The workflow's dictionary
+  // has no place for another observer then.
+  void UseRecord(StateRecord& record);
+
   // Gets the lines of the log: each signal on its way, and what nodes write to it.
   void UseLogger(ILogger& logger);
   // Appends them to a file, which is made when it is not there. Instead of UseLogger.
@@ -76,10 +81,10 @@ class WorkflowHost {
 
   // --- The workflow ---
 
-  // Reads the flow, or the state in use when one is there, with all plug-in libraries that it names. Finds what is
-  // wrong before anything of the workflow is touched: the host can then load another. Once, until it has succeeded.
-  // Throws HostError: Failed when a file cannot be read, Damaged when it is no dictionary or not of this workflow,
-  // PluginBroken, InUse when a process has a file open for writing.
+  // Reads the flow, or the state in use when one is there or a record says what it is, with all plug-in libraries that
+  // it names. Finds what is wrong before anything of the workflow is touched: the host can then load another. Once,
+  // until it has succeeded. Throws HostError: Failed when a file cannot be read, Damaged when it is no dictionary or
+  // not of this workflow, PluginBroken, InUse when a process has a file open for writing.
   void Load(const std::string& flow);
   // Whether Load has continued from a state.
   bool IsContinued() const;

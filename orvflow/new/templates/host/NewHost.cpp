@@ -1,5 +1,5 @@
 // A host of one's own: runs a workflow and prints each delivery. Told to stop after so many, it saves the state; the
-// next run goes on from there.
+// next run goes on from there, and where it was after a kill.
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
@@ -7,6 +7,7 @@
 #include <string>
 
 #include "OrvWorkFlow/host/RunObserver.h"
+#include "OrvWorkFlow/host/StateRecord.h"
 #include "OrvWorkFlow/host/WorkflowHost.h"
 
 namespace {
@@ -31,11 +32,13 @@ void PrintError(const std::string& line) { std::fprintf(stderr, "NewHost: %s\n",
 int Execute(const std::string& flow, int stop_after) {
   Watcher watcher;
   Host::StateFile state(flow, "", PrintError);  // Beside the flow, and ours alone from here on.
+  Host::StateRecord record;                     // Beside the state, so that a kill costs nothing.
   Host::WorkflowHost host;
   watcher.host = &host;
   watcher.left = stop_after;
   host.AddObserver(watcher);
   host.UseState(state);
+  host.UseRecord(record);
   host.TellWith(PrintError);
   host.ShowMessagesWith([](const std::string& text, const std::string& /*caption*/) { PrintError(text); });
   host.Load(flow);

@@ -1,13 +1,12 @@
-#include "orvflow/run/DurableDeliveries.h"
+#include "journal/DurableDeliveries.h"
 
 #include <chrono>
 #include <thread>
 #include <utility>
 
 #include "host/HostParts.h"
-#include "orvflow/terminal/Terminal.h"
 
-namespace OrvWorkFlow::Program {
+namespace OrvWorkFlow::Journal {
 
 namespace {
 
@@ -20,21 +19,22 @@ void NameNode(const char* type, const char* instance, std::string& name) {
 
 }  // namespace
 
-DurableDeliveries::DurableDeliveries(Host::WorkflowHost& host, const std::string& flow) : host_(host), flow_(flow) {
+DurableDeliveries::DurableDeliveries(Host::WorkflowHost& host, const std::string& flow)
+    : host_(host), flow_(flow), tell_(host.parts().tell) {
   const auto hold = [](void* self) { static_cast<DurableDeliveries*>(self)->HoldWhileFull(); };
   host_.parts().objects.host_app().SetBeforeDelivery(hold, this);
 }
 
-void DurableDeliveries::Begin(std::vector<Journal::RunRecord*> records) {
+void DurableDeliveries::Begin(std::vector<RunRecord*> records) {
   {
     const std::unique_lock<std::shared_mutex> lock(sync_mutex_);
     sync_.emplace(std::move(records), [this](const std::string& why) {
       has_failed_ = true;
       host_.RequestStop();
-      PrintErrorLine(flow_ + ": the record is not safe from a power failure: " + why + "; the run stops");
+      Tell(flow_ + ": the record is not safe from a power failure: " + why + "; the run stops");
     });
   }
-  if (!Await()) throw FileError(ExitCode::Failed, flow_, "", "is not run without a durable record");
+  if (!Await()) throw Host::HostError(Host::HostError::Kind::Failed, flow_, "", "is not run without a durable record");
 }
 
 bool DurableDeliveries::Await() {
@@ -83,9 +83,9 @@ void DurableDeliveries::DeliveryBegun(const Delivery& delivery) {
 // On the GUI thread, without any lock: what has to be recorded meanwhile finds the room that was kept.
 void DurableDeliveries::HoldWhileFull() {
   if (!sync_ || !sync_->lacks_room() || IsStopping()) return;
-  PrintErrorLine(flow_ + ": the disk has no more room for the record; the run waits until there is some");
+  Tell(flow_ + ": the disk has no more room for the record; the run waits until there is some");
   while (sync_->lacks_room() && !IsStopping()) std::this_thread::sleep_for(kLook);
-  if (!sync_->lacks_room()) PrintErrorLine(flow_ + ": there is room again; the run goes on");
+  if (!sync_->lacks_room()) Tell(flow_ + ": there is room again; the run goes on");
 }
 
 // A run that stops delivers what it has begun to hand over.
@@ -95,4 +95,4 @@ bool DurableDeliveries::IsStopping() const {
   return !host_.engine().GetQueueState(&queue) || !queue.running;
 }
 
-}  // namespace OrvWorkFlow::Program
+}  // namespace OrvWorkFlow::Journal

@@ -1,4 +1,4 @@
-#include "orvflow/run/StateRecord.h"
+#include "journal/RecoveryRecord.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -18,9 +18,8 @@
 #include "host/state/RunRecords.h"
 #include "journal/RecordReader.h"
 #include "journal/StandingState.h"
-#include "orvflow/terminal/Terminal.h"
 
-namespace OrvWorkFlow::Program {
+namespace OrvWorkFlow::Journal {
 
 namespace {
 
@@ -66,74 +65,82 @@ std::uint64_t SavesOf(IDictionary& dictionary) {
 
 }  // namespace
 
-void TakeSnapshot(IDictionary& dictionary, const std::string& before, Journal::RunRecord& record) {
+void TakeSnapshot(IDictionary& dictionary, const std::string& before, RunRecord& record) {
   const Sdk::TextHolder text;
   if (!dictionary.SaveToText(text.get())) throw std::bad_alloc();
   record.Snapshot({text->GetText(), text->GetLength()}, before);
 }
 
-StateRecord::StateRecord(Host::WorkflowHost& host, const Host::StateFile& state, const std::string& flow)
+RecoveryRecord::RecoveryRecord(Host::WorkflowHost& host, const Host::StateFile& state, const std::string& flow)
     : host_(host),
       state_(state),
       flow_(flow),
-      path_(state.path() + kExtension),
+      tell_(host.parts().tell),
+      path_(PathBeside(state)),
       shown_name_(state.shown_name() + kExtension) {}
 
-StateRecord::~StateRecord() {
+std::string RecoveryRecord::PathBeside(const Host::StateFile& state) { return state.path() + kExtension; }
+
+RecoveryRecord::~RecoveryRecord() {
   if (!has_begun_) End(true);
 }
 
-StateRecord::Found StateRecord::Read() const {
+RecoveryRecord::Found RecoveryRecord::Read() const {
   Found found;
-  Journal::RecordReader reader(path_, Journal::RecordReader::Torn::IsTheEnd);
-  Journal::Event event;
+  RecordReader reader(path_, RecordReader::Torn::IsTheEnd);
+  Event event;
   while (reader.Next(&event)) found.standing.Take(event);
   found.is_torn = reader.is_torn();
-  if (reader.state() == Journal::RecordReader::State::AtEnd) return found;
-  throw FileError(
-      ExitCode::DictionaryDamaged, shown_name_, "",
+  if (reader.state() == RecordReader::State::AtEnd) return found;
+  throw Host::HostError(
+      Host::HostError::Kind::Damaged, shown_name_, "",
       reader.problem() +
           "; the run before was cut off, and what it did after its last save is not known: remove this file to "
           "go on from " +
-          state_.shown_name() + ", or begin anew with --fresh");
+          state_.shown_name() + ", or " + HowToBeginAnew());
+}
+
+std::string RecoveryRecord::HowToBeginAnew() const {
+  const std::string_view words = state_.words().begin_anew;
+  return std::string(words == Host::StateWords{}.begin_anew ? "remove both to begin anew" : words);
 }
 
 // Of a run that does not go on from the record.
-std::string StateRecord::DescribeOtherWay() const {
+std::string RecoveryRecord::DescribeOtherWay() const {
   return state_.Exists() ? "it goes on from the state that was saved before" : "it begins anew";
 }
 
 // "" when the run goes on from the record.
-std::string StateRecord::WhyUnusable(const Journal::RunStanding& standing, IDictionary& dictionary) const {
+std::string RecoveryRecord::WhyUnusable(const RunStanding& standing, IDictionary& dictionary) const {
   if (!standing.private_nodes().empty()) {
     const auto& [type, instance] = standing.private_nodes().front();
     return type + " " + instance + " keeps state of its own";
   }
   if (standing.has_lost_changes()) return "its record lacks changes, for want of memory";
   for (const std::string& name : Base::NamesBelow(dictionary, WorkflowSchema::kGlobalUtilityObjects)) {
-    if (!Journal::IsOfLibrary(name)) return "the object " + name + " keeps state of its own";
+    if (!IsOfLibrary(name)) return "the object " + name + " keeps state of its own";
   }
   return {};
 }
 
 // Nothing when there is none that says more than the state does.
-std::optional<StateRecord::Found> StateRecord::Find(IDictionary& dictionary) const {
+std::optional<RecoveryRecord::Found> RecoveryRecord::Find(IDictionary& dictionary) const {
   const Host::FileLook look = Host::LookAtFile(path_);
   if (look.kind == Host::FileKind::Missing) return {};
   const std::string distrust = Host::WhyNotTrusted(path_);
   if (look.kind != Host::FileKind::Readable || !distrust.empty()) {
-    throw FileError(ExitCode::Failed, shown_name_, "",
-                    (distrust.empty() ? "cannot be read: " + look.reason : distrust) +
-                        "; the run before may have been cut off, and goes on from this file");
+    throw Host::HostError(Host::HostError::Kind::Failed, shown_name_, "",
+                          (distrust.empty() ? "cannot be read: " + look.reason : distrust) +
+                              "; the run before may have been cut off, and goes on from this file");
   }
   if (std::ifstream(path_).peek() == std::ifstream::traits_type::eof()) return {};  // It ended before its run.
   Found found = Read();
-  const Journal::RunStanding& standing = found.standing;
+  const RunStanding& standing = found.standing;
   if (standing.run() == 0 || standing.has_ended() || !standing.has_snapshot()) {
     if (found.is_torn) {
       SayThatStateCounts();
     } else if (standing.run() == 0) {
-      PrintErrorLine(flow_ + ": the record of the run before holds nothing but zeros; " + DescribeOtherWay());
+      Tell(flow_ + ": the record of the run before holds nothing but zeros; " + DescribeOtherWay());
     }
     return {};
   }
@@ -143,9 +150,9 @@ std::optional<StateRecord::Found> StateRecord::Find(IDictionary& dictionary) con
     found.saves = SavesOf(dictionary);
     const std::string saved_in = Base::TextAt(dictionary, kRunName);
     if (saved_in != standing.name() && saved_in != standing.before()) {
-      throw FileError(ExitCode::DictionaryDamaged, shown_name_, "",
-                      "is of another run than " + state_.shown_name() +
-                          "; remove this file to go on from the state, or begin anew with --fresh");
+      throw Host::HostError(Host::HostError::Kind::Damaged, shown_name_, "",
+                            "is of another run than " + state_.shown_name() +
+                                "; remove this file to go on from the state, or " + HowToBeginAnew());
     }
   } else if (standing.was_continued() || standing.was_saved()) {
     return {};  // Whoever removes a state wants to begin anew.
@@ -154,80 +161,80 @@ std::optional<StateRecord::Found> StateRecord::Find(IDictionary& dictionary) con
 }
 
 // The dictionary becomes what the state would be. False, with a line that says why, when the record cannot be used.
-bool StateRecord::Fill(const Found& found, IDictionary& dictionary) const {
-  const Journal::RunStanding& standing = found.standing;
-  Journal::MakeDictionaryOf(standing, path_, dictionary);
+bool RecoveryRecord::Fill(const Found& found, IDictionary& dictionary) const {
+  const RunStanding& standing = found.standing;
+  MakeDictionaryOf(standing, path_, dictionary);
   if (SavesOf(dictionary) < found.saves) {
     SayThatStateCounts();
     return false;
   }
   const std::string why = WhyUnusable(standing, dictionary);
   if (!why.empty()) {
-    PrintErrorLine(flow_ + ": the run before was cut off, and " + why + "; " + DescribeOtherWay());
+    Tell(flow_ + ": the run before was cut off, and " + why + "; " + DescribeOtherWay());
     return false;
   }
-  Journal::WriteStanding(standing, dictionary);
+  WriteStanding(standing, dictionary);
   if (!Host::SetAsideNotTaken(dictionary, state_)) throw std::bad_alloc();
   return true;
 }
 
-bool StateRecord::Recover() {
+bool RecoveryRecord::Recover() {
   const Host::WorkflowHost::OwnedDictionary dictionary = host_.MakeDictionary();
   const std::optional<Found> found = Find(*dictionary);
   if (!found || !Fill(*found, *dictionary)) return false;
   if (!state_.Save([&](const char* file) { return dictionary->SaveFile(file); })) {
-    throw FileError(ExitCode::Failed, state_.shown_name(), "",
-                    "cannot be written; the run before was cut off, and " + shown_name_ +
-                        " says where it was: make room and run again");
+    throw Host::HostError(Host::HostError::Kind::Failed, state_.shown_name(), "",
+                          "cannot be written; the run before was cut off, and " + shown_name_ +
+                              " says where it was: make room and run again");
   }
   Host::RenumberDeaths(state_, found->standing.delivered() > 0);
   Report(*found);
   return true;
 }
 
-bool StateRecord::Look(IDictionary& dictionary) const {
+bool RecoveryRecord::Look(IDictionary& dictionary) const {
   const std::optional<Found> found = Find(dictionary);
   return found && Fill(*found, dictionary);
 }
 
 // The record was begun for a save that the disk has, or by a run of which it has nothing.
-void StateRecord::SayThatStateCounts() const {
-  PrintErrorLine(flow_ + ": the machine went down during the run before, and the disk lacks the end of its record; " +
-                 (state_.Exists() ? "it goes on from the state that was saved after that" : "it begins anew"));
+void RecoveryRecord::SayThatStateCounts() const {
+  Tell(flow_ + ": the machine went down during the run before, and the disk lacks the end of its record; " +
+       (state_.Exists() ? "it goes on from the state that was saved after that" : "it begins anew"));
 }
 
-void StateRecord::Report(const Found& found) const {
-  const Journal::RunStanding& standing = found.standing;
+void RecoveryRecord::Report(const Found& found) const {
+  const RunStanding& standing = found.standing;
   std::string line = flow_ +
                      (found.is_torn ? ": the machine went down during the run before, and the disk lacks the end of "
                                       "its record; it goes on where that ends: "
                                     : ": the run before was cut off; it goes on from its record where it was: ") +
                      Base::Counted(standing.MakeQueue().size(), "signal") + " waiting, " +
                      Base::Counted(standing.MakeRebootSignals().size(), "node") + " to go on";
-  if (const Journal::Route* const unfinished = standing.unfinished()) {
+  if (const Route* const unfinished = standing.unfinished()) {
     line += ", " + unfinished->receiver_type + " " + unfinished->receiver_instance + " gets \"" +
             unfinished->receiver_signal + "\" once more";
   }
-  PrintErrorLine(line);
+  Tell(line);
 }
 
-bool StateRecord::IsThere() const { return Host::FindFileKind(path_) != Host::FileKind::Missing; }
+bool RecoveryRecord::IsThere() const { return Host::FindFileKind(path_) != Host::FileKind::Missing; }
 
-void StateRecord::Remove() const { std::remove(path_.c_str()); }
+void RecoveryRecord::Remove() const { std::remove(path_.c_str()); }
 
-void StateRecord::Open(const Journal::RunNote& note) {
+void RecoveryRecord::Open(const RunNote& note) {
   note_ = note;
   note_.name = host_.parts().delivery_keys.run();
   try {
-    record_.emplace(path_, shown_name_, Journal::RunRecord::Earlier::Replaced);
+    record_.emplace(path_, shown_name_, RunRecord::Earlier::Replaced);
     record_->Begin(note_);
   } catch (const Host::HostError& error) {
     if (error.kind() != Host::HostError::Kind::InUse) Remove();
-    PrintErrorLine(std::string(error.what()) + "; a run that is cut off goes on from the state that was saved last");
+    Tell(std::string(error.what()) + "; a run that is cut off goes on from the state that was saved last");
   }
 }
 
-void StateRecord::Begin(Journal::DictionaryObservers& observers) {
+void RecoveryRecord::Begin(DictionaryObservers& observers) {
   if (!record_) return;
   IDictionary& dictionary = host_.dictionary();
   const std::string before = Base::TextAt(dictionary, kRunName);
@@ -237,24 +244,24 @@ void StateRecord::Begin(Journal::DictionaryObservers& observers) {
   has_begun_ = true;
 }
 
-void StateRecord::TellProblem() const {
+void RecoveryRecord::TellProblem() const {
   const std::string problem = record_ ? record_->problem() : std::string();
   if (problem.empty() || is_problem_told_.exchange(true)) return;
-  PrintErrorLine(shown_name_ + ": the record ended before the run: " + problem);
+  Tell(shown_name_ + ": the record ended before the run: " + problem);
 }
 
-void StateRecord::KeepName() const {
+void RecoveryRecord::KeepName() const {
   const std::string why = Host::KeepName(path_);
-  if (!why.empty()) PrintErrorLine(shown_name_ + ": its folder is not safe from a power failure: " + why);
+  if (!why.empty()) Tell(shown_name_ + ": its folder is not safe from a power failure: " + why);
 }
 
-bool StateRecord::CountSave() {
+bool RecoveryRecord::CountSave() {
   if (!record_) return true;
   IDictionary& dictionary = host_.dictionary();
   return dictionary.SetValue(kSaves, std::to_string(SavesOf(dictionary) + 1).c_str());
 }
 
-void StateRecord::NoteSave() {
+void RecoveryRecord::NoteSave() {
   if (!record_) return;
   TellProblem();
   if (record_->Size() < kLargest) return record_->NoteSave();
@@ -265,16 +272,23 @@ void StateRecord::NoteSave() {
   TakeSnapshot(host_.dictionary(), note_.name, *record_);
 }
 
-bool StateRecord::NeedsCheckpoint() const {
+bool RecoveryRecord::NeedsCheckpoint() const {
   TellProblem();
   return !record_ || !record_->IsExact() || record_->Size() >= kLargest;
 }
 
-void StateRecord::End(bool is_settled) {
+// The record stays where it says more than the state does.
+bool RecoveryRecord::IsSettled(const Host::RunResult& result) {
+  const bool is_idle = result.end == Host::RunEnd::Idle || result.end == Host::RunEnd::Ended;
+  const bool lacks_failures = result.finished_state == Host::FinishedState::NotSaved;
+  return is_idle ? !lacks_failures : result.saved;
+}
+
+void RecoveryRecord::End(bool is_settled) {
   if (!record_) return;
   TellProblem();
   if (is_settled) record_->Remove();
   record_.reset();
 }
 
-}  // namespace OrvWorkFlow::Program
+}  // namespace OrvWorkFlow::Journal

@@ -1,4 +1,4 @@
-// The record beside the saved state: a run that was cut off goes on from it where it was.
+// The record beside a saved state: a run that was cut off goes on from it where it was.
 #pragma once
 
 #include <atomic>
@@ -11,24 +11,25 @@
 #include "journal/RunRecord.h"
 #include "journal/RunStanding.h"
 
-namespace OrvWorkFlow::Program {
+namespace OrvWorkFlow::Journal {
 
 // "<state>.record" is there while a workflow runs and after a run that was cut off: then it holds all that happened
 // since that run began, with the dictionary as it was at that time. One thread, but for NeedsCheckpoint.
-class StateRecord {
+class RecoveryRecord {
  public:
-  // All outlive it. `flow` is how messages call the flow.
-  StateRecord(Host::WorkflowHost& host, const Host::StateFile& state, const std::string& flow);
-  StateRecord(const StateRecord&) = delete;
-  StateRecord& operator=(const StateRecord&) = delete;
+  // What it is given outlives it, but for the host; `flow` is how messages call the flow. What there is to say is told
+  // as the host does now.
+  RecoveryRecord(Host::WorkflowHost& host, const Host::StateFile& state, const std::string& flow);
+  RecoveryRecord(const RecoveryRecord&) = delete;
+  RecoveryRecord& operator=(const RecoveryRecord&) = delete;
+  static std::string PathBeside(const Host::StateFile& state);
   // After the host. The record of a run that has not begun goes.
-  ~StateRecord();
+  ~RecoveryRecord();
 
   // Whether there is one, of whatever run.
   bool IsThere() const;
   // Before the state is looked at. The state becomes what the record says, if a run was cut off and nothing is missing
-  // in the record; what was done, or why not, is printed. False when the state stays as it is. Throws ProgramError and
-  // HostError.
+  // in the record; what was done, or why not, is told. False when the state stays as it is. Throws HostError.
   bool Recover();
   // The same for a dictionary of the caller's, which becomes what the state would be. When it is false, the dictionary
   // may hold anything.
@@ -38,9 +39,9 @@ class StateRecord {
 
   // Before the workflow is loaded, and after it was: then the dictionary's observers become one more. A record that
   // cannot be written is none, which is said.
-  void Open(const Journal::RunNote& note);
-  void Begin(Journal::DictionaryObservers& observers);
-  Journal::RunRecord* record() { return record_ ? &*record_ : nullptr; }
+  void Open(const RunNote& note);
+  void Begin(DictionaryObservers& observers);
+  RunRecord* record() { return record_ ? &*record_ : nullptr; }
 
   // That the record is there, or is not any more, survives a power failure. What the system refuses is said.
   void KeepName() const;
@@ -54,21 +55,27 @@ class StateRecord {
   bool NeedsCheckpoint() const;
   // The host is gone. With `is_settled` the state says all that the record does.
   void End(bool is_settled);
+  // Of a run that ended so.
+  static bool IsSettled(const Host::RunResult& result);
 
  private:
   // What is in the record, if that is more than the state has.
   struct Found {
-    Journal::RunStanding standing;
+    RunStanding standing;
     bool is_torn = false;     // the machine went down, and the record's end is lost
     std::uint64_t saves = 0;  // that the state has seen
   };
 
   Found Read() const;
   std::string DescribeOtherWay() const;
-  std::string WhyUnusable(const Journal::RunStanding& standing, IDictionary& dictionary) const;
+  std::string HowToBeginAnew() const;
+  std::string WhyUnusable(const RunStanding& standing, IDictionary& dictionary) const;
   std::optional<Found> Find(IDictionary& dictionary) const;
   bool Fill(const Found& found, IDictionary& dictionary) const;
   void SayThatStateCounts() const;
+  void Tell(const std::string& line) const {
+    if (tell_) tell_(line);
+  }
   void Report(const Found& found) const;
   // Once, that the record has ended.
   void TellProblem() const;
@@ -76,15 +83,16 @@ class StateRecord {
   Host::WorkflowHost& host_;
   const Host::StateFile& state_;
   const std::string& flow_;
+  const Host::LineReceiver tell_;
   const std::string path_;
   const std::string shown_name_;
-  Journal::RunNote note_;
-  std::optional<Journal::RunRecord> record_;
+  RunNote note_;
+  std::optional<RunRecord> record_;
   bool has_begun_ = false;
   mutable std::atomic<bool> is_problem_told_ = false;
 };
 
 // The dictionary as it is, into the record; `before` is the name of the run whose state it was, "" for none.
-void TakeSnapshot(IDictionary& dictionary, const std::string& before, Journal::RunRecord& record);
+void TakeSnapshot(IDictionary& dictionary, const std::string& before, RunRecord& record);
 
-}  // namespace OrvWorkFlow::Program
+}  // namespace OrvWorkFlow::Journal
