@@ -30,6 +30,8 @@ Unit UnitOf(std::uint64_t unit) {
   return {Unit::Kind::Delivery, Unrotated(unit >> 1)};
 }
 
+bool IsLength(std::size_t size) { return size > kCheckSize && size + kLengthSize <= kMostRecord; }
+
 }  // namespace
 
 RecordReader::RecordReader(const std::string& path, Torn torn) : file_(path, std::ios::binary), torn_(torn) {
@@ -88,13 +90,16 @@ bool RecordReader::ReadHead() {
 }
 
 // No whole entry follows. A process that was killed leaves one that was being written, and zeros behind it; what was
-// never written is zero. False when something is written behind.
+// never written is zero. False when something is written behind. How long the torn one is it says itself, as the last
+// that is written of it; where it does not say so it is as long as one can be.
 bool RecordReader::IsAtGap() {
+  const std::size_t size = LengthHere();
+  const std::size_t torn = IsLength(size) ? kLengthSize + size : kMostRecord;
   // What is zero now may be written when it is read next.
   buffer_.clear();
   taken_ = 0;
   if (state_ == State::Unreadable) return true;
-  const bool is_gap = IsZeroBehind(offset_ + kMostRecord);
+  const bool is_gap = IsZeroBehind(offset_ + torn);
   if (is_gap) Stop(State::AtEnd, "");
   return is_gap;
 }
@@ -156,11 +161,17 @@ bool RecordReader::Next(Event* event) {
   }
 }
 
+// Of the entry at the offset, as it stands in the buffer; 0 where there is none.
+std::size_t RecordReader::LengthHere() const {
+  if (buffer_.size() < taken_ + kLengthSize) return 0;
+  Decoder length(std::string_view(buffer_).substr(taken_, kLengthSize));
+  return length.Fixed<std::uint16_t>();
+}
+
 // The one at the offset, if it is whole and of the chain.
 bool RecordReader::FindEntry(std::string_view* values, std::uint64_t* chain) {
-  Decoder length(std::string_view(buffer_).substr(taken_, kLengthSize));
-  const std::size_t size = length.Fixed<std::uint16_t>();
-  if (size <= kCheckSize || size + kLengthSize > kMostRecord || !Fill(kLengthSize + size)) return false;
+  const std::size_t size = LengthHere();
+  if (!IsLength(size) || !Fill(kLengthSize + size)) return false;
   const std::string_view entry = std::string_view(buffer_).substr(taken_ + kLengthSize, size);
   *values = entry.substr(0, size - kCheckSize);
   *chain = Checksum(Bytes(*values), values->size(), chain_);

@@ -121,6 +121,7 @@ class RecordReader {
   bool Fill(std::size_t wanted);
   bool ReadHead();
   bool Stop(State state, const std::string& problem);
+  std::size_t LengthHere() const;
   bool IsAtGap();
   bool StopAtDamage();
   bool StopTorn();

@@ -125,6 +125,27 @@ TEST_F(RunRecordTest, AChangedByteEndsTheReadingThereAndNoRunIsAdded) {
   }
 }
 
+// Whatever follows it. A length that was changed is as what a process that was killed has not written yet.
+TEST_F(RunRecordTest, AChangedByteIsDamageUnlessItIsInTheLastEntryOrALength) {
+  std::vector<std::string> told;
+  const std::string bytes = Bytes(30, 3, &told);
+  std::vector<std::size_t> begins;
+  const auto byte = [&](std::size_t at) { return static_cast<std::size_t>(static_cast<unsigned char>(bytes[at])); };
+  for (std::size_t at = Journal::kHeadSize; at + 2 < bytes.size() && byte(at) + 256 * byte(at + 1) != 0;) {
+    begins.push_back(at);
+    at += Journal::kLengthSize + byte(at) + 256 * byte(at + 1);
+  }
+  ASSERT_GT(begins.size(), 30U);
+  for (std::size_t i = 0; i + 1 < begins.size(); ++i) {
+    for (std::size_t at = begins[i] + Journal::kLengthSize; at < begins[i + 1]; ++at) {
+      std::string changed = bytes;
+      changed[at] = static_cast<char>(changed[at] ^ 1);
+      Write(changed);
+      ASSERT_EQ(ReadAll(File()).state, State::Damaged) << at;
+    }
+  }
+}
+
 // With checksums that are right.
 TEST_F(RunRecordTest, EntriesOfRandomBytesAreReadOrRefused) {
   std::mt19937 random(11);
