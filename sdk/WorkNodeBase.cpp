@@ -54,7 +54,19 @@ void* WorkNodeBase::QueryInterface(const char* interface_name) {
   if (name == InterfaceNames::kNodeDescription)
     return description_ == nullptr ? nullptr : static_cast<INodeDescription*>(this);
   if (name == InterfaceNames::kNodeFiring) return MostSignalsFired() < 0 ? nullptr : static_cast<INodeFiring*>(this);
+  if (name == InterfaceNames::kNodeParameterRules)
+    return rules_.count == 0 ? nullptr : static_cast<INodeParameterRules*>(this);
   return ObjectProtocol::QueryInterface(interface_name);
+}
+
+const ParameterRule* WorkNodeBase::FindRule(const char* parameter_name) {
+  return parameter_name == nullptr ? nullptr : RuleOf(parameter_name);
+}
+
+const ParameterRule* WorkNodeBase::RuleOf(std::string_view parameter) const {
+  const auto* const rule =
+      std::find_if(rules_.begin(), rules_.end(), [&](const ParameterRule& row) { return parameter == row.name; });
+  return rule == rules_.end() ? nullptr : rule;
 }
 
 bool WorkNodeBase::LoadState(const char* path) {
@@ -131,7 +143,7 @@ const NodeParameter& WorkNodeBase::Declared(std::string_view name, ParameterType
 }
 
 // The value in the first place that has one. One that does not fit is thrown, never passed over.
-Parameters::Entry WorkNodeBase::FindParameter(const NodeParameter& parameter) const {
+WorkNodeBase::Found WorkNodeBase::FindParameter(const NodeParameter& parameter) const {
   const ParameterPlaces places = PlacesOf(type_name_, instance_name_, parameter.name);
   const std::string* place = &places.in_workflow;
   Parameters::Entry entry = Parameters::ReadEntry(WorkflowDictionary(), *place, parameter.type);
@@ -139,14 +151,14 @@ Parameters::Entry WorkNodeBase::FindParameter(const NodeParameter& parameter) co
     place = &places.in_file;
     entry = Parameters::ReadEntry(*configuration_, *place, parameter.type);
   }
-  if (entry.state == Parameters::Entry::State::Missing) return FallbackOf(parameter);
+  if (entry.state == Parameters::Entry::State::Missing) return {FallbackOf(parameter), ""};
   if (entry.state == Parameters::Entry::State::Value &&
       (entry.type == ValueType::String || entry.type == ValueType::StringList)) {
     PutValuesIn(parameter, *place, entry.texts);
   }
-  if (Parameters::Fits(entry, parameter.type)) return entry;
+  if (Parameters::Fits(entry, parameter.type)) return {std::move(entry), *place};
   throw std::runtime_error("the parameter " + *place + " is " + Parameters::WhatItIs(entry) + "; it takes " +
-                           Parameters::WhatItTakes(parameter.type));
+                           Parameters::WhatItTakes(parameter, RuleOf(parameter.name)));
 }
 
 // The first read in a signal decides.
@@ -192,21 +204,40 @@ void WorkNodeBase::TakeKeptValues(const std::string& folder) {
   }
 }
 
+// Of what is not read nothing is said: the words are looked at here.
+Parameters::Entry WorkNodeBase::FindText(std::string_view name, ParameterType type) const {
+  const NodeParameter& parameter = Declared(name, type);
+  Found found = FindParameter(parameter);
+  if (found.place.empty()) return std::move(found.entry);
+  if (const auto problem = Parameters::FindWordProblem(parameter, RuleOf(name), found.entry)) {
+    throw Parameters::WrongWord("the parameter " + found.place + " " + problem->what + "; " + problem->remedy);
+  }
+  return std::move(found.entry);
+}
+
 std::string WorkNodeBase::TextParameter(std::string_view name) const {
-  return *Parameters::ToText(FindParameter(Declared(name, ParameterType::Text)));
+  return *Parameters::ToText(FindText(name, ParameterType::Text));
 }
 
 bool WorkNodeBase::BooleanParameter(std::string_view name) const {
-  return *Parameters::ToBoolean(FindParameter(Declared(name, ParameterType::Boolean)));
+  return *Parameters::ToBoolean(FindParameter(Declared(name, ParameterType::Boolean)).entry);
 }
 
 std::vector<std::string> WorkNodeBase::TextListParameter(std::string_view name) const {
-  return *Parameters::ToTexts(FindParameter(Declared(name, ParameterType::TextList)));
+  return *Parameters::ToTexts(FindText(name, ParameterType::TextList));
+}
+
+std::string WorkNodeBase::OptionalText(std::string_view name) const {
+  const ParameterRule* const rule = RuleOf(name);
+  if (rule == nullptr || rule->between == nullptr) {
+    throw std::logic_error(std::string(type_name_) + " reads a list as one text without a rule: " + std::string(name));
+  }
+  return Parameters::Joined(TextListParameter(name), rule->between);
 }
 
 std::int32_t WorkNodeBase::NumberParameter(std::string_view name) const {
   const NodeParameter& parameter = Declared(name, ParameterType::Number);
-  return std::clamp(*Parameters::ToNumber(FindParameter(parameter)), parameter.minimum, parameter.maximum);
+  return std::clamp(*Parameters::ToNumber(FindParameter(parameter).entry), parameter.minimum, parameter.maximum);
 }
 
 void WorkNodeBase::TellUser(const std::string& problem) const {

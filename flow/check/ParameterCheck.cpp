@@ -1,6 +1,7 @@
 // Parameters that no node reads, or whose value is none that the node takes.
 #include <algorithm>
 #include <memory>
+#include <optional>
 #include <set>
 
 #include "OrvWorkFlow/WorkflowSchema.h"
@@ -28,8 +29,10 @@ class ParameterCheck {
     reads_files_ = !options.file.empty();
   }
 
-  void CheckInstance(const std::string& type, const NodeDescription& kind, const Instance& instance) {
+  void CheckInstance(const std::string& type, const NodeDescription& kind, const ParameterRules& rules,
+                     const Instance& instance) {
     meant_.clear();
+    rules_ = &rules;
     CheckFolder(kind, instance);
     for (const std::string& name : instance.parameters) {
       const std::string path = instance.path + "/" + kFolder + "/" + name;
@@ -71,7 +74,8 @@ class ParameterCheck {
     }
   }
 
-  // A text for which nothing counts when it is not set. One that stands there empty is meant so.
+  // A text for which nothing counts when it is not set. One that stands there empty is meant so, and so is one that may
+  // be left out.
   void CheckMissing(const NodeDescription& kind, const Instance& instance, const std::vector<std::string>& in_file) {
     if (meant_.count(kFolder) != 0) return;
     const auto is_in = [](const std::vector<std::string>& names, const std::string& name) {
@@ -80,6 +84,7 @@ class ParameterCheck {
     for (const NodeParameter& parameter : kind.parameters) {
       const std::string name = parameter.name;
       if (parameter.type != ParameterType::Text || *parameter.fallback != '\0' || meant_.count(name) != 0) continue;
+      if (const ParameterRule* const rule = RuleOf(*rules_, name); rule != nullptr && rule->may_be_left_out) continue;
       if (is_in(instance.parameters, name) || is_in(in_file, name)) continue;
       Add(Severity::Warning, instance.path + "/" + kFolder + "/" + name,
           "is not set, so it is empty: " + std::string(parameter.sentence),
@@ -117,15 +122,25 @@ class ParameterCheck {
   void CheckValue(const Place& place, const NodeParameter& parameter) {
     Sdk::Parameters::Entry entry = Sdk::Parameters::ReadEntry(place.dictionary, place.path, parameter.type);
     if (LeavesToTheRun(place, entry)) return;
+    const ParameterRule* const rule = RuleOf(*rules_, parameter.name);
     if (entry.state == Sdk::Parameters::Entry::State::Missing) {
       Add(Severity::Warning, place, "has no value, so \"" + std::string(parameter.fallback) + "\" counts",
-          std::string("set it to ") + Sdk::Parameters::WhatItTakes(parameter.type));
+          std::string("set it to ") + Sdk::Parameters::WhatItTakes(parameter, rule));
     } else if (!Sdk::Parameters::Fits(entry, parameter.type)) {
       Add(Severity::Error, place, "is " + Sdk::Parameters::WhatItIs(entry),
-          std::string("it takes ") + Sdk::Parameters::WhatItTakes(parameter.type));
+          std::string("it takes ") + Sdk::Parameters::WhatItTakes(parameter, rule));
     } else if (parameter.type == ParameterType::Number) {
       CheckRange(place, parameter, *Sdk::Parameters::ToNumber(entry));
+    } else {
+      CheckWords(place, Sdk::Parameters::FindWordProblem(parameter, rule, entry), rule);
     }
+  }
+
+  void CheckWords(const Place& place, const std::optional<Sdk::Parameters::WordProblem>& problem,
+                  const ParameterRule* rule) {
+    if (!problem) return;
+    const std::vector<std::string> words(rule->words.begin(), rule->words.end());
+    Add(Severity::Error, place, problem->what, problem->remedy + Base::Suggest(problem->word, words));
   }
 
   // Whether nothing more can be said before the run: its texts take values from elsewhere, or are none that can.
@@ -161,7 +176,8 @@ class ParameterCheck {
   const FlowPaths paths_;
   TextValues text_values_;
   Findings& findings_;
-  std::set<std::string> meant_;  // by names that are misspelt, in the instance at hand
+  const ParameterRules* rules_ = nullptr;  // of the instance at hand
+  std::set<std::string> meant_;            // by names that are misspelt, in the instance at hand
   bool reads_files_ = false;
 };
 
@@ -173,7 +189,8 @@ void CheckParameters(IDictionary& dictionary, const Workflow& workflow, const No
   for (const NodeType& type : workflow.types) {
     const auto kind = kinds.find(type.name);
     if (kind == kinds.end() || kind->second == nullptr) continue;
-    for (const Instance& instance : type.instances) check.CheckInstance(type.name, *kind->second, instance);
+    const ParameterRules rules = ParameterRulesOf(type.name);
+    for (const Instance& instance : type.instances) check.CheckInstance(type.name, *kind->second, rules, instance);
   }
 }
 

@@ -2,12 +2,15 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "OrvWorkFlow/INodeDescription.h"
 #include "OrvWorkFlow/INodeFiring.h"
+#include "OrvWorkFlow/INodeParameterRules.h"
 
 namespace OrvWorkFlow::Flow {
 
@@ -18,6 +21,16 @@ const NodeDescription* DescribeNodeType(const std::string& type) noexcept;
 // The most output signals that a node of the type fires for one that it gets; negative when it does not say. Asks as
 // above.
 std::int32_t MostSignalsFiredBy(const std::string& type) noexcept;
+
+// The rules of the type's parameters, by their names; those that have none are not there. Asks as above.
+using ParameterRules = std::map<std::string, const ParameterRule*, std::less<>>;
+ParameterRules ParameterRulesOf(const std::string& type) noexcept;
+
+// Null where there is none.
+inline const ParameterRule* RuleOf(const ParameterRules& rules, std::string_view parameter) {
+  const auto found = rules.find(parameter);
+  return found == rules.end() ? nullptr : found->second;
+}
 
 // The row of that name; null when there is none.
 template <class Row>

@@ -36,6 +36,7 @@ inline constexpr char kComponentFinder[] = "IComponentFinder";
 inline constexpr char kNodeDescription[] = "INodeDescription";
 inline constexpr char kNodeFiring[] = "INodeFiring";
 inline constexpr char kNodeContinuation[] = "INodeContinuation";
+inline constexpr char kNodeParameterRules[] = "INodeParameterRules";
 }  // namespace InterfaceNames
 
 }  // namespace OrvWorkFlow

@@ -49,22 +49,37 @@ const char* WordFor(ParameterType type) {
   return "value";
 }
 
-ParameterDescription Describe(const NodeParameter& row) {
-  ParameterDescription parameter{row.name, WordFor(row.type), row.fallback, {}, {}, row.sentence};
+void AddRule(const ParameterRule& rule, ParameterDescription& parameter) {
+  parameter.words.assign(rule.words.begin(), rule.words.end());
+  parameter.any_case = rule.any_case;
+  parameter.is_one_text = rule.between != nullptr;
+  parameter.may_be_left_out = rule.may_be_left_out || parameter.is_one_text;
+}
+
+ParameterDescription Describe(const NodeParameter& row, const ParameterRule* rule) {
+  ParameterDescription parameter;
+  parameter.name = row.name;
+  parameter.type = WordFor(row.type);
+  parameter.fallback = row.fallback;
+  parameter.sentence = row.sentence;
+  const bool has_texts = row.type == ParameterType::Text || row.type == ParameterType::TextList;
+  if (rule != nullptr && has_texts) AddRule(*rule, parameter);
   if (row.type != ParameterType::Number) return parameter;
   if (row.minimum != std::numeric_limits<std::int32_t>::min()) parameter.minimum = row.minimum;
   if (row.maximum != std::numeric_limits<std::int32_t>::max()) parameter.maximum = row.maximum;
   return parameter;
 }
 
-NodeWords Describe(const NodeDescription& description) {
+NodeWords Describe(const NodeDescription& description, const Flow::ParameterRules& rules) {
   NodeWords words;
   words.sentence = description.sentence;
   for (const NodeInput& row : description.inputs) words.inputs.push_back({row.name, row.sentence});
   for (const NodeOutput& row : description.outputs) {
     words.outputs.push_back({row.name, row.sentence, row.must_be_taken});
   }
-  for (const NodeParameter& row : description.parameters) words.parameters.push_back(Describe(row));
+  for (const NodeParameter& row : description.parameters) {
+    words.parameters.push_back(Describe(row, Flow::RuleOf(rules, row.name)));
+  }
   words.state_in_dictionary = description.state_in_dictionary;
   words.acts_outside = description.acts_outside;
   return words;
@@ -79,7 +94,9 @@ TypeDescription DescribeType(const std::string& name) {
   type.version = Sdk::TextFrom([&](IOrvPString* text) { return creator->GetVersion(text); }, "-");
   FindInterfaces(*creator, type);
   creator->Destroy();
-  if (const NodeDescription* const description = Flow::DescribeNodeType(name)) type.words = Describe(*description);
+  if (const NodeDescription* const description = Flow::DescribeNodeType(name)) {
+    type.words = Describe(*description, Flow::ParameterRulesOf(name));
+  }
   return type;
 }
 

@@ -21,6 +21,11 @@ struct ParameterDescription {
   std::optional<std::int32_t> minimum;  // of a number that has one
   std::optional<std::int32_t> maximum;
   std::string sentence;
+  // By its rule: what else it takes none of, whether it may be left out, and whether a list is one text in parts.
+  std::vector<std::string> words;
+  bool any_case = false;
+  bool may_be_left_out = false;
+  bool is_one_text = false;
 };
 
 // What a node type says about itself.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "OrvWorkFlow/sdk/ParameterValue.h"
 #include "nlohmann/json.hpp"
 #include "orvflow/terminal/Terminal.h"
 #include "orvflow/verbs/HelpText.h"
@@ -22,9 +23,12 @@ std::string InterfacesOf(const TypeDescription& type) {
   return text.empty() ? "(no known interface)" : text;
 }
 
-// "number, 1 to 10, else 5"; what is no number has no range.
+// "number, 1 to 10, else 5", "text: one or two, else one"; what is no number has no range.
 std::string ValueOf(const ParameterDescription& parameter) {
-  std::string text = parameter.type;
+  std::string text = parameter.is_one_text ? "text or list of its parts" : parameter.type;
+  if (!parameter.words.empty()) text += ": " + Sdk::Parameters::Alternatives(parameter.words);
+  if (parameter.any_case) text += ", in small or capital letters";
+  if (parameter.may_be_left_out) text += ", may be left out";
   if (parameter.minimum && parameter.maximum) {
     text += ", " + std::to_string(*parameter.minimum) + " to " + std::to_string(*parameter.maximum);
   } else if (parameter.minimum) {
@@ -136,6 +140,10 @@ Json AsJson(const std::vector<ParameterDescription>& rows) {
     Json one = {{"name", row.name}, {"type", row.type}, {"default", row.fallback}};
     if (row.minimum) one["minimum"] = *row.minimum;
     if (row.maximum) one["maximum"] = *row.maximum;
+    if (!row.words.empty()) one["words"] = row.words;
+    if (row.any_case) one["any_case"] = true;
+    if (row.may_be_left_out) one["may_be_left_out"] = true;
+    if (row.is_one_text) one["is_one_text"] = true;
     one["sentence"] = row.sentence;
     list.push_back(std::move(one));
   }

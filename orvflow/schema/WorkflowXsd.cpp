@@ -6,6 +6,7 @@
 #include <set>
 #include <utility>
 
+#include "OrvWorkFlow/sdk/ParameterValue.h"
 #include "orvflow/schema/XsdText.h"
 
 namespace OrvWorkFlow::Program {
@@ -31,6 +32,11 @@ constexpr char kCommonTypes[] = R"(
 <xs:attribute name="__type" use="required"/><xs:anyAttribute processContents="skip"/>
 </xs:extension></xs:simpleContent></xs:complexType>
 <xs:complexType name="TextParameter"><xs:simpleContent><xs:extension base="xs:string">
+<xs:attribute name="__type" use="required"><xs:simpleType><xs:restriction base="xs:string">
+<xs:enumeration value="str"/><xs:enumeration value="UStr"/><xs:enumeration value="int"/>
+</xs:restriction></xs:simpleType></xs:attribute><xs:anyAttribute processContents="skip"/>
+</xs:extension></xs:simpleContent></xs:complexType>
+<xs:complexType name="WordParameter"><xs:simpleContent><xs:extension base="xs:anySimpleType">
 <xs:attribute name="__type" use="required"><xs:simpleType><xs:restriction base="xs:string">
 <xs:enumeration value="str"/><xs:enumeration value="UStr"/><xs:enumeration value="int"/>
 </xs:restriction></xs:simpleType></xs:attribute><xs:anyAttribute processContents="skip"/>
@@ -281,14 +287,25 @@ class XsdWriter {
   static void Widen(ParameterDescription& row, const ParameterDescription& other) {
     if (row.type != other.type) row.type = IsList(row) || IsList(other) ? kList : "";
     row.minimum = row.minimum && other.minimum ? std::optional(std::min(*row.minimum, *other.minimum)) : std::nullopt;
+    WidenWords(row, other);
     row.maximum = row.maximum && other.maximum ? std::optional(std::max(*row.maximum, *other.maximum)) : std::nullopt;
+  }
+
+  static void WidenWords(ParameterDescription& row, const ParameterDescription& other) {
+    if (row.words.empty() || other.words.empty()) return row.words.clear();
+    row.any_case = row.any_case || other.any_case;
+    row.words.push_back(other.fallback);
+    row.words.insert(row.words.end(), other.words.begin(), other.words.end());
   }
 
   static constexpr char kList[] = "list of texts";
   static bool IsList(const ParameterDescription& row) { return row.type == kList; }
 
   static std::string Parameter(const ParameterDescription& row) {
-    const std::string sentence = row.fallback.empty() ? row.sentence : row.sentence + " (" + row.fallback + ")";
+    std::string sentence = row.fallback.empty() ? row.sentence : row.sentence + " (" + row.fallback + ")";
+    // A list can stand there as well, so that nothing but this says its words.
+    if (IsList(row) && !row.words.empty()) sentence += ": " + Sdk::Parameters::Alternatives(row.words);
+    if (row.type == "text" && !row.words.empty()) return Element(row.name, kOptional, sentence, Words(row));
     if (row.type == "text") return ElementOf(row.name, kOptional, sentence, "TextParameter");
     if (row.type == "yes or no") return ElementOf(row.name, kOptional, sentence, "BooleanParameter");
     if (IsList(row)) return ElementOf(row.name, kOptional, sentence, "Entries");
@@ -296,15 +313,29 @@ class XsdWriter {
     return Element(row.name, kOptional, sentence, Number(row));
   }
 
+  // One of the words, or one that is somewhere else when the workflow runs.
+  static std::string Words(const ParameterDescription& row) {
+    std::set<std::string> words(row.words.begin(), row.words.end());
+    words.insert(row.fallback);
+    std::string choice = "<xs:simpleType><xs:restriction base=\"xs:string\">";
+    for (const std::string& word : words) {
+      choice += row.any_case ? "<xs:pattern value=\"" + Escaped(AnyCasePattern(word)) + "\"/>"
+                             : "<xs:enumeration value=\"" + Escaped(word) + "\"/>";
+    }
+    return Restricted("WordParameter", choice + "</xs:restriction></xs:simpleType>");
+  }
+
   // A number in its range, or one that is somewhere else when the workflow runs.
   static std::string Number(const ParameterDescription& row) {
     std::string range = "<xs:simpleType><xs:restriction base=\"Number\">";
     if (row.minimum) range += "<xs:minInclusive value=\"" + std::to_string(*row.minimum) + "\"/>";
     if (row.maximum) range += "<xs:maxInclusive value=\"" + std::to_string(*row.maximum) + "\"/>";
-    range += "</xs:restriction></xs:simpleType>";
-    return "<xs:complexType><xs:simpleContent><xs:restriction base=\"NumberParameter\"><xs:simpleType>"
-           "<xs:union memberTypes=\"ValueFromElsewhere\">" +
-           range +
+    return Restricted("NumberParameter", range + "</xs:restriction></xs:simpleType>");
+  }
+
+  static std::string Restricted(const std::string& base, const std::string& type) {
+    return "<xs:complexType><xs:simpleContent><xs:restriction base=\"" + base +
+           "\"><xs:simpleType><xs:union memberTypes=\"ValueFromElsewhere\">" + type +
            "</xs:union></xs:simpleType><xs:anyAttribute processContents=\"skip\"/></xs:restriction>"
            "</xs:simpleContent></xs:complexType>";
   }

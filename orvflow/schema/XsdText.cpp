@@ -48,6 +48,21 @@ std::string Pattern(std::string_view text) {
   return pattern;
 }
 
+std::string AnyCasePattern(std::string_view text) {
+  std::string pattern;
+  for (const char c : text) {
+    const bool is_capital = c >= 'A' && c <= 'Z';
+    const bool is_small = c >= 'a' && c <= 'z';
+    if (!is_capital && !is_small) {
+      pattern += Pattern(std::string_view(&c, 1));
+      continue;
+    }
+    const char small = is_capital ? static_cast<char>(c - 'A' + 'a') : c;
+    pattern.append({'[', static_cast<char>(small - 'a' + 'A'), small, ']'});
+  }
+  return pattern;
+}
+
 std::string OneOf(const std::vector<std::string>& texts) {
   std::string pattern = "(";
   for (const std::string& text : texts) {

@@ -12,6 +12,8 @@ std::string Escaped(std::string_view text);
 
 // The text as a pattern that matches nothing else.
 std::string Pattern(std::string_view text);
+// The same, whether its letters (A to Z) are small or capital.
+std::string AnyCasePattern(std::string_view text);
 // "(one|two)" of such patterns.
 std::string OneOf(const std::vector<std::string>& texts);
 

@@ -38,6 +38,33 @@ class ProbeNode final : public Sdk::WorkNodeBase {
   }
 };
 
+constexpr NodeParameter kTexts[] = {
+    TextParameterRow("Mood", "none", "a word"),
+    TextListParameterRow("Colours", "words"),
+    TextListParameterRow("Paper", "one word"),
+    TextListParameterRow("Notes", "any texts"),
+};
+constexpr NodeDescription kTextsDescription = {.sentence = "Reads words", .parameters = kTexts};
+constexpr const char* kMoods[] = {"glad", "sad"};
+constexpr const char* kPapers[] = {"A4", "A3"};
+constexpr ParameterRule kRules[] = {
+    {.name = "Mood", .words = kMoods},
+    {.name = "Colours", .words = kMoods},
+    {.name = "Paper", .words = kPapers, .any_case = true, .between = "-"},
+};
+
+// Reads words.
+class ChoosyNode final : public Sdk::WorkNodeBase {
+ public:
+  ChoosyNode() : Sdk::WorkNodeBase("Choosy", kTextsDescription, kRules) {}
+  using Sdk::WorkNodeBase::OptionalText;
+  using Sdk::WorkNodeBase::TextListParameter;
+  using Sdk::WorkNodeBase::TextParameter;
+
+ private:
+  bool OnSignal(std::string_view /*signal*/) override { return true; }
+};
+
 // Says that it fires one signal for each that it gets.
 class FrugalNode final : public Sdk::WorkNodeBase {
  public:
@@ -103,6 +130,47 @@ TEST_F(WorkNodeBaseTest, WhatIsNotDeclaredCanNeitherBeReadNorFired) {
   EXPECT_THROW(probe_->TextParameter("Fast"), std::logic_error) << "it is declared as a Boolean";
   EXPECT_THROW(probe_->FireOutput("finished"), std::logic_error);
   EXPECT_EQ(TakeFired(), Signals{});
+}
+
+TEST_F(WorkNodeBaseTest, SaysTheRulesOfItsParameters) {
+  EXPECT_EQ(node_->QueryInterface("INodeParameterRules"), nullptr) << "it has none";
+  const NodePointer node = Make<ChoosyNode>("First");
+  auto* const rules = static_cast<INodeParameterRules*>(node->QueryInterface("INodeParameterRules"));
+  ASSERT_NE(rules, nullptr);
+  EXPECT_EQ(rules->FindRule("Mood"), &kRules[0]);
+  EXPECT_EQ(rules->FindRule("Notes"), nullptr);
+  EXPECT_EQ(rules->FindRule(nullptr), nullptr);
+}
+
+TEST_F(WorkNodeBaseTest, ReadsNoOtherWordsThanThoseOfItsRules) {
+  const NodePointer node = Make<ChoosyNode>("First");
+  auto& choosy = *static_cast<ChoosyNode*>(node.get());
+  EXPECT_EQ(choosy.TextParameter("Mood"), "none") << "the fallback";
+  EXPECT_EQ(choosy.OptionalText("Paper"), "");
+  EXPECT_THROW(choosy.OptionalText("Notes"), std::logic_error);
+  const auto set = [&](const std::string& parameters) {
+    ASSERT_TRUE(choosy.LoadState(WriteConfiguration(parameters).c_str()));
+  };
+  const auto problem = [](auto&& read) -> std::string {
+    try {
+      read();
+    } catch (const Sdk::Parameters::WrongWord& wrong) {
+      return wrong.what();
+    }
+    return "";
+  };
+  const std::string item = "<__ListEntries><__item0>glad</__item0><__item1>mad</__item1></__ListEntries>";
+  set("<Mood __type=\"str\">mad</Mood><Colours __type=\"strlist\">" + item +
+      "</Colours><Paper __type=\"str\">a4</Paper>");
+  EXPECT_EQ(problem([&] { choosy.TextParameter("Mood"); }),
+            "the parameter /Parameters/Mood is \"mad\"; it takes glad or sad");
+  EXPECT_EQ(problem([&] { choosy.TextListParameter("Colours"); }),
+            "the parameter /Parameters/Colours holds \"mad\"; it takes glad or sad");
+  EXPECT_EQ(choosy.OptionalText("Paper"), "a4");
+  set("<Mood __type=\"str\">none</Mood><Paper __type=\"strlist\">" + item + "</Paper>");
+  EXPECT_EQ(choosy.TextParameter("Mood"), "none");
+  EXPECT_EQ(problem([&] { choosy.OptionalText("Paper"); }),
+            "the parameter /Parameters/Paper is \"glad-mad\"; it takes A4 or A3");
 }
 
 // A value as the dictionary file has it, and what the node reads; "!" where it must refuse.

@@ -8,6 +8,7 @@
 #include <charconv>
 #include <cstdint>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -16,6 +17,7 @@
 
 #include "OrvWorkFlow/IDictionary.h"
 #include "OrvWorkFlow/INodeDescription.h"
+#include "OrvWorkFlow/INodeParameterRules.h"
 #include "OrvWorkFlow/sdk/MarshalledHolder.h"
 
 namespace OrvWorkFlow::Sdk::Parameters {
@@ -156,7 +158,19 @@ inline const char* WhatItTakes(ParameterType type) {
   return "";
 }
 
-// "\"maybe\"", "a list": what stands there instead.
+// The same of a parameter with a rule, or null: of a list that is one text, a text.
+inline const char* WhatItTakes(const NodeParameter& parameter, const ParameterRule* rule) {
+  const bool is_one_text = rule != nullptr && rule->between != nullptr && parameter.type == ParameterType::TextList;
+  return WhatItTakes(is_one_text ? ParameterType::Text : parameter.type);
+}
+
+// "\"maybe\"", as a message shows it.
+inline std::string Shown(const std::string& text) {
+  static constexpr std::size_t kMostShown = 60;
+  return "\"" + text.substr(0, kMostShown) + (text.size() > kMostShown ? "..." : "") + "\"";
+}
+
+// The same, or "a list": what stands there instead.
 inline std::string WhatItIs(const Entry& entry) {
   switch (entry.state) {
     case Entry::State::Missing:
@@ -169,9 +183,61 @@ inline std::string WhatItIs(const Entry& entry) {
       break;
   }
   if (!entry.IsScalar()) return entry.type == ValueType::Binary ? "a block of bytes" : "a list";
-  static constexpr std::size_t kMostShown = 60;
-  const std::string& text = entry.texts[0];
-  return "\"" + text.substr(0, kMostShown) + (text.size() > kMostShown ? "..." : "") + "\"";
+  return Shown(entry.texts[0]);
 }
+
+// "one, two or three".
+template <class Texts>
+std::string Alternatives(const Texts& texts) {
+  std::string all;
+  for (auto text = texts.begin(); text != texts.end(); ++text) {
+    if (text != texts.begin()) all += text + 1 == texts.end() ? " or " : ", ";
+    all += *text;
+  }
+  return all;
+}
+
+// The parts of one text, together.
+inline std::string Joined(const std::vector<std::string>& parts, const char* between) {
+  std::string text;
+  for (const std::string& part : parts) text += &part == &parts.front() ? part : between + part;
+  return text;
+}
+
+// What is wrong with a parameter's value by its words, and what it takes instead.
+struct WordProblem {
+  std::string word;
+  std::string what;    // "is \"sha1\""
+  std::string remedy;  // "it takes crc32 or sha256"
+};
+
+// Nothing where there is no rule, and for values that its words allow.
+inline std::optional<WordProblem> FindWordProblem(const NodeParameter& parameter, const ParameterRule* rule,
+                                                  const Entry& entry) {
+  if (rule == nullptr || rule->words.count == 0) return std::nullopt;
+  const bool is_list = parameter.type == ParameterType::TextList;
+  if (!is_list && parameter.type != ParameterType::Text) return std::nullopt;
+  const std::optional<std::vector<std::string>> value = ToTexts(entry);
+  if (!value) return std::nullopt;
+  const bool has_items = is_list && rule->between == nullptr;
+  const auto is_wrong = [&](std::string_view text) {
+    if (!has_items && text == parameter.fallback) return false;
+    return std::none_of(rule->words.begin(), rule->words.end(), [&](std::string_view word) {
+      return rule->any_case ? EqualIgnoringCase(text, word) : text == word;
+    });
+  };
+  const std::vector<std::string> texts =
+      is_list && !has_items ? std::vector<std::string>{Joined(*value, rule->between)} : *value;
+  const auto wrong = std::find_if(texts.begin(), texts.end(), is_wrong);
+  if (wrong == texts.end()) return std::nullopt;
+  return WordProblem{*wrong, (has_items && texts.size() > 1 ? "holds " : "is ") + Shown(*wrong),
+                     "it takes " + Alternatives(rule->words)};
+}
+
+// A text that a node read and that is none of the parameter's words.
+class WrongWord final : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
 
 }  // namespace OrvWorkFlow::Sdk::Parameters

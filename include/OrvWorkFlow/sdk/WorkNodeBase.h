@@ -16,6 +16,7 @@
 #include "OrvWorkFlow/IFileSystem.h"
 #include "OrvWorkFlow/INodeDescription.h"
 #include "OrvWorkFlow/INodeFiring.h"
+#include "OrvWorkFlow/INodeParameterRules.h"
 #include "OrvWorkFlow/IWorkNode.h"
 #include "OrvWorkFlow/Names.h"
 #include "OrvWorkFlow/sdk/NodeRecord.h"
@@ -38,13 +39,18 @@ namespace OrvWorkFlow::Sdk {
 //
 // The node's description is the only list of its signals and parameters: what it does not declare it can neither
 // receive, fire nor read.
-class WorkNodeBase : public ObjectProtocol<WorkNodeBase, IWorkNode>, public INodeDescription, public INodeFiring {
+class WorkNodeBase : public ObjectProtocol<WorkNodeBase, IWorkNode>,
+                     public INodeDescription,
+                     public INodeFiring,
+                     public INodeParameterRules {
  public:
-  // "IWorkNode", "INodeDescription" for a node that has one, and "INodeFiring" for one that says how much it fires.
+  // "IWorkNode", "INodeDescription" for a node that has one, "INodeFiring" for one that says how much it fires, and
+  // "INodeParameterRules" for one that has such rules.
   void* QueryInterface(const char* interface_name) override;
   const NodeDescription* Describe() override { return description_; }
   // A node that overrides it says how many signals it fires at most for one that it gets, and can fire no more.
   std::int32_t MostSignalsFired() override { return kAnyNumber; }
+  const ParameterRule* FindRule(const char* parameter_name) override;
 
   // Reads the configuration file, a dictionary; false when it is none.
   bool LoadState(const char* path) override;
@@ -62,9 +68,12 @@ class WorkNodeBase : public ObjectProtocol<WorkNodeBase, IWorkNode>, public INod
   bool Initialise(const char* instance_name) override;
 
  protected:
-  // Both have static storage.
-  WorkNodeBase(const char* type_name, const NodeDescription& description)
-      : ObjectProtocol(type_name, InterfaceNames::kWorkNode), type_name_(type_name), description_(&description) {}
+  // All have static storage. A node can then read no other words than those of its rules.
+  WorkNodeBase(const char* type_name, const NodeDescription& description, NodeTable<ParameterRule> rules = {})
+      : ObjectProtocol(type_name, InterfaceNames::kWorkNode),
+        type_name_(type_name),
+        description_(&description),
+        rules_(rules) {}
   // A node that says nothing about itself: it gets and fires any signal, and has no parameters.
   explicit WorkNodeBase(const char* type_name)
       : ObjectProtocol(type_name, InterfaceNames::kWorkNode), type_name_(type_name) {}
@@ -92,11 +101,14 @@ class WorkNodeBase : public ObjectProtocol<WorkNodeBase, IWorkNode>, public INod
   static IFileSystemA& FileSystem();
 
   // A declared parameter, or its fallback where the workflow does not say. Throw std::runtime_error, with the entry and
-  // what it takes, for a value that does not fit, and std::logic_error for a parameter that is not declared so.
+  // what it takes, for a value that does not fit (Parameters::WrongWord for a text that is none of its words), and
+  // std::logic_error for a parameter that is not declared so.
   std::string TextParameter(std::string_view name) const;
   bool BooleanParameter(std::string_view name) const;
   std::int32_t NumberParameter(std::string_view name) const;
   std::vector<std::string> TextListParameter(std::string_view name) const;
+  // A list of texts that is one text by its rule (ParameterRule::between); "" where the workflow does not say.
+  std::string OptionalText(std::string_view name) const;
 
   const std::string& InstanceName() const { return instance_name_; }
   std::string TypeName() const { return type_name_; }
@@ -127,11 +139,20 @@ class WorkNodeBase : public ObjectProtocol<WorkNodeBase, IWorkNode>, public INod
   friend class ObjectProtocol<WorkNodeBase, IWorkNode>;
 
   const NodeParameter& Declared(std::string_view name, ParameterType type) const;
-  Parameters::Entry FindParameter(const NodeParameter& parameter) const;
+  const ParameterRule* RuleOf(std::string_view parameter) const;
+  // A value, and where it stands: "" for a fallback.
+  struct Found {
+    Parameters::Entry entry;
+    std::string place;
+  };
+  Found FindParameter(const NodeParameter& parameter) const;
+  // With a word that its rule allows.
+  Parameters::Entry FindText(std::string_view name, ParameterType type) const;
   void PutValuesIn(const NodeParameter& parameter, const std::string& place, std::vector<std::string>& texts) const;
 
   const char* type_name_;
   const NodeDescription* description_ = nullptr;
+  NodeTable<ParameterRule> rules_;
   std::string instance_name_;
   DictionaryPointer configuration_;  // Null when the instance names no file.
   IOutgoingSignalHandler* handler_ = nullptr;
