@@ -31,6 +31,11 @@ constexpr NodeParameter kParameters[] = {
     NumberParameterRow("MostEntries", "100000", 1, "more files and folders fail"),
     NumberParameterRow("MostMegabytes", "10240", 1, "more that comes out fails, in 1048576 bytes"),
 };
+constexpr char kOmit[] = "omit";
+constexpr const char* kLinksWords[] = {"refuse", kOmit};
+constexpr ParameterRule kRuleRows[] = {
+    {.name = "Links", .words = kLinksWords, .any_case = true},
+};
 
 constexpr std::size_t kPiece = 256 * 1024;
 // Times that every file system can hold: the years 1980 to 2100.
@@ -78,6 +83,8 @@ void CheckIsFree(const fs::path& target, const std::string& shown_target) {
 }
 
 }  // namespace
+
+constinit const NodeTable<ParameterRule> ArchiveExtractor::kRules = kRuleRows;
 
 constinit const NodeDescription ArchiveExtractor::kDescription = {
     .sentence = "Extracts an archive into a folder of its own, all or nothing",
@@ -178,11 +185,7 @@ const char* ArchiveExtractor::Extract() {
 
 void ArchiveExtractor::ExtractAll(ArchiveReader& reader, StagingFolder& folder) {
   Progress progress{.reader = reader, .folder = folder, .patterns = TextParameter("Pattern")};
-  const std::string links = TextParameter("Links");
-  progress.omits_links = Sdk::Parameters::EqualIgnoringCase(links, "omit");
-  if (!progress.omits_links && !Sdk::Parameters::EqualIgnoringCase(links, "refuse")) {
-    throw FileProblem("Links is \"" + links + "\"; it is refuse or omit");
-  }
+  progress.omits_links = Sdk::Parameters::EqualIgnoringCase(TextParameter("Links"), kOmit);
   progress.most_entries = static_cast<std::uint64_t>(NumberParameter("MostEntries"));
   progress.most_bytes = static_cast<std::uint64_t>(NumberParameter("MostMegabytes")) << 20;
   ArchiveEntry entry;

@@ -15,7 +15,8 @@ class ArchiveExtractor final : public TaskNode {
  public:
   static constexpr char kTypeName[] = "ArchiveExtractor";
   static const NodeDescription kDescription;
-  ArchiveExtractor() : TaskNode(kTypeName, kDescription) {}
+  static const NodeTable<ParameterRule> kRules;
+  ArchiveExtractor() : TaskNode(kTypeName, kDescription, kRules) {}
 
  private:
   struct Progress;

@@ -23,11 +23,13 @@ constexpr NodeOutput kOutputs[] = {
 constexpr NodeParameter kParameters[] = {
     TextParameterRow("Source", "", "a file or a folder"),
     TextParameterRow("Target", "", "the archive"),
-    TextListParameterRow("Format",
-                         "zip, tar, tar.gz, tar.bz2, tar.xz or tar.zst; nothing: what the name of Target ends in"),
+    TextListParameterRow("Format", "the kind of archive; nothing: what the name of Target ends in"),
     TextParameterRow("Pattern", "*", "which files of a folder: * and ? stand for characters, ; is between patterns"),
     BooleanParameterRow("Recursive", true, "whether the folders in it count"),
     BooleanParameterRow("Overwrite", true, "whether an archive that is there is replaced; without, it fails the task"),
+};
+constexpr ParameterRule kRuleRows[] = {
+    {.name = "Format", .words = kFormatNames, .any_case = true, .between = ""},
 };
 
 bool IsSame(const fs::path& left, const fs::path& right) {
@@ -36,6 +38,8 @@ bool IsSame(const fs::path& left, const fs::path& right) {
 }
 
 }  // namespace
+
+constinit const NodeTable<ParameterRule> ArchivePacker::kRules = kRuleRows;
 
 constinit const NodeDescription ArchivePacker::kDescription = {
     .sentence = "Packs a file, or the files of a folder, into an archive",

@@ -15,7 +15,8 @@ class ArchivePacker final : public TaskNode {
  public:
   static constexpr char kTypeName[] = "ArchivePacker";
   static const NodeDescription kDescription;
-  ArchivePacker() : TaskNode(kTypeName, kDescription) {}
+  static const NodeTable<ParameterRule> kRules;
+  ArchivePacker() : TaskNode(kTypeName, kDescription, kRules) {}
 
  private:
   struct Item {

@@ -16,7 +16,11 @@ struct ArchiveFormat {
   int (*add_filter)(archive*);
 };
 
-// By its name or, where that is empty, by the end of the file's name. Throws FileProblem for one that is not known.
+inline constexpr const char* kFormatNames[] = {"zip",     "tar", "tar.gz", "tar.bz2", "tar.xz",
+                                               "tar.zst", "tgz", "tbz2",   "txz"};
+
+// By its name, one of these, or, where that is empty, by the end of the file's name. Throws FileProblem for one that is
+// not known.
 const ArchiveFormat& FormatOf(std::string_view name, std::string_view file_name);
 
 class ArchiveWriter {

@@ -41,12 +41,6 @@ void ExpectName(const std::string& parameter, const std::string& name) {
   }
 }
 
-std::string Joined(const std::vector<std::string>& texts) {
-  std::string all;
-  for (const std::string& text : texts) all += all.empty() ? text : " " + text;
-  return all;
-}
-
 }  // namespace
 
 bool IsDeliveredTo(std::string_view type, std::string_view instance) {
@@ -111,14 +105,14 @@ std::unique_ptr<Transport> OpenTransport(const ParameterReader& parameters, cons
   settings.kind = parameters.text("Transport");
   settings.host = parameters.text("Host");
   settings.port = static_cast<std::uint16_t>(parameters.number("Port"));
-  settings.faults = Joined(parameters.list("Faults"));
+  settings.faults = parameters.optional_text("Faults");
   settings.client = "orvflow-" + id.Text();
   auto* const files = Sdk::FindGlobal<IFileSystemA>(ObjectNames::kFileSystem, InterfaceNames::kFileSystemA);
   if (files == nullptr) throw std::runtime_error("the host has no global file system");
-  if (const std::string folder = Joined(parameters.list("Folder")); !folder.empty()) {
+  if (const std::string folder = parameters.optional_text("Folder"); !folder.empty()) {
     settings.folder = LocalPath(*files, folder);
   }
-  if (const std::string secrets = Joined(parameters.list("Secrets")); !secrets.empty()) {
+  if (const std::string secrets = parameters.optional_text("Secrets"); !secrets.empty()) {
     settings.secrets = ReadSecrets(LocalPath(*files, secrets), secrets);
   }
   std::unique_ptr<Transport> transport = MakeTransport(settings);

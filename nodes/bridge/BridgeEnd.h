@@ -18,7 +18,7 @@ namespace OrvWorkFlow::Nodes::Bridge {
 struct ParameterReader {
   std::function<std::string(const char*)> text;
   std::function<std::int32_t(const char*)> number;
-  std::function<std::vector<std::string>(const char*)> list;
+  std::function<std::string(const char*)> optional_text;
 };
 
 // Opened. Throws std::runtime_error for settings that cannot be right.

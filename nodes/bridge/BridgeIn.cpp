@@ -32,7 +32,7 @@ constexpr NodeParameter kParameters[] = {
     Bridge::kBridgeRow,
     TextListParameterRow("Signals",
                          "the names that are taken; empty: any. Others become dead letters of their senders"),
-    TextListParameterRow("Receiver", "its name among those that share the work; empty: it does all"),
+    TextListParameterRow("Receiver", "its name among those that share the work; nothing: it does all"),
     BooleanParameterRow("OneByOne", true, "waits for next before it tells of another one"),
     NumberParameterRow("MostSenders", "1000", 1, "how many it remembers; more are turned away", 1000000),
     NumberParameterRow("LingerSeconds", "10", 0, "how long a stop waits for the senders", 3600),
@@ -42,6 +42,13 @@ constexpr NodeParameter kParameters[] = {
     Bridge::kSecretsRow,
     Bridge::kFolderRow,
     Bridge::kFaultsRow,
+};
+constexpr ParameterRule kRuleRows[] = {
+    {.name = "Receiver", .between = " "},
+    Bridge::kTransportRule,
+    Bridge::kSecretsRule,
+    Bridge::kFolderRule,
+    Bridge::kFaultsRule,
 };
 
 constexpr char kEpoch[] = "Epoch";
@@ -57,6 +64,8 @@ constexpr int kMostAtOnce = 256;  // that are delivered before they are acknowle
 std::string FolderOf(const Bridge::Id& sender) { return std::string(kSenders) + "/S" + sender.Text(); }
 
 }  // namespace
+
+constinit const NodeTable<ParameterRule> BridgeIn::kRules = kRuleRows;
 
 constinit const NodeDescription BridgeIn::kDescription = {
     .sentence = "Receives signals with values from other workflows, each of them exactly once",
@@ -92,11 +101,12 @@ const char* BridgeIn::DoTask(const std::string& /*task*/) {
   const Bridge::Id id = Bridge::IdOf(record);
   const Bridge::ParameterReader reader{[this](const char* name) { return TextParameter(name); },
                                        [this](const char* name) { return NumberParameter(name); },
-                                       [this](const char* name) { return TextListParameter(name); }};
-  const std::vector<std::string> names = TextListParameter("Receiver");
-  if (names.size() > 1) throw std::runtime_error("the parameter Receiver takes one name");
+                                       [this](const char* name) { return OptionalText(name); }};
+  // A name that is set and empty is none: the variable that it comes from may be missing.
+  const bool is_one_of_several = !TextListParameter("Receiver").empty();
   const auto transport = Bridge::OpenTransport(
-      reader, id, names.empty() ? Bridge::AddressOf(bridge) : Bridge::AddressOfShare(bridge, names.front()));
+      reader, id,
+      is_one_of_several ? Bridge::AddressOfShare(bridge, OptionalText("Receiver")) : Bridge::AddressOf(bridge));
   Receiver receiver = MakeReceiver(id);
   const std::int64_t linger = std::int64_t{1000} * NumberParameter("LingerSeconds");
   std::int64_t ends_at = -1;

@@ -19,7 +19,8 @@ class BridgeIn final : public TaskNode {
  public:
   static constexpr char kTypeName[] = "BridgeIn";
   static const NodeDescription kDescription;
-  BridgeIn() : TaskNode(kTypeName, kDescription) {}
+  static const NodeTable<ParameterRule> kRules;
+  BridgeIn() : TaskNode(kTypeName, kDescription, kRules) {}
   std::int32_t MostSignalsFired() override { return kAnyNumber; }
 
  private:

@@ -55,6 +55,12 @@ constexpr NodeParameter kParameters[] = {
     Bridge::kFolderRow,
     Bridge::kFaultsRow,
 };
+constexpr ParameterRule kRuleRows[] = {
+    Bridge::kTransportRule,
+    Bridge::kSecretsRule,
+    Bridge::kFolderRule,
+    Bridge::kFaultsRule,
+};
 
 constexpr char kConnection[] = "Connection";
 constexpr char kFullAt[] = "FullAt";
@@ -63,6 +69,8 @@ constexpr char kParked[] = "parked";
 constexpr std::chrono::milliseconds kIdleWait{10};
 
 }  // namespace
+
+constinit const NodeTable<ParameterRule> BridgeOut::kRules = kRuleRows;
 
 constinit const NodeDescription BridgeOut::kDescription = {
     .sentence = "Sends signals with values to another workflow, each of them exactly once",

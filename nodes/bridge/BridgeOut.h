@@ -28,7 +28,8 @@ class BridgeOut final : public Sdk::WorkerNode {
  public:
   static constexpr char kTypeName[] = "BridgeOut";
   static const NodeDescription kDescription;
-  BridgeOut() : WorkerNode(kTypeName, kDescription) {}
+  static const NodeTable<ParameterRule> kRules;
+  BridgeOut() : WorkerNode(kTypeName, kDescription, kRules) {}
 
  private:
   static constexpr char kReceivers[] = "Receivers";

@@ -66,7 +66,7 @@ bool BridgeOut::MayTalk() { return !StopWanted() && !rebinds_ && Record().Text(k
 std::unique_ptr<Transport> BridgeOut::OpenTransport(const Bridge::Id& id) const {
   const Bridge::ParameterReader reader{[this](const char* name) { return TextParameter(name); },
                                        [this](const char* name) { return NumberParameter(name); },
-                                       [this](const char* name) { return TextListParameter(name); }};
+                                       [this](const char* name) { return OptionalText(name); }};
   return Bridge::OpenTransport(reader, id, AddressOf(TextParameter("Bridge"), id));
 }
 

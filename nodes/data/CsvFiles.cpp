@@ -33,6 +33,9 @@ constexpr NodeParameter kReaderParameters[] = {
     TextParameterRow("Rejects", "", "the file that gets rows that are none; nothing: one of them fails the task"),
     NumberParameterRow("Most", "10000", 1, "how many rows there may be; more fail"),
 };
+constexpr ParameterRule kReaderRules[] = {
+    {.name = "Rejects", .may_be_left_out = true},
+};
 
 constexpr NodeInput kWriterInputs[] = {
     {"write", "replaces the file"},
@@ -154,6 +157,8 @@ std::vector<std::string> EntriesOf(IDictionary& dictionary, const std::string& p
 }
 
 }  // namespace
+
+constinit const NodeTable<ParameterRule> CsvReader::kRules = kReaderRules;
 
 constinit const NodeDescription CsvReader::kDescription = {
     .sentence = "Reads a CSV file into the dictionary",

@@ -30,7 +30,8 @@ class CsvReader final : public TaskNode {
  public:
   static constexpr char kTypeName[] = "CsvReader";
   static const NodeDescription kDescription;
-  CsvReader() : TaskNode(kTypeName, kDescription) {}
+  static const NodeTable<ParameterRule> kRules;
+  CsvReader() : TaskNode(kTypeName, kDescription, kRules) {}
 
  private:
   const char* DoTask(const std::string& task) override;

@@ -25,8 +25,12 @@ constexpr NodeOutput kDoneOutputs[] = {
 constexpr NodeParameter kSetterParameters[] = {
     TextParameterRow("Entry", "", "the path of the entry"),
     TextListParameterRow("Value", "the value, or the items of a list"),
-    TextParameterRow("Type", "str", "its type: str, int, dbl, Bool, strlist, intlist, dbllist or boollist"),
+    TextParameterRow("Type", "str", "its type, as in a workflow file"),
     TextParameterRow("From", "/", "the path of the entry to copy"),
+};
+constexpr const char* kTypeWords[] = {"str", "int", "dbl", "Bool", "strlist", "intlist", "dbllist", "boollist"};
+constexpr ParameterRule kSetterRules[] = {
+    {.name = "Type", .words = kTypeWords},
 };
 
 constexpr NodeInput kComputerInputs[] = {
@@ -70,6 +74,8 @@ void SetEntry(IDictionary& dictionary, const std::string& entry, const std::stri
 }
 
 }  // namespace
+
+constinit const NodeTable<ParameterRule> ValueSetter::kRules = kSetterRules;
 
 constinit const NodeDescription ValueSetter::kDescription = {
     .sentence = "Sets, copies or removes an entry of the dictionary",

@@ -9,7 +9,8 @@ class ValueSetter final : public TaskNode {
  public:
   static constexpr char kTypeName[] = "ValueSetter";
   static const NodeDescription kDescription;
-  ValueSetter() : TaskNode(kTypeName, kDescription) {}
+  static const NodeTable<ParameterRule> kRules;
+  ValueSetter() : TaskNode(kTypeName, kDescription, kRules) {}
 
  private:
   const char* DoTask(const std::string& task) override;

@@ -16,7 +16,8 @@ class Digest {
   // In small hexadecimal digits; called once, at the end.
   virtual std::string Text() = 0;
 
-  // "crc32", "xxh3" or "sha256"; throws std::runtime_error for any other name.
+  static constexpr const char* kKinds[] = {"crc32", "xxh3", "sha256"};
+  // One of these; throws std::runtime_error for any other name.
   static std::unique_ptr<Digest> Make(std::string_view kind);
 };
 

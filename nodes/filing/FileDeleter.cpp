@@ -24,8 +24,13 @@ constexpr NodeParameter kParameters[] = {
     BooleanParameterRow("Recursive", false,
                         "whether the folders in it count; a folder itself is deleted with all that is in it only so"),
 };
+constexpr ParameterRule kRuleRows[] = {
+    {.name = "Pattern", .between = ";"},
+};
 
 }  // namespace
+
+constinit const NodeTable<ParameterRule> FileDeleter::kRules = kRuleRows;
 
 constinit const NodeDescription FileDeleter::kDescription = {
     .sentence = "Deletes a file, files of a folder, or a folder",
@@ -72,7 +77,7 @@ bool FileDeleter::DeleteMatching(const std::string& folder) {
   ListingOrder order;
   order.folder = LocalPath(FileSystem(), folder);
   order.shown_name = folder;
-  order.patterns = OptionalText("Pattern", ";");
+  order.patterns = OptionalText("Pattern");
   order.recursive = BooleanParameter("Recursive");
   order.stop_wanted = [this] { return StopWanted(); };
   const std::optional<Listing> listing = ListFolder(order);

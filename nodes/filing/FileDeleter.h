@@ -13,7 +13,8 @@ class FileDeleter final : public TaskNode {
  public:
   static constexpr char kTypeName[] = "FileDeleter";
   static const NodeDescription kDescription;
-  FileDeleter() : TaskNode(kTypeName, kDescription) {}
+  static const NodeTable<ParameterRule> kRules;
+  FileDeleter() : TaskNode(kTypeName, kDescription, kRules) {}
 
  private:
   const char* DoTask(const std::string& task) override;

@@ -23,13 +23,19 @@ constexpr NodeOutput kOutputs[] = {
 };
 constexpr NodeParameter kParameters[] = {
     TextParameterRow("File", "", "the file"),
-    TextParameterRow("Kind", "sha256", "crc32, xxh3 (64 bits) or sha256"),
+    TextParameterRow("Kind", "sha256", "which one; xxh3 is the one of 64 bits"),
     TextListParameterRow("Expected", "what it should be, in hexadecimal digits; nothing: whatever it is"),
+};
+constexpr ParameterRule kRuleRows[] = {
+    {.name = "Kind", .words = Digest::kKinds},
+    {.name = "Expected", .between = ""},
 };
 
 constexpr std::size_t kPiece = 256 * 1024;
 
 }  // namespace
+
+constinit const NodeTable<ParameterRule> FileHasher::kRules = kRuleRows;
 
 constinit const NodeDescription FileHasher::kDescription = {
     .sentence = "The checksum or hash of a file, whatever its size",

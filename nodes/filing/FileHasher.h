@@ -11,7 +11,8 @@ class FileHasher final : public TaskNode {
  public:
   static constexpr char kTypeName[] = "FileHasher";
   static const NodeDescription kDescription;
-  FileHasher() : TaskNode(kTypeName, kDescription) {}
+  static const NodeTable<ParameterRule> kRules;
+  FileHasher() : TaskNode(kTypeName, kDescription, kRules) {}
 
  private:
   const char* DoTask(const std::string& task) override;

@@ -30,6 +30,9 @@ constexpr NodeParameter kParameters[] = {
                          "what comes instead: \\0 is what was found, \\1 to \\9 its groups, \\\\ a backslash"),
     TextParameterRow("Into", "/Text", "the entry that gets the text with the replacements"),
 };
+constexpr ParameterRule kRuleRows[] = {
+    {.name = "Replacement", .between = ""},
+};
 
 void CompileOrThrow(Pattern& compiled, const std::string& pattern) {
   if (!compiled.Compile(pattern.c_str())) {
@@ -63,6 +66,8 @@ std::string Filled(std::string_view replacement, std::string_view text, const Su
 }
 
 }  // namespace
+
+constinit const NodeTable<ParameterRule> TextMatcher::kRules = kRuleRows;
 
 constinit const NodeDescription TextMatcher::kDescription = {
     .sentence = "Looks for a pattern in a text, or replaces what it finds",
@@ -104,9 +109,7 @@ void TextMatcher::Match(const std::string& text, const std::string& pattern, Sdk
 // From left to right, each behind the one before. "^" is the text's beginning: once something was replaced it is not
 // found again, for which the search gets the character before its place.
 void TextMatcher::Replace(const std::string& text, const std::string& pattern, Sdk::NodeRecord& record) {
-  std::string replacement;
-  const std::vector<std::string> replacements = TextListParameter("Replacement");
-  for (const std::string& piece : replacements) replacement += piece;
+  const std::string replacement = OptionalText("Replacement");
   Pattern first;
   Pattern further;
   CompileOrThrow(first, pattern);

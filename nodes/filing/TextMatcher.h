@@ -13,7 +13,8 @@ class TextMatcher final : public Sdk::WorkNodeBase {
  public:
   static constexpr char kTypeName[] = "TextMatcher";
   static const NodeDescription kDescription;
-  TextMatcher() : WorkNodeBase(kTypeName, kDescription) {}
+  static const NodeTable<ParameterRule> kRules;
+  TextMatcher() : WorkNodeBase(kTypeName, kDescription, kRules) {}
   std::int32_t MostSignalsFired() override { return 1; }
 
  private:

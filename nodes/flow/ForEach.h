@@ -9,7 +9,7 @@ class ForEach final : public Loop {
  public:
   static constexpr char kTypeName[] = "ForEach";
   static const NodeDescription kDescription;
-  ForEach() : Loop(kTypeName, kDescription) {}
+  ForEach() : Loop(kTypeName, kDescription, kLoopRules) {}
 
   std::int32_t MostSignalsFired() override { return 1; }
 

@@ -10,7 +10,7 @@ class ForEachParallel final : public Loop {
  public:
   static constexpr char kTypeName[] = "ForEachParallel";
   static const NodeDescription kDescription;
-  ForEachParallel() : Loop(kTypeName, kDescription) {}
+  ForEachParallel() : Loop(kTypeName, kDescription, kLoopRules) {}
 
   std::int32_t MostSignalsFired() override { return 9; }
 

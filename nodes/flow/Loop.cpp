@@ -22,7 +22,12 @@ std::string FolderOf(int place) { return place == 0 ? "" : std::to_string(place)
 
 void Loop::Begin(int first_place, int last_place) {
   LoopItems::Loop loop;
-  loop.over = TextParameter("Over");
+  std::string problem;
+  try {
+    loop.over = TextParameter("Over");
+  } catch (const Sdk::Parameters::WrongWord& wrong) {
+    problem = wrong.what();
+  }
   loop.what = TextParameter("What");
   loop.pattern = TextParameter("Pattern");
   loop.is_recursive = BooleanParameter("Recursive");
@@ -32,6 +37,7 @@ void Loop::Begin(int first_place, int last_place) {
   items_.Reset();
   record.SetNumber(kGiven, 0);
   record.SetTexts(kActive, {});
+  if (!problem.empty()) return Fail(problem);
   try {
     LoopItems::Begin(record, WorkflowDictionary(), loop);
   } catch (const std::exception& error) {

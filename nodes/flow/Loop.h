@@ -30,9 +30,12 @@ class Loop : public Sdk::WorkNodeBase {
   LoopItems items_;
 };
 
-// Rows of the parameters that Loop::Begin reads.
+// Rows of the parameters that Loop::Begin reads, and their rules.
 inline constexpr NodeParameter kOverParameter = TextParameterRow(
     "Over", "files", "files (of a folder), lines (of a file), list (of texts) or children (of an entry)");
+inline constexpr ParameterRule kLoopRules[] = {
+    {.name = "Over", .words = LoopItems::kKinds},
+};
 inline constexpr NodeParameter kWhatParameter =
     TextParameterRow("What", "", "the folder, the file, or the path of the entry; empty for the list Items");
 inline constexpr NodeParameter kPatternParameter =

@@ -66,8 +66,6 @@ void LoopItems::Begin(Sdk::NodeRecord record, IDictionary& dictionary, const Loo
     if (!dictionary.GetEntries(loop.what.c_str(), names.get()))
       throw std::runtime_error("there is no entry " + loop.what);
     record.SetTexts(kList, names.Texts());
-  } else if (loop.over != "files" && loop.over != "lines") {
-    throw std::runtime_error("the parameter Over is \"" + loop.over + "\"; it takes files, lines, list or children");
   }
 }
 

@@ -16,8 +16,9 @@ namespace OrvWorkFlow::Nodes {
 
 class LoopItems {
  public:
+  static constexpr const char* kKinds[] = {"files", "lines", "list", "children"};
   struct Loop {
-    std::string over;  // "files", "lines", "list", "children"
+    std::string over;  // one of these
     std::string what;  // a folder, a file, the path of an entry; for a list, empty: `items`
     std::string pattern;
     bool is_recursive = false;

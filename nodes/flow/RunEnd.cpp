@@ -26,8 +26,13 @@ constexpr NodeParameter kParameters[] = {
                        kMostCode),
     TextParameterRow("Text", "", "why, for whoever reads the last lines of the run"),
 };
+constexpr ParameterRule kRuleRows[] = {
+    {.name = "Text", .may_be_left_out = true},
+};
 
 }  // namespace
+
+constinit const NodeTable<ParameterRule> RunEnd::kRules = kRuleRows;
 
 constinit const NodeDescription RunEnd::kDescription = {
     .sentence = "Ends the run with an exit code; what waits is not delivered, and the next run begins anew",

@@ -10,7 +10,8 @@ class RunEnd final : public Sdk::WorkNodeBase {
  public:
   static constexpr char kTypeName[] = "RunEnd";
   static const NodeDescription kDescription;
-  RunEnd() : Sdk::WorkNodeBase(kTypeName, kDescription) {}
+  static const NodeTable<ParameterRule> kRules;
+  RunEnd() : Sdk::WorkNodeBase(kTypeName, kDescription, kRules) {}
 
   std::int32_t MostSignalsFired() override { return 1; }
 

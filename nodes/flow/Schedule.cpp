@@ -20,6 +20,9 @@ constexpr NodeOutput kOutputs[] = {
     {"due", true, "a time has come; it is in /Schedule/<instance>/Time"},
     {"finished", false, "there is no further time"},
 };
+constexpr char kAll[] = "all";
+constexpr char kNone[] = "none";
+constexpr const char* kMissedWords[] = {"once", kAll, kNone};
 constexpr NodeParameter kParameters[] = {
     TextParameterRow("Cron", "", "[second] minute hour day-of-month month day-of-week, as in 0 3 * * MON-FRI"),
     TextParameterRow("Missed", "once",
@@ -27,18 +30,20 @@ constexpr NodeParameter kParameters[] = {
     NumberParameterRow("Times", "0", 0, "how many times; 0 for no end"),
     BooleanParameterRow("Utc", false, "whether the times are those of UTC, and not local ones"),
 };
+constexpr ParameterRule kRuleRows[] = {
+    {.name = "Missed", .words = kMissedWords},
+};
 
 constexpr char kCron[] = "Cron";
 constexpr char kMissed[] = "Missed";
 constexpr char kUtc[] = "Utc";
 constexpr char kLeft[] = "Left";
-constexpr char kOnce[] = "once";
-constexpr char kAll[] = "all";
-constexpr char kNone[] = "none";
 // A time that came so many seconds ago was missed; one that came later is just being fired late.
 constexpr std::int64_t kLate = 5;
 
 }  // namespace
+
+constinit const NodeTable<ParameterRule> Schedule::kRules = kRuleRows;
 
 constinit const NodeDescription Schedule::kDescription = {
     .sentence = "Fires at the times that a cron expression names",
@@ -54,9 +59,6 @@ bool Schedule::OnInput(std::string_view signal, Outputs& outputs) {
   if (signal == "stop") return true;
   const std::string cron = TextParameter("Cron");
   const std::string missed = TextParameter("Missed");
-  if (missed != kOnce && missed != kAll && missed != kNone) {
-    throw std::runtime_error("the parameter Missed is \"" + missed + "\"; it takes once, all or none");
-  }
   const bool is_utc = BooleanParameter("Utc");
   // Throws before anything is changed.
   if (!CronTimes(cron).Next(Now() / 1000, is_utc)) {

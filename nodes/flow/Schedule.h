@@ -12,7 +12,8 @@ class Schedule final : public DueNode {
  public:
   static constexpr char kTypeName[] = "Schedule";
   static const NodeDescription kDescription;
-  Schedule() : DueNode(kTypeName, kDescription) {}
+  static const NodeTable<ParameterRule> kRules;
+  Schedule() : DueNode(kTypeName, kDescription, kRules) {}
 
  private:
   bool OnInput(std::string_view signal, Outputs& outputs) override;

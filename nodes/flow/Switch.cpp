@@ -33,9 +33,13 @@ constexpr NodeOutput kOutputs[] = {
 };
 constexpr NodeParameter kParameters[] = {
     TextParameterRow("Value", "", "what is looked at, as in {/Data/Size}"),
-    TextParameterRow("By", "value", "how: value, pattern or comparison"),
+    TextParameterRow("By", "value", "how it is compared with the cases"),
     TextListParameterRow("Cases", "the cases, eight at most"),
     BooleanParameterRow("IgnoreCase", false, "whether capital and small letters of values are the same"),
+};
+constexpr const char* kWaysToCompare[] = {"value", "pattern", "comparison"};
+constexpr ParameterRule kRuleRows[] = {
+    {.name = "By", .words = kWaysToCompare},
 };
 
 double NumberIn(std::string_view text, const char* what) {
@@ -84,6 +88,8 @@ bool Compares(const std::string& value, std::string_view text) {
 
 }  // namespace
 
+constinit const NodeTable<ParameterRule> Switch::kRules = kRuleRows;
+
 constinit const NodeDescription Switch::kDescription = {
     .sentence = "Sends a signal the way of the first case that fits a value",
     .inputs = kInputs,
@@ -106,10 +112,8 @@ bool Switch::OnSignal(std::string_view /*signal*/) {
       fits = ignores_case ? Sdk::Parameters::EqualIgnoringCase(value, cases[i]) : value == cases[i];
     } else if (by == "pattern") {
       fits = IsFound(cases[i], value);
-    } else if (by == "comparison") {
-      fits = Compares(value, cases[i]);
     } else {
-      throw std::runtime_error("the parameter By is \"" + by + "\"; it takes value, pattern or comparison");
+      fits = Compares(value, cases[i]);
     }
     if (!fits) continue;
     FireOutput(kWays[i]);

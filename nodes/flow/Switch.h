@@ -12,7 +12,8 @@ class Switch final : public Sdk::WorkNodeBase {
  public:
   static constexpr char kTypeName[] = "Switch";
   static const NodeDescription kDescription;
-  Switch() : Sdk::WorkNodeBase(kTypeName, kDescription) {}
+  static const NodeTable<ParameterRule> kRules;
+  Switch() : Sdk::WorkNodeBase(kTypeName, kDescription, kRules) {}
 
   std::int32_t MostSignalsFired() override { return 1; }
 

@@ -35,6 +35,9 @@ constexpr NodeParameter kParameters[] = {
     NumberParameterRow("RowsPerCommit", "1000", 1, "how many rows become the database's at a time"),
     NumberParameterRow("WaitSeconds", "30", 0, "how long others who use the database are waited for", 86400),
 };
+constexpr ParameterRule kRuleRows[] = {
+    {.name = "Rejects", .may_be_left_out = true},
+};
 
 constexpr std::size_t kPiece = 64 * 1024;
 constexpr std::string_view kMark = "\xEF\xBB\xBF";
@@ -85,6 +88,8 @@ std::vector<std::size_t> ColumnsOf(const Statement& statement, const std::vector
 }
 
 }  // namespace
+
+constinit const NodeTable<ParameterRule> SqlImporter::kRules = kRuleRows;
 
 constinit const NodeDescription SqlImporter::kDescription = {
     .sentence = "Imports a CSV file into a SQLite database, each row once, and sets aside rows that it refuses",

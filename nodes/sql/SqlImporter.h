@@ -17,7 +17,8 @@ class SqlImporter final : public SqlNode {
  public:
   static constexpr char kTypeName[] = "SqlImporter";
   static const NodeDescription kDescription;
-  SqlImporter() : SqlNode(kTypeName, kDescription) {}
+  static const NodeTable<ParameterRule> kRules;
+  SqlImporter() : SqlNode(kTypeName, kDescription, kRules) {}
 
  private:
   struct Progress {

@@ -19,13 +19,6 @@ Sdk::NodeRecord TaskNode::Record() const {
   return Sdk::NodeRecord(WorkflowDictionary(), "/" + TypeName() + "/" + InstanceName());
 }
 
-std::string TaskNode::OptionalText(std::string_view name, const char* between) const {
-  const std::vector<std::string> texts = TextListParameter(name);
-  std::string all;
-  for (const std::string& text : texts) all += &text == &texts.front() ? text : between + text;
-  return all;
-}
-
 bool TaskNode::OnSignal(std::string_view signal) {
   if (signal == kResumeInput.name) {
     // A run that was cut off may say so of a task that has ended: the next one may be on its way already.

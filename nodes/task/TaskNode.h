@@ -38,9 +38,6 @@ class TaskNode : public Sdk::WorkerNode {
   // What a new task leaves in the record; it is called on the thread of the signal.
   virtual void ClearRecord() { Record().Clear(); }
 
-  // The texts of a list as one, which is empty where the workflow does not say: for a parameter that need not be set.
-  std::string OptionalText(std::string_view name, const char* between = "") const;
-
   // Begins the task that the signal names, or goes on.
   bool OnSignal(std::string_view signal) override;
 

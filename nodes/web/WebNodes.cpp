@@ -35,13 +35,16 @@ constexpr NodeParameter kRequestParameters[] = {
     kUrl,
     TextParameterRow("Method", "GET", "the method"),
     kHeaders,
-    TextListParameterRow("Body", "what is sent, or its lines"),
+    TextListParameterRow("Body", "what is sent; the parts are its lines"),
     TextParameterRow("Into", "/Answer", "the entry that gets the answer's text"),
     NumberParameterRow("MostBytes", "1048576", 0, "a longer answer fails"),
     kRedirects,
     kConnect,
     kIdle,
     kWhole,
+};
+constexpr ParameterRule kRequestRules[] = {
+    {.name = "Body", .between = "\n"},
 };
 
 constexpr NodeInput kDownloadInputs[] = {
@@ -56,12 +59,16 @@ constexpr NodeParameter kDownloadParameters[] = {
     kUrl,
     kHeaders,
     TextParameterRow("File", "", "where it goes; until it is whole it is FILE.part"),
-    TextParameterRow("Kind", "sha256", "what Expected is: crc32, xxh3 or sha256"),
+    TextParameterRow("Kind", "sha256", "what Expected is"),
     TextListParameterRow("Expected", "what the file has to hash to, in hexadecimal digits; nothing: anything"),
     kRedirects,
     kConnect,
     kIdle,
     kWhole,
+};
+constexpr ParameterRule kDownloadRules[] = {
+    {.name = "Kind", .words = Digest::kKinds},
+    {.name = "Expected", .between = ""},
 };
 
 constexpr std::size_t kPiece = 256 * 1024;
@@ -82,6 +89,8 @@ const std::string* Find(const std::vector<std::pair<std::string, std::string>>& 
 
 }  // namespace
 
+constinit const NodeTable<ParameterRule> HttpRequest::kRules = kRequestRules;
+
 constinit const NodeDescription HttpRequest::kDescription = {
     .sentence = "Sends an HTTP request, and puts the answer into the dictionary",
     .inputs = kRequestInputs,
@@ -90,6 +99,8 @@ constinit const NodeDescription HttpRequest::kDescription = {
     .state_in_dictionary = true,
     .acts_outside = true,
 };
+
+constinit const NodeTable<ParameterRule> Downloader::kRules = kDownloadRules;
 
 constinit const NodeDescription Downloader::kDescription = {
     .sentence = "Downloads a file, goes on where it was, and compares its hash",
@@ -105,7 +116,7 @@ const char* HttpRequest::DoTask(const std::string& /*task*/) {
   order.url = TextParameter("Url");
   order.method = OneLineEach({TextParameter("Method")}, "Method").front();
   order.headers = OneLineEach(TextListParameter("Headers"), "a header");
-  order.body = OptionalText("Body", "\n");
+  order.body = OptionalText("Body");
   order.most_redirects = NumberParameter("Redirects");
   order.connect_limit = std::chrono::seconds(NumberParameter("ConnectSeconds"));
   order.idle_limit = std::chrono::seconds(NumberParameter("IdleSeconds"));

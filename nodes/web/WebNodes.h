@@ -14,7 +14,8 @@ class HttpRequest final : public TaskNode {
  public:
   static constexpr char kTypeName[] = "HttpRequest";
   static const NodeDescription kDescription;
-  HttpRequest() : TaskNode(kTypeName, kDescription) {}
+  static const NodeTable<ParameterRule> kRules;
+  HttpRequest() : TaskNode(kTypeName, kDescription, kRules) {}
 
  private:
   const char* DoTask(const std::string& task) override;
@@ -26,7 +27,8 @@ class Downloader final : public TaskNode {
  public:
   static constexpr char kTypeName[] = "Downloader";
   static const NodeDescription kDescription;
-  Downloader() : TaskNode(kTypeName, kDescription) {}
+  static const NodeTable<ParameterRule> kRules;
+  Downloader() : TaskNode(kTypeName, kDescription, kRules) {}
 
  private:
   const char* DoTask(const std::string& task) override;

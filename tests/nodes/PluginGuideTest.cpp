@@ -42,7 +42,7 @@ TEST(PluginGuideTest, ItsCodeIsCodeThatIsBuilt) {
   }
   const std::string page = orv_test::ReadFile(source / "docs" / "plugins.md");
   const std::vector<std::string> blocks = CodeBlocks(page);
-  ASSERT_EQ(blocks.size(), 9u);
+  ASSERT_EQ(blocks.size(), 10u);
   EXPECT_NE(page.find(orv_test::ReadFile(source / "examples" / "10_own_node" / "flow.xml")), std::string::npos);
   for (const std::string& block : blocks) EXPECT_NE(built.find(block), std::string::npos) << block;
 }

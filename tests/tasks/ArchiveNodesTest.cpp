@@ -187,7 +187,7 @@ TEST_F(ArchiveNodesTest, LinksAreNeverMade) {
       TarEntry("link", '2', "", File("")) + TarFile("link/evil", "1") + TarFile("b", "2") + kTarEnd;
   EXPECT_EQ(Refusal(through), "\"link\" is a symbolic link (Links)");
   bench_->SetParameter("Links", "follow");
-  EXPECT_EQ(RefusalOfNode(), "Links is \"follow\"; it is refuse or omit");
+  EXPECT_THAT(RefusalOfNode(), HasSubstr("/Links is \"follow\"; it takes refuse or omit"));
   bench_->SetParameter("Links", "omit");
   EXPECT_EQ(Do("extract"), Signals{"extracted"}) << Problem();
   EXPECT_EQ(Said("LeftOut"), "1");
