@@ -373,6 +373,12 @@ TEST_F(BridgeInTest, SettingsThatCannotBeRightFail) {
   bench_->SetParameter("Transport", "pigeons");
   EXPECT_EQ(Do("listen"), Signals{"failed"});
   EXPECT_NE(Problem().find("it takes mqtt or folder"), std::string::npos) << Problem();
+  bench_->SetParameter("Transport", "folder");
+  for (const char* name : {"", "two names"}) {  // Without the parameter it would do the work of all.
+    bench_->SetParameter("Receiver", name);
+    EXPECT_EQ(Do("listen"), Signals{"failed"});
+    EXPECT_NE(Problem().find("it takes 1 to 64 letters"), std::string::npos) << Problem();
+  }
 }
 
 }  // namespace
