@@ -79,7 +79,11 @@ void StateRecord::Keeper::Open(const std::string& flow_path, bool is_continued) 
     if (is_power) host_->parts().observers.AddFirst(*durable_);
     host_->parts().observers.AddFirst(*record_->record());
     const auto await_record = [](void* self) { return static_cast<Keeper*>(self)->AwaitRecord(); };
-    host_->parts().objects.host_app().SetRecord(await_record, this);
+    const auto awaits_itself = [](void* self, const char* type, const char* instance) {
+      Keeper& keeper = *static_cast<Keeper*>(self);
+      if (keeper.durable_) keeper.durable_->Exempt(type, instance);
+    };
+    host_->parts().objects.host_app().SetRecord(await_record, awaits_itself, this);
     return;
   }
   if (is_power) {
