@@ -20,10 +20,8 @@ constexpr std::size_t kMostKept = std::size_t{1} << 20;
 
 // The length last, its lower byte at the very end: a record whose length is zero is not there.
 void Publish(unsigned char* record, std::size_t size) {
-  std::atomic_thread_fence(std::memory_order_release);
-  auto* const length = static_cast<volatile unsigned char*>(record);
-  length[1] = static_cast<unsigned char>(size >> 8);
-  length[0] = static_cast<unsigned char>(size);
+  std::atomic_ref(record[1]).store(static_cast<unsigned char>(size >> 8), std::memory_order_release);
+  std::atomic_ref(record[0]).store(static_cast<unsigned char>(size), std::memory_order_release);
 }
 
 // 0 for none; the highest bit, of a number past the queue, is the lowest here.
