@@ -62,7 +62,7 @@ std::vector<std::string> FilesNamedAfter(const std::string& path);
 
 // Why a file that this program trusts must not be used, as the end of a sentence; "" when it may. Where anybody may
 // put a file into the folder, one that belongs to another user is not trusted, nor a link of his. One that does not
-// exist is. The system's own account is trusted.
+// exist is. The system's own accounts are trusted, and on Windows files of another machine.
 std::string WhyNotTrusted(const std::string& path);
 
 }  // namespace OrvWorkFlow::Host

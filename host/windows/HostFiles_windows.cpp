@@ -1,4 +1,4 @@
-#include "base/windows/WindowsApi.h"
+#include "base/windows/FileAccess.h"
 
 #include <cwchar>
 #include <iterator>
@@ -174,7 +174,16 @@ std::vector<std::string> FilesNamedAfter(const std::string& path) {
   return files;
 }
 
-// Folders that anybody may write to and nobody may delete in are not the system's way.
-std::string WhyNotTrusted(const std::string& /*path*/) { return {}; }
+std::string WhyNotTrusted(const std::string& path) {
+  const std::wstring file = Widen(path);
+  if (!Base::FileAccess(file.substr(0, file.find_last_of(L"/\\") + 1)).IsOpenToAll()) return {};
+  for (const DWORD flags : {DWORD{0}, DWORD{FILE_FLAG_OPEN_REPARSE_POINT}}) {
+    const std::string owner = Base::FileAccess(file, flags).ForeignOwner();
+    if (owner.empty()) continue;
+    return "belongs to another user (number " + owner +
+           ") and lies in a folder that anybody may write to, so it is not trusted";
+  }
+  return {};
+}
 
 }  // namespace OrvWorkFlow::Host

@@ -1,4 +1,4 @@
-#include "base/windows/WindowsApi.h"
+#include "base/windows/FileAccess.h"
 
 #include <cstdint>
 #include <cstring>
@@ -111,12 +111,38 @@ bool CheckSymbols(const OpenFile& file, const IMAGE_FILE_HEADER& header, std::ui
          (IsWithin(names, names_size, size) || Fail(reason, kCutOff));
 }
 
+std::wstring Widen(const std::string& path) {
+  const int size = static_cast<int>(path.size());
+  std::wstring wide(path.size(), L'\0');
+  wide.resize(static_cast<std::size_t>(MultiByteToWideChar(CP_ACP, 0, path.data(), size, wide.data(), size)));
+  return wide;
+}
+
+// A folder above `file` that all may write to: whoever may may put files there under any name.
+bool LiesInPublicFolder(const std::wstring& file) {
+  for (std::size_t slash = file.find_last_of(L"/\\"); slash != std::wstring::npos && slash > 0;
+       slash = file.find_last_of(L"/\\", slash - 1)) {
+    if (Base::FileAccess(file.substr(0, slash + 1)).IsOpenToAll()) return true;
+  }
+  return false;
+}
+
+// The link, where it is one, and what it leads to.
+bool CheckOwner(const std::string& file, std::string* reason) {
+  const std::wstring named = Widen(file);
+  const bool is_own = Base::FileAccess(named).ForeignOwner().empty() &&
+                      Base::FileAccess(named, FILE_FLAG_OPEN_REPARSE_POINT).ForeignOwner().empty();
+  if (is_own || !LiesInPublicFolder(named)) return true;
+  return Fail(reason, "refused: it belongs to another user and lies in a folder that all may write to");
+}
+
 }  // namespace
 
 bool CheckLibraryFile(const std::string& file, std::string* reason) {
   const OpenFile opened(file);
   if (!opened.IsOpen()) return Fail(reason, DescribeError(GetLastError()));
   if (!opened.IsOnDisk()) return Fail(reason, "is no regular file");
+  if (!CheckOwner(file, reason)) return false;
   const std::uint64_t size = opened.GetSize();
   IMAGE_DOS_HEADER dos = {};
   if (!ReadPart(opened, size, &dos, sizeof dos, 0, "is no library: it is too short", reason)) return false;

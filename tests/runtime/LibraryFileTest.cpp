@@ -8,6 +8,7 @@
 #include "OrvWorkFlow/WorkFlowFactory.h"
 #include "runtime/plugin/PluginLoader.h"
 #include "tests/support/MarshalledTexts.h"
+#include "tests/support/Ownership.h"
 #include "tests/support/TempDirectory.h"
 
 namespace {
@@ -87,6 +88,66 @@ TEST_F(LibraryFileTest, IsFoundWithoutBeingLoaded) {
   EXPECT_FALSE(WorkFlowFactory::IsWorkNodePresent("TestEcho"));
   EXPECT_FALSE(Runtime::PluginLoader::Find(directory_.file("nothing").c_str(), found.out()));
   EXPECT_STRNE(WorkFlowFactory::LastLoadError(), "");
+}
+
+constexpr char kRefusal[] = ": refused: it belongs to another user and lies in a folder that all may write to";
+
+std::string WhyNotLoaded(const std::string& file) {
+  const bool is_loaded = WorkFlowFactory::LoadSharedLibrary(file.c_str());
+  WorkFlowFactory::UnloadSharedLibraries();
+  return is_loaded ? "" : WorkFlowFactory::LastLoadError();
+}
+
+class ForeignLibraryTest : public LibraryFileTest {
+ protected:
+  void SetUp() override {
+    if (!CanGiveAway()) GTEST_SKIP() << "only a superuser gives files away";
+    WriteFile(file_, whole_);
+    OpenToAll(directory_.path().string());
+  }
+
+  std::string file_ = directory_.file("given.dll");
+};
+
+// The test's own directory lies in one that all may write to, as temporary ones do.
+TEST_F(ForeignLibraryTest, IsRefusedInAFolderOfAll) {
+  EXPECT_EQ(WhyNotLoaded(file_), "");
+  GiveAway(file_);
+  EXPECT_EQ(WhyNotLoaded(file_), file_ + kRefusal);
+}
+
+TEST_F(ForeignLibraryTest, IsRefusedBehindALink) {
+  GiveAway(file_);
+  const TempDirectory other;
+  const std::string link = other.file("link.dll");
+  std::error_code error;
+  std::filesystem::create_symlink(file_, link, error);
+  if (error) GTEST_SKIP() << "this system makes no links: " << error.message();
+  EXPECT_EQ(WhyNotLoaded(link), link + kRefusal);
+}
+
+TEST_F(ForeignLibraryTest, ALinkOfAnotherUserIsNotFollowed) {
+  const std::string link = directory_.file("link.dll");
+  std::error_code error;
+  std::filesystem::create_symlink(file_, link, error);
+  if (error) GTEST_SKIP() << "this system makes no links: " << error.message();
+  EXPECT_EQ(WhyNotLoaded(link), "");
+  GiveAway(link);
+  EXPECT_EQ(WhyNotLoaded(link), link + kRefusal);
+}
+
+TEST_F(ForeignLibraryTest, IsTakenFromAFolderThatOthersCannotWriteTo) {
+  const std::filesystem::path place = std::filesystem::absolute("foreign_library_test");
+  std::filesystem::create_directory(place);
+  const std::filesystem::path copy = place / "given.dll";
+  WriteFile(copy, whole_);
+  GiveAway(copy.string());
+  const std::string generic = std::filesystem::absolute(place).generic_string();
+  const bool lies_in_public = generic.starts_with("/tmp/") || generic.starts_with("Z:/tmp/");
+  const std::string why = WhyNotLoaded(copy.string());
+  std::filesystem::remove_all(place);
+  if (lies_in_public) GTEST_SKIP() << "the build itself lies in a folder that all may write to";
+  EXPECT_EQ(why, "");
 }
 
 }  // namespace

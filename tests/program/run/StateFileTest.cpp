@@ -7,6 +7,7 @@
 
 #include "OrvWorkFlow/host/StateFile.h"
 #include "tests/program/support/ProgramFixture.h"
+#include "tests/support/Ownership.h"
 
 namespace orv_test {
 namespace {
@@ -124,6 +125,37 @@ TEST_F(StateFileTest, NamesAreShownWithoutWhatATerminalWouldObey) {
   const ProcessResult result = Run({"run", File("no\x1b[2Jsuch.xml")});
   EXPECT_EQ(result.exit_code, 1);
   EXPECT_NE(result.error.find("no\\x1b[2Jsuch.xml: no such file"), std::string::npos) << result.error;
+}
+
+TEST_F(StateFileTest, OnesOfAnotherUserWhereAnybodyMayWriteAreRefused) {
+  if (!CanGiveAway()) GTEST_SKIP() << "only a superuser can give files away";
+  const std::string restarted = WriteFlow({{"Restarter", "R", "FlowNodes", {"restarted=CountingNode,A,go"}},
+                                           {"CountingNode", "A", "ProgramNodes", {"out=CountingNode,A,go"}}},
+                                          "Restarter,R,restart");
+  ASSERT_EQ(restarted, flow_);
+  EXPECT_EQ(Run({"run", flow_}).exit_code, 6);
+  OpenToAll(directory_.path().string());
+  const std::string lock = state_ + ".lock";
+  WriteFile(lock, "1");
+  for (const std::string& file : {state_, lock}) {
+    GiveAway(file);
+    const std::string before = ReadFile(file);
+    const ProcessResult result = Run({"run", flow_});
+    EXPECT_EQ(result.exit_code, 1);
+    EXPECT_EQ(result.error, "orvflow: " + file + ": belongs to another user (number " + kStranger +
+                                ") and lies in a folder that anybody may write to, so it is not trusted; name a state "
+                                "in a folder of your own with --state\n");
+    EXPECT_EQ(ReadFile(file), before);
+    TakeBack(file);
+  }
+  fs::rename(state_, File("real.xml"));
+  if (Link("real.xml", "flow.state.xml")) {
+    GiveAway(state_);
+    EXPECT_EQ(Run({"run", flow_}).exit_code, 1) << "a link of another user";
+    OpenToOwner(directory_.path().string());
+    const ProcessResult own = Finish();
+    EXPECT_EQ(own.exit_code, 0) << "in a folder where only its owner writes: " << own.error;
+  }
 }
 
 }  // namespace
