@@ -65,6 +65,7 @@ for run in south north; do
   # What was at work when it was killed differs.
   sed 's/ it goes on from its record where it was: .*/ it goes on from its record/' "$run.log"
   echo "exit code $status"
+  ((status == 0)) || exit 1 # The other one would wait for it.
 done
 echo "\$ cut -c 1-50 orders.txt"
 cut -c 1-50 orders.txt

@@ -63,7 +63,7 @@ BridgeVerb::BridgeVerb(CLI::App& program)
   command().add_option("--instance", instance_, "Of this bridge only")->type_name("NAME");
   command().add_option("--state", state_file_, "As it was given to run")->type_name("FILE");
   AddKeyFileOption(command(), key_file_);
-  command().add_flag("--json", as_json_, "Prints the list as JSON (docs/bridges.schema.json)");
+  AddFlag("--json", as_json_, "Prints the list as JSON (docs/bridges.schema.json)");
   command().footer(
       "Actions:\n"
       "  list         what waits and what was refused, and why; without an action, too\n"

@@ -97,12 +97,11 @@ CheckVerb::CheckVerb(CLI::App& program)
       .add_option("--plugin-path", plugin_directories_, "Looks for plug-in libraries there too")
       ->type_name("DIR")
       ->allow_extra_args(false);
-  command().add_flag(
-      "--prove", proves_,
-      "Says what is certain of every run, or shows the way to the contrary: all signals are handled, all "
-      "nodes are reached, circles end, the queue is never longer than some number");
-  command().add_flag("--json", json_, "Prints the findings as JSON (docs/findings.schema.json)");
-  command().add_flag("--sarif", sarif_, "Prints them as SARIF, for code hosts");
+  AddFlag("--prove", proves_,
+          "Says what is certain of every run, or shows the way to the contrary: all signals are handled, all "
+          "nodes are reached, circles end, the queue is never longer than some number");
+  AddFlag("--json", json_, "Prints the findings as JSON (docs/findings.schema.json)");
+  AddFlag("--sarif", sarif_, "Prints them as SARIF, for code hosts");
   AddColourOption(command(), colour_use_);
   command().footer(
       "A line for each finding: FILE:LINE:COLUMN: /Dictionary/Path: severity: what; what to do.\n"

@@ -63,7 +63,7 @@ void RefuseUnknownOption(const std::string& where, const CLI::App& app, const st
   throw ProgramError(ExitCode::Usage, where + "unknown option " + name + Base::Suggest(name, OptionNames(app)));
 }
 
-// `said` is what the parser says: the option's name and a colon come first.
+// `said` is what the parser says: the option's name comes first, and a colon or a blank.
 [[noreturn]] void RefuseCountOfValues(const CLI::App& program, const std::string& said) {
   const CLI::App* command = &program;
   std::string verb;
@@ -71,7 +71,10 @@ void RefuseUnknownOption(const std::string& where, const CLI::App& app, const st
     command = command->get_subcommands().front();
     if (verb.empty()) verb = command->get_name();
   }
-  const std::string name = said.substr(0, said.find(':'));
+  const std::string name = said.substr(0, said.find_first_of(": "));
+  if (said.find("disallowed flag override") != std::string::npos) {
+    throw ProgramError(ExitCode::Usage, verb + ": --" + name + ": takes no value");
+  }
   if (said.find(": At Most") != std::string::npos) {
     throw ProgramError(ExitCode::Usage, verb + ": " + name + ": given more than once");
   }

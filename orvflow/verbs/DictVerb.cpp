@@ -103,8 +103,8 @@ DictVerb::DictVerb(CLI::App& program) : Verb(program, "dict", "Reads and edits a
   using Kind = WordKind::Kind;
   DeclareWords(words, {WordKind::OneOf(actions), {Kind::Files, {}}, {Kind::EntryPaths, {}}, {}});
   AddKeyFileOption(command(), key_file_);
-  command().add_flag("--force", force_, "Drops comments when saving; removes all that is in the file");
-  command().add_flag("--json", json_, "get, type, list and paths print JSON (docs/dict.schema.json)");
+  AddFlag("--force", force_, "Drops comments when saving; removes all that is in the file");
+  AddFlag("--json", json_, "get, type, list and paths print JSON (docs/dict.schema.json)");
   command().footer(
       "Actions:\n"
       "  get FILE [PATH]                  the value; a list one item a line. Exit 1 where there is none\n"

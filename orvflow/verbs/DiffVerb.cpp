@@ -41,8 +41,8 @@ DiffVerb::DiffVerb(CLI::App& program) : Verb(program, "diff", "Shows in what two
   command().add_option("OLD", old_, "The old file; - for standard input")->type_name("");
   command().add_option("NEW", new_, "The new file")->type_name("");
   command().add_option("MORE", more_, "Only with --git")->type_name("")->group("");
-  command().add_flag("--json", json_, "Prints the differences as JSON (docs/differences.schema.json)");
-  command().add_flag("--git", git_, "Takes the seven arguments of an external diff of git; exits with 0");
+  AddFlag("--json", json_, "Prints the differences as JSON (docs/differences.schema.json)");
+  AddFlag("--git", git_, "Takes the seven arguments of an external diff of git; exits with 0");
   AddKeyFileOption(command(), key_file_);
   AddColourOption(command(), colour_use_);
   command().footer(

@@ -45,7 +45,7 @@ class CipherVerb : public Verb {
   CipherVerb(CLI::App& program, const std::string& name, const std::string& description, const std::string& footer)
       : Verb(program, name, description) {
     AddKeyFileOption(command(), key_file_);
-    command().add_flag("--list", list_, "Takes each line for a text of its own");
+    AddFlag("--list", list_, "Takes each line for a text of its own");
     command().footer(footer);
   }
 

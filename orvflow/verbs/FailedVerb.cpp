@@ -58,7 +58,7 @@ FailedVerb::FailedVerb(CLI::App& program)
   DeclareWords(words, {WordKind::OneOf({"list", "retry", "drop"}), {}});
   command().add_option("--state", state_file_, "As it was given to run")->type_name("FILE");
   AddKeyFileOption(command(), key_file_);
-  command().add_flag("--json", as_json_, "Prints the list as JSON (docs/failed.schema.json)");
+  AddFlag("--json", as_json_, "Prints the list as JSON (docs/failed.schema.json)");
   command().footer(
       "Actions:\n"
       "  list         what failed, when and why; without an action, too\n"

@@ -52,8 +52,8 @@ class FormatVerb final : public Verb {
 
 FormatVerb::FormatVerb(CLI::App& program) : Verb(program, "format", "Writes dictionary files in canonical form") {
   command().add_option("FILE", files_, "Dictionary files; - for standard input, to standard output")->type_name("");
-  command().add_flag("--check", check_, "Writes nothing; names the files that are not in that form, and exits with 1");
-  command().add_flag("--canonical", canonical_, "The canonical form; it is the only one, and need not be said");
+  AddFlag("--check", check_, "Writes nothing; names the files that are not in that form, and exits with 1");
+  AddFlag("--canonical", canonical_, "The canonical form; it is the only one, and need not be said");
   command()
       .add_option("-o,--output", output_, "Writes there instead of replacing the file; - for standard output")
       ->type_name("FILE");

@@ -64,12 +64,12 @@ GraphVerb::GraphVerb(CLI::App& program) : Verb(program, "graph", "Draws the wiri
       .add_option("--diff", other_,
                   "Draws what has changed since this one: added, removed, changed; findings are left out")
       ->type_name("OTHER.xml");
-  command().add_flag("--group", grouped_, "Puts the instances of one type side by side, in a frame");
+  AddFlag("--group", grouped_, "Puts the instances of one type side by side, in a frame");
   command()
       .add_option("--absorb", absorbs_, "Another workflow that is to be taken in; drawn in a frame of its own")
       ->type_name("FILE")
       ->allow_extra_args(false);
-  command().add_flag("--no-findings", without_findings_, "Loads no libraries, and does not mark what check finds");
+  AddFlag("--no-findings", without_findings_, "Loads no libraries, and does not mark what check finds");
   AddKeyFileOption(command(), key_file_);
   command()
       .add_option("--plugin-path", plugin_directories_, "Looks for plug-in libraries there too")

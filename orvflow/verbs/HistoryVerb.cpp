@@ -57,9 +57,9 @@ HistoryVerb::HistoryVerb(CLI::App& program)
       .add_option("--signal", signal_, "Only deliveries of this signal, as it was fired or taken")
       ->type_name("NAME");
   command().add_option("--since", since_, "Only deliveries from this number on")->type_name("N");
-  command().add_flag("--failed", only_failed_, "Only deliveries that were not accepted");
-  command().add_flag("--follow", follows_, "Goes on while a run is recorded, until it ends");
-  command().add_flag("--json", as_json_, "A JSON object a line; docs/history.schema.json describes them");
+  AddFlag("--failed", only_failed_, "Only deliveries that were not accepted");
+  AddFlag("--follow", follows_, "Goes on while a run is recorded, until it ends");
+  AddFlag("--json", as_json_, "A JSON object a line; docs/history.schema.json describes them");
   command().footer(
       "Example:\n"
       "  orvflow run flow.xml --record flow.record\n"

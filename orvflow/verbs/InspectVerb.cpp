@@ -32,8 +32,8 @@ InspectVerb::InspectVerb(CLI::App& program)
       .add_option("--plugin-path", plugin_directories_, "Looks for plug-in libraries there too")
       ->type_name("DIR")
       ->allow_extra_args(false);
-  command().add_flag("--json", json_, "Prints JSON (docs/libraries.schema.json)");
-  command().add_flag("--markdown", markdown_, "Prints a page");
+  AddFlag("--json", json_, "Prints JSON (docs/libraries.schema.json)");
+  AddFlag("--markdown", markdown_, "Prints a page");
   command().footer(
       "Each library is loaded in a child process first: one that crashes, ends the process or hangs is reported.\n"
       "Exit codes: 0 done, 4 a library is missing or broken.\n"

@@ -27,7 +27,7 @@ class PathVerb final : public Verb {
  public:
   explicit PathVerb(CLI::App& program) : Verb(program, "path", "Shows the platform paths of workflow paths") {
     command().add_option("TEXT", paths_, "Workflow paths, and platform paths to be cleaned")->type_name("");
-    command().add_flag("--json", json_, "Prints a list of objects, \"path\" and \"platform_path\" (null for none)");
+    AddFlag("--json", json_, "Prints a list of objects, \"path\" and \"platform_path\" (null for none)");
     command().footer(
         "One line a path; exit 1 when one has none. Locations are $TEMP, $PERMANENT, $HOSTEXEC, $WINDIR, $WINSYSDIR,\n"
         "$PROGRAMFILES and $WINTEMP. $NAME/x, beside the file of the workflow NAME, is known to a running workflow\n"

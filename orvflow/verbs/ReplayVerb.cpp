@@ -40,9 +40,9 @@ ReplayVerb::ReplayVerb(CLI::App& program)
   command().add_option("FILE", file_, "The record: of run --record, or the one beside a state")->type_name("");
   command().add_option("--to", last_, "Ends after the delivery of this number; else with the run")->type_name("N");
   command().add_option("--run", run_, "The record's run with this number; else the last one")->type_name("N");
-  command().add_flag("--act", options_.acts,
-                     "Also runs nodes again that act outside (on files, other programs, the network), or do not say "
-                     "whether they do");
+  AddFlag("--act", options_.acts,
+          "Also runs nodes again that act outside (on files, other programs, the network), or do not say "
+          "whether they do");
   command()
       .add_option("--timeout", timeout_,
                   "Seconds that a delivery may take, beyond twice what it took then; else 60. Then the node is named, "
@@ -52,7 +52,7 @@ ReplayVerb::ReplayVerb(CLI::App& program)
       .add_option("--plugin-path", plugin_directories_, "Looks for plug-in libraries there too")
       ->type_name("DIR")
       ->allow_extra_args(false);
-  command().add_flag("--json", as_json_, "JSON; docs/replay.schema.json describes it");
+  AddFlag("--json", as_json_, "JSON; docs/replay.schema.json describes it");
   command().footer(
       "Each delivery gets the dictionary as the record has it; the node's answer, what it fires and what it writes\n"
       "are compared with the record. Nothing of the run is touched. What nodes do that act outside, or on threads\n"

@@ -50,11 +50,10 @@ RunVerb::RunVerb(CLI::App& program)
                   "Where the state is saved and continued from; else beside the flow, "
                   "<name>.state.xml")
       ->type_name("FILE");
-  command().add_flag("--fresh", options_.fresh, "Begins anew; a saved state is removed");
-  command().add_flag("--retry", options_.retry,
-                     "Continues, and delivers the signals that failed in earlier runs once more");
-  command().add_flag("--update", options_.update, "Continues, with what was added or changed in the flow file since");
-  command().add_flag("--force", options_.force, "Runs although errors were found that it cannot get past");
+  AddFlag("--fresh", options_.fresh, "Begins anew; a saved state is removed");
+  AddFlag("--retry", options_.retry, "Continues, and delivers the signals that failed in earlier runs once more");
+  AddFlag("--update", options_.update, "Continues, with what was added or changed in the flow file since");
+  AddFlag("--force", options_.force, "Runs although errors were found that it cannot get past");
   command()
       .add_option(
           "--checkpoint", checkpoint_,

@@ -81,8 +81,8 @@ ShowVerb::ShowVerb(CLI::App& program)
       ->expected(1)
       ->allow_extra_args(false);
   command().add_option("--run", run_, "The record's run with this number; else the last one")->type_name("N");
-  command().add_flag("--xml", as_xml_, "The dictionary, or what is below PATH, as a dictionary file");
-  command().add_flag("--json", as_json_, "JSON; docs/show.schema.json describes it, or docs/differences.schema.json");
+  AddFlag("--xml", as_xml_, "The dictionary, or what is below PATH, as a dictionary file");
+  AddFlag("--json", as_json_, "JSON; docs/show.schema.json describes it, or docs/differences.schema.json");
   AddColourOption(command(), colour_use_);
   command().footer(
       "Deliveries are numbered as history shows them. After delivery N is all that stands in the record up to\n"

@@ -29,7 +29,7 @@ StatusVerb::StatusVerb(CLI::App& program)
     : Verb(program, "status", "Shows how the run of a workflow stands: queue, nodes, failures") {
   command().add_option("FLOW.xml", flow_, "The workflow's dictionary file, as it was given to run")->type_name("");
   command().add_option("--state", state_file_, "As it was given to run")->type_name("FILE");
-  command().add_flag("--json", as_json_, "Prints the report as JSON (docs/status.schema.json)");
+  AddFlag("--json", as_json_, "Prints the report as JSON (docs/status.schema.json)");
   command().footer(
       "Says what is at work, what waits, and what each node has delivered and failed. Exit code 1 when no run\n"
       "of the workflow goes on.\n"

@@ -5,6 +5,10 @@
 
 namespace OrvWorkFlow::Program {
 
+CLI::Option* Verb::AddFlag(const std::string& name, bool& stands, const std::string& description) const {
+  return command_->add_flag(name, stands, description)->disable_flag_override();
+}
+
 ProgramError Verb::UsageError(const std::string& text) const {
   const std::string& name = command_->get_name();
   return ProgramError(ExitCode::Usage, name + ": " + text + " (see orvflow " + name + " --help)");

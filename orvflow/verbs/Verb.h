@@ -25,6 +25,9 @@ class Verb {
   Verb(CLI::App& program, const std::string& name, const std::string& description)
       : command_(program.add_subcommand(name, description)) {}
 
+  // An option that stands or does not, and takes no value.
+  CLI::Option* AddFlag(const std::string& name, bool& stands, const std::string& description) const;
+
   // An error in this verb's part of the command line.
   ProgramError UsageError(const std::string& text) const;
 

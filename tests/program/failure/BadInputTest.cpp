@@ -43,6 +43,8 @@ INSTANTIATE_TEST_SUITE_P(
         UsageCase{{"run", "a.xml", "--timeout"}, "run: --timeout: no S given (see orvflow run --help)"},
         UsageCase{{"run", "a.xml", "--state"}, "run: --state: no FILE given (see orvflow run --help)"},
         UsageCase{{"run", "a.xml", "--state="}, "run: --state: no FILE given (see orvflow run --help)"},
+        UsageCase{{"run", "a.xml", "--fresh=no"}, "run: --fresh: takes no value"},
+        UsageCase{{"inspect", "--json=3"}, "inspect: --json: takes no value"},
         UsageCase{{"run", "--set"}, "run: --set: no /PATH=VALUE given (see orvflow run --help)"},
         UsageCase{{"run", "a.xml", "--timeout=1", "--timeout=2"}, "run: --timeout: given more than once"},
         UsageCase{{"run", "a.xml", "--timeout", "soon"},
