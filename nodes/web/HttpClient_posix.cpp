@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "nodes/web/CurlTransfer_posix.h"
+#include "nodes/web/CurlTransfer.h"
 
 namespace OrvWorkFlow::Nodes {
 

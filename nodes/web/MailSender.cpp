@@ -110,7 +110,7 @@ std::string NewId() {
 }  // namespace
 
 constinit const NodeDescription MailSender::kDescription = {
-    .sentence = "Sends a mail by SMTP (on Linux; elsewhere it fails and says so)",
+    .sentence = "Sends a mail by SMTP",
     .inputs = kInputs,
     .outputs = kOutputs,
     .parameters = kParameters,

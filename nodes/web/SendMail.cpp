@@ -1,7 +1,9 @@
 #include <algorithm>
 #include <cstring>
+#include <string>
+#include <string_view>
 
-#include "nodes/web/CurlTransfer_posix.h"
+#include "nodes/web/CurlTransfer.h"
 #include "nodes/web/MailSender.h"
 
 namespace OrvWorkFlow::Nodes {
@@ -27,6 +29,37 @@ struct Receivers {
   ~Receivers() { curl_slist_free_all(list); }
   curl_slist* list = nullptr;
 };
+
+// When libcurl waits for an answer by itself, as for that to the mail's end, it asks once a second whether to go on.
+// The answer to the farewell is not waited for: the mail is taken by then.
+struct Patience {
+  CurlTransfer& transfer;
+  const std::function<bool()>& stop_wanted;
+  bool is_over = false;
+};
+
+int HearFarewell(CURL* /*easy*/, curl_infotype kind, char* text, std::size_t size, void* context) {
+  if (kind != CURLINFO_HEADER_OUT || !std::string_view(text, size).starts_with("QUIT")) return 0;
+  static_cast<Patience*>(context)->is_over = true;
+  return 0;
+}
+
+int EndsNow(void* context, curl_off_t /*to_come*/, curl_off_t /*come*/, curl_off_t /*to_go*/, curl_off_t /*gone*/) {
+  Patience& patience = *static_cast<Patience*>(context);
+  if (patience.is_over) return 1;
+  if (patience.stop_wanted()) patience.transfer.stopped = true;
+  return patience.transfer.stopped ? 1 : 0;
+}
+
+void WaitNoLonger(CURL* easy, Patience& patience) {
+  curl_easy_setopt(easy, CURLOPT_FORBID_REUSE, 1L);
+  curl_easy_setopt(easy, CURLOPT_VERBOSE, 1L);
+  curl_easy_setopt(easy, CURLOPT_DEBUGFUNCTION, &HearFarewell);
+  curl_easy_setopt(easy, CURLOPT_DEBUGDATA, &patience);
+  curl_easy_setopt(easy, CURLOPT_NOPROGRESS, 0L);
+  curl_easy_setopt(easy, CURLOPT_XFERINFOFUNCTION, &EndsNow);
+  curl_easy_setopt(easy, CURLOPT_XFERINFODATA, &patience);
+}
 
 }  // namespace
 
@@ -54,7 +87,14 @@ bool SendMail(const Mail& mail, const std::function<bool()>& stop_wanted) {
     curl_easy_setopt(easy, CURLOPT_USERNAME, mail.user.c_str());
     curl_easy_setopt(easy, CURLOPT_PASSWORD, mail.password.c_str());
   }
-  return transfer.Run(stop_wanted);
+  Patience patience{transfer, stop_wanted};
+  WaitNoLonger(easy, patience);
+  return transfer.Run([&] {
+    if (!stop_wanted()) return false;
+    // Of a mail with receivers libcurl would send the end, and wait for the answer.
+    curl_easy_setopt(easy, CURLOPT_MAIL_RCPT, static_cast<curl_slist*>(nullptr));
+    return true;
+  });
 }
 
 }  // namespace OrvWorkFlow::Nodes

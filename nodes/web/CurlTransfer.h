@@ -6,7 +6,6 @@
 #include <exception>
 #include <functional>
 #include <memory>
-#include <set>
 #include <string>
 
 namespace OrvWorkFlow::Nodes {
@@ -23,7 +22,6 @@ struct CurlTransfer {
 
   CURL* easy;
   curl_slist* headers = nullptr;
-  std::set<int> sockets;       // those that are open
   bool stopped = false;        // set by callbacks
   std::exception_ptr problem;  // likewise
   char error[CURL_ERROR_SIZE] = {};

@@ -1,6 +1,10 @@
-// Mails to servers of this machine that refuse and stall, and names that are looked up for long.
+// Mails to servers of this machine that take, refuse and stall.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <string>
 
 #include "tests/tasks/ScriptedServer.h"
 #include "tests/tasks/TaskFixture.h"
@@ -117,19 +121,34 @@ TEST_F(WebNodesMailTest, AMailServerThatStallsIsLeft) {
   EXPECT_LT(Clock::now() - begun, std::chrono::seconds(5));
 }
 
-// See SlowSystem_posix.cpp.
-TEST_F(WebNodesMailTest, ANameThatIsLookedUpIsNotWaitedFor) {
-  using Clock = std::chrono::steady_clock;
-  for (const char* type : {"HttpRequest", "Downloader"}) {
-    Node(type).SetParameter("Url", "http://slow.example/");
-    bench_->SetParameter("File", File("got"));
-    bench_->Signal(std::string(type) == "Downloader" ? "download" : "request");
-    std::this_thread::sleep_for(std::chrono::milliseconds(200));
-    const Clock::time_point asked = Clock::now();
-    EXPECT_EQ(bench_->Stop(), "resume");
-    EXPECT_LT(Clock::now() - asked, std::chrono::seconds(5)) << type;
-  }
+// What the server answers no more, and what it is asked then.
+class StalledMailTest : public WebNodesMailTest, public ::testing::WithParamInterface<std::string> {};
+
+TEST_P(StalledMailTest, IsLeftAtAStop) {
+  std::atomic<bool> is_reached = false;
+  const ScriptedServer server([&](Peer& peer, int) {
+    peer.Write("220 here\r\n");
+    for (std::string line = peer.ReadUntil("\r\n"); !line.empty(); line = peer.ReadUntil("\r\n")) {
+      if (line.starts_with(GetParam())) break;
+      peer.Write(line.starts_with("DATA") ? "354 go\r\n" : "250 yes\r\n");
+      if (line.starts_with("DATA") && peer.ReadUntil("\r\n.\r\n").ends_with(GetParam() + "\r\n.\r\n")) break;
+    }
+    is_reached = true;
+    peer.Stall();
+  });
+  Node("MailSender").SetParameter("Server", "smtp://127.0.0.1:" + std::to_string(server.port()));
+  bench_->SetParameter("Tls", false);
+  bench_->SetParameter("From", "flow@example.org");
+  SetListParameter("To", {"a@example.org"});
+  SetListParameter("Text", {"All is well", "end"});
+  bench_->Signal("send");
+  ASSERT_TRUE(WaitUntil([&] { return is_reached.load(); }));
+  const auto asked = std::chrono::steady_clock::now();
+  EXPECT_EQ(bench_->Stop(), "resume");
+  EXPECT_LT(std::chrono::steady_clock::now() - asked, std::chrono::seconds(5));
 }
+
+INSTANTIATE_TEST_SUITE_P(At, StalledMailTest, ::testing::Values("EHLO", "MAIL", "RCPT", "DATA", "end"));
 
 }  // namespace
 }  // namespace orv_test

@@ -1,12 +1,9 @@
-#include "nodes/web/CurlTransfer_posix.h"
-
-#include <dlfcn.h>
-#include <sys/socket.h>
-#include <unistd.h>
+#include "nodes/web/CurlTransfer.h"
 
 #include <mutex>
 #include <new>
 
+#include "nodes/web/CurlSockets.h"
 #include "nodes/web/HttpClient.h"
 
 namespace OrvWorkFlow::Nodes {
@@ -16,41 +13,27 @@ namespace {
 constexpr int kLookEveryMilliseconds = 20;
 
 struct Multi {
-  explicit Multi(CurlTransfer& owner) : handle(curl_multi_init()), transfer(owner), easy(owner.easy) {
+  explicit Multi(CURL* added) : handle(curl_multi_init()), easy(added) {
     if (handle == nullptr) throw std::bad_alloc();
     curl_multi_add_handle(handle, easy);
   }
   Multi(const Multi&) = delete;
   Multi& operator=(const Multi&) = delete;
-  // A server's answer to the farewell is not waited for.
   ~Multi() {
-    for (const int socket : transfer.sockets) ::shutdown(socket, SHUT_RD);
     curl_multi_remove_handle(handle, easy);
     curl_multi_cleanup(handle);
   }
   CURLM* handle;
-  CurlTransfer& transfer;
   CURL* easy;
 };
 
-curl_socket_t OpenSocket(void* context, curlsocktype /*purpose*/, curl_sockaddr* address) {
-  const int socket = ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
-  if (socket >= 0) static_cast<CurlTransfer*>(context)->sockets.insert(socket);
-  return socket;
-}
-
-int CloseSocket(void* context, curl_socket_t socket) {
-  static_cast<CurlTransfer*>(context)->sockets.erase(socket);
-  return ::close(socket);
-}
+curl_socket_t Open(void* /*context*/, curlsocktype /*purpose*/, curl_sockaddr* address) { return OpenSocket(*address); }
 
 // The thread on which libcurl looks up a name cannot be stopped: it ends later, by itself, and libcurl has to be there
 // as long.
 void Begin() {
   curl_global_init(CURL_GLOBAL_DEFAULT);
-  Dl_info library = {};
-  const auto place = reinterpret_cast<void*>(&curl_easy_init);
-  if (::dladdr(place, &library) != 0) ::dlopen(library.dli_fname, RTLD_NOW | RTLD_NOLOAD | RTLD_NODELETE);
+  KeepLoaded(reinterpret_cast<void*>(&curl_easy_init));
 }
 
 }  // namespace
@@ -62,10 +45,7 @@ CurlTransfer::CurlTransfer() {
   if (easy == nullptr) throw std::bad_alloc();
   curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
   curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, error);
-  curl_easy_setopt(easy, CURLOPT_OPENSOCKETFUNCTION, &OpenSocket);
-  curl_easy_setopt(easy, CURLOPT_OPENSOCKETDATA, this);
-  curl_easy_setopt(easy, CURLOPT_CLOSESOCKETFUNCTION, &CloseSocket);
-  curl_easy_setopt(easy, CURLOPT_CLOSESOCKETDATA, this);
+  curl_easy_setopt(easy, CURLOPT_OPENSOCKETFUNCTION, &Open);
 #if LIBCURL_VERSION_NUM >= 0x075700
   curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L);  // A name that is being looked up is not waited for.
 #endif
@@ -85,7 +65,7 @@ void CurlTransfer::AddHeader(const std::string& header) {
 
 // By the multi interface, so that a stop is seen while it waits for a name or a server.
 bool CurlTransfer::Run(const std::function<bool()>& stop_wanted) {
-  const Multi multi(*this);
+  const Multi multi(easy);
   int running = 1;
   while (running != 0) {
     if (stop_wanted()) return false;
