@@ -6,14 +6,12 @@
 #include <stdexcept>
 #include <utility>
 
-#include "base/dictionary/DictionaryReading.h"
 #include "nodes/bridge/BridgeEnd.h"
 #include "nodes/bridge/BridgeLetter.h"
 #include "nodes/bridge/BridgeSettings.h"
+#include "nodes/bridge/SendingEnd.h"
 
 namespace OrvWorkFlow::Nodes {
-
-using Bridge::Receiver;
 
 namespace {
 
@@ -51,17 +49,13 @@ constexpr ParameterRule kRuleRows[] = {
     Bridge::kFaultsRule,
 };
 
-constexpr char kEpoch[] = "Epoch";
 constexpr char kTold[] = "Told";
 constexpr char kTaken[] = "Taken";
 constexpr char kEnd[] = "End";
-constexpr char kSenders[] = "Senders";
 constexpr char kConnection[] = "Connection";
 constexpr std::chrono::milliseconds kIdleWait{10};
 constexpr std::chrono::milliseconds kShortWait{1};
 constexpr int kMostAtOnce = 256;  // that are delivered before they are acknowledged
-
-std::string FolderOf(const Bridge::Id& sender) { return std::string(kSenders) + "/S" + sender.Text(); }
 
 }  // namespace
 
@@ -107,30 +101,31 @@ const char* BridgeIn::DoTask(const std::string& /*task*/) {
   const auto transport = Bridge::OpenTransport(
       reader, id,
       is_one_of_several ? Bridge::AddressOfShare(bridge, OptionalText("Receiver")) : Bridge::AddressOf(bridge));
-  Receiver receiver = MakeReceiver(id);
+  Bridge::ReceivingEnd receiving(record, id, static_cast<std::size_t>(NumberParameter("MostSenders")), promise_);
+  const auto acknowledge = [&](const Bridge::Ack& ack) {
+    transport->Send(Bridge::AddressOf(bridge, ack.sender), Bridge::Encode(ack));
+  };
   const std::int64_t linger = std::int64_t{1000} * NumberParameter("LingerSeconds");
   std::int64_t ends_at = -1;
   while (!StopWanted()) {
     const bool ends = record.Has(kEnd);
     if (ends && ends_at < 0) ends_at = Bridge::Now() + linger;
     for (int i = 0; !ends && i < kMostAtOnce && MayDeliver() && !StopWanted(); ++i) {
-      const Bridge::Data* const data = receiver.Next();
+      const Bridge::Data* const data = receiving.Next();
       if (data == nullptr) break;
-      Deliver(receiver, *data);
+      Deliver(receiving, *data);
     }
     // What was delivered while a signal to this node was at work counts when that has ended, and not before.
-    if (!Bridge::IsDeliveredTo(TypeName(), InstanceName()) && promise_.IsKept()) Answer(receiver, *transport, bridge);
-    if (ends && (receiver.IsSettled() || Bridge::Now() >= ends_at)) {
+    if (!Bridge::IsDeliveredTo(TypeName(), InstanceName()) && promise_.IsKept()) receiving.Answer(acknowledge);
+    if (ends && (receiving.IsSettled() || Bridge::Now() >= ends_at)) {
       transport->Close();
       return "ended";
     }
     // What is held waits for "next" at most, which ends the pause.
-    const bool is_held = receiver.Next() != nullptr;
+    const bool is_held = receiving.Next() != nullptr;
     if (is_held) Pause(kShortWait);
     const std::chrono::milliseconds wait = is_held ? std::chrono::milliseconds(0) : kIdleWait;
-    for (auto bytes = transport->Poll(wait); bytes; bytes = transport->Poll(std::chrono::milliseconds(0))) {
-      Hear(receiver, *bytes);
-    }
+    Bridge::Listen(*transport, wait, [&](Bridge::Frame& frame) { receiving.Hear(frame); });
     const std::string problem = *promise_.Problem() == '\0' ? transport->Problem() : promise_.Problem();
     if (problem != record.Text(kConnection)) record.SetText(kConnection, problem);
   }
@@ -143,115 +138,39 @@ bool BridgeIn::MayDeliver() const {
   return !BooleanParameter("OneByOne") || record.Number(kTaken) >= record.Number(kTold);
 }
 
-Receiver BridgeIn::MakeReceiver(const Bridge::Id& id) {
-  Sdk::NodeRecord record = Record();
-  const std::int64_t epoch = record.Number(kEpoch) + 1;
-  record.SetNumber(kEpoch, epoch);
-  Receiver receiver(id, static_cast<std::uint64_t>(epoch), static_cast<std::size_t>(NumberParameter("MostSenders")));
-  const std::vector<std::string> names = Base::NamesBelow(WorkflowDictionary(), record.PathOf(kSenders));
-  for (const std::string& name : names) {
-    const Bridge::Id sender =
-        Bridge::Id::FromText(std::string_view(name).substr(std::min<std::size_t>(1, name.size())));
-    if (sender.IsNone()) continue;
-    const std::string folder = FolderOf(sender);
-    Receiver::Standing standing;
-    standing.holder.epoch = static_cast<std::uint64_t>(record.Number(folder + "/Epoch"));
-    standing.holder.mark = static_cast<std::uint64_t>(record.Number(folder + "/Mark"));
-    standing.highest = static_cast<std::uint64_t>(record.Number(folder + "/Highest"));
-    const std::vector<std::string> refused = Base::NamesBelow(WorkflowDictionary(), record.PathOf(folder + "/Refused"));
-    for (const std::string& one : refused) {
-      standing.refused.emplace(Bridge::NumberOfName(one), record.Text(folder + "/Refused/" + one));
-    }
-    receiver.Know(sender, standing);
-  }
-  return receiver;
-}
-
-void BridgeIn::WriteStanding(const Bridge::Id& sender, const Receiver::Standing& standing) {
-  Sdk::NodeRecord record = Record();
-  const std::string folder = FolderOf(sender);
-  const auto write = [&](const char* name, std::uint64_t value) {
-    const std::string path = folder + name;
-    if (record.Number(path, -1) != static_cast<std::int64_t>(value)) {
-      record.SetNumber(path, static_cast<std::int64_t>(value));
-    }
-  };
-  write("/Mark", standing.holder.mark);
-  write("/Epoch", standing.holder.epoch);
-  const std::string refused = folder + "/Refused";
-  const std::vector<std::string> names = Base::NamesBelow(WorkflowDictionary(), record.PathOf(refused));
-  for (const auto& [number, reason] : standing.refused) {
-    const std::string name = Bridge::NameOfNumber(number);
-    if (std::find(names.begin(), names.end(), name) == names.end()) record.SetText(refused + "/" + name, reason);
-  }
-  for (const std::string& name : names) {
-    if (!standing.refused.contains(Bridge::NumberOfName(name))) record.Remove(refused + "/" + name);
-  }
-  write("/Highest", standing.highest);
-  promise_.Note();
-}
-
-std::string BridgeIn::ReasonAgainst(const std::string& signal) const {
+std::string BridgeIn::ReasonAgainst(const Bridge::Letter& letter) const {
+  if (letter.kind != Bridge::LetterKind::Signal) return "the receiver is a BridgeIn, which answers no requests";
+  const std::string& signal = letter.signal;
   const std::vector<std::string> names = TextListParameter("Signals");
   if (names.empty() || std::find(names.begin(), names.end(), signal) != names.end()) return {};
   return "the receiver takes no signal \"" + signal + "\"";
 }
 
 // Values, number and signal are one unit: a kill leaves all of it or nothing.
-void BridgeIn::Deliver(Receiver& receiver, const Bridge::Data& data) {
+void BridgeIn::Deliver(Bridge::ReceivingEnd& receiving, const Bridge::Data& data) {
   const Bridge::Id sender = data.sender;
   Bridge::Letter letter;
   std::string reason;
   try {
     letter = Bridge::DecodeLetter(data.letter);
-    reason = ReasonAgainst(letter.signal);
+    reason = ReasonAgainst(letter);
   } catch (const std::exception& error) {
     reason = std::string("the receiver cannot read it: ") + error.what();
   }
   if (!reason.empty()) {
-    receiver.Refuse(sender, reason);
-    WriteStanding(sender, receiver.StandingOf(sender));
+    receiving.Refuse(sender, reason);
     return;
   }
   const std::uint64_t number = data.number;
   HoldChanges();
   Sdk::NodeRecord record = Record();
-  record.Remove("Values");
-  for (const Bridge::Value& value : letter.values) {
-    if (!Bridge::WriteValue(WorkflowDictionary(), record.PathOf("Values"), value)) {
-      throw std::runtime_error("cannot write " + record.PathOf("Values") + value.path);
-    }
-  }
+  Bridge::WriteValues(WorkflowDictionary(), record, letter.values);
   record.SetText("Signal", letter.signal);
   record.SetText("Sender", sender.Text());
   record.SetNumber("Number", static_cast<std::int64_t>(number));
   record.SetNumber(kTold, record.Number(kTold) + 1);
-  receiver.Deliver(sender);
-  WriteStanding(sender, receiver.StandingOf(sender));
+  receiving.Deliver(sender);
   FireOutput("received");
-}
-
-// After what they say was recorded.
-void BridgeIn::Answer(Receiver& receiver, Bridge::Transport& transport, const std::string& bridge) {
-  const std::vector<Bridge::Ack> answers = receiver.TakeAnswers();
-  for (const Bridge::Ack& ack : answers) {
-    transport.Send(Bridge::AddressOf(bridge, ack.sender), Bridge::Encode(ack));
-  }
-}
-
-void BridgeIn::Hear(Receiver& receiver, const std::string& bytes) {
-  auto frame = Bridge::Decode(bytes);
-  if (!frame) return;
-  bool changed = false;
-  Bridge::Id sender;
-  if (const auto* hello = std::get_if<Bridge::Hello>(&*frame)) {
-    sender = hello->sender;
-    changed = receiver.Hear(*hello);
-  } else if (auto* data = std::get_if<Bridge::Data>(&*frame)) {
-    sender = data->sender;
-    changed = receiver.Hear(std::move(*data));
-  }
-  if (changed) WriteStanding(sender, receiver.StandingOf(sender));
 }
 
 }  // namespace OrvWorkFlow::Nodes

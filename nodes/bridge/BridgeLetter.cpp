@@ -11,7 +11,8 @@ namespace OrvWorkFlow::Nodes::Bridge {
 
 namespace {
 
-constexpr std::uint64_t kVersion = 1;
+constexpr std::uint64_t kSignalVersion = 1;
+constexpr std::uint64_t kRequestVersion = 2;  // with a kind and the number of a request
 constexpr std::size_t kMostName = 200;
 constexpr std::size_t kMostPath = 1000;
 constexpr std::size_t kMostValues = 256;
@@ -114,6 +115,8 @@ Value ReadValue(IDictionary& dictionary, const std::string& path) {
   return value;
 }
 
+namespace {
+
 bool WriteValue(IDictionary& dictionary, const std::string& folder, const Value& value) {
   const std::string path = folder + value.path;
   switch (value.type) {
@@ -135,15 +138,63 @@ bool WriteValue(IDictionary& dictionary, const std::string& folder, const Value&
   }
 }
 
-std::string EncodeLetter(const Letter& letter) {
-  if (!IsName(letter.signal) || letter.signal.size() > kMostName) {
-    throw std::runtime_error("the parameter Signal is empty or longer than " + std::to_string(kMostName) + " bytes");
+void ExpectHead(const Letter& letter) {
+  if (letter.kind == LetterKind::Answer) return;
+  if (letter.kind == LetterKind::Refusal) {
+    if (letter.signal.size() <= kMostReason) return;
+    throw std::runtime_error("the parameter Reason is longer than " + std::to_string(kMostReason) + " bytes");
   }
+  if (IsName(letter.signal) && letter.signal.size() <= kMostName) return;
+  throw std::runtime_error("the parameter Signal is empty or longer than " + std::to_string(kMostName) + " bytes");
+}
+
+void ReadHead(Reader& reader, Letter& letter) {
+  const std::uint64_t version = reader.Number(1);
+  if (version == kRequestVersion) {
+    const std::uint64_t kind = reader.Number(1);
+    if (kind < 1 || kind > 3) throw std::runtime_error("it is of an unknown kind");
+    letter.kind = static_cast<LetterKind>(kind);
+    letter.request = reader.Number(8);
+    if (letter.request == 0 || letter.request >= kMostNumber) throw std::runtime_error("it is of no request");
+  } else if (version != kSignalVersion) {
+    throw std::runtime_error("it is of an unknown version");
+  }
+  letter.signal = reader.Text(letter.kind == LetterKind::Refusal ? kMostReason : kMostName);
+}
+
+bool HasName(const Letter& letter) {
+  const bool has_none = letter.kind == LetterKind::Answer || letter.kind == LetterKind::Refusal;
+  return has_none ? letter.signal.find('\0') == std::string::npos : IsName(letter.signal);
+}
+
+}  // namespace
+
+std::vector<Value> ReadValues(IDictionary& dictionary, const std::vector<std::string>& paths) {
+  std::vector<Value> values;
+  for (const std::string& path : paths) values.push_back(ReadValue(dictionary, path));
+  return values;
+}
+
+void WriteValues(IDictionary& dictionary, Sdk::NodeRecord record, const std::vector<Value>& values) {
+  const std::string folder = record.PathOf("Values");
+  record.Remove("Values");
+  for (const Value& value : values) {
+    if (!WriteValue(dictionary, folder, value)) throw std::runtime_error("cannot write " + folder + value.path);
+  }
+}
+
+std::string EncodeLetter(const Letter& letter) {
+  ExpectHead(letter);
   if (letter.values.size() > kMostValues) {
     throw std::runtime_error("more than " + std::to_string(kMostValues) + " values for one signal");
   }
   Writer writer;
-  writer.Number(kVersion, 1);
+  const bool is_signal = letter.kind == LetterKind::Signal;
+  writer.Number(is_signal ? kSignalVersion : kRequestVersion, 1);
+  if (!is_signal) {
+    writer.Byte(static_cast<std::uint8_t>(letter.kind));
+    writer.Number(letter.request, 8);
+  }
   writer.Text(letter.signal);
   writer.Number(letter.values.size(), 2);
   for (const Value& value : letter.values) {
@@ -161,13 +212,12 @@ std::string EncodeLetter(const Letter& letter) {
 
 Letter DecodeLetter(std::string_view bytes) {
   Reader reader(bytes);
-  if (reader.Number(1) != kVersion) throw std::runtime_error("it is of an unknown version");
   Letter letter;
-  letter.signal = reader.Text(kMostName);
+  ReadHead(reader, letter);
   const std::uint64_t count = reader.Number(2);
   if (count > kMostValues) throw std::runtime_error("it has too many values");
   for (std::uint64_t i = 0; i < count && !reader.failed(); ++i) letter.values.push_back(ReadOne(reader));
-  if (!reader.IsAtEnd() || !IsName(letter.signal)) throw std::runtime_error("it is not whole");
+  if (!reader.IsAtEnd() || !HasName(letter)) throw std::runtime_error("it is not whole");
   return letter;
 }
 

@@ -124,6 +124,12 @@ std::vector<Ack> Receiver::TakeAnswers() {
   return answers;
 }
 
+void Receiver::Remind() {
+  for (auto& [sender, known] : senders_) {
+    known.owes_answer = known.owes_answer || known.first <= known.standing.highest;
+  }
+}
+
 bool Receiver::IsSettled() const {
   return std::all_of(senders_.begin(), senders_.end(),
                      [](const auto& one) { return one.second.first > one.second.standing.highest; });

@@ -45,6 +45,8 @@ class Receiver {
 
   // The answers that are due.
   std::vector<Ack> TakeAnswers();
+  // Answers are due to each sender that does not know of all that was delivered.
+  void Remind();
   // Whether each sender knows of all that was delivered.
   bool IsSettled() const;
   // Senders that were turned away, for there are too many.
