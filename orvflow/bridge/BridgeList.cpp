@@ -16,6 +16,9 @@ namespace {
 
 constexpr char kOut[] = "BridgeOut";
 constexpr char kIn[] = "BridgeIn";
+constexpr char kAsk[] = "BridgeAsk";
+constexpr char kServe[] = "BridgeServe";
+constexpr char kOpen[] = "Open";
 constexpr char kNext[] = "Next";
 constexpr char kOutbox[] = "Outbox";
 constexpr char kDead[] = "Dead";
@@ -80,23 +83,32 @@ std::vector<SharingReceiver> ReadReceivers(IDictionary& state, const Sdk::NodeRe
   return receivers;
 }
 
-SendingBridge ReadSending(IDictionary& state, const std::string& instance) {
-  const Sdk::NodeRecord record(state, FolderOf(kOut, instance));
+// What waits in an outbox: the letters of the folder that are neither settled nor half written.
+template <class Each>
+void EachWaiting(IDictionary& state, const Sdk::NodeRecord& record, Each&& each) {
+  const std::uint64_t first = std::max<std::uint64_t>(1, CountAt(record, "First", 1));
+  const std::uint64_t next = std::max(first, CountAt(record, kNext, 1));
+  for (const std::string& name : Base::NamesBelow(state, record.PathOf(kOutbox))) {
+    const std::uint64_t number = NumberOf(name);
+    if (number >= first && number < next) each(number, record.PathOf(std::string(kOutbox) + "/" + name));
+  }
+}
+
+SendingBridge ReadSending(IDictionary& state, const char* type, const std::string& instance) {
+  const Sdk::NodeRecord record(state, FolderOf(type, instance));
   SendingBridge bridge;
+  bridge.type = type;
   bridge.instance = instance;
   bridge.id = record.Text("Id");
   bridge.receiver = record.Text("Receiver");
   bridge.epoch = CountAt(record, "Epoch");
-  const std::uint64_t first = std::max<std::uint64_t>(1, CountAt(record, "First", 1));
-  const std::uint64_t next = std::max(first, CountAt(record, kNext, 1));
-  bridge.acknowledged = first - 1;
-  for (const std::string& name : Base::NamesBelow(state, record.PathOf(kOutbox))) {
-    const std::uint64_t number = NumberOf(name);
-    if (number < first || number >= next) continue;  // Settled, or half written.
+  bridge.acknowledged = std::max<std::uint64_t>(1, CountAt(record, "First", 1)) - 1;
+  EachWaiting(state, record, [&](std::uint64_t number, const std::string& path) {
     ++bridge.waiting;
-    bridge.waiting_bytes += BytesAt(state, record.PathOf(std::string(kOutbox) + "/" + name)).size();
+    bridge.waiting_bytes += BytesAt(state, path).size();
     bridge.oldest = bridge.oldest == 0 ? number : std::min(bridge.oldest, number);
-  }
+  });
+  bridge.open = Base::NamesBelow(state, record.PathOf(kOpen)).size();
   bridge.halted = record.Text("Halted");
   bridge.connection = record.Text("Connection");
   bridge.receivers = ReadReceivers(state, record);
@@ -104,13 +116,26 @@ SendingBridge ReadSending(IDictionary& state, const std::string& instance) {
   return bridge;
 }
 
-ReceivingBridge ReadReceiving(IDictionary& state, const std::string& instance) {
-  const Sdk::NodeRecord record(state, FolderOf(kIn, instance));
+std::size_t CountAnswers(IDictionary& state, const Sdk::NodeRecord& record) {
+  std::size_t count = 0;
+  for (const std::string& name : Base::NamesBelow(state, record.PathOf("Askers"))) {
+    const Sdk::NodeRecord asker(state, record.PathOf("Askers/" + name));
+    EachWaiting(state, asker, [&](std::uint64_t, const std::string&) { ++count; });
+  }
+  return count;
+}
+
+ReceivingBridge ReadReceiving(IDictionary& state, const char* type, const std::string& instance) {
+  const Sdk::NodeRecord record(state, FolderOf(type, instance));
   ReceivingBridge bridge;
+  bridge.type = type;
   bridge.instance = instance;
   bridge.id = record.Text("Id");
   bridge.epoch = CountAt(record, "Epoch");
   bridge.told = CountAt(record, "Told");
+  bridge.open = Base::NamesBelow(state, record.PathOf(kOpen));
+  bridge.answers = CountAnswers(state, record);
+  bridge.halted = record.Text("Halted");
   bridge.connection = record.Text("Connection");
   for (const std::string& name : Base::NamesBelow(state, record.PathOf("Senders"))) {
     if (!name.starts_with('S')) continue;
@@ -163,11 +188,15 @@ std::size_t BridgeList::CountDead() const {
 
 BridgeList ReadBridgeList(IDictionary& state) {
   BridgeList list;
-  for (const std::string& instance : Base::NamesBelow(state, "/" + std::string(kOut))) {
-    list.sending.push_back(ReadSending(state, instance));
+  for (const char* type : {kOut, kAsk}) {
+    for (const std::string& instance : Base::NamesBelow(state, "/" + std::string(type))) {
+      list.sending.push_back(ReadSending(state, type, instance));
+    }
   }
-  for (const std::string& instance : Base::NamesBelow(state, "/" + std::string(kIn))) {
-    list.receiving.push_back(ReadReceiving(state, instance));
+  for (const char* type : {kIn, kServe}) {
+    for (const std::string& instance : Base::NamesBelow(state, "/" + std::string(type))) {
+      list.receiving.push_back(ReadReceiving(state, type, instance));
+    }
   }
   return list;
 }

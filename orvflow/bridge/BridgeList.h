@@ -28,6 +28,7 @@ struct SharingReceiver {
 };
 
 struct SendingBridge {
+  std::string type;  // BridgeOut, or BridgeAsk
   std::string instance;
   std::string id;
   std::string receiver;
@@ -36,6 +37,7 @@ struct SendingBridge {
   std::size_t waiting_bytes = 0;
   std::uint64_t oldest = 0;        // of those; 0 for none
   std::uint64_t acknowledged = 0;  // up to here the other end has taken or refused all
+  std::size_t open = 0;            // requests that have no outcome yet
   std::string halted;
   std::string connection;
   std::vector<SharingReceiver> receivers;
@@ -50,10 +52,14 @@ struct KnownSender {
 };
 
 struct ReceivingBridge {
+  std::string type;  // BridgeIn, or BridgeServe
   std::string instance;
   std::string id;
   std::uint64_t epoch = 0;
   std::uint64_t told = 0;
+  std::vector<std::string> open;  // requests that have no answer yet, by their names
+  std::size_t answers = 0;        // that wait to be sent, or acknowledged
+  std::string halted;             // why some of them are not sent any more
   std::string connection;
   std::vector<KnownSender> senders;
 };

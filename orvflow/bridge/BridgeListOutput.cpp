@@ -17,8 +17,11 @@ const std::string kIndent(kNumberColumns + 2, ' ');
 std::string Line(const std::string& text) { return text.empty() ? std::string() : kIndent + Visible(text) + "\n"; }
 
 std::string SendingAsText(const SendingBridge& bridge) {
-  std::string text = "BridgeOut " + Visible(bridge.instance) + ": " + Base::Counted(bridge.waiting, "signal") +
-                     " to send, " + Base::Counted(bridge.waiting_bytes, "byte");
+  const bool asks = bridge.type == "BridgeAsk";
+  std::string text = bridge.type + " " + Visible(bridge.instance) + ": ";
+  if (asks) text += Base::Counted(bridge.open, "request") + " open, ";
+  text += (asks ? std::to_string(bridge.waiting) : Base::Counted(bridge.waiting, "signal")) + " to send, " +
+          Base::Counted(bridge.waiting_bytes, "byte");
   if (bridge.oldest != 0) text += ", from number " + std::to_string(bridge.oldest);
   text += "\n" + kIndent + "acknowledged up to " + std::to_string(bridge.acknowledged) + ", epoch " +
           std::to_string(bridge.epoch) + "\n";
@@ -36,9 +39,16 @@ std::string SendingAsText(const SendingBridge& bridge) {
 }
 
 std::string ReceivingAsText(const ReceivingBridge& bridge) {
-  std::string text = "BridgeIn " + Visible(bridge.instance) + ": " + Base::Counted(bridge.told, "signal") +
-                     " received from " + Base::Counted(bridge.senders.size(), "sender") + ", epoch " +
-                     std::to_string(bridge.epoch) + "\n" + Line(bridge.connection);
+  const bool serves = bridge.type == "BridgeServe";
+  std::string text = bridge.type + " " + Visible(bridge.instance) + ": " +
+                     Base::Counted(bridge.told, serves ? "request" : "signal") + " received from " +
+                     Base::Counted(bridge.senders.size(), serves ? "asker" : "sender") + ", epoch " +
+                     std::to_string(bridge.epoch) + "\n";
+  if (serves) {
+    text += Line(std::to_string(bridge.open.size()) + " open, " + Base::Counted(bridge.answers, "answer") + " to send");
+    for (const std::string& request : bridge.open) text += Line("open: " + request);
+  }
+  text += Line(bridge.halted.empty() ? "" : "halted: " + bridge.halted) + Line(bridge.connection);
   for (const KnownSender& sender : bridge.senders) {
     text += Line(sender.id + ": up to " + std::to_string(sender.delivered) + ", epoch " + std::to_string(sender.epoch) +
                  (sender.refused == 0 ? "" : ", " + std::to_string(sender.refused) + " refused"));
@@ -49,13 +59,15 @@ std::string ReceivingAsText(const ReceivingBridge& bridge) {
 Json TextOrNull(const std::string& text) { return text.empty() ? Json() : Json(text); }
 
 Json SendingAsJson(const SendingBridge& bridge) {
-  Json json = {{"instance", bridge.instance},
+  Json json = {{"type", bridge.type},
+               {"instance", bridge.instance},
                {"id", bridge.id},
                {"epoch", bridge.epoch},
                {"receiver", TextOrNull(bridge.receiver)},
                {"waiting", bridge.waiting},
                {"bytes", bridge.waiting_bytes},
                {"acknowledged", bridge.acknowledged},
+               {"open", bridge.open},
                {"halted", TextOrNull(bridge.halted)}};
   json["oldest"] = bridge.oldest == 0 ? Json() : Json(bridge.oldest);
   json["connection"] = TextOrNull(bridge.connection);
@@ -77,7 +89,10 @@ Json SendingAsJson(const SendingBridge& bridge) {
 }
 
 Json ReceivingAsJson(const ReceivingBridge& bridge) {
-  Json json = {{"instance", bridge.instance}, {"id", bridge.id}, {"epoch", bridge.epoch}, {"received", bridge.told}};
+  Json json = {{"type", bridge.type},       {"instance", bridge.instance},
+               {"id", bridge.id},           {"epoch", bridge.epoch},
+               {"received", bridge.told},   {"open", bridge.open},
+               {"answers", bridge.answers}, {"halted", TextOrNull(bridge.halted)}};
   json["connection"] = TextOrNull(bridge.connection);
   json["senders"] = Json::array();
   for (const KnownSender& sender : bridge.senders) {

@@ -115,9 +115,6 @@ class BridgeRuns : public ProgramFixture {
     EXPECT_EQ(ReadFile(directory_.path() / "orders.txt"), "sum " + std::to_string(sum) + ": " + expected + "\n");
   }
 
-  std::map<std::string, std::unique_ptr<ChildProcess>> runs_;
-
- private:
   // The file is larger than what is written in it: zeros stand behind that.
   static std::size_t Used(const std::filesystem::path& file) {
     std::error_code error;
@@ -125,6 +122,8 @@ class BridgeRuns : public ProgramFixture {
     const std::string bytes = ReadFile(file);
     return bytes.find_last_not_of('\0') + 1;
   }
+
+  std::map<std::string, std::unique_ptr<ChildProcess>> runs_;
 };
 
 }  // namespace orv_test
