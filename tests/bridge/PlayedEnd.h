@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <string>
@@ -85,7 +86,8 @@ class PlayedEnd {
     sender_.NoteSending(std::max(range.end, std::uint64_t{1}));
     for (std::uint64_t number = range.begin; number < range.end; ++number) {
       const Bridge::Sender::Standing& now = sender_.standing();
-      const Bridge::Data data{now.id, now.holder, now.receiver, now.first, number, letters_.at(number - 1)};
+      const Bridge::Data data{now.id,    now.holder, now.receiver,
+                              now.first, number,     letters_.at(static_cast<std::size_t>(number - 1))};
       network_.Send(peer_, Encode(Bridge::Frame(data)));
       sender_.NoteSent(number, Bridge::Now());
     }
