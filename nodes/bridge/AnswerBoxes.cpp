@@ -37,7 +37,7 @@ void AnswerBoxes::BeginDelivery(const Sdk::NodeRecord& record) {
   for (const auto& [asker, box] : boxes_) box->NoteDelivery();
 }
 
-void AnswerBoxes::Add(Sdk::NodeRecord record, const Id& asker, const std::string& letter) {
+void AnswerBoxes::Add(const Sdk::NodeRecord& record, const Id& asker, const std::string& letter) {
   Sdk::NodeRecord own = RecordOf(record, asker);
   std::shared_ptr<Outbox> box;
   {

@@ -24,7 +24,7 @@ class AnswerBoxes {
   // Delivery: reads what is recorded, the first time that it is called; what earlier deliveries have added is recorded.
   void BeginDelivery(const Sdk::NodeRecord& record);
   // Delivery: throws std::runtime_error when the dictionary refuses.
-  void Add(Sdk::NodeRecord record, const Id& asker, const std::string& letter);
+  void Add(const Sdk::NodeRecord& record, const Id& asker, const std::string& letter);
 
   // Any thread.
   using Boxes = std::map<Id, std::shared_ptr<Outbox>>;

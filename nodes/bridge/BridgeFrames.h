@@ -71,7 +71,7 @@ struct Data {
 
 using Frame = std::variant<Hello, Ack, Data>;
 
-inline constexpr std::size_t kMostLetter = 1024 * 1024;
+inline constexpr std::size_t kMostLetter = std::size_t{1024} * 1024;
 inline constexpr std::size_t kMostFrame = kMostLetter + 128;
 inline constexpr std::size_t kMostRefusals = 64;
 inline constexpr std::size_t kMostReason = 1000;

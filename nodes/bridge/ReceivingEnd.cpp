@@ -18,6 +18,8 @@ constexpr std::int64_t kReminderGap = 250;
 
 std::string FolderOf(const Id& sender) { return std::string(kSenders) + "/S" + sender.Text(); }
 
+std::string RefusedBelow(const std::string& folder, const std::string& name) { return folder + "/Refused/" + name; }
+
 std::uint64_t NextEpoch(Sdk::NodeRecord record) {
   const std::int64_t epoch = record.Number(kEpoch) + 1;
   record.SetNumber(kEpoch, epoch);
@@ -42,7 +44,7 @@ void ReceivingEnd::Know() {
     standing.holder.mark = static_cast<std::uint64_t>(record_.Number(folder + "/Mark"));
     standing.highest = static_cast<std::uint64_t>(record_.Number(folder + "/Highest"));
     for (const std::string& one : Base::NamesBelow(dictionary, record_.PathOf(folder + "/Refused"))) {
-      standing.refused.emplace(NumberOfName(one), record_.Text(folder + "/Refused/" + one));
+      standing.refused.emplace(NumberOfName(one), record_.Text(RefusedBelow(folder, one)));
     }
     receiver_.Know(sender, standing);
   }
@@ -59,14 +61,13 @@ void ReceivingEnd::WriteStanding(const Id& sender) {
   };
   write("/Mark", standing.holder.mark);
   write("/Epoch", standing.holder.epoch);
-  const std::string refused = folder + "/Refused";
-  const std::vector<std::string> names = Base::NamesBelow(Outbox::Dictionary(), record_.PathOf(refused));
+  const std::vector<std::string> names = Base::NamesBelow(Outbox::Dictionary(), record_.PathOf(folder + "/Refused"));
   for (const auto& [number, reason] : standing.refused) {
     const std::string name = NameOfNumber(number);
-    if (std::find(names.begin(), names.end(), name) == names.end()) record_.SetText(refused + "/" + name, reason);
+    if (std::find(names.begin(), names.end(), name) == names.end()) record_.SetText(RefusedBelow(folder, name), reason);
   }
   for (const std::string& name : names) {
-    if (!standing.refused.contains(NumberOfName(name))) record_.Remove(refused + "/" + name);
+    if (!standing.refused.contains(NumberOfName(name))) record_.Remove(RefusedBelow(folder, name));
   }
   write("/Highest", standing.highest);
   promise_.Note();
