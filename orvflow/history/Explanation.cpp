@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "base/text/Counting.h"
+#include "orvflow/history/BridgeOutput.h"
 #include "orvflow/history/HistoryOutput.h"
 #include "orvflow/history/RouteOutput.h"
 #include "orvflow/run/RunEnding.h"
@@ -103,6 +104,67 @@ class Reasons {
   std::set<std::string> seen_;
 };
 
+// From a delivery to the one that led to it, and so on.
+class WayBack {
+ public:
+  WayBack(const RunTale& tale, const RecordSet* records) : tale_(tale), records_(records) {}
+
+  // A text for each.
+  std::vector<std::string> From(const Delivery& delivery) {
+    std::vector<std::string> lines;
+    std::optional<RecordSet::Where> at = RecordSet::Where{0, {delivery.run, delivery.number}};
+    while (at && seen_.insert(*at).second) {
+      const Delivery* const found = Find(*at);
+      if (found == nullptr) break;
+      lines.push_back(Shown(*found, at->record));
+      at = Before(*found, at->record);
+    }
+    return lines;
+  }
+
+ private:
+  const BridgeWays& WaysOf(std::size_t record) const {
+    return records_ == nullptr ? tale_.ways() : records_->ways(record);
+  }
+
+  const Delivery* Find(const RecordSet::Where& where) const {
+    if (records_ != nullptr) return records_->Find(where);
+    return where.place.run == tale_.run() ? tale_.Find(where.place.number) : nullptr;
+  }
+
+  std::optional<RecordSet::Where> FindSend(const LetterKey& key) const {
+    if (records_ != nullptr) return records_->FindSend(key);
+    const auto place = tale_.ways().FindSend(key);  // Of a workflow that sends to itself.
+    return place ? std::optional(RecordSet::Where{0, *place}) : std::nullopt;
+  }
+
+  std::optional<RecordSet::Where> Before(const Delivery& delivery, std::size_t record) const {
+    const DeliveryPlace place{delivery.run, delivery.number};
+    const CameLetter* const came = WaysOf(record).CameWith(place);
+    if (came != nullptr && came->key.number != 0) return FindSend(came->key);
+    const auto returned = WaysOf(record).ReturnedWith(place);
+    if (returned && returned->sent) return RecordSet::Where{record, *returned->sent};
+    if (delivery.cause == 0) return std::nullopt;
+    return RecordSet::Where{record, {delivery.run, delivery.cause}};
+  }
+
+  std::string Shown(const Delivery& delivery, std::size_t record) const {
+    std::string text = DeliveryAsText(delivery) + WaysAsText(delivery, WaysOf(record), records_);
+    const CameLetter* const came = WaysOf(record).CameWith({delivery.run, delivery.number});
+    if (came != nullptr && came->key.number != 0 && !FindSend(came->key)) {
+      text += std::string(kDetailColumns, ' ') +
+              (records_ == nullptr ? "goes on in the record of its sender: --with FILE"
+                                   : Visible(records_->WhyNotSent(came->key))) +
+              "\n";
+    }
+    return records_ == nullptr ? text : records_->Named(record, text);
+  }
+
+  const RunTale& tale_;
+  const RecordSet* const records_;
+  std::set<RecordSet::Where> seen_;
+};
+
 }  // namespace
 
 void RunTale::Forget() {
@@ -113,6 +175,7 @@ void RunTale::Forget() {
 }
 
 void RunTale::Take(const Event& event) {
+  ways_.Take(event);
   std::optional<Delivery> ended = history_.Take(event);
   if (!IsOfRun()) return;
   switch (event.kind) {
@@ -171,11 +234,8 @@ std::size_t RunTale::CountWaitingFor(const std::string& instance, const std::str
   }));
 }
 
-std::string ExplainDelivery(const RunTale& tale, const Delivery& delivery) {
-  std::vector<std::string> lines;
-  for (const Delivery* at = &delivery; at != nullptr; at = at->cause == 0 ? nullptr : tale.Find(at->cause)) {
-    lines.push_back(DeliveryAsText(*at));
-  }
+std::string ExplainDelivery(const RunTale& tale, const Delivery& delivery, const RecordSet* records) {
+  const std::vector<std::string> lines = WayBack(tale, records).From(delivery);
   std::string text;
   const std::size_t cut = lines.size() > kMostLines ? lines.size() - kMostLines : 0;
   const std::size_t cut_from = kMostLines - kLastLines;
@@ -190,12 +250,12 @@ std::string ExplainDelivery(const RunTale& tale, const Delivery& delivery) {
 }
 
 std::optional<std::string> ExplainNode(const RunTale& tale, const Flow::Workflow& workflow, const std::string& instance,
-                                       const std::string& signal) {
+                                       const std::string& signal, const RecordSet* records) {
   const std::string what = Visible(signal.empty() ? instance : instance + "." + signal);
   const std::vector<const Delivery*> deliveries = tale.To(instance, signal);
   if (!deliveries.empty()) {
     return what + " ran " + Times(deliveries.size()) + "; the last, and what led to it:\n" +
-           ExplainDelivery(tale, *deliveries.back());
+           ExplainDelivery(tale, *deliveries.back(), records);
   }
   if (!HasInstance(workflow, instance)) return std::nullopt;
   return what + " did not run:\n" + Reasons(tale, workflow).Of(instance, signal, 1);

@@ -1,4 +1,4 @@
-// Why a node ran, or did not: its causes back to the beginning, or what its senders did instead.
+// Why a node ran, or did not: its causes back to the beginning, over bridges too, or what its senders did instead.
 #pragma once
 
 #include <cstdint>
@@ -10,6 +10,8 @@
 
 #include "flow/model/Workflow.h"
 #include "journal/DeliveryHistory.h"
+#include "orvflow/history/BridgeWays.h"
+#include "orvflow/history/RecordSet.h"
 
 namespace OrvWorkFlow::Program {
 
@@ -33,6 +35,8 @@ class RunTale {
   std::map<std::string, std::size_t> FiredBy(const std::string& instance) const;
   // Signals that were queued to an instance and not delivered.
   std::size_t CountWaitingFor(const std::string& instance, const std::string& signal) const;
+  // Of the whole record.
+  const BridgeWays& ways() const { return ways_; }
 
  private:
   bool IsOfRun() const { return wanted_run_ == 0 || history_.run() == wanted_run_; }
@@ -42,16 +46,18 @@ class RunTale {
   unsigned run_ = 0;
   std::string flow_;
   Journal::DeliveryHistory history_;
+  BridgeWays ways_;
   std::map<std::uint64_t, Journal::Delivery> deliveries_;
   std::vector<std::uint64_t> order_;
   std::map<std::string, std::map<std::string, std::size_t>> fired_;
   std::map<std::uint64_t, Journal::Route> waiting_;
 };
 
-// Lines for people. `signal` may be "".
-std::string ExplainDelivery(const RunTale& tale, const Journal::Delivery& delivery);
+// Lines for people. `signal` may be "". The first of `records`, if there are any, is that of the tale: then the way
+// back goes on in the others.
+std::string ExplainDelivery(const RunTale& tale, const Journal::Delivery& delivery, const RecordSet* records = nullptr);
 // Nothing when no instance of the workflow has that name; then no delivery went to one either.
 std::optional<std::string> ExplainNode(const RunTale& tale, const Flow::Workflow& workflow, const std::string& instance,
-                                       const std::string& signal);
+                                       const std::string& signal, const RecordSet* records = nullptr);
 
 }  // namespace OrvWorkFlow::Program

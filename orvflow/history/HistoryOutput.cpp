@@ -89,13 +89,13 @@ std::string DeliveryAsText(const Delivery& delivery) {
   if (!delivery.caused.empty()) line += " -> " + CausedText(delivery.caused);
   line += "\n";
   for (const std::string& signal : delivery.untaken)
-    line += std::string(29, ' ') + "untaken: " + Visible(signal) + "\n";
-  if (delivery.outcome != Outcome::Accepted) line += std::string(29, ' ') + OutcomeText(delivery) + "\n";
+    line += std::string(kDetailColumns, ' ') + "untaken: " + Visible(signal) + "\n";
+  if (delivery.outcome != Outcome::Accepted) line += std::string(kDetailColumns, ' ') + OutcomeText(delivery) + "\n";
   return line;
 }
 
 std::string EventAsText(const Event& event, const DeliveryHistory& history) {
-  const std::string indent(29, ' ');
+  const std::string indent(kDetailColumns, ' ');
   switch (event.kind) {
     case Kind::RunBegun:
       return RunText(history.run()) + (event.is_marked ? "continued " : "begun ") + WallText(event.time) + ", " +
@@ -123,7 +123,7 @@ std::string KilledRunAsText(const DeliveryHistory& history) {
   return text + "\n";
 }
 
-std::string DeliveryAsJson(const Delivery& delivery) {
+std::string DeliveryAsJson(const Delivery& delivery, const Json& ways) {
   Json caused = Json::array();
   for (const std::uint64_t number : delivery.caused) caused.push_back(NumberAsJson(number));
   Json json = {{"event", "delivery"},
@@ -139,6 +139,7 @@ std::string DeliveryAsJson(const Delivery& delivery) {
                {"untaken", delivery.untaken},
                {"answer", OutcomeWord(delivery.outcome)}};
   if (!delivery.text.empty()) json["text"] = delivery.text;
+  json.update(ways);
   return Written(json);
 }
 

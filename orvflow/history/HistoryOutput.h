@@ -4,6 +4,7 @@
 #include <string>
 
 #include "journal/DeliveryHistory.h"
+#include "nlohmann/json_fwd.hpp"
 
 namespace OrvWorkFlow::Program {
 
@@ -17,8 +18,8 @@ std::string EventAsText(const Journal::Event& event, const Journal::DeliveryHist
 // Where a record ends and its run does not: the process was killed.
 std::string KilledRunAsText(const Journal::DeliveryHistory& history);
 
-// docs/history.schema.json, an object in a line.
-std::string DeliveryAsJson(const Journal::Delivery& delivery);
+// docs/history.schema.json, an object in a line. `ways` are members for it, of bridges.
+std::string DeliveryAsJson(const Journal::Delivery& delivery, const nlohmann::ordered_json& ways);
 std::string EventAsJson(const Journal::Event& event, const Journal::DeliveryHistory& history);
 std::string KilledRunAsJson(const Journal::DeliveryHistory& history);
 

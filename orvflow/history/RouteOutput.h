@@ -13,6 +13,8 @@
 namespace OrvWorkFlow::Program {
 
 inline constexpr std::size_t kWayColumns = 20;
+// What is said of a delivery below its line begins here.
+inline constexpr std::size_t kDetailColumns = 29;
 
 // "17"; "+3" for the third signal past the queue; "" for none.
 std::string SignalNumberText(std::uint64_t number);

@@ -2,11 +2,14 @@
 #include <chrono>
 #include <optional>
 #include <thread>
+#include <vector>
 
-#include "journal/DeliveryHistory.h"
 #include "journal/GrowingFile.h"
-#include "orvflow/history/HistoryOutput.h"
+#include "orvflow/history/BridgeWays.h"
+#include "orvflow/history/HistoryLines.h"
+#include "orvflow/history/MergedHistory.h"
 #include "orvflow/history/RecordFile.h"
+#include "orvflow/history/RecordSet.h"
 #include "orvflow/terminal/StandardStreams.h"
 #include "orvflow/verbs/Verb.h"
 
@@ -14,7 +17,6 @@ namespace OrvWorkFlow::Program {
 
 namespace {
 
-using Journal::Kind;
 using Journal::RecordReader;
 
 constexpr std::chrono::milliseconds kLook{50};
@@ -26,95 +28,90 @@ class HistoryVerb final : public Verb {
   ExitCode Execute() override;
 
  private:
-  bool IsWanted(const Journal::Delivery& delivery) const;
-  bool HasFilter() const { return !node_.empty() || !signal_.empty() || since_ > 0 || only_failed_; }
-  void Take(const Journal::Event& event);
+  void ShowOne();
+  void ShowTogether();
   void Print(const std::string& text);
   void PrintAll();
-  bool HasWriter() const;
-  void Follow(RecordReader& reader);
-  void EndRun();
+  void Follow(RecordFile& record, HistoryLines& lines);
 
   std::string file_;
-  std::string node_;
-  std::string signal_;
-  std::uint64_t since_ = 0;
-  bool only_failed_ = false;
+  std::vector<std::string> others_;
+  HistoryFilter filter_;
   bool follows_ = false;
   bool as_json_ = false;
 
-  std::string path_;
-  Journal::DeliveryHistory history_;
-  bool is_running_ = false;  // a run has begun and not said that it ended
-  std::string printed_;      // and not written yet
+  std::string printed_;  // and not written yet
 };
 
 HistoryVerb::HistoryVerb(CLI::App& program)
     : Verb(program, "history", "Shows what happened in the runs that a record holds (see run --record)") {
   command().add_option("FILE", file_, "The record")->type_name("");
-  command().add_option("--node", node_, "Only deliveries to or from this instance")->type_name("NAME");
   command()
-      .add_option("--signal", signal_, "Only deliveries of this signal, as it was fired or taken")
+      .add_option("--with", others_, "A record of another run too, to or from which signals went over a bridge")
+      ->type_name("FILE")
+      ->allow_extra_args(false);
+  command().add_option("--node", filter_.node, "Only deliveries to or from this instance")->type_name("NAME");
+  command()
+      .add_option("--signal", filter_.signal, "Only deliveries of this signal, as it was fired or taken")
       ->type_name("NAME");
-  command().add_option("--since", since_, "Only deliveries from this number on")->type_name("N");
-  AddFlag("--failed", only_failed_, "Only deliveries that were not accepted");
+  command().add_option("--since", filter_.since, "Only deliveries from this number on")->type_name("N");
+  AddFlag("--failed", filter_.only_failed, "Only deliveries that were not accepted");
   AddFlag("--follow", follows_, "Goes on while a run is recorded, until it ends");
   AddFlag("--json", as_json_, "A JSON object a line; docs/history.schema.json describes them");
   command().footer(
       "Example:\n"
       "  orvflow run flow.xml --record flow.record\n"
-      "  orvflow history flow.record --failed");
+      "  orvflow history flow.record --failed\n"
+      "  orvflow history north.record --with south.record");
 }
 
 ExitCode HistoryVerb::Execute() {
   if (file_.empty()) throw UsageError("no record given");
-  RecordFile record(file_);
-  path_ = record.path();
-  record.ReadAll([this](const Journal::Event& event) { Take(event); });
-  if (follows_ && record.reader().state() == RecordReader::State::AtEnd) Follow(record.reader());
-  EndRun();
-  PrintAll();
-  record.ThrowIfDamaged();
+  if (!others_.empty() && follows_) throw UsageError("--follow shows one record; leave --with out");
+  if (others_.empty()) {
+    ShowOne();
+  } else {
+    ShowTogether();
+  }
   return ExitCode::Done;
 }
 
-bool HistoryVerb::IsWanted(const Journal::Delivery& delivery) const {
-  const Journal::Route& route = delivery.route;
-  if (!node_.empty() && route.receiver_instance != node_ && route.sender_instance != node_) return false;
-  if (!signal_.empty() && route.receiver_signal != signal_ && route.sender_signal != signal_) return false;
-  if (only_failed_ && delivery.outcome == IRunObserver::Outcome::Accepted) return false;
-  return delivery.number >= since_;
+void HistoryVerb::ShowOne() {
+  RecordFile record(file_);
+  // To whom a signal went is known later than that it was sent.
+  BridgeWays ways;
+  const auto read_ways = [&] {
+    RecordFile(file_).ReadAll([&](const Journal::Event& event) { ways.Take(event); });
+    return &ways;
+  };
+  HistoryLines lines(filter_, as_json_, read_ways);
+  record.ReadAll([&](const Journal::Event& event) { Print(lines.Take(event)); });
+  if (follows_ && record.reader().state() == RecordReader::State::AtEnd) Follow(record, lines);
+  // A run that did not say that it ended was killed, unless it still runs.
+  if (!Journal::IsGrowing(record.path())) Print(lines.End());
+  PrintAll();
+  record.ThrowIfDamaged();
 }
 
-void HistoryVerb::Take(const Journal::Event& event) {
-  if (event.kind == Kind::RunBegun) {
-    EndRun();
-    is_running_ = true;
-  }
-  const std::optional<Journal::Delivery> ended = history_.Take(event);
-  if (ended && IsWanted(*ended)) Print(as_json_ ? DeliveryAsJson(*ended) : DeliveryAsText(*ended));
-  const bool is_of_run = event.kind == Kind::RunBegun || event.kind == Kind::RunEnded;
-  if (is_of_run || !HasFilter()) Print(as_json_ ? EventAsJson(event, history_) : EventAsText(event, history_));
-  if (event.kind == Kind::RunEnded) is_running_ = false;
+void HistoryVerb::ShowTogether() {
+  std::vector<std::string> files = {file_};
+  files.insert(files.end(), others_.begin(), others_.end());
+  const RecordSet records(files, RecordSet::Keeps::Ways);
+  records.WarnOfStrangers();
+  MergedHistory(records, filter_, as_json_).Print([this](const std::string& text) { Print(text); });
+  PrintAll();
+  records.ThrowIfDamaged();
 }
 
-// A run that did not say that it ended was killed, unless it still runs.
-void HistoryVerb::EndRun() {
-  if (!is_running_ || HasWriter()) return;
-  Print(as_json_ ? KilledRunAsJson(history_) : KilledRunAsText(history_));
-  is_running_ = false;
-}
-
-bool HistoryVerb::HasWriter() const { return Journal::IsGrowing(path_); }
-
-void HistoryVerb::Follow(RecordReader& reader) {
+void HistoryVerb::Follow(RecordFile& record, HistoryLines& lines) {
   Journal::Event event;
-  while (is_running_) {
+  RecordReader& reader = record.reader();
+  while (lines.is_running()) {
     PrintAll();
-    const bool has_writer = HasWriter();
+    const bool has_writer = Journal::IsGrowing(record.path());
     bool is_new = false;
     while (reader.Next(&event)) {
-      Take(event);
+      Print(lines.Take(event));
       is_new = true;
     }
     if (reader.state() != RecordReader::State::AtEnd || (!has_writer && !is_new)) return;

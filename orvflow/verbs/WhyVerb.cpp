@@ -1,6 +1,7 @@
 // orvflow why FILE NODE: why a node ran in a recorded run, or did not.
 #include <memory>
 #include <optional>
+#include <vector>
 
 #include "OrvWorkFlow/host/WorkflowHost.h"
 #include "base/text/Suggestion.h"
@@ -9,6 +10,7 @@
 #include "orvflow/files/FileLoading.h"
 #include "orvflow/history/Explanation.h"
 #include "orvflow/history/RecordFile.h"
+#include "orvflow/history/RecordSet.h"
 #include "orvflow/history/RouteOutput.h"
 #include "orvflow/terminal/StandardStreams.h"
 #include "orvflow/verbs/Verb.h"
@@ -24,12 +26,13 @@ class WhyVerb final : public Verb {
 
  private:
   Flow::Workflow ReadWorkflow(const RunTale& tale) const;
-  std::string Explain(const RunTale& tale) const;
-  std::string ExplainNumber(const RunTale& tale, std::uint64_t number) const;
+  std::string Explain(const RunTale& tale, const RecordSet* records) const;
+  std::string ExplainNumber(const RunTale& tale, const RecordSet* records, std::uint64_t number) const;
 
   std::string file_;
   std::string what_;
   std::string flow_;
+  std::vector<std::string> others_;
   unsigned run_ = 0;
 };
 
@@ -43,11 +46,16 @@ WhyVerb::WhyVerb(CLI::App& program)
   command()
       .add_option("--flow", flow_, "The workflow's file, where it is no longer as the run had it")
       ->type_name("FILE");
+  command()
+      .add_option("--with", others_, "The record of another run too, which sent signals over a bridge")
+      ->type_name("FILE")
+      ->allow_extra_args(false);
   command().footer(
       "Example:\n"
       "  orvflow why flow.record Report\n"
       "  orvflow why flow.record Copier.next\n"
-      "  orvflow why flow.record 17");
+      "  orvflow why flow.record 17\n"
+      "  orvflow why north.record List --with south.record");
 }
 
 ExitCode WhyVerb::Execute() {
@@ -60,8 +68,16 @@ ExitCode WhyVerb::Execute() {
     record.ThrowIfDamaged();
     throw FileError(ExitCode::Failed, file_, "", run_ == 0 ? "holds no run" : "holds no run " + std::to_string(run_));
   }
-  WriteStandardOutput(Explain(tale));
+  std::optional<RecordSet> records;
+  if (!others_.empty()) {
+    std::vector<std::string> files = {file_};
+    files.insert(files.end(), others_.begin(), others_.end());
+    records.emplace(files, RecordSet::Keeps::Deliveries);
+    records->WarnOfStrangers();
+  }
+  WriteStandardOutput(Explain(tale, records ? &*records : nullptr));
   record.ThrowIfDamaged();
+  if (records) records->ThrowIfDamaged();
   return ExitCode::Done;
 }
 
@@ -78,22 +94,24 @@ Flow::Workflow WhyVerb::ReadWorkflow(const RunTale& tale) const {
   return Flow::ReadWorkflow(*dictionary);
 }
 
-std::string WhyVerb::ExplainNumber(const RunTale& tale, std::uint64_t number) const {
+std::string WhyVerb::ExplainNumber(const RunTale& tale, const RecordSet* records, std::uint64_t number) const {
   const Journal::Delivery* const delivery = tale.Find(number);
   if (delivery == nullptr) {
     throw FileError(ExitCode::Failed, file_, "", "run " + std::to_string(tale.run()) + " has no delivery " + what_);
   }
-  return ExplainDelivery(tale, *delivery);
+  return ExplainDelivery(tale, *delivery, records);
 }
 
-std::string WhyVerb::Explain(const RunTale& tale) const {
-  if (const std::optional<std::uint64_t> number = ParseSignalNumber(what_)) return ExplainNumber(tale, *number);
+std::string WhyVerb::Explain(const RunTale& tale, const RecordSet* records) const {
+  if (const std::optional<std::uint64_t> number = ParseSignalNumber(what_)) {
+    return ExplainNumber(tale, records, *number);
+  }
   const std::size_t dot = what_.find('.');
   const std::string instance = what_.substr(0, dot);
   const std::string signal = dot == std::string::npos ? "" : what_.substr(dot + 1);
   const bool has_run = !tale.To(instance, signal).empty();
   const Flow::Workflow workflow = has_run ? Flow::Workflow() : ReadWorkflow(tale);
-  const std::optional<std::string> text = ExplainNode(tale, workflow, instance, signal);
+  const std::optional<std::string> text = ExplainNode(tale, workflow, instance, signal, records);
   if (text) return *text;
   std::vector<std::string> names;
   for (const Flow::NodeType& type : workflow.types) {
