@@ -43,8 +43,10 @@ constexpr NodeParameter kParameters[] = {
     BooleanParameterRow("OneByOne", true, "waits for next before it tells of another outcome"),
     NumberParameterRow("MostEntries", "1000", 1, "how many requests may be open", 100000),
     NumberParameterRow("MostBytes", "16777216", 1, "the limit of the outbox in bytes"),
-    NumberParameterRow("LingerSeconds", "10", 0,
-                       "how long it waits at the end until the other end knows that its answers have come", 3600),
+    NumberParameterRow(
+        "LingerSeconds", "10", 0,
+        "how long it waits at the end: until the other end knows that its answers have come, or takes what has expired",
+        3600),
     Bridge::kTransportRow,
     Bridge::kHostRow,
     Bridge::kPortRow,
@@ -109,10 +111,14 @@ bool BridgeAsk::OnSignal(std::string_view signal) {
 }
 
 // A letter in the outbox is of a request that is open, or has expired.
-std::size_t BridgeAsk::CountOpen() const { return std::max(open_.Count(), outbox_.Count()); }
+std::size_t BridgeAsk::CountOpen() const {
+  const std::size_t open = open_.Count();
+  return open == 0 && gives_up_ ? 0 : std::max(open, outbox_.Count());
+}
 
 void BridgeAsk::Ask() {
   DropValues();
+  gives_up_ = false;
   ExpectSendable();
   Bridge::Letter letter;
   letter.kind = Bridge::LetterKind::Request;
@@ -140,7 +146,8 @@ Sdk::WorkerNode::Outcome BridgeAsk::Talk() {
   const auto acknowledge = [&](const Bridge::Ack& ack) { transport->Send(end.address, Bridge::Encode(ack)); };
   const std::int64_t linger = std::int64_t{1000} * NumberParameter("LingerSeconds");
   Bridge::Farewell farewell;
-  Since empty, done;
+  Since empty, done, in_vain;
+  gives_up_ = false;
   while (MayTalk()) {
     const auto released = outbox_.Released([this] { return IsDelivered(); });
     sender.Release(released);
@@ -160,13 +167,16 @@ Sdk::WorkerNode::Outcome BridgeAsk::Talk() {
     });
     const std::string problem = *promise_.Problem() == '\0' ? transport->Problem() : promise_.Problem();
     NoteConnection(problem.empty() && sender.IsAlone() ? kNobody : problem);
-    TellDrained();
+    if (!gives_up_) TellDrained();
     const bool is_empty = outbox_.Count() == 0;
     if (!is_empty) farewell.Forget();
     if (empty.Note(is_empty) >= kLinger && !farewell.IsSaid()) farewell.Say(end);
-    const std::int64_t waited = done.Note(is_done && farewell.IsSaid());
-    if (waited < kLinger || (!answers.IsSettled() && waited < linger)) continue;
-    for (int i = 0; i < 3; ++i) farewell.Say(end);  // Some may be lost, and nobody repeats it from here on.
+    // What expired is sent for a while yet; nobody waits for what becomes of it.
+    if (in_vain.Note(!is_empty && open_.Count() == 0) > std::max(linger, kLinger)) gives_up_ = true;
+    const std::int64_t waited = done.Note(is_done && (farewell.IsSaid() || gives_up_));
+    if (waited < kLinger || (!answers.IsSettled() && !gives_up_ && waited < linger)) continue;
+    // Some may be lost, and nobody repeats it from here on.
+    for (int i = 0; is_empty && i < 3; ++i) farewell.Say(end);
     transport->Close();
     return EndWork() ? Outcome::Done : Outcome::Stopped;
   }

@@ -8,6 +8,7 @@
 // waited for them any more, and LateNumber, the request of the last one; Answers, see ReceivingEnd.h.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -45,6 +46,7 @@ class BridgeAsk final : public SendingNode {
   void Apply(const Bridge::SendingEnd& end, const Bridge::Sender::Change& change);
 
   Bridge::OpenRequests open_;
+  std::atomic<bool> gives_up_ = false;  // letters that nobody waits for are not waited with
   Bridge::Promise promise_;  // of the answers that are acknowledged
 };
 

@@ -57,10 +57,11 @@ class BridgeAskTest : public TaskFixture {
   bool ServeUntilCome(std::size_t count) {
     return ServeUntil([&] { return server_.come.size() >= count; });
   }
+  bool IsIdle() {
+    return OrvWorkFlow::Sdk::TextFrom([&](auto* text) { return bench_->node()->GetProperty("Busy", text); }) == "no";
+  }
   bool ServeUntilIdle() {
-    return ServeUntil([&] {
-      return OrvWorkFlow::Sdk::TextFrom([&](auto* text) { return bench_->node()->GetProperty("Busy", text); }) == "no";
-    });
+    return ServeUntil([&] { return IsIdle(); });
   }
   // So the two know each other.
   void AskAndAnswerOneOfTwo() {
@@ -145,6 +146,25 @@ TEST_F(BridgeAskTest, WhatComesAfterItsTimeIsDroppedAndCounted) {
   EXPECT_EQ(fired_, (Signals{"expired 1", "late 1", "answered 2", "late 2"}));
   EXPECT_EQ(Said("Values/Square"), "in time");
   EXPECT_EQ(Said("Late"), "2");
+}
+
+// The run ends, though nobody has come who takes the request; who comes later gets it with the next one.
+TEST_F(BridgeAskTest, ARequestThatExpiredKeepsNoRunFromItsEnd) {
+  Map("expired");
+  bench_->SetParameter("Seconds", 1);
+  bench_->SetParameter("LingerSeconds", 1);
+  Ask(1);
+  EXPECT_TRUE(WaitUntil([&] { return !bench_->TakeFired().empty(); }));
+  EXPECT_TRUE(bench_->Signal("next"));
+  EXPECT_TRUE(WaitUntil([&] { return IsIdle(); }));
+  bench_->SetParameter("Seconds", 0);
+  Ask(2);
+  EXPECT_TRUE(ServeUntilCome(2));
+  server_.Send(AnswerTo(1, "late"));
+  server_.Send(AnswerTo(2, "in time"));
+  EXPECT_TRUE(ServeUntilFired(2));
+  EXPECT_EQ(fired_, (Signals{"late 1", "answered 2"}));
+  EXPECT_TRUE(ServeUntilIdle());
 }
 
 // Nobody is made to wait for longer by a clock that goes back while the run is not there.
