@@ -107,34 +107,37 @@ class Reasons {
 // From a delivery to the one that led to it, and so on.
 class WayBack {
  public:
-  WayBack(const RunTale& tale, const RecordSet* records) : tale_(tale), records_(records) {}
+  // Of the tale, and of no other record.
+  explicit WayBack(const RunTale& tale) : tale_(&tale) {}
+  explicit WayBack(const RecordSet& records) : records_(&records) {}
 
-  // A text for each.
-  std::vector<std::string> From(const Delivery& delivery) {
-    std::vector<std::string> lines;
-    std::optional<RecordSet::Where> at = RecordSet::Where{0, {delivery.run, delivery.number}};
+  std::vector<RecordSet::Where> From(const DeliveryPlace& place) {
+    std::vector<RecordSet::Where> steps;
+    std::optional<RecordSet::Where> at = RecordSet::Where{0, place};
     while (at && seen_.insert(*at).second) {
       const Delivery* const found = Find(*at);
       if (found == nullptr) break;
-      lines.push_back(Shown(*found, at->record));
+      steps.push_back(*at);
       at = Before(*found, at->record);
     }
-    return lines;
+    return steps;
   }
+  // Of one that From has found.
+  std::string TextOf(const RecordSet::Where& where) const { return Shown(*Find(where), where.record); }
 
  private:
   const BridgeWays& WaysOf(std::size_t record) const {
-    return records_ == nullptr ? tale_.ways() : records_->ways(record);
+    return records_ == nullptr ? tale_->ways() : records_->ways(record);
   }
 
   const Delivery* Find(const RecordSet::Where& where) const {
     if (records_ != nullptr) return records_->Find(where);
-    return where.place.run == tale_.run() ? tale_.Find(where.place.number) : nullptr;
+    return where.place.run == tale_->run() ? tale_->Find(where.place.number) : nullptr;
   }
 
   std::optional<RecordSet::Where> FindSend(const LetterKey& key) const {
     if (records_ != nullptr) return records_->FindSend(key);
-    const auto place = tale_.ways().FindSend(key);  // Of a workflow that sends to itself.
+    const auto place = tale_->ways().FindSend(key);  // Of a workflow that sends to itself.
     return place ? std::optional(RecordSet::Where{0, *place}) : std::nullopt;
   }
 
@@ -160,8 +163,8 @@ class WayBack {
     return records_ == nullptr ? text : records_->Named(record, text);
   }
 
-  const RunTale& tale_;
-  const RecordSet* const records_;
+  const RunTale* const tale_ = nullptr;
+  const RecordSet* const records_ = nullptr;
   std::set<RecordSet::Where> seen_;
 };
 
@@ -235,18 +238,23 @@ std::size_t RunTale::CountWaitingFor(const std::string& instance, const std::str
 }
 
 std::string ExplainDelivery(const RunTale& tale, const Delivery& delivery, const RecordSet* records) {
-  const std::vector<std::string> lines = WayBack(tale, records).From(delivery);
+  WayBack way = records == nullptr ? WayBack(tale) : WayBack(*records);
+  const std::vector<RecordSet::Where> steps = way.From({delivery.run, delivery.number});
   std::string text;
-  const std::size_t cut = lines.size() > kMostLines ? lines.size() - kMostLines : 0;
+  const std::size_t cut = steps.size() > kMostLines ? steps.size() - kMostLines : 0;
   const std::size_t cut_from = kMostLines - kLastLines;
-  for (std::size_t i = 0; i < lines.size(); ++i) {
+  for (std::size_t i = 0; i < steps.size(); ++i) {
     if (cut > 0 && i == cut_from) {
       text += "    ... " + std::to_string(cut) + " more\n";
       i += cut;
     }
-    text += lines[i];
+    text += way.TextOf(steps[i]);
   }
   return text;
+}
+
+std::vector<RecordSet::Where> FindWayBack(const RecordSet& records, const DeliveryPlace& place) {
+  return WayBack(records).From(place);
 }
 
 std::optional<std::string> ExplainNode(const RunTale& tale, const Flow::Workflow& workflow, const std::string& instance,

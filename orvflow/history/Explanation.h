@@ -56,6 +56,8 @@ class RunTale {
 // Lines for people. `signal` may be "". The first of `records`, if there are any, is that of the tale: then the way
 // back goes on in the others.
 std::string ExplainDelivery(const RunTale& tale, const Journal::Delivery& delivery, const RecordSet* records = nullptr);
+// The deliveries that led to one of the first record, back to the beginning: itself, and those of all records.
+std::vector<RecordSet::Where> FindWayBack(const RecordSet& records, const DeliveryPlace& place);
 // Nothing when no instance of the workflow has that name; then no delivery went to one either.
 std::optional<std::string> ExplainNode(const RunTale& tale, const Flow::Workflow& workflow, const std::string& instance,
                                        const std::string& signal, const RecordSet* records = nullptr);

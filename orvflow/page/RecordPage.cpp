@@ -4,6 +4,7 @@
 #include <charconv>
 #include <new>
 #include <set>
+#include <sstream>
 #include <utility>
 #include <vector>
 
@@ -14,6 +15,7 @@
 #include "monitor/RequestRules.h"
 #include "orvflow/document/Differences.h"
 #include "orvflow/graph/GraphPage.h"
+#include "orvflow/history/BridgeOutput.h"
 #include "orvflow/history/Explanation.h"
 #include "orvflow/history/RecordFile.h"
 #include "orvflow/history/RouteOutput.h"
@@ -96,12 +98,19 @@ const char* WordFor(Difference::Kind kind) {
 }  // namespace
 
 // One pass finds the deliveries and the end.
-RecordPage::RecordPage(Host::WorkflowHost& host, const std::string& file, unsigned run)
+RecordPage::RecordPage(Host::WorkflowHost& host, const std::string& file, unsigned run,
+                       const std::vector<std::string>& others)
     : file_(file), index_(run), scratch_(host.MakeDictionary()), shown_(host.MakeDictionary()), shown_place_(kNowhere) {
+  if (!others.empty()) {
+    std::vector<std::string> files = {file};
+    files.insert(files.end(), others.begin(), others.end());
+    records_.emplace(files, RecordSet::Keeps::Deliveries);
+  }
   RecordFile record(file);
   Journal::MomentSearch search(*scratch_, file, run, {Moment()});
   record.ReadAll([&](const Journal::Event& event) {
     index_.Take(event);
+    if (!records_) ways_.Take(event);
     search.Take(event);
   });
   search.Finish();
@@ -246,6 +255,35 @@ Json RecordPage::ChainOf(std::size_t place) const {
   return chain;
 }
 
+// As orvflow history tells what it sent over a bridge, and what came.
+Json RecordPage::BridgeLinesOf(std::size_t place) const {
+  Json lines = Json::array();
+  if (place == 0) return lines;
+  Journal::Delivery delivery;
+  delivery.run = index_.run()->number;
+  delivery.number = index_.rows()[place - 1].number;
+  std::istringstream text(WaysAsText(delivery, records_ ? records_->ways(0) : ways_, records()));
+  for (std::string line; std::getline(text, line);) lines.push_back(line.substr(line.find_first_not_of(' ')));
+  return lines;
+}
+
+// What led to it in the other records.
+Json RecordPage::ElsewhereOf(std::size_t place) const {
+  Json steps = Json::array();
+  if (place == 0 || !records_) return steps;
+  for (const RecordSet::Where& where :
+       FindWayBack(*records_, {index_.run()->number, index_.rows()[place - 1].number})) {
+    if (where.record == 0) continue;
+    if (steps.size() == kMostCauses) break;
+    const Journal::Route& route = records_->Find(where)->route;
+    const std::string sender = NameOfEnd(route.sender_type, route.sender_instance, route.sender_signal);
+    steps.push_back({{"delivery", records_->NameOf(where)},
+                     {"sender", route.sender_type.empty() ? Json(nullptr) : Json(sender)},
+                     {"receiver", ReceiverOf(route)}});
+  }
+  return steps;
+}
+
 Json RecordPage::MomentAsJson(std::size_t place) {
   const View& view = At(place);
   std::uint64_t failed = 0;
@@ -286,6 +324,8 @@ Json RecordPage::MomentAsJson(std::size_t place) {
           {"place", place},
           {"delivery", place == 0 ? Json(nullptr) : index_.RowAsJson(place)},
           {"why", ChainOf(place)},
+          {"bridge", BridgeLinesOf(place)},
+          {"elsewhere", ElsewhereOf(place)},
           {"caused", std::move(caused)},
           {"changes", std::move(changes)},
           {"changes_cut", is_cut},
@@ -357,7 +397,7 @@ Monitor::Content RecordPage::WhyContent(const std::string& instance) const {
   RunTale tale(index_.run()->number);
   RecordFile record(file_);
   record.ReadAll([&](const Journal::Event& event) { tale.Take(event); });
-  const std::optional<std::string> text = ExplainNode(tale, wiring_, instance, "");
+  const std::optional<std::string> text = ExplainNode(tale, wiring_, instance, "", records());
   if (!text) return TextContent(404, "there is no such node");
   return JsonContent({{"text", *text}});
 }

@@ -1,6 +1,7 @@
 // orvflow ui FILE: a recorded run in a browser, at any of its moments.
 #include <charconv>
 #include <optional>
+#include <vector>
 
 #include "OrvWorkFlow/host/WorkflowHost.h"
 #include "monitor/MonitorServer.h"
@@ -26,6 +27,7 @@ class UiVerb final : public Verb {
   unsigned run_ = 0;
   std::string port_;
   std::string token_file_;
+  std::vector<std::string> others_;
 };
 
 UiVerb::UiVerb(CLI::App& program) : Verb(program, "ui", "Shows a recorded run in a browser (see run --record)") {
@@ -36,13 +38,18 @@ UiVerb::UiVerb(CLI::App& program) : Verb(program, "ui", "Shows a recorded run in
       .add_option("--token-file", token_file_,
                   "The token in the printed address, for scripts; else it is a new one each time")
       ->type_name("FILE");
+  command()
+      .add_option("--with", others_, "The record of another run too, which sent signals over a bridge")
+      ->type_name("FILE")
+      ->allow_extra_args(false);
   command().footer(
       "Shows the workflow as it was after any of its deliveries, until Ctrl-C. The record is read once: a run\n"
       "that goes on is shown by run --ui.\n"
       "\n"
       "Example:\n"
       "  orvflow run flow.xml --record flow.record\n"
-      "  orvflow ui flow.record");
+      "  orvflow ui flow.record\n"
+      "  orvflow ui north.record --with south.record");
 }
 
 std::uint16_t UiVerb::Port() const {
@@ -59,7 +66,8 @@ ExitCode UiVerb::Execute() try {
   const std::uint16_t port = Port();
   const std::string token = TokenFrom(token_file_);
   Host::WorkflowHost host;
-  RecordPage page(host, file_, run_);
+  RecordPage page(host, file_, run_, others_);
+  if (page.records() != nullptr) page.records()->WarnOfStrangers();
   WatchForStopRequests();  // Not before: reading a long record takes its time, and Ctrl-C ends that at once.
   if (!page.problem().empty()) PrintErrorLine(file_ + ": " + page.problem() + "; shown up to there");
   Monitor::MonitorServer server(port, token, {});
@@ -67,6 +75,7 @@ ExitCode UiVerb::Execute() try {
   PrintErrorLine("the record is shown at " + AddressOf(server.port(), token, token_file_) + " until Ctrl-C");
   WaitForStopRequest();
   server.Stop({});
+  if (page.records() != nullptr) page.records()->ThrowIfDamaged();
   return page.problem().empty() ? ExitCode::Done : ExitCode::DictionaryDamaged;
 } catch (const Monitor::ServerProblem& problem) {
   throw ProgramError(ExitCode::Failed, "ui: port " + port_ + " cannot be had (" + problem.what() +

@@ -1,5 +1,6 @@
 // The way of a signal from one run to the other, as history and why tell it from the records of both.
 #include "tests/bridge/BridgeWayRuns.h"
+#include "tests/program/page/PageClient.h"
 
 namespace orv_test {
 namespace {
@@ -85,6 +86,41 @@ TEST_F(BridgeWayTest, WhyGoesOnInTheRecordOfTheSender) {
                                          "south .* North.send .* <- 1 Orders.counted\nsouth .*came as north 2\n"
                                          "south .* Orders.count .* <- the beginning -> 2,3\n$"));
   EXPECT_THAT(Why("List", {"--with", South()}).output, StartsWith("List ran 6 times; the last, and what led to it:\n"));
+}
+
+TEST_F(BridgeWayTest, ThePageOfTheReceiverTellsTheWayToo) {
+  RunBoth();
+  const std::string first = std::to_string(With(Deliveries({North()}), "came")[0]["number"].get<int>());
+  const std::string token_file = File("token");
+  WriteFile(token_file, kPageToken);
+  Arguments arguments = {"ui", North(), "--token-file", token_file};
+  {
+    ChildProcess alone(ORVFLOW_PROGRAM, arguments);
+    const std::uint16_t port = PageClient::PortOf(alone);
+    ASSERT_NE(port, 0);
+    const nlohmann::json moment = PageClient::GetJson(port, "/api/moment?d=" + first);
+    ASSERT_EQ(moment["bridge"].size(), 1U) << moment["bridge"];
+    EXPECT_THAT(moment["bridge"][0], StartsWith("came: number 1 of sender "));
+    EXPECT_TRUE(moment["elsewhere"].empty());
+    EXPECT_TRUE(PageClient::GetJson(port, "/api/moment?d=0")["bridge"].empty());
+    EXPECT_TRUE(alone.Interrupt());
+    EXPECT_EQ(alone.Wait().exit_code, 0);
+  }
+  arguments.insert(arguments.end(), {"--with", South()});
+  ChildProcess both(ORVFLOW_PROGRAM, arguments);
+  const std::uint16_t port = PageClient::PortOf(both);
+  ASSERT_NE(port, 0);
+  const nlohmann::json moment = PageClient::GetJson(port, "/api/moment?d=" + first);
+  EXPECT_THAT(moment["bridge"][0], ContainsRegex("^came: number 1 of sender .*, sent by south 2$"));
+  ASSERT_EQ(moment["elsewhere"].size(), 2U) << moment["elsewhere"];
+  EXPECT_EQ(moment["elsewhere"][0]["delivery"], "south 2");
+  EXPECT_EQ(moment["elsewhere"][0]["sender"], "Counter Orders.counted");
+  EXPECT_EQ(moment["elsewhere"][0]["receiver"], "BridgeOut North.send");
+  EXPECT_EQ(moment["elsewhere"][1]["receiver"], "Counter Orders.count");
+  EXPECT_EQ(moment["elsewhere"][1]["sender"], nullptr);
+  EXPECT_THAT(PageClient::GetJson(port, "/api/why?instance=List")["text"], HasSubstr("\nsouth "));
+  EXPECT_TRUE(both.Interrupt());
+  EXPECT_EQ(both.Wait().exit_code, 0);
 }
 
 // Each signal is delivered once, and the record says so, whoever is killed.

@@ -66,6 +66,8 @@ export interface Moment extends Update {
   place: number;
   delivery: Delivery | null;
   why: Delivery[];
+  bridge: string[];
+  elsewhere: { delivery: string; sender: string | null; receiver: string }[];
   caused: Delivery[];
   changes: { path: string; kind: string; before: string | null; after: string | null }[];
   changes_cut: boolean;

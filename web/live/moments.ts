@@ -4,6 +4,8 @@ import type { Delivery, Entry, Moment, RecordFacts } from "./data.ts";
 import { breakable, type NodePanel, text } from "./panel.ts";
 import { answerOf } from "./table.ts";
 
+const elsewhere = ({ delivery, sender, receiver }: Moment["elsewhere"][number]): HTMLElement => make("li", {}, `${delivery} ${receiver}`, make("span", { class: "quiet" }, ` ← ${sender ?? "start"}`));
+
 export class Moments {
   private readonly slider = byId<HTMLInputElement>("place");
   private readonly output = byId("moment");
@@ -137,8 +139,10 @@ export class Moments {
     if (delivery) {
       const rows: [string, Child][] = [["To", delivery.receiver], ["From", delivery.sender], ["Began", time(delivery.begin)], ["Took", time(delivery.seconds)], ["Answer", answerOf(delivery)]];
       parts.push(make("h2", {}, `Delivery ${delivery.number}`), make("dl", {}, ...rows.flatMap(([name, value]) => [make("dt", {}, name), make("dd", {}, value)])));
+      if (moment.bridge.length > 0) parts.push(make("h3", {}, "Over a bridge"), make("ul", {}, ...moment.bridge.map((line) => make("li", {}, line))));
       parts.push(make("h3", {}, "What it changed"), ...this.changes(moment));
       if (moment.why.length > 1) parts.push(make("h3", {}, "Why it ran"), this.ways(moment.why.slice(1)));
+      if (moment.elsewhere.length > 0) parts.push(make("h3", {}, "Why, in the other runs"), make("ul", {}, ...moment.elsewhere.map(elsewhere)));
       if (moment.caused.length > 0) parts.push(make("h3", {}, "What came of it"), this.ways(moment.caused));
     } else {
       parts.push(make("h2", {}, "Before the first delivery"), make("p", { class: "quiet" }, "Move the slider, or press . and , to go through the run."));
