@@ -47,7 +47,7 @@ class BridgeAsk final : public SendingNode {
 
   Bridge::OpenRequests open_;
   std::atomic<bool> gives_up_ = false;  // letters that nobody waits for are not waited with
-  Bridge::Promise promise_;  // of the answers that are acknowledged
+  Bridge::Promise promise_;             // of the answers that are acknowledged
 };
 
 }  // namespace OrvWorkFlow::Nodes
