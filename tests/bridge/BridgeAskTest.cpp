@@ -197,7 +197,7 @@ TEST_F(BridgeAskTest, WhatTheOtherEndCannotTakeIsRefusedAsWell) {
   takes_ = false;
   Ask(1);
   Ask(2);
-  EXPECT_TRUE(ServeUntil([&] { return Said("First") == "3"; }));
+  EXPECT_TRUE(ServeUntil([&] { return Said("First") == "3" && fired_.size() == 1; }));
   bench_->Kill();  // One was told of, and one stands in the state.
   EXPECT_TRUE(bench_->Signal("resume"));
   takes_ = true;
