@@ -99,11 +99,11 @@ TEST_F(BridgeAskRunsTest, BothAreStoppedAndGoOn) {
 TEST_F(BridgeAskRunsTest, WhatIsOpenIsListed) {
   Write("");
   std::string server = ReadFile(directory_.path() / "server.xml");
-  Replace(server, "<counted><map0 __type=\"str\">BridgeServe,Work,answer</map0></counted>", "<counted/>");
+  Replace(server, "<counted><map0 __type=\"str\">BridgeServe,Jobs,answer</map0></counted>", "<counted/>");
   WriteFile(directory_.path() / "server.xml", server);
   Start("server.xml");
   Start("asker.xml");
-  WaitForText("asker.state.xml.record", "/BridgeAsk/Work/Outbox/N60");
+  WaitForText("asker.state.xml.record", "/BridgeAsk/Jobs/Outbox/N60");
   WaitForText("server.state.xml.record", "/Requests");
   Json asks, serves;
   // The second life hears what the first one has acknowledged.
@@ -124,9 +124,9 @@ TEST_F(BridgeAskRunsTest, WhatIsOpenIsListed) {
   EXPECT_EQ(serves["answers"], 0);
   const std::string request = "S" + asks["id"].get<std::string>() + "-1";
   EXPECT_EQ(serves["open"], Json::array({request}));
-  EXPECT_THAT(Run({"bridge", File("asker.xml")}).output, HasSubstr("BridgeAsk Work: 60 requests open, 59 to send, "));
+  EXPECT_THAT(Run({"bridge", File("asker.xml")}).output, HasSubstr("BridgeAsk Jobs: 60 requests open, 59 to send, "));
   EXPECT_THAT(Run({"bridge", File("server.xml")}).output,
-              HasSubstr("BridgeServe Work: 1 request received from 1 asker, epoch "));
+              HasSubstr("BridgeServe Jobs: 1 request received from 1 asker, epoch "));
   EXPECT_THAT(Run({"bridge", File("server.xml")}).output,
               HasSubstr("       1 open, 0 answers to send\n       open: " + request + "\n"));
   const Json schema = Json::parse(ReadFile(SourceFolder() / "docs" / "bridges.schema.json"));
