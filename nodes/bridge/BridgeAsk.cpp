@@ -54,12 +54,6 @@ constexpr NodeParameter kParameters[] = {
     Bridge::kFolderRow,
     Bridge::kFaultsRow,
 };
-constexpr ParameterRule kRuleRows[] = {
-    Bridge::kTransportRule,
-    Bridge::kSecretsRule,
-    Bridge::kFolderRule,
-    Bridge::kFaultsRule,
-};
 
 constexpr char kTold[] = "Told";
 constexpr char kTaken[] = "Taken";
@@ -84,7 +78,7 @@ class Since {
 
 }  // namespace
 
-constinit const NodeTable<ParameterRule> BridgeAsk::kRules = kRuleRows;
+constinit const NodeTable<ParameterRule> BridgeAsk::kRules = Bridge::kConnectionRules;
 
 constinit const NodeDescription BridgeAsk::kDescription = {
     .sentence = "Asks another workflow for a piece of work: each request is done once, and each answer comes once",

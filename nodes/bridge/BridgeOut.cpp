@@ -49,18 +49,12 @@ constexpr NodeParameter kParameters[] = {
     Bridge::kFolderRow,
     Bridge::kFaultsRow,
 };
-constexpr ParameterRule kRuleRows[] = {
-    Bridge::kTransportRule,
-    Bridge::kSecretsRule,
-    Bridge::kFolderRule,
-    Bridge::kFaultsRule,
-};
 
 constexpr char kParked[] = "parked";
 
 }  // namespace
 
-constinit const NodeTable<ParameterRule> BridgeOut::kRules = kRuleRows;
+constinit const NodeTable<ParameterRule> BridgeOut::kRules = Bridge::kConnectionRules;
 
 constinit const NodeDescription BridgeOut::kDescription = {
     .sentence = "Sends signals with values to another workflow, each of them exactly once",

@@ -1,4 +1,4 @@
-// The parameters that both nodes of a bridge have.
+// The parameters that all nodes of a bridge have.
 #pragma once
 
 #include "OrvWorkFlow/INodeParameterRules.h"
@@ -23,5 +23,7 @@ inline constexpr ParameterRule kTransportRule = {.name = "Transport", .words = k
 inline constexpr ParameterRule kSecretsRule = {.name = "Secrets", .between = " "};
 inline constexpr ParameterRule kFolderRule = {.name = "Folder", .between = " "};
 inline constexpr ParameterRule kFaultsRule = {.name = "Faults", .between = " "};
+// Of a node whose other parameters have none.
+inline constexpr ParameterRule kConnectionRules[] = {kTransportRule, kSecretsRule, kFolderRule, kFaultsRule};
 
 }  // namespace OrvWorkFlow::Nodes::Bridge
