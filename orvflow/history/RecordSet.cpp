@@ -16,17 +16,17 @@ namespace {
 
 constexpr std::size_t kMostColumns = 16;
 
-// "south" of "/home/me/south.xml", whatever platform the run was on.
-std::string StemOf(const std::string& path) {
-  const std::size_t slash = path.find_last_of("/\\");
-  const std::string name = path.substr(slash == std::string::npos ? 0 : slash + 1);
-  const std::size_t dot = name.rfind('.');
-  return dot == 0 || dot == std::string::npos ? name : name.substr(0, dot);
-}
-
+// "south.xml" of "/home/me/south.xml", whatever platform the run was on.
 std::string LastOf(const std::string& path) {
   const std::size_t slash = path.find_last_of("/\\");
   return path.substr(slash == std::string::npos ? 0 : slash + 1);
+}
+
+// "south"
+std::string StemOf(const std::string& path) {
+  const std::string name = LastOf(path);
+  const std::size_t dot = name.rfind('.');
+  return dot == 0 || dot == std::string::npos ? name : name.substr(0, dot);
 }
 
 }  // namespace
