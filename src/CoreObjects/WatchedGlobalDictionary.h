@@ -5,9 +5,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "CoreObjects/CoreObjects.h"
 #include "CoreObjects/FindObject.h"
+#include "CoreObjects/Marshalled.h"
 #include "OrvWorkFlow/IDictionary.h"
 #include "OrvWorkFlow/WorkFlowFactory.h"
 
@@ -20,6 +23,31 @@ struct WatchedState {
   std::uint64_t number = 0;           // 0 is the number of no state
 
   bool operator==(const WatchedState&) const = default;
+};
+
+// What lies between the states of one dictionary. Any thread.
+class WatchedChanges {
+ public:
+  WatchedChanges() = default;
+  WatchedChanges(std::shared_ptr<IDictionaryWatch> watch, IDictionary* dictionary, std::uint64_t base)
+      : watch_(std::move(watch)), dictionary_(dictionary), base_(base) {}
+
+  bool IsOf(const std::shared_ptr<IDictionaryWatch>& watch) const { return watch_ == watch; }
+
+  // IDictionaryWatch::GetChanges since a state, which becomes the present one.
+  bool Since(WatchedState& state, std::vector<std::string>& paths) const {
+    if (watch_ == nullptr || state.dictionary != dictionary_ || state.number < base_) return false;
+    std::uint64_t count = state.number - base_;
+    const Marshalled<IOrvPStringList> list;
+    if (!list || !watch_->GetChanges(&count, list.get()) || !ReadTexts(list.get(), paths)) return false;
+    state.number = base_ + count;
+    return true;
+  }
+
+ private:
+  std::shared_ptr<IDictionaryWatch> watch_;
+  IDictionary* dictionary_ = nullptr;
+  std::uint64_t base_ = 0;
 };
 
 // Not synchronised. `kPatterns` are those of IDictionary::WatchChanges.
@@ -35,22 +63,37 @@ class WatchedGlobalDictionary {
     return {dictionary_, base_ + (watch_ != nullptr ? watch_->GetCount() : dictionary_->GetChangeCount())};
   }
 
+  // Between the states that Get returned last and will return next, of the same dictionary.
+  void GetChanges(WatchedChanges& changes) const {
+    if (!changes.IsOf(watch_)) changes = {watch_, dictionary_, base_};
+  }
+
  private:
   struct EndWatch {
     void operator()(IDictionaryWatch* watch) const noexcept { watch->Release(); }
   };
 
+  static std::shared_ptr<IDictionaryWatch> NewWatch(IDictionary& dictionary) noexcept {
+    IDictionaryWatch* const watch = dictionary.WatchChanges(kPatterns.data(), kPatterns.size());
+    if (watch == nullptr) return nullptr;
+    try {
+      return {watch, EndWatch()};
+    } catch (...) {  // Without memory, as without a watch.
+      return nullptr;
+    }
+  }
+
   // Numbers of an earlier dictionary are not used again.
   [[gnu::noinline]] void Look(std::uint64_t globals) noexcept {
     constexpr std::uint64_t kManyChanges = std::uint64_t{1} << 48;
     dictionary_ = FindGlobalObject<IDictionary>(ObjectNames::kDictionary, InterfaceNames::kDictionary).get();
-    watch_.reset(dictionary_ == nullptr ? nullptr : dictionary_->WatchChanges(kPatterns.data(), kPatterns.size()));
+    watch_ = dictionary_ == nullptr ? nullptr : NewWatch(*dictionary_);
     base_ = (base_ | (kManyChanges - 1)) + 2;
     known_at_ = globals;
   }
 
   IDictionary* dictionary_ = nullptr;
-  std::unique_ptr<IDictionaryWatch, EndWatch> watch_;  // null: every change counts
+  std::shared_ptr<IDictionaryWatch> watch_;  // null: every change counts
   std::uint64_t base_ = 0;
   std::uint64_t known_at_ = 0;
 };

@@ -13,6 +13,7 @@ class CountedWatch final : public IDictionaryWatch {
  public:
   std::uint64_t GetCount() override { return count; }
   void Release() override { ++releases; }
+  bool GetChanges(std::uint64_t* /*count*/, IOrvPStringList* /*paths*/) override { return false; }
   std::uint64_t count = 0;
   int releases = 0;
 };

@@ -1,9 +1,12 @@
 // A watch sees every change of what it watches; that it sees little else makes it worth having.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <functional>
+#include <iterator>
 #include <memory>
+#include <optional>
 #include <random>
 #include <thread>
 #include <utility>
@@ -154,6 +157,68 @@ TEST(ChangeWatches, MayOutliveTheDictionary) {
   EXPECT_EQ(watch->GetCount(), count);
 }
 
+class GetChangesTest : public ChangeWatchesTest {
+ protected:
+  // Nothing when they are not known.
+  std::optional<Names> Changes() {
+    const orv_test::PStringList paths;
+    if (!watch->GetChanges(&count, paths.out())) return {};
+    EXPECT_EQ(count, watch->GetCount());
+    return paths.vec();
+  }
+  void Set(const char* path) { ASSERT_TRUE(dictionary.SetValue(path, "x")); }
+
+  std::uint64_t count = watch->GetCount();
+};
+
+TEST_F(GetChangesTest, PathsAreKeptFromTheFirstQuestionOn) {
+  Set("/W/tree/a");
+  EXPECT_EQ(Changes(), std::nullopt);
+  EXPECT_EQ(count, 0u);
+  count = watch->GetCount();
+  EXPECT_EQ(Changes(), Names());
+  for (const char* path : {"/W/tree/b", "W//tree/c", "/V/elsewhere", "/W/tree/b"}) Set(path);
+  const std::uint64_t before = count;
+  EXPECT_EQ(Changes(), (Names{"/W/tree/b", "W//tree/c", "/W/tree/b"}));
+  EXPECT_EQ(Changes(), Names());
+  count = before + 1;
+  EXPECT_EQ(Changes(), (Names{"W//tree/c", "/W/tree/b"}));
+}
+
+TEST_F(GetChangesTest, MoreThanItKeepsAreNotKnown) {
+  Changes();
+  for (int i = 0; i < 64; ++i) Set(("/W/tree/n" + std::to_string(i)).c_str());
+  ASSERT_TRUE(Changes().has_value());
+  const std::uint64_t before = count;
+  for (int i = 0; i < 65; ++i) Set(("/W/tree/n" + std::to_string(i)).c_str());
+  EXPECT_EQ(Changes(), std::nullopt);
+  EXPECT_EQ(count, before);
+  ++count;
+  EXPECT_EQ(Changes()->size(), 64u);
+}
+
+TEST_F(GetChangesTest, NothingNamesALoadOrWhatIsBehindARedirection) {
+  Changes();
+  LoadText(dictionary, "<IDictionaryRoot/>");
+  EXPECT_EQ(Changes(), std::nullopt);
+  count = watch->GetCount();
+  Set("/V/x");
+  const orv_test::PStringList targets(Names{"/V/x"});
+  ASSERT_TRUE(dictionary.SetRedirection("/W/tree/r", targets.out()));
+  EXPECT_EQ(Changes(), Names{"/W/tree/r"});
+  Set("/V/x");
+  EXPECT_EQ(Changes(), std::nullopt);
+}
+
+TEST_F(GetChangesTest, NullsAndCountsToComeGiveNothing) {
+  const orv_test::PStringList paths(Names{"kept"});
+  EXPECT_FALSE(watch->GetChanges(nullptr, paths.out()));
+  EXPECT_FALSE(watch->GetChanges(&count, nullptr));
+  ++count;
+  EXPECT_FALSE(watch->GetChanges(&count, paths.out()));
+  EXPECT_EQ(paths.vec(), Names{"kept"});
+}
+
 TEST(ChangeWatches, ManyThatEndedLeaveTheOthers) {
   CDictionary dictionary;
   const WatchPointer kept = Watch(dictionary, {"/a"});
@@ -170,10 +235,16 @@ class Snapshot {
 
   std::string Take() {
     std::string text;
-    for (const std::string& path : GetPaths(dictionary_, "")) {
-      if (IsWatched(path)) text += Describe(path) + "\n";
-    }
+    for (const auto& [path, description] : TakeEach()) text += description + "\n";
     return text;
+  }
+  // By path, in pre-order.
+  std::vector<std::pair<std::string, std::string>> TakeEach() {
+    std::vector<std::pair<std::string, std::string>> all;
+    for (const std::string& path : GetPaths(dictionary_, "")) {
+      if (IsWatched(path)) all.emplace_back(path, Describe(path));
+    }
+    return all;
   }
 
  private:
@@ -290,6 +361,46 @@ TEST(ChangeWatches, RandomChangesAreSeenWhenAReaderCanSeeThem) {
     }
   }
   EXPECT_GT(unseen, 1000) << "a watch that sees everything proves nothing";
+}
+
+// Or has been made, empty, on the way to one.
+TEST(ChangeWatches, WhatHasChangedIsAtTheNamedPathsOrBelow) {
+  int known = 0;
+  for (std::uint32_t seed = 0; seed < 200; ++seed) {
+    CDictionary dictionary;
+    const WatchPointer watch = Watch(dictionary, {"/W/*/maps", "/W/tree"});
+    RandomChanges changes(dictionary, seed);
+    Snapshot snapshot(dictionary);
+    const orv_test::PStringList paths;
+    std::uint64_t count = watch->GetCount();
+    watch->GetChanges(&count, paths.out());
+    for (int step = 0; step < 100; ++step) {
+      count = watch->GetCount();
+      const auto before = snapshot.TakeEach();
+      const std::string what = changes.Next();
+      if (!watch->GetChanges(&count, paths.out())) continue;
+      if (watch->GetCount() != 0) ++known;
+      Names named = paths.vec();
+      for (std::string& path : named) {
+        while (path.ends_with('/')) path.pop_back();
+      }
+      const auto is_elsewhere = [&](const std::pair<std::string, std::string>& entry) {
+        const bool is_empty = entry.second == entry.first + " 11 -> <failed>";
+        return std::none_of(named.begin(), named.end(), [&](const std::string& path) {
+          const bool is_above = path.starts_with(entry.first + "/");
+          return entry.first == path || entry.first.starts_with(path + "/") || (is_above && is_empty);
+        });
+      };
+      const auto elsewhere = [&](const auto& all) {
+        std::vector<std::pair<std::string, std::string>> rest;
+        std::copy_if(all.begin(), all.end(), std::back_inserter(rest), is_elsewhere);
+        return rest;
+      };
+      ASSERT_EQ(elsewhere(snapshot.TakeEach()), elsewhere(before))
+          << "seed " << seed << ", step " << step << ": " << what;
+    }
+  }
+  EXPECT_GT(known, 1000);
 }
 
 // Whoever finds the count unchanged after reading has read what belongs to it.

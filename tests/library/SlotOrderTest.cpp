@@ -124,6 +124,12 @@ TEST(SlotOrderTest, Dictionary) {
   slots.ExpectConsecutiveFrom(kBaseOperations);
 }
 
+TEST(SlotOrderTest, DictionaryWatch) {
+  using I = IDictionaryWatch;
+  SlotList slots;
+  slots (&I::GetCount) (&I::Release)(&I::GetChanges).ExpectConsecutiveFrom(0);
+}
+
 // Each face has a whole table of its own, base protocol first. The wide one has two more operations.
 template <class I>
 void ExpectFileSystemOrder() {

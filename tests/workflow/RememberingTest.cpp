@@ -38,6 +38,7 @@ class Watch final : public IDictionaryWatch {
   explicit Watch(bool counts) : counts_(counts) {}
   std::uint64_t GetCount() override { return counts_ ? ++count_ : 0; }
   void Release() override { delete this; }
+  bool GetChanges(std::uint64_t* /*count*/, OrvWorkFlow::IOrvPStringList* /*paths*/) override { return false; }
 
  private:
   const bool counts_;

@@ -3,10 +3,14 @@
 #include <algorithm>
 #include <utility>
 
+#include "CoreObjects/Marshalled.h"
 #include "dictionary/tree/EntryPath.h"
 
 namespace OrvWorkFlow::Core::Dictionary {
 namespace {
+
+// More come together only where reading everything anew costs little beside them.
+constexpr std::size_t kMostChanges = 64;
 
 // The element after `at` in pre-order below `top`; kNoElement behind the last.
 ElementId NextBelow(const ElementTree& tree, ElementId top, ElementId at) {
@@ -71,9 +75,31 @@ class ChangeWatches::Handle final : public IDictionaryWatch {
     watch_->is_released.store(true);
     delete this;
   }
+  bool GetChanges(std::uint64_t* count, IOrvPStringList* paths) override {
+    if (count == nullptr || paths == nullptr) return false;
+    try {
+      std::vector<std::string> known;
+      std::uint64_t now = 0;
+      if (!CopyChangesSince(*count, known, now) || !AssignTexts(paths, known)) return false;
+      *count = now;
+      return true;
+    } catch (...) {
+      return false;
+    }
+  }
 
  private:
   ~Handle() = default;
+
+  bool CopyChangesSince(std::uint64_t count, std::vector<std::string>& paths, std::uint64_t& now) {
+    const Base::Hold lock(watch_->changes_mutex);
+    watch_->keeps_changes.store(true);
+    now = watch_->count.load(std::memory_order_acquire);
+    for (const Watch::Change& change : watch_->changes) {
+      if (change.number > count) paths.push_back(change.path);
+    }
+    return count <= now && paths.size() == now - count;
+  }
 
   const std::shared_ptr<Watch> watch_;
 };
@@ -89,13 +115,33 @@ IDictionaryWatch* ChangeWatches::Add(std::vector<PathPattern> patterns) {
   return new Handle(std::move(watch));
 }
 
-void ChangeWatches::NoteRelated(Watch& watch) {
-  watch.count.fetch_add(1, std::memory_order_release);
+// Who reads through a redirection may see the change elsewhere than at its path.
+void ChangeWatches::NoteRelated(ElementTree& tree, Watch& watch, std::string_view path) {
+  if (watch.keeps_changes.load() && !(tree.HasRedirections() && IsRedirected(tree, watch))) {
+    KeepChange(watch, path);
+  } else {
+    watch.count.fetch_add(1, std::memory_order_release);
+  }
   watch.redirected = Watch::Redirected::Unknown;
 }
 
+// The count changes with the lock held: who sees it there sees the path.
+void ChangeWatches::KeepChange(Watch& watch, std::string_view path) noexcept {
+  const Base::Hold lock(watch.changes_mutex);
+  const std::uint64_t number = watch.count.load(std::memory_order_relaxed) + 1;
+  try {
+    if (watch.changes.size() == kMostChanges) watch.changes.pop_front();
+    watch.changes.push_back({number, std::string(path)});
+  } catch (...) {  // Its number is missing.
+  }
+  watch.count.store(number, std::memory_order_release);
+}
+
 void ChangeWatches::NoteAll() {
-  for (const std::shared_ptr<Watch>& watch : watches_) NoteRelated(*watch);
+  for (const std::shared_ptr<Watch>& watch : watches_) {
+    watch->count.fetch_add(1, std::memory_order_release);
+    watch->redirected = Watch::Redirected::Unknown;
+  }
 }
 
 void ChangeWatches::NoteToEach(ElementTree& tree, std::string_view path) {
@@ -109,7 +155,7 @@ void ChangeWatches::NoteToEach(ElementTree& tree, std::string_view path) {
   };
   for (const std::shared_ptr<Watch>& watch : watches_) {
     if (std::any_of(watch->patterns.begin(), watch->patterns.end(), is_related)) {
-      NoteRelated(*watch);
+      NoteRelated(tree, *watch, path);
     } else if (tree.HasRedirections() && IsRedirected(tree, *watch)) {
       watch->count.fetch_add(1, std::memory_order_release);
     }

@@ -6,12 +6,14 @@
 #include <atomic>
 #include <cstdint>
 #include <cstring>
+#include <deque>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "OrvWorkFlow/IDictionaryWatch.h"
+#include "base/lock/Mutex.h"
 #include "dictionary/tree/ElementTree.h"
 
 namespace OrvWorkFlow::Core::Dictionary {
@@ -71,6 +73,16 @@ class ChangeWatches {
     std::atomic<bool> is_released = false;
     // Redirections may lead out of what is watched.
     enum class Redirected { No, Yes, Unknown } redirected = Redirected::Unknown;
+
+    // The last changes, for GetChanges. One that has no path, or for which there was no memory, is missing: the numbers
+    // show it. Nobody pays for them who does not ask.
+    struct Change {
+      std::uint64_t number;  // the count after it
+      std::string path;
+    };
+    std::atomic<bool> keeps_changes = false;
+    Base::Mutex changes_mutex;  // a leaf
+    std::deque<Change> changes ORV_GUARDED_BY(changes_mutex);
   };
   class Handle;
 
@@ -85,7 +97,8 @@ class ChangeWatches {
     return unrelated_.size != 0 && path.size() >= unrelated_.size &&
            std::memcmp(path.data(), unrelated_.text.data(), unrelated_.size) == 0 && !tree.HasRedirections();
   }
-  static void NoteRelated(Watch& watch);
+  static void NoteRelated(ElementTree& tree, Watch& watch, std::string_view path);
+  static void KeepChange(Watch& watch, std::string_view path) noexcept;
   void NoteToEach(ElementTree& tree, std::string_view path);
   static bool IsRedirected(ElementTree& tree, Watch& watch);
 

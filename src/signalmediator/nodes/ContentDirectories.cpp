@@ -1,9 +1,8 @@
 #include "signalmediator/nodes/ContentDirectories.h"
-#include "base/dictionary/DictionaryReading.h"
 
 #include <algorithm>
 #include <iterator>
-#include <new>
+#include <optional>
 
 #include "CoreObjects/Marshalled.h"
 #include "OrvWorkFlow/WorkflowSchema.h"
@@ -41,15 +40,11 @@ FlowDirectories ReadFlowDirectories(IDictionary& dictionary, const std::string& 
 
 }  // namespace
 
-// Of the entries below the tree, in pre-order; the tree itself is none.
-ContentDirectories::Places ContentDirectories::ReadTree(IDictionary& dictionary) {
-  std::vector<std::string> paths = Base::PathsFrom(dictionary, WorkflowSchema::kAbsorbTree);
-  Places places;
-  std::string name;
-  for (std::size_t i = 1; i < paths.size(); ++i) {
-    if (ReadEntryText(dictionary, paths[i], name)) places.try_emplace(name, std::move(paths[i]));
-  }
-  return places;
+WatchedState ContentDirectories::RecallTree() {
+  const WatchedState state = tree_.Get();
+  const Base::Hold lock(mutex_);
+  tree_.GetChanges(tree_changes_);
+  return state;
 }
 
 void ContentDirectories::TakeFresh(OfNode& kept) {
@@ -60,32 +55,23 @@ void ContentDirectories::TakeFresh(OfNode& kept) {
 
 ContentDirectories::Flow ContentDirectories::Read(const Recalled& recalled, const std::string& definition,
                                                   OfNode& kept) {
-  IDictionary& dictionary = *recalled.state.dictionary;
-  const std::string name = EntryText(dictionary, definition + WorkflowSchema::kInstanceWorkFlowName);
+  const std::string name = EntryText(*recalled.state.dictionary, definition + WorkflowSchema::kInstanceWorkFlowName);
   Known found{recalled.state, Find(name, recalled.state)};
-  if (found.flow == nullptr) {
-    const std::shared_ptr<const Places> places = FindPlaces(dictionary, recalled.tree);
-    const auto place = places->find(name);
-    found.flow = std::make_shared<const FlowDirectories>(place == places->end()
-                                                             ? FlowDirectories{name, false, {}}
-                                                             : ReadFlowDirectories(dictionary, name, place->second));
-  }
+  if (found.flow == nullptr) found.flow = ReadFlow(recalled, name);
   if (IsWatched(definition)) Keep(name, found, kept);
   return found.flow;
 }
 
-std::shared_ptr<const ContentDirectories::Places> ContentDirectories::FindPlaces(IDictionary& dictionary,
-                                                                                 const WatchedState& tree) {
+ContentDirectories::Flow ContentDirectories::ReadFlow(const Recalled& recalled, const std::string& workflow_name) {
+  IDictionary& dictionary = *recalled.state.dictionary;
+  WatchedChanges changes;
   {
     const Base::Hold lock(mutex_);
-    if (places_ != nullptr && places_state_ == tree) return places_;
+    changes = tree_changes_;
   }
-  const auto places = std::make_shared<const Places>(ReadTree(dictionary));
-  if (tree.dictionary != &dictionary) return places;  // There has come another one just now.
-  const Base::Hold lock(mutex_);
-  places_ = places;
-  places_state_ = tree;
-  return places;
+  const std::optional<std::string> place = places_.Find(dictionary, recalled.tree, changes, workflow_name);
+  return std::make_shared<const FlowDirectories>(place ? ReadFlowDirectories(dictionary, workflow_name, *place)
+                                                       : FlowDirectories{workflow_name, false, {}});
 }
 
 // What was kept for another state of the dictionary is forgotten.

@@ -13,6 +13,7 @@
 #include "OrvWorkFlow/IDictionary.h"
 #include "OrvWorkFlow/WorkflowSchema.h"
 #include "base/lock/Mutex.h"
+#include "signalmediator/nodes/AbsorbPlaces.h"
 
 namespace OrvWorkFlow::Core::Mediator {
 
@@ -58,18 +59,17 @@ class ContentDirectories {
   };
   // A flow that is lent rather than shared is valid as long as `kept` is lent, which is then left as it is.
   enum class Giving { Share, Lend };
-  // With the mediator's access lock held, or as much of it as its own Receive wants.
-  Recalled Recall(OfNode& kept, Giving giving, bool is_lent) {
+  // With the mediator's access lock held, or as much of it as its own Receive wants. `recalled` is empty before; filled
+  // in its place, since to copy what was stored in halves just now takes as long as half of the look-up.
+  void Recall(OfNode& kept, Giving giving, bool is_lent, Recalled& recalled) {
     if (!is_lent && kept.has_fresh_.load(std::memory_order_relaxed)) TakeFresh(kept);
-    Recalled recalled;
     recalled.state = dictionary_.Get();
     if (kept.known_.state == recalled.state && kept.known_.flow != nullptr) {
       recalled.flow = kept.known_.flow.get();
       if (giving == Giving::Share) recalled.owner = kept.known_.flow;
     } else {
-      recalled.tree = tree_.Get();
+      recalled.tree = RecallTree();
     }
-    return recalled;
   }
 
   // Reads the directories of the node defined at that path, in a dictionary that was recalled just before. Never null.
@@ -77,12 +77,9 @@ class ContentDirectories {
   Flow Read(const Recalled& recalled, const std::string& definition, OfNode& kept);
 
  private:
-  // By the name of a workflow, the path of the first entry of the tree that holds it.
-  using Places = std::unordered_map<std::string, std::string>;
-
   void TakeFresh(OfNode& kept);
-  static Places ReadTree(IDictionary& dictionary);
-  std::shared_ptr<const Places> FindPlaces(IDictionary& dictionary, const WatchedState& tree);
+  WatchedState RecallTree();
+  Flow ReadFlow(const Recalled& recalled, const std::string& workflow_name);
   Flow Find(const std::string& workflow_name, const WatchedState& state);
   void Keep(const std::string& workflow_name, const Known& found, OfNode& kept);
 
@@ -91,10 +88,10 @@ class ContentDirectories {
   WatchedGlobalDictionary<kWatchedTree> tree_;
 
   Base::Mutex mutex_;
-  WatchedState places_state_ ORV_GUARDED_BY(mutex_);
-  std::shared_ptr<const Places> places_ ORV_GUARDED_BY(mutex_);
+  WatchedChanges tree_changes_ ORV_GUARDED_BY(mutex_);
   WatchedState state_ ORV_GUARDED_BY(mutex_);  // of the table
   std::unordered_map<std::string, Flow> by_workflow_ ORV_GUARDED_BY(mutex_);
+  AbsorbPlaces places_;
 };
 
 }  // namespace OrvWorkFlow::Core::Mediator

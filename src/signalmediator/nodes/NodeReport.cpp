@@ -26,28 +26,23 @@ void ReportNodes(const DeliveriesAtWork& at_work, const WorkNodeList& list, IRun
   }
 }
 
-std::uint32_t CountBusyNodes(const WorkNodeList& list) noexcept {
+std::uint32_t CountBusyNodes(WorkNodeList& list) noexcept {
   std::uint32_t busy = 0;
-  try {
-    const WorkNodeList::Snapshot nodes = list.Copy();
-    const PropertyQuestion is_busy(kBusyProperty);
-    for (const WorkNodePointer& entry : nodes) {
-      if (is_busy.IsYes(*entry->node)) ++busy;
-    }
-  } catch (...) {  // Without memory nobody can be asked.
-  }
+  const WorkNodeList::Walk nodes(list);
+  const PropertyQuestion is_busy(kBusyProperty);
+  nodes.ForEach([&](const WorkNodeList::Listed& listed) {
+    if (is_busy.IsYes(*listed.node)) ++busy;
+  });
   return busy;
 }
 
-bool ListAbsorbingNodes(const WorkNodeList& list, IOrvPStringList* definition_paths) {
+bool ListAbsorbingNodes(WorkNodeList& list, IOrvPStringList* definition_paths) {
   std::vector<std::string_view> paths;
-  const WorkNodeList::Snapshot nodes = list.Copy();
+  const WorkNodeList::Walk nodes(list);
   const PropertyQuestion is_component(kComponentProperty);
-  for (const WorkNodePointer& entry : nodes) {
-    if (entry->type == kAbsorbingType || is_component.IsYes(*entry->node)) {
-      paths.push_back(entry->definition);
-    }
-  }
+  nodes.ForEach([&](const WorkNodeList::Listed& listed) {
+    if (listed.absorbs || is_component.IsYes(*listed.node)) paths.push_back(listed.entry->definition);
+  });
   return AssignTexts(definition_paths, paths);
 }
 

@@ -15,9 +15,9 @@ namespace OrvWorkFlow::Core::Mediator {
 // Throws when there is no memory.
 void ReportNodes(const DeliveriesAtWork& at_work, const WorkNodeList& nodes, IRunReport& report);
 
-std::uint32_t CountBusyNodes(const WorkNodeList& nodes) noexcept;
+std::uint32_t CountBusyNodes(WorkNodeList& nodes) noexcept;
 
 // The definition paths of the nodes that absorb workflows.
-bool ListAbsorbingNodes(const WorkNodeList& nodes, IOrvPStringList* definition_paths);
+bool ListAbsorbingNodes(WorkNodeList& nodes, IOrvPStringList* definition_paths);
 
 }  // namespace OrvWorkFlow::Core::Mediator

@@ -1,9 +1,9 @@
 #include "signalmediator/nodes/WorkNodeList.h"
 
+#include <algorithm>
 #include <functional>
 #include <utility>
 
-#include "base/guard/Guarded.h"
 #include "base/lock/Mutex.h"
 
 namespace OrvWorkFlow::Core::Mediator {
@@ -30,16 +30,9 @@ bool AskNames(IWorkNode& node, std::string& type, std::string& instance) {
          ReadText(text.get(), instance);
 }
 
-bool PropertyQuestion::IsYes(IWorkNode& node) const noexcept {
-  constexpr std::string_view kYes = "yes";
-  if (!answer_) {  // There was no memory for it.
-    std::string value;
-    return FetchText(value, [&](IOrvPString* text) { return node.GetProperty(property_, text); }) && value == kYes;
-  }
-  return Base::Guarded([&] {
-    return AssignText(answer_.get(), "") && node.GetProperty(property_, answer_.get()) &&
-           std::string_view(answer_.get()->GetText(), answer_.get()->GetLength()) == kYes;
-  });
+bool PropertyQuestion::IsYesWithoutAnswer(IWorkNode& node) const noexcept {
+  std::string value;
+  return FetchText(value, [&](IOrvPString* text) { return node.GetProperty(property_, text); }) && value == kYes;
 }
 
 std::size_t WorkNodeList::NameHash::operator()(const Name& name) const noexcept {
@@ -51,6 +44,7 @@ std::size_t WorkNodeList::NameHash::operator()(const Name& name) const noexcept 
 void WorkNodeList::Append(const WorkNodePointer& entry) {
   const Base::Hold lock(mutex_);
   const std::size_t index = entries_.size();
+  List(entry);
   entries_.push_back(entry);
   try {
     by_node_.emplace(entry->node, index);
@@ -84,10 +78,56 @@ WorkNodeList::Snapshot WorkNodeList::Copy() const {
   return entries_;
 }
 
+// In the place of the next entry: as long as there is none, nobody sees it.
+void WorkNodeList::List(const WorkNodePointer& entry) {
+  const std::size_t index = entries_.size();
+  constexpr std::size_t kInRow = std::tuple_size_v<Row>;
+  if (rows_.size() * kInRow == index) rows_.emplace_back();
+  rows_.back()[index % kInRow] = {entry->node, entry.get(), entry->type == kAbsorbingType};
+}
+
+WorkNodeList::Walk::Walk(WorkNodeList& list) : list_(list) {
+  const Base::Hold lock(list_.mutex_);
+  size_ = list_.entries_.size();
+  first_ = list_.rows_.begin();
+  ++list_.walks_;
+  list_.walked_ = std::max(list_.walked_, size_);
+}
+
+WorkNodeList::Walk::~Walk() {
+  WorkNodePointer kept;
+  Rows rows;
+  {
+    const Base::Hold lock(list_.mutex_);
+    if (--list_.walks_ > 0) return;
+    list_.walked_ = 0;
+    kept.swap(list_.first_kept_);
+    list_.last_kept_ = nullptr;
+    rows.swap(list_.kept_rows_);
+  }
+  while (kept != nullptr) kept = WorkNodePointer(std::move(kept->kept_behind));
+}
+
+// Takes no memory.
+void WorkNodeList::KeepForWalks(const Snapshot& entries) noexcept {
+  for (std::size_t i = 0; i < walked_; ++i) {
+    (last_kept_ == nullptr ? first_kept_ : last_kept_->kept_behind) = entries[i];
+    last_kept_ = entries[i].get();
+  }
+  walked_ = 0;
+}
+
 void WorkNodeList::Clear() noexcept {
   Snapshot entries;
+  Rows rows;
   {
     const Base::Hold lock(mutex_);
+    KeepForWalks(entries_);
+    if (walks_ > 0) {
+      kept_rows_.splice(kept_rows_.end(), rows_);
+    } else {
+      rows.swap(rows_);
+    }
     entries.swap(entries_);
     changes_ = NextChange();
     by_name_.clear();

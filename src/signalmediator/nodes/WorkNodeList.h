@@ -1,9 +1,12 @@
 // The instantiated work nodes, in the order of their creation and findable by name.
 #pragma once
 
+#include <algorithm>
+#include <array>
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <list>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -14,6 +17,7 @@
 #include "CoreObjects/SignalTexts.h"
 #include "OrvWorkFlow/INodeContinuation.h"
 #include "OrvWorkFlow/IWorkNode.h"
+#include "base/guard/Guarded.h"
 #include "base/lock/Mutex.h"
 #include "signalmediator/nodes/ContentDirectories.h"
 
@@ -45,6 +49,9 @@ struct WorkNodeEntry {
   // sharing it. Changed with the first half of the lock held.
   std::atomic<std::uint32_t> locked_deliveries = 0;
   std::shared_ptr<WorkNodeEntry> forgotten;  // this entry, when the list forgot it while there were any
+
+  // Of an entry that the list keeps for those who walk (WorkNodeList::Walk): the next one.
+  std::shared_ptr<WorkNodeEntry> kept_behind;
 };
 
 using WorkNodePointer = std::shared_ptr<WorkNodeEntry>;
@@ -57,10 +64,22 @@ bool AskNames(IWorkNode& node, std::string& type, std::string& instance);
 class PropertyQuestion {
  public:
   explicit PropertyQuestion(const char* property) : property_(property) {}
-  // False also when the node throws.
-  bool IsYes(IWorkNode& node) const noexcept;
+  // False also when the node throws. Inline: a thousand are asked at once.
+  bool IsYes(IWorkNode& node) const noexcept {
+    if (!answer_) return IsYesWithoutAnswer(node);
+    return Base::Guarded([&] {
+      IOrvPString& answer = *answer_.get();
+      // What is empty need not be emptied: most nodes do not know the property.
+      if (answer.GetLength() != 0 && !AssignText(&answer, "")) return false;
+      return node.GetProperty(property_, &answer) && std::string_view(answer.GetText(), answer.GetLength()) == kYes;
+    });
+  }
 
  private:
+  static constexpr std::string_view kYes = "yes";
+  // There was no memory for it.
+  bool IsYesWithoutAnswer(IWorkNode& node) const noexcept;
+
   const char* const property_;
   const Marshalled<IOrvPString> answer_;
 };
@@ -124,10 +143,49 @@ class WorkNodeList {
 
   Snapshot Copy() const;
 
+  // What a walk meets.
+  struct Listed {
+    IWorkNode* node = nullptr;
+    const WorkNodeEntry* entry = nullptr;
+    bool absorbs = false;  // its type is that of the nodes that absorb flows
+  };
+  using Row = std::array<Listed, 64>;
+
+  // Whoever looks at all nodes, in list order, without a share in each: to share a thousand takes longer than to ask
+  // them (absorbing of signals_bench). What the list forgets meanwhile it keeps until nobody walks.
+  class Walk {
+   public:
+    explicit Walk(WorkNodeList& list);
+    ~Walk();
+    Walk(const Walk&) = delete;
+    Walk& operator=(const Walk&) = delete;
+
+    // Those that were there when the walk began. They live until it ends.
+    template <class Action>
+    void ForEach(const Action& action) const {
+      auto row = first_;
+      for (std::size_t i = 0; i < size_; ++i) {
+        if (i > 0 && i % row->size() == 0) ++row;
+        action((*row)[i % row->size()]);
+      }
+    }
+
+   private:
+    friend class WorkNodeList;
+    WorkNodeList& list_;
+    std::size_t size_ = 0;
+    std::list<Row>::const_iterator first_;
+  };
+
   // Locked. Forgets all entries and releases, in list order, the nodes that nobody uses.
   void Clear() noexcept;
 
  private:
+  // Does not move when it grows: whoever walks reads it without a lock, up to what was there when the walk began.
+  using Rows = std::list<Row>;
+  void List(const WorkNodePointer& entry) ORV_REQUIRES(mutex_);
+  void KeepForWalks(const Snapshot& entries) noexcept ORV_REQUIRES(mutex_);
+
   struct Name {
     std::string_view type;
     std::string_view instance;
@@ -155,6 +213,14 @@ class WorkNodeList {
   Snapshot entries_;
   std::unordered_map<Name, std::size_t, NameHash> by_name_;  // the names are the entries' own texts
   std::unordered_map<const IWorkNode*, std::size_t> by_node_;
+
+  Rows rows_ ORV_GUARDED_BY(mutex_);
+  int walks_ ORV_GUARDED_BY(mutex_) = 0;
+  std::size_t walked_ ORV_GUARDED_BY(mutex_) = 0;  // so many of the entries are met by a walk that goes on
+  // What was forgotten while there were walks.
+  WorkNodePointer first_kept_ ORV_GUARDED_BY(mutex_);
+  WorkNodeEntry* last_kept_ ORV_GUARDED_BY(mutex_) = nullptr;
+  Rows kept_rows_ ORV_GUARDED_BY(mutex_);
 };
 
 }  // namespace OrvWorkFlow::Core::Mediator

@@ -175,8 +175,8 @@ SignalDelivery::Received SignalDelivery::Receive(const InputSignal& signal, Work
   MediatorCounts::Add(context_.counts.received, 1);
   if (received.entry == nullptr) return received;
   const bool is_lent = received.entry->locked_deliveries.load(std::memory_order_acquire) > 0;
-  received.recalled =
-      content_directories_.Recall(received.entry->content_directories, ContentDirectories::Giving::Share, is_lent);
+  content_directories_.Recall(received.entry->content_directories, ContentDirectories::Giving::Share, is_lent,
+                              received.recalled);
   return received;
 }
 
@@ -190,8 +190,8 @@ SignalDelivery::Received SignalDelivery::Receive(const InputSignal& signal, Work
   if (received.entry == nullptr) return received;
   std::atomic<std::uint32_t>& locked = received.entry->locked_deliveries;
   const bool is_lent = locked.load(std::memory_order_relaxed) > 0;
-  received.recalled =
-      content_directories_.Recall(received.entry->content_directories, ContentDirectories::Giving::Lend, is_lent);
+  content_directories_.Recall(received.entry->content_directories, ContentDirectories::Giving::Lend, is_lent,
+                              received.recalled);
   MediatorCounts::Add(locked, 1);
   return received;
 }
